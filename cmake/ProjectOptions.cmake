@@ -1,0 +1,40 @@
+# zolp_target_options(TARGET): the compile and link options that all targets of the project share.
+
+add_library(zolp_options INTERFACE)
+target_compile_features(zolp_options INTERFACE cxx_std_20)
+target_compile_options(zolp_options INTERFACE -Wall -Wextra -Wshadow -Wconversion)
+if(ZOLP_WARNINGS_AS_ERRORS)
+  target_compile_options(zolp_options INTERFACE -Werror)
+endif()
+if(ZOLP_SANITIZERS)
+  target_compile_options(zolp_options INTERFACE -fsanitize=${ZOLP_SANITIZERS} -fno-omit-frame-pointer
+                                                -fno-sanitize-recover=all)
+  target_link_options(zolp_options INTERFACE -fsanitize=${ZOLP_SANITIZERS})
+endif()
+
+function(zolp_target_options target)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zolp_options>)
+  set_target_properties(
+    ${target}
+    PROPERTIES CXX_EXTENSIONS OFF
+               POSITION_INDEPENDENT_CODE ON
+               C_VISIBILITY_PRESET hidden
+               CXX_VISIBILITY_PRESET hidden
+               VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
+# zolp_shared_library(TARGET EXPORTS FILE): options, version and export list of a shared library.
+function(zolp_shared_library target)
+  cmake_parse_arguments(arg "" "EXPORTS" "" ${ARGN})
+  zolp_target_options(${target})
+  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION}
+                                             SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(arg_EXPORTS AND NOT WIN32)
+    cmake_path(ABSOLUTE_PATH arg_EXPORTS)
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${arg_EXPORTS}")
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS "${arg_EXPORTS}")
+  endif()
+  if(NOT WIN32)
+    target_link_options(${target} PRIVATE "LINKER:--no-undefined")
+  endif()
+endfunction()

@@ -1,0 +1,146 @@
+/**
+ * @file
+ * Control of the embedded host platform: opening and filling a site, and what tests and tools need
+ * to steer the platform's operations and to look at what they did.
+ *
+ * A site is one SQLite file with a folder of files beside it. Programs that do not open one
+ * themselves get the file that the environment variable `ORK_HOST_DB` names, at login. Functions
+ * here need no session and are not recorded in the journal of calls. Those that return a status put
+ * code and text of a failure on the error stack, like the platform's own operations. Texts that they
+ * hand out are freed with `MEM_free`.
+ */
+#ifndef ORK_HOST_H
+#define ORK_HOST_H
+
+#include <stddef.h>
+
+#include "ork/ork.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ----------------------------------------------------------------------------------- sites -- */
+
+/**
+ * Opens a site and closes the one that was open. A session ends with the site it was opened on.
+ * @param[in] path path of the site's file, created when it does not exist; ":memory:" for a site
+ *   that keeps nothing.
+ * @return #ORK_ok or #ORK_site_not_available.
+ */
+ORK_API int ork_host_open(const char* path);
+
+/** Ends the session, if there is one, and closes the site. */
+ORK_API void ork_host_close(void);
+
+/**
+ * Path of the open site.
+ * @return the path, kept by the host; null when no site is open.
+ */
+ORK_API const char* ork_host_path(void);
+
+/**
+ * Fills the open site from a JSON text (format: `docs/embedded-host.md`). All of it is taken, or
+ * nothing. What exists under the same name is changed, so that seeding twice is seeding once.
+ * @param[in] json the text, NUL-terminated.
+ * @return #ORK_ok, #ORK_invalid_argument (the text on the error stack says where and what) or
+ *   #ORK_site_not_available.
+ */
+ORK_API int ork_host_seed(const char* json);
+
+/** The same from a file. */
+ORK_API int ork_host_seed_file(const char* path);
+
+/**
+ * Describes a part of the open site as JSON.
+ * @param[in] section "site", "users", "groups", "roles", "classes", "types", "relation_types",
+ *   "objects", "relations" or "preferences"; null for all of them in one object.
+ * @param[out] json the text; null on failure.
+ * @return #ORK_ok, #ORK_invalid_argument or #ORK_site_not_available.
+ */
+ORK_API int ork_host_describe(const char* section, char** json);
+
+/**
+ * Sets a preference's values; the session that is open sees them at once.
+ * @param[in] name the preference.
+ * @param[in] count number of values; 0 removes the preference.
+ * @param[in] values the values.
+ */
+ORK_API int ork_host_set_preference(const char* name, int count, const char* const* values);
+
+/**
+ * Finds an item revision by the ids that users know.
+ * @param[in] item_id, revision_id the ids; a null revision id finds the item itself.
+ * @param[out] object the object, or #NULLTAG when there is none.
+ */
+ORK_API int ork_host_find_item(const char* item_id, const char* revision_id, tag* object);
+
+/* ------------------------------------------------------------------- the program's arguments -- */
+
+/**
+ * Sets the command line that `ORK_get_cli_argument` reads, in place of the program's own.
+ * @param[in] count number of arguments, the program's name included; 0 goes back to the real ones.
+ * @param[in] arguments the arguments; they are copied.
+ */
+ORK_API void ork_host_set_arguments(int count, const char* const* arguments);
+
+/* ---------------------------------------------------------------------- faults and delays -- */
+
+/**
+ * Makes a later call of an operation fail without doing anything.
+ * @param[in] operation name of the platform operation, for example "PREF_initialize"; "*" counts
+ *   the calls of all operations.
+ * @param[in] nth which call from now on, counted from 1.
+ * @param[in] status the status that it returns; it also goes onto the error stack.
+ */
+ORK_API void ork_host_fail_call(const char* operation, int nth, int status);
+
+/**
+ * Makes every later call of an operation take a time.
+ * @param[in] operation name of the platform operation.
+ * @param[in] milliseconds the time; 0 takes the delay away.
+ */
+ORK_API void ork_host_delay_call(const char* operation, int milliseconds);
+
+/**
+ * Makes a later allocation yield nothing.
+ * @param[in] nth which allocation from now on, counted from 1.
+ */
+ORK_API void ork_host_fail_allocation(int nth);
+
+/** Takes back all faults and delays that are set. */
+ORK_API void ork_host_clear_faults(void);
+
+/* ----------------------------------------------------------------------- journal and memory -- */
+
+/** Starts recording the calls of platform operations and forgets those recorded before. */
+ORK_API void ork_host_start_journal(void);
+
+/** Stops recording; what was recorded can still be read. */
+ORK_API void ork_host_stop_journal(void);
+
+/**
+ * Number of calls in the journal. Operations of the `MEM_` and `ERR_` modules are not recorded.
+ */
+ORK_API int ork_host_journal_size(void);
+
+/**
+ * One call of the journal.
+ * @param[in] index index of the call, from 0, in the order in which the calls began.
+ * @param[out] operation its operation's name, kept by the host until the journal starts anew.
+ * @param[out] status what it returned.
+ * @return 1, or 0 when there is no such call.
+ */
+ORK_API int ork_host_journal_entry(int index, const char** operation, int* status);
+
+/** Number of blocks that were allocated with `MEM_alloc` and its relatives and not freed. */
+ORK_API size_t ork_host_block_count(void);
+
+/** Sum of the sizes of these blocks, in bytes. */
+ORK_API size_t ork_host_block_bytes(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

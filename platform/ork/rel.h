@@ -1,0 +1,64 @@
+/**
+ * @file
+ * Relations between two objects, a primary and a secondary one.
+ */
+#ifndef ORK_REL_H
+#define ORK_REL_H
+
+#include "ork/ork.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Codes of the relation operations. */
+enum {
+  REL_not_a_relation_type = 25001, /**< the object is not a relation type */
+  REL_exists = 25002               /**< the two objects are already related by this type */
+};
+
+/**
+ * Finds a relation type.
+ * @param[in] name its name.
+ * @param[out] relation_type the type, or #NULLTAG when there is none of that name.
+ */
+ORK_API int REL_find_relation_type(const char* name, tag* relation_type);
+
+/**
+ * Lists the objects that are related to an object as secondary ones, in the order in which they
+ * were related.
+ * @param[in] primary the primary object.
+ * @param[in] relation_type the type of relation; #NULLTAG takes all types.
+ * @param[out] count number of objects.
+ * @param[out] secondaries the objects, freed by the caller with `MEM_free`; null when there are
+ *   none.
+ * @return #ORK_ok, #STORE_unknown_tag, #STORE_deleted_tag or #REL_not_a_relation_type.
+ */
+ORK_API int REL_list_secondary_objects_only(tag primary, tag relation_type, int* count,
+                                            tag** secondaries);
+
+/**
+ * Relates two objects. The relation becomes permanent with `REL_save_relation`.
+ * @param[in] primary the primary object.
+ * @param[in] secondary the secondary object.
+ * @param[in] relation_type the type of relation.
+ * @param[in] user_data an object to keep with the relation, or #NULLTAG.
+ * @param[out] relation the new relation.
+ * @return #ORK_ok, #REL_exists, #REL_not_a_relation_type, #STORE_unknown_tag or
+ *   #STORE_deleted_tag.
+ */
+ORK_API int REL_create_relation(tag primary, tag secondary, tag relation_type, tag user_data,
+                                tag* relation);
+
+/**
+ * Makes a new relation permanent.
+ * @param[in] relation the relation.
+ * @return #ORK_ok, #STORE_unknown_tag, #STORE_deleted_tag or #ORK_site_not_available.
+ */
+ORK_API int REL_save_relation(tag relation);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,30 @@
+/**
+ * @file
+ * Workspace objects: what users see and name (items, revisions, datasets, forms, folders).
+ */
+#ifndef ORK_WSO_H
+#define ORK_WSO_H
+
+#include "ork/ork.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Codes of the workspace object operations. */
+enum { WSO_not_a_workspace_object = 26001 /**< the object is no workspace object */ };
+
+/**
+ * The text under which users see an object: "id-name" for an item, "id/revision-name" for an item
+ * revision, the name for everything else.
+ * @param[in] object a workspace object.
+ * @param[out] id the text, freed by the caller with `MEM_free`; null on failure.
+ * @return #ORK_ok, #STORE_unknown_tag, #STORE_deleted_tag or #WSO_not_a_workspace_object.
+ */
+ORK_API int WSO_get_object_id_string(tag object, char** id);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

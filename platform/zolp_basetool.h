@@ -1,0 +1,117 @@
+/**
+ * @file
+ * The trace library `libzolp_basetool`: an indented call trace of whatever a process does.
+ *
+ * A line is put together from the texts of one or more calls and ends with a line feed. It is
+ * indented by the depth that holds when it begins. What is shown, where and with which prefix comes
+ * from the environment (`ZOLP_TRACE_LEVEL`, `ZOLP_TRACE_FILE` and others, see `docs/tracing.md`);
+ * unless told otherwise, errors and warnings are shown, on standard error.
+ *
+ * Formats are those of `printf`; a null text for `%s` is shown as "(null)". To be used from one
+ * thread, like the library that it serves.
+ */
+#ifndef ZOLP_BASETOOL_H
+#define ZOLP_BASETOOL_H
+
+#include <stddef.h>
+
+#if defined(_WIN32)
+#if defined(ZOLP_BUILDING_BASETOOL)
+#define ZOLP_TRACE_API __declspec(dllexport)
+#else
+#define ZOLP_TRACE_API __declspec(dllimport)
+#endif
+#else
+#define ZOLP_TRACE_API __attribute__((visibility("default")))
+#endif
+
+#if defined(__GNUC__)
+#define ZOLP_PRINTF_LIKE(format_index, first_argument) \
+  __attribute__((format(printf, format_index, first_argument)))
+#else
+#define ZOLP_PRINTF_LIKE(format_index, first_argument)
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Levels of the trace; each shows what the ones before it show. */
+enum {
+  ZOLP_LEVEL_OFF = 0,
+  ZOLP_LEVEL_ERROR = 1,
+  ZOLP_LEVEL_WARNING = 2,
+  ZOLP_LEVEL_LOG = 3,   /**< entry and exit of calls, version banner */
+  ZOLP_LEVEL_TRACE = 4, /**< details of calls */
+  ZOLP_LEVEL_DEBUG = 5  /**< remarks of functions */
+};
+
+/**
+ * Writes an entry or exit line.
+ * @param[in] area, detail kept for sites that tell areas of the trace apart; pass 1 and 1.
+ * @param[in] format, ... the text, as for `printf`.
+ */
+ZOLP_TRACE_API void ZOLP_LOG(int area, int detail, const char* format, ...) ZOLP_PRINTF_LIKE(3, 4);
+
+/** Writes a detail of a call. */
+ZOLP_TRACE_API void ZOLP_TRACE(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
+
+/** Writes a failure or its error text. */
+ZOLP_TRACE_API void ZOLP_ERROR(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
+
+/** Writes a warning. */
+ZOLP_TRACE_API void ZOLP_WARNING(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
+
+/** Writes a remark for those who debug a customisation. */
+ZOLP_TRACE_API void ZOLP_DEBUG(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
+
+/**
+ * Reports exhausted memory, as an error. Needs no memory itself.
+ * @param[in] text what could not be allocated; written as it stands, followed by a line feed.
+ */
+ZOLP_TRACE_API void ZOLP_CRERROR(const char* text);
+
+/** Writes a part of the version banner. */
+ZOLP_TRACE_API void ZOLP_PRINT_VERINFO(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
+
+/** Indents the lines that follow by one level more. */
+ZOLP_TRACE_API void ZOLP_IncTraceSpaces(void);
+
+/** Indents the lines that follow by one level less; at the margin it does nothing. */
+ZOLP_TRACE_API void ZOLP_DecTraceSpaces(void);
+
+/**
+ * Asks whether texts of a level are shown, for callers that would otherwise prepare many in vain.
+ * @param[in] level one of the levels above.
+ * @return 1 if they are, otherwise 0.
+ */
+ZOLP_TRACE_API int ZOLP_IsTraced(int level);
+
+/** Sets the level for the rest of the process, in place of the environment's. */
+ZOLP_TRACE_API void ZOLP_SetTraceLevel(int level);
+
+/** Current depth of indentation in levels; it counts on where the indentation stops widening. */
+ZOLP_TRACE_API int ZOLP_GetTraceDepth(void);
+
+/**
+ * Receives the trace's lines.
+ * @param[in] level level of the text that began the line.
+ * @param[in] line the line with its prefix and indentation and without its line feed,
+ *   NUL-terminated; valid during the call only.
+ * @param[in] size its length in bytes.
+ * @param[in] context what was given to `ZOLP_SetTraceWriter`.
+ */
+typedef void (*ZOLP_TraceWriter)(int level, const char* line, size_t size, void* context);
+
+/**
+ * Sends the trace to a function of the host program instead of a file or standard error.
+ * @param[in] writer the function; null goes back to what the environment says.
+ * @param[in] context passed on to it.
+ */
+ZOLP_TRACE_API void ZOLP_SetTraceWriter(ZOLP_TraceWriter writer, void* context);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

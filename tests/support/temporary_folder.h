@@ -1,0 +1,49 @@
+/** @file A folder for one test, removed when the test ends. */
+#pragma once
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+
+namespace test {
+
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "zolp-test-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    path_ = pattern;
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  /** Path of a file in the folder. */
+  std::string path(const std::string& name) const { return (path_ / name).string(); }
+
+  /** Writes a file and returns its path. */
+  std::string write(const std::string& name, const std::string& contents) const {
+    std::ofstream(path(name), std::ios::binary) << contents;
+    return path(name);
+  }
+
+  /** Contents of a file in the folder; empty when it does not exist. */
+  std::string read(const std::string& name) const {
+    std::ifstream file(path(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  bool has(const std::string& name) const { return std::filesystem::exists(path(name)); }
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace test
