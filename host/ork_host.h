@@ -6,8 +6,8 @@
  * A site is one SQLite file with a folder of files beside it. Programs that do not open one
  * themselves get the file that the environment variable `ORK_HOST_DB` names, at login. Functions
  * here need no session and are not recorded in the journal of calls. Those that return a status put
- * code and text of a failure on the error stack, like the platform's own operations. Texts that they
- * hand out are freed with `MEM_free`.
+ * code and text of a failure on the error stack, like the platform's own operations. Texts that
+ * they hand out are freed with `MEM_free`.
  */
 #ifndef ORK_HOST_H
 #define ORK_HOST_H

@@ -8,8 +8,9 @@
  * freed by the caller with `MEM_free`, unless its comment says otherwise.
  *
  * Each function writes a trace of itself and of the platform operations that it calls (see
- * `zolp_basetool.h`). To be used from one thread, with a session open (`ZOLP_startup_ork_environment`
- * or the host process's own login), unless a comment says that a function needs none.
+ * `zolp_basetool.h`). To be used from one thread, with a session open
+ * (`ZOLP_startup_ork_environment` or the host process's own login), unless a comment says that a
+ * function needs none.
  */
 #ifndef ZOLP_ORKTOOL_H
 #define ZOLP_ORKTOOL_H
@@ -212,19 +213,19 @@ ZOLP_API int ZOLP_run_modul(const char* name);
  * `read_dataset_basic_data`), so of several datasets of an item the earlier ones are out of reach.
  */
 typedef struct assy_entry {
-  int level;                                    /**< level of the line; of a dataset: its item's + 1 */
-  char type[ZOLP_LIST_FIELD_SIZE + 1];          /**< "ItemRev", "QNMASTER", "QNPART" or "ALTREP" */
-  char item_id[ZOLP_LIST_FIELD_SIZE + 1];       /**< of a dataset: its item's */
-  char item_rev[ZOLP_LIST_FIELD_SIZE + 1];      /**< of a dataset: its item's */
-  char dataset_name[ZOLP_LIST_FIELD_SIZE + 1];  /**< empty for an item */
-  char new_item_id[ZOLP_LIST_FIELD_SIZE + 1];   /**< of a dataset: its item's */
-  char new_item_rev[ZOLP_LIST_FIELD_SIZE + 1];  /**< of a dataset: its item's */
-  char new_name[ZOLP_LIST_FIELD_SIZE + 1];      /**< text of the column "New Name" */
-  char mode[133];                               /**< "RETAIN" or "CLONE" */
-  struct assy_entry* next;                      /**< next sibling, or null */
-  struct assy_entry* child;                     /**< child, or null */
-  struct assy_entry* parent;                    /**< parent, or null */
-  struct assy_entry* prev;                      /**< previous sibling, or null */
+  int level;                               /**< level of the line; of a dataset: its item's + 1 */
+  char type[ZOLP_LIST_FIELD_SIZE + 1];     /**< "ItemRev", "QNMASTER", "QNPART" or "ALTREP" */
+  char item_id[ZOLP_LIST_FIELD_SIZE + 1];  /**< of a dataset: its item's */
+  char item_rev[ZOLP_LIST_FIELD_SIZE + 1]; /**< of a dataset: its item's */
+  char dataset_name[ZOLP_LIST_FIELD_SIZE + 1]; /**< empty for an item */
+  char new_item_id[ZOLP_LIST_FIELD_SIZE + 1];  /**< of a dataset: its item's */
+  char new_item_rev[ZOLP_LIST_FIELD_SIZE + 1]; /**< of a dataset: its item's */
+  char new_name[ZOLP_LIST_FIELD_SIZE + 1];     /**< text of the column "New Name" */
+  char mode[133];                              /**< "RETAIN" or "CLONE" */
+  struct assy_entry* next;                     /**< next sibling, or null */
+  struct assy_entry* child;                    /**< child, or null */
+  struct assy_entry* parent;                   /**< parent, or null */
+  struct assy_entry* prev;                     /**< previous sibling, or null */
 } assy_entry;
 
 /**
@@ -285,8 +286,8 @@ ZOLP_API int ZOLP_scan_usage(const char* in_file, const char* out_file, int n_pa
 ZOLP_API int ZOLP_read_assylist(const char* file, assy_entry** entry);
 
 /**
- * Splits the cells "Item Revision" and "New Item ID" of a release list's line. Needs no session, but
- * the column positions from `ZOLP_create_clonelogheader`.
+ * Splits the cells "Item Revision" and "New Item ID" of a release list's line. Needs no session,
+ * but the column positions from `ZOLP_create_clonelogheader`.
  * @param[in] line the line, NUL-terminated.
  * @param[in] separator text between item id and revision.
  * @param[out] item_id, item_rev, new_item_id, new_item_rev caller's buffers of 129 bytes each. A
@@ -300,8 +301,8 @@ ZOLP_API int read_item_basic_data(const char* line, const char* separator, char*
 
 /**
  * Makes a dataset record from a release list's line and links it to a record. Below an item it
- * becomes the item's child in place of any earlier one; next to a dataset it becomes that one's next
- * sibling. Needs no session, but the column positions from `ZOLP_create_clonelogheader`.
+ * becomes the item's child in place of any earlier one; next to a dataset it becomes that one's
+ * next sibling. Needs no session, but the column positions from `ZOLP_create_clonelogheader`.
  * @param[in] line the line, NUL-terminated.
  * @param[in] dataset_type type for the record; longer texts are cut at 128 bytes.
  * @param[in] ignored pass 0.
@@ -317,8 +318,8 @@ ZOLP_API int read_dataset_basic_data(const char* line, const char* dataset_type,
  * Fixes the column positions for the list functions and writes the head of the clone log from the
  * header template. Reads the preferences "FLColumnCatIVFSeparatorPref", "WsoInsertNoSelectionsPref"
  * and the one named by the caller.
- * @param[in] release_list_file path of the release list, which must be writable; its first item line
- *   names the top assembly.
+ * @param[in] release_list_file path of the release list, which must be writable; its first item
+ * line names the top assembly.
  * @param[in] out_file path of the clone log; an existing file is replaced.
  * @param[in] header_pref preference that holds the path of the header template, which must be
  *   writable.
@@ -371,7 +372,8 @@ ZOLP_API int ZOLP_write_replace_and_cloneitem(FILE** out, const char* item_id, c
 
 /**
  * Writes the entry of a dataset that the clone keeps, from the template that the preference
- * "VPD_retain_datasettemplate" names. Placeholders: "%%ITEM_ID%%", "%%QNPARTNAME%%" (the part name),
+ * "VPD_retain_datasettemplate" names. Placeholders: "%%ITEM_ID%%", "%%QNPARTNAME%%" (the part
+ * name),
  * "%%RELATIONNAME%%", "%%ITEM_REV%%". Result as for `ZOLP_write_item`.
  */
 ZOLP_API int ZOLP_write_retaindataset(FILE** out, const char* item_id, const char* item_rev,

@@ -32,7 +32,8 @@ class TraceCapture {
   int count(const std::string& text) const {
     int found = 0;
     for (const std::string& line : lines_) {
-      if (line.find(text) != std::string::npos) ++found;
+      if (line.find(text) != std::string::npos)
+        ++found;
     }
     return found;
   }

@@ -1,0 +1,76 @@
+#include "call_frame.h"
+
+#include "clock.h"
+#include "host_memory.h"
+#include "ork/err.h"
+#include "zolp_basetool.h"
+#include "zolp_orktool.h"
+
+namespace orktool {
+namespace {
+
+constexpr std::int32_t slow_call_milliseconds = 1000;
+
+/** Time since a call began; the clock may wrap around meanwhile. */
+std::int32_t milliseconds_since(std::int32_t start) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(elapsed_milliseconds()) -
+                                   static_cast<std::uint32_t>(start));
+}
+
+[[gnu::cold]] void report_failed_call(const StartedCall& call, int status) {
+  ZOLP_ERROR(" File:%s Line:%d Funktion:%s returned %d \n", call.place.file, call.place.line,
+             call.text, status);
+  HostPtr<char> text;
+  ERR_get_error_text(status, out(text));
+  ZOLP_ERROR("--%s--\n", text.get());
+}
+
+}  // namespace
+
+Frame::Frame(const char* name, Place start) : name_(name) {
+  ZOLP_LOG(1, 1, " ->%s %s:%d\n", name, start.file, start.line);
+  ZOLP_IncTraceSpaces();
+}
+
+void leave_frame(const char* name, Place end) {
+  ZOLP_DecTraceSpaces();
+  ZOLP_LOG(1, 1, " <-%s %s:%d\n", name, end.file, end.line);
+}
+
+StartedCall start_call(const char* text, Place place) {
+  const std::int32_t start_time = elapsed_milliseconds();
+  ZOLP_LOG(1, 1, " ->%s %s:%d\n", text, place.file, place.line);
+  ZOLP_IncTraceSpaces();
+  return {text, place, start_time};
+}
+
+int FinishedCall::traced() const {
+  const auto& [text, place, start_time] = started;
+  ZOLP_TRACE(" File:%s Line:%d Funktion:%s\n", place.file, place.line, text);
+  const std::int32_t duration = milliseconds_since(start_time);
+  if (duration > slow_call_milliseconds) [[unlikely]] {
+    ZOLP_TRACE("%ds for call File:%s Line:%d Funktion:%s\n", duration / 1000, place.file,
+               place.line, text);
+  }
+  if (status != ORK_ok) {
+    report_failed_call(started, status);
+  }
+  leave_frame(text, place);
+  return status;
+}
+
+int FinishedCall::guarded() const {
+  const auto& [text, place, start_time] = started;
+  const std::int32_t duration = milliseconds_since(start_time);
+  if (duration > slow_call_milliseconds) [[unlikely]] {
+    ZOLP_TRACE("##Long Call: %s   %ds %s:%d\n", text, duration / 1000, place.file, place.line);
+  }
+  if (status != ORK_ok) {
+    ZOLP_ERROR("##ORK_err_%d: %s   %s:%d\n", status, text, place.file, place.line);
+    ZOLP_ReportLastOrkError(status);
+  }
+  leave_frame(text, place);
+  return status;
+}
+
+}  // namespace orktool

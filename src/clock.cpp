@@ -1,0 +1,49 @@
+#include "clock.h"
+
+#if defined(_WIN32)
+#include <ctime>
+#else
+#include <time.h>
+#endif
+
+namespace orktool {
+namespace {
+
+#if defined(_WIN32)
+
+// On this system clock() counts elapsed time from the start of the process, in milliseconds.
+std::int32_t real_clock() {
+  return static_cast<std::int32_t>(std::clock());
+}
+
+#else
+
+// Elsewhere clock() counts processor time, which would hide a call that waits for a server.
+std::uint32_t monotonic_milliseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint32_t>(now.tv_sec) * 1000U +
+         static_cast<std::uint32_t>(now.tv_nsec) / 1'000'000U;
+}
+
+const std::uint32_t load_time = monotonic_milliseconds();
+
+std::int32_t real_clock() {
+  return static_cast<std::int32_t>(monotonic_milliseconds() - load_time);
+}
+
+#endif
+
+Clock current_clock = real_clock;
+
+}  // namespace
+
+std::int32_t elapsed_milliseconds() {
+  return current_clock();
+}
+
+void replace_clock(Clock clock) {
+  current_clock = clock != nullptr ? clock : real_clock;
+}
+
+}  // namespace orktool
