@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
 #include <string>
 
 #include "clock.h"
+#include "ork/mem.h"
 #include "support/site.h"
 #include "support/trace_capture.h"
 #include "zolp_orktool.h"
