@@ -5,6 +5,7 @@
 #ifndef ORK_OBJ_H
 #define ORK_OBJ_H
 
+#include "ork/date.h"
 #include "ork/ork.h"
 
 #ifdef __cplusplus
@@ -13,6 +14,92 @@ extern "C" {
 
 /** Starts the application object module. Needs a session. */
 ORK_API int OBJ_init_module(void);
+
+/**
+ * Reads an object's values into memory. Does nothing for an object that is loaded or new.
+ * @param[in] object the object.
+ */
+ORK_API int OBJ_load(tag object);
+
+/**
+ * Locks an object for a change and brings its values up to date.
+ * @param[in] object the object.
+ * @return #ORK_ok, #STORE_locked_by_other, #STORE_unknown_tag or #STORE_deleted_tag.
+ */
+ORK_API int OBJ_lock(tag object);
+
+/**
+ * Brings an object's values up to date; changes that were not saved are dropped.
+ * @param[in] object the object.
+ * @param[in] for_change 1 locks the object, 0 gives its lock back.
+ * @return as `OBJ_lock`.
+ */
+ORK_API int OBJ_refresh(tag object, logical for_change);
+
+/**
+ * Saves an object. Its lock stays.
+ * @param[in] object an object that this process has locked or made.
+ * @return #ORK_ok or #STORE_not_locked.
+ */
+ORK_API int OBJ_save(tag object);
+
+/**
+ * Deletes an object.
+ * @param[in] object an object that this process has locked or made.
+ * @return #ORK_ok, #STORE_not_locked or #STORE_locked_by_other.
+ */
+ORK_API int OBJ_delete(tag object);
+
+/**
+ * User who owns an object.
+ * @param[in] object the object.
+ * @param[out] owner the user.
+ */
+ORK_API int OBJ_get_owner(tag object, tag* owner);
+
+/**
+ * Group that owns an object.
+ * @param[in] object the object.
+ * @param[out] group the group.
+ */
+ORK_API int OBJ_get_group(tag object, tag* group);
+
+/**
+ * Values of an attribute that refers to objects.
+ * @param[in] object a loaded object.
+ * @param[in] attribute name of the attribute.
+ * @param[out] count number of values.
+ * @param[out] values the objects, freed by the caller with `MEM_free`; null for none.
+ * @return #ORK_ok, #STORE_unknown_attribute or #STORE_wrong_value_type.
+ */
+ORK_API int OBJ_get_value_tags(tag object, const char* attribute, int* count, tag** values);
+
+/**
+ * Value of a text attribute.
+ * @param[in] object the object.
+ * @param[in] attribute name of the attribute.
+ * @param[out] value the text, freed by the caller with `MEM_free`; null on failure.
+ * @return as `OBJ_get_value_tags`.
+ */
+ORK_API int OBJ_get_value_string(tag object, const char* attribute, char** value);
+
+/**
+ * Value of a date attribute.
+ * @param[in] object the object.
+ * @param[in] attribute name of the attribute.
+ * @param[out] value the date; the null date when none is set.
+ * @return as `OBJ_get_value_tags`.
+ */
+ORK_API int OBJ_get_value_date(tag object, const char* attribute, date_s* value);
+
+/**
+ * Sets a text attribute. The change is private to the process until the object is saved.
+ * @param[in] object an object that this process has locked or made.
+ * @param[in] attribute name of the attribute.
+ * @param[in] value the text.
+ * @return as `OBJ_get_value_tags`, or #STORE_not_locked or #STORE_value_too_long.
+ */
+ORK_API int OBJ_set_value_string(tag object, const char* attribute, const char* value);
 
 #ifdef __cplusplus
 }

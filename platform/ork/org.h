@@ -54,6 +54,22 @@ ORK_API int ORG_get_current_role(tag* role);
  */
 ORK_API int ORG_get_role_name(tag role, char* name);
 
+/**
+ * Id of a user.
+ * @param[in] user the user.
+ * @param[out] user_id caller's buffer of #ORG_name_size + 1 bytes.
+ * @return #ORK_ok or #ORG_not_a_user.
+ */
+ORK_API int ORG_get_user_identifier(tag user, char* user_id);
+
+/**
+ * Name of a group.
+ * @param[in] group the group.
+ * @param[out] name caller's buffer of #ORG_name_size + 1 bytes.
+ * @return #ORK_ok or #ORG_not_a_group.
+ */
+ORK_API int ORG_get_group_name(tag group, char* name);
+
 #ifdef __cplusplus
 }
 #endif

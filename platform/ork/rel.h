@@ -57,6 +57,43 @@ ORK_API int REL_create_relation(tag primary, tag secondary, tag relation_type, t
  */
 ORK_API int REL_save_relation(tag relation);
 
+/** One relation, as lists of relations have it. */
+typedef struct REL_record_s {
+  tag relation;      /**< the relation itself */
+  tag primary;       /**< its primary object */
+  tag secondary;     /**< its secondary object */
+  tag relation_type; /**< its type */
+  tag user_data;     /**< the object kept with it, or #NULLTAG */
+} REL_record_s;
+
+/**
+ * Lists the relations in which an object is the secondary one.
+ * @param[in] secondary the secondary object.
+ * @param[in] relation_type the type of relation; #NULLTAG takes all types.
+ * @param[out] count number of relations.
+ * @param[out] relations their records, freed by the caller with `MEM_free`; null for none.
+ */
+ORK_API int REL_list_primary_objects(tag secondary, tag relation_type, int* count,
+                                     REL_record_s** relations);
+
+/**
+ * Lists relations.
+ * @param[in] primary, secondary, relation_type, user_data what a relation must have; #NULLTAG takes
+ *   any.
+ * @param[out] count number of relations.
+ * @param[out] relations the relations, freed by the caller with `MEM_free`; null for none.
+ */
+ORK_API int REL_list_relations(tag primary, tag secondary, tag relation_type, tag user_data,
+                               int* count, tag** relations);
+
+/**
+ * Lists all relations in which an object is the primary or the secondary one.
+ * @param[in] object the object.
+ * @param[out] count number of relations.
+ * @param[out] relations their records, freed by the caller with `MEM_free`; null for none.
+ */
+ORK_API int REL_list_all_related_objects(tag object, int* count, REL_record_s** relations);
+
 #ifdef __cplusplus
 }
 #endif

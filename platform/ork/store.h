@@ -5,6 +5,7 @@
 #ifndef ORK_STORE_H
 #define ORK_STORE_H
 
+#include "ork/date.h"
 #include "ork/ork.h"
 
 #ifdef __cplusplus
@@ -48,6 +49,117 @@ ORK_API int STORE_get_user_id(char** user_id);
  * @param[out] verdict 1 if so.
  */
 ORK_API int STORE_is_user_sa(logical* verdict);
+
+/** States of an instance in this process. */
+enum {
+  STORE_instance_not_loaded = 7001, /**< its values have not been read */
+  STORE_instance_loaded = 7002,     /**< its values are in memory */
+  STORE_instance_new = 7003         /**< it was made by this process and never saved */
+};
+
+/** Lock states of an instance, as this process sees them. */
+enum {
+  STORE_no_lock = 0,    /**< this process may not change it */
+  STORE_modify_lock = 1 /**< this process has locked it for a change */
+};
+
+/**
+ * Asks whether a tag stands for an object.
+ * @param[in] object any value.
+ * @param[out] valid 1 if so; 0 for an unknown tag and for that of a deleted object.
+ */
+ORK_API int STORE_is_tag_valid(tag object, logical* valid);
+
+/**
+ * State of an instance in this process.
+ * @param[in] object the instance.
+ * @param[out] state one of the states above.
+ */
+ORK_API int STORE_get_instance_state(tag object, int* state);
+
+/**
+ * Lock state of an instance.
+ * @param[in] object the instance.
+ * @param[out] lock #STORE_modify_lock when this process holds the lock, otherwise #STORE_no_lock.
+ */
+ORK_API int STORE_get_instance_lock(tag object, int* lock);
+
+/**
+ * Who holds the lock of an instance.
+ * @param[in] object the instance.
+ * @param[out] user_id id of the holder, freed by the caller with `MEM_free`; null when nobody holds
+ *   it.
+ * @param[out] login_date when the lock was taken; the null date when nobody holds it.
+ * @param[out] node_name name of the holder's machine, freed by the caller with `MEM_free`; null
+ * when nobody holds it.
+ */
+ORK_API int STORE_who_locked_instance(tag object, char** user_id, date_s* login_date,
+                                      char** node_name);
+
+/**
+ * Finds a class.
+ * @param[in] class_name its name.
+ * @param[out] class_id the class.
+ * @return #ORK_ok or #STORE_unknown_class.
+ */
+ORK_API int STORE_class_id_of_class(const char* class_name, tag* class_id);
+
+/**
+ * Class of an instance.
+ * @param[in] object the instance.
+ * @param[out] class_id its class.
+ */
+ORK_API int STORE_class_of_instance(tag object, tag* class_id);
+
+/**
+ * Asks whether a class descends from another one.
+ * @param[in] ancestor the class that may be above.
+ * @param[in] descendant the class that may be below.
+ * @param[out] verdict 1 if so; a class does not descend from itself.
+ */
+ORK_API int STORE_is_descendant(tag ancestor, tag descendant, logical* verdict);
+
+/**
+ * Describes a class.
+ * @param[in] class_id the class.
+ * @param[in] option pass 0.
+ * @param[in] reserved pass null.
+ * @param[out] application name of the application that defined it, freed by the caller with
+ *   `MEM_free`.
+ * @param[out] descriptor 1 for a class that cannot have instances, otherwise 0.
+ * @param[out] count number of attributes that the class itself adds.
+ * @param[out] attributes their identifiers, freed by the caller with `MEM_free`; null for none.
+ */
+ORK_API int STORE_describe_class(tag class_id, int option, const char* reserved, char** application,
+                                 int* descriptor, int* count, tag** attributes);
+
+/**
+ * The classes right above a class.
+ * @param[in] class_id the class.
+ * @param[out] count their number; 0 for the root.
+ * @param[out] parents the classes, freed by the caller with `MEM_free`; null for none.
+ */
+ORK_API int STORE_superclasses_of_class(tag class_id, int* count, tag** parents);
+
+/**
+ * Number of the local site.
+ * @param[out] site_id the number; 0 when the site has none.
+ */
+ORK_API int STORE_site_id(int* site_id);
+
+/**
+ * The object that stands for a site.
+ * @param[in] site_id number of the site.
+ * @param[out] site the object, or #NULLTAG when the site is not known here.
+ */
+ORK_API int STORE_lookup_imc(int site_id, tag* site);
+
+/**
+ * The site that owns an instance.
+ * @param[in] object the instance.
+ * @param[out] site the owning site's object; #NULLTAG when that is not known.
+ */
+ORK_API int STORE_location_of_instance(tag object, tag* site);
 
 #ifdef __cplusplus
 }

@@ -23,6 +23,23 @@ enum { WSO_not_a_workspace_object = 26001 /**< the object is no workspace object
  */
 ORK_API int WSO_get_object_id_string(tag object, char** id);
 
+/** Longest name of a workspace object, in bytes; a buffer needs one byte more. */
+#define WSO_name_size 128
+
+/**
+ * Name of a workspace object.
+ * @param[in] object the object.
+ * @param[out] name caller's buffer of #WSO_name_size + 1 bytes.
+ */
+ORK_API int WSO_get_name(tag object, char* name);
+
+/**
+ * Name of a workspace object's type.
+ * @param[in] object the object.
+ * @param[out] type caller's buffer of #WSO_name_size + 1 bytes.
+ */
+ORK_API int WSO_get_object_type(tag object, char* type);
+
 #ifdef __cplusplus
 }
 #endif

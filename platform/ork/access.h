@@ -1,0 +1,50 @@
+/**
+ * @file
+ * Access: who may do what with an object.
+ */
+#ifndef ORK_ACCESS_H
+#define ORK_ACCESS_H
+
+#include "ork/ork.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Privileges on an object. */
+#define ACCESS_privilege_read "READ"
+#define ACCESS_privilege_write "WRITE"
+#define ACCESS_privilege_delete "DELETE"
+
+/** Codes of the access operations. */
+enum {
+  ACCESS_unknown_privilege = 28001, /**< there is no such privilege */
+  ACCESS_denied = 28002             /**< the session's user may not do this */
+};
+
+/**
+ * Asks whether the session's user has a privilege on an object.
+ * @param[in] object the object.
+ * @param[in] privilege one of the privileges above.
+ * @param[out] granted 1 if so.
+ * @return #ORK_ok, #ACCESS_unknown_privilege, #STORE_unknown_tag or #STORE_deleted_tag.
+ */
+ORK_API int ACCESS_check_privilege(tag object, const char* privilege, logical* granted);
+
+/**
+ * Asks whether certain accessors together have a privilege on an object.
+ * @param[in] count number of accessors.
+ * @param[in] accessors users, groups and roles.
+ * @param[in] object the object.
+ * @param[in] privilege one of the privileges above.
+ * @param[out] granted 1 if so.
+ * @return as `ACCESS_check_privilege`.
+ */
+ORK_API int ACCESS_check_accessors_privilege(int count, const tag* accessors, tag object,
+                                             const char* privilege, logical* granted);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
