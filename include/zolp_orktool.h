@@ -17,6 +17,7 @@
 
 #include <stdio.h>
 
+#include "ork/date.h"
 #include "ork/file.h"
 #include "ork/ork.h"
 #include "ork/pref.h"
@@ -200,6 +201,356 @@ ZOLP_API logical ZOLP_check_preference(int option, const char* name, const char*
  *   spelling); otherwise 0.
  */
 ZOLP_API int ZOLP_run_modul(const char* name);
+
+/* -------------------------------------------------------------------------- arrays of tags -- */
+
+/*
+ * An array of tags is a pair of a count and a block from the platform's allocator, which the caller
+ * frees with `MEM_free`. A null array is empty. These functions keep the array in its order,
+ * without duplicates and without the null tag, and need no session unless a comment says so.
+ */
+
+/**
+ * Asks whether a tag stands in an array.
+ * @param[in] element the tag.
+ * @param[in] array, count the array.
+ * @param[out] found 1 if so, otherwise 0.
+ * @return always 0.
+ */
+ZOLP_API int ZOLP_searchElementInArray(tag element, const tag* array, int count, logical* found);
+
+/** The same through pointers to array and count. */
+ZOLP_API int ZOLP_searchElement(tag element, tag** array, int* count, logical* found);
+
+/**
+ * Appends a tag to an array, unless it is there.
+ * @param[in] element the tag.
+ * @param[in,out] count, array the array; it may move.
+ * @return 0, also when the tag was there; 1 for the null tag or when memory is exhausted, and then
+ *   the array is as it was.
+ */
+ZOLP_API int ZOLP_addElement(tag element, int* count, tag** array);
+
+/**
+ * Removes a tag from an array.
+ * @param[in] element the tag.
+ * @param[in,out] count, array the array; it may move. When nothing is left it is freed and null.
+ * @return 0; 1, with a line on standard output, when nothing is left or the array cannot be
+ * resized.
+ */
+ZOLP_API int ZOLP_removeElement(tag element, int* count, tag** array);
+
+/**
+ * Removes the tags of objects that do not exist any more. Needs a session.
+ * @param[in,out] count, array the array; it may move. When nothing is left it is freed and null.
+ * @return always 0.
+ */
+ZOLP_API int ZOLP_removeInvalidTags(int* count, tag** array);
+
+/**
+ * Appends to an array the objects that do not stand in a second one.
+ * @param[in] count, objects the objects.
+ * @param[in] exclude_count, exclude the objects to leave out.
+ * @param[in,out] out_count, out_array the array to append to; it is not emptied before.
+ * @return 0; 1 when a null tag among the objects, or exhausted memory, ended the work.
+ */
+ZOLP_API int ZOLP_excludeObjects(int count, const tag* objects, int exclude_count,
+                                 const tag* exclude, int* out_count, tag** out_array);
+
+/**
+ * Asks whether a text is the first one of an array; the others are not looked at.
+ * @param[in] text the text, compared with its case.
+ * @param[in] count, strings the array of texts.
+ * @param[out] found 1 if so, otherwise 0.
+ * @return always 0.
+ */
+ZOLP_API int ZOLP_ifStringInArray(const char* text, int count, char** strings, logical* found);
+
+/**
+ * Leaves one of each tag in an array: first those that stood in it once, in their order, then one
+ * of each repeated tag in the order in which they first stood.
+ * @param[in,out] array the array, changed in place and not resized.
+ * @param[in,out] count number of its tags, before and after.
+ * @return always 0; when memory is exhausted the array is as it was.
+ */
+ZOLP_API int ZOLP_eliminateRedundances(tag* array, int* count);
+
+/* -------------------------------------------------------------------------- texts and paths -- */
+
+/**
+ * Makes a text fit for a file name: each of the characters slash, semicolon, comma, blank, "*",
+ * ":",
+ * "?", "=", backslash, apostrophe, "#", ">", "<", brackets, braces, "|", "~", "@", "&", "$", double
+ * quote, acute accent (byte 0xB4) and grave accent becomes "_". Needs no session.
+ * @param[in,out] text the text.
+ * @return always 0.
+ */
+ZOLP_API int ZOLP_RepSpecialChar(char* text);
+
+/** Makes a text lower case, byte by byte, in place. Needs no session. Returns always 0. */
+ZOLP_API int string_to_lower(char* text);
+
+/**
+ * Splits a text into fields, up to its first line feed. Separators between double quotes do not
+ * count; the quotes stay in the field. Leading blanks of a field are dropped. Needs no session.
+ * @param[in] text the text; null and "" have no fields.
+ * @param[in] separators the separating characters; null stands for "~".
+ * @param[out] count number of fields.
+ * @param[out] items the fields, each and then the array freed by the caller with `MEM_free`; null
+ *   for none.
+ * @return 0; -1 or 1 when memory is exhausted, and then there are no fields.
+ */
+ZOLP_API int ZOLP_splitItemString(const char* text, const char* separators, int* count,
+                                  char*** items);
+
+/**
+ * Splits a text at its first separator. Needs no session.
+ * @param[in] text the text.
+ * @param[in] separator the separating character.
+ * @param[out] head, tail caller's buffers for what stands before and behind it; each needs the
+ *   length of the text and one byte more.
+ * @return always 0.
+ */
+ZOLP_API int ZOLP_splitToFirstSeparator(const char* text, char separator, char* head, char* tail);
+
+/** Size of the buffer for an expanded path, in bytes. */
+#define ZOLP_LONG_PATH_SIZE 1024
+
+/**
+ * Expands the environment variable with which a path begins, as in "%TEMP%\\sub". Needs no session.
+ * @param[in] path the path: a variable of at most 40 characters with its signs, a backslash, and at
+ *   most 256 characters more.
+ * @param[out] long_path caller's buffer of #ZOLP_LONG_PATH_SIZE bytes. Untouched when the path
+ * begins with neither "%" nor "$", and on failure.
+ * @return 0; 1 when the variable is not defined, or the path is too long before or after expansion.
+ */
+ZOLP_API int ZOLP_ExtendPathVar(const char* path, char* long_path);
+
+/* --------------------------------------------------------- ownership, access, locks, relations --
+ */
+
+/**
+ * Asks whether a user in a group has a privilege on an object.
+ * @param[in] user, group the accessors.
+ * @param[in] object the object.
+ * @param[in] privilege name of the privilege, for example "WRITE".
+ * @return 0 when it is granted, 1 when it is refused or cannot be asked for.
+ */
+ZOLP_API int ZOLP_check_access(tag user, tag group, tag object, const char* privilege);
+
+/**
+ * Loads and locks an object unless it is loaded and locked. Failures show in the trace only.
+ * @param[in] object the object.
+ * @return always 0.
+ */
+ZOLP_API int ZOLP_verify_state_and_lock_of_object(tag object);
+
+/**
+ * Asks whether an object carries a release status.
+ * @param[in] object the object.
+ * @param[out] has_status 1 if so, otherwise 0; untouched on failure.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_checkObjectStatus(tag object, logical* has_status);
+
+/**
+ * User and group who own an object.
+ * @param[in] object the object.
+ * @param[out] owner the user, or 0.
+ * @param[out] group the group, or 0.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_ask_ownership(tag object, tag* owner, tag* group);
+
+/**
+ * The same as text.
+ * @param[in] object the object.
+ * @param[out] user_id caller's buffer of 33 bytes for the owner's user id; empty on failure.
+ * @param[out] group_name caller's buffer of 33 bytes for the group's name; empty on failure.
+ * @return the status of looking up the owners; a name that cannot be read is no failure.
+ */
+ZOLP_API int ZOLP_ask_ownership_names(tag object, char* user_id, char* group_name);
+
+/**
+ * Lists the objects related to an object.
+ * @param[in] obj the object.
+ * @param[in] relation_name name of the relation type; null or "" takes all.
+ * @param[out] count number of objects.
+ * @param[out] list the objects, freed by the caller with `MEM_free`; null for none. Both are
+ *   untouched when the relation type is not known: set them before.
+ * @param[in] reverse 0 for the objects attached to it, 1 for those that it is attached to.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count, tag** list,
+                                  logical reverse);
+
+/**
+ * The first of these objects.
+ * @param[in] obj, relation_name, reverse as for `ZOLP_GetAttachedObjs`.
+ * @param[out] first the object, or 0.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_GetFirstAttachedObj(tag obj, const char* relation_name, tag* first,
+                                      logical reverse);
+
+/** Asks whether an object is a workspace object; as `ZOLP_isObjectOfClass`. */
+ZOLP_API int ZOLP_isWorkspaceObject(tag obj, logical* answer);
+
+/**
+ * Collects the attributes of a class and of its superclasses, up to the root.
+ * @param[in] class_id the class.
+ * @param[in,out] attr_count number of attributes in the array; new ones are appended.
+ * @param[in,out] attr_ids their identifiers, a block freed by the caller with `MEM_free`; it may
+ *   move.
+ * @param[in,out] max_count number of identifiers that the array has room for; below 1 a new array
+ * is made.
+ * @return always 0; a failure ends the collecting and shows in the trace.
+ */
+ZOLP_API int ListAllClassAttributes(tag class_id, int* attr_count, tag** attr_ids, int* max_count);
+
+/** Size of the buffer for a file name, in bytes. */
+#define ZOLP_FILE_NAME_SIZE 256
+
+/**
+ * Makes a file name for data of an item revision: path, backslash, item id, revision id, local time
+ * to the second, the clock in milliseconds, extension.
+ * @param[in] item_rev the revision; ids that cannot be read are left empty.
+ * @param[in] path the folder.
+ * @param[out] file_name caller's buffer of #ZOLP_FILE_NAME_SIZE bytes; untouched on failure.
+ * @param[in] extension the extension without its dot.
+ * @return 0; 1 when the name would have 256 characters or more.
+ */
+ZOLP_API int ZOLP_buildFileName(tag item_rev, const char* path, char* file_name,
+                                const char* extension);
+
+/* ------------------------------------------------------------------ statuses, types, lookup -- */
+
+/** Longest name of a status or a type, in bytes; a buffer needs one byte more. */
+#define ZOLP_NAME_SIZE 32
+
+/** A release status of an object. */
+typedef struct ZOLP_status_record {
+  char name[ZOLP_NAME_SIZE + 1]; /**< its name, cut at 32 bytes */
+  date_s date_released;          /**< when it was given */
+} ZOLP_status_record;
+
+/**
+ * Names of an object's release statuses.
+ * @param[in] object the object.
+ * @param[out] count number of statuses; untouched on failure.
+ * @param[out] names their names in the order in which they were attached; each and then the array
+ *   freed by the caller with `MEM_free`. Untouched on failure and when there are none.
+ * @return 0, the platform's status, or 1 when memory is exhausted.
+ */
+ZOLP_API int ZOLP_ask_status_names(tag object, int* count, char*** names);
+
+/**
+ * An object's release statuses with their dates.
+ * @param[in] object the object.
+ * @param[out] count number of statuses; untouched on failure.
+ * @param[out] records the statuses in one block freed by the caller with `MEM_free`. Untouched on
+ *   failure and when there are none.
+ * @return 0, the platform's status, or 1 when memory is exhausted.
+ */
+ZOLP_API int ZOLP_ask_status(tag object, int* count, ZOLP_status_record** records);
+
+/**
+ * Name of the release status that was attached to an object last, whatever the dates.
+ * @param[in] object the object.
+ * @param[out] status_name caller's buffer of #ZOLP_NAME_SIZE + 1 bytes; empty when there is none
+ * and on failure; longer names are cut.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_ask_latest_status(tag object, char* status_name);
+
+/**
+ * Name of a type.
+ * @param[in] type the type.
+ * @param[in,out] name caller's buffer of #ZOLP_NAME_SIZE + 1 bytes, zeroed before the call: a name
+ * of 32 bytes or more is cut and not terminated.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_TYPE_ask_name(tag type, char* name);
+
+/**
+ * Asks whether an object is of a class or of one that descends from it.
+ * @param[in] object the object.
+ * @param[in] class_name name of the class.
+ * @param[out] answer 1 if so, otherwise 0; untouched on failure.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_isObjectOfClass(tag object, const char* class_name, logical* answer);
+
+/**
+ * Asks whether an object is of a type.
+ * @param[in] tObj the object.
+ * @param[in] szWantedType name of the type.
+ * @param[out] p_lAnswer 1 if so, otherwise 0, also on failure.
+ * @param[in] include_subtypes 1 to count subtypes of the type as well.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_isObjectOfTypeExt(tag tObj, const char* szWantedType, logical* p_lAnswer,
+                                    logical include_subtypes);
+
+/** The same without subtypes. */
+ZOLP_API int ZOLP_isObjectOfType(tag tObj, const char* szWantedType, logical* p_lAnswer);
+
+/**
+ * Asks whether an item revision belongs to an item that was just created, and not by save-as.
+ * @param[in] tObj the item revision.
+ * @param[out] isNew 1 if so, otherwise 0; may be null.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_Test_STORE_instance_isNew(tag tObj, logical* isNew);
+
+/**
+ * Asks whether an object may be changed by the session's user and is not checked out.
+ * @param[in] tagRes the object.
+ * @return 1 if so; otherwise 0, with an error line that has the reason: 919340 checked out, 919341
+ * no "WRITE" privilege, 919342 refused by the platform, or the platform's status.
+ */
+ZOLP_API logical ZOLP_TestModifiableAndNotCheckout(tag tagRes);
+
+/**
+ * Asks whether an item is a replica that another site owns.
+ * @param[in] item the item; 0 is none.
+ * @param[out] isReplica 1 if so, otherwise 0, also on failure.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_isItemReplica(tag item, logical* isReplica);
+
+/**
+ * Finds an item by its id.
+ * @param[in] item_id the id.
+ * @param[out] item the item, the first one if there are several; 0 when there is none.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_ITEM_find_item(const char* item_id, tag* item);
+
+/**
+ * Finds an item revision by its ids.
+ * @param[in] item_id the item's id.
+ * @param[in] pcRev_id the revision's id.
+ * @param[out] rev the revision, the first one if there are several; 0 when there is none.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_ITEM_find_rev(const char* item_id, const char* pcRev_id, tag* rev);
+
+/**
+ * Type of the first relation between two objects.
+ * @param[in] primary, secondary the objects.
+ * @param[in,out] tagAttType the relation type; set it to 0 before, it stays so when there is none.
+ * @param[in,out] cType caller's zeroed buffer of #ZOLP_NAME_SIZE + 1 bytes for the type's name;
+ *   untouched when there is none.
+ * @return always 0: test the tag.
+ */
+ZOLP_API int ZOLP_ask_attachment_type(tag primary, tag secondary, tag* tagAttType, char* cType);
+
+/**
+ * The local time. Needs no session.
+ * @param[out] date the date record.
+ */
+ZOLP_API void ZOLP_GetTime(date_s* date);
 
 /* ----------------------------------------------------------------------------- clone lists -- */
 

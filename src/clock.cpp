@@ -1,10 +1,6 @@
 #include "clock.h"
 
-#if defined(_WIN32)
 #include <ctime>
-#else
-#include <time.h>
-#endif
 
 namespace orktool {
 namespace {
@@ -34,7 +30,19 @@ std::int32_t real_clock() {
 
 #endif
 
+std::tm real_calendar() {
+  const std::time_t now = std::time(nullptr);
+  std::tm parts{};
+#if defined(_WIN32)
+  localtime_s(&parts, &now);
+#else
+  localtime_r(&now, &parts);
+#endif
+  return parts;
+}
+
 Clock current_clock = real_clock;
+Calendar current_calendar = real_calendar;
 
 }  // namespace
 
@@ -44,6 +52,14 @@ std::int32_t elapsed_milliseconds() {
 
 void replace_clock(Clock clock) {
   current_clock = clock != nullptr ? clock : real_clock;
+}
+
+std::tm local_time() {
+  return current_calendar();
+}
+
+void replace_calendar(Calendar calendar) {
+  current_calendar = calendar != nullptr ? calendar : real_calendar;
 }
 
 }  // namespace orktool

@@ -1,7 +1,8 @@
-/** @file The clock by which calls of the platform are timed. */
+/** @file Elapsed time, by which calls of the platform are timed, and the local time of day. */
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 
 namespace orktool {
 
@@ -13,5 +14,14 @@ std::int32_t elapsed_milliseconds();
 
 /** Puts another clock in the place of the real one; null brings the real one back. */
 void replace_clock(Clock clock);
+
+/** A calendar: the local time of day. */
+using Calendar = std::tm (*)();
+
+/** The local time of day. */
+std::tm local_time();
+
+/** Puts another calendar in the place of the real one; null brings the real one back. */
+void replace_calendar(Calendar calendar);
 
 }  // namespace orktool

@@ -18,7 +18,9 @@ using orktool::Frame;
 namespace {
 
 /** Tags are shown as "%d" has always shown them. */
-int shown(tag element) { return static_cast<int>(element); }
+int shown(tag element) {
+  return static_cast<int>(element);
+}
 
 logical search(tag element, const tag* array, int count) {
   const tag* end = array + std::max(count, 0);
@@ -33,8 +35,8 @@ logical search(tag element, const tag* array, int count) {
  */
 int shrink(int count, tag** array) {
   if (count > 0) {
-    auto* shrunk = static_cast<tag*>(
-        MEM_realloc(*array, static_cast<std::size_t>(count) * sizeof(tag)));
+    auto* shrunk =
+        static_cast<tag*>(MEM_realloc(*array, static_cast<std::size_t>(count) * sizeof(tag)));
     if (shrunk != nullptr) {
       *array = shrunk;
       return 0;
@@ -69,8 +71,8 @@ int ZOLP_addElement(tag element, int* count, tag** array) {
   ZOLP_searchElement(element, array, count, &found);
   if (found == 0) {
     const int index = *count;
-    auto* grown = static_cast<tag*>(
-        MEM_crealloc(*array, static_cast<std::size_t>(index) + 1, sizeof(tag)));
+    auto* grown =
+        static_cast<tag*>(MEM_crealloc(*array, static_cast<std::size_t>(index) + 1, sizeof(tag)));
     if (grown == nullptr) {
       return frame.leave(1);
     }

@@ -1,11 +1,22 @@
-// Preferences read with a default or tested.
+// Preferences read with a default or tested; release statuses; tests of types and classes; lookup
+// of items.
 
+#include <algorithm>
 #include <cstring>
 
 #include "call_frame.h"
+#include "clock.h"
 #include "host_memory.h"
+#include "ork/access.h"
+#include "ork/item.h"
 #include "ork/mem.h"
+#include "ork/obj.h"
 #include "ork/pref.h"
+#include "ork/rel.h"
+#include "ork/rsv.h"
+#include "ork/store.h"
+#include "ork/type.h"
+#include "ork/wso.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
@@ -61,4 +72,377 @@ logical ZOLP_check_preference(int /*option*/, const char* name, const char* valu
     }
   }
   return 0;
+}
+
+// --------------------------------------------------------------------------- release statuses
+
+namespace {
+
+constexpr char status_list_attribute[] = "release_status_list";
+constexpr int exhausted_memory = 1;
+
+/** Loads an object and lists its statuses in the order in which they were attached. */
+int list_statuses(tag object, int* count, HostPtr<tag>& statuses) {
+  GUARDED("OBJ_load(object)", OBJ_load(object));
+  GUARDED("OBJ_get_value_tags(object, \"release_status_list\", &count, &statuses)",
+          OBJ_get_value_tags(object, status_list_attribute, count, out(statuses)));
+  return ORK_ok;
+}
+
+/** Names from ZOLP_CopyString in an array from MEM_alloc, freed together until handed over. */
+class NameArray {
+ public:
+  explicit NameArray(int count)
+      : names_(static_cast<char**>(MEM_alloc(static_cast<std::size_t>(count) * sizeof(char*)))) {}
+  NameArray(const NameArray&) = delete;
+  NameArray& operator=(const NameArray&) = delete;
+  ~NameArray() {
+    for (int i = 0; i < size_; ++i) {
+      MEM_free(names_.get()[i]);
+    }
+  }
+
+  bool is_allocated() const { return names_ != nullptr; }
+
+  /** Appends a copy of a name; false when memory is exhausted. */
+  bool append(const char* name) {
+    char* copy = ZOLP_CopyString(orktool::text_or_empty(name));
+    if (copy == nullptr) {
+      return false;
+    }
+    names_.get()[size_++] = copy;
+    return true;
+  }
+
+  char** hand_over() {
+    size_ = 0;
+    return names_.release();
+  }
+
+ private:
+  HostPtr<char*> names_;
+  int size_ = 0;
+};
+
+}  // namespace
+
+int ZOLP_ask_status_names(tag object, int* count, char*** names) {
+  const Frame frame("ZOLP_ask_status_names");
+  int status_count = 0;
+  HostPtr<tag> statuses;
+  if (const int status = list_statuses(object, &status_count, statuses); status != ORK_ok) {
+    return status;
+  }
+  if (status_count < 1) {
+    *count = status_count;
+    return frame.leave(ORK_ok);
+  }
+  NameArray array(status_count);
+  if (!array.is_allocated()) {
+    ZOLP_CRERROR("ZOLP_ask_status_names alloc Memory");
+    return frame.leave(exhausted_memory);
+  }
+  for (int i = 0; i < status_count; ++i) {
+    HostPtr<char> name;
+    GUARDED("OBJ_get_value_string(statuses[i], \"name\", &name)",
+            OBJ_get_value_string(statuses.get()[i], "name", out(name)));
+    if (!array.append(name.get())) {
+      return frame.leave(exhausted_memory);
+    }
+  }
+  *names = array.hand_over();
+  *count = status_count;
+  return frame.leave(ORK_ok);
+}
+
+int ZOLP_ask_status(tag object, int* count, ZOLP_status_record** records) {
+  const Frame frame("ZOLP_ask_status");
+  int status_count = 0;
+  HostPtr<tag> statuses;
+  if (const int status = list_statuses(object, &status_count, statuses); status != ORK_ok) {
+    return status;
+  }
+  if (status_count < 1) {
+    *count = status_count;
+    return frame.leave(ORK_ok);
+  }
+  HostPtr<ZOLP_status_record> block(static_cast<ZOLP_status_record*>(
+      MEM_alloc(static_cast<std::size_t>(status_count) * sizeof(ZOLP_status_record))));
+  if (block == nullptr) {
+    ZOLP_CRERROR("ZOLP_ask_status alloc Memory");
+    return frame.leave(exhausted_memory);
+  }
+  for (int i = 0; i < status_count; ++i) {
+    ZOLP_status_record& record = block.get()[i];
+    record = {};
+    HostPtr<char> name;
+    GUARDED("OBJ_get_value_string(statuses[i], \"name\", &name)",
+            OBJ_get_value_string(statuses.get()[i], "name", out(name)));
+    orktool::copy_text(record.name, name.get());
+    GUARDED("OBJ_get_value_date(statuses[i], \"date_released\", &date)",
+            OBJ_get_value_date(statuses.get()[i], "date_released", &record.date_released));
+  }
+  *records = block.release();
+  *count = status_count;
+  return frame.leave(ORK_ok);
+}
+
+int ZOLP_ask_latest_status(tag object, char* status_name) {
+  const Frame frame("ZOLP_ask_latest_status");
+  status_name[0] = '\0';
+  int count = 0;
+  HostPtr<tag> statuses;
+  if (const int status = list_statuses(object, &count, statuses); status != ORK_ok) {
+    return status;
+  }
+  if (count > 0) {
+    HostPtr<char> name;
+    GUARDED("OBJ_get_value_string(statuses[count - 1], \"name\", &name)",
+            OBJ_get_value_string(statuses.get()[count - 1], "name", out(name)));
+    orktool::copy_text(status_name, ZOLP_NAME_SIZE + 1, name.get());
+  }
+  return frame.leave(ORK_ok);
+}
+
+// ------------------------------------------------------------------- tests of types and classes
+
+int ZOLP_TYPE_ask_name(tag type, char* name) {
+  const Frame frame("ZOLP_TYPE_ask_name");
+  int status = ORK_ok;
+  HostPtr<char> type_name;
+  TRACED(status, "TYPE_get_name2(type, &name)", TYPE_get_name2(type, out(type_name)));
+  if (type_name != nullptr) {
+    // Like strncpy, for callers that hand over a zeroed buffer of 33 characters.
+    std::strncpy(name, type_name.get(), ZOLP_NAME_SIZE);
+  }
+  return frame.leave(status);
+}
+
+int ZOLP_isObjectOfClass(tag object, const char* class_name, logical* answer) {
+  const Frame frame("ZOLP_isObjectOfClass");
+  int status = ORK_ok;
+  tag wanted_class = NULLTAG;
+  tag object_class = NULLTAG;
+  logical is_subclass = 0;
+  TRACED(status, "STORE_class_id_of_class(class_name, &wanted_class)",
+         STORE_class_id_of_class(class_name, &wanted_class));
+  if (status == ORK_ok) {
+    TRACED(status, "STORE_class_of_instance(object, &object_class)",
+           STORE_class_of_instance(object, &object_class));
+  }
+  if (status == ORK_ok) {
+    TRACED(status, "STORE_is_descendant(wanted_class, object_class, &is_subclass)",
+           STORE_is_descendant(wanted_class, object_class, &is_subclass));
+  }
+  if (status == ORK_ok) {
+    *answer = object_class == wanted_class || is_subclass != 0 ? 1 : 0;
+  }
+  return frame.leave(status);
+}
+
+int ZOLP_isObjectOfTypeExt(tag tObj, const char* szWantedType, logical* p_lAnswer,
+                           logical include_subtypes) {
+  const Frame frame("ZOLP_isObjectOfTypeExt");
+  int status = ORK_ok;
+  tag wanted_type = NULLTAG;
+  tag object_type = NULLTAG;
+  *p_lAnswer = 0;
+  TRACED(status, "TYPE_find_type(szWantedType, NULL, &wanted_type)",
+         TYPE_find_type(szWantedType, nullptr, &wanted_type));
+  if (status == ORK_ok) {
+    TRACED(status, "TYPE_get_object_type(tObj, &object_type)",
+           TYPE_get_object_type(tObj, &object_type));
+  }
+  if (wanted_type != NULLTAG && object_type == wanted_type) {
+    *p_lAnswer = 1;
+  } else if (wanted_type != NULLTAG && include_subtypes != 0 && status == ORK_ok) {
+    TRACED(status, "TYPE_is_type_of(object_type, wanted_type, p_lAnswer)",
+           TYPE_is_type_of(object_type, wanted_type, p_lAnswer));
+  }
+  ZOLP_TRACE("Object is %sof type %s\n", *p_lAnswer != 0 ? "" : "NOT ", szWantedType);
+  return frame.leave(status);
+}
+
+int ZOLP_isObjectOfType(tag tObj, const char* szWantedType, logical* p_lAnswer) {
+  return ZOLP_isObjectOfTypeExt(tObj, szWantedType, p_lAnswer, 0);
+}
+
+int ZOLP_Test_STORE_instance_isNew(tag tObj, logical* isNew) {
+  const Frame frame("ZOLP_Test_STORE_instance_isNew");
+  int status = ORK_ok;
+  tag item = NULLTAG;
+  int state = 0;
+  if (isNew != nullptr) {
+    *isNew = 0;
+  }
+  TRACED(status, "ITEM_get_item_of_rev(tObj, &item)", ITEM_get_item_of_rev(tObj, &item));
+  TRACED(status, "STORE_get_instance_state(item, &state)", STORE_get_instance_state(item, &state));
+  ZOLP_TRACE("STORE_get_instance_state returned %d \n", state);
+  if (state != STORE_instance_new) {
+    ZOLP_TRACE("Skip Revise case. \n");
+    return frame.leave(status);
+  }
+  tag relation_type = NULLTAG;
+  TRACED(status, "REL_find_relation_type( VK_based_on_rtype, &relTypeTag )",
+         REL_find_relation_type("VELO_based_on", &relation_type));
+  int list_status = ORK_ok;
+  int count = 0;
+  HostPtr<tag> origins;
+  TRACED(list_status, "REL_list_relations(item, NULLTAG, relTypeTag, NULLTAG, &count, &relations)",
+         REL_list_relations(item, NULLTAG, relation_type, NULLTAG, &count, out(origins)));
+  if (list_status != ORK_ok) {
+    return frame.leave(list_status);
+  }
+  if (count > 0) {
+    ZOLP_TRACE("Found VELO_based_on relation. Skip SaveAs case. \n");
+  } else if (isNew != nullptr) {
+    *isNew = 1;
+  }
+  return frame.leave(status);
+}
+
+namespace {
+
+/** Why an object may not be changed; these codes never stand on the error stack. */
+enum { is_checked_out = 919340, lacks_privilege = 919341, is_refused = 919342 };
+
+/** 0 when the object may be changed; one of the codes above, or the platform's status. */
+int test_modifiable_and_not_checkout(tag object) {
+  const Frame frame("test_modifiable_and_not_checkout");
+  int status = ORK_ok;
+  logical granted = 0;
+  if (RSV_assert_object_modifiable(object) != ORK_ok) {
+    return frame.leave(static_cast<int>(is_refused));
+  }
+  TRACED(status, "ACCESS_check_privilege(object, \"WRITE\", &granted)",
+         ACCESS_check_privilege(object, ACCESS_privilege_write, &granted));
+  if (status != ORK_ok) {
+    return frame.leave(status);
+  }
+  if (granted != 1) {
+    return frame.leave(static_cast<int>(lacks_privilege));
+  }
+  logical checked_out = 0;
+  RSV_is_checked_out(object, &checked_out);
+  return frame.leave(checked_out != 0 ? static_cast<int>(is_checked_out) : 0);
+}
+
+}  // namespace
+
+logical ZOLP_TestModifiableAndNotCheckout(tag tagRes) {
+  const Frame frame("ZOLP_TestModifiableAndNotCheckout");
+  const int code = test_modifiable_and_not_checkout(tagRes);
+  if (code == 0) {
+    return frame.leave(logical{1});
+  }
+  int status = ORK_ok;
+  HostPtr<char> id;
+  TRACED(status, "WSO_get_object_id_string(tagRes, &id)",
+         WSO_get_object_id_string(tagRes, out(id)));
+  if (status == ORK_ok) {
+    ZOLP_ERROR("TestModifiableAndNotCheckout=%d on Object:%s\n", code, id.get());
+  } else {
+    ZOLP_ERROR("TestModifiableAndNotCheckout=%d\n", code);
+  }
+  return frame.leave(logical{0});
+}
+
+int ZOLP_isItemReplica(tag item, logical* isReplica) {
+  const Frame frame("ZOLP_isItemReplica");
+  int status = ORK_ok;
+  int local_site_id = 0;
+  tag local_site = NULLTAG;
+  tag owning_site = NULLTAG;
+  *isReplica = 0;
+  TRACED(status, "STORE_site_id(&site_id)", STORE_site_id(&local_site_id));
+  if (status == ORK_ok && item != NULLTAG && local_site_id != 0) {
+    TRACED(status, "STORE_lookup_imc(site_id, &local_site)",
+           STORE_lookup_imc(local_site_id, &local_site));
+    if (status == ORK_ok && local_site != NULLTAG) {
+      TRACED(status, "STORE_location_of_instance(item, &owning_site)",
+             STORE_location_of_instance(item, &owning_site));
+    }
+  }
+  if (status == ORK_ok && owning_site != NULLTAG && owning_site != local_site) {
+    *isReplica = 1;
+  }
+  return frame.leave(status);
+}
+
+// ----------------------------------------------------------------------------- lookup of items
+
+namespace {
+
+constexpr int one_key = 1;
+
+tag first_of(const HostPtr<tag>& objects, int count) {
+  return count > 0 && objects != nullptr ? objects.get()[0] : NULLTAG;
+}
+
+}  // namespace
+
+int ZOLP_ITEM_find_item(const char* item_id, tag* item) {
+  const Frame frame("ZOLP_ITEM_find_item");
+  int status = ORK_ok;
+  int count = 0;
+  HostPtr<tag> items;
+  const char* names[] = {"item_id"};
+  *item = NULLTAG;
+  TRACED(status, "ITEM_find_items_by_key_attributes(1, names, values, &count, &items)",
+         ITEM_find_items_by_key_attributes(one_key, names, &item_id, &count, out(items)));
+  *item = first_of(items, count);
+  return frame.leave(status);
+}
+
+int ZOLP_ITEM_find_rev(const char* item_id, const char* pcRev_id, tag* rev) {
+  const Frame frame("ZOLP_ITEM_find_rev");
+  int status = ORK_ok;
+  int count = 0;
+  HostPtr<tag> revisions;
+  const char* names[] = {"item_id"};
+  *rev = NULLTAG;
+  TRACED(status,
+         "ITEM_find_item_revs_by_key_attributes(1, names, values, pcRev_id, &count, &revisions)",
+         ITEM_find_item_revs_by_key_attributes(one_key, names, &item_id, pcRev_id, &count,
+                                               out(revisions)));
+  *rev = first_of(revisions, count);
+  return frame.leave(status);
+}
+
+int ZOLP_ask_attachment_type(tag primary, tag secondary, tag* tagAttType, char* cType) {
+  const Frame frame("ZOLP_ask_attachment_type");
+  int status = ORK_ok;
+  int count = 0;
+  HostPtr<REL_record_s> relations;
+  TRACED(status, "REL_list_all_related_objects(primary, &count, &relations)",
+         REL_list_all_related_objects(primary, &count, out(relations)));
+  if (status != ORK_ok) {
+    return frame.leave(ORK_ok);
+  }
+  const REL_record_s* end = relations.get() + count;
+  const REL_record_s* relation =
+      std::find_if(static_cast<const REL_record_s*>(relations.get()), end,
+                   [primary, secondary](const REL_record_s& record) {
+                     return record.primary == primary && record.secondary == secondary;
+                   });
+  if (relation != end) {
+    *tagAttType = relation->relation_type;
+  }
+  if (*tagAttType != NULLTAG) {
+    TRACED(status, "ZOLP_TYPE_ask_name(*tagAttType, cType)",
+           ZOLP_TYPE_ask_name(*tagAttType, cType));
+  }
+  return frame.leave(ORK_ok);
+}
+
+void ZOLP_GetTime(date_s* date) {
+  const Frame frame("ZOLP_GetTime");
+  const std::tm now = orktool::local_time();
+  date->year = static_cast<std::int16_t>(now.tm_year + 1900);
+  date->month = static_cast<std::uint8_t>(now.tm_mon);
+  date->day = static_cast<std::uint8_t>(now.tm_mday);
+  date->hour = static_cast<std::uint8_t>(now.tm_hour);
+  date->minute = static_cast<std::uint8_t>(now.tm_min);
+  date->second = static_cast<std::uint8_t>(now.tm_sec);
+  (void)frame.leave(0);
 }
