@@ -485,12 +485,15 @@ int ZOLP_ExtendPathVar(const char* path, char* long_path) {
     ZOLP_TRACE("Pathvariable not defined: RETURN!\n");
     return 1;  // without the exit line
   }
-  if (std::strlen(value) + 1 + std::strlen(suffix) >= ZOLP_LONG_PATH_SIZE) {
+  const std::string_view base(value);
+  if (base.size() + 1 + std::strlen(suffix) >= ZOLP_LONG_PATH_SIZE) {
     ZOLP_ERROR("ERROR: path >%s< is longer than %d characters when expanded\n", path,
                ZOLP_LONG_PATH_SIZE - 1);
     return frame.leave(1);
   }
-  std::snprintf(long_path, ZOLP_LONG_PATH_SIZE, "%s\\%s", value, suffix);
+  base.copy(long_path, base.size());
+  long_path[base.size()] = '\\';
+  copy_text(long_path + base.size() + 1, sizeof suffix, suffix);
   ZOLP_TRACE("Long Path is >%s<\n", long_path);
   return frame.leave(0);
 }
