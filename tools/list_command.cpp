@@ -1,6 +1,4 @@
 /** @file `zolp list`: clean, reduce and look at release lists and item lists. */
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

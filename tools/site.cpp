@@ -104,11 +104,12 @@ std::string Session::preference(const std::string& name) const {
 LibraryCall::LibraryCall() {
   std::fflush(stdout);
   standard_output_ = dup(STDOUT_FILENO);
-  const int elsewhere = trace_is_wanted() ? dup(STDERR_FILENO) : open("/dev/null", O_WRONLY);
-  if (elsewhere < 0)
-    return;
-  dup2(elsewhere, STDOUT_FILENO);
-  close(elsewhere);
+  if (trace_is_wanted()) {
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+  } else if (std::FILE* const nowhere = std::fopen("/dev/null", "w")) {
+    dup2(fileno(nowhere), STDOUT_FILENO);
+    std::fclose(nowhere);
+  }
 }
 
 LibraryCall::~LibraryCall() {
