@@ -1,0 +1,47 @@
+# Install rules, the CMake package and the pkg-config file.
+
+include(CMakePackageConfigHelpers)
+
+set(zolp_header_dir "${CMAKE_INSTALL_INCLUDEDIR}/zolp_orktool")
+set(zolp_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/zolp_orktool")
+
+set(installed_targets ork_platform zolp_basetool zolp_orktool)
+set_target_properties(zolp_basetool PROPERTIES EXPORT_NAME basetool)
+set_target_properties(zolp_orktool PROPERTIES EXPORT_NAME orktool)
+if(TARGET ork_host)
+  list(APPEND installed_targets ork_host)
+  install(FILES host/ork_host.h DESTINATION "${zolp_header_dir}")
+endif()
+install(
+  TARGETS ${installed_targets}
+  EXPORT zolp_orktool
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+if(TARGET zolp)
+  install(TARGETS zolp RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
+install(DIRECTORY platform/ork DESTINATION "${zolp_header_dir}" FILES_MATCHING PATTERN "*.h")
+install(FILES include/zolp_orktool.h platform/zolp_basetool.h DESTINATION "${zolp_header_dir}")
+install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
+install(EXPORT zolp_orktool NAMESPACE zolp:: DESTINATION "${zolp_package_dir}")
+configure_package_config_file(
+  cmake/zolp_orktool-config.cmake.in "${PROJECT_BINARY_DIR}/zolp_orktool-config.cmake"
+  INSTALL_DESTINATION "${zolp_package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/zolp_orktool-config-version.cmake"
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/zolp_orktool-config.cmake"
+              "${PROJECT_BINARY_DIR}/zolp_orktool-config-version.cmake"
+        DESTINATION "${zolp_package_dir}")
+
+# Paths in the pkg-config file are relative to it, so that an installation can be moved.
+file(RELATIVE_PATH zolp_prefix_from_pc "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+configure_file(cmake/zolp_orktool.pc.in "${PROJECT_BINARY_DIR}/zolp_orktool.pc" @ONLY)
+configure_file(cmake/ork_host.pc.in "${PROJECT_BINARY_DIR}/ork_host.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/zolp_orktool.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+if(TARGET ork_host)
+  install(FILES "${PROJECT_BINARY_DIR}/ork_host.pc"
+          DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endif()

@@ -1,0 +1,11 @@
+/** @file The groups of benchmarks; each registers its own. */
+#pragma once
+
+#include <string>
+
+namespace bench {
+
+void add_call_frame_benchmarks(const std::string& folder);
+void add_release_list_benchmarks(const std::string& folder);
+
+}  // namespace bench

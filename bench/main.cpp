@@ -1,0 +1,21 @@
+// Measures what the library promises about its speed; each promise is a ratio to a named peer.
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <string>
+
+#include "groups.h"
+#include "ratios.h"
+
+int main(int argc, char** argv) {
+  std::string folder = (std::filesystem::temp_directory_path() / "zolp-bench-XXXXXX").string();
+  if (mkdtemp(folder.data()) == nullptr) {
+    return 1;
+  }
+  bench::add_call_frame_benchmarks(folder);
+  bench::add_release_list_benchmarks(folder);
+  const int status = bench::run(argc, argv);
+  std::filesystem::remove_all(folder);
+  return status;
+}

@@ -1,0 +1,176 @@
+#include "call_frame.h"
+
+#include <gmock/gmock.h>
+
+#include <limits>
+#include <string>
+
+#include "clock.h"
+#include "ork/mem.h"
+#include "support/site.h"
+#include "support/trace_capture.h"
+#include "zolp_orktool.h"
+
+namespace {
+
+using orktool::Frame;
+using testing::ElementsAre;
+
+constexpr int failure = PREF_value_not_found;
+
+std::int32_t now = 0;
+
+int platform_call(int status, int duration) {
+  now += duration;
+  return status;
+}
+
+struct Lines {
+  int entry = 0;
+  int call = 0;
+  int exit = 0;
+};
+
+/** An exported function of the kind that goes on after a failing call. */
+int traced_function(int status, int duration, Lines& lines) {
+  lines.entry = __LINE__ + 1;
+  const Frame frame("traced_function");
+  int result = ORK_ok;
+  lines.call = __LINE__ + 1;
+  TRACED(result, "call( a, &b)", platform_call(status, duration));
+  lines.exit = __LINE__ + 1;
+  return frame.leave(result);
+}
+
+/** An exported function of the kind that a failing call ends. */
+int guarded_function(int status, int duration, Lines& lines) {
+  lines.entry = __LINE__ + 1;
+  const Frame frame("guarded_function");
+  lines.call = __LINE__ + 1;
+  GUARDED("call (a, f(b))", platform_call(status, duration));
+  lines.exit = __LINE__ + 1;
+  frame.leave_as("Guarded_function");
+  return 17;
+}
+
+class CallFrame : public testing::Test {
+ protected:
+  CallFrame() {
+    now = 0;
+    orktool::replace_clock([] { return now; });
+  }
+  ~CallFrame() override { orktool::replace_clock(nullptr); }
+
+  /** "File:line" of this source as trace lines have it. */
+  static std::string at(int line) { return " " + std::string(__FILE__) + ":" + number(line); }
+  static std::string number(int value) { return std::to_string(value); }
+  std::string file_line_function() const {
+    return " File:" + std::string(__FILE__) + " Line:" + number(lines.call) +
+           " Funktion:call( a, &b)";
+  }
+
+  test::Site site;
+  test::TraceCapture trace;
+  Lines lines;
+};
+
+TEST_F(CallFrame, TracedCallWritesItsLinesAndGoesOn) {
+  EXPECT_EQ(traced_function(ORK_ok, 0, lines), ORK_ok);
+  EXPECT_THAT(trace.lines(), ElementsAre(" ->traced_function" + at(lines.entry),  //
+                                         "   ->call( a, &b)" + at(lines.call),    //
+                                         "    " + file_line_function(),           //
+                                         "   <-call( a, &b)" + at(lines.call),    //
+                                         " <-traced_function" + at(lines.exit)));
+}
+
+TEST_F(CallFrame, FailingTracedCallWritesStatusAndGeneralText) {
+  EXPECT_EQ(traced_function(failure, 0, lines), failure);
+  char* text = nullptr;
+  ERR_get_error_text(failure, &text);
+  EXPECT_THAT(trace.lines(),
+              ElementsAre(" ->traced_function" + at(lines.entry),                                //
+                          "   ->call( a, &b)" + at(lines.call),                                  //
+                          "    " + file_line_function(),                                         //
+                          "    " + file_line_function() + " returned " + number(failure) + " ",  //
+                          "    --" + std::string(text) + "--",                                   //
+                          "   <-call( a, &b)" + at(lines.call),                                  //
+                          " <-traced_function" + at(lines.exit)));
+  MEM_free(text);
+  EXPECT_EQ(ork_host_block_count(), 0U);
+}
+
+TEST_F(CallFrame, GuardedCallShortensItsText) {
+  EXPECT_EQ(guarded_function(ORK_ok, 0, lines), 17);
+  EXPECT_THAT(trace.lines(), ElementsAre(" ->guarded_function" + at(lines.entry),  //
+                                         "   ->call (...)" + at(lines.call),       //
+                                         "   <-call (...)" + at(lines.call),       //
+                                         " <-Guarded_function" + at(lines.exit)));
+}
+
+TEST_F(CallFrame, FailingGuardedCallEndsTheFunctionAndLeavesALevelOpen) {
+  ERR_store_error_s1(ERR_severity_error, failure, "the first");
+  ERR_store_error_s1(ERR_severity_error, failure, "the latest");
+  EXPECT_EQ(guarded_function(failure, 0, lines), failure);
+  ASSERT_EQ(trace.lines().size(), 5U);
+  EXPECT_EQ(trace.lines()[0], " ->guarded_function" + at(lines.entry));
+  EXPECT_EQ(trace.lines()[1], "   ->call (...)" + at(lines.call));
+  EXPECT_EQ(trace.lines()[2],
+            "    ##ORK_err_" + number(failure) + ": call (...)  " + at(lines.call));
+  EXPECT_THAT(trace.lines()[3], testing::StartsWith("    --"));
+  EXPECT_THAT(trace.lines()[3], testing::HasSubstr("the latest"));
+  EXPECT_EQ(trace.lines()[4], "   <-call (...)" + at(lines.call));
+
+  trace.clear();
+  EXPECT_EQ(traced_function(ORK_ok, 0, lines), ORK_ok);
+  EXPECT_EQ(trace.lines().front(), "   ->traced_function" + at(lines.entry));
+}
+
+TEST_F(CallFrame, OnlyCallsOfMoreThanASecondAreSlow) {
+  const auto slow_line = [&](int duration) -> std::string {
+    trace.clear();
+    traced_function(ORK_ok, duration, lines);
+    return trace.lines().size() == 5 ? "" : trace.lines()[3];
+  };
+  const auto slow_guarded_line = [&](int duration) -> std::string {
+    trace.clear();
+    guarded_function(ORK_ok, duration, lines);
+    return trace.lines().size() == 4 ? "" : trace.lines()[2];
+  };
+  // The clock may pass the largest number meanwhile.
+  for (const std::int32_t start : {0, std::numeric_limits<std::int32_t>::max() - 3000 + 1}) {
+    now = start;
+    EXPECT_EQ(slow_line(1000), "");
+    EXPECT_EQ(slow_line(1001).substr(4), "1s for call" + file_line_function());
+    EXPECT_EQ(slow_guarded_line(998), "");
+  }
+  now = 0;
+  EXPECT_EQ(slow_line(2999).substr(4), "2s for call" + file_line_function());
+  EXPECT_EQ(slow_guarded_line(1000), "");
+  EXPECT_EQ(slow_guarded_line(1001), "    ##Long Call: call (...)   1s" + at(lines.call));
+  EXPECT_EQ(slow_guarded_line(2999), "    ##Long Call: call (...)   2s" + at(lines.call));
+}
+
+TEST_F(CallFrame, SlowFailingCallsWriteTheSlowLineFirst) {
+  traced_function(failure, 5000, lines);
+  EXPECT_EQ(trace.lines()[2], "    " + file_line_function());
+  EXPECT_EQ(trace.lines()[3].substr(4), "5s for call" + file_line_function());
+  EXPECT_THAT(trace.lines()[4], testing::EndsWith(" returned " + number(failure) + " "));
+  trace.clear();
+  guarded_function(failure, 5000, lines);
+  EXPECT_THAT(trace.lines()[2], testing::HasSubstr("##Long Call: "));
+  EXPECT_THAT(trace.lines()[3], testing::HasSubstr("##ORK_err_"));
+}
+
+TEST(FileName, LosesFoldersBeforeBackslashesOnly) {
+  EXPECT_STREQ(orktool::file_name("D:\\build\\src\\zolp_itool.cpp"), "zolp_itool.cpp");
+  EXPECT_STREQ(orktool::file_name("zolp_itool.cpp"), "zolp_itool.cpp");
+  EXPECT_STREQ(orktool::file_name("src/zolp_itool.cpp"), "src/zolp_itool.cpp");
+}
+
+TEST(Clock, CountsElapsedTimeFromTheStart) {
+  const std::int32_t first = orktool::elapsed_milliseconds();
+  EXPECT_GE(first, 0);
+  EXPECT_GE(orktool::elapsed_milliseconds(), first);
+}
+
+}  // namespace

@@ -1,0 +1,183 @@
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "ork/mem.h"
+#include "ork/pref.h"
+#include "support/site.h"
+#include "support/trace_capture.h"
+#include "zolp_orktool.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::StartsWith;
+
+class Preferences : public testing::Test {
+ protected:
+  Preferences() {
+    site.log_in();
+    site.preference("Colours", std::vector<const char*>{"red", "green", ""});
+    site.preference("Empty", "");
+    site.preference("Switch", "false");
+  }
+  ~Preferences() override { EXPECT_EQ(ork_host_block_count(), leaked_blocks); }
+
+  /** Value and status of a reader as "status:value"; frees the value. */
+  static std::string text(int status, char* value) {
+    const std::string result = std::to_string(status) + ":" + (value != nullptr ? value : "null");
+    MEM_free(value);
+    return result;
+  }
+
+  std::string value(const char* name, const char* default_value) {
+    char* value = nullptr;
+    const int status = ZOLP_GetPreferenceValue(name, &value, default_value, PREF_SCOPE_SITE);
+    return text(status, value);
+  }
+
+  std::string string_value(const char* name, const char* default_value) {
+    char* value = nullptr;
+    const int status = ZOLP_get_string_pref(0, name, &value, default_value);
+    return text(status, value);
+  }
+
+  std::size_t leaked_blocks = 0;
+  test::Site site;
+  test::TraceCapture trace;
+};
+
+TEST_F(Preferences, ArrayHasAllValuesInOneBlock) {
+  int count = 99;
+  char** values = nullptr;
+  EXPECT_EQ(ZOLP_GetPreferenceArray("Colours", &count, &values), ORK_ok);
+  ASSERT_EQ(count, 3);
+  EXPECT_STREQ(values[0], "red");
+  EXPECT_STREQ(values[2], "");
+  EXPECT_EQ(ork_host_block_count(), 1U);
+  MEM_free(values);
+
+  EXPECT_EQ(ZOLP_GetPreferenceArray("None", &count, &values), ORK_ok);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(values, nullptr);
+}
+
+TEST_F(Preferences, ArrayStopsAtEachFailingCall) {
+  for (const char* operation :
+       {"PREF_initialize", "PREF_get_value_count", "PREF_get_char_values"}) {
+    int count = 99;
+    char** values = nullptr;
+    ork_host_fail_call(operation, 1, 4711);
+    ork_host_start_journal();
+    EXPECT_EQ(ZOLP_GetPreferenceArray("Colours", &count, &values), 4711);
+    EXPECT_EQ(test::Site::journal().back(), operation);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(values, nullptr);
+    EXPECT_THAT(trace.lines().back(), StartsWith(" <-ZOLP_GetPreferenceArray "));
+  }
+}
+
+TEST_F(Preferences, ArrayAndValueInitializeOnceEach) {
+  int count = 0;
+  char** values = nullptr;
+  ork_host_fail_call("PREF_initialize", 1, 4711);
+  ork_host_start_journal();
+  EXPECT_EQ(value("Colours", nullptr), "4711:null");
+  EXPECT_EQ(value("Colours", nullptr), "0:red");
+  EXPECT_EQ(value("Colours", nullptr), "0:red");
+  ZOLP_GetPreferenceArray("None", &count, &values);
+  ZOLP_GetPreferenceArray("None", &count, &values);
+  EXPECT_THAT(test::Site::journal(),
+              ElementsAre("PREF_initialize",                                                 //
+                          "PREF_initialize", "PREF_get_value_count", "PREF_get_char_value",  //
+                          "PREF_get_value_count", "PREF_get_char_value",                     //
+                          "PREF_initialize", "PREF_get_value_count", "PREF_get_value_count"));
+}
+
+TEST_F(Preferences, ValueFallsBackToACopyOfTheDefault) {
+  EXPECT_EQ(value("Colours", "x"), "0:red");
+  EXPECT_EQ(value("Empty", "x"), "0:");
+  EXPECT_EQ(value("None", "x"), "0:x");
+  EXPECT_EQ(value("None", nullptr), "0:null");
+  for (const char* operation : {"PREF_get_value_count", "PREF_get_char_value"}) {
+    ork_host_fail_call(operation, 1, 4711);
+    EXPECT_EQ(value("Colours", "x"), "4711:x");
+    ork_host_fail_call(operation, 1, 4711);
+    EXPECT_EQ(value("Colours", nullptr), "4711:null");
+  }
+}
+
+TEST_F(Preferences, ShortcutsNeverFail) {
+  char* value = nullptr;
+  EXPECT_EQ(text(ZOLP_get_pref("Colours", &value), value), "0:red");
+  EXPECT_EQ(text(ZOLP_getSitePreference("None", &value), value), "0:null");
+  trace.clear();
+  ork_host_fail_call("PREF_get_char_value", 1, 4711);
+  EXPECT_EQ(text(ZOLP_getSitePreference("Colours", &value), value), "0:null");
+  EXPECT_THAT(trace.lines().front(),
+              StartsWith(" ->ZOLP_GetPreferenceValue(szPref, p_szValue, NULL, PREF_SCOPE_SITE) "));
+  EXPECT_TRUE(trace.has("PREF_SCOPE_SITE) returned 4711 "));
+}
+
+TEST_F(Preferences, LogicalTakesTheDefaultWhenUnreadable) {
+  logical value = 9;
+  EXPECT_EQ(ZOLP_get_logical_pref(0, "Switch", &value, 1), ORK_ok);
+  EXPECT_EQ(value, 0);
+  EXPECT_EQ(ZOLP_get_logical_pref(0, "None", &value, 1), ORK_ok);
+  EXPECT_EQ(value, 1);
+  EXPECT_EQ(ZOLP_get_logical_pref(0, "Colours", &value, 0), ORK_ok);
+  EXPECT_EQ(value, 0);
+  EXPECT_EQ(trace.count("Preference [Switch] = [TRUE]"), 1);
+  ork_host_fail_call("PREF_initialize", 1, 4711);
+  EXPECT_EQ(ZOLP_get_logical_pref(0, "Switch", &value, 1), 4711);
+  EXPECT_EQ(ZOLP_get_logical_pref(0, "Switch", nullptr, 1), ORK_ok);
+  EXPECT_EQ(trace.count("Preference [Switch] = [FALSE]"), 1);
+}
+
+TEST_F(Preferences, StringNeedsADefault) {
+  EXPECT_EQ(string_value("Colours", "x"), "0:red");
+  EXPECT_EQ(string_value("Empty", "x"), "0:");
+  EXPECT_EQ(string_value("None", "x"), "0:x");
+  EXPECT_TRUE(trace.has("Preference [None] = [x]"));
+  ork_host_fail_call("PREF_get_char_value", 1, 4711);
+  EXPECT_EQ(string_value("Colours", "x"), "0:x");
+
+  trace.clear();
+  char untouched = 'u';
+  char* value = &untouched;
+  EXPECT_EQ(ZOLP_get_string_pref(0, "Colours", &value, nullptr), ORK_ok);
+  EXPECT_EQ(value, &untouched);
+  EXPECT_THAT(trace.lines(), ElementsAre("ZOLP_get_string_pref default=NULL"));
+}
+
+TEST_F(Preferences, CheckLooksAtEachValueWhole) {
+  PREF_initialize();
+  EXPECT_EQ(ZOLP_check_preference(0, "Colours", "red"), 1);
+  EXPECT_EQ(ZOLP_check_preference(0, "Colours", ""), 1);
+  EXPECT_EQ(ZOLP_check_preference(0, "Colours", "Green"), 0);
+  EXPECT_EQ(ZOLP_check_preference(0, "Colours", "gree"), 0);
+  EXPECT_FALSE(trace.has("not found"));
+  ork_host_fail_call("PREF_get_char_value", 1, 4711);
+  EXPECT_EQ(ZOLP_check_preference(0, "Colours", "green"), 1);
+  EXPECT_EQ(ZOLP_check_preference(0, "None", "red"), 0);
+  EXPECT_EQ(trace.lines().back(), "Preference None not found");
+}
+
+TEST_F(Preferences, ModuleIsSwitchedOffByExactlyFourTexts) {
+  leaked_blocks = 9;  // the switch's text stays allocated
+  for (const char* off : {"", "FALSE", "NO", "NEIN"}) {
+    site.preference("Module", off);
+    EXPECT_EQ(ZOLP_run_modul("Module"), 1) << off;
+  }
+  EXPECT_TRUE(trace.has("  Preference [Module] = [NEIN]"));
+  EXPECT_TRUE(trace.has("  Modul [Module] = [1]"));
+  for (const char* on : {"TRUE", "nein", "No", "0", "NEIN "}) {
+    site.preference("Module", on);
+    EXPECT_EQ(ZOLP_run_modul("Module"), 0) << on;
+  }
+  EXPECT_EQ(ZOLP_run_modul("None"), 1);
+  EXPECT_TRUE(trace.has("  Preference [None] = [(null)]"));
+}
+
+}  // namespace

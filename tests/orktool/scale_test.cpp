@@ -1,0 +1,114 @@
+// Lists as long and as deep as sites have them, on the small stack that a host process may give.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <cstdio>
+#include <functional>
+#include <string>
+
+#include "support/release_list.h"
+#include "support/trace_capture.h"
+
+namespace {
+
+constexpr std::size_t stack_size = std::size_t{1} << 20;
+
+/** Runs a function on a stack of 1 MiB. */
+void on_small_stack(std::function<void()> function) {
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, stack_size), 0);
+  pthread_t thread{};
+  ASSERT_EQ(pthread_create(
+                &thread, &attributes,
+                [](void* argument) -> void* {
+                  (*static_cast<std::function<void()>*>(argument))();
+                  return nullptr;
+                },
+                &function),
+            0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+class Scale : public testing::Test {
+ protected:
+  Scale() { site.fix_columns(); }
+
+  /** Writes a list with the levels that a function yields. */
+  std::string write_list(int lines, const std::function<int(int)>& level) {
+    const std::string path = site.folder.path("list.txt");
+    FILE* file = std::fopen(path.c_str(), "w");
+    for (int i = 0; i < lines; ++i) {
+      std::fputs(test::item_row(level(i), std::to_string(i), i % 3 == 0 ? "Released" : "").c_str(),
+                 file);
+    }
+    std::fclose(file);
+    return path;
+  }
+
+  /** Reads a list and writes its entries, on a small stack; returns the number of entries. */
+  int clone(const std::string& list, int failing_call = 0) {
+    int entries = 0;
+    on_small_stack([&] {
+      assy_entry* last = nullptr;
+      ASSERT_EQ(ZOLP_read_assylist(list.c_str(), &last), 0);
+      assy_entry* root = tool::assembly_root(last);
+      FILE* out = std::fopen(site.folder.path("entries.txt").c_str(), "w+");
+      ork_host_fail_call("PREF_get_char_value", failing_call, 4711);
+      EXPECT_EQ(ZOLP_write_assylist(out, root), failing_call == 0 ? 0 : 4711);
+      std::rewind(out);
+      for (int character = std::getc(out); character != EOF; character = std::getc(out)) {
+        entries += character == '\n' ? 1 : 0;
+      }
+      std::fclose(out);
+      tool::free_assembly(root);
+    });
+    return entries;
+  }
+
+  test::CloneSite site;
+  test::TraceCapture trace{ZOLP_LEVEL_OFF};
+};
+
+constexpr int million = 1'000'000;
+
+TEST_F(Scale, MillionSiblings) {
+  const std::string list = write_list(million, [](int) { return 1; });
+  EXPECT_EQ(clone(list), million);
+  EXPECT_EQ(clone(list, million - 9), million - 10);
+  EXPECT_EQ(ZOLP_GetTraceDepth(), 1);  // what the failing call left open
+}
+
+TEST_F(Scale, MillionLinesOnManyLevels) {
+  EXPECT_EQ(clone(write_list(million, [](int i) { return 1 + i % 7; })), million);
+}
+
+TEST_F(Scale, TwoThousandLevels) {
+  ZOLP_SetTraceLevel(ZOLP_LEVEL_TRACE);
+  constexpr int levels = 2000;
+  EXPECT_EQ(clone(write_list(levels, [](int i) { return i + 1; })), levels);
+  EXPECT_EQ(trace.count(" ->ZOLP_write_assylist "), levels);
+}
+
+TEST_F(Scale, ListFunctionsTakeALookAtEachItemOnce) {
+  const std::string list = write_list(million, [](int i) { return 1 + i % 7; });
+  const std::string copy = site.folder.path("copy.txt");
+  EXPECT_EQ(ZOLP_remove_doubles_from_list(list.c_str(), copy.c_str()), 0);
+  int count = 0;
+  char** item_ids = nullptr;
+  char** levels = nullptr;
+  int* counts = nullptr;
+  ASSERT_EQ(ZOLP_read_itemrevlist(copy.c_str(), &count, &item_ids, &levels, &counts), 0);
+  EXPECT_EQ(count, million);
+  for (int i = 0; i < count; ++i) {
+    std::free(item_ids[i]);
+    std::free(levels[i]);
+  }
+  std::free(item_ids);
+  std::free(levels);
+  std::free(counts);
+}
+
+}  // namespace
