@@ -104,7 +104,8 @@ std::string Session::preference(const std::string& name) const {
 LibraryCall::LibraryCall() {
   std::fflush(stdout);
   standard_output_ = dup(STDOUT_FILENO);
-  if (trace_is_wanted()) {
+  const bool trace_is_on_screen = trace_is_wanted() && std::getenv("ZOLP_TRACE_FILE") == nullptr;
+  if (trace_is_on_screen) {
     dup2(STDERR_FILENO, STDOUT_FILENO);
   } else if (std::FILE* const nowhere = std::fopen("/dev/null", "w")) {
     dup2(fileno(nowhere), STDOUT_FILENO);

@@ -41,7 +41,8 @@ class Session {
   std::string preference(const std::string& name) const;
 };
 
-/** Keeps what the library prints out of the program's own output. */
+/** Keeps what the library prints out of the program's own output; it goes where the trace is read.
+ */
 class LibraryCall {
  public:
   LibraryCall();
