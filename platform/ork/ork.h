@@ -38,18 +38,18 @@ typedef unsigned char logical;
 
 /** Codes of the session operations. */
 enum {
-  ORK_not_logged_in = 20001,       /**< the operation needs a session */
-  ORK_already_logged_in = 20002,   /**< a session is open in this process */
-  ORK_unknown_user = 20003,        /**< login: there is no such user */
-  ORK_wrong_password = 20004,      /**< login: the password does not match */
-  ORK_unknown_group = 20005,       /**< login: there is no such group */
-  ORK_user_not_in_group = 20006,   /**< login: the user is not a member of the group */
-  ORK_no_automatic_login = 20007,  /**< the site names no user for automatic login */
-  ORK_bypass_not_allowed = 20008,  /**< only system administrators may switch bypass on */
-  ORK_invalid_argument = 20009,    /**< a required argument is null, empty or out of range */
-  ORK_site_not_available = 20010,  /**< the site's data cannot be opened, read or written */
-  ORK_internal_error = 20011,      /**< the platform failed in a way it did not foresee */
-  ORK_out_of_memory = 20012        /**< memory is exhausted */
+  ORK_not_logged_in = 20001,      /**< the operation needs a session */
+  ORK_already_logged_in = 20002,  /**< a session is open in this process */
+  ORK_unknown_user = 20003,       /**< login: there is no such user */
+  ORK_wrong_password = 20004,     /**< login: the password does not match */
+  ORK_unknown_group = 20005,      /**< login: there is no such group */
+  ORK_user_not_in_group = 20006,  /**< login: the user is not a member of the group */
+  ORK_no_automatic_login = 20007, /**< the site names no user for automatic login */
+  ORK_bypass_not_allowed = 20008, /**< only system administrators may switch bypass on */
+  ORK_invalid_argument = 20009,   /**< a required argument is null, empty or out of range */
+  ORK_site_not_available = 20010, /**< the site's data cannot be opened, read or written */
+  ORK_internal_error = 20011,     /**< the platform failed in a way it did not foresee */
+  ORK_out_of_memory = 20012       /**< memory is exhausted */
 };
 
 /**
