@@ -45,7 +45,7 @@ void push_error(int severity, int code, std::string_view detail) noexcept {
   try {
     std::string text = error_text(code);
     if (!detail.empty())
-      text += ": " + detail;
+      text.append(": ").append(detail);
     auto& entries = stack().entries;
     entries.push_back({severity, code, std::move(text)});
     if (entries.size() > ERR_stack_size)
