@@ -47,10 +47,8 @@ bool Destination::grow_buffer(size_t size) {
 /** Makes room by laying the window over the next part of the file, or over the next file. */
 bool Destination::grow_window(size_t size) {
   if (!file_.refresh()) {
-    move_line_to_buffer();
-    file_.forget();
-    open();
-    return reserve(size);
+    reopen();
+    return mode_ == Mode::window ? grow_window(size) : reserve(size);
   }
   if (line_offset() == 0 && is_window_sound() && size <= window_room()) {
     limit = cursor + size;  // the first line of a file may be longer than the file should be
@@ -164,6 +162,18 @@ void Destination::open() {
   use_standard_error();
 }
 
+/** Opens the file anew after the program has closed its descriptor. */
+void Destination::reopen() {
+  uint64_t offset = line_offset();
+  bool is_line_in_file = window_ != nullptr;
+  move_line_to_buffer();
+  TraceFile earlier = file_;
+  file_.forget();
+  open();
+  if (is_line_in_file && file_.is_same(earlier))
+    file_.shorten(offset);
+}
+
 void Destination::start_file() {
   is_standard_error_ = false;
   bool has_window = file_.is_regular() && !settings_.is_followed && !is_finished_;
@@ -246,6 +256,7 @@ void Destination::leave_window() {
 void Destination::set_writer(ZOLP_TraceWriter writer, void* context) {
   leave_window();
   file_.close();
+  line = cursor = limit = nullptr;
   writer_ = writer;
   writer_context_ = context;
   mode_ = writer == nullptr ? Mode::closed : Mode::writer;
@@ -273,8 +284,7 @@ void Destination::deliver(int level) {
 /** Makes sure that the file is still the right one, and not full. */
 void Destination::prepare_file_for_line() {
   if (!file_.refresh()) {
-    file_.forget();
-    open();
+    reopen();
   } else if (is_too_much(file_.size(), 0)) {
     rotate();
   }
@@ -309,7 +319,8 @@ void Destination::finish() {
     // What it writes to may be gone by now.
     writer_ = nullptr;
     mode_ = Mode::closed;
-    return drop_line();
+    line = cursor = limit = nullptr;
+    return;
   }
   if (length() > 0) {
     append("\n", 1);

@@ -97,6 +97,11 @@ class TraceFile {
   /** Closes the file, leaving it as it is; in a forked child, also leaving it to the parent. */
   void close();
 
+  /** Asks whether the same file was opened by both. */
+  bool is_same(const TraceFile& other) const {
+    return is_regular_ && device_ == other.device_ && inode_ == other.inode_;
+  }
+
   /** Lets go of the file without touching it or its descriptor. */
   void forget();
 
