@@ -106,11 +106,18 @@ void exhaust_memory() {
 
 bool is_late = false;
 
-/** Runs after the trace library has tidied up. */
-[[gnu::destructor]] void trace_late() {
+void trace_late(int, void*) {
   if (is_late)
     ZOLP_ERROR("late %s\n", "line");
 }
+
+/**
+ * Registered before any library is initialised, and unlike `atexit` not tied to this program's own
+ * clean-up: it runs after the trace library has tidied up.
+ */
+[[gnu::section(".preinit_array"), gnu::used]] void (*const register_trace_late)() = [] {
+  on_exit(trace_late, nullptr);
+};
 
 }  // namespace
 
