@@ -8,8 +8,7 @@
 
 namespace basetool {
 
-// ---- the room
-// ------------------------------------------------------------------------------------
+// ---- The room.
 
 bool Destination::grow(size_t size) {
   ErrnoKeeper errno_keeper;
@@ -89,7 +88,7 @@ bool Destination::is_too_much(uint64_t offset, size_t size) const {
   return settings_.size_limit != 0 && offset > 0 && offset + length() + size > settings_.size_limit;
 }
 
-/** Puts the line into the buffer; where memory ends, its end is lost. Lifts the window. */
+/** Puts the line into the buffer; where memory ends, its end is lost. */
 void Destination::move_line_to_buffer() {
   if (window_ == nullptr) {
     grow_buffer(1);
@@ -107,7 +106,6 @@ void Destination::move_line_to_buffer() {
   std::memcpy(cursor, text, size);
   cursor += size;
   window_ = nullptr;
-  file_.unmap();
 }
 
 /**
@@ -139,8 +137,7 @@ bool Destination::move_line_to_window(uint64_t offset, size_t size) {
   return true;
 }
 
-// ---- the file
-// ------------------------------------------------------------------------------------
+// ---- The file.
 
 void Destination::open() {
   if (settings_.file == nullptr || !expand_file_name())
@@ -209,25 +206,11 @@ bool Destination::expand_file_name() {
   return true;
 }
 
-/** Renames the file to NAME.1, NAME.1 to NAME.2 and so on, and starts a new one. */
+/** Starts a new file. */
 void Destination::rotate() {
-  std::array<char, longest_path + 16> older;
-  std::array<char, longest_path + 16> newer;
-  auto name = [this](std::array<char, longest_path + 16>& text, unsigned age) {
-    if (age == 0) {
-      std::snprintf(text.data(), text.size(), "%s", path_.data());
-    } else {
-      std::snprintf(text.data(), text.size(), "%s.%u", path_.data(), age);
-    }
-    return text.data();
-  };
-  std::remove(name(older, settings_.kept_files));
-  bool is_done = settings_.kept_files == 0;
-  for (unsigned age = settings_.kept_files; age > 0; --age) {
-    is_done = std::rename(name(newer, age - 1), name(older, age)) == 0;
-  }
-  if (!is_done) {
-    complain("cannot rename %s to %s; it grows without limit", newer.data(), older.data());
+  // Somebody else may have moved the file away and put another one in its place.
+  if (file_.is_at(path_.data()) && !rename_files()) {
+    complain("cannot rename %s to make room for a new one; it grows without limit", path_.data());
     settings_.size_limit = 0;
     return;
   }
@@ -240,18 +223,38 @@ void Destination::rotate() {
   }
 }
 
+/** Renames the file to NAME.1, NAME.1 to NAME.2 and so on; the oldest one goes. */
+bool Destination::rename_files() {
+  std::array<char, longest_path + 16> older;
+  std::array<char, longest_path + 16> newer;
+  auto name = [this](std::array<char, longest_path + 16>& text, unsigned age) {
+    if (age == 0) {
+      std::snprintf(text.data(), text.size(), "%s", path_.data());
+    } else {
+      std::snprintf(text.data(), text.size(), "%s.%u", path_.data(), age);
+    }
+    return text.data();
+  };
+  bool is_done = std::remove(name(older, settings_.kept_files)) == 0;
+  // There may be fewer old files than are kept; the last renaming is the one that counts.
+  for (unsigned age = settings_.kept_files; age > 0; --age) {
+    is_done = std::rename(name(newer, age - 1), name(older, age)) == 0;
+  }
+  return is_done;
+}
+
 void Destination::leave_window() {
   if (window_ == nullptr)
     return;
   bool is_ours = file_.refresh();
   uint64_t offset = line_offset();
   move_line_to_buffer();
+  file_.unmap();
   if (is_ours)
     file_.shorten(offset);
 }
 
-// ---- lines
-// ---------------------------------------------------------------------------------------
+// ---- Lines.
 
 void Destination::set_writer(ZOLP_TraceWriter writer, void* context) {
   leave_window();

@@ -67,6 +67,7 @@ class Destination final : public LineRoom {
   void use_standard_error();
   bool expand_file_name();
   void rotate();
+  bool rename_files();
   void leave_window();
 
   void deliver(int level);

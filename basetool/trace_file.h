@@ -82,8 +82,8 @@ class TraceFile {
   void shorten(uint64_t size);
 
   /**
-   * Lays the window over the file's bytes from `from` to at least `needed`, which the file is made
-   * to have. Replaces the window there was.
+   * Has the window lie over the file's bytes from `from` to at least `needed`, which the file is
+   * made to have. The window may move.
    * @param[out] end end of the window.
    * @return where byte `from` stands, or null on failure; then there is no window.
    */
@@ -102,6 +102,9 @@ class TraceFile {
     return is_regular_ && device_ == other.device_ && inode_ == other.inode_;
   }
 
+  /** Asks whether a path still leads to the file. */
+  bool is_at(const char* path) const;
+
   /** Lets go of the file without touching it or its descriptor. */
   void forget();
 
@@ -110,6 +113,7 @@ class TraceFile {
 
  private:
   void trim();
+  bool lay_window(uint64_t from);
 
   int descriptor_ = -1;
   bool is_owned_ = false;
