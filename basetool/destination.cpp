@@ -8,8 +8,7 @@
 
 namespace basetool {
 
-// ---- the room
-// ------------------------------------------------------------------------------------
+// ---- The room.
 
 bool Destination::grow(size_t size) {
   ErrnoKeeper errno_keeper;
@@ -47,10 +46,8 @@ bool Destination::grow_buffer(size_t size) {
 /** Makes room by laying the window over the next part of the file, or over the next file. */
 bool Destination::grow_window(size_t size) {
   if (!file_.refresh()) {
-    move_line_to_buffer();
-    file_.forget();
-    open();
-    return reserve(size);
+    reopen();
+    return mode_ == Mode::window ? grow_window(size) : reserve(size);
   }
   if (line_offset() == 0 && is_window_sound() && size <= window_room()) {
     limit = cursor + size;  // the first line of a file may be longer than the file should be
@@ -91,7 +88,7 @@ bool Destination::is_too_much(uint64_t offset, size_t size) const {
   return settings_.size_limit != 0 && offset > 0 && offset + length() + size > settings_.size_limit;
 }
 
-/** Puts the line into the buffer; where memory ends, its end is lost. Lifts the window. */
+/** Puts the line into the buffer; where memory ends, its end is lost. */
 void Destination::move_line_to_buffer() {
   if (window_ == nullptr) {
     grow_buffer(1);
@@ -109,7 +106,6 @@ void Destination::move_line_to_buffer() {
   std::memcpy(cursor, text, size);
   cursor += size;
   window_ = nullptr;
-  file_.unmap();
 }
 
 /**
@@ -141,8 +137,7 @@ bool Destination::move_line_to_window(uint64_t offset, size_t size) {
   return true;
 }
 
-// ---- the file
-// ------------------------------------------------------------------------------------
+// ---- The file.
 
 void Destination::open() {
   if (settings_.file == nullptr || !expand_file_name())
@@ -162,6 +157,18 @@ void Destination::open() {
       "cannot open %s: %s; the trace goes to standard error", path_.data(),
       opening == TraceFile::Opening::taken ? "it belongs to another process" : file_.last_error());
   use_standard_error();
+}
+
+/** Opens the file anew after the program has closed its descriptor. */
+void Destination::reopen() {
+  uint64_t offset = line_offset();
+  bool is_line_in_file = window_ != nullptr;
+  move_line_to_buffer();
+  TraceFile earlier = file_;
+  file_.forget();
+  open();
+  if (is_line_in_file && file_.is_same(earlier))
+    file_.shorten(offset);
 }
 
 void Destination::start_file() {
@@ -199,25 +206,11 @@ bool Destination::expand_file_name() {
   return true;
 }
 
-/** Renames the file to NAME.1, NAME.1 to NAME.2 and so on, and starts a new one. */
+/** Starts a new file. */
 void Destination::rotate() {
-  std::array<char, longest_path + 16> older;
-  std::array<char, longest_path + 16> newer;
-  auto name = [this](std::array<char, longest_path + 16>& text, unsigned age) {
-    if (age == 0) {
-      std::snprintf(text.data(), text.size(), "%s", path_.data());
-    } else {
-      std::snprintf(text.data(), text.size(), "%s.%u", path_.data(), age);
-    }
-    return text.data();
-  };
-  std::remove(name(older, settings_.kept_files));
-  bool is_done = settings_.kept_files == 0;
-  for (unsigned age = settings_.kept_files; age > 0; --age) {
-    is_done = std::rename(name(newer, age - 1), name(older, age)) == 0;
-  }
-  if (!is_done) {
-    complain("cannot rename %s to %s; it grows without limit", newer.data(), older.data());
+  // Somebody else may have moved the file away and put another one in its place.
+  if (file_.is_at(path_.data()) && !rename_files()) {
+    complain("cannot rename %s to make room for a new one; it grows without limit", path_.data());
     settings_.size_limit = 0;
     return;
   }
@@ -230,22 +223,43 @@ void Destination::rotate() {
   }
 }
 
+/** Renames the file to NAME.1, NAME.1 to NAME.2 and so on; the oldest one goes. */
+bool Destination::rename_files() {
+  std::array<char, longest_path + 16> older;
+  std::array<char, longest_path + 16> newer;
+  auto name = [this](std::array<char, longest_path + 16>& text, unsigned age) {
+    if (age == 0) {
+      std::snprintf(text.data(), text.size(), "%s", path_.data());
+    } else {
+      std::snprintf(text.data(), text.size(), "%s.%u", path_.data(), age);
+    }
+    return text.data();
+  };
+  bool is_done = std::remove(name(older, settings_.kept_files)) == 0;
+  // There may be fewer old files than are kept; the last renaming is the one that counts.
+  for (unsigned age = settings_.kept_files; age > 0; --age) {
+    is_done = std::rename(name(newer, age - 1), name(older, age)) == 0;
+  }
+  return is_done;
+}
+
 void Destination::leave_window() {
   if (window_ == nullptr)
     return;
   bool is_ours = file_.refresh();
   uint64_t offset = line_offset();
   move_line_to_buffer();
+  file_.unmap();
   if (is_ours)
     file_.shorten(offset);
 }
 
-// ---- lines
-// ---------------------------------------------------------------------------------------
+// ---- Lines.
 
 void Destination::set_writer(ZOLP_TraceWriter writer, void* context) {
   leave_window();
   file_.close();
+  line = cursor = limit = nullptr;
   writer_ = writer;
   writer_context_ = context;
   mode_ = writer == nullptr ? Mode::closed : Mode::writer;
@@ -273,8 +287,7 @@ void Destination::deliver(int level) {
 /** Makes sure that the file is still the right one, and not full. */
 void Destination::prepare_file_for_line() {
   if (!file_.refresh()) {
-    file_.forget();
-    open();
+    reopen();
   } else if (is_too_much(file_.size(), 0)) {
     rotate();
   }
@@ -309,7 +322,8 @@ void Destination::finish() {
     // What it writes to may be gone by now.
     writer_ = nullptr;
     mode_ = Mode::closed;
-    return drop_line();
+    line = cursor = limit = nullptr;
+    return;
   }
   if (length() > 0) {
     append("\n", 1);

@@ -19,7 +19,10 @@
 
 namespace basetool {
 
-/** Opens its file with the first line. Has no destructor, since programs trace until the end. */
+/**
+ * Opens its file when the first line needs room: there is none while it is closed. Has no
+ * destructor, since programs trace until the end.
+ */
 class Destination final : public LineRoom {
  public:
   constexpr Destination() = default;
@@ -59,10 +62,12 @@ class Destination final : public LineRoom {
   bool move_line_to_window(uint64_t offset, size_t size);
 
   void open();
+  void reopen();
   void start_file();
   void use_standard_error();
   bool expand_file_name();
   void rotate();
+  bool rename_files();
   void leave_window();
 
   void deliver(int level);

@@ -28,6 +28,8 @@ class LineRoom {
   void append(const char* text, size_t size) {
     if (!reserve(size))
       size = cut(size);
+    if (size == 0)
+      return;  // there may be no room at all
     std::memcpy(cursor, text, size);
     cursor += size;
   }
@@ -36,14 +38,18 @@ class LineRoom {
   void append_repeated(char character, size_t count) {
     if (!reserve(count))
       count = cut(count);
+    if (count == 0)
+      return;
     std::memset(cursor, character, count);
     cursor += count;
   }
 
-  /** Takes back all of the line beyond its first `length` bytes. */
-  void shorten(size_t length) {
-    std::memset(line + length, '\n', static_cast<size_t>(cursor - line) - length);
-    cursor = line + length;
+  /** Takes back all of the line beyond its first `wanted` bytes. */
+  void shorten(size_t wanted) {
+    if (length() <= wanted)
+      return;
+    std::memset(line + wanted, '\n', length() - wanted);
+    cursor = line + wanted;
   }
 
   /** How much of a text goes in when its whole does not. */

@@ -9,22 +9,28 @@
 namespace basetool {
 namespace {
 
-/** Appends what an snprintf-like function prints; `print(buffer, size)` may be called twice. */
+/**
+ * Appends what an snprintf-like function prints; `print(buffer, size)` may be called twice.
+ * @return false when it cannot be printed.
+ */
 template <typename Print>
-void append_printed(LineRoom& room, Print print) {
+bool append_printed(LineRoom& room, Print print) {
   int length = print(room.cursor, room.free_size());
-  if (length < 0)
-    return;
+  if (length < 0) {
+    std::memset(room.cursor, '\n', room.free_size());  // where the part before the error may stand
+    return false;
+  }
   size_t size = static_cast<size_t>(length);
   if (size >= room.free_size()) {
     if (!room.reserve(size + 1))
       size = room.cut(size + 1);
     if (size >= room.free_size())
-      return;
+      return true;
     print(room.cursor, room.free_size());
   }
   room.cursor += size;
   *room.cursor = '\n';  // the terminating NUL lies in the free room
+  return true;
 }
 
 /** One conversion of a format, taken apart. */
@@ -174,15 +180,20 @@ bool append_conversion(LineRoom& room, const Conversion& conversion, Arguments& 
   }
 }
 
-/** Appends a text whose conversions cannot be done one by one: numbered ones, wide characters. */
+/**
+ * Appends a text whose conversions cannot be done one by one: numbered ones, wide characters. A
+ * format that the library refuses is shown as it stands.
+ */
 void append_by_library(LineRoom& room, const char* format, Arguments& arguments) {
-  append_printed(room, [&](char* buffer, size_t size) {
+  bool is_printed = append_printed(room, [&](char* buffer, size_t size) {
     va_list again;
     va_copy(again, arguments.all);
     int length = std::vsnprintf(buffer, size, format, again);
     va_end(again);
     return length;
   });
+  if (!is_printed)
+    room.append(format, std::strlen(format));
 }
 
 /** Copies a text and looks for line feeds on the way. @return true if there are any. */

@@ -87,6 +87,12 @@ size_t begin_line(int level) {
   return destination.length();
 }
 
+/** Appends a line feed even where there is no memory left. */
+void append_line_feed() {
+  destination.append("\n", 1);
+  destination.cursor[-1] = '\n';
+}
+
 void end_line() {
   is_in_writer = true;
   destination.end_line(line_level);
@@ -102,11 +108,14 @@ void append_piece(int level, const char* piece, size_t size) {
     begin_line(level);
   }
   destination.append(piece, size);
-  if (piece[size - 1] == '\n')
-    end_line();
+  if (piece[size - 1] != '\n')
+    return;
+  if (destination.cursor[-1] != '\n')
+    append_line_feed();  // the piece was cut
+  end_line();
 }
 
-/** Takes a text of several lines off the current line and writes it line by line. */
+/** Takes a text with line feeds off the current line and writes it line by line. */
 void rewrite_line_by_line(int level, size_t line_before, size_t size) {
   char small_copy[1024];
   char* copy = size <= sizeof small_copy ? small_copy : new (std::nothrow) char[size];
@@ -142,9 +151,15 @@ void write_text(int level, Append append) {
     return destination.shorten(line_before);
   if (line_feeds == LineFeeds::none)
     return;
-  bool is_whole_line = line_feeds == LineFeeds::one && destination.cursor[-1] == '\n';
   bool is_empty_line = size == 1 && line_before == 0;
-  if (is_whole_line && !is_empty_line) [[likely]] {
+  bool ends_line = destination.cursor[-1] == '\n' && !is_empty_line;
+  if (line_feeds == LineFeeds::several) {
+    const void* first = std::memchr(destination.cursor - size, '\n', size);
+    if (first == nullptr)
+      return;
+    ends_line = ends_line && first == destination.cursor - 1;
+  }
+  if (ends_line) [[likely]] {
     end_line();
   } else {
     rewrite_line_by_line(level, line_before, size);
@@ -162,7 +177,7 @@ void write_text(int level, Append append) {
 void complete_line() {
   if (destination.length() == 0)
     return;
-  destination.append("\n", 1);
+  append_line_feed();
   end_line();
 }
 

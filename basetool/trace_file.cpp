@@ -25,9 +25,14 @@ namespace {
 
 // The file grows by 256 KiB, to a multiple of that, in one writev: the file system then caches it
 // in large units, and one page fault maps many pages. This is several times cheaper than ftruncate
-// or fallocate, smaller or larger steps, or MAP_POPULATE, and a full disk is noticed here, not by a
-// SIGBUS at some later access.
+// or fallocate, smaller steps, or MAP_POPULATE, and a full disk is noticed here, not by a SIGBUS at
+// some later access.
 constexpr uint64_t growth_step = 256 * 1024;
+
+// The window is laid over more than the file has, so that it serves several steps. Its addresses
+// and the file's bytes are aligned alike: the system can map a cached unit at once only where that
+// does not cross a boundary of this size.
+constexpr uint64_t window_step = 2 * 1024 * 1024;
 
 constexpr size_t fill_size = 4096;
 constexpr std::array<char, fill_size> fill = [] {
@@ -36,9 +41,10 @@ constexpr std::array<char, fill_size> fill = [] {
   return line_feeds;
 }();
 
-// The window, as the signal handler sees it.
+// The window, for the signal handler too. There is one in a process.
 char* volatile window_begin = nullptr;
 volatile size_t window_size = 0;
+uint64_t window_offset = 0;  // the byte of the file that stands at its begin
 struct sigaction earlier_action;
 
 /**
@@ -136,9 +142,16 @@ uint64_t append_fill(int descriptor, uint64_t size, uint64_t wanted) {
   return size;
 }
 
-uint64_t page_start(uint64_t offset) {
-  static const uint64_t page_size = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
-  return offset / page_size * page_size;
+uint64_t round_down(uint64_t number, uint64_t step) {
+  return number / step * step;
+}
+uint64_t round_up(uint64_t number, uint64_t step) {
+  return round_down(number + step - 1, step);
+}
+
+uint64_t page_size() {
+  static const uint64_t size = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+  return size;
 }
 
 /** Asks whether a path names the file that a descriptor is open for. */
@@ -347,26 +360,51 @@ void TraceFile::shorten(uint64_t size) {
 }
 
 char* TraceFile::map(uint64_t from, uint64_t needed, char** end) {
-  unmap();
+  if (is_window_lost())
+    unmap();
   if (size_ < needed) {
-    uint64_t wanted = (needed + growth_step - 1) / growth_step * growth_step;
-    size_ = append_fill(descriptor_, size_, wanted);
+    size_ = append_fill(descriptor_, size_, round_up(needed, growth_step));
     error_ = errno;
   }
-  if (size_ < needed)
+  bool is_covered =
+      window_begin != nullptr && from >= window_offset && size_ <= window_offset + window_size;
+  if (size_ < needed || !(is_covered || lay_window(from))) {
+    unmap();
     return nullptr;
-  uint64_t begin = page_start(from);
-  size_t size = static_cast<size_t>(size_ - begin);
-  void* window = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_,
-                      static_cast<off_t>(begin));
-  error_ = errno;
-  if (window == MAP_FAILED)
-    return nullptr;
-  watch_for_bus_errors();
-  window_size = size;
-  window_begin = static_cast<char*>(window);
-  *end = window_begin + size;
-  return window_begin + (from - begin);
+  }
+  *end = window_begin + (size_ - window_offset);
+  return window_begin + (from - window_offset);
+}
+
+/** Lays the window over the file from the page of a byte to its end and beyond. */
+bool TraceFile::lay_window(uint64_t from) {
+  unmap();
+  uint64_t begin = round_down(from, page_size());
+  size_t size = static_cast<size_t>(round_up(size_, window_step) - begin);
+  // Reserve enough to find the right address in it.
+  void* reserved = mmap(nullptr, size + window_step, PROT_NONE,
+                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (reserved != MAP_FAILED) {
+    char* first = static_cast<char*>(reserved);
+    uint64_t skipped = (begin - reinterpret_cast<uintptr_t>(first)) % window_step;
+    char* window = first + skipped;
+    void* mapped = mmap(window, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, descriptor_,
+                        static_cast<off_t>(begin));
+    error_ = errno;
+    if (mapped != MAP_FAILED) {
+      if (skipped > 0)
+        munmap(first, skipped);
+      if (skipped < window_step)
+        munmap(window + size, window_step - skipped);
+      watch_for_bus_errors();
+      window_offset = begin;
+      window_size = size;
+      window_begin = window;
+      return true;
+    }
+    munmap(reserved, size + window_step);
+  }
+  return false;
 }
 
 void TraceFile::unmap() {
@@ -375,6 +413,10 @@ void TraceFile::unmap() {
   if (begin != nullptr)
     munmap(begin, window_size);
   window_lost = 0;
+}
+
+bool TraceFile::is_at(const char* path) const {
+  return leads_to(path, device_, inode_);
 }
 
 void TraceFile::close() {

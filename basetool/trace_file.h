@@ -82,8 +82,8 @@ class TraceFile {
   void shorten(uint64_t size);
 
   /**
-   * Lays the window over the file's bytes from `from` to at least `needed`, which the file is made
-   * to have. Replaces the window there was.
+   * Has the window lie over the file's bytes from `from` to at least `needed`, which the file is
+   * made to have. The window may move.
    * @param[out] end end of the window.
    * @return where byte `from` stands, or null on failure; then there is no window.
    */
@@ -97,6 +97,14 @@ class TraceFile {
   /** Closes the file, leaving it as it is; in a forked child, also leaving it to the parent. */
   void close();
 
+  /** Asks whether the same file was opened by both. */
+  bool is_same(const TraceFile& other) const {
+    return is_regular_ && device_ == other.device_ && inode_ == other.inode_;
+  }
+
+  /** Asks whether a path still leads to the file. */
+  bool is_at(const char* path) const;
+
   /** Lets go of the file without touching it or its descriptor. */
   void forget();
 
@@ -105,6 +113,7 @@ class TraceFile {
 
  private:
   void trim();
+  bool lay_window(uint64_t from);
 
   int descriptor_ = -1;
   bool is_owned_ = false;
