@@ -37,7 +37,9 @@ int REL_find_relation_type(const char* name, tag* relation_type) {
   host::clear(relation_type);
   return operation("REL_find_relation_type", Needs::session, [&] {
     host::require_all(name, relation_type);
-    *relation_type = host::store().find_one("RelationType", {{"type_name", std::string(name)}});
+    const tag type = host::store().find_type(name);
+    if (type != NULLTAG && host::store().is_a(type, "RelationType"))
+      *relation_type = type;
   });
 }
 

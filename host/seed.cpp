@@ -336,7 +336,7 @@ class Seeder {
       }
     }
     const Node name = node.at("name");
-    const tag known = store_.find_one("Type", {{"type_name", name.name()}});
+    const tag known = store_.find_type(name.name());
     if (known == NULLTAG) {
       make(name, "Type",
            {{"type_name", name.name()}, {"type_class", type_class->name}, {"parent_type", parent}});
@@ -417,7 +417,7 @@ class Seeder {
   tag type_of(const Node& node, const char* class_name) {
     const auto named = node.find("type");
     if (!named)
-      return store_.find_one("Type", {{"type_name", std::string(class_name)}});
+      return store_.find_type(class_name);
     const tag type = find_type(*named);
     const std::string& type_class = store_.text(type, "type_class");
     if (type_class.empty() ||
@@ -472,9 +472,7 @@ class Seeder {
     const std::string name = node.at("name").name();
     const auto relation = node.find("relation");
     const tag relation_type =
-        relation ? find_relation_type(*relation)
-                 : store_.find_one("RelationType",
-                                   {{"type_name", std::string(default_dataset_relation)}});
+        relation ? find_relation_type(*relation) : store_.find_type(default_dataset_relation);
     const tag type = type_of(node, "Dataset");
     const tag known = find_dataset(revision, name);
     const tag dataset =

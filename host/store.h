@@ -170,6 +170,9 @@ class Store {
   /** The first of them, or NULLTAG. */
   tag find_one(const std::string& class_name, const Criteria& criteria);
 
+  /** A type, of objects or of relations, or NULLTAG. Types stay, so a found one is remembered. */
+  tag find_type(const std::string& name);
+
   // Settings of the site.
 
   std::optional<std::string> setting(const std::string& name);
@@ -221,6 +224,7 @@ class Store {
   std::unordered_map<std::uint32_t, std::unique_ptr<Class>> classes_;
   std::unordered_map<std::string, Class*> class_by_name_;
   std::unordered_map<tag, Instance> instances_;
+  std::unordered_map<std::string, tag> type_by_name_;
 };
 
 /** Locks an instance for as long as it lives, unless it was locked before. */

@@ -280,15 +280,15 @@ bool Store::has_unsaved_changes() const {
 }
 
 void Store::save_all() {
-  std::vector<tag> changed;
+  // Known objects may refer to new ones, and new ones to such as were made before them.
+  std::vector<std::pair<bool, tag>> changed;
   for (const auto& [object, instance] : instances_) {
     if (instance.changed)
-      changed.push_back(object);
+      changed.emplace_back(instance.state != InstanceState::is_new, object);
   }
-  // An object's number is higher than that of what it refers to, as a rule.
   std::sort(changed.begin(), changed.end());
   Transaction transaction(database_);
-  for (const tag object : changed)
+  for (const auto& [is_known, object] : changed)
     save(object);
   transaction.commit();
 }
@@ -389,6 +389,16 @@ std::vector<tag> Store::find(const std::string& class_name, const Criteria& crit
     }
   }
   return found;
+}
+
+tag Store::find_type(const std::string& name) {
+  const auto known = type_by_name_.find(name);
+  if (known != type_by_name_.end())
+    return known->second;
+  const tag type = find_one("Type", {{"type_name", name}});
+  if (type != NULLTAG)
+    type_by_name_.emplace(name, type);
+  return type;
 }
 
 tag Store::find_one(const std::string& class_name, const Criteria& criteria) {

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <chrono>
+
 #include "demo_site.h"
 #include "ork/org.h"
 #include "ork/pref.h"
@@ -88,6 +91,24 @@ TEST_F(DemoSite, TheNthCallOfAllOperationsCountsWhatTheJournalRecords) {
   ork_host_fail_call("ORG_init_module", 1, 1);
   ork_host_clear_faults();
   EXPECT_EQ(ORG_init_module(), ORK_ok);
+}
+
+TEST_F(DemoSite, ADelayedOperationTakesItsTimeUntilTheDelayIsTakenBack) {
+  log_in();
+  const auto elapsed = [] {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(ORG_init_module(), ORK_ok);
+    return std::chrono::steady_clock::now() - begin;
+  };
+  constexpr int delay_ms = 200;
+  ork_host_delay_call("ORG_init_module", delay_ms);
+  EXPECT_GE(elapsed(), std::chrono::milliseconds(delay_ms));
+  ork_host_delay_call("ORG_init_module", 0);
+  // Nothing can make sure that a call is fast; but not each of many takes as long by accident.
+  auto shortest = elapsed();
+  for (int i = 0; i < 100; ++i)
+    shortest = std::min(shortest, elapsed());
+  EXPECT_LT(shortest, std::chrono::milliseconds(delay_ms));
 }
 
 TEST(Site, WhatIsNoSiteIsRefusedAndLeftAsItIs) {

@@ -200,7 +200,17 @@ TEST_F(StoreTest, KeysAndReferencesStayWhole) {
   EXPECT_THAT(other_.find("Item"), ElementsAre(item));
 }
 
-TEST_F(StoreTest, DamagedAndNewerFilesAreRefused) {
+TEST_F(StoreTest, SavingAllSavesNewInstancesBeforeThoseThatReferToThem) {
+  const tag folder = store_.create(store_.class_named("Folder"));
+  store_.save(folder);
+  const tag item = new_item("1");
+  store_.set_values(folder, "contents", {item});
+  store_.save_all();
+  EXPECT_EQ(other_.values(folder, "contents"), host::Values{item});
+  EXPECT_FALSE(store_.has_unsaved_changes());
+}
+
+TEST_F(StoreTest, FilesOfANewerFormatAreRefused) {
   database_.execute("UPDATE meta SET value = '99' WHERE name = 'schema_version'");
   try {
     host::Database database(folder_.path("site.db"));
