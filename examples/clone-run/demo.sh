@@ -46,8 +46,8 @@ unset ZOLP_TRACE_FILE ZOLP_TRACE_LEVEL
 heading 'out/clone.bat' 'The batch file: actions before the run, the call of the clone program, actions after it.'
 shown <out/clone.bat
 
-heading 'out/clone.log' 'The head of the clone log, filled in from its template. Values end at the first semicolon.'
-head -n 12 out/clone.log | shown | cut -c 1-100
+heading 'out/clone_log.txt' 'The head of the clone log, filled in from its template. Values end at the first semicolon.'
+head -n 12 out/clone_log.txt | shown | cut -c 1-100
 
 heading 'out/clone_entries.txt' 'One entry per part; here the first of them.'
 head -n 18 out/clone_entries.txt | shown | cut -c 1-100
