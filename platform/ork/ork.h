@@ -48,7 +48,8 @@ enum {
   ORK_bypass_not_allowed = 20008, /**< only system administrators may switch bypass on */
   ORK_invalid_argument = 20009,   /**< a required argument is null, empty or out of range */
   ORK_site_not_available = 20010, /**< the site's data cannot be opened, read or written */
-  ORK_internal_error = 20011      /**< the platform failed in a way it did not foresee */
+  ORK_internal_error = 20011,     /**< the platform failed in a way it did not foresee */
+  ORK_out_of_memory = 20012       /**< memory is exhausted */
 };
 
 /**
