@@ -67,7 +67,7 @@ void check_login_options(const CLI::App& command) {
     return;
   throw usage_error("the login is not complete",
                     given < 3 ? "give -u, -p and -g, or none of them for the automatic login"
-                              : "write -u=USER -p=PASSWORD -g=GROUP, none of them empty");
+                              : "write it as -u=USER -p=PASSWORD -g=GROUP");
 }
 
 void check_file_opens(const std::string& path, const char* mode, const std::string& preference) {

@@ -52,7 +52,9 @@ head -n 12 out/clone_log.txt | shown | cut -c 1-100
 heading 'out/clone_entries.txt' 'One entry per part; here the first of them.'
 head -n 18 out/clone_entries.txt | shown | cut -c 1-100
 
-heading 'The call trace' "Each call into the platform with what it returned; the first lines of $(wc -l <trace.txt)."
-head -n 40 trace.txt | cut -c 1-120
+heading 'The call trace' "Each call into the platform, with source and line: some of $(wc -l <trace.txt) lines."
+head -n 15 trace.txt | cut -c 1-120
+printf '...\n'
+sed -n '/->ZOLP_create_clonelogheader/,$p' trace.txt | sed -n '1,25p' | cut -c 1-120
 
 heading 'Done' "All of it is in $PWD."
