@@ -9,11 +9,6 @@
 namespace basetool {
 namespace {
 
-/** A va_list that can be handed to a function that goes on reading from it. */
-struct Arguments {
-  va_list list;
-};
-
 /** Appends what an snprintf-like function prints; `print(buffer, size)` may be called twice. */
 template <typename Print>
 void append_printed(LineRoom& room, Print print) {
@@ -47,7 +42,7 @@ struct Conversion {
 int read_number(const char*& at, Arguments& arguments) {
   if (*at == '*') {
     ++at;
-    return va_arg(arguments.list, int);
+    return va_arg(arguments.next, int);
   }
   int number = 0;
   for (; *at >= '0' && *at <= '9'; ++at) {
@@ -122,16 +117,16 @@ void append_integer(LineRoom& room, const Conversion& conversion, Arguments& arg
   switch (conversion.length[0]) {
     case 'l':
       return conversion.length[1] == 'l'
-                 ? append_value(room, conversion, va_arg(arguments.list, long long))
-                 : append_value(room, conversion, va_arg(arguments.list, long));
+                 ? append_value(room, conversion, va_arg(arguments.next, long long))
+                 : append_value(room, conversion, va_arg(arguments.next, long));
     case 'j':
-      return append_value(room, conversion, va_arg(arguments.list, intmax_t));
+      return append_value(room, conversion, va_arg(arguments.next, intmax_t));
     case 'z':
-      return append_value(room, conversion, va_arg(arguments.list, size_t));
+      return append_value(room, conversion, va_arg(arguments.next, size_t));
     case 't':
-      return append_value(room, conversion, va_arg(arguments.list, ptrdiff_t));
+      return append_value(room, conversion, va_arg(arguments.next, ptrdiff_t));
     default:
-      return append_value(room, conversion, va_arg(arguments.list, int));
+      return append_value(room, conversion, va_arg(arguments.next, int));
   }
 }
 
@@ -142,12 +137,12 @@ bool append_conversion(LineRoom& room, const Conversion& conversion, Arguments& 
     case 's':
       if (is_long)
         return false;
-      append_text(room, conversion, va_arg(arguments.list, const char*));
+      append_text(room, conversion, va_arg(arguments.next, const char*));
       return true;
     case 'c':
       if (is_long)
         return false;
-      append_value(room, conversion, va_arg(arguments.list, int));
+      append_value(room, conversion, va_arg(arguments.next, int));
       return true;
     case 'd':
     case 'i':
@@ -158,7 +153,7 @@ bool append_conversion(LineRoom& room, const Conversion& conversion, Arguments& 
       append_integer(room, conversion, arguments);
       return true;
     case 'p':
-      append_value(room, conversion, va_arg(arguments.list, void*));
+      append_value(room, conversion, va_arg(arguments.next, void*));
       return true;
     case 'f':
     case 'F':
@@ -169,9 +164,9 @@ bool append_conversion(LineRoom& room, const Conversion& conversion, Arguments& 
     case 'a':
     case 'A':
       if (conversion.length[0] == 'L') {
-        append_value(room, conversion, va_arg(arguments.list, long double));
+        append_value(room, conversion, va_arg(arguments.next, long double));
       } else {
-        append_value(room, conversion, va_arg(arguments.list, double));
+        append_value(room, conversion, va_arg(arguments.next, double));
       }
       return true;
     default:
@@ -179,25 +174,42 @@ bool append_conversion(LineRoom& room, const Conversion& conversion, Arguments& 
   }
 }
 
-/** Copies without a call what is short enough, as nearly all texts of a trace are. */
-inline void copy_short(char* to, const char* from, size_t size) {
-  if (size > 64) {
-    std::memcpy(to, from, size);
-  } else if (size >= 16) {
-    size_t at = 0;
-    for (; at + 16 <= size; at += 16)
-      std::memcpy(to + at, from + at, 16);
-    std::memcpy(to + size - 16, from + size - 16, 16);
-  } else if (size >= 8) {
-    std::memcpy(to, from, 8);
-    std::memcpy(to + size - 8, from + size - 8, 8);
-  } else if (size >= 4) {
-    std::memcpy(to, from, 4);
-    std::memcpy(to + size - 4, from + size - 4, 4);
-  } else {
-    for (size_t i = 0; i < size; ++i)
+/** Appends a text whose conversions cannot be done one by one: numbered ones, wide characters. */
+void append_by_library(LineRoom& room, const char* format, Arguments& arguments) {
+  append_printed(room, [&](char* buffer, size_t size) {
+    va_list again;
+    va_copy(again, arguments.all);
+    int length = std::vsnprintf(buffer, size, format, again);
+    va_end(again);
+    return length;
+  });
+}
+
+/** Copies a text and looks for line feeds on the way. @return true if there are any. */
+inline bool copy_and_search(char* to, const char* from, size_t size) {
+  if (size < sizeof(uint64_t)) {
+    bool found = false;
+    for (size_t i = 0; i < size; ++i) {
       to[i] = from[i];
+      found |= from[i] == '\n';
+    }
+    return found;
   }
+  // Eight bytes at a time, the last eight overlapping the ones before; a byte's highest bit gets
+  // set where it was a line feed.
+  constexpr uint64_t every_byte = 0x0101010101010101;
+  uint64_t found = 0;
+  auto copy_word = [&](size_t at) {
+    uint64_t word;
+    std::memcpy(&word, from + at, sizeof word);
+    std::memcpy(to + at, &word, sizeof word);
+    word ^= every_byte * '\n';
+    found |= (word - every_byte) & ~word & (every_byte << 7);
+  };
+  for (size_t at = 0; at + sizeof(uint64_t) < size; at += sizeof(uint64_t))
+    copy_word(at);
+  copy_word(size - sizeof(uint64_t));
+  return found != 0;
 }
 
 /** The plain conversions, written with the cursor in a register. */
@@ -205,21 +217,35 @@ class Pen {
  public:
   explicit Pen(LineRoom& room) : room_(room), out_(room.cursor), limit_(room.limit) {}
 
+  /** Leaves the room to others ... */
   void put_down() { room_.cursor = out_; }
-  void take_up() {
+  /** ... and goes on after what they wrote. */
+  void take_up(bool is_text) {
     out_ = room_.cursor;
     limit_ = room_.limit;
+    if (is_text)
+      line_feeds_ += many;
   }
 
   /** Writes up to the next `%` or the end, and returns where that is. */
   const char* write_literal(const char* format) {
-    // A few characters mostly: copying them in one pass beats looking for their end first.
-    while (*format != '%' && *format != '\0') {
-      if (out_ == limit_)
+    // A few characters mostly: copying them in one pass beats looking for their end first. Letters
+    // lie beyond all characters that matter, so most take one comparison.
+    size_t room = static_cast<size_t>(limit_ - out_);
+    for (size_t i = 0;; ++i) {
+      unsigned char character = static_cast<unsigned char>(format[i]);
+      if (character <= '%') {
+        if (character == '%' || character == '\0') {
+          out_ += i;
+          return format + i;
+        }
+        if (character == '\n')
+          ++line_feeds_;
+      }
+      if (i == room)
         return write_long_literal(format);
-      *out_++ = *format++;
+      out_[i] = static_cast<char>(character);
     }
-    return format;
   }
 
   void write_text(const char* text) {
@@ -227,7 +253,8 @@ class Pen {
       text = "(null)";
     size_t size = std::strlen(text);
     if (size <= static_cast<size_t>(limit_ - out_)) [[likely]] {
-      copy_short(out_, text, size);
+      if (copy_and_search(out_, text, size))
+        line_feeds_ += many;
       out_ += size;
     } else {
       write_long_text(text, size);
@@ -245,7 +272,13 @@ class Pen {
   void write_character(char character) {
     if (out_ == limit_ && !make_room(1))
       return;
+    if (character == '\n')
+      ++line_feeds_;
     *out_++ = character;
+  }
+
+  LineFeeds line_feeds() const {
+    return line_feeds_ >= many ? LineFeeds::several : static_cast<LineFeeds>(line_feeds_);
   }
 
  private:
@@ -258,24 +291,29 @@ class Pen {
   void write_long_text(const char* text, size_t size) {
     put_down();
     room_.append(text, size);
-    take_up();
+    take_up(true);
   }
 
   bool make_room(size_t size) {
     put_down();
     bool is_done = room_.reserve(size);
-    take_up();
+    take_up(false);
     return is_done;
   }
+
+  static constexpr size_t many = 2;
 
   LineRoom& room_;
   char* out_;
   char* limit_;
+  size_t line_feeds_ = 0;
 };
 
-/** @return false at a conversion that cannot be done on its own, with a part of the text appended.
- */
-inline bool append_piece_by_piece(LineRoom& room, const char* format, Arguments& arguments) {
+}  // namespace
+
+LineFeeds append_formatted(LineRoom& room, const char* format, Arguments& arguments) {
+  const char* whole_format = format;
+  size_t length_before = room.length();
   Pen pen(room);
   for (;;) {
     format = pen.write_literal(format);
@@ -283,48 +321,31 @@ inline bool append_piece_by_piece(LineRoom& room, const char* format, Arguments&
       break;
     char kind = format[1];
     if (kind == 's') {
-      pen.write_text(va_arg(arguments.list, const char*));
+      pen.write_text(va_arg(arguments.next, const char*));
     } else if (kind == 'd') {
-      pen.write_number(va_arg(arguments.list, int));
+      pen.write_number(va_arg(arguments.next, int));
     } else if (kind == 'u') {
-      pen.write_number(va_arg(arguments.list, unsigned));
+      pen.write_number(va_arg(arguments.next, unsigned));
     } else if (kind == 'c') {
-      pen.write_character(static_cast<char>(va_arg(arguments.list, int)));
+      pen.write_character(static_cast<char>(va_arg(arguments.next, int)));
     } else if (kind == '%') {
       pen.write_character('%');
     } else {
       pen.put_down();
       Conversion conversion = read_conversion(format, arguments);
-      if (!append_conversion(room, conversion, arguments))
-        return false;
+      if (!append_conversion(room, conversion, arguments)) {
+        room.shorten(length_before);
+        append_by_library(room, whole_format, arguments);
+        return LineFeeds::several;
+      }
+      pen.take_up(conversion.kind == 's' || conversion.kind == 'c');
       format = conversion.end;
-      pen.take_up();
       continue;
     }
     format += 2;
   }
   pen.put_down();
-  return true;
-}
-
-}  // namespace
-
-void append_formatted(LineRoom& room, const char* format, va_list arguments) {
-  Arguments read;
-  va_copy(read.list, arguments);
-  size_t length_before = room.length();
-  if (!append_piece_by_piece(room, format, read)) {
-    // Numbered arguments, wide characters: the C library reads those from the whole format.
-    room.shorten(length_before);
-    append_printed(room, [&](char* buffer, size_t size) {
-      va_list again;
-      va_copy(again, arguments);
-      int length = std::vsnprintf(buffer, size, format, again);
-      va_end(again);
-      return length;
-    });
-  }
-  va_end(read.list);
+  return pen.line_feeds();
 }
 
 }  // namespace basetool

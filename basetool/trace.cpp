@@ -136,15 +136,13 @@ void write_text(int level, Append append) {
     return;
   size_t line_before = destination.length();
   size_t text_begin = begin_line(level);
-  append();
+  LineFeeds line_feeds = append();
   size_t size = destination.length() - text_begin;
   if (size == 0)
     return destination.shorten(line_before);
-  const char* text = destination.cursor - size;
-  const void* line_feed = std::memchr(text, '\n', size);
-  if (line_feed == nullptr)
+  if (line_feeds == LineFeeds::none)
     return;
-  bool is_whole_line = line_feed == destination.cursor - 1;
+  bool is_whole_line = line_feeds == LineFeeds::one && destination.cursor[-1] == '\n';
   bool is_empty_line = size == 1 && line_before == 0;
   if (is_whole_line && !is_empty_line) [[likely]] {
     end_line();
@@ -154,10 +152,10 @@ void write_text(int level, Append append) {
 }
 
 /** Kept out of the entry functions, which would save registers for it even when they do nothing. */
-[[gnu::noinline]] void write_formatted(int level, const char* format, va_list arguments) {
+[[gnu::noinline]] void write_formatted(int level, const char* format, Arguments& arguments) {
   if (!is_shown(level) || format == nullptr)
     return;
-  write_text(level, [&] { append_formatted(destination, format, arguments); });
+  write_text(level, [&] { return append_formatted(destination, format, arguments); });
 }
 
 /** Ends a line that is still open. */
@@ -183,10 +181,12 @@ Finisher::~Finisher() {
   do {                                                   \
     if ((level) > basetool::shown_level)                 \
       return;                                            \
-    va_list arguments;                                   \
-    va_start(arguments, format);                         \
+    basetool::Arguments arguments;                       \
+    va_start(arguments.next, format);                    \
+    va_start(arguments.all, format);                     \
     basetool::write_formatted(level, format, arguments); \
-    va_end(arguments);                                   \
+    va_end(arguments.all);                               \
+    va_end(arguments.next);                              \
   } while (false)
 
 void ZOLP_LOG(int, int, const char* format, ...) {
@@ -219,6 +219,7 @@ void ZOLP_CRERROR(const char* text) {
   basetool::write_text(ZOLP_LEVEL_ERROR, [text] {
     basetool::destination.append(text, std::strlen(text));
     basetool::destination.append("\n", 1);
+    return basetool::LineFeeds::several;
   });
 }
 
