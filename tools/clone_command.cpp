@@ -21,7 +21,8 @@ namespace tool {
 
 namespace {
 
-constexpr const char* log_name = "clone.log";
+// Not "clone.log": the batch file sends the clone program's error output there.
+constexpr const char* log_name = "clone_log.txt";
 constexpr const char* batch_name = "clone.bat";
 constexpr const char* entries_name = "clone_entries.txt";
 constexpr const char* separator_preference = "FLColumnCatIVFSeparatorPref";
@@ -66,7 +67,7 @@ void check_login_options(const CLI::App& command) {
     return;
   throw usage_error("the login is not complete",
                     given < 3 ? "give -u, -p and -g, or none of them for the automatic login"
-                              : "write -u=USER -p=PASSWORD -g=GROUP, none of them empty");
+                              : "write it as -u=USER -p=PASSWORD -g=GROUP");
 }
 
 void check_file_opens(const std::string& path, const char* mode, const std::string& preference) {
@@ -230,7 +231,7 @@ class CloneRun {
 
 constexpr const char* clone_help = R"(
 Writes into the output folder
-  clone.log          head of the clone log, from the header template
+  clone_log.txt      head of the clone log, from the header template
   clone.bat          batch file that starts the clone program
   clone_entries.txt  one entry per item, from the clone and retain templates
 all three together when the run succeeds, none of them when it fails: earlier

@@ -89,6 +89,11 @@ void seed_site(const SeedOptions& options) {
 
 // --------------------------------------------------------------------------------------- show
 
+/** Tags are handles of one process: of no use to a reader. */
+bool is_shown(const std::string& key) {
+  return key != "tag";
+}
+
 /** One line of text for a value: lists are joined, objects become "key=value". */
 std::string value_text(const Json& value) {
   if (value.is_string())
@@ -101,6 +106,8 @@ std::string value_text(const Json& value) {
     return value.dump();
   std::string text;
   for (const auto& [key, element] : value.items()) {
+    if (value.is_object() && !is_shown(key))
+      continue;
     if (!text.empty())
       text += ", ";
     if (value.is_object())
@@ -115,8 +122,9 @@ std::vector<std::string> keys_of(const Json& rows) {
   std::vector<std::string> keys;
   for (const Json& row : rows) {
     for (const auto& [key, ignored] : row.items()) {
-      if (std::find(keys.begin(), keys.end(), key) == keys.end())
-        keys.push_back(key);
+      if (!is_shown(key) || std::find(keys.begin(), keys.end(), key) != keys.end())
+        continue;
+      keys.push_back(key);
     }
   }
   return keys;

@@ -50,19 +50,13 @@ class ColumnSession {
 
  private:
   static Json site_description(const std::string& separator, const std::string& header_template) {
-    return {{"site", {{"name", "list"}, {"automatic_login", "list"}}},
-            {"groups", {{{"name", "list"}}}},
-            {"roles", {{{"name", "list"}}}},
-            {"users",
-             {{{"id", "list"},
-               {"name", "list"},
-               {"password", "list"},
-               {"memberships", {{{"group", "list"}, {"role", "list"}}}},
-               {"default_group", "list"}}}},
-            {"preferences",
-             {{"FLColumnCatIVFSeparatorPref", separator},
-              {"WsoInsertNoSelectionsPref", "0"},
-              {"zolp_list_header", header_template}}}};
+    Json description = Json::parse(R"({
+      "site": {"automatic_login": "list"}, "groups": ["list"], "roles": ["list"],
+      "users": [{"id": "list", "memberships": [{"group": "list", "role": "list"}]}]})");
+    description["preferences"] = {{"FLColumnCatIVFSeparatorPref", separator},
+                                  {"WsoInsertNoSelectionsPref", "0"},
+                                  {"zolp_list_header", header_template}};
+    return description;
   }
 
   WorkFolder work_;

@@ -46,13 +46,15 @@ unset ZOLP_TRACE_FILE ZOLP_TRACE_LEVEL
 heading 'out/clone.bat' 'The batch file: actions before the run, the call of the clone program, actions after it.'
 shown <out/clone.bat
 
-heading 'out/clone.log' 'The head of the clone log, filled in from its template. Values end at the first semicolon.'
-head -n 12 out/clone.log | shown | cut -c 1-100
+heading 'out/clone_log.txt' 'The head of the clone log, filled in from its template. Values end at the first semicolon.'
+head -n 12 out/clone_log.txt | shown | cut -c 1-100
 
 heading 'out/clone_entries.txt' 'One entry per part; here the first of them.'
 head -n 18 out/clone_entries.txt | shown | cut -c 1-100
 
-heading 'The call trace' "Each call into the platform with what it returned; the first lines of $(wc -l <trace.txt)."
-head -n 40 trace.txt | cut -c 1-120
+heading 'The call trace' "Each call into the platform, with source and line: some of $(wc -l <trace.txt) lines."
+head -n 15 trace.txt | cut -c 1-120
+printf '...\n'
+sed -n '/->ZOLP_create_clonelogheader/,$p' trace.txt | sed -n '1,25p' | cut -c 1-120
 
 heading 'Done' "All of it is in $PWD."
