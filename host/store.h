@@ -213,6 +213,7 @@ class Store {
   void write_slot(tag object, const Attribute& attribute, const Slot& slot);
   Slot& slot_of(Instance& instance, const std::string& attribute, const Attribute** definition);
 
+  bool is_own(const LockHolder& holder) const;
   std::optional<LockHolder> read_lock(tag object);
   void take_lock(tag object);
   void require_own_lock(tag object);

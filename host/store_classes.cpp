@@ -66,8 +66,9 @@ Store::Store(Database& database)
   create_tables();
   load_classes();
   complete_built_ins();
-  Query locks(database_, "SELECT instance FROM lock WHERE process_id = ? AND process_start = ?",
-              process_.id, process_.start);
+  Query locks(database_,
+              "SELECT instance FROM lock WHERE node = ? AND process_id = ? AND process_start = ?",
+              node_, process_.id, process_.start);
   while (locks.next())
     instances_[static_cast<tag>(locks.integer(0))].locked = true;
 }

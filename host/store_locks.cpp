@@ -6,6 +6,10 @@
 
 namespace host {
 
+bool Store::is_own(const LockHolder& holder) const {
+  return holder.process == process_ && holder.node == node_;
+}
+
 std::optional<LockHolder> Store::read_lock(tag object) {
   Query query(database_,
               "SELECT user_id, node, process_id, process_start, since FROM lock WHERE instance = ?",
@@ -18,7 +22,7 @@ std::optional<LockHolder> Store::read_lock(tag object) {
   holder.process = {query.integer(2), query.integer(3)};
   holder.since = parse_date(query.text(4));
   // Of a process on another machine nothing is known, so its locks hold.
-  if (holder.node == node_ && !os::is_running(holder.process))
+  if (!is_own(holder) && holder.node == node_ && !os::is_running(holder.process))
     return std::nullopt;
   return holder;
 }
@@ -35,7 +39,7 @@ void Store::take_lock(tag object) {
 
 void Store::require_own_lock(tag object) {
   const std::optional<LockHolder> holder = read_lock(object);
-  if (!holder || holder->process != process_) {
+  if (!holder || !is_own(*holder)) {
     refuse(STORE_not_locked, "object " + std::to_string(object));
   }
 }
@@ -46,7 +50,7 @@ void Store::lock(tag object) {
     return;
   Transaction transaction(database_);
   const std::optional<LockHolder> holder = read_lock(object);
-  if (holder && holder->process != process_) {
+  if (holder && !is_own(*holder)) {
     refuse(STORE_locked_by_other, "object " + std::to_string(object) + ", by user " +
                                       holder->user_id + " on " + holder->node + " since " +
                                       date_text(holder->since));
@@ -67,16 +71,15 @@ void Store::refresh(tag object, bool for_change) {
   if (instance.state == InstanceState::is_new)
     return;
   if (instance.locked) {
-    run(database_, "DELETE FROM lock WHERE instance = ? AND process_id = ? AND process_start = ?",
-        object, process_.id, process_.start);
+    run(database_, "DELETE FROM lock WHERE instance = ?", object);
     instance.locked = false;
   }
   read(object, instance);
 }
 
 void Store::release_locks() {
-  run(database_, "DELETE FROM lock WHERE process_id = ? AND process_start = ?", process_.id,
-      process_.start);
+  run(database_, "DELETE FROM lock WHERE node = ? AND process_id = ? AND process_start = ?", node_,
+      process_.id, process_.start);
   for (auto& [object, instance] : instances_)
     instance.locked = false;
 }
