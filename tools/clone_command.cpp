@@ -251,16 +251,21 @@ Example:
 void add_clone_command(CLI::App& program) {
   CLI::App* const clone = program.add_subcommand("clone", "Prepare a clone run");
   const auto options = std::make_shared<CloneOptions>();
-  clone->add_option("LIST", options->release_list, "The release list")->required();
-  clone->add_option("--out", options->folder, "Output folder")->capture_default_str();
-  clone->add_option("--host", options->site, "The site's file; ORK_HOST_DB when left out");
+  clone->add_option("LIST", options->release_list, "The release list")->required()->type_name("");
+  clone->add_option("--out", options->folder, "Output folder")
+      ->type_name("FOLDER")
+      ->capture_default_str();
+  clone->add_option("--host", options->site, "The site's file; ORK_HOST_DB when left out")
+      ->type_name("FILE");
   clone
       ->add_option("--header", options->header_preference,
                    "Preference that names the clone log's header template")
+      ->type_name("PREFERENCE")
       ->capture_default_str();
-  clone->add_option("-u", options->user, "User, with -p and -g; automatic login without");
-  clone->add_option("-p", options->password, "Password");
-  clone->add_option("-g", options->group, "Group");
+  clone->add_option("-u", options->user, "User, with -p and -g; automatic login without")
+      ->type_name("USER");
+  clone->add_option("-p", options->password, "Password")->type_name("PASSWORD");
+  clone->add_option("-g", options->group, "Group")->type_name("GROUP");
   clone->add_flag("--json", options->json, "Print the summary as JSON");
   clone->footer(clone_help);
   clone->callback([options, clone] {

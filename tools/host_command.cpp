@@ -89,12 +89,12 @@ void seed_site(const SeedOptions& options) {
 
 // --------------------------------------------------------------------------------------- show
 
-/** Tags are handles of one process: of no use to a reader. */
-bool is_shown(const std::string& key) {
-  return key != "tag";
+/** Tags are handles of one process, and all attributes of an object are too long for a table. */
+bool is_shown(const std::string& key, const Json& value) {
+  return key != "tag" && !(key == "attributes" && value.is_object());
 }
 
-/** One line of text for a value: lists are joined, objects become "key=value". */
+/** One line of text for a value: its name or id when it has one, otherwise its parts. */
 std::string value_text(const Json& value) {
   if (value.is_string())
     return value.get<std::string>();
@@ -104,15 +104,17 @@ std::string value_text(const Json& value) {
     return value.get<bool>() ? "yes" : "no";
   if (!value.is_structured())
     return value.dump();
+  if (value.is_object()) {
+    for (const char* key : {"name", "id"}) {
+      if (value.contains(key))
+        return value_text(value[key]);
+    }
+  }
+  const char* const between = value.is_object() ? "/" : ", ";
   std::string text;
-  for (const auto& [key, element] : value.items()) {
-    if (value.is_object() && !is_shown(key))
-      continue;
-    if (!text.empty())
-      text += ", ";
-    if (value.is_object())
-      text += key + "=";
-    text += element.is_object() ? "(" + value_text(element) + ")" : value_text(element);
+  for (const auto& [key, part] : value.items()) {
+    if (is_shown(key, part))
+      text += (text.empty() ? "" : between) + value_text(part);
   }
   return text;
 }
@@ -121,10 +123,10 @@ std::string value_text(const Json& value) {
 std::vector<std::string> keys_of(const Json& rows) {
   std::vector<std::string> keys;
   for (const Json& row : rows) {
-    for (const auto& [key, ignored] : row.items()) {
-      if (!is_shown(key) || std::find(keys.begin(), keys.end(), key) != keys.end())
-        continue;
-      keys.push_back(key);
+    for (const auto& [key, value] : row.items()) {
+      const bool is_known = std::find(keys.begin(), keys.end(), key) != keys.end();
+      if (!is_known && is_shown(key, value))
+        keys.push_back(key);
     }
   }
   return keys;
@@ -158,16 +160,27 @@ void print_section(const std::string& name, const Json& section) {
   }
 }
 
-struct ShowOptions {
+/** Positional arguments, of which the first may stand for the second: the file can be left out. */
+std::vector<std::string> given(const std::string& first, const std::string& second) {
   std::vector<std::string> arguments;
+  for (const std::string& argument : {first, second}) {
+    if (!argument.empty())
+      arguments.push_back(argument);
+  }
+  return arguments;
+}
+
+struct ShowOptions {
+  std::string file, section;
   bool json = false;
 };
 
-void show_site(ShowOptions options) {
-  const bool only_section = options.arguments.size() == 1 && is_section(options.arguments[0]) &&
-                            !fs::is_regular_file(options.arguments[0]);
-  const Site site(only_section ? site_file("") : take_site_file(options.arguments));
-  const std::string section = options.arguments.empty() ? "" : options.arguments[0];
+void show_site(const ShowOptions& options) {
+  std::vector<std::string> arguments = given(options.file, options.section);
+  const bool only_section =
+      arguments.size() == 1 && is_section(arguments[0]) && !fs::is_regular_file(arguments[0]);
+  const Site site(only_section ? site_file("") : take_site_file(arguments));
+  const std::string section = arguments.empty() ? "" : arguments[0];
   if (!section.empty() && !is_section(section)) {
     throw usage_error("there is no section \"" + section + "\"",
                       "choose one of " + value_text(Json(sections)));
@@ -186,7 +199,8 @@ void show_site(ShowOptions options) {
 // --------------------------------------------------------------------------------------- pref
 
 struct PreferenceOptions {
-  std::vector<std::string> arguments;
+  std::string file, name;
+  std::vector<std::string> values;
   bool unset = false;
   bool json = false;
 };
@@ -203,13 +217,20 @@ Json preference_values(const Site& site, const std::string& name) {
   return Json();
 }
 
-void use_preference(PreferenceOptions options) {
-  Site site(take_site_file(options.arguments));
-  if (options.arguments.empty()) {
+void use_preference(const PreferenceOptions& options) {
+  std::vector<std::string> arguments = given(options.file, options.name);
+  arguments.insert(arguments.end(), options.values.begin(), options.values.end());
+  Site site(take_site_file(arguments));
+  if (arguments.empty()) {
     throw usage_error("no preference named", "say which one, see \"zolp host pref --help\"");
   }
-  const std::string name = options.arguments.front();
-  const std::vector<std::string> values(options.arguments.begin() + 1, options.arguments.end());
+  const std::string name = arguments.front();
+  const std::vector<std::string> values(arguments.begin() + 1, arguments.end());
+  for (const std::string& value : values) {
+    if (value.starts_with("--")) {
+      throw usage_error("unknown option " + value, "see \"zolp host pref --help\"");
+    }
+  }
   if (options.unset && !values.empty()) {
     throw usage_error("values given together with --unset", "give one or the other");
   }
@@ -230,8 +251,11 @@ void use_preference(PreferenceOptions options) {
 void add_init(CLI::App& host) {
   CLI::App* const init = host.add_subcommand("init", "Create a site");
   const auto options = std::make_shared<SeedOptions>();
-  init->add_option("FILE", options->file, "The site's file; must not exist")->required();
+  init->add_option("FILE", options->file, "The site's file; must not exist")
+      ->required()
+      ->type_name("");
   init->add_option("--seed", options->seeds, "JSON file to fill the site from; repeatable")
+      ->type_name("FILE")
       ->allow_extra_args(false);
   init->footer(
       "\nExample: zolp host init site.db --seed site.json\n"
@@ -242,8 +266,10 @@ void add_init(CLI::App& host) {
 void add_seed(CLI::App& host) {
   CLI::App* const seed = host.add_subcommand("seed", "Fill an existing site");
   const auto options = std::make_shared<SeedOptions>();
-  seed->add_option("FILE", options->file, "The site's file")->required();
-  seed->add_option("SEED", options->seeds, "JSON files, taken one after the other")->required();
+  seed->add_option("FILE", options->file, "The site's file")->required()->type_name("");
+  seed->add_option("SEED", options->seeds, "JSON files, taken one after the other")
+      ->required()
+      ->type_name("");
   seed->footer(
       "\nWhat exists under the same name is changed. Each file is taken as a whole or,\n"
       "when it is wrong, not at all; earlier ones stay.");
@@ -253,27 +279,38 @@ void add_seed(CLI::App& host) {
 void add_show(CLI::App& host) {
   CLI::App* const show = host.add_subcommand("show", "Print what a site holds");
   const auto options = std::make_shared<ShowOptions>();
-  show->add_option("ARGUMENTS", options->arguments, "[FILE] [SECTION]")->expected(0, 2);
+  show->add_option("FILE", options->file, "The site's file; ORK_HOST_DB when left out")
+      ->type_name("");
+  show->add_option("SECTION", options->section, "What to print; all when left out")->type_name("");
   show->add_flag("--json", options->json, "Print JSON");
   show->footer("\nSections: " + value_text(Json(sections)) +
-               "\nFILE may be left out when ORK_HOST_DB names it.\n"
+               "\nTables leave out tags and the attributes of objects; --json has them.\n"
                "Example: zolp host show site.db users");
   show->callback([options] { show_site(*options); });
 }
 
 void add_pref(CLI::App& host) {
-  CLI::App* const pref = host.add_subcommand("pref", "Print, set or remove a preference");
+  CLI::App* const pref =
+      host.add_subcommand("pref", "Print, set or remove a preference: [FILE] NAME [VALUE...]");
   const auto options = std::make_shared<PreferenceOptions>();
-  pref->add_option("ARGUMENTS", options->arguments, "[FILE] NAME [VALUE...]")->expected(1, 1000);
+  pref->add_option("FILE", options->file, "The site's file; ORK_HOST_DB when left out")
+      ->type_name("");
+  pref->add_option("NAME", options->name,
+                   "The preference; values after it are set, or else printed")
+      ->type_name("");
+  // Values are what the parser leaves: as its own list it would take "[a,b]" apart.
+  pref->allow_extras();
   pref->add_flag("--unset", options->unset, "Remove the preference");
   pref->add_flag("--json", options->json, "Print the values as JSON");
   pref->footer(
-      "\nFILE may be left out when ORK_HOST_DB names it; a first argument that looks like\n"
-      "a path is always FILE.\n"
+      "\nA first argument that looks like a path is always FILE.\n"
       "Examples: zolp host pref site.db ZOLP_qnversion\n"
       "          zolp host pref site.db ZOLP_qnversion v15\n"
       "          zolp host pref site.db ZOLP_qnversion --unset");
-  pref->callback([options] { use_preference(*options); });
+  pref->callback([options, pref] {
+    options->values = pref->remaining();
+    use_preference(*options);
+  });
 }
 
 }  // namespace
@@ -281,6 +318,7 @@ void add_pref(CLI::App& host) {
 void add_host_commands(CLI::App& program) {
   CLI::App* const host = program.add_subcommand("host", "Create, fill and look at embedded sites");
   host->require_subcommand(1);
+  host->footer("\n\"zolp host COMMAND --help\" says more about each command.");
   add_init(*host);
   add_seed(*host);
   add_show(*host);

@@ -115,8 +115,10 @@ std::shared_ptr<CopyOptions> add_copy_command(CLI::App& list, const std::string&
                                               const std::string& purpose, CLI::App*& command) {
   command = list.add_subcommand(name, purpose);
   const auto options = std::make_shared<CopyOptions>();
-  command->add_option("IN", options->in, "The release list; must be writable")->required();
-  command->add_option("OUT", options->out, "The file to write")->required();
+  command->add_option("IN", options->in, "The release list; must be writable")
+      ->required()
+      ->type_name("");
+  command->add_option("OUT", options->out, "The file to write")->required()->type_name("");
   command->add_flag("--force", options->force, "Replace OUT when it exists");
   command->add_flag("--json", options->json, "Print the result as JSON");
   return options;
@@ -126,6 +128,9 @@ void add_clean(CLI::App& list) {
   CLI::App* command = nullptr;
   const auto options =
       add_copy_command(list, "clean", "Copy a list without its empty \"Where\" blocks", command);
+  command->footer(
+      "\nA block is empty when the line after its \"Where\" line begins with \"----\"; both go.\n"
+      "Example: zolp list clean release_list.txt cleaned.txt");
   command->callback([options] { copy_list(*options, ZOLP_clean_list); });
 }
 
@@ -148,6 +153,7 @@ void add_scan(CLI::App& list) {
   const auto options = add_copy_command(
       list, "scan", "Copy a list without the \"Where\" lines that hold certain texts", command);
   command->add_option("--pattern", options->patterns, "Text to drop lines by; repeatable")
+      ->type_name("TEXT")
       ->required()
       ->allow_extra_args(false);
   command->footer(
@@ -231,7 +237,9 @@ void add_items(CLI::App& list) {
     bool json = false;
   };
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "The item list; must be writable")->required();
+  command->add_option("FILE", options->file, "The item list; must be writable")
+      ->required()
+      ->type_name("");
   command->add_flag("--json", options->json, "Print JSON");
   command->footer(
       "\n\"count\" says how often the same text stands in the list; texts that differ in\n"
@@ -338,13 +346,17 @@ void add_tree(CLI::App& list) {
   CLI::App* const command =
       list.add_subcommand("tree", "Draw a release list as the tree it stands for");
   const auto options = std::make_shared<TreeOptions>();
-  command->add_option("FILE", options->file, "The release list; must be writable")->required();
-  command->add_option("--depth", options->depth, "Number of levels to draw")
+  command->add_option("FILE", options->file, "The release list; must be writable")
+      ->required()
+      ->type_name("");
+  command->add_option("--depth", options->depth, "Number of levels to draw, up to 1000")
+      ->type_name("N")
       ->capture_default_str()
       ->check(CLI::Range(1, 1000));
   command
       ->add_option("--separator", options->separator,
                    "Text between item id and revision, as the site's preference has it")
+      ->type_name("TEXT")
       ->capture_default_str();
   command->add_flag("--json", options->json, "Print JSON");
   command->footer(
@@ -362,6 +374,7 @@ void add_tree(CLI::App& list) {
 void add_list_commands(CLI::App& program) {
   CLI::App* const list = program.add_subcommand("list", "Clean, reduce and look at list files");
   list->require_subcommand(1);
+  list->footer("\n\"zolp list COMMAND --help\" says more about each command.");
   add_clean(*list);
   add_dedupe(*list);
   add_scan(*list);

@@ -57,12 +57,14 @@ TEST_F(HostCommand, Preferences) {
   make_site();
   EXPECT_EQ(pref({"Many"}).out, "a\nb\n");
   EXPECT_EQ(pref({"File"}).out, folder.path("x.txt") + "\n");
-  EXPECT_EQ(pref({"One", "other", "and more"}).exit_code, 0);
-  EXPECT_EQ(pref({"One", "--json"}).json(), nlohmann::json({"other", "and more"}));
-  EXPECT_EQ(run_zolp({"host", "pref", "One"}, {{"ORK_HOST_DB", site}}).out, "other\nand more\n");
+  EXPECT_EQ(pref({"One", "other", "-1", "[a,b]"}).exit_code, 0);
+  const nlohmann::json values = {"other", "-1", "[a,b]"};
+  EXPECT_EQ(pref({"One", "--json"}).json(), values);
+  EXPECT_EQ(run_zolp({"host", "pref", "One", "--json"}, {{"ORK_HOST_DB", site}}).json(), values);
   EXPECT_EQ(pref({"One", "--unset"}).exit_code, 0);
   expect_refusal(pref({"One"}), 1, "preference One is not set");
   expect_refusal(pref({"Many", "c", "--unset"}), 2, "--unset");
+  expect_refusal(pref({"Many", "--unsett"}), 2, "--unsett");
   EXPECT_EQ(pref({"Many"}).out, "a\nb\n");
 
   // A mistyped path is not the name of a preference of the site in the environment.
