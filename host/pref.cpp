@@ -49,10 +49,12 @@ void write_preference(Database& database, const std::string& name, const Prefere
 
 namespace {
 
+/** The session's preferences; its first use reads them. */
 const PreferenceTable& preferences() {
-  const auto& table = session().preferences;
-  if (!table)
-    refuse(PREF_not_initialized);
+  auto& table = session().preferences;
+  if (!table) {
+    table = read_preferences(site().database());
+  }
   return *table;
 }
 
@@ -85,11 +87,7 @@ using host::Needs;
 using host::operation;
 
 int PREF_initialize(void) {
-  return operation("PREF_initialize", Needs::session, [] {
-    auto& table = host::session().preferences;
-    if (!table)
-      table = host::read_preferences(host::site().database());
-  });
+  return operation("PREF_initialize", Needs::session, [] { host::preferences(); });
 }
 
 int PREF_get_value_count(const char* name, int* count) {

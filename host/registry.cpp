@@ -64,7 +64,6 @@ constexpr ErrorText error_texts[] = {
     {ORK_site_not_available, "The site's data is not available"},
     {ORK_internal_error, "The platform failed unexpectedly"},
     {ORK_out_of_memory, "Memory is exhausted"},
-    {PREF_not_initialized, "The preferences have not been read in this session"},
     {PREF_value_not_found, "The preference has no such value"},
     {PREF_value_not_logical, "The preference's value is not a logical"},
     {ORG_not_a_user, "The object is not a user"},
