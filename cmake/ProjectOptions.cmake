@@ -3,6 +3,10 @@
 add_library(zolp_options INTERFACE)
 target_compile_features(zolp_options INTERFACE cxx_std_20)
 target_compile_options(zolp_options INTERFACE -Wall -Wextra -Wshadow -Wconversion)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # Versions before 13 see overlapping copies in `"text" + std::string` where there are none.
+  target_compile_options(zolp_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+endif()
 if(ZOLP_WARNINGS_AS_ERRORS)
   target_compile_options(zolp_options INTERFACE -Werror)
 endif()

@@ -23,7 +23,7 @@ extern "C" {
 /* ----------------------------------------------------------------------------------- sites -- */
 
 /**
- * Opens a site and closes the one that was open. A session ends with the site it was opened on.
+ * Opens a site; the one that was open is closed in any case. A session ends with its site.
  * @param[in] path path of the site's file, created when it does not exist; ":memory:" for a site
  *   that keeps nothing.
  * @return #ORK_ok or #ORK_site_not_available.
@@ -43,8 +43,9 @@ ORK_API const char* ork_host_path(void);
  * Fills the open site from a JSON text (format: `docs/embedded-host.md`). All of it is taken, or
  * nothing. What exists under the same name is changed, so that seeding twice is seeding once.
  * @param[in] json the text, NUL-terminated.
- * @return #ORK_ok, #ORK_invalid_argument (the text on the error stack says where and what) or
- *   #ORK_site_not_available.
+ * @return #ORK_ok, #ORK_invalid_argument (the text on the error stack says where and what),
+ *   #ORK_site_not_available, or the platform's code for an object that is to be changed and that
+ *   another process has locked.
  */
 ORK_API int ork_host_seed(const char* json);
 
@@ -89,7 +90,7 @@ ORK_API void ork_host_set_arguments(int count, const char* const* arguments);
 /**
  * Makes a later call of an operation fail without doing anything.
  * @param[in] operation name of the platform operation, for example "PREF_initialize"; "*" counts
- *   the calls of all operations.
+ *   the calls of all operations that the journal records.
  * @param[in] nth which call from now on, counted from 1.
  * @param[in] status the status that it returns; it also goes onto the error stack.
  */

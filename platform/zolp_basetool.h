@@ -7,8 +7,11 @@
  * from the environment (`ZOLP_TRACE_LEVEL`, `ZOLP_TRACE_FILE` and others, see `docs/tracing.md`);
  * unless told otherwise, errors and warnings are shown, on standard error.
  *
- * Formats are those of `printf`; a null text for `%s` is shown as "(null)". To be used from one
- * thread, like the library that it serves.
+ * Formats are those of `printf`; a null text for `%s` is shown as "(null)", a null format is
+ * ignored, and a text that memory does not suffice for is cut. A text may hold any number of line
+ * feeds; an empty line gets neither prefix nor indentation. `errno` is left as it was. To be used
+ * from one thread, like the library that it serves; from the child of a fork, too, which writes to
+ * a file of its own.
  */
 #ifndef ZOLP_BASETOOL_H
 #define ZOLP_BASETOOL_H
@@ -47,7 +50,7 @@ enum {
 };
 
 /**
- * Writes an entry or exit line.
+ * Writes an entry or exit line, on level #ZOLP_LEVEL_LOG.
  * @param[in] area, detail kept for sites that tell areas of the trace apart; pass 1 and 1.
  * @param[in] format, ... the text, as for `printf`.
  */
@@ -71,7 +74,7 @@ ZOLP_TRACE_API void ZOLP_DEBUG(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
  */
 ZOLP_TRACE_API void ZOLP_CRERROR(const char* text);
 
-/** Writes a part of the version banner. */
+/** Writes a part of the version banner, on level #ZOLP_LEVEL_LOG. */
 ZOLP_TRACE_API void ZOLP_PRINT_VERINFO(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
 
 /** Indents the lines that follow by one level more. */
@@ -87,7 +90,10 @@ ZOLP_TRACE_API void ZOLP_DecTraceSpaces(void);
  */
 ZOLP_TRACE_API int ZOLP_IsTraced(int level);
 
-/** Sets the level for the rest of the process, in place of the environment's. */
+/**
+ * Sets the level for the rest of the process, in place of the environment's.
+ * @param[in] level one of the levels above; what lies beyond them counts as the nearest.
+ */
 ZOLP_TRACE_API void ZOLP_SetTraceLevel(int level);
 
 /** Current depth of indentation in levels; it counts on where the indentation stops widening. */
@@ -104,9 +110,11 @@ ZOLP_TRACE_API int ZOLP_GetTraceDepth(void);
 typedef void (*ZOLP_TraceWriter)(int level, const char* line, size_t size, void* context);
 
 /**
- * Sends the trace to a function of the host program instead of a file or standard error.
+ * Sends the trace to a function of the host program instead of a file or standard error. A line
+ * that is not finished goes where the trace went before. Texts that the function itself writes are
+ * dropped, and it is not called any more when the program is ending.
  * @param[in] writer the function; null goes back to what the environment says.
- * @param[in] context passed on to it.
+ * @param[in] context passed on to it; the caller's, and to be kept as long as the function is set.
  */
 ZOLP_TRACE_API void ZOLP_SetTraceWriter(ZOLP_TraceWriter writer, void* context);
 

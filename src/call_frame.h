@@ -15,8 +15,6 @@
  */
 #pragma once
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -89,29 +87,23 @@ struct FinishedCall {
   int guarded() const;
 };
 
-/** A literal as a template argument. */
-template <std::size_t N>
-struct Literal {
-  char text[N];
-  // NOLINTNEXTLINE(google-explicit-constructor): a literal is to be written in its place
-  constexpr Literal(const char (&literal)[N]) { std::copy_n(literal, N, text); }
-};
-
-template <Literal call>
-constexpr auto shorten_call() {
-  constexpr std::string_view written(call.text);
-  constexpr std::string_view name = written.substr(0, written.find('('));
-  constexpr std::string_view arguments = "(...)";
-  static_assert(name.size() + arguments.size() < 1024, "longer than the trace shows");
-  std::array<char, name.size() + arguments.size() + 1> shortened{};
-  std::copy(arguments.begin(), arguments.end(),
-            std::copy(name.begin(), name.end(), shortened.begin()));
-  return shortened;
-}
-
 /** The text of a guarded call: what was written, from its first parenthesis on "(...)". */
-template <Literal call>
-inline constexpr auto shortened_call = shorten_call<call>();
+template <std::size_t N>
+struct ShortenedCall {
+  static_assert(N + 5 <= 1024, "longer than the trace shows");
+  char text[N + 5]{};
+
+  consteval explicit ShortenedCall(const char (&written)[N]) {
+    std::size_t length = 0;
+    while (written[length] != '(' && written[length] != '\0') {
+      text[length] = written[length];
+      ++length;
+    }
+    for (const char character : {'(', '.', '.', '.', ')'}) {
+      text[length++] = character;
+    }
+  }
+};
 
 }  // namespace orktool
 
@@ -120,14 +112,14 @@ inline constexpr auto shortened_call = shorten_call<call>();
   ((status) = orktool::FinishedCall{orktool::start_call(text, orktool::here()), (call)}.traced())
 
 /** Makes a platform call and traces it; returns its status from the function if it failed. */
-#define GUARDED(text, call)                                                                 \
-  do {                                                                                      \
-    if (const int guarded_status =                                                          \
-            orktool::FinishedCall{                                                          \
-                orktool::start_call(orktool::shortened_call<text>.data(), orktool::here()), \
-                (call)}                                                                     \
-                .guarded();                                                                 \
-        guarded_status != ORK_ok) {                                                         \
-      return guarded_status;                                                                \
-    }                                                                                       \
+#define GUARDED(text_literal, call)                                                          \
+  do {                                                                                       \
+    static constexpr orktool::ShortenedCall shortened_call(text_literal);                    \
+    if (const int guarded_status =                                                           \
+            orktool::FinishedCall{orktool::start_call(shortened_call.text, orktool::here()), \
+                                  (call)}                                                    \
+                .guarded();                                                                  \
+        guarded_status != ORK_ok) {                                                          \
+      return guarded_status;                                                                 \
+    }                                                                                        \
   } while (false)

@@ -26,6 +26,7 @@
 #include <system_error>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "call_frame.h"
 #include "host_memory.h"
@@ -1170,49 +1171,67 @@ int write_record(std::FILE* out, const assy_entry& entry) {
   return status;
 }
 
-int write_siblings(std::FILE* out, const assy_entry* first);
+/** Records whose calls have begun and not ended: one of a level and its siblings before it. */
+struct OpenCalls {
+  const assy_entry* first;
+  const assy_entry* last;
+  bool is_below_done = false;
+};
 
-/** Writes the entries of a record and of what is below it. */
-int write_record_and_children(std::FILE* out, const assy_entry& entry) {
-  int status = write_record(out, entry);
-  if (status == 0 && entry.child != nullptr) {
-    ZOLP_TRACE("---> One Level down\n");
-    status = write_siblings(out, entry.child);
-    if (status != 0) {
-      const Place place = here();
-      ZOLP_ERROR(walk_error, place.file, place.line);
-      return status;
-    }
-    ZOLP_TRACE("<--- One Level up\n");
-  }
-  return status;
+/** Begins a record's call: its frame and its own entry. */
+int begin_record(std::FILE* out, const assy_entry& entry) {
+  const Frame frame(walk_name);
+  return write_record(out, entry);
 }
 
-/**
- * Writes the entries of a record, its children and its later siblings. The trace is that of a
- * function which calls itself for the next sibling; a loop makes it, since a list can have a
- * million siblings but no stack holds a million calls.
- */
-int write_siblings(std::FILE* out, const assy_entry* first) {
-  const assy_entry* last = first;
-  const Frame first_frame(walk_name);
-  int status = write_record_and_children(out, *first);
-  while (status == 0 && last->next != nullptr) {
-    ZOLP_TRACE("Next knot\n");
-    last = last->next;
-    const Frame frame(walk_name);
-    status = write_record_and_children(out, *last);
-  }
-  // Each record's call ends after those of its later siblings; a failure ends them all.
+/** Ends the calls of a level. Each one ends after that of its next sibling; a failure ends all. */
+void end_calls(const OpenCalls& calls, int status) {
   leave_frame(walk_name);
-  for (const assy_entry* entry = first; entry != last; entry = entry->next) {
+  for (const assy_entry* entry = calls.first; entry != calls.last; entry = entry->next) {
     if (status != 0) {
       const Place place = here();
       ZOLP_ERROR(walk_error, place.file, place.line);
     }
     leave_frame(walk_name);
   }
-  return status;
+}
+
+/**
+ * Writes the entries of a record, of its children and of its later siblings. The trace is that of a
+ * function which calls itself for the child and for the next sibling. A loop makes it: a list can
+ * have a million siblings, and, where its level drops by several at a time, as many levels of
+ * children, and no stack holds a million calls.
+ */
+int walk_tree(std::FILE* out, const assy_entry& root) {
+  std::vector<OpenCalls> levels{{&root, &root}};
+  int status = begin_record(out, root);
+  while (true) {
+    OpenCalls& level = levels.back();
+    const assy_entry* child = level.is_below_done ? nullptr : level.last->child;
+    if (status == 0 && child != nullptr) {
+      ZOLP_TRACE("---> One Level down\n");
+      level.is_below_done = true;
+      levels.push_back({child, child});
+      status = begin_record(out, *child);
+    } else if (status == 0 && level.last->next != nullptr) {
+      ZOLP_TRACE("Next knot\n");
+      level.last = level.last->next;
+      level.is_below_done = false;
+      status = begin_record(out, *level.last);
+    } else {
+      end_calls(level, status);
+      levels.pop_back();
+      if (levels.empty()) {
+        return status;
+      }
+      if (status != 0) {
+        const Place place = here();
+        ZOLP_ERROR(walk_error, place.file, place.line);
+      } else {
+        ZOLP_TRACE("<--- One Level up\n");
+      }
+    }
+  }
 }
 
 }  // namespace
@@ -1222,5 +1241,10 @@ int ZOLP_write_assylist(FILE* out, assy_entry* entry) {
     const Frame frame(walk_name);
     return frame.leave(0);
   }
-  return write_siblings(out, entry);
+  try {
+    return walk_tree(out, *entry);
+  } catch (const std::bad_alloc&) {
+    ZOLP_CRERROR("ZOLP_write_assylist alloc Memory");
+    return 1;
+  }
 }

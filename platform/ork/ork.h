@@ -48,7 +48,8 @@ enum {
   ORK_bypass_not_allowed = 20008, /**< only system administrators may switch bypass on */
   ORK_invalid_argument = 20009,   /**< a required argument is null, empty or out of range */
   ORK_site_not_available = 20010, /**< the site's data cannot be opened, read or written */
-  ORK_internal_error = 20011      /**< the platform failed in a way it did not foresee */
+  ORK_internal_error = 20011,     /**< the platform failed in a way it did not foresee */
+  ORK_out_of_memory = 20012       /**< memory is exhausted */
 };
 
 /**
@@ -60,7 +61,7 @@ ORK_API int ORK_initialize_text_services(int reserved);
 /**
  * Looks an option up on the command line of the running program. Callable before login.
  * @param[in] option "-u" asks whether the option is there; "-u=" asks for its value. Both forms of
- *   writing it are understood: "-u=value" and "-u value".
+ *   writing it are understood: "-u=value" and, for values that do not begin with "-", "-u value".
  * @return the option's value, "" for an option that stands alone, or null when it is absent (for
  *   the "=" form also when it has no value). The platform keeps the text; it stays valid until the
  *   process ends.
@@ -86,8 +87,9 @@ ORK_API int ORK_init_module(const char* user, const char* password, const char* 
 
 /**
  * Logs out and ends the session.
- * @param[in] keep_changes 1 to end normally, 0 to drop changes that were not saved.
- * @return #ORK_ok or #ORK_not_logged_in.
+ * @param[in] keep_changes 1 to save changes that were not saved, 0 to drop them.
+ * @return #ORK_ok, #ORK_not_logged_in, or why changes could not be saved; then they are dropped
+ *   and the session is over all the same.
  */
 ORK_API int ORK_exit_module(logical keep_changes);
 

@@ -51,9 +51,9 @@ ORK_API int REL_create_relation(tag primary, tag secondary, tag relation_type, t
                                 tag* relation);
 
 /**
- * Makes a new relation permanent.
+ * Makes a new relation permanent and gives its lock back.
  * @param[in] relation the relation.
- * @return #ORK_ok, #STORE_unknown_tag, #STORE_deleted_tag or #ORK_site_not_available.
+ * @return #ORK_ok, #STORE_unknown_tag, #STORE_deleted_tag, #REL_exists or #ORK_site_not_available.
  */
 ORK_API int REL_save_relation(tag relation);
 

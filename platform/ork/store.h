@@ -21,7 +21,10 @@ enum {
   STORE_wrong_value_type = 24005,  /**< the attribute holds values of another type */
   STORE_value_too_long = 24006,    /**< the text is longer than the attribute allows */
   STORE_not_locked = 24007,        /**< a change needs the object's lock */
-  STORE_locked_by_other = 24008    /**< another session holds the object's lock */
+  STORE_locked_by_other = 24008,   /**< another session holds the object's lock */
+  STORE_key_taken = 24009,         /**< another object has the same id, name or other key */
+  STORE_referenced = 24010,        /**< other objects refer to the object, so it stays */
+  STORE_refers_to_unsaved = 24011  /**< the object refers to one that was never saved */
 };
 
 /**

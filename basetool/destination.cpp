@@ -1,0 +1,348 @@
+#include "destination.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace basetool {
+
+// ---- The room.
+
+bool Destination::grow(size_t size) {
+  ErrnoKeeper errno_keeper;
+  if (size > SIZE_MAX / 4)
+    return false;
+  if (mode_ == Mode::closed)
+    open();
+  if (mode_ == Mode::window)
+    return grow_window(size);
+  return grow_buffer(size);
+}
+
+bool Destination::grow_buffer(size_t size) {
+  if (line == nullptr) {
+    line = cursor = small_buffer_.data();
+    limit = line + small_buffer_.size();
+  }
+  if (free_size() >= size)
+    return true;
+  size_t used = length();
+  size_t wanted = std::max(used + size, 2 * static_cast<size_t>(limit - line));
+  bool is_large = line == large_buffer_;
+  char* larger = static_cast<char*>(std::realloc(large_buffer_, wanted));
+  if (larger == nullptr)
+    return false;
+  if (!is_large)
+    std::memcpy(larger, line, used);
+  large_buffer_ = larger;
+  line = larger;
+  cursor = larger + used;
+  limit = larger + wanted;
+  return true;
+}
+
+/** Makes room by laying the window over the next part of the file, or over the next file. */
+bool Destination::grow_window(size_t size) {
+  if (!file_.refresh()) {
+    reopen();
+    return mode_ == Mode::window ? grow_window(size) : reserve(size);
+  }
+  if (line_offset() == 0 && is_window_sound() && size <= window_room()) {
+    limit = cursor + size;  // the first line of a file may be longer than the file should be
+    return true;
+  }
+  uint64_t offset = is_window_sound() ? line_offset() : file_.size();
+  move_line_to_buffer();
+  if (is_too_much(offset, size)) {
+    file_.shorten(offset);
+    rotate();
+    if (mode_ != Mode::window)
+      return reserve(size);
+    offset = file_.size();
+  }
+  return move_line_to_window(offset, size) || reserve(size);
+}
+
+/** Asks whether the file still has all bytes of the window. */
+bool Destination::is_window_sound() const {
+  return window_ == nullptr ||
+         (!TraceFile::is_window_lost() &&
+          file_.size() >= window_offset_ + static_cast<uint64_t>(window_end_ - window_));
+}
+
+/** Where the line that is being put together starts in the file. */
+uint64_t Destination::line_offset() const {
+  if (window_ == nullptr)
+    return file_.size();
+  return window_offset_ + static_cast<uint64_t>(line - window_);
+}
+
+size_t Destination::window_room() const {
+  return window_ == nullptr ? 0 : static_cast<size_t>(window_end_ - cursor);
+}
+
+/** Asks whether a line that starts at an offset and grows by a size would exceed the limit. */
+bool Destination::is_too_much(uint64_t offset, size_t size) const {
+  return settings_.size_limit != 0 && offset > 0 && offset + length() + size > settings_.size_limit;
+}
+
+/** Puts the line into the buffer; where memory ends, its end is lost. */
+void Destination::move_line_to_buffer() {
+  if (window_ == nullptr) {
+    grow_buffer(1);
+    return;
+  }
+  const char* text = line;
+  size_t size = length();
+  // What a lost window held before it was lost is gone, and zeros stand there.
+  for (; size > 0 && *text == '\0' && TraceFile::is_window_lost(); --size)
+    ++text;
+  line = nullptr;
+  grow_buffer(1);
+  if (!grow_buffer(size))
+    size = cut(size);
+  std::memcpy(cursor, text, size);
+  cursor += size;
+  window_ = nullptr;
+}
+
+/**
+ * Puts the line from the buffer into a window onto the file.
+ * @return false when there can be no window; the file is a plain stream from then on.
+ */
+bool Destination::move_line_to_window(uint64_t offset, size_t size) {
+  size_t used = length();
+  char* end = nullptr;
+  char* begin = file_.map(offset, offset + used + size, &end);
+  if (begin == nullptr) {
+    file_.shorten(offset);
+    mode_ = Mode::stream;
+    return false;
+  }
+  std::memcpy(begin, line, used);
+  window_ = begin;
+  window_offset_ = offset;
+  window_end_ = end;
+  line = begin;
+  cursor = begin + used;
+  limit = end;
+  if (settings_.size_limit != 0) {
+    uint64_t allowed = settings_.size_limit > offset ? settings_.size_limit - offset : 0;
+    allowed = std::max<uint64_t>(allowed, used + size);
+    if (allowed < static_cast<uint64_t>(end - line))
+      limit = line + allowed;
+  }
+  return true;
+}
+
+// ---- The file.
+
+void Destination::open() {
+  if (settings_.file == nullptr || !expand_file_name())
+    return use_standard_error();
+  TraceFile::Opening opening = file_.open(path_.data());
+  if (opening == TraceFile::Opening::taken) {
+    // Two processes would overwrite each other's lines.
+    size_t size = std::strlen(path_.data());
+    std::snprintf(path_.data() + size, path_.size() - size, ".pid%lu", process_id());
+    complain("%.*s belongs to another process; this one writes to %s", static_cast<int>(size),
+             path_.data(), path_.data());
+    opening = file_.open(path_.data());
+  }
+  if (opening == TraceFile::Opening::done)
+    return start_file();
+  complain(
+      "cannot open %s: %s; the trace goes to standard error", path_.data(),
+      opening == TraceFile::Opening::taken ? "it belongs to another process" : file_.last_error());
+  use_standard_error();
+}
+
+/** Opens the file anew after the program has closed its descriptor. */
+void Destination::reopen() {
+  uint64_t offset = line_offset();
+  bool is_line_in_file = window_ != nullptr;
+  move_line_to_buffer();
+  TraceFile earlier = file_;
+  file_.forget();
+  open();
+  if (is_line_in_file && file_.is_same(earlier))
+    file_.shorten(offset);
+}
+
+void Destination::start_file() {
+  is_standard_error_ = false;
+  bool has_window = file_.is_regular() && !settings_.is_followed && !is_finished_;
+  mode_ = has_window ? Mode::window : Mode::stream;
+}
+
+void Destination::use_standard_error() {
+  file_.use_standard_error();
+  is_standard_error_ = true;
+  mode_ = Mode::stream;
+}
+
+/** @return false when the name is too long for a file. */
+bool Destination::expand_file_name() {
+  constexpr size_t kept_for_suffixes = 64;
+  size_t size = 0;
+  for (const char* name = settings_.file; *name != '\0'; ++name) {
+    if (size + kept_for_suffixes > path_.size()) {
+      complain("the name of the trace file is too long; the trace goes to standard error");
+      return false;
+    }
+    if (name[0] == '%' && name[1] == 'p') {
+      size += static_cast<size_t>(
+          std::snprintf(path_.data() + size, path_.size() - size, "%lu", process_id()));
+      ++name;
+    } else {
+      if (name[0] == '%' && name[1] == '%')
+        ++name;
+      path_[size++] = *name;
+    }
+  }
+  path_[size] = '\0';
+  return true;
+}
+
+/** Starts a new file. */
+void Destination::rotate() {
+  // Somebody else may have moved the file away and put another one in its place.
+  if (file_.is_at(path_.data()) && !rename_files()) {
+    complain("cannot rename %s to make room for a new one; it grows without limit", path_.data());
+    settings_.size_limit = 0;
+    return;
+  }
+  // The lock goes with the descriptor: nobody takes the old file for theirs before it is renamed.
+  file_.close();
+  if (file_.open(path_.data()) == TraceFile::Opening::done) {
+    start_file();
+  } else {
+    open();
+  }
+}
+
+/** Renames the file to NAME.1, NAME.1 to NAME.2 and so on; the oldest one goes. */
+bool Destination::rename_files() {
+  std::array<char, longest_path + 16> older;
+  std::array<char, longest_path + 16> newer;
+  auto name = [this](std::array<char, longest_path + 16>& text, unsigned age) {
+    if (age == 0) {
+      std::snprintf(text.data(), text.size(), "%s", path_.data());
+    } else {
+      std::snprintf(text.data(), text.size(), "%s.%u", path_.data(), age);
+    }
+    return text.data();
+  };
+  bool is_done = std::remove(name(older, settings_.kept_files)) == 0;
+  // There may be fewer old files than are kept; the last renaming is the one that counts.
+  for (unsigned age = settings_.kept_files; age > 0; --age) {
+    is_done = std::rename(name(newer, age - 1), name(older, age)) == 0;
+  }
+  return is_done;
+}
+
+void Destination::leave_window() {
+  if (window_ == nullptr)
+    return;
+  bool is_ours = file_.refresh();
+  uint64_t offset = line_offset();
+  move_line_to_buffer();
+  file_.unmap();
+  if (is_ours)
+    file_.shorten(offset);
+}
+
+// ---- Lines.
+
+void Destination::set_writer(ZOLP_TraceWriter writer, void* context) {
+  leave_window();
+  file_.close();
+  line = cursor = limit = nullptr;
+  writer_ = writer;
+  writer_context_ = context;
+  mode_ = writer == nullptr ? Mode::closed : Mode::writer;
+}
+
+void Destination::deliver(int level) {
+  ErrnoKeeper errno_keeper;
+  if (mode_ == Mode::writer) {
+    cursor[-1] = '\0';
+    writer_(level, line, length() - 1, writer_context_);
+    return drop_line();
+  }
+  if (mode_ == Mode::stream && file_.is_regular())
+    prepare_file_for_line();
+  // A window is lost, or was opened just now.
+  if (mode_ == Mode::window)
+    grow_window(1);
+  if (mode_ == Mode::window) {
+    line = cursor;
+  } else {
+    write_line();
+  }
+}
+
+/** Makes sure that the file is still the right one, and not full. */
+void Destination::prepare_file_for_line() {
+  if (!file_.refresh()) {
+    reopen();
+  } else if (is_too_much(file_.size(), 0)) {
+    rotate();
+  }
+}
+
+void Destination::write_line() {
+  if (!file_.write(line, length()) && !is_standard_error_) {
+    complain("cannot write %s: %s; the trace goes to standard error", path_.data(),
+             file_.last_error());
+    file_.close();
+    use_standard_error();
+    file_.write(line, length());
+  }
+  drop_line();
+}
+
+void Destination::drop_line() {
+  constexpr size_t size_kept = 1024 * 1024;
+  if (line == large_buffer_ && static_cast<size_t>(limit - line) > size_kept) {
+    std::free(large_buffer_);
+    large_buffer_ = nullptr;
+    line = small_buffer_.data();
+    limit = line + small_buffer_.size();
+  }
+  cursor = line;
+}
+
+void Destination::finish() {
+  ErrnoKeeper errno_keeper;
+  is_finished_ = true;
+  if (mode_ == Mode::writer) {
+    // What it writes to may be gone by now.
+    writer_ = nullptr;
+    mode_ = Mode::closed;
+    line = cursor = limit = nullptr;
+    return;
+  }
+  if (length() > 0) {
+    append("\n", 1);
+    end_line(ZOLP_LEVEL_OFF);
+  }
+  if (mode_ == Mode::window) {
+    leave_window();
+    mode_ = Mode::stream;
+  }
+}
+
+void Destination::restart_in_child() {
+  if (file_.is_regular()) {
+    window_ = nullptr;
+    line = cursor = limit = nullptr;
+    file_.close();
+    mode_ = Mode::closed;
+  }
+  cursor = line;
+}
+
+}  // namespace basetool

@@ -1,0 +1,73 @@
+/** @file The room in which a line is put together, wherever it will go. */
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+namespace basetool {
+
+/**
+ * The line so far lies from `line` to `cursor`, free room from there to `limit`. All free room that
+ * was ever seen by others (a window onto the trace file) holds line feeds, and stays so: whatever
+ * is taken back is overwritten with line feeds.
+ */
+class LineRoom {
+ public:
+  constexpr LineRoom() = default;
+
+  size_t length() const { return static_cast<size_t>(cursor - line); }
+  size_t free_size() const { return static_cast<size_t>(limit - cursor); }
+
+  /**
+   * Makes sure that there is free room. May move the line.
+   * @return false when there is no memory; what room there was stays.
+   */
+  bool reserve(size_t size) { return free_size() >= size || grow(size); }
+
+  /** Appends a text, cut where memory ends, so that shorter ones after it still find room. */
+  void append(const char* text, size_t size) {
+    if (!reserve(size))
+      size = cut(size);
+    if (size == 0)
+      return;  // there may be no room at all
+    std::memcpy(cursor, text, size);
+    cursor += size;
+  }
+
+  /** Appends one character several times, cut as `append` does. */
+  void append_repeated(char character, size_t count) {
+    if (!reserve(count))
+      count = cut(count);
+    if (count == 0)
+      return;
+    std::memset(cursor, character, count);
+    cursor += count;
+  }
+
+  /** Takes back all of the line beyond its first `wanted` bytes. */
+  void shorten(size_t wanted) {
+    if (length() <= wanted)
+      return;
+    std::memset(line + wanted, '\n', length() - wanted);
+    cursor = line + wanted;
+  }
+
+  /** How much of a text goes in when its whole does not. */
+  size_t cut(size_t size) const {
+    constexpr size_t kept_for_the_rest = 64;
+    size_t room = free_size();
+    if (size <= kept_for_the_rest)
+      return size < room ? size : room;
+    return room > kept_for_the_rest ? room - kept_for_the_rest : 0;
+  }
+
+  char* line = nullptr;
+  char* cursor = nullptr;
+  char* limit = nullptr;
+
+ protected:
+  ~LineRoom() = default;
+  virtual bool grow(size_t size) = 0;
+};
+
+}  // namespace basetool

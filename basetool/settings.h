@@ -1,0 +1,24 @@
+/** @file The trace's settings, from environment variables. */
+#pragma once
+
+#include <cstdint>
+
+#include "zolp_basetool.h"
+
+namespace basetool {
+
+struct Settings {
+  int level = ZOLP_LEVEL_WARNING;
+  const char* file = nullptr; /**< name with %p and %%; null for standard error */
+  bool shows_time = false;
+  bool shows_level = false;
+  bool shows_process = false;
+  bool is_followed = false;
+  uint64_t size_limit = 0; /**< in bytes; 0 for none */
+  unsigned kept_files = 3;
+};
+
+/** Reads the settings. A value that is not understood is named on standard error and ignored. */
+Settings read_settings();
+
+}  // namespace basetool

@@ -1,0 +1,151 @@
+// ork_host_: the control interface, except for memory (mem.cpp).
+
+#include "ork_host.h"
+
+#include <fstream>
+#include <iterator>
+
+#include "arguments.h"
+#include "describe.h"
+#include "handout.h"
+#include "operation.h"
+#include "seed.h"
+
+using host::guarded;
+
+int ork_host_open(const char* path) {
+  return guarded([&] {
+    host::require_all(path);
+    if (*path == '\0')
+      host::refuse(ORK_site_not_available, "the path is empty");
+    host::open_site(path);
+  });
+}
+
+void ork_host_close(void) {
+  host::close_site();
+}
+
+const char* ork_host_path(void) {
+  const host::Site* site = host::open_site();
+  return site != nullptr ? site->path().c_str() : nullptr;
+}
+
+int ork_host_seed(const char* json) {
+  return guarded([&] {
+    host::require_all(json);
+    host::seed(host::site(), json, {});
+  });
+}
+
+int ork_host_seed_file(const char* path) {
+  return guarded([&] {
+    host::require_all(path);
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+      host::refuse(ORK_invalid_argument, std::string(path) + " cannot be read");
+    const std::string json{std::istreambuf_iterator<char>(file), {}};
+    host::seed(host::site(), json, std::filesystem::path(path).parent_path());
+  });
+}
+
+int ork_host_describe(const char* section, char** json) {
+  host::clear(json);
+  return guarded([&] {
+    host::require_all(json);
+    *json = host::hand_out(host::describe(host::site(), section != nullptr ? section : ""));
+  });
+}
+
+int ork_host_set_preference(const char* name, int count, const char* const* values) {
+  return guarded([&] {
+    host::require_all(name);
+    host::require(*name != '\0', "a preference needs a name");
+    host::require(count >= 0 && (count == 0 || values != nullptr), "count");
+    host::PreferenceValues texts;
+    for (int i = 0; i < count; ++i) {
+      host::require_all(values[i]);
+      texts.emplace_back(values[i]);
+    }
+    host::Site& site = host::site();
+    host::write_preference(site.database(), name, texts);
+    if (site.session && site.session->preferences) {
+      site.session->preferences->set(name, std::move(texts));
+    }
+  });
+}
+
+int ork_host_find_item(const char* item_id, const char* revision_id, tag* object) {
+  host::clear(object);
+  return guarded([&] {
+    host::require_all(item_id, object);
+    host::Store& store = host::store();
+    const tag item = store.find_one("Item", {{"item_id", std::string(item_id)}});
+    if (revision_id == nullptr || item == NULLTAG) {
+      *object = item;
+    } else {
+      *object = store.find_one(
+          "ItemRevision", {{"item_tag", item}, {"item_revision_id", std::string(revision_id)}});
+    }
+  });
+}
+
+void ork_host_set_arguments(int count, const char* const* arguments) {
+  guarded([&] {
+    std::vector<std::string> texts;
+    for (int i = 0; i < count; ++i) {
+      host::require_all(arguments, arguments[i]);
+      texts.emplace_back(arguments[i]);
+    }
+    host::set_arguments(std::move(texts));
+  });
+}
+
+void ork_host_fail_call(const char* operation, int nth, int status) {
+  guarded([&] {
+    host::require_all(operation);
+    host::require(nth >= 1, "nth counts from 1");
+    host::steering().fail_call(operation, nth, status);
+  });
+}
+
+void ork_host_delay_call(const char* operation, int milliseconds) {
+  guarded([&] {
+    host::require_all(operation);
+    host::steering().delay_call(operation, milliseconds);
+  });
+}
+
+void ork_host_fail_allocation(int nth) {
+  host::fail_allocation(nth > 0 ? nth : 0);
+}
+
+void ork_host_clear_faults(void) {
+  host::steering().clear_faults();
+  host::fail_allocation(0);
+}
+
+void ork_host_start_journal(void) {
+  host::steering().start_journal();
+}
+
+void ork_host_stop_journal(void) {
+  host::steering().stop_journal();
+}
+
+int ork_host_journal_size(void) {
+  return static_cast<int>(host::steering().journal().size());
+}
+
+int ork_host_journal_entry(int index, const char** operation, int* status) {
+  host::clear(operation);
+  host::clear(status);
+  if (index < 0 || index >= ork_host_journal_size())
+    return 0;
+  const auto& entry = host::steering().journal()[static_cast<std::size_t>(index)];
+  if (operation != nullptr)
+    *operation = entry.operation;
+  if (status != nullptr)
+    *status = entry.status;
+  return 1;
+}

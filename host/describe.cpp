@@ -1,0 +1,226 @@
+#include "describe.h"
+
+#include <nlohmann/json.hpp>
+
+#include "dates.h"
+#include "failure.h"
+#include "object_id.h"
+#include "operation.h"
+
+namespace host {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/** Name of an object that has one attribute for it; null for no object. */
+Json name_of_reference(Store& store, tag object, const char* attribute) {
+  if (object == NULLTAG)
+    return nullptr;
+  return store.text(object, attribute);
+}
+
+Json value_json(const Scalar& value) {
+  if (const auto* date = std::get_if<date_s>(&value))
+    return date_text(*date);
+  return std::visit(
+      [](const auto& content) -> Json {
+        if constexpr (std::is_same_v<std::decay_t<decltype(content)>, date_s>) {
+          return nullptr;
+        } else {
+          return content;
+        }
+      },
+      value);
+}
+
+Json describe_site(Site& site) {
+  const auto text = [&](const char* name) -> Json {
+    const auto value = site.store().setting(name);
+    return value ? Json(*value) : Json(nullptr);
+  };
+  return {{"path", site.path()},
+          {"name", text("site_name")},
+          {"automatic_login", text("automatic_login")}};
+}
+
+Json describe_named(Store& store, const char* class_name, const char* name,
+                    const char* description) {
+  Json all = Json::array();
+  for (const tag object : store.find(class_name)) {
+    all.push_back({{"tag", object},
+                   {"name", store.text(object, name)},
+                   {"description", store.text(object, description)}});
+  }
+  return all;
+}
+
+Json describe_groups(Site& site) {
+  return describe_named(site.store(), "Group", "group_name", "group_desc");
+}
+
+Json describe_roles(Site& site) {
+  return describe_named(site.store(), "Role", "role_name", "role_desc");
+}
+
+Json describe_memberships(Store& store, tag user) {
+  Json memberships = Json::array();
+  for (const tag member : store.find("GroupMember", {{"member_user", user}})) {
+    memberships.push_back(
+        {{"group", name_of_reference(store, store.reference(member, "member_group"), "group_name")},
+         {"role", name_of_reference(store, store.reference(member, "member_role"), "role_name")}});
+  }
+  return memberships;
+}
+
+Json describe_users(Site& site) {
+  Store& store = site.store();
+  Json all = Json::array();
+  for (const tag user : store.find("User")) {
+    all.push_back({{"tag", user},
+                   {"id", store.text(user, "user_id")},
+                   {"name", store.text(user, "user_name")},
+                   {"administrator", store.logical_value(user, "is_administrator")},
+                   {"default_group",
+                    name_of_reference(store, store.reference(user, "default_group"), "group_name")},
+                   {"memberships", describe_memberships(store, user)}});
+  }
+  return all;
+}
+
+Json describe_classes(Site& site) {
+  Json all = Json::array();
+  for (const Class* type : site.store().classes()) {
+    Json attributes = Json::array();
+    for (const auto& attribute : type->own) {
+      Json description = {
+          {"name", attribute->name}, {"kind", name_of(attribute->kind)}, {"list", attribute->list}};
+      if (attribute->kind == Kind::text)
+        description["length"] = attribute->max_length;
+      attributes.push_back(std::move(description));
+    }
+    all.push_back({{"name", type->name},
+                   {"parent", type->parent != nullptr ? Json(type->parent->name) : Json(nullptr)},
+                   {"attributes", std::move(attributes)}});
+  }
+  return all;
+}
+
+Json describe_types(Site& site) {
+  Store& store = site.store();
+  Json all = Json::array();
+  for (const tag type : store.find("Type")) {
+    if (store.is_a(type, "RelationType"))
+      continue;
+    all.push_back(
+        {{"tag", type},
+         {"name", store.text(type, "type_name")},
+         {"parent", name_of_reference(store, store.reference(type, "parent_type"), "type_name")},
+         {"class", store.text(type, "type_class")}});
+  }
+  return all;
+}
+
+Json describe_relation_types(Site& site) {
+  Store& store = site.store();
+  Json all = Json::array();
+  for (const tag type : store.find("RelationType")) {
+    all.push_back({{"tag", type}, {"name", store.text(type, "type_name")}});
+  }
+  return all;
+}
+
+Json describe_objects(Site& site) {
+  Store& store = site.store();
+  Json all = Json::array();
+  for (const tag object : store.find("WorkspaceObject")) {
+    Json attributes = Json::object();
+    for (const Attribute* attribute : store.class_of(object).slots) {
+      const Values& values = store.values(object, attribute->name);
+      if (values.empty())
+        continue;
+      if (attribute->list) {
+        Json& list = attributes[attribute->name] = Json::array();
+        for (const Scalar& value : values)
+          list.push_back(value_json(value));
+      } else {
+        attributes[attribute->name] = value_json(values.front());
+      }
+    }
+    all.push_back({{"tag", object},
+                   {"class", store.class_of(object).name},
+                   {"type", store.text(object, "object_type")},
+                   {"id", object_id_text(store, object)},
+                   {"attributes", std::move(attributes)}});
+  }
+  return all;
+}
+
+Json describe_relations(Site& site) {
+  Store& store = site.store();
+  Json all = Json::array();
+  const auto end = [&](tag relation, const char* attribute) -> Json {
+    const tag object = store.reference(relation, attribute);
+    Json described = {{"tag", object}};
+    if (store.is_a(object, "WorkspaceObject"))
+      described["id"] = object_id_text(store, object);
+    return described;
+  };
+  for (const tag relation : store.find("Relation")) {
+    all.push_back({{"tag", relation},
+                   {"type", name_of_reference(store, store.reference(relation, "relation_type"),
+                                              "type_name")},
+                   {"primary", end(relation, "primary_object")},
+                   {"secondary", end(relation, "secondary_object")}});
+  }
+  return all;
+}
+
+Json describe_preferences(Site& site) {
+  const PreferenceTable table = read_preferences(site.database());
+  const std::map<std::string, PreferenceValues> sorted(table.all().begin(), table.all().end());
+  Json all = Json::object();
+  for (const auto& [name, values] : sorted)
+    all[name] = values;
+  return all;
+}
+
+struct Section {
+  const char* name;
+  Json (*describe)(Site& site);
+};
+
+constexpr Section sections[] = {
+    {"site", describe_site},
+    {"users", describe_users},
+    {"groups", describe_groups},
+    {"roles", describe_roles},
+    {"classes", describe_classes},
+    {"types", describe_types},
+    {"relation_types", describe_relation_types},
+    {"objects", describe_objects},
+    {"relations", describe_relations},
+    {"preferences", describe_preferences},
+};
+
+std::string text_of(const Json& json) {
+  // Texts are whatever bytes a customisation stored; those that are not UTF-8 are shown as such.
+  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+std::string describe(Site& site, const std::string& section) {
+  Json all = Json::object();
+  for (const Section& candidate : sections) {
+    if (section == candidate.name)
+      return text_of(candidate.describe(site));
+    if (section.empty())
+      all[candidate.name] = candidate.describe(site);
+  }
+  if (!section.empty())
+    refuse(ORK_invalid_argument, "there is no section \"" + section + "\"");
+  return text_of(all);
+}
+
+}  // namespace host

@@ -1,0 +1,84 @@
+#include "os.h"
+
+#include <unistd.h>
+
+#include <charconv>
+#include <chrono>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <sstream>
+#include <thread>
+
+namespace host::os {
+
+namespace {
+
+std::string contents_of(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/** Start time of a running process in clock ticks since the machine's start. */
+std::optional<std::int64_t> start_of(std::int64_t id) {
+  const std::string line = contents_of("/proc/" + std::to_string(id) + "/stat");
+  // The program's name comes second, in brackets, and may itself contain brackets and blanks.
+  const std::size_t name_end = line.rfind(')');
+  if (name_end == std::string::npos)
+    return std::nullopt;
+  std::istringstream fields(line.substr(name_end + 1));
+  std::string field;
+  fields >> field;
+  if (field == "Z" || field == "X")
+    return std::nullopt;
+  constexpr int fields_to_start_time = 19;
+  for (int i = 0; i < fields_to_start_time; ++i)
+    fields >> field;
+  std::int64_t start = 0;
+  const auto parsed = std::from_chars(field.data(), field.data() + field.size(), start);
+  if (!fields || parsed.ec != std::errc())
+    return std::nullopt;
+  return start;
+}
+
+}  // namespace
+
+Process this_process() {
+  const std::int64_t id = getpid();
+  return {id, start_of(id).value_or(0)};
+}
+
+bool is_running(const Process& process) {
+  return start_of(process.id) == process.start;
+}
+
+std::string node_name() {
+  char name[256] = "";
+  if (gethostname(name, sizeof(name) - 1) != 0)
+    return "unknown";
+  return name;
+}
+
+std::vector<std::string> command_line() {
+  std::vector<std::string> arguments;
+  std::istringstream line(contents_of("/proc/self/cmdline"));
+  for (std::string argument; std::getline(line, argument, '\0');)
+    arguments.push_back(argument);
+  return arguments;
+}
+
+void sleep_milliseconds(int milliseconds) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+date_s local_time() {
+  const std::time_t now = std::time(nullptr);
+  std::tm parts{};
+  localtime_r(&now, &parts);
+  return {static_cast<std::int16_t>(parts.tm_year + 1900), static_cast<std::uint8_t>(parts.tm_mon),
+          static_cast<std::uint8_t>(parts.tm_mday),        static_cast<std::uint8_t>(parts.tm_hour),
+          static_cast<std::uint8_t>(parts.tm_min),         static_cast<std::uint8_t>(parts.tm_sec)};
+}
+
+}  // namespace host::os

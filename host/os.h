@@ -1,0 +1,36 @@
+/** @file What the host asks of the operating system; nothing else in the host depends on one. */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ork/date.h"
+
+namespace host::os {
+
+/** A process of this machine. The start time tells it from a later one with the same id. */
+struct Process {
+  std::int64_t id = 0;
+  std::int64_t start = 0;
+
+  bool operator==(const Process&) const = default;
+};
+
+Process this_process();
+
+/** Whether a process still runs; one that has ended but was not waited for does not. */
+bool is_running(const Process& process);
+
+/** Name of this machine. */
+std::string node_name();
+
+/** Arguments of this process, its program's name included. */
+std::vector<std::string> command_line();
+
+void sleep_milliseconds(int milliseconds);
+
+/** The current local time. */
+date_s local_time();
+
+}  // namespace host::os

@@ -1,0 +1,569 @@
+#include "seed.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "failure.h"
+#include "ork/store.h"
+#include "password.h"
+
+namespace host {
+
+namespace {
+
+using Json = nlohmann::json;
+
+/** Relation between a revision and its datasets where a seed names none. */
+constexpr const char* default_dataset_relation = "VELO_reference";
+
+/** A value of the seed and its place in it, as a JSON pointer. */
+class Node {
+ public:
+  Node(const Json& value, std::string place) : value_(&value), place_(std::move(place)) {}
+
+  [[noreturn]] void refuse(const std::string& why) const {
+    host::refuse(ORK_invalid_argument, (place_.empty() ? "the seed" : place_) + ": " + why);
+  }
+  [[noreturn]] void refuse_kind(const char* expected) const {
+    refuse(std::string("expected ") + expected + ", found " + value_->type_name());
+  }
+
+  bool is_text() const { return value_->is_string(); }
+  bool is_logical() const { return value_->is_boolean(); }
+  bool is_list() const { return value_->is_array(); }
+  bool is_object() const { return value_->is_object(); }
+
+  std::string text() const {
+    if (!is_text())
+      refuse_kind("a string");
+    const std::string found = value_->get<std::string>();
+    if (found.find('\0') != std::string::npos)
+      refuse("must not contain a NUL character");
+    return found;
+  }
+
+  std::string name() const {
+    const std::string found = text();
+    if (found.empty())
+      refuse("must not be empty");
+    return found;
+  }
+
+  bool logical_value() const {
+    if (!is_logical())
+      refuse_kind("true or false");
+    return value_->get<bool>();
+  }
+
+  int positive_number() const {
+    if (!value_->is_number_integer())
+      refuse_kind("a whole number");
+    const auto number = value_->get<std::int64_t>();
+    if (number < 1 || number > max_text_length) {
+      refuse("expected a number from 1 to " + std::to_string(max_text_length));
+    }
+    return static_cast<int>(number);
+  }
+
+  std::vector<Node> items() const {
+    if (!is_list())
+      refuse_kind("an array");
+    std::vector<Node> nodes;
+    for (std::size_t i = 0; i < value_->size(); ++i) {
+      nodes.emplace_back((*value_)[i], place_ + "/" + std::to_string(i));
+    }
+    return nodes;
+  }
+
+  /** Names and values of an object. */
+  std::vector<std::pair<std::string, Node>> members() const {
+    if (!is_object())
+      refuse_kind("an object");
+    std::vector<std::pair<std::string, Node>> nodes;
+    for (const auto& [key, value] : value_->items()) {
+      nodes.emplace_back(key, Node(value, place_ + "/" + escaped(key)));
+    }
+    return nodes;
+  }
+
+  /** Refuses members other than these, which are slips as a rule. */
+  void allow_only(std::initializer_list<const char*> names) const {
+    for (const auto& [key, node] : members()) {
+      if (std::find(names.begin(), names.end(), key) == names.end()) {
+        node.refuse("is not known here");
+      }
+    }
+  }
+
+  Node at(const char* key) const {
+    const std::optional<Node> found = find(key);
+    if (!found)
+      refuse(std::string("expected a member \"") + key + "\"");
+    return *found;
+  }
+
+  std::optional<Node> find(const char* key) const {
+    if (!is_object())
+      refuse_kind("an object");
+    const auto found = value_->find(key);
+    if (found == value_->end())
+      return std::nullopt;
+    return Node(*found, place_ + "/" + key);
+  }
+
+  std::vector<Node> items_of(const char* key) const {
+    const std::optional<Node> list = find(key);
+    return list ? list->items() : std::vector<Node>();
+  }
+
+ private:
+  static constexpr std::int64_t max_text_length = 1'000'000;
+
+  static std::string escaped(const std::string& key) {
+    std::string text;
+    for (const char letter : key) {
+      text += letter == '~' ? "~0" : letter == '/' ? "~1" : std::string(1, letter);
+    }
+    return text;
+  }
+
+  const Json* value_;
+  std::string place_;
+};
+
+/** What a refusal of the store means for a seed: its text is at fault, at this place. */
+template <typename Action>
+auto at_place(const Node& node, const Action& action) {
+  try {
+    return action();
+  } catch (const Failure& failure) {
+    static constexpr int faults_of_a_seed[] = {ORK_invalid_argument, STORE_wrong_value_type,
+                                               STORE_value_too_long, STORE_key_taken};
+    const bool is_of_the_seed =
+        std::count(std::begin(faults_of_a_seed), std::end(faults_of_a_seed), failure.status()) != 0;
+    if (!is_of_the_seed)
+      throw;
+    node.refuse(error_text(failure.status()) + ": " + failure.detail());
+  }
+}
+
+class Seeder {
+ public:
+  Seeder(Site& site, std::filesystem::path folder)
+      : site_(site), store_(site.store()), folder_(std::move(folder)) {}
+
+  void take(const Node& root) {
+    root.allow_only({"site", "groups", "roles", "users", "classes", "types", "relation_types",
+                     "preferences", "items", "relations"});
+    for (const Node& group : root.items_of("groups"))
+      take_named(group, "Group", "group");
+    for (const Node& role : root.items_of("roles"))
+      take_named(role, "Role", "role");
+    for (const Node& user : root.items_of("users"))
+      take_user(user);
+    for (const Node& type : root.items_of("classes"))
+      take_class(type);
+    for (const Node& type : root.items_of("types"))
+      take_type(type);
+    for (const Node& type : root.items_of("relation_types"))
+      take_relation_type(type);
+    if (const auto preferences = root.find("preferences"))
+      take_preferences(*preferences);
+    // After the users, since it names one, and before the items, since it names their owner.
+    if (const auto settings = root.find("site"))
+      take_site(*settings);
+    for (const Node& item : root.items_of("items"))
+      take_item(item);
+    for (const Node& relation : root.items_of("relations"))
+      take_relation(relation);
+  }
+
+ private:
+  /** An object with this key, which is made when it is missing. */
+  tag ensure(const Node& node, const char* class_name, const Store::Criteria& key) {
+    const tag found = store_.find_one(class_name, key);
+    return found != NULLTAG ? found : make(node, class_name, key);
+  }
+
+  tag make(const Node& node, const std::string& class_name, const Store::Criteria& values) {
+    return at_place(node, [&] {
+      const tag object = store_.create(store_.class_named(class_name));
+      for (const auto& [attribute, value] : values)
+        store_.set(object, attribute, value);
+      store_.save(object);
+      store_.refresh(object, false);
+      return object;
+    });
+  }
+
+  void put(const Node& node, tag object, const char* attribute, const Scalar& value) {
+    at_place(node, [&] {
+      if (store_.has_value(object, attribute, value))
+        return;
+      const LockGuard lock(store_, object);
+      store_.set(object, attribute, value);
+      store_.save(object);
+    });
+  }
+
+  void put_text(const Node& owner, const char* member, tag object, const char* attribute) {
+    if (const auto node = owner.find(member))
+      put(*node, object, attribute, node->text());
+  }
+
+  /** An object that the seed names and that must exist. */
+  tag find(const Node& node, const char* class_name, const char* attribute, const char* what) {
+    const std::string name = node.name();
+    const tag found = store_.find_one(class_name, {{attribute, name}});
+    if (found == NULLTAG)
+      node.refuse(std::string("there is no ") + what + " \"" + name + "\"");
+    return found;
+  }
+  tag find_group(const Node& node) { return find(node, "Group", "group_name", "group"); }
+  tag find_role(const Node& node) { return find(node, "Role", "role_name", "role"); }
+  tag find_user(const Node& node) { return find(node, "User", "user_id", "user"); }
+  tag find_type(const Node& node) { return find(node, "Type", "type_name", "type"); }
+  tag find_relation_type(const Node& node) {
+    return find(node, "RelationType", "type_name", "relation type");
+  }
+
+  /** A group or role: a name, or an object with a name and a description. */
+  void take_named(const Node& node, const char* class_name, const std::string& prefix) {
+    if (!node.is_text())
+      node.allow_only({"name", "description"});
+    const Node name = node.is_text() ? node : node.at("name");
+    const tag object = ensure(name, class_name, {{prefix + "_name", name.name()}});
+    if (!node.is_text())
+      put_text(node, "description", object, (prefix + "_desc").c_str());
+  }
+
+  void take_user(const Node& node) {
+    node.allow_only({"id", "name", "password", "administrator", "memberships", "default_group"});
+    const Node id = node.at("id");
+    const bool is_new = store_.find_one("User", {{"user_id", id.name()}}) == NULLTAG;
+    const tag user = ensure(id, "User", {{"user_id", id.name()}});
+    if (is_new && !node.find("name"))
+      put(id, user, "user_name", id.name());
+    put_text(node, "name", user, "user_name");
+    if (const auto password = node.find("password"))
+      take_password(*password, user);
+    if (const auto flag = node.find("administrator")) {
+      put(*flag, user, "is_administrator", flag->logical_value());
+    }
+    for (const Node& membership : node.items_of("memberships")) {
+      take_membership(membership, user);
+    }
+    if (const auto group = node.find("default_group"))
+      take_default_group(*group, user);
+  }
+
+  void take_password(const Node& node, tag user) {
+    const std::string password = node.text();
+    if (password.empty())
+      node.refuse("must not be empty");
+    if (!is_password(site_.database(), user, password)) {
+      store_password(site_.database(), user, password);
+    }
+  }
+
+  /** The first membership of a user names the default group, unless the seed does. */
+  void take_membership(const Node& node, tag user) {
+    node.allow_only({"group", "role"});
+    const tag group = find_group(node.at("group"));
+    const tag role = find_role(node.at("role"));
+    ensure(node, "GroupMember",
+           {{"member_user", user}, {"member_group", group}, {"member_role", role}});
+    if (store_.reference(user, "default_group") == NULLTAG) {
+      put(node, user, "default_group", group);
+    }
+  }
+
+  void take_default_group(const Node& node, tag user) {
+    const tag group = find_group(node);
+    const Store::Criteria membership = {{"member_user", user}, {"member_group", group}};
+    if (store_.find_one("GroupMember", membership) == NULLTAG) {
+      node.refuse("the user is not a member of this group");
+    }
+    put(node, user, "default_group", group);
+  }
+
+  void take_class(const Node& node) {
+    node.allow_only({"name", "parent", "attributes"});
+    const Node name = node.at("name");
+    const Node parent_name = node.at("parent");
+    const Class* parent = store_.find_class(parent_name.name());
+    if (parent == nullptr)
+      parent_name.refuse("there is no class \"" + parent_name.text() + "\"");
+    const Class* type = store_.find_class(name.name());
+    if (type == nullptr) {
+      type = &store_.define_class(name.name(), *parent);
+    } else if (type->parent != parent) {
+      parent_name.refuse("the class exists with another parent");
+    }
+    for (const Node& attribute : node.items_of("attributes"))
+      take_attribute(attribute, *type);
+  }
+
+  void take_attribute(const Node& node, const Class& owner) {
+    node.allow_only({"name", "kind", "list", "length"});
+    AttributeDefinition wanted{node.at("name").name(), Kind::text};
+    const Node kind = node.at("kind");
+    if (!find_kind(kind.text(), &wanted.kind)) {
+      kind.refuse("expected text, integer, real, logical, date or reference");
+    }
+    if (const auto list = node.find("list"))
+      wanted.list = list->logical_value();
+    if (wanted.kind == Kind::text)
+      wanted.max_length = node.at("length").positive_number();
+    const Attribute* known = owner.find_attribute(wanted.name);
+    if (known == nullptr) {
+      at_place(node, [&] { store_.define_attribute(owner, wanted); });
+    } else if (known->kind != wanted.kind || known->list != wanted.list ||
+               known->max_length != wanted.max_length) {
+      node.refuse("the attribute exists with another kind, length or list");
+    }
+  }
+
+  void take_type(const Node& node) {
+    node.allow_only({"name", "parent", "class"});
+    const tag parent = find_type(node.at("parent"));
+    const Class& parent_class = store_.class_named(store_.text(parent, "type_class"));
+    const Class* type_class = &parent_class;
+    if (const auto wanted = node.find("class")) {
+      type_class = store_.find_class(wanted->name());
+      if (type_class == nullptr || !type_class->is_a(parent_class)) {
+        wanted->refuse("expected a class at or below " + parent_class.name);
+      }
+    }
+    const Node name = node.at("name");
+    const tag known = store_.find_type(name.name());
+    if (known == NULLTAG) {
+      make(name, "Type",
+           {{"type_name", name.name()}, {"type_class", type_class->name}, {"parent_type", parent}});
+    } else if (store_.reference(known, "parent_type") != parent ||
+               store_.text(known, "type_class") != type_class->name) {
+      name.refuse("the type exists with another parent or class");
+    }
+  }
+
+  void take_relation_type(const Node& node) {
+    if (!node.is_text())
+      node.allow_only({"name"});
+    const Node name = node.is_text() ? node : node.at("name");
+    ensure(name, "RelationType", {{"type_name", name.name()}});
+  }
+
+  void take_site(const Node& node) {
+    node.allow_only({"name", "automatic_login"});
+    if (const auto name = node.find("name"))
+      store_.set_setting("site_name", name->text());
+    if (const auto user = node.find("automatic_login")) {
+      find_user(*user);
+      store_.set_setting("automatic_login", user->text());
+    }
+  }
+
+  void take_preferences(const Node& node) {
+    for (const auto& [name, value] : node.members()) {
+      if (name.empty())
+        value.refuse("a preference needs a name");
+      PreferenceValues values;
+      if (value.is_list()) {
+        for (const Node& item : value.items())
+          values.push_back(preference_value(item));
+      } else {
+        values.push_back(preference_value(value));
+      }
+      write_preference(site_.database(), name, values);
+    }
+  }
+
+  std::string preference_value(const Node& node) {
+    if (node.is_text())
+      return node.text();
+    if (node.is_logical())
+      return node.logical_value() ? "true" : "false";
+    if (!node.is_object()) {
+      node.refuse_kind("a string, true or false, {\"file\": path} or an array of these");
+    }
+    node.allow_only({"file"});
+    const std::filesystem::path path = folder_ / node.at("file").name();
+    return std::filesystem::absolute(path).lexically_normal().string();
+  }
+
+  /** Owner of what the seed makes: the one it names, or else the site's automatic user. */
+  void take_owner(const Node& node, tag object) {
+    if (const auto owner = node.find("owner")) {
+      put(*owner, object, "owning_user", find_user(*owner));
+    } else if (store_.reference(object, "owning_user") == NULLTAG) {
+      put(node, object, "owning_user", automatic_user());
+    }
+    if (const auto group = node.find("group")) {
+      put(*group, object, "owning_group", find_group(*group));
+    } else if (store_.reference(object, "owning_group") == NULLTAG) {
+      const tag owner = store_.reference(object, "owning_user");
+      if (owner == NULLTAG)
+        return;
+      put(node, object, "owning_group", store_.reference(owner, "default_group"));
+    }
+  }
+
+  tag automatic_user() {
+    const auto user_id = store_.setting("automatic_login");
+    return user_id ? store_.find_one("User", {{"user_id", *user_id}}) : NULLTAG;
+  }
+
+  /** Type of a workspace object: the one that the seed names, or the class's own. */
+  tag type_of(const Node& node, const char* class_name) {
+    const auto named = node.find("type");
+    if (!named)
+      return store_.find_type(class_name);
+    const tag type = find_type(*named);
+    const std::string& type_class = store_.text(type, "type_class");
+    if (type_class.empty() ||
+        !store_.class_named(type_class).is_a(store_.class_named(class_name))) {
+      named->refuse(std::string("expected a type of class ") + class_name);
+    }
+    return type;
+  }
+
+  /** Makes a workspace object, or changes the one that is known. */
+  tag take_workspace_object(const Node& node, tag known, tag type, Store::Criteria key) {
+    const std::string type_name = store_.text(type, "type_name");
+    tag object = known;
+    if (object == NULLTAG) {
+      key.emplace_back("object_type", type_name);
+      object = make(node, store_.text(type, "type_class"), key);
+    } else if (const auto named = node.find("type")) {
+      const std::string& held = store_.text(object, "object_type");
+      if (held != type_name)
+        named->refuse("the object exists with type \"" + held + "\"");
+    }
+    put_text(node, "name", object, "object_name");
+    put_text(node, "description", object, "object_desc");
+    take_owner(node, object);
+    return object;
+  }
+
+  void take_item(const Node& node) {
+    node.allow_only({"id", "name", "type", "description", "owner", "group", "revisions"});
+    const Store::Criteria key = {{"item_id", node.at("id").name()}};
+    node.at("name").name();
+    const tag item =
+        take_workspace_object(node, store_.find_one("Item", key), type_of(node, "Item"), key);
+    for (const Node& revision : node.items_of("revisions"))
+      take_revision(revision, item);
+  }
+
+  void take_revision(const Node& node, tag item) {
+    node.allow_only({"id", "name", "type", "description", "owner", "group", "datasets"});
+    const Store::Criteria key = {{"item_tag", item}, {"item_revision_id", node.at("id").name()}};
+    const tag known = store_.find_one("ItemRevision", key);
+    const tag revision = take_workspace_object(node, known, type_of(node, "ItemRevision"), key);
+    if (store_.text(revision, "object_name").empty()) {
+      put(node, revision, "object_name", store_.text(item, "object_name"));
+    }
+    for (const Node& dataset : node.items_of("datasets"))
+      take_dataset(dataset, revision);
+  }
+
+  void take_dataset(const Node& node, tag revision) {
+    node.allow_only({"name", "type", "description", "owner", "group", "relation"});
+    const std::string name = node.at("name").name();
+    const auto relation = node.find("relation");
+    const tag relation_type =
+        relation ? find_relation_type(*relation) : store_.find_type(default_dataset_relation);
+    const tag type = type_of(node, "Dataset");
+    const tag known = find_dataset(revision, name);
+    const tag dataset =
+        take_workspace_object(node, known, type, {{"object_name", name}, {"dataset_type", type}});
+    ensure_relation(node, revision, relation_type, dataset);
+  }
+
+  /** The dataset of this name that is related to a revision, or NULLTAG. */
+  tag find_dataset(tag revision, const std::string& name) {
+    for (const tag relation : store_.find("Relation", {{"primary_object", revision}})) {
+      const tag object = store_.reference(relation, "secondary_object");
+      if (store_.is_a(object, "Dataset") && store_.text(object, "object_name") == name) {
+        return object;
+      }
+    }
+    return NULLTAG;
+  }
+
+  void ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary) {
+    ensure(node, "Relation",
+           {{"primary_object", primary},
+            {"secondary_object", secondary},
+            {"relation_type", relation_type}});
+  }
+
+  void take_relation(const Node& node) {
+    node.allow_only({"primary", "type", "secondary"});
+    const tag relation_type = find_relation_type(node.at("type"));
+    const tag primary = find_object(node.at("primary"));
+    ensure_relation(node, primary, relation_type, find_object(node.at("secondary")));
+  }
+
+  /** {"item": id}, with "revision" one of its revisions, with "dataset" one of that's datasets. */
+  tag find_object(const Node& node) {
+    node.allow_only({"item", "revision", "dataset"});
+    const tag item = find(node.at("item"), "Item", "item_id", "item");
+    const auto revision_id = node.find("revision");
+    if (!revision_id) {
+      if (const auto dataset = node.find("dataset"))
+        dataset->refuse("needs a \"revision\"");
+      return item;
+    }
+    const tag revision = store_.find_one(
+        "ItemRevision", {{"item_tag", item}, {"item_revision_id", revision_id->name()}});
+    if (revision == NULLTAG) {
+      revision_id->refuse("the item has no revision \"" + revision_id->text() + "\"");
+    }
+    const auto dataset_name = node.find("dataset");
+    if (!dataset_name)
+      return revision;
+    const tag dataset = find_dataset(revision, dataset_name->name());
+    if (dataset == NULLTAG) {
+      dataset_name->refuse("the revision has no dataset \"" + dataset_name->text() + "\"");
+    }
+    return dataset;
+  }
+
+  Site& site_;
+  Store& store_;
+  std::filesystem::path folder_;
+};
+
+Json parse(const std::string& text) {
+  try {
+    return Json::parse(text);
+  } catch (const Json::parse_error& error) {
+    // Behind the library's own tag in brackets it says line, column and what it found.
+    const std::string what = error.what();
+    const std::size_t tag_end = what.find("] ");
+    refuse(ORK_invalid_argument, tag_end == std::string::npos ? what : what.substr(tag_end + 2));
+  }
+}
+
+}  // namespace
+
+void seed(Site& site, const std::string& json, const std::filesystem::path& folder) {
+  if (site.store().has_unsaved_changes()) {
+    refuse(ORK_invalid_argument, "the session has unsaved changes; save or drop them first");
+  }
+  const Json parsed = parse(json);
+  try {
+    Transaction transaction(site.database());
+    Seeder(site, folder).take(Node(parsed, ""));
+    transaction.commit();
+  } catch (...) {
+    site.reload_store();  // memory holds what the file has just undone
+    throw;
+  }
+  if (site.session && site.session->preferences) {
+    site.session->preferences = read_preferences(site.database());
+  }
+}
+
+}  // namespace host

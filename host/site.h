@@ -1,0 +1,72 @@
+/** @file The open site and the session on it. */
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "ork/ork.h"
+#include "preferences.h"
+#include "sqlite.h"
+#include "store.h"
+
+namespace host {
+
+struct Session {
+  tag user = NULLTAG;
+  tag group = NULLTAG;
+  tag role = NULLTAG;
+  std::string user_id;
+  std::string user_name;
+  std::string group_name;
+  bool is_administrator = false;
+  bool has_bypass = false;
+  bool is_journalling = false;
+  std::optional<PreferenceTable> preferences; /**< once they have been read */
+};
+
+class Site {
+ public:
+  explicit Site(const std::string& path);
+  ~Site();
+  Site(const Site&) = delete;
+  Site& operator=(const Site&) = delete;
+
+  const std::string& path() const { return database_.path(); }
+  Database& database() { return database_; }
+  Store& store() { return *store_; }
+
+  /** Forgets all that is in memory of the store, unsaved changes too; locks stay. */
+  void reload_store();
+
+  void begin_session(Session session);
+
+  /** Drops unsaved changes and gives locks back. */
+  void end_session();
+
+  std::optional<Session> session;
+  bool belongs_to_session = false; /**< a login opened it, so it is closed with the session */
+
+ private:
+  Database database_;
+  std::unique_ptr<Store> store_;
+};
+
+/** The open site. Without one: refused with ORK_site_not_available. */
+Site& site();
+
+/** The open site, or null. */
+Site* open_site();
+
+/** Opens a site in place of the one that is open, which is closed in any case. */
+void open_site(const std::string& path);
+void close_site();
+
+/** The session's site or session. Without a session: refused with ORK_not_logged_in. */
+Session& session();
+
+inline Store& store() {
+  return site().store();
+}
+
+}  // namespace host

@@ -1,0 +1,245 @@
+/**
+ * @file
+ * The store: instances with the values of their class's attributes, in a site's file and, once
+ * loaded, in memory. The operations of all modules stand on it.
+ *
+ * One counter numbers instances, classes and attributes, so that each number means one thing on a
+ * site. It only goes up, and a deleted instance leaves its number behind, marked as deleted.
+ *
+ * A change stays in this process until the instance is saved, which is one transaction. It needs
+ * the instance's lock, a row of the file that names its holder. A new instance is its maker's until
+ * the first save, and is locked after it. Whoever gets a lock sees what was saved before.
+ *
+ * The file:
+ *   meta        name, value: "schema_version", "next_number", and settings of the site
+ *   class       id, name, parent
+ *   attribute   id, class, name, kind, list, max_length
+ *   instance    tag, class, version (counts saves), deleted
+ *   value       instance, attribute, position in the list, content
+ *   lock        instance, user_id, node, process_id, process_start, since
+ *   password    user, hash (password.h)
+ *   preference  name, position, value (preferences.h)
+ */
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "dates.h"
+#include "ork/date.h"
+#include "ork/ork.h"
+#include "os.h"
+#include "registry.h"
+#include "sqlite.h"
+
+namespace host {
+
+/** One value of an attribute; the alternatives are in the order of `Kind`. */
+using Scalar = std::variant<std::string, int, double, bool, date_s, tag>;
+
+/** The values of an attribute: any number for a list, otherwise one or none. */
+using Values = std::vector<Scalar>;
+
+struct Attribute : AttributeDefinition {
+  std::uint32_t id = 0;
+};
+
+struct Class {
+  std::uint32_t id = 0;
+  std::string name;
+  const Class* parent = nullptr;
+  std::vector<std::unique_ptr<Attribute>> own; /**< without the inherited ones */
+
+  /** Attributes, inherited ones included. An instance keeps its values in this order. */
+  std::vector<const Attribute*> slots;
+  std::unordered_map<std::string, std::size_t> slot_by_name;
+
+  const Class* key_owner = nullptr; /**< the class whose instances share no key; may be null */
+  std::vector<std::string> key;
+  int key_taken = 0;
+
+  /** Whether this is a class or descends from it. */
+  bool is_a(const Class& ancestor) const;
+
+  const Attribute* find_attribute(const std::string& attribute_name) const;
+};
+
+/** States of an instance in this process. */
+enum class InstanceState { not_loaded = 7001, loaded = 7002, is_new = 7003 };
+
+struct LockHolder {
+  std::string user_id;
+  std::string node;
+  os::Process process;
+  date_s since{};
+};
+
+/** On whose behalf the store creates, changes and locks. */
+struct Identity {
+  std::string user_id;
+  tag user = NULLTAG;
+  tag group = NULLTAG;
+};
+
+class Store {
+ public:
+  /** Opens the store in a database and completes it there: tables, built-in classes and types. */
+  explicit Store(Database& database);
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+
+  Database& database() { return database_; }
+  void set_identity(Identity identity) { identity_ = std::move(identity); }
+
+  // Classes.
+
+  /** Finds a class; null when there is none of that name. */
+  const Class* find_class(const std::string& name);
+
+  /** A class that must exist. */
+  const Class& class_named(const std::string& name);
+
+  /** Classes in the order in which they were defined. */
+  std::vector<const Class*> classes() const;
+
+  const Class& define_class(const std::string& name, const Class& parent);
+
+  /** Adds an attribute to a class; one of that name must exist neither there nor below. */
+  void define_attribute(const Class& owner, const AttributeDefinition& definition);
+
+  // Instances. A tag that is none is refused with STORE_unknown_tag or STORE_deleted_tag.
+
+  tag create(const Class& type);
+  void load(tag object) { loaded(object); }
+  void unload(tag object);
+  InstanceState state(tag object);
+  const Class& class_of(tag object) { return *loaded(object).type; }
+  bool is_a(tag object, const std::string& class_name) {
+    return class_of(object).is_a(class_named(class_name));
+  }
+
+  /** Takes the lock and sees to it that the values are the saved ones. */
+  void lock(tag object);
+
+  /** With a lock: takes it. Without: drops what was not saved, gives the lock back, reads anew. */
+  void refresh(tag object, bool for_change);
+
+  bool is_locked(tag object) { return loaded(object).locked; }
+
+  /** Who holds the lock, in whatever process; nobody when that process is gone. */
+  std::optional<LockHolder> lock_holder(tag object);
+
+  void save(tag object);
+
+  /** Deletes an instance that this process has locked and that no saved one refers to. */
+  void remove(tag object);
+
+  bool has_unsaved_changes() const;
+  void save_all();
+  void release_locks();
+
+  // Values. They stay valid until the instance is next changed, refreshed or unloaded.
+
+  const Values& values(tag object, const std::string& attribute);
+
+  /** The values of single-valued attributes; empty, 0 or null where there is no value. */
+  const std::string& text(tag object, const std::string& attribute);
+  tag reference(tag object, const std::string& attribute);
+  bool logical_value(tag object, const std::string& attribute);
+
+  /** Whether setting the value would change nothing. */
+  bool has_value(tag object, const std::string& attribute, const Scalar& value);
+
+  /** Sets a value; the null reference and the null date stand for none. */
+  void set(tag object, const std::string& attribute, Scalar value);
+  void set_values(tag object, const std::string& attribute, Values values);
+
+  // Queries. They find what is saved, in the order in which it was created.
+
+  using Criteria = std::vector<std::pair<std::string, Scalar>>;
+
+  /** Instances of a class and its subclasses, with these values. */
+  std::vector<tag> find(const std::string& class_name, const Criteria& criteria = {});
+
+  /** The first of them, or NULLTAG. */
+  tag find_one(const std::string& class_name, const Criteria& criteria);
+
+  /** A type, of objects or of relations, or NULLTAG. Types stay, so a found one is remembered. */
+  tag find_type(const std::string& name);
+
+  // Settings of the site.
+
+  std::optional<std::string> setting(const std::string& name);
+  void set_setting(const std::string& name, const std::string& value);
+
+ private:
+  struct Slot {
+    Values values;
+    bool changed = false;
+  };
+  struct Instance {
+    const Class* type = nullptr;
+    InstanceState state = InstanceState::not_loaded;
+    bool locked = false;
+    bool changed = false;
+    std::int64_t version = 0;
+    std::vector<Slot> slots;
+  };
+
+  std::uint32_t next_number();
+
+  void create_tables();
+  void complete_built_ins();
+  bool add_missing_classes(bool write);
+  bool add_missing_types(bool write);
+  void load_classes();
+  Class& add_class(std::uint32_t id, const std::string& name, const Class* parent);
+  void add_attribute(Class& owner, std::unique_ptr<Attribute> attribute);
+  const Class& class_with_id(std::uint32_t id);
+
+  Instance& loaded(tag object);
+  void read(tag object, Instance& instance);
+  std::optional<std::int64_t> saved_version(tag object);
+  void write(tag object, Instance& instance);
+  void stamp(tag object, Instance& instance);
+  void check_key(tag object, const Instance& instance);
+  void check_references(const Slot& slot);
+  void write_slot(tag object, const Attribute& attribute, const Slot& slot);
+  Slot& slot_of(Instance& instance, const std::string& attribute, const Attribute** definition);
+
+  bool is_own(const LockHolder& holder) const;
+  std::optional<LockHolder> read_lock(tag object);
+  void take_lock(tag object);
+  void require_own_lock(tag object);
+
+  Database& database_;
+  os::Process process_;
+  std::string node_;
+  Identity identity_;
+  std::unordered_map<std::uint32_t, std::unique_ptr<Class>> classes_;
+  std::unordered_map<std::string, Class*> class_by_name_;
+  std::unordered_map<tag, Instance> instances_;
+  std::unordered_map<std::string, tag> type_by_name_;
+};
+
+/** Locks an instance for as long as it lives, unless it was locked before. */
+class LockGuard {
+ public:
+  LockGuard(Store& store, tag object);
+  ~LockGuard();
+  LockGuard(const LockGuard&) = delete;
+  LockGuard& operator=(const LockGuard&) = delete;
+
+ private:
+  Store& store_;
+  tag object_;
+  bool taken_;
+};
+
+}  // namespace host

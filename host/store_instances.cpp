@@ -1,0 +1,409 @@
+// Instances and their values.
+
+#include <algorithm>
+#include <cmath>
+
+#include "failure.h"
+#include "ork/store.h"
+#include "store.h"
+
+namespace host {
+
+namespace {
+
+std::string object_text(tag object) {
+  return "object " + std::to_string(object);
+}
+
+bool is_no_value(const Scalar& value) {
+  if (const auto* reference = std::get_if<tag>(&value))
+    return *reference == NULLTAG;
+  if (const auto* date = std::get_if<date_s>(&value))
+    return *date == date_s{};
+  return false;
+}
+
+void bind_value(Query& query, const Scalar& value) {
+  const auto bind = [&query](const auto& content) {
+    if constexpr (std::is_same_v<std::decay_t<decltype(content)>, date_s>) {
+      query.bind(date_text(content));
+    } else {
+      query.bind(content);
+    }
+  };
+  std::visit(bind, value);
+}
+
+Scalar read_value(const Query& query, int column, Kind kind) {
+  switch (kind) {
+    case Kind::text:
+      return query.text(column);
+    case Kind::integer:
+      return static_cast<int>(query.integer(column));
+    case Kind::real:
+      return query.real(column);
+    case Kind::logical:
+      return query.integer(column) != 0;
+    case Kind::date:
+      return parse_date(query.text(column));
+    case Kind::reference:
+      return static_cast<tag>(query.integer(column));
+  }
+  refuse(ORK_internal_error, "a value of no kind");
+}
+
+void check_value(const Attribute& attribute, const Scalar& value) {
+  if (value.index() != static_cast<std::size_t>(attribute.kind)) {
+    refuse(STORE_wrong_value_type, attribute.name);
+  }
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    if (text->size() > static_cast<std::size_t>(attribute.max_length)) {
+      refuse(STORE_value_too_long, attribute.name + " takes " +
+                                       std::to_string(attribute.max_length) + " bytes, not " +
+                                       std::to_string(text->size()));
+    }
+  }
+  if (const auto* real = std::get_if<double>(&value); real != nullptr && !std::isfinite(*real)) {
+    refuse(ORK_invalid_argument, attribute.name + " takes finite numbers only");
+  }
+}
+
+}  // namespace
+
+Store::Instance& Store::loaded(tag object) {
+  const auto found = instances_.find(object);
+  if (found != instances_.end() && found->second.state != InstanceState::not_loaded) {
+    return found->second;
+  }
+  Instance fresh;
+  if (found != instances_.end())
+    fresh.locked = found->second.locked;
+  read(object, fresh);
+  return instances_.insert_or_assign(object, std::move(fresh)).first->second;
+}
+
+/** Replaces what is in memory by what is saved. One statement reads one state of the file. */
+void Store::read(tag object, Instance& instance) {
+  Query query(database_,
+              "SELECT i.class, i.version, i.deleted, v.attribute, v.content FROM instance i "
+              "LEFT JOIN value v ON v.instance = i.tag WHERE i.tag = ? "
+              "ORDER BY v.attribute, v.position",
+              object);
+  if (!query.next())
+    refuse(STORE_unknown_tag, std::to_string(object));
+  if (query.integer(2) != 0)
+    refuse(STORE_deleted_tag, object_text(object));
+  const Class& type = class_with_id(static_cast<std::uint32_t>(query.integer(0)));
+  Instance fresh;
+  fresh.type = &type;
+  fresh.locked = instance.locked;
+  fresh.version = query.integer(1);
+  fresh.state = InstanceState::loaded;
+  fresh.slots.resize(type.slots.size());
+  std::unordered_map<std::int64_t, std::size_t> slot_by_id;
+  for (std::size_t i = 0; i < type.slots.size(); ++i)
+    slot_by_id.emplace(type.slots[i]->id, i);
+  do {
+    if (query.is_null(3))
+      break;  // no values at all
+    const auto slot = slot_by_id.find(query.integer(3));
+    if (slot == slot_by_id.end())
+      continue;  // of an attribute that another process has just added
+    fresh.slots[slot->second].values.push_back(
+        read_value(query, 4, type.slots[slot->second]->kind));
+  } while (query.next());
+  instance = std::move(fresh);
+}
+
+std::optional<std::int64_t> Store::saved_version(tag object) {
+  Query query(database_, "SELECT version FROM instance WHERE tag = ? AND deleted = 0", object);
+  if (!query.next())
+    return std::nullopt;
+  return query.integer(0);
+}
+
+tag Store::create(const Class& type) {
+  const tag object = next_number();
+  Instance& instance = instances_[object];
+  instance.type = &type;
+  instance.state = InstanceState::is_new;
+  instance.changed = true;
+  instance.slots.resize(type.slots.size());
+  set(object, "creation_date", os::local_time());
+  set(object, "owning_user", identity_.user);
+  set(object, "owning_group", identity_.group);
+  return object;
+}
+
+void Store::unload(tag object) {
+  Instance& instance = loaded(object);
+  if (instance.state == InstanceState::is_new || instance.changed)
+    return;
+  if (instance.locked) {
+    instance.state = InstanceState::not_loaded;
+  } else {
+    instances_.erase(object);
+  }
+}
+
+InstanceState Store::state(tag object) {
+  const auto found = instances_.find(object);
+  if (found != instances_.end() && found->second.state != InstanceState::not_loaded) {
+    return found->second.state;
+  }
+  if (!saved_version(object))
+    loaded(object);  // says what is wrong with the tag
+  return InstanceState::not_loaded;
+}
+
+void Store::save(tag object) {
+  Instance& instance = loaded(object);
+  if (instance.state != InstanceState::is_new && !instance.locked) {
+    refuse(STORE_not_locked, object_text(object));
+  }
+  if (!instance.changed)
+    return;
+  stamp(object, instance);
+  Transaction transaction(database_);
+  write(object, instance);
+  transaction.commit();
+  instance.state = InstanceState::loaded;
+  instance.locked = true;
+  instance.changed = false;
+  ++instance.version;
+  for (Slot& slot : instance.slots)
+    slot.changed = false;
+}
+
+void Store::write(tag object, Instance& instance) {
+  check_key(object, instance);
+  if (instance.state == InstanceState::is_new) {
+    run(database_, "INSERT INTO instance(tag, class, version) VALUES(?, ?, 1)", object,
+        instance.type->id);
+    take_lock(object);
+  } else {
+    require_own_lock(object);
+    run(database_, "UPDATE instance SET version = version + 1 WHERE tag = ?", object);
+  }
+  for (std::size_t i = 0; i < instance.slots.size(); ++i) {
+    if (!instance.slots[i].changed)
+      continue;
+    check_references(instance.slots[i]);
+    write_slot(object, *instance.type->slots[i], instance.slots[i]);
+  }
+}
+
+void Store::write_slot(tag object, const Attribute& attribute, const Slot& slot) {
+  run(database_, "DELETE FROM value WHERE instance = ? AND attribute = ?", object, attribute.id);
+  int position = 0;
+  for (const Scalar& value : slot.values) {
+    Query insert(database_, "INSERT INTO value VALUES(?, ?, ?, ?)", object, attribute.id,
+                 position++);
+    bind_value(insert, value);
+    insert.next();
+  }
+}
+
+void Store::stamp(tag object, Instance& instance) {
+  if (instance.type->find_attribute("last_mod_date") == nullptr)
+    return;
+  set(object, "last_mod_date", os::local_time());
+  set(object, "last_mod_user", identity_.user);
+}
+
+void Store::check_key(tag object, const Instance& instance) {
+  const Class& type = *instance.type;
+  if (type.key_owner == nullptr)
+    return;
+  Criteria criteria;
+  std::string text;
+  for (const std::string& name : type.key) {
+    const Values& key = values(object, name);
+    if (key.empty())
+      return;
+    criteria.emplace_back(name, key.front());
+    const auto* part = std::get_if<std::string>(&key.front());
+    if (!text.empty())
+      text += ", ";
+    text += part != nullptr ? *part : object_text(std::get<tag>(key.front()));
+  }
+  const tag other = find_one(type.key_owner->name, criteria);
+  if (other != NULLTAG && other != object)
+    refuse(type.key_taken, text);
+}
+
+void Store::check_references(const Slot& slot) {
+  for (const Scalar& value : slot.values) {
+    const auto* target = std::get_if<tag>(&value);
+    if (target == nullptr || *target == NULLTAG || saved_version(*target))
+      continue;
+    if (state(*target) == InstanceState::is_new) {
+      refuse(STORE_refers_to_unsaved, object_text(*target));
+    }
+    refuse(STORE_deleted_tag, object_text(*target));  // by another process, and still loaded here
+  }
+}
+
+void Store::remove(tag object) {
+  Instance& instance = loaded(object);
+  if (instance.state == InstanceState::is_new) {
+    instances_.erase(object);
+    return;
+  }
+  if (!instance.locked)
+    refuse(STORE_not_locked, object_text(object));
+  Transaction transaction(database_);
+  require_own_lock(object);
+  Query references(database_,
+                   "SELECT instance FROM value WHERE attribute IN "
+                   "(SELECT id FROM attribute WHERE kind = 'reference') "
+                   "AND content = ? AND instance <> ? LIMIT 1",
+                   object, object);
+  if (references.next()) {
+    refuse(STORE_referenced,
+           object_text(object) + ", by object " + std::to_string(references.integer(0)));
+  }
+  run(database_, "DELETE FROM value WHERE instance = ?", object);
+  run(database_, "DELETE FROM lock WHERE instance = ?", object);
+  run(database_, "DELETE FROM password WHERE user = ?", object);
+  run(database_, "UPDATE instance SET deleted = 1, version = version + 1 WHERE tag = ?", object);
+  transaction.commit();
+  instances_.erase(object);
+}
+
+bool Store::has_unsaved_changes() const {
+  for (const auto& [object, instance] : instances_) {
+    if (instance.changed)
+      return true;
+  }
+  return false;
+}
+
+void Store::save_all() {
+  // Known objects may refer to new ones, and new ones to such as were made before them.
+  std::vector<std::pair<bool, tag>> changed;
+  for (const auto& [object, instance] : instances_) {
+    if (instance.changed)
+      changed.emplace_back(instance.state != InstanceState::is_new, object);
+  }
+  std::sort(changed.begin(), changed.end());
+  Transaction transaction(database_);
+  for (const auto& [is_known, object] : changed)
+    save(object);
+  transaction.commit();
+}
+
+Store::Slot& Store::slot_of(Instance& instance, const std::string& attribute,
+                            const Attribute** definition) {
+  const Class& type = *instance.type;
+  const auto found = type.slot_by_name.find(attribute);
+  if (found == type.slot_by_name.end()) {
+    refuse(STORE_unknown_attribute, type.name + " has no " + attribute);
+  }
+  if (definition != nullptr)
+    *definition = type.slots[found->second];
+  // The class may have got attributes since the instance was loaded.
+  if (instance.slots.size() < type.slots.size())
+    instance.slots.resize(type.slots.size());
+  return instance.slots[found->second];
+}
+
+const Values& Store::values(tag object, const std::string& attribute) {
+  return slot_of(loaded(object), attribute, nullptr).values;
+}
+
+const std::string& Store::text(tag object, const std::string& attribute) {
+  static const std::string none;
+  const Values& held = values(object, attribute);
+  return held.empty() ? none : std::get<std::string>(held.front());
+}
+
+tag Store::reference(tag object, const std::string& attribute) {
+  const Values& held = values(object, attribute);
+  return held.empty() ? NULLTAG : std::get<tag>(held.front());
+}
+
+bool Store::logical_value(tag object, const std::string& attribute) {
+  const Values& held = values(object, attribute);
+  return !held.empty() && std::get<bool>(held.front());
+}
+
+bool Store::has_value(tag object, const std::string& attribute, const Scalar& value) {
+  const Values& held = values(object, attribute);
+  return held.empty() ? is_no_value(value) : held.front() == value;
+}
+
+void Store::set(tag object, const std::string& attribute, Scalar value) {
+  const Attribute* definition = nullptr;
+  slot_of(loaded(object), attribute, &definition);
+  if (definition->list)
+    refuse(STORE_wrong_value_type, attribute + " is a list");
+  check_value(*definition, value);
+  Values values;
+  if (!is_no_value(value))
+    values.push_back(std::move(value));
+  set_values(object, attribute, std::move(values));
+}
+
+void Store::set_values(tag object, const std::string& attribute, Values values) {
+  Instance& instance = loaded(object);
+  const Attribute* definition = nullptr;
+  Slot& slot = slot_of(instance, attribute, &definition);
+  if (!definition->list && values.size() > 1) {
+    refuse(STORE_wrong_value_type, attribute + " is not a list");
+  }
+  for (const Scalar& value : values)
+    check_value(*definition, value);
+  if (instance.state != InstanceState::is_new && !instance.locked) {
+    refuse(STORE_not_locked, object_text(object));
+  }
+  if (slot.values == values)
+    return;
+  slot.values = std::move(values);
+  slot.changed = true;
+  instance.changed = true;
+}
+
+std::vector<tag> Store::find(const std::string& class_name, const Criteria& criteria) {
+  const Class& wanted = class_named(class_name);
+  std::string sql = "SELECT DISTINCT i.tag, i.class FROM instance i";
+  for (std::size_t n = 0; n < criteria.size(); ++n) {
+    std::string alias = "v";
+    alias += std::to_string(n);
+    sql += " JOIN value " + alias + " ON " + alias + ".instance = i.tag AND " + alias +
+           ".attribute = ? AND " + alias + ".content = ?";
+  }
+  sql += " WHERE i.deleted = 0 ORDER BY i.tag";
+  Query query(database_, sql);
+  for (const auto& [name, value] : criteria) {
+    const Attribute* attribute = wanted.find_attribute(name);
+    if (attribute == nullptr)
+      refuse(STORE_unknown_attribute, wanted.name + " has no " + name);
+    query.bind(attribute->id);
+    bind_value(query, value);
+  }
+  std::vector<tag> found;
+  while (query.next()) {
+    if (class_with_id(static_cast<std::uint32_t>(query.integer(1))).is_a(wanted)) {
+      found.push_back(static_cast<tag>(query.integer(0)));
+    }
+  }
+  return found;
+}
+
+tag Store::find_type(const std::string& name) {
+  const auto known = type_by_name_.find(name);
+  if (known != type_by_name_.end())
+    return known->second;
+  const tag type = find_one("Type", {{"type_name", name}});
+  if (type != NULLTAG)
+    type_by_name_.emplace(name, type);
+  return type;
+}
+
+tag Store::find_one(const std::string& class_name, const Criteria& criteria) {
+  const std::vector<tag> found = find(class_name, criteria);
+  return found.empty() ? NULLTAG : found.front();
+}
+
+}  // namespace host

@@ -1,0 +1,169 @@
+/**
+ * @file
+ * A program that traces, for tests of what a process leaves behind:
+ *
+ *     trace_program COMMAND...
+ *
+ * The commands are carried out in order.
+ */
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "zolp_basetool.h"
+
+namespace {
+
+/** Says on standard output that a step is done, and waits for a line from standard input. */
+void meet() {
+  std::puts("ready");
+  std::fflush(stdout);
+  while (std::getchar() != '\n') {
+  }
+}
+
+/** One text of each level. */
+void levels() {
+  ZOLP_ERROR("error\n");
+  ZOLP_CRERROR("memory");
+  ZOLP_WARNING("warning\n");
+  ZOLP_LOG(1, 1, "log\n");
+  ZOLP_PRINT_VERINFO("version\n");
+  ZOLP_TRACE("trace\n");
+  ZOLP_DEBUG("debug\n");
+}
+
+void lines(const char* name, int count) {
+  for (int i = 0; i < count; ++i) {
+    ZOLP_ERROR("%s ", name);
+    ZOLP_ERROR("%d of %d\n", i, count);
+  }
+}
+
+/** Writes lines until it is killed, and counts them in a file that outlives it. */
+void count_lines(const char* counter_file) {
+  int file = open(counter_file, O_RDWR);
+  void* memory = mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  if (memory == MAP_FAILED)
+    _exit(1);
+  auto* counter = static_cast<std::atomic<int>*>(memory);
+  for (int i = 0;; ++i) {
+    ZOLP_ERROR("line %d ", i);
+    ZOLP_ERROR("%s\n", "is whole");
+    counter->store(i + 1);
+  }
+}
+
+void fork_child() {
+  ZOLP_ERROR("begun by the parent, ");
+  pid_t child = fork();
+  if (child == 0) {
+    lines("child", 1000);
+    std::exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  ZOLP_ERROR("ended by it %d\n", status);
+}
+
+void limit_file_size(int size) {
+  rlimit limit{static_cast<rlim_t>(size), static_cast<rlim_t>(size)};
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+/** Closes all descriptors, as programs do that go to the background, and takes them for others. */
+void take_descriptors(const char* path) {
+  for (int descriptor = 3; descriptor < 64; ++descriptor)
+    close(descriptor);
+  for (int descriptor = 3; descriptor < 64; ++descriptor) {
+    if (open(path, O_RDWR | O_CREAT, 0666) < 0)
+      _exit(1);
+  }
+}
+
+/** Writes a text that is longer than the memory that is left. */
+void exhaust_memory() {
+  std::string text(100 << 20, 'x');
+  long pages = 0;
+  FILE* memory = std::fopen("/proc/self/statm", "r");
+  if (memory == nullptr || std::fscanf(memory, "%ld", &pages) != 1)
+    _exit(1);
+  std::fclose(memory);
+  rlim_t used = static_cast<rlim_t>(pages) * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
+  rlimit limit{used + (1 << 20), used + (1 << 20)};
+  setrlimit(RLIMIT_AS, &limit);
+  ZOLP_ERROR("cut %s|\n", text.c_str());
+  ZOLP_ERROR("%s\n%s", text.c_str(), "last\n");
+}
+
+bool is_late = false;
+
+void trace_late(int, void*) {
+  if (is_late)
+    ZOLP_ERROR("late %s\n", "line");
+}
+
+/**
+ * Registered before any library is initialised, and unlike `atexit` not tied to this program's own
+ * clean-up: it runs after the trace library has tidied up.
+ */
+[[gnu::section(".preinit_array"), gnu::used]] void (*const register_trace_late)() = [] {
+  on_exit(trace_late, nullptr);
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    std::string command = argv[i];
+    if (command == "levels") {
+      levels();
+    } else if (command == "lines") {
+      lines(argv[i + 1], std::atoi(argv[i + 2]));
+      i += 2;
+    } else if (command == "text") {
+      ZOLP_ERROR("%s", argv[++i]);
+    } else if (command == "long") {
+      ZOLP_ERROR("%s|\n", std::string(static_cast<size_t>(std::atoi(argv[++i])), 'x').c_str());
+    } else if (command == "deeper") {
+      ZOLP_IncTraceSpaces();
+    } else if (command == "capture") {
+      ZOLP_SetTraceWriter([](int, const char* line, size_t, void*) { std::puts(line); }, nullptr);
+    } else if (command == "release") {
+      ZOLP_SetTraceWriter(nullptr, nullptr);
+    } else if (command == "errno") {
+      errno = 7;
+      ZOLP_ERROR("%s\n", "errno");
+      if (errno != 7)
+        return 1;
+    } else if (command == "meet") {
+      meet();
+    } else if (command == "count") {
+      count_lines(argv[++i]);
+    } else if (command == "fork") {
+      fork_child();
+    } else if (command == "limit") {
+      limit_file_size(std::atoi(argv[++i]));
+    } else if (command == "truncate") {
+      if (truncate(argv[++i], 0) != 0)
+        return 1;
+    } else if (command == "take-descriptors") {
+      take_descriptors(argv[++i]);
+    } else if (command == "exhaust-memory") {
+      exhaust_memory();
+    } else if (command == "late") {
+      is_late = true;
+    } else {
+      return 2;
+    }
+  }
+  return 0;
+}

@@ -1,0 +1,87 @@
+// The second process of tests. What it has done, it says on standard output, one line a step.
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "failure.h"
+#include "ork_host.h"
+#include "store.h"
+
+namespace {
+
+void say(const std::string& line) {
+  std::printf("%s\n", line.c_str());
+  std::fflush(stdout);
+}
+
+/** Sets preferences, one a transaction. */
+int set_preferences(const char* path, const std::string& prefix, int count) {
+  if (ork_host_open(path) != ORK_ok)
+    return 1;
+  for (int i = 0; i < count; ++i) {
+    const char* value = "set";
+    if (ork_host_set_preference((prefix + std::to_string(i)).c_str(), 1, &value) != ORK_ok) {
+      return 1;
+    }
+  }
+  say("done");
+  return 0;
+}
+
+/** Locks an object and holds the lock until it is told to go on, and then without giving it back.
+ */
+int hold(const char* path, tag object) {
+  host::Database database(path);
+  host::Store store(database);
+  store.set_identity({"partner"});
+  store.lock(object);
+  say("held");
+  std::getchar();
+  std::_Exit(0);
+}
+
+/** Saves an object over and over, each time with the same text in two attributes. */
+int save_forever(const char* path, tag object) {
+  host::Database database(path);
+  host::Store store(database);
+  store.lock(object);
+  for (int i = 1;; ++i) {
+    store.set(object, "object_name", std::to_string(i));
+    store.set(object, "object_desc", std::to_string(i));
+    store.save(object);
+    say(std::to_string(i));
+  }
+}
+
+void say_argument(const char* option) {
+  const char* value = ORK_get_cli_argument(option);
+  say(std::string(option) + " " + (value != nullptr ? value : "(none)"));
+}
+
+int say_arguments() {
+  for (const char* option : {"-u", "-u=", "-p=", "-g", "-g="})
+    say_argument(option);
+  return 0;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  const std::string command = count > 1 ? arguments[1] : "";
+  try {
+    if (command == "preferences") {
+      return set_preferences(arguments[2], arguments[3], std::atoi(arguments[4]));
+    }
+    if (command == "hold")
+      return hold(arguments[2], static_cast<tag>(std::atoi(arguments[3])));
+    if (command == "save") {
+      return save_forever(arguments[2], static_cast<tag>(std::atoi(arguments[3])));
+    }
+    if (command == "arguments")
+      return say_arguments();
+  } catch (const host::Failure& failure) {
+    std::fprintf(stderr, "%d %s\n", failure.status(), failure.what());
+  }
+  return 1;
+}

@@ -1,0 +1,140 @@
+#include <filesystem>
+
+#include "demo_site.h"
+#include "ork/pref.h"
+#include "tests/support/temporary_folder.h"
+
+using test::DemoSite;
+using test::describe;
+using test::last_error;
+using testing::HasSubstr;
+using testing::Not;
+
+TEST_F(DemoSite, SeedingTwiceIsSeedingOnce) {
+  const std::string before = describe(nullptr);
+  ASSERT_EQ(ork_host_seed(test::demo_seed), ORK_ok) << last_error();
+  EXPECT_EQ(describe(nullptr), before);
+}
+
+TEST_F(DemoSite, SeedingChangesWhatExists) {
+  ASSERT_EQ(ork_host_seed(R"({
+    "site": {"automatic_login": "wagner"},
+    "groups": [{"name": "design", "description": "Design office"}],
+    "users": [{"id": "wagner", "name": "Petra Wagner-Beck", "password": "new one"}],
+    "items": [{"id": "000100", "name": "Holder", "owner": "wagner",
+               "revisions": [{"id": "C"}]}]})"),
+            ORK_ok)
+      << last_error();
+  EXPECT_EQ(ORK_init_module("wagner", "let me in", nullptr), ORK_wrong_password);
+  EXPECT_EQ(ORK_init_module("wagner", "new one", nullptr), ORK_ok) << "still a member";
+  EXPECT_THAT(describe("users"), HasSubstr("Wagner-Beck"));
+  EXPECT_THAT(describe("groups"), HasSubstr("Design office"));
+  EXPECT_THAT(describe("objects"),
+              testing::AllOf(HasSubstr("000100-Holder"), HasSubstr("000100/A-Bracket"),
+                             HasSubstr("000100/C-Holder")));
+}
+
+TEST_F(DemoSite, ClassesAndTypesGrowWithTheSite) {
+  ASSERT_EQ(ork_host_seed(R"({
+    "classes": [{"name": "Machined", "parent": "Item", "attributes": [
+                   {"name": "material", "kind": "text", "length": 40},
+                   {"name": "weights", "kind": "real", "list": true}]}],
+    "types": [{"name": "Part", "parent": "Item"},
+              {"name": "Turned", "parent": "Part", "class": "Machined"},
+              {"name": "Text", "parent": "Dataset"}],
+    "relation_types": ["Documentation"],
+    "items": [{"id": "000300", "name": "Shaft", "type": "Turned", "revisions": [
+                {"id": "A", "datasets": [
+                  {"name": "t", "type": "Text", "relation": "Documentation"}]}]}]})"),
+            ORK_ok)
+      << last_error();
+  EXPECT_THAT(describe("classes"), HasSubstr("\"material\""));
+  EXPECT_THAT(describe("objects"), HasSubstr("\"class\": \"Machined\""));
+  EXPECT_THAT(describe("relations"), HasSubstr("\"type\": \"Documentation\""));
+  tag item = NULLTAG;
+  ork_host_find_item("000300", nullptr, &item);
+  EXPECT_NE(item, NULLTAG) << "instances of a subclass are items";
+}
+
+TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
+  struct Case {
+    const char* seed;
+    const char* text;
+  };
+  const Case cases[] = {
+      {R"({"groups": ["x"], )", "line 1"},
+      {R"([])", "the seed: expected an object, found array"},
+      {R"({"group": []})", "/group: is not known here"},
+      {R"({"groups": {}})", "/groups: expected an array, found object"},
+      {R"({"groups": ["new", 3]})", "/groups/1: expected an object"},
+      {R"({"groups": [""]})", "/groups/0: must not be empty"},
+      {R"({"groups": ["a\u0000b"]})", "/groups/0: must not contain a NUL"},
+      {R"({"groups": ["a group's name of more than 32 bytes"]})", "/groups/0: The text is longer"},
+      {R"({"groups": ["new"], "users": [{"name": "x"}]})", "/users/0: expected a member \"id\""},
+      {R"({"users": [{"id": "x", "administrator": "yes"}]})",
+       "/users/0/administrator: expected true or false, found string"},
+      {R"({"users": [{"id": "wagner", "password": ""}]})", "/users/0/password: must not be empty"},
+      {R"({"users": [{"id": "x", "memberships": [{"group": "desing", "role": "Designer"}]}]})",
+       "/users/0/memberships/0/group: there is no group \"desing\""},
+      {R"({"users": [{"id": "wagner", "default_group": "dba"}]})",
+       "/users/0/default_group: the user is not a member"},
+      {R"({"groups": ["new"], "site": {"automatic_login": "nobody"}})",
+       "/site/automatic_login: there is no user \"nobody\""},
+      {R"({"classes": [{"name": "C", "parent": "Itme"}]})", "/classes/0/parent: there is no class"},
+      {R"({"classes": [{"name": "Item", "parent": "Object"}]})", "/classes/0/parent: the class"},
+      {R"({"classes": [{"name": "C", "parent": "Item", "attributes": [
+          {"name": "a", "kind": "number"}]}]})",
+       "/classes/0/attributes/0/kind: expected text, integer"},
+      {R"({"classes": [{"name": "C", "parent": "Item", "attributes": [
+          {"name": "a", "kind": "text", "length": 0}]}]})",
+       "/classes/0/attributes/0/length: expected a number from 1"},
+      {R"({"types": [{"name": "T", "parent": "Item"}, {"name": "Item", "parent": "T"}]})",
+       "/types/1/name: the type exists"},
+      {R"({"types": [{"name": "T", "parent": "Item", "class": "Dataset"}]})",
+       "/types/0/class: expected a class at or below Item"},
+      {R"({"preferences": {"a/b": 3}})", "/preferences/a~1b: expected a string"},
+      {R"({"preferences": {"Separator": "x", "b": {"path": "x"}}})", "/preferences/b/path: is not"},
+      {R"({"items": [{"id": "1", "name": "n", "type": "Dataset"}]})",
+       "/items/0/type: expected a type of class Item"},
+      {R"({"items": [{"id": "000100", "name": "n", "revisions": [{"id": "A",
+          "datasets": [{"name": "d", "relation": "VELO_x"}]}]}]})",
+       "/items/0/revisions/0/datasets/0/relation: there is no relation type \"VELO_x\""},
+      {R"({"relations": [{"type": "VELO_reference", "primary": {"item": "000100"},
+          "secondary": {"item": "000100", "revision": "Z"}}]})",
+       "/relations/0/secondary/revision: the item has no revision \"Z\""},
+  };
+  const std::string before = describe(nullptr);
+  for (const Case& refused : cases) {
+    EXPECT_EQ(ork_host_seed(refused.seed), ORK_invalid_argument) << refused.seed;
+    EXPECT_THAT(last_error(), HasSubstr(refused.text));
+    EXPECT_EQ(describe(nullptr), before) << refused.seed;
+  }
+  EXPECT_EQ(ork_host_seed(nullptr), ORK_invalid_argument);
+  EXPECT_EQ(ORK_init_module("wagner", "let me in", nullptr), ORK_ok);
+}
+
+TEST(Seed, FilesOfPreferencesAreRelativeToTheSeedFile) {
+  const test::TemporaryFolder folder;
+  std::filesystem::create_directory(folder.path("seeds"));
+  const std::string path = folder.write("seeds/site.json", R"({"preferences": {
+    "Template": {"file": "../templates/head.txt"}, "Several": [{"file": "/a"}, "b"]}})");
+  ASSERT_EQ(ork_host_open(":memory:"), ORK_ok);
+  ASSERT_EQ(ork_host_seed_file(path.c_str()), ORK_ok) << last_error();
+  EXPECT_THAT(describe("preferences"), HasSubstr('"' + folder.path("templates/head.txt") + '"'));
+  EXPECT_THAT(describe("preferences"), HasSubstr("\"/a\""));
+  EXPECT_EQ(ork_host_seed_file(folder.path("none.json").c_str()), ORK_invalid_argument);
+  EXPECT_THAT(last_error(), HasSubstr("none.json"));
+  ork_host_close();
+}
+
+TEST(Seed, PasswordsAreNowhereInTheFiles) {
+  const test::TemporaryFolder folder;
+  ASSERT_EQ(ork_host_open(folder.path("site.db").c_str()), ORK_ok);
+  ASSERT_EQ(ork_host_seed(test::demo_seed), ORK_ok);
+  for (const char* file : {"site.db", "site.db-wal"}) {
+    EXPECT_THAT(folder.read(file), Not(HasSubstr("let me in"))) << file;
+  }
+  EXPECT_THAT(folder.read("site.db") + folder.read("site.db-wal"), HasSubstr("Petra Wagner"));
+  EXPECT_THAT(describe(nullptr), Not(HasSubstr("scrypt")));
+  ork_host_close();
+}

@@ -1,0 +1,189 @@
+#include <stdlib.h>
+
+#include <set>
+
+#include "child_process.h"
+#include "demo_site.h"
+#include "ork/dset.h"
+#include "ork/obj.h"
+#include "ork/org.h"
+#include "ork/store.h"
+#include "tests/support/temporary_folder.h"
+
+using test::DemoSite;
+using test::error_texts;
+using test::last_error;
+using test::take;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+TEST_F(DemoSite, LoginTellsWhatIsWrongByCodeAndText) {
+  struct Case {
+    const char* user;
+    const char* password;
+    const char* group;
+    int status;
+    const char* detail;
+  };
+  const Case cases[] = {
+      {"nobody", "let me in", "design", ORK_unknown_user, "nobody"},
+      {"", "let me in", "design", ORK_unknown_user, ""},
+      {"wagner", "let me", "design", ORK_wrong_password, "wagner"},
+      {"wagner", "", "design", ORK_wrong_password, "wagner"},
+      {"wagner", "let me in", "desing", ORK_unknown_group, "desing"},
+      {"wagner", "let me in", "dba", ORK_user_not_in_group, "dba"},
+      {nullptr, "let me in", "design", ORK_invalid_argument, ""},
+      {"wagner", nullptr, "design", ORK_invalid_argument, ""},
+  };
+  std::set<std::string> texts;
+  for (const Case& login : cases) {
+    EXPECT_EQ(ORK_init_module(login.user, login.password, login.group), login.status);
+    EXPECT_THAT(last_error(), HasSubstr(login.detail));
+    EXPECT_THAT(last_error(), Not(HasSubstr("let me")));
+    char* general = nullptr;
+    ERR_get_error_text(login.status, &general);
+    texts.insert(take(general));
+    EXPECT_EQ(ORK_set_journalling(1), ORK_not_logged_in);
+  }
+  EXPECT_EQ(texts.size(), 5u);
+
+  EXPECT_EQ(ORK_init_module("wagner", "let me in", "design"), ORK_ok);
+  EXPECT_THAT(error_texts(), IsEmpty());
+  EXPECT_EQ(ORK_init_module("build", "at night", ""), ORK_already_logged_in);
+  EXPECT_EQ(ORK_auto_login(), ORK_already_logged_in);
+  EXPECT_EQ(ORK_exit_module(1), ORK_ok);
+  EXPECT_EQ(ORK_exit_module(1), ORK_not_logged_in);
+}
+
+TEST_F(DemoSite, SessionKnowsItsUserGroupAndRole) {
+  const auto expect_session = [](const char* name, const char* id, const char* group,
+                                 const char* role, logical is_administrator) {
+    char* text = nullptr;
+    tag found = NULLTAG;
+    tag current = NULLTAG;
+    EXPECT_EQ(STORE_get_user(&text, &current), ORK_ok);
+    EXPECT_EQ(take(text), name);
+    EXPECT_EQ(ORG_find_user(id, &found), ORK_ok);
+    EXPECT_EQ(found, current);
+    EXPECT_EQ(STORE_get_user_id(&text), ORK_ok);
+    EXPECT_EQ(take(text), id);
+    EXPECT_EQ(STORE_get_group(&text, &current), ORK_ok);
+    EXPECT_EQ(take(text), group);
+    EXPECT_EQ(ORG_find_group(group, &found), ORK_ok);
+    EXPECT_EQ(found, current);
+    char role_name[ORG_name_size + 1];
+    EXPECT_EQ(ORG_get_current_role(&current), ORK_ok);
+    EXPECT_EQ(ORG_get_role_name(current, role_name), ORK_ok);
+    EXPECT_STREQ(role_name, role);
+    logical verdict = 2;
+    EXPECT_EQ(STORE_is_user_sa(&verdict), ORK_ok);
+    EXPECT_EQ(verdict, is_administrator);
+  };
+
+  ASSERT_EQ(ORK_auto_login(), ORK_ok);
+  expect_session("Nightly build", "build", "design", "Designer", 1);
+  tag user = 1;
+  EXPECT_EQ(ORG_find_user("nobody", &user), ORK_ok);
+  EXPECT_EQ(user, NULLTAG);
+  char name[ORG_name_size + 1] = "x";
+  EXPECT_EQ(ORG_get_current_role(&user), ORK_ok);
+  EXPECT_EQ(STORE_get_user(nullptr, &user), ORK_invalid_argument);
+  EXPECT_EQ(ORG_find_user("wagner", &user), ORK_ok);
+  EXPECT_EQ(ORG_get_role_name(user, name), ORG_not_a_role);
+  EXPECT_STREQ(name, "");
+  EXPECT_EQ(ORG_init_module() | DSET_init_module() | OBJ_init_module(), ORK_ok);
+  EXPECT_EQ(ORK_exit_module(1), ORK_ok);
+
+  ASSERT_EQ(ORK_init_module("build", "at night", "dba"), ORK_ok);
+  expect_session("Nightly build", "build", "dba", "Administrator", 1);
+  ORK_exit_module(1);
+  ASSERT_EQ(ORK_init_module("wagner", "let me in", nullptr), ORK_ok);
+  expect_session("Petra Wagner", "wagner", "design", "Designer", 0);
+}
+
+TEST_F(DemoSite, OnlyAdministratorsBypassAccessChecks) {
+  logical has_bypass = 1;
+  ORK_init_module("wagner", "let me in", "design");
+  EXPECT_EQ(ORK_set_bypass(1), ORK_bypass_not_allowed);
+  EXPECT_EQ(ORK_set_bypass(0), ORK_ok);
+  EXPECT_EQ(ORK_get_bypass(&has_bypass), ORK_ok);
+  EXPECT_EQ(has_bypass, 0);
+  ORK_exit_module(1);
+
+  ORK_auto_login();
+  EXPECT_EQ(ORK_set_bypass(1), ORK_ok);
+  EXPECT_EQ(ORK_get_bypass(&has_bypass), ORK_ok);
+  EXPECT_EQ(has_bypass, 1);
+  ORK_exit_module(1);
+  ORK_auto_login();
+  EXPECT_EQ(ORK_get_bypass(&has_bypass), ORK_ok);
+  EXPECT_EQ(has_bypass, 0) << "bypass belongs to a session";
+}
+
+TEST(Session, LoginOpensTheSiteOfTheEnvironmentButMakesNone) {
+  const test::TemporaryFolder folder;
+  const std::string path = folder.path("site.db");
+  unsetenv("ORK_HOST_DB");
+  EXPECT_EQ(ORK_auto_login(), ORK_site_not_available);
+  EXPECT_THAT(last_error(), HasSubstr("ORK_HOST_DB"));
+
+  setenv("ORK_HOST_DB", path.c_str(), 1);
+  EXPECT_EQ(ORK_auto_login(), ORK_site_not_available);
+  EXPECT_THAT(last_error(), HasSubstr(path));
+  EXPECT_FALSE(folder.has("site.db"));
+
+  ASSERT_EQ(ork_host_open(path.c_str()), ORK_ok);
+  ork_host_close();
+  EXPECT_EQ(ORK_auto_login(), ORK_no_automatic_login);
+  EXPECT_EQ(ork_host_path(), nullptr) << "a failed login leaves no site open";
+
+  ork_host_open(path.c_str());
+  ASSERT_EQ(ork_host_seed(test::demo_seed), ORK_ok);
+  ork_host_close();
+  EXPECT_EQ(ORK_auto_login(), ORK_ok);
+  EXPECT_EQ(ork_host_path(), path);
+  EXPECT_EQ(ORK_exit_module(1), ORK_ok);
+  EXPECT_EQ(ork_host_path(), nullptr);
+}
+
+TEST(Session, ArgumentsAreUnderstoodInBothForms) {
+  struct Case {
+    std::vector<const char*> arguments;
+    const char* is_there;
+    const char* value;
+  };
+  const Case cases[] = {
+      {{"program", "-u=wagner"}, "wagner", "wagner"},
+      {{"program", "-u", "wagner"}, "wagner", "wagner"},
+      {{"program", "-u"}, "", nullptr},
+      {{"program", "-u", "-p=secret"}, "", nullptr},
+      {{"program", "-u="}, "", ""},
+      {{"program", "-user=wagner", "u=x", "wagner"}, nullptr, nullptr},
+      {{"-u=wagner"}, nullptr, nullptr},
+      {{"program", "-u=-x=y"}, "-x=y", "-x=y"},
+      {{"program", "-u=first", "-u=second"}, "first", "first"},
+  };
+  for (const Case& line : cases) {
+    ork_host_set_arguments(static_cast<int>(line.arguments.size()), line.arguments.data());
+    EXPECT_STREQ(ORK_get_cli_argument("-u"), line.is_there) << line.arguments.back();
+    EXPECT_STREQ(ORK_get_cli_argument("-u="), line.value) << line.arguments.back();
+  }
+  EXPECT_EQ(ORK_get_cli_argument(nullptr), nullptr);
+
+  const char* kept = ORK_get_cli_argument("-u");
+  ork_host_set_arguments(0, nullptr);
+  EXPECT_STREQ(kept, "first") << "valid until the process ends";
+  EXPECT_EQ(ORK_get_cli_argument("-u"), nullptr) << "the test's own arguments again";
+}
+
+TEST(Session, ArgumentsAreTheProgramsOwn) {
+  test::ChildProcess partner({PARTNER_PROGRAM, "arguments", "-u=Petra W", "-p", "secret", "-g"});
+  EXPECT_EQ(partner.read_line(), "-u Petra W");
+  EXPECT_EQ(partner.read_line(), "-u= Petra W");
+  EXPECT_EQ(partner.read_line(), "-p= secret");
+  EXPECT_EQ(partner.read_line(), "-g ");
+  EXPECT_EQ(partner.read_line(), "-g= (none)");
+  EXPECT_EQ(partner.wait(), 0);
+}

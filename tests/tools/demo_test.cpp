@@ -1,0 +1,29 @@
+#include "tests/tools/run_program.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+const std::string clone_run = std::string(ZOLP_EXAMPLES) + "/clone-run";
+
+TEST(Demo, ShowsACloneRun) {
+  const test::TemporaryFolder scratch;
+  const test::Run demo =
+      test::run_program({clone_run + "/demo.sh", ZOLP_PROGRAM_FOLDER, scratch.path("")});
+  EXPECT_EQ(demo.exit_code, 0);
+  EXPECT_EQ(demo.err, "");
+  for (const char* text :
+       {"Alice Amsel", "└── GB-1710/A  RETAIN  Paint, RAL 7031",
+        "67 items (35 CLONE, 32 RETAIN), 69 datasets, deepest level 4", "qnclone -pim=yes",
+        "INPUT_ITEM=GB-1000", "BEGIN CLONE", "->ORK_init_module"}) {
+    EXPECT_THAT(demo.out, HasSubstr(text));
+  }
+}
+
+TEST(Demo, ReleaseListIsWhatItsPartsMake) {
+  const test::Run made = test::run_program({clone_run + "/make_release_list.sh"});
+  std::ifstream list(clone_run + "/release_list.txt", std::ios::binary);
+  EXPECT_EQ(made.out, std::string(std::istreambuf_iterator<char>(list), {}));
+}
+
+}  // namespace

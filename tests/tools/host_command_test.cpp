@@ -1,0 +1,126 @@
+#include "tests/tools/run_program.h"
+
+namespace {
+
+using test::expect_refusal;
+using test::files_in;
+using test::run_zolp;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* seed = R"({
+  "site": {"name": "Test", "automatic_login": "ada"},
+  "groups": ["engineering"], "roles": ["designer"],
+  "users": [{"id": "ada", "name": "Ada Example", "password": "ada-secret",
+             "memberships": [{"group": "engineering", "role": "designer"}]}],
+  "preferences": {"One": "first", "Many": ["a", "b"], "File": {"file": "x.txt"}}})";
+
+class HostCommand : public testing::Test {
+ protected:
+  std::string make_site() {
+    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
+              0);
+    return site;
+  }
+  test::Run pref(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"host", "pref", site});
+    return run_zolp(arguments);
+  }
+
+  test::TemporaryFolder folder;
+  const std::string site = folder.path("site.db");
+};
+
+TEST_F(HostCommand, InitSeedAndShow) {
+  make_site();
+  const test::Run users = run_zolp({"host", "show", site, "users", "--json"});
+  ASSERT_EQ(users.json().size(), 1u);
+  EXPECT_EQ(users.json()[0]["name"], "Ada Example");
+  EXPECT_THAT(users.out, Not(HasSubstr("ada-secret")));
+
+  const std::string more = folder.write("more.json", R"({"groups": ["quality"]})");
+  EXPECT_EQ(run_zolp({"host", "seed", site, more, more}).exit_code, 0);
+  EXPECT_EQ(run_zolp({"host", "show", site, "groups", "--json"}).json().size(), 2u);
+
+  const test::Run all = run_zolp({"host", "show"}, {{"ORK_HOST_DB", site}});
+  EXPECT_EQ(all.exit_code, 0);
+  for (const char* text : {"users (1)", "Ada Example", "quality", "Many", "a, b"}) {
+    EXPECT_THAT(all.out, HasSubstr(text));
+  }
+  const test::Run section = run_zolp({"host", "show", "roles"}, {{"ORK_HOST_DB", site}});
+  EXPECT_THAT(section.out, HasSubstr("designer"));
+  EXPECT_THAT(section.out, Not(HasSubstr("Ada")));
+}
+
+TEST_F(HostCommand, Preferences) {
+  make_site();
+  EXPECT_EQ(pref({"Many"}).out, "a\nb\n");
+  EXPECT_EQ(pref({"File"}).out, folder.path("x.txt") + "\n");
+  EXPECT_EQ(pref({"One", "other", "-1", "[a,b]"}).exit_code, 0);
+  const nlohmann::json values = {"other", "-1", "[a,b]"};
+  EXPECT_EQ(pref({"One", "--json"}).json(), values);
+  EXPECT_EQ(run_zolp({"host", "pref", "One", "--json"}, {{"ORK_HOST_DB", site}}).json(), values);
+  EXPECT_EQ(pref({"One", "--unset"}).exit_code, 0);
+  expect_refusal(pref({"One"}), 1, "preference One is not set");
+  expect_refusal(pref({"Many", "c", "--unset"}), 2, "--unset");
+  expect_refusal(pref({"Many", "--unsett"}), 2, "--unsett");
+  EXPECT_EQ(pref({"Many"}).out, "a\nb\n");
+
+  // A mistyped path is not the name of a preference of the site in the environment.
+  expect_refusal(
+      run_zolp({"host", "pref", folder.path("sitte.db"), "Many", "x"}, {{"ORK_HOST_DB", site}}), 1,
+      "does not exist");
+}
+
+TEST_F(HostCommand, BytesThatAreNotUtf8MakeValidJson) {
+  make_site();
+  EXPECT_EQ(pref({"Latin", "Getriebegeh\xE4use"}).exit_code, 0);
+  EXPECT_THAT(pref({"Latin", "--json"}).json()[0].get<std::string>(), HasSubstr("Getriebegeh"));
+}
+
+TEST_F(HostCommand, FailuresLeaveNoSite) {
+  expect_refusal(run_zolp({"host", "init", site, "--seed", folder.path("none.json")}), 1,
+                 "none.json does not exist");
+  expect_refusal(
+      run_zolp({"host", "init", site, "--seed", folder.write("bad.json", R"({"users": 7})")}), 1,
+      "/users");
+  expect_refusal(run_zolp({"host", "init", folder.path("no/site.db")}), 1, "does not exist");
+  EXPECT_THAT(files_in(folder.path("")), ElementsAre("bad.json"));
+
+  make_site();
+  expect_refusal(run_zolp({"host", "init", site}), 1, "already exists");
+  expect_refusal(run_zolp({"host", "seed", site, folder.path("bad.json")}), 1, "/users");
+  EXPECT_EQ(pref({"One"}).out, "first\n");
+}
+
+TEST_F(HostCommand, OtherFilesAndWrongUsage) {
+  const std::string text = folder.write("text.db", std::string(5000, 'x'));
+  expect_refusal(run_zolp({"host", "show", text}), 1, "cannot open site");
+  EXPECT_EQ(folder.read("text.db"), std::string(5000, 'x'));
+  expect_refusal(run_zolp({"host", "show", folder.path("none.db")}), 1, "does not exist");
+  EXPECT_FALSE(folder.has("none.db"));
+
+  expect_refusal(run_zolp({"host", "show"}), 2, "ORK_HOST_DB");
+  expect_refusal(run_zolp({"host", "show", make_site(), "nonsense"}), 2, "nonsense");
+  expect_refusal(run_zolp({"host", "init"}), 2, "FILE");
+  expect_refusal(run_zolp({"host", "polish"}), 2, "zolp --help");
+  expect_refusal(run_zolp({}), 2, "subcommand");
+}
+
+TEST_F(HostCommand, HelpAndVersion) {
+  const test::Run version = run_zolp({"--version"});
+  EXPECT_EQ(version.exit_code, 0);
+  EXPECT_THAT(version.out, testing::MatchesRegex("zolp [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+  const std::vector<std::vector<std::string>> commands = {
+      {}, {"host"}, {"host", "init"}, {"host", "pref"}, {"clone"}, {"list"}, {"list", "tree"}};
+  for (std::vector<std::string> command : commands) {
+    command.emplace_back("--help");
+    const test::Run help = run_zolp(command);
+    EXPECT_EQ(help.exit_code, 0);
+    EXPECT_THAT(help.out, HasSubstr("Usage: zolp"));
+    EXPECT_EQ(help.err, "");
+  }
+}
+
+}  // namespace

@@ -1,0 +1,12 @@
+/** @file The groups of subcommands; each adds itself to the program's command line. */
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace tool {
+
+void add_host_commands(CLI::App& program);
+void add_clone_command(CLI::App& program);
+void add_list_commands(CLI::App& program);
+
+}  // namespace tool

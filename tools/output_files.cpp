@@ -1,0 +1,107 @@
+#include "output_files.h"
+
+#include <signal.h>
+#include <stdlib.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "error.h"
+
+namespace fs = std::filesystem;
+
+namespace tool {
+
+namespace {
+
+volatile sig_atomic_t interrupted = 0;
+
+std::string earlier_name(const std::string& name) {
+  return name + ".earlier";
+}
+
+}  // namespace
+
+WorkFolder::WorkFolder(const fs::path& parent) {
+  const std::string shown = parent.string();
+  std::error_code problem;
+  if (!fs::exists(parent, problem)) {
+    throw Error("folder " + shown + " does not exist", "create it or name another one");
+  }
+  if (!fs::is_directory(parent, problem)) {
+    throw Error(shown + " is not a folder", "name a folder");
+  }
+  std::string pattern = (parent / ".zolp-XXXXXX").string();
+  if (mkdtemp(pattern.data()) == nullptr) {
+    throw Error("cannot write to folder " + shown + " (" + std::strerror(errno) + ")",
+                "make it writable or name another one");
+  }
+  path_ = pattern;
+}
+
+WorkFolder::~WorkFolder() {
+  std::error_code ignored;
+  fs::remove_all(path_, ignored);
+}
+
+std::string OutputFiles::add(const std::string& name) {
+  const fs::path target = target_ / name;
+  std::error_code problem;
+  if (fs::is_directory(target, problem)) {
+    throw Error(target.string() + " is a folder", "remove it or write somewhere else");
+  }
+  names_.push_back(name);
+  return work_.file(name);
+}
+
+void OutputFiles::keep_earlier_file(const std::string& name) const {
+  const fs::path target = target_ / name;
+  const fs::path kept = work_.file(earlier_name(name));
+  if (!fs::exists(target))
+    return;
+  std::error_code problem;
+  fs::create_hard_link(target, kept, problem);
+  if (problem)
+    fs::copy_file(target, kept);
+}
+
+void OutputFiles::publish() {
+  size_t placed = 0;
+  try {
+    for (const std::string& name : names_)
+      keep_earlier_file(name);
+    for (; placed < names_.size(); ++placed) {
+      fs::rename(work_.file(names_[placed]), target_ / names_[placed]);
+    }
+  } catch (const fs::filesystem_error& problem) {
+    while (placed-- > 0) {
+      const fs::path target = target_ / names_[placed];
+      const fs::path kept = work_.file(earlier_name(names_[placed]));
+      std::error_code ignored;
+      if (fs::exists(kept, ignored)) {
+        fs::rename(kept, target, ignored);
+      } else {
+        fs::remove(target, ignored);
+      }
+    }
+    throw Error(
+        "cannot write to folder " + target_.string() + " (" + problem.code().message() + ")",
+        "make it writable or name another one");
+  }
+}
+
+void watch_for_interruption() {
+  struct sigaction action = {};
+  action.sa_handler = [](int) { interrupted = 1; };
+  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaction(signal_number, &action, nullptr);
+  }
+}
+
+void stop_if_interrupted() {
+  if (interrupted != 0)
+    throw Error("interrupted", "nothing was written, start again");
+}
+
+}  // namespace tool

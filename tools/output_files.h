@@ -1,0 +1,55 @@
+/** @file Output that is either there as a whole or not at all. */
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/** A folder with a name of its own, removed with its contents at the end. */
+class WorkFolder {
+ public:
+  /** @param parent the folder to make it in; an Error is thrown when that is not possible. */
+  explicit WorkFolder(const std::filesystem::path& parent);
+  ~WorkFolder();
+  WorkFolder(const WorkFolder&) = delete;
+  WorkFolder& operator=(const WorkFolder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  std::string file(const std::string& name) const { return (path_ / name).string(); }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/**
+ * Files that are written beside their target under other names, and take their places together once
+ * all are complete. Until then, and when anything fails, earlier files of the same names stay.
+ */
+class OutputFiles {
+ public:
+  /** @param folder the target folder; an Error is thrown when it is missing or not writable. */
+  explicit OutputFiles(const std::filesystem::path& folder) : target_(folder), work_(folder) {}
+
+  /** Adds a file. @return the path to write it to. */
+  std::string add(const std::string& name);
+
+  /** Puts all files into their places. Throws an Error, with all places as before, on failure. */
+  void publish();
+
+ private:
+  void keep_earlier_file(const std::string& name) const;
+
+  std::filesystem::path target_;
+  WorkFolder work_;
+  std::vector<std::string> names_;
+};
+
+/** Lets Ctrl-C and the end of the terminal end the program at the next `stop_if_interrupted`. */
+void watch_for_interruption();
+
+/** Throws an Error when the user has interrupted the program. A second Ctrl-C ends it at once. */
+void stop_if_interrupted();
+
+}  // namespace tool

@@ -1,0 +1,129 @@
+#include "site.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "error.h"
+#include "host/ork_host.h"
+#include "ork/mem.h"
+#include "zolp_basetool.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+bool trace_is_wanted() {
+  return std::getenv("ZOLP_TRACE_LEVEL") != nullptr || std::getenv("ZOLP_TRACE_FILE") != nullptr;
+}
+
+void require(int status, const std::string& problem, const std::string& advice) {
+  if (status != ORK_ok)
+    throw Error(problem + " (" + platform_error_text(status) + ")", advice);
+}
+
+}  // namespace
+
+std::string site_file(const std::string& given) {
+  if (!given.empty())
+    return given;
+  const char* const from_environment = std::getenv("ORK_HOST_DB");
+  if (from_environment != nullptr && *from_environment != '\0')
+    return from_environment;
+  throw usage_error("no site given", "name its file, or set ORK_HOST_DB");
+}
+
+Site::Site(const std::string& path, Open how) {
+  std::error_code ignored;
+  if (how == Open::existing && !std::filesystem::is_regular_file(path, ignored)) {
+    throw Error("site " + path + " does not exist", "create it with \"zolp host init\"");
+  }
+  require(ork_host_open(path.c_str()), "cannot open site " + path,
+          "check that the file is a site and can be read and written");
+}
+
+Site::~Site() {
+  ork_host_close();
+}
+
+void Site::seed(const std::string& json) {
+  require(ork_host_seed(json.c_str()), "the seed is not taken", "correct it");
+}
+
+void Site::seed_file(const std::string& path) {
+  std::error_code ignored;
+  if (!std::filesystem::is_regular_file(path, ignored)) {
+    throw Error("seed " + path + " does not exist", "check the path");
+  }
+  require(ork_host_seed_file(path.c_str()), "seed " + path + " is not taken", "correct it");
+}
+
+void Site::set_preference(const std::string& name, const std::vector<std::string>& values) {
+  std::vector<const char*> texts;
+  for (const std::string& value : values)
+    texts.push_back(value.c_str());
+  require(ork_host_set_preference(name.c_str(), static_cast<int>(texts.size()), texts.data()),
+          "cannot set preference " + name, "check its name and that the site can be written");
+}
+
+std::string Site::describe(const std::string& section) const {
+  char* json = nullptr;
+  require(ork_host_describe(section.empty() ? nullptr : section.c_str(), &json),
+          "cannot read the site", "check that the file is a site");
+  std::string text = json;
+  MEM_free(json);
+  return text;
+}
+
+Session::Session() {
+  LibraryCall call;
+  require(ZOLP_startup_ork_environment(), "login failed",
+          "check -u, -p and -g, or the site's user for automatic login");
+}
+
+Session::~Session() {
+  LibraryCall call;
+  ZOLP_shutdown_ork_environment();
+}
+
+std::string Session::preference(const std::string& name) const {
+  char* value = nullptr;
+  ZOLP_get_pref(name.c_str(), &value);
+  if (value == nullptr) {
+    throw Error("preference " + name + " is not set",
+                "set it with \"zolp host pref FILE " + name + " VALUE\"");
+  }
+  std::string text = value;
+  MEM_free(value);
+  return text;
+}
+
+LibraryCall::LibraryCall() {
+  std::fflush(stdout);
+  standard_output_ = dup(STDOUT_FILENO);
+  const bool trace_is_on_screen = trace_is_wanted() && std::getenv("ZOLP_TRACE_FILE") == nullptr;
+  if (trace_is_on_screen) {
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+  } else if (std::FILE* const nowhere = std::fopen("/dev/null", "w")) {
+    dup2(fileno(nowhere), STDOUT_FILENO);
+    std::fclose(nowhere);
+  }
+}
+
+LibraryCall::~LibraryCall() {
+  std::fflush(stdout);
+  if (standard_output_ < 0)
+    return;
+  dup2(standard_output_, STDOUT_FILENO);
+  close(standard_output_);
+}
+
+void silence_trace_unless_wanted() {
+  if (!trace_is_wanted())
+    ZOLP_SetTraceLevel(ZOLP_LEVEL_OFF);
+}
+
+}  // namespace tool
