@@ -270,7 +270,6 @@ void add_clone_command(CLI::App& program) {
   clone->footer(clone_help);
   clone->callback([options, clone] {
     check_login_options(*clone);
-    watch_for_interruption();
     CloneRun run(*options);
     run.prepare();
     run.print_summary();

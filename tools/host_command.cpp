@@ -67,6 +67,8 @@ void move_site(const fs::path& from, const fs::path& to) {
 
 void init_site(const SeedOptions& options) {
   const fs::path target(options.file);
+  if (!target.has_filename())
+    throw usage_error("FILE names no file", "name one");
   if (fs::exists(target)) {
     throw Error("site " + options.file + " already exists",
                 "add to it with \"zolp host seed\", or remove it first");
