@@ -201,6 +201,9 @@ TEST_F(CloneCommand, OutputFolder) {
   };
   expect_refusal(clone_to(folder.path("none")), 1, "none does not exist");
   expect_refusal(clone_to(list), 1, "is not a folder");
+  const std::string in_the_way = folder.write("out/clone_log.txt", folder.read("list.txt"));
+  expect_refusal(clone(in_the_way), 1, "would replace list");
+  std::filesystem::remove(in_the_way);
   std::filesystem::create_directory(folder.path("out/clone.bat"));
   expect_refusal(clone(list), 1, "clone.bat is a folder");
   EXPECT_THAT(files_in(out), ElementsAre("clone.bat"));
