@@ -27,10 +27,10 @@ class Times : public benchmark::ConsoleReporter {
         continue;
       }
       const auto rate = run.counters.find("items_per_second");
-      times_[run.run_name.function_name].push_back(
-          rate != run.counters.end() ? 1 / rate->second.value
-                                     : run.real_accumulated_time /
-                                           static_cast<double>(run.iterations));
+      times_[run.run_name.function_name].push_back(rate != run.counters.end()
+                                                       ? 1 / rate->second.value
+                                                       : run.real_accumulated_time /
+                                                             static_cast<double>(run.iterations));
     }
     ConsoleReporter::ReportRuns(runs);
   }

@@ -441,7 +441,7 @@ int ZOLP_remove_doubles_from_list(const char* in_file, const char* out_file) {
 namespace {
 
 bool contains_any(std::string_view line, int count, char** patterns) {
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; patterns != nullptr && i < count; ++i) {
     if (patterns[i] != nullptr && contains(line, patterns[i])) {
       return true;
     }

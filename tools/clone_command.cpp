@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -127,6 +128,7 @@ class CloneRun {
     progress_.step("checking " + options_.release_list);
     contents_ =
         check_release_list(options_.release_list, session_.preference(separator_preference));
+    check_list_is_kept();
     check_settings(session_, options_.header_preference);
     write_clone_log();
     read_tree();
@@ -163,6 +165,17 @@ class CloneRun {
   }
 
  private:
+  void check_list_is_kept() const {
+    const std::filesystem::path folder(options_.folder);
+    for (const char* name : {log_name, batch_name, entries_name}) {
+      std::error_code ignored;
+      if (std::filesystem::equivalent(options_.release_list, folder / name, ignored)) {
+        throw Error("the run would replace list " + options_.release_list,
+                    "rename the list, or choose another output folder");
+      }
+    }
+  }
+
   void write_clone_log() {
     progress_.step("writing " + std::string(log_name));
     const std::string path = files_.add(log_name);
@@ -270,7 +283,6 @@ void add_clone_command(CLI::App& program) {
   clone->footer(clone_help);
   clone->callback([options, clone] {
     check_login_options(*clone);
-    watch_for_interruption();
     CloneRun run(*options);
     run.prepare();
     run.print_summary();

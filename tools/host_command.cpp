@@ -67,6 +67,8 @@ void move_site(const fs::path& from, const fs::path& to) {
 
 void init_site(const SeedOptions& options) {
   const fs::path target(options.file);
+  if (!target.has_filename())
+    throw usage_error("FILE names no file", "name one");
   if (fs::exists(target)) {
     throw Error("site " + options.file + " already exists",
                 "add to it with \"zolp host seed\", or remove it first");
@@ -205,18 +207,6 @@ struct PreferenceOptions {
   bool json = false;
 };
 
-/** The values of a preference, from whichever form the description has. */
-Json preference_values(const Site& site, const std::string& name) {
-  const Json preferences = Json::parse(site.describe("preferences"));
-  if (preferences.is_object())
-    return preferences.value(name, Json());
-  for (const Json& preference : preferences) {
-    if (preference.value("name", "") == name)
-      return preference.value("values", Json());
-  }
-  return Json();
-}
-
 void use_preference(const PreferenceOptions& options) {
   std::vector<std::string> arguments = given(options.file, options.name);
   arguments.insert(arguments.end(), options.values.begin(), options.values.end());
@@ -237,7 +227,7 @@ void use_preference(const PreferenceOptions& options) {
   if (options.unset || !values.empty())
     return site.set_preference(name, values);
 
-  const Json current = preference_values(site, name);
+  const Json current = Json::parse(site.describe("preferences")).value(name, Json());
   if (current.is_null()) {
     throw Error("preference " + name + " is not set",
                 "see \"zolp host show FILE preferences\" for those that are");

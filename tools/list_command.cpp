@@ -90,6 +90,8 @@ void copy_list(const CopyOptions& options, const Copy& copy) {
   const size_t lines = check_list_file(options.in);
   check_target(options);
   const fs::path target(options.out);
+  if (!target.has_filename())
+    throw usage_error("OUT names no file", "name one");
   OutputFiles files(target.has_parent_path() ? target.parent_path() : fs::path("."));
   const std::string written = files.add(target.filename().string());
   {
@@ -333,6 +335,7 @@ void show_tree(const TreeOptions& options) {
                   "check that it is writable, and that memory is enough");
     }
   }
+  stop_if_interrupted();
   if (options.json)
     return print_tree_json(tree.root(), options);
   print_tree(tree.root(), options);

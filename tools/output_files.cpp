@@ -20,6 +20,18 @@ std::string earlier_name(const std::string& name) {
   return name + ".earlier";
 }
 
+/** Lets signals that ask the program to end take effect at the next `stop_if_interrupted`. */
+void watch_for_interruption() {
+  struct sigaction action = {};
+  action.sa_handler = [](int) { interrupted = 1; };
+  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaction(signal_number, &action, nullptr);
+  }
+  // A file that gets too large is a write that fails, to be reported like a full disk.
+  signal(SIGXFSZ, SIG_IGN);
+}
+
 }  // namespace
 
 WorkFolder::WorkFolder(const fs::path& parent) {
@@ -37,6 +49,7 @@ WorkFolder::WorkFolder(const fs::path& parent) {
                 "make it writable or name another one");
   }
   path_ = pattern;
+  watch_for_interruption();
 }
 
 WorkFolder::~WorkFolder() {
@@ -87,15 +100,6 @@ void OutputFiles::publish() {
     throw Error(
         "cannot write to folder " + target_.string() + " (" + problem.code().message() + ")",
         "make it writable or name another one");
-  }
-}
-
-void watch_for_interruption() {
-  struct sigaction action = {};
-  action.sa_handler = [](int) { interrupted = 1; };
-  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaction(signal_number, &action, nullptr);
   }
 }
 

@@ -46,10 +46,10 @@ class OutputFiles {
   std::vector<std::string> names_;
 };
 
-/** Lets Ctrl-C and the end of the terminal end the program at the next `stop_if_interrupted`. */
-void watch_for_interruption();
-
-/** Throws an Error when the user has interrupted the program. A second Ctrl-C ends it at once. */
+/**
+ * Throws an Error when the user has interrupted the program. While there is a work folder to
+ * remove, signals that ask the program to end take effect here; a second one ends it at once.
+ */
 void stop_if_interrupted();
 
 }  // namespace tool

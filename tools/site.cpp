@@ -56,7 +56,7 @@ void Site::seed(const std::string& json) {
 void Site::seed_file(const std::string& path) {
   std::error_code ignored;
   if (!std::filesystem::is_regular_file(path, ignored)) {
-    throw Error("seed " + path + " does not exist", "check the path");
+    throw Error("seed " + path + " is not there, or is no file", "check the path");
   }
   require(ork_host_seed_file(path.c_str()), "seed " + path + " is not taken", "correct it");
 }

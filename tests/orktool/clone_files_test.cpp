@@ -215,7 +215,7 @@ TEST_F(CloneFiles, BatchFileFailures) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(ZOLP_write_startbat(folder.path("no-folder/x").c_str(), const_cast<assy_entry*>(&top)),
             1);
-  EXPECT_THAT(trace.lines().back(), StartsWith(" <-ERROR: ZOLP_read_itemrevlist "));
+  EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ERROR: ZOLP_read_itemrevlist "));
   site.preference("ZOLP_qnversion", "v16");
   EXPECT_EQ(write_startbat(top), 1);
   EXPECT_TRUE(trace.has("Error from open precloneactionsfile:<" + folder.path("missing") +

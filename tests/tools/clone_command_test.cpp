@@ -181,6 +181,19 @@ TEST_F(CloneCommand, FailuresKeepEarlierResults) {
   EXPECT_THAT(folder.read("out/clone.bat"), testing::EndsWith("later\n"));
 }
 
+TEST_F(CloneCommand, FullDiskLeavesNothing) {
+  folder.write("clone.txt", std::string(400, 'x') + "\n");
+  std::string list = header_row() + item_row(1, "TOP");
+  for (int i = 0; i < 3000; ++i)
+    list += item_row(2, std::to_string(i));
+  folder.write("list.txt", list);
+  const std::string command = "ulimit -f 1000 && exec \"$@\"";  // in KiB; the entries take 1200
+  expect_refusal(test::run_program({"/bin/bash", "-c", command, "bash", ZOLP_PROGRAM, "clone",
+                                    folder.path("list.txt"), "--host", site, "--out", out}),
+                 1, "make room on the disk");
+  EXPECT_THAT(files_in(out), IsEmpty());
+}
+
 TEST_F(CloneCommand, OutputFolder) {
   const std::string list = write_good_list();
   const auto clone_to = [&](const std::string& target) {
@@ -188,6 +201,9 @@ TEST_F(CloneCommand, OutputFolder) {
   };
   expect_refusal(clone_to(folder.path("none")), 1, "none does not exist");
   expect_refusal(clone_to(list), 1, "is not a folder");
+  const std::string in_the_way = folder.write("out/clone_log.txt", folder.read("list.txt"));
+  expect_refusal(clone(in_the_way), 1, "would replace list");
+  std::filesystem::remove(in_the_way);
   std::filesystem::create_directory(folder.path("out/clone.bat"));
   expect_refusal(clone(list), 1, "clone.bat is a folder");
   EXPECT_THAT(files_in(out), ElementsAre("clone.bat"));

@@ -81,7 +81,7 @@ TEST_F(HostCommand, BytesThatAreNotUtf8MakeValidJson) {
 
 TEST_F(HostCommand, FailuresLeaveNoSite) {
   expect_refusal(run_zolp({"host", "init", site, "--seed", folder.path("none.json")}), 1,
-                 "none.json does not exist");
+                 "none.json is not there");
   expect_refusal(
       run_zolp({"host", "init", site, "--seed", folder.write("bad.json", R"({"users": 7})")}), 1,
       "/users");
@@ -104,6 +104,7 @@ TEST_F(HostCommand, OtherFilesAndWrongUsage) {
   expect_refusal(run_zolp({"host", "show"}), 2, "ORK_HOST_DB");
   expect_refusal(run_zolp({"host", "show", make_site(), "nonsense"}), 2, "nonsense");
   expect_refusal(run_zolp({"host", "init"}), 2, "FILE");
+  expect_refusal(run_zolp({"host", "init", ""}), 2, "FILE");
   expect_refusal(run_zolp({"host", "polish"}), 2, "zolp --help");
   expect_refusal(run_zolp({}), 2, "subcommand");
 }
