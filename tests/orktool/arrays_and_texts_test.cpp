@@ -1,0 +1,263 @@
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <numeric>
+#include <random>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "ork/mem.h"
+#include "support/site.h"
+#include "support/trace_capture.h"
+#include "zolp_orktool.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::StartsWith;
+
+/** An array of tags as the library's callers have it. */
+struct Tags {
+  Tags() = default;
+  Tags(std::initializer_list<tag> elements) {
+    for (const tag element : elements) {
+      array =
+          static_cast<tag*>(MEM_crealloc(array, static_cast<std::size_t>(count) + 1, sizeof(tag)));
+      array[count++] = element;
+    }
+  }
+  ~Tags() { MEM_free(array); }
+  Tags(const Tags&) = delete;
+  Tags& operator=(const Tags&) = delete;
+
+  std::vector<tag> elements() const { return {array, array + count}; }
+
+  int count = 0;
+  tag* array = nullptr;
+};
+
+class Arrays : public testing::Test {
+ protected:
+  ~Arrays() override { EXPECT_EQ(ork_host_block_count(), 0U); }
+  test::TraceCapture trace;
+};
+
+TEST_F(Arrays, AddKeepsOrderAndRefusesDuplicatesAndNull) {
+  Tags tags;
+  for (const tag element : {7U, 5U, 7U, 4294967295U, 5U}) {
+    EXPECT_EQ(ZOLP_addElement(element, &tags.count, &tags.array), 0);
+  }
+  EXPECT_THAT(tags.elements(), ElementsAre(7, 5, 4294967295U));
+  EXPECT_THAT(trace.lines(), testing::Contains("  \tinserted_object:-1\tarray[2]:-1"));
+  trace.clear();
+  EXPECT_EQ(ZOLP_addElement(NULLTAG, &tags.count, &tags.array), 1);
+  EXPECT_EQ(trace.lines().size(), 1U);  // no exit line, and a level stays open
+  EXPECT_EQ(ZOLP_GetTraceDepth(), 1);
+  ork_host_fail_allocation(1);
+  EXPECT_EQ(ZOLP_addElement(9, &tags.count, &tags.array), 1);
+  EXPECT_THAT(tags.elements(), ElementsAre(7, 5, 4294967295U));
+}
+
+TEST_F(Arrays, SearchFindsInArraysAndInNone) {
+  Tags tags{3, 4};
+  Tags none;
+  logical found = 9;
+  EXPECT_EQ(ZOLP_searchElement(4, &tags.array, &tags.count, &found), 0);
+  EXPECT_EQ(found, 1);
+  EXPECT_EQ(trace.lines()[1], "  Object exists");
+  EXPECT_EQ(ZOLP_searchElementInArray(5, tags.array, tags.count, &found), 0);
+  EXPECT_EQ(found, 0);
+  EXPECT_EQ(trace.lines()[4], "  Object does not exist in array");
+  none.count = 3;  // a null array is empty whatever its count says
+  EXPECT_EQ(ZOLP_searchElement(4, &none.array, &none.count, &found), 0);
+  EXPECT_EQ(found, 0);
+  none.count = 0;
+}
+
+TEST_F(Arrays, RemoveShrinksAndPanicsOverNothingLeft) {
+  Tags tags{1, 2, 1, 3, 1};
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(ZOLP_removeElement(1, &tags.count, &tags.array), 0);
+  EXPECT_EQ(ork_host_block_bytes(), 2 * sizeof(tag));
+  const std::vector<tag> left = tags.elements();
+  EXPECT_EQ(ZOLP_removeElement(9, &tags.count, &tags.array), 0);
+  EXPECT_EQ(ZOLP_removeElement(2, &tags.count, &tags.array), 0);
+  const std::string before = testing::internal::GetCapturedStdout();
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(ZOLP_removeElement(3, &tags.count, &tags.array), 1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "System Panik!\n");
+  EXPECT_EQ(before, "");
+  EXPECT_THAT(left, ElementsAre(2, 3));
+  EXPECT_EQ(tags.count, 0);
+  EXPECT_EQ(tags.array, nullptr);
+}
+
+TEST_F(Arrays, ExcludeAppendsWhatIsNotExcluded) {
+  const Tags objects{5, 6, 7, 6, 0, 8};
+  const Tags excluded{7};
+  Tags result{6, 4};
+  EXPECT_EQ(ZOLP_excludeObjects(4, objects.array, 1, excluded.array, &result.count, &result.array),
+            0);
+  EXPECT_THAT(result.elements(), ElementsAre(6, 4, 5));
+  EXPECT_EQ(ZOLP_excludeObjects(6, objects.array, 0, nullptr, &result.count, &result.array), 1);
+  EXPECT_THAT(result.elements(), ElementsAre(6, 4, 5, 7));
+}
+
+TEST_F(Arrays, OnlyTheFirstStringCounts) {
+  char first[] = "first";
+  char second[] = "second";
+  char* strings[] = {first, second};
+  const auto is_in = [&](const char* text, int count) {
+    logical found = 9;
+    EXPECT_EQ(ZOLP_ifStringInArray(text, count, strings, &found), 0);
+    return found == 1;
+  };
+  EXPECT_TRUE(is_in("first", 2));
+  EXPECT_FALSE(is_in("second", 2));
+  EXPECT_FALSE(is_in("First", 2));
+  EXPECT_FALSE(is_in("first", 0));
+}
+
+std::vector<tag> without_redundances(std::vector<tag> tags) {
+  int count = static_cast<int>(tags.size());
+  EXPECT_EQ(ZOLP_eliminateRedundances(tags.data(), &count), 0);
+  tags.resize(static_cast<std::size_t>(count));
+  return tags;
+}
+
+TEST_F(Arrays, EliminateRedundancesTracesWhatItDoes) {
+  EXPECT_THAT(without_redundances({5, 7, 5, 9, 7, 5}), ElementsAre(9, 5, 7));
+  EXPECT_THAT(
+      trace.lines(),
+      ElementsAre(StartsWith(" ->ZOLP_eliminateRedundances zolp_array_utils.cpp:"),  //
+                  "", "", "  redundances:", "  5 7 5 ", "",                          //
+                  "  n:6, zaehler:3", "", "", "  9 ", "", "",                        //
+                  "  array aus redundance - k:1", "", "  9 ", "",                    //
+                  "  zaehler:3: sizeof_new_array:3", StartsWith(" <-ZOLP_eliminateRedundances ")));
+  EXPECT_THAT(without_redundances({}), ElementsAre());
+  EXPECT_THAT(without_redundances({3, 1, 2}), ElementsAre(3, 1, 2));
+}
+
+TEST_F(Arrays, EliminateRedundancesAgreesWithAPlainModelAtScale) {
+  ZOLP_SetTraceLevel(ZOLP_LEVEL_OFF);
+  std::mt19937 random(1);
+  for (const std::size_t size : {10U, 1000U, 100'000U}) {
+    std::vector<tag> tags(size);
+    std::iota(tags.begin(), tags.end(), 1);
+    std::copy_n(tags.begin(), size / 2, tags.begin() + static_cast<std::ptrdiff_t>(size / 2));
+    std::iota(tags.begin(), tags.begin() + static_cast<std::ptrdiff_t>(size / 4), 500'000);
+    std::shuffle(tags.begin(), tags.end(), random);
+
+    std::vector<tag> expected;
+    std::vector<tag> repeated;
+    std::unordered_multiset<tag> all(tags.begin(), tags.end());
+    std::unordered_set<tag> seen;
+    for (const tag element : tags) {
+      if (all.count(element) == 1) {
+        expected.push_back(element);
+      } else if (seen.insert(element).second) {
+        repeated.push_back(element);
+      }
+    }
+    expected.insert(expected.end(), repeated.begin(), repeated.end());
+    EXPECT_EQ(without_redundances(tags), expected);
+  }
+}
+
+TEST(Texts, SpecialCharactersAndCase) {
+  const auto replaced = [](std::string text) {
+    EXPECT_EQ(ZOLP_RepSpecialChar(text.data()), 0);
+    return text;
+  };
+  EXPECT_EQ(replaced("a/b c:d"), "a_b_c_d");
+  EXPECT_EQ(replaced("/;, *:?=\\'#><[]}{|~@&$\"\xB4`"), std::string(25, '_'));
+  EXPECT_EQ(replaced("aZ09.-_+%!()^\xE4\xC3\xA4"), "aZ09.-_+%!()^\xE4\xC3\xA4");
+  std::string text = "MiXeD 123 \xC4";
+  EXPECT_EQ(string_to_lower(text.data()), 0);
+  EXPECT_EQ(text, "mixed 123 \xC4");
+}
+
+std::vector<std::string> fields(const char* text, const char* separators = nullptr) {
+  int count = -1;
+  char** items = nullptr;
+  EXPECT_EQ(ZOLP_splitItemString(text, separators, &count, &items), 0);
+  std::vector<std::string> result(items, items + count);
+  for (int i = 0; i < count; ++i) {
+    MEM_free(items[i]);
+  }
+  MEM_free(items);
+  return result;
+}
+
+TEST(Texts, SplitItemString) {
+  EXPECT_THAT(fields("A~ B ~\"x~y\"~"), ElementsAre("A", "B ", "\"x~y\"", ""));
+  EXPECT_THAT(fields("a,b;;c\n,d", ",;"), ElementsAre("a", "b", "", "c"));
+  EXPECT_THAT(fields("\"open ~ quote"), ElementsAre("\"open ~ quote"));
+  EXPECT_THAT(fields("  \n"), ElementsAre(""));
+  EXPECT_THAT(fields(""), ElementsAre());
+  EXPECT_THAT(fields(nullptr), ElementsAre());
+  EXPECT_EQ(ork_host_block_count(), 0U);
+  const test::TraceCapture trace(ZOLP_LEVEL_OFF);
+  const int statuses[] = {-1, -1, 1, -1, -1};  // copy, array, buffer, the two fields
+  for (int i = 0; i < 5; ++i) {
+    int count = 9;
+    char** items = nullptr;
+    ork_host_fail_allocation(i + 1);
+    EXPECT_EQ(ZOLP_splitItemString("a~b", nullptr, &count, &items), statuses[i]);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(items, nullptr);
+    EXPECT_EQ(ork_host_block_count(), 0U);
+  }
+}
+
+TEST(Texts, SplitToFirstSeparator) {
+  char head[16];
+  char tail[16];
+  const auto split = [&](const char* text) {
+    EXPECT_EQ(ZOLP_splitToFirstSeparator(text, '/', head, tail), 0);
+    return std::string(head) + "|" + tail;
+  };
+  EXPECT_EQ(split("a/b/c"), "a|b/c");
+  EXPECT_EQ(split("abc"), "abc|");
+  EXPECT_EQ(split("abc/"), "abc|");
+  EXPECT_EQ(split(""), "|");
+}
+
+TEST(Texts, ExtendPathVar) {
+  const test::TraceCapture trace;
+  setenv("ZOLP_TEST", "D:\\t", 1);
+  setenv("HOM", "H", 1);
+  char buffer[ZOLP_LONG_PATH_SIZE];
+  const auto extended = [&buffer](const std::string& path) {
+    std::fill(std::begin(buffer), std::end(buffer), '\0');
+    std::copy_n("untouched", 9, buffer);
+    const int status = ZOLP_ExtendPathVar(path.c_str(), buffer);
+    return std::to_string(status) + ":" + buffer;
+  };
+  EXPECT_EQ(extended("%ZOLP_TEST%\\sub\\x"), "0:D:\\t\\sub\\x");
+  EXPECT_EQ(extended("%ZOLP_TEST%"), "0:D:\\t\\");
+  EXPECT_EQ(extended("$HOME\\sub"), "0:H\\sub");  // the last letter goes as well
+  EXPECT_EQ(extended("C:\\%ZOLP_TEST%"), "0:untouched");
+  EXPECT_EQ(extended(""), "0:untouched");
+  EXPECT_TRUE(trace.has("Shortened Pathvar is >ZOLP_TEST<"));
+
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(extended("%NO_SUCH_VARIABLE%\\x"), "1:untouched");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "\n\n\nERROR: Pathvariable in >%NO_SUCH_VARIABLE%\\x< not defined.\n"
+            "Contact your systemadministrator!\n");
+  EXPECT_EQ(trace.lines().back(), "  Pathvariable not defined: RETURN!");
+
+  EXPECT_EQ(extended("%ZOLP_TEST%\\" + std::string(256, 's')), "0:D:\\t\\" + std::string(256, 's'));
+  EXPECT_EQ(extended("%ZOLP_TEST%\\" + std::string(257, 's')), "1:untouched");
+  EXPECT_EQ(extended("%" + std::string(40, 'v') + "\\x"), "1:untouched");
+  EXPECT_EQ(extended("%"), "1:untouched");
+  setenv("ZOLP_TEST", std::string(ZOLP_LONG_PATH_SIZE - 3, 'v').c_str(), 1);
+  EXPECT_EQ(extended("%ZOLP_TEST%\\x"), "0:" + std::string(ZOLP_LONG_PATH_SIZE - 3, 'v') + "\\x");
+  EXPECT_EQ(extended("%ZOLP_TEST%\\xy"), "1:untouched");
+}
+
+}  // namespace
