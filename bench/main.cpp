@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
   if (mkdtemp(folder.data()) == nullptr) {
     return 1;
   }
+  bench::add_array_benchmarks();
   bench::add_call_frame_benchmarks(folder);
   bench::add_release_list_benchmarks(folder);
   const int status = bench::run(argc, argv);
