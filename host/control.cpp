@@ -8,6 +8,7 @@
 #include "arguments.h"
 #include "describe.h"
 #include "handout.h"
+#include "object_id.h"
 #include "operation.h"
 #include "seed.h"
 
@@ -81,12 +82,8 @@ int ork_host_find_item(const char* item_id, const char* revision_id, tag* object
     host::require_all(item_id, object);
     host::Store& store = host::store();
     const tag item = store.find_one("Item", {{"item_id", std::string(item_id)}});
-    if (revision_id == nullptr || item == NULLTAG) {
-      *object = item;
-    } else {
-      *object = store.find_one(
-          "ItemRevision", {{"item_tag", item}, {"item_revision_id", std::string(revision_id)}});
-    }
+    const bool is_wanted = revision_id == nullptr || item == NULLTAG;
+    *object = is_wanted ? item : host::find_revision(store, item, revision_id);
   });
 }
 

@@ -1,5 +1,6 @@
 #include "dates.h"
 
+#include <chrono>
 #include <cstdio>
 
 namespace host {
@@ -23,6 +24,13 @@ date_s parse_date(const std::string& text) {
   return {static_cast<std::int16_t>(year),   static_cast<std::uint8_t>(month - 1),
           static_cast<std::uint8_t>(day),    static_cast<std::uint8_t>(hour),
           static_cast<std::uint8_t>(minute), static_cast<std::uint8_t>(second)};
+}
+
+bool is_date(const date_s& date) {
+  const std::chrono::year_month_day day{std::chrono::year(date.year),
+                                        std::chrono::month(date.month + 1u),
+                                        std::chrono::day(date.day)};
+  return day.ok() && date.hour < 24 && date.minute < 60 && date.second < 60;
 }
 
 }  // namespace host

@@ -12,6 +12,9 @@ std::string date_text(const date_s& date);
 /** The null date for a text that is no date. */
 date_s parse_date(const std::string& text);
 
+/** Whether the calendar and the clock have such a date. */
+bool is_date(const date_s& date);
+
 }  // namespace host
 
 inline bool operator==(const date_s& left, const date_s& right) {

@@ -6,6 +6,7 @@
 #include "failure.h"
 #include "object_id.h"
 #include "operation.h"
+#include "sites.h"
 
 namespace host {
 
@@ -39,7 +40,9 @@ Json describe_site(Site& site) {
     const auto value = site.store().setting(name);
     return value ? Json(*value) : Json(nullptr);
   };
+  const int number = local_site_number(site.store());
   return {{"path", site.path()},
+          {"id", number != 0 ? Json(number) : Json(nullptr)},
           {"name", text("site_name")},
           {"automatic_login", text("automatic_login")}};
 }
@@ -130,6 +133,27 @@ Json describe_relation_types(Site& site) {
   return all;
 }
 
+Json describe_sites(Site& site) {
+  Store& store = site.store();
+  Json all = Json::array();
+  for (const tag object : store.find("Site")) {
+    all.push_back({{"tag", object},
+                   {"id", store.integer(object, "site_id")},
+                   {"name", store.text(object, "site_name")}});
+  }
+  return all;
+}
+
+Json describe_statuses(Store& store, tag object) {
+  Json all = Json::array();
+  for (const Scalar& value : store.values(object, "release_status_list")) {
+    const tag status = std::get<tag>(value);
+    all.push_back({{"name", store.text(status, "name")},
+                   {"date", date_text(store.date(status, "date_released"))}});
+  }
+  return all;
+}
+
 Json describe_objects(Site& site) {
   Store& store = site.store();
   Json all = Json::array();
@@ -147,24 +171,34 @@ Json describe_objects(Site& site) {
         attributes[attribute->name] = value_json(values.front());
       }
     }
-    all.push_back({{"tag", object},
-                   {"class", store.class_of(object).name},
-                   {"type", store.text(object, "object_type")},
-                   {"id", object_id_text(store, object)},
-                   {"attributes", std::move(attributes)}});
+    all.push_back(
+        {{"tag", object},
+         {"class", store.class_of(object).name},
+         {"type", store.text(object, "object_type")},
+         {"id", object_id_text(store, object)},
+         {"statuses", describe_statuses(store, object)},
+         {"checked_out_by",
+          name_of_reference(store, store.reference(object, "checked_out_user"), "user_id")},
+         {"owning_site",
+          name_of_reference(store, store.reference(object, "owning_site"), "site_name")},
+         {"attributes", std::move(attributes)}});
   }
   return all;
+}
+
+/** The object and, where users know it by an id, that. */
+Json describe_reference(Store& store, tag object) {
+  Json described = {{"tag", object}};
+  if (store.is_a(object, "WorkspaceObject"))
+    described["id"] = object_id_text(store, object);
+  return described;
 }
 
 Json describe_relations(Site& site) {
   Store& store = site.store();
   Json all = Json::array();
-  const auto end = [&](tag relation, const char* attribute) -> Json {
-    const tag object = store.reference(relation, attribute);
-    Json described = {{"tag", object}};
-    if (store.is_a(object, "WorkspaceObject"))
-      described["id"] = object_id_text(store, object);
-    return described;
+  const auto end = [&](tag relation, const char* attribute) {
+    return describe_reference(store, store.reference(relation, attribute));
   };
   for (const tag relation : store.find("Relation")) {
     all.push_back({{"tag", relation},
@@ -172,6 +206,50 @@ Json describe_relations(Site& site) {
                                               "type_name")},
                    {"primary", end(relation, "primary_object")},
                    {"secondary", end(relation, "secondary_object")}});
+  }
+  return all;
+}
+
+Json describe_accessor(Store& store, const AccessRule& rule) {
+  if (rule.accessor == NULLTAG)
+    return rule.accessor_kind;
+  const char* name = rule.accessor_kind == "user"    ? "user_id"
+                     : rule.accessor_kind == "group" ? "group_name"
+                                                     : "role_name";
+  return rule.accessor_kind + " " + store.text(rule.accessor, name);
+}
+
+Json describe_target(Store& store, const AccessRule& rule) {
+  if (rule.target_object != NULLTAG)
+    return describe_reference(store, rule.target_object);
+  if (rule.target_type != NULLTAG)
+    return "type " + store.text(rule.target_type, "type_name");
+  return "class " + rule.target_class;
+}
+
+Json describe_access(Site& site) {
+  Json all = Json::array();
+  for (const AccessRule& rule : read_access_rules(site.store())) {
+    all.push_back({{"number", rule.number},
+                   {"effect", rule.grants ? "grant" : "deny"},
+                   {"privileges", rule.privileges},
+                   {"to", describe_accessor(site.store(), rule)},
+                   {"on", describe_target(site.store(), rule)}});
+  }
+  return all;
+}
+
+Json describe_locks(Site& site) {
+  Store& store = site.store();
+  Json all = Json::array();
+  for (const tag object : store.locked_instances()) {
+    const std::optional<LockHolder> holder = store.lock_holder(object);
+    if (!holder)
+      continue;  // it has ended just now
+    all.push_back({{"object", describe_reference(store, object)},
+                   {"user", holder->user_id},
+                   {"node", holder->node},
+                   {"since", date_text(holder->since)}});
   }
   return all;
 }
@@ -201,6 +279,9 @@ constexpr Section sections[] = {
     {"objects", describe_objects},
     {"relations", describe_relations},
     {"preferences", describe_preferences},
+    {"sites", describe_sites},
+    {"access", describe_access},
+    {"locks", describe_locks},
 };
 
 std::string text_of(const Json& json) {

@@ -135,16 +135,12 @@ size_t ork_host_block_bytes(void) {
 
 namespace host {
 
-namespace {
-
 void* hand_out_block(size_t size) {
   void* block = allocate(size);
   if (block == nullptr)
     throw std::bad_alloc();
   return block;
 }
-
-}  // namespace
 
 void fail_allocation(int nth) {
   heap().calls_to_failure = nth;
@@ -157,11 +153,8 @@ char* hand_out(std::string_view text) {
   return copy;
 }
 
-tag* hand_out(const std::vector<tag>& tags) {
-  if (tags.empty())
-    return nullptr;
-  const size_t size = tags.size() * sizeof(tag);
-  return static_cast<tag*>(std::memcpy(hand_out_block(size), tags.data(), size));
+void copy_out(std::string_view text, char* buffer, size_t size) {
+  buffer[text.copy(buffer, size - 1)] = '\0';
 }
 
 char** hand_out(const std::vector<std::string>& texts) {

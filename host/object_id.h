@@ -1,4 +1,4 @@
-/** @file The text under which users see an object. */
+/** @file The ids and texts under which users know objects. */
 #pragma once
 
 #include <string>
@@ -9,5 +9,8 @@ namespace host {
 
 /** As `WSO_get_object_id_string`. */
 std::string object_id_text(Store& store, tag object);
+
+/** The revision of an item that has an id, or NULLTAG. */
+tag find_revision(Store& store, tag item, const std::string& revision_id);
 
 }  // namespace host

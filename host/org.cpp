@@ -2,9 +2,25 @@
 
 #include "ork/org.h"
 
-#include <cstring>
-
+#include "handout.h"
 #include "operation.h"
+
+namespace host {
+
+namespace {
+
+/** Copies the name of an object of a class to a caller's buffer. */
+void name_out(tag object, const char* class_name, int not_of_class, const char* attribute,
+              char* buffer) {
+  require_all(buffer);
+  if (!store().is_a(object, class_name))
+    refuse(not_of_class, "object " + std::to_string(object));
+  copy_out(store().text(object, attribute), buffer, ORG_name_size + 1);
+}
+
+}  // namespace
+
+}  // namespace host
 
 using host::Needs;
 using host::operation;
@@ -39,13 +55,18 @@ int ORG_get_current_role(tag* role) {
 
 int ORG_get_role_name(tag role, char* name) {
   host::clear(name);
-  return operation("ORG_get_role_name", Needs::session, [&] {
-    host::require_all(name);
-    if (!host::store().is_a(role, "Role")) {
-      host::refuse(ORG_not_a_role, "object " + std::to_string(role));
-    }
-    // The attribute takes no more than the buffer does.
-    const std::string& text = host::store().text(role, "role_name");
-    std::memcpy(name, text.c_str(), text.size() + 1);
-  });
+  return operation("ORG_get_role_name", Needs::session,
+                   [&] { host::name_out(role, "Role", ORG_not_a_role, "role_name", name); });
+}
+
+int ORG_get_user_identifier(tag user, char* user_id) {
+  host::clear(user_id);
+  return operation("ORG_get_user_identifier", Needs::session,
+                   [&] { host::name_out(user, "User", ORG_not_a_user, "user_id", user_id); });
+}
+
+int ORG_get_group_name(tag group, char* name) {
+  host::clear(name);
+  return operation("ORG_get_group_name", Needs::session,
+                   [&] { host::name_out(group, "Group", ORG_not_a_group, "group_name", name); });
 }

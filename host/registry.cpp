@@ -4,13 +4,17 @@
 #include <array>
 #include <string_view>
 
+#include "ork/access.h"
 #include "ork/err.h"
 #include "ork/file.h"
+#include "ork/item.h"
 #include "ork/org.h"
 #include "ork/ork.h"
 #include "ork/pref.h"
 #include "ork/rel.h"
+#include "ork/rsv.h"
 #include "ork/store.h"
+#include "ork/type.h"
 #include "ork/wso.h"
 
 namespace host {
@@ -23,6 +27,9 @@ constexpr int description_length = 240;
 
 AttributeDefinition text(const char* name, int max_length) {
   return {name, Kind::text, false, max_length};
+}
+AttributeDefinition texts(const char* name, int max_length) {
+  return {name, Kind::text, true, max_length};
 }
 AttributeDefinition one(const char* name, Kind kind) {
   return {name, kind};
@@ -40,6 +47,7 @@ constexpr TypeDefinition types[] = {
     {"Type", "Dataset", "Dataset"},
     {"Type", "Form", "Form"},
     {"Type", "Folder", "Folder"},
+    {"Type", "ReleaseStatus", "ReleaseStatus"},
     {"RelationType", "VELO_reference", ""},
     {"RelationType", "VELO_master_form", ""},
     {"RelationType", "VELO_based_on", ""},
@@ -86,6 +94,14 @@ constexpr ErrorText error_texts[] = {
     {FILE_cannot_open, "The file cannot be opened"},
     {FILE_cannot_write, "The file cannot be written"},
     {FILE_not_open, "The file is not open"},
+    {ACCESS_unknown_privilege, "There is no such privilege"},
+    {ACCESS_denied, "Access is denied"},
+    {RSV_not_modifiable, "The object may not be changed now"},
+    {TYPE_unknown_type, "There is no such type"},
+    {TYPE_not_a_type, "The object is not a type"},
+    {ITEM_not_an_item, "The object is not an item"},
+    {ITEM_not_a_revision, "The object is not an item revision"},
+    {ITEM_unknown_attribute, "Items have no such key attribute"},
 
     // Codes that customisations raise. Their texts come from the platform's text files.
     {2002, "Memory is exhausted"},
@@ -122,9 +138,15 @@ const std::vector<ClassDefinition>& built_in_classes() {
        "",
        {one("creation_date", Kind::date), one("last_mod_date", Kind::date),
         one("last_mod_user", Kind::reference), one("owning_user", Kind::reference),
-        one("owning_group", Kind::reference)},
+        one("owning_group", Kind::reference), one("owning_site", Kind::reference)},
        {},
-       0},
+       0,
+       true},
+      {"Site",
+       "Object",
+       {one("site_id", Kind::integer), text("site_name", name_length)},
+       {"site_id"},
+       STORE_key_taken},
       {"User",
        "Object",
        {text("user_id", ORG_name_size), text("user_name", name_length),
@@ -165,9 +187,11 @@ const std::vector<ClassDefinition>& built_in_classes() {
        {text("object_name", name_length), text("object_type", type_name_length),
         text("object_desc", description_length), list("release_status_list", Kind::reference),
         one("date_released", Kind::date), one("revision_number", Kind::integer),
-        one("revision_limit", Kind::integer)},
+        one("revision_limit", Kind::integer), one("checked_out_user", Kind::reference),
+        one("checked_out_date", Kind::date)},
        {},
-       0},
+       0,
+       true},
       {"ReleaseStatus", "WorkspaceObject", {text("name", name_length)}, {}, 0},
       {"Item",
        "WorkspaceObject",
@@ -186,6 +210,14 @@ const std::vector<ClassDefinition>& built_in_classes() {
        0},
       {"Form", "WorkspaceObject", {}, {}, 0},
       {"Folder", "WorkspaceObject", {list("contents", Kind::reference)}, {}, 0},
+      {"AccessRule",
+       "Object",
+       {one("rule_number", Kind::integer), one("grants", Kind::logical),
+        texts("privileges", type_name_length), text("accessor_kind", type_name_length),
+        one("accessor", Kind::reference), text("target_class", name_length),
+        one("target_type", Kind::reference), one("target_object", Kind::reference)},
+       {},
+       0},
   };
   return classes;
 }

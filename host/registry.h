@@ -32,6 +32,7 @@ struct ClassDefinition {
    */
   std::vector<const char*> key;
   int key_taken; /**< the code that refuses a second instance with the same key; 0 without a key */
+  bool is_abstract = false; /**< whether only its subclasses have instances */
 };
 
 struct TypeDefinition {

@@ -2,6 +2,8 @@
 
 #include "ork/rel.h"
 
+#include <algorithm>
+
 #include "handout.h"
 #include "operation.h"
 
@@ -15,15 +17,49 @@ void require_relation_type(tag relation_type) {
   }
 }
 
-std::vector<tag> secondaries_of(tag primary, tag relation_type) {
-  Store::Criteria criteria = {{"primary_object", primary}};
-  if (relation_type != NULLTAG)
-    criteria.emplace_back("relation_type", relation_type);
-  std::vector<tag> objects;
-  for (const tag relation : store().find("Relation", criteria)) {
-    objects.push_back(store().reference(relation, "secondary_object"));
+/**
+ * Relations with these ends, type and user data, in the order in which they were made; NULLTAG
+ * takes any. Those that this process has made are among them before they are saved: it works on
+ * with them, and saves them when what they relate is saved.
+ */
+std::vector<tag> find_relations(tag primary, tag secondary, tag relation_type, tag user_data) {
+  const std::pair<const char*, tag> wanted[] = {{"primary_object", primary},
+                                                {"secondary_object", secondary},
+                                                {"relation_type", relation_type},
+                                                {"user_data", user_data}};
+  Store::Criteria criteria;
+  for (const auto& [attribute, object] : wanted) {
+    if (object == NULLTAG)
+      continue;
+    store().state(object);  // says what is wrong with the tag
+    criteria.emplace_back(attribute, object);
   }
-  return objects;
+  if (relation_type != NULLTAG)
+    require_relation_type(relation_type);
+  std::vector<tag> relations = store().find("Relation", criteria);
+  const std::vector<tag> unsaved = store().find_new("Relation", criteria);
+  relations.insert(relations.end(), unsaved.begin(), unsaved.end());
+  std::sort(relations.begin(), relations.end());
+  return relations;
+}
+
+REL_record_s record_of(tag relation) {
+  Store& objects = store();
+  return {relation, objects.reference(relation, "primary_object"),
+          objects.reference(relation, "secondary_object"),
+          objects.reference(relation, "relation_type"), objects.reference(relation, "user_data")};
+}
+
+std::vector<REL_record_s> records_of(const std::vector<tag>& relations) {
+  std::vector<REL_record_s> records;
+  for (const tag relation : relations)
+    records.push_back(record_of(relation));
+  return records;
+}
+
+/** For lists of what one object is related to. */
+void require_object(tag object) {
+  store().state(object);
 }
 
 }  // namespace
@@ -48,12 +84,50 @@ int REL_list_secondary_objects_only(tag primary, tag relation_type, int* count, 
   host::clear(secondaries);
   return operation("REL_list_secondary_objects_only", Needs::session, [&] {
     host::require_all(count, secondaries);
-    host::store().load(primary);
-    if (relation_type != NULLTAG)
-      host::require_relation_type(relation_type);
-    const std::vector<tag> objects = host::secondaries_of(primary, relation_type);
-    *secondaries = host::hand_out(objects);
-    *count = static_cast<int>(objects.size());
+    host::require_object(primary);
+    std::vector<tag> objects;
+    for (const tag relation : host::find_relations(primary, NULLTAG, relation_type, NULLTAG))
+      objects.push_back(host::store().reference(relation, "secondary_object"));
+    host::hand_out(objects, count, secondaries);
+  });
+}
+
+int REL_list_primary_objects(tag secondary, tag relation_type, int* count,
+                             REL_record_s** relations) {
+  host::clear(count);
+  host::clear(relations);
+  return operation("REL_list_primary_objects", Needs::session, [&] {
+    host::require_all(count, relations);
+    host::require_object(secondary);
+    host::hand_out(
+        host::records_of(host::find_relations(NULLTAG, secondary, relation_type, NULLTAG)), count,
+        relations);
+  });
+}
+
+int REL_list_relations(tag primary, tag secondary, tag relation_type, tag user_data, int* count,
+                       tag** relations) {
+  host::clear(count);
+  host::clear(relations);
+  return operation("REL_list_relations", Needs::session, [&] {
+    host::require_all(count, relations);
+    host::hand_out(host::find_relations(primary, secondary, relation_type, user_data), count,
+                   relations);
+  });
+}
+
+int REL_list_all_related_objects(tag object, int* count, REL_record_s** relations) {
+  host::clear(count);
+  host::clear(relations);
+  return operation("REL_list_all_related_objects", Needs::session, [&] {
+    host::require_all(count, relations);
+    host::require_object(object);
+    std::vector<tag> all = host::find_relations(object, NULLTAG, NULLTAG, NULLTAG);
+    const std::vector<tag> others = host::find_relations(NULLTAG, object, NULLTAG, NULLTAG);
+    all.insert(all.end(), others.begin(), others.end());
+    std::sort(all.begin(), all.end());
+    all.erase(std::unique(all.begin(), all.end()), all.end());  // an object related to itself
+    host::hand_out(host::records_of(all), count, relations);
   });
 }
 
@@ -68,18 +142,14 @@ int REL_create_relation(tag primary, tag secondary, tag relation_type, tag user_
     if (user_data != NULLTAG)
       store.load(user_data);
     host::require_relation_type(relation_type);
-    const host::Store::Criteria ends = {{"primary_object", primary},
-                                        {"secondary_object", secondary},
-                                        {"relation_type", relation_type}};
-    if (store.find_one("Relation", ends) != NULLTAG) {
+    if (!host::find_relations(primary, secondary, relation_type, NULLTAG).empty()) {
       host::refuse(REL_exists,
                    "objects " + std::to_string(primary) + " and " + std::to_string(secondary));
     }
-    const tag created = store.create(store.class_named("Relation"));
-    for (const auto& [attribute, value] : ends)
-      store.set(created, attribute, value);
-    store.set(created, "user_data", user_data);
-    *relation = created;
+    *relation = store.create(store.class_named("Relation"), {{"primary_object", primary},
+                                                             {"secondary_object", secondary},
+                                                             {"relation_type", relation_type},
+                                                             {"user_data", user_data}});
   });
 }
 

@@ -1,11 +1,17 @@
 #include "seed.h"
 
 #include <algorithm>
+#include <limits>
 #include <nlohmann/json.hpp>
 
+#include "access.h"
 #include "failure.h"
+#include "object_id.h"
 #include "ork/store.h"
 #include "password.h"
+#include "seed_node.h"
+#include "sites.h"
+#include "types.h"
 
 namespace host {
 
@@ -16,120 +22,12 @@ using Json = nlohmann::json;
 /** Relation between a revision and its datasets where a seed names none. */
 constexpr const char* default_dataset_relation = "VELO_reference";
 
-/** A value of the seed and its place in it, as a JSON pointer. */
-class Node {
- public:
-  Node(const Json& value, std::string place) : value_(&value), place_(std::move(place)) {}
+constexpr int max_text_length = 1'000'000;
 
-  [[noreturn]] void refuse(const std::string& why) const {
-    host::refuse(ORK_invalid_argument, (place_.empty() ? "the seed" : place_) + ": " + why);
-  }
-  [[noreturn]] void refuse_kind(const char* expected) const {
-    refuse(std::string("expected ") + expected + ", found " + value_->type_name());
-  }
-
-  bool is_text() const { return value_->is_string(); }
-  bool is_logical() const { return value_->is_boolean(); }
-  bool is_list() const { return value_->is_array(); }
-  bool is_object() const { return value_->is_object(); }
-
-  std::string text() const {
-    if (!is_text())
-      refuse_kind("a string");
-    const std::string found = value_->get<std::string>();
-    if (found.find('\0') != std::string::npos)
-      refuse("must not contain a NUL character");
-    return found;
-  }
-
-  std::string name() const {
-    const std::string found = text();
-    if (found.empty())
-      refuse("must not be empty");
-    return found;
-  }
-
-  bool logical_value() const {
-    if (!is_logical())
-      refuse_kind("true or false");
-    return value_->get<bool>();
-  }
-
-  int positive_number() const {
-    if (!value_->is_number_integer())
-      refuse_kind("a whole number");
-    const auto number = value_->get<std::int64_t>();
-    if (number < 1 || number > max_text_length) {
-      refuse("expected a number from 1 to " + std::to_string(max_text_length));
-    }
-    return static_cast<int>(number);
-  }
-
-  std::vector<Node> items() const {
-    if (!is_list())
-      refuse_kind("an array");
-    std::vector<Node> nodes;
-    for (std::size_t i = 0; i < value_->size(); ++i) {
-      nodes.emplace_back((*value_)[i], place_ + "/" + std::to_string(i));
-    }
-    return nodes;
-  }
-
-  /** Names and values of an object. */
-  std::vector<std::pair<std::string, Node>> members() const {
-    if (!is_object())
-      refuse_kind("an object");
-    std::vector<std::pair<std::string, Node>> nodes;
-    for (const auto& [key, value] : value_->items()) {
-      nodes.emplace_back(key, Node(value, place_ + "/" + escaped(key)));
-    }
-    return nodes;
-  }
-
-  /** Refuses members other than these, which are slips as a rule. */
-  void allow_only(std::initializer_list<const char*> names) const {
-    for (const auto& [key, node] : members()) {
-      if (std::find(names.begin(), names.end(), key) == names.end()) {
-        node.refuse("is not known here");
-      }
-    }
-  }
-
-  Node at(const char* key) const {
-    const std::optional<Node> found = find(key);
-    if (!found)
-      refuse(std::string("expected a member \"") + key + "\"");
-    return *found;
-  }
-
-  std::optional<Node> find(const char* key) const {
-    if (!is_object())
-      refuse_kind("an object");
-    const auto found = value_->find(key);
-    if (found == value_->end())
-      return std::nullopt;
-    return Node(*found, place_ + "/" + key);
-  }
-
-  std::vector<Node> items_of(const char* key) const {
-    const std::optional<Node> list = find(key);
-    return list ? list->items() : std::vector<Node>();
-  }
-
- private:
-  static constexpr std::int64_t max_text_length = 1'000'000;
-
-  static std::string escaped(const std::string& key) {
-    std::string text;
-    for (const char letter : key) {
-      text += letter == '~' ? "~0" : letter == '/' ? "~1" : std::string(1, letter);
-    }
-    return text;
-  }
-
-  const Json* value_;
-  std::string place_;
-};
+/** Members that all workspace objects may have. */
+constexpr std::string_view workspace_members[] = {
+    "name",     "type",           "description",       "owner",      "group",
+    "statuses", "checked_out_by", "checked_out_since", "owning_site"};
 
 /** What a refusal of the store means for a seed: its text is at fault, at this place. */
 template <typename Action>
@@ -154,7 +52,7 @@ class Seeder {
 
   void take(const Node& root) {
     root.allow_only({"site", "groups", "roles", "users", "classes", "types", "relation_types",
-                     "preferences", "items", "relations"});
+                     "preferences", "sites", "items", "relations", "access_rules"});
     for (const Node& group : root.items_of("groups"))
       take_named(group, "Group", "group");
     for (const Node& role : root.items_of("roles"))
@@ -172,10 +70,14 @@ class Seeder {
     // After the users, since it names one, and before the items, since it names their owner.
     if (const auto settings = root.find("site"))
       take_site(*settings);
+    for (const Node& site : root.items_of("sites"))
+      take_other_site(site);
     for (const Node& item : root.items_of("items"))
       take_item(item);
     for (const Node& relation : root.items_of("relations"))
       take_relation(relation);
+    if (const auto rules = root.find("access_rules"))
+      take_access_rules(rules->items());
   }
 
  private:
@@ -187,9 +89,7 @@ class Seeder {
 
   tag make(const Node& node, const std::string& class_name, const Store::Criteria& values) {
     return at_place(node, [&] {
-      const tag object = store_.create(store_.class_named(class_name));
-      for (const auto& [attribute, value] : values)
-        store_.set(object, attribute, value);
+      const tag object = store_.create(store_.class_named(class_name), values);
       store_.save(object);
       store_.refresh(object, false);
       return object;
@@ -204,6 +104,21 @@ class Seeder {
       store_.set(object, attribute, value);
       store_.save(object);
     });
+  }
+
+  void put_list(const Node& node, tag object, const char* attribute, const Values& values) {
+    at_place(node, [&] {
+      if (store_.values(object, attribute) == values)
+        return;
+      const LockGuard lock(store_, object);
+      store_.set_values(object, attribute, values);
+      store_.save(object);
+    });
+  }
+
+  void remove(tag object) {
+    store_.lock(object);
+    store_.remove(object);
   }
 
   void put_text(const Node& owner, const char* member, tag object, const char* attribute) {
@@ -314,7 +229,7 @@ class Seeder {
     if (const auto list = node.find("list"))
       wanted.list = list->logical_value();
     if (wanted.kind == Kind::text)
-      wanted.max_length = node.at("length").positive_number();
+      wanted.max_length = node.at("length").number_up_to(max_text_length);
     const Attribute* known = owner.find_attribute(wanted.name);
     if (known == nullptr) {
       at_place(node, [&] { store_.define_attribute(owner, wanted); });
@@ -354,13 +269,29 @@ class Seeder {
   }
 
   void take_site(const Node& node) {
-    node.allow_only({"name", "automatic_login"});
+    node.allow_only({"id", "name", "automatic_login"});
+    if (const auto id = node.find("id"))
+      store_.set_setting("site_id", std::to_string(id->number_up_to(max_site_number)));
     if (const auto name = node.find("name"))
       store_.set_setting("site_name", name->text());
+    if (const int number = local_site_number(store_); number != 0) {
+      const tag site = ensure(node, "Site", {{"site_id", number}});
+      put(node, site, "site_name", store_.setting("site_name").value_or(""));
+    }
     if (const auto user = node.find("automatic_login")) {
       find_user(*user);
       store_.set_setting("automatic_login", user->text());
     }
+  }
+
+  void take_other_site(const Node& node) {
+    node.allow_only({"id", "name"});
+    const Node id = node.at("id");
+    const int number = id.number_up_to(max_site_number);
+    if (number == local_site_number(store_))
+      id.refuse("is the number of the local site");
+    const tag site = ensure(id, "Site", {{"site_id", number}});
+    put(node, site, "site_name", node.at("name").name());
   }
 
   void take_preferences(const Node& node) {
@@ -419,11 +350,8 @@ class Seeder {
     if (!named)
       return store_.find_type(class_name);
     const tag type = find_type(*named);
-    const std::string& type_class = store_.text(type, "type_class");
-    if (type_class.empty() ||
-        !store_.class_named(type_class).is_a(store_.class_named(class_name))) {
+    if (!is_stored_in(store_, type, class_name))
       named->refuse(std::string("expected a type of class ") + class_name);
-    }
     return type;
   }
 
@@ -442,11 +370,76 @@ class Seeder {
     put_text(node, "name", object, "object_name");
     put_text(node, "description", object, "object_desc");
     take_owner(node, object);
+    take_statuses(node, object);
+    take_checkout(node, object);
+    take_owning_site(node, object);
     return object;
   }
 
+  /** The list becomes that of the seed; statuses that stay in their place are kept. */
+  void take_statuses(const Node& owner, tag object) {
+    const auto list = owner.find("statuses");
+    if (!list)
+      return;
+    const Values held = store_.values(object, "release_status_list");
+    Values wanted;
+    for (const Node& node : list->items()) {
+      const bool has_held = wanted.size() < held.size();
+      wanted.push_back(take_status(node, has_held ? std::get<tag>(held[wanted.size()]) : NULLTAG));
+    }
+    put_list(*list, object, "release_status_list", wanted);
+    for (const Scalar& status : held) {
+      if (std::find(wanted.begin(), wanted.end(), status) == wanted.end())
+        remove(std::get<tag>(status));
+    }
+  }
+
+  /** A name, or an object with a name and a date. */
+  tag take_status(const Node& node, tag held) {
+    if (!node.is_text())
+      node.allow_only({"name", "date"});
+    const std::string name = node.is_text() ? node.name() : node.at("name").name();
+    const bool is_held = held != NULLTAG && store_.text(held, "name") == name;
+    const tag status = is_held ? held
+                               : make(node, "ReleaseStatus",
+                                      {{"name", name},
+                                       {"object_name", name},
+                                       {"object_type", std::string("ReleaseStatus")}});
+    if (!node.is_text()) {
+      if (const auto date = node.find("date"))
+        put(*date, status, "date_released", date->date());
+    }
+    return status;
+  }
+
+  /** A null user checks the object in. */
+  void take_checkout(const Node& node, tag object) {
+    const auto user = node.find("checked_out_by");
+    const auto since = node.find("checked_out_since");
+    if (user) {
+      put(*user, object, "checked_out_user", user->is_null() ? NULLTAG : find_user(*user));
+      if (user->is_null())
+        put(*user, object, "checked_out_date", date_s{});
+    }
+    if (!since)
+      return;
+    if (store_.reference(object, "checked_out_user") == NULLTAG)
+      since->refuse("the object is not checked out");
+    put(*since, object, "checked_out_date", since->date());
+  }
+
+  void take_owning_site(const Node& node, tag object) {
+    const auto owner = node.find("owning_site");
+    if (!owner)
+      return;
+    const tag site = find_site(store_, owner->number_up_to(max_site_number));
+    if (site == NULLTAG)
+      owner->refuse("there is no site of this number");
+    put(*owner, object, "owning_site", site);
+  }
+
   void take_item(const Node& node) {
-    node.allow_only({"id", "name", "type", "description", "owner", "group", "revisions"});
+    node.allow_only({"id", "revisions"}, workspace_members);
     const Store::Criteria key = {{"item_id", node.at("id").name()}};
     node.at("name").name();
     const tag item =
@@ -456,9 +449,10 @@ class Seeder {
   }
 
   void take_revision(const Node& node, tag item) {
-    node.allow_only({"id", "name", "type", "description", "owner", "group", "datasets"});
-    const Store::Criteria key = {{"item_tag", item}, {"item_revision_id", node.at("id").name()}};
-    const tag known = store_.find_one("ItemRevision", key);
+    node.allow_only({"id", "datasets"}, workspace_members);
+    const std::string id = node.at("id").name();
+    const Store::Criteria key = {{"item_tag", item}, {"item_revision_id", id}};
+    const tag known = find_revision(store_, item, id);
     const tag revision = take_workspace_object(node, known, type_of(node, "ItemRevision"), key);
     if (store_.text(revision, "object_name").empty()) {
       put(node, revision, "object_name", store_.text(item, "object_name"));
@@ -468,7 +462,7 @@ class Seeder {
   }
 
   void take_dataset(const Node& node, tag revision) {
-    node.allow_only({"name", "type", "description", "owner", "group", "relation"});
+    node.allow_only({"relation"}, workspace_members);
     const std::string name = node.at("name").name();
     const auto relation = node.find("relation");
     const tag relation_type =
@@ -515,8 +509,7 @@ class Seeder {
         dataset->refuse("needs a \"revision\"");
       return item;
     }
-    const tag revision = store_.find_one(
-        "ItemRevision", {{"item_tag", item}, {"item_revision_id", revision_id->name()}});
+    const tag revision = find_revision(store_, item, revision_id->name());
     if (revision == NULLTAG) {
       revision_id->refuse("the item has no revision \"" + revision_id->text() + "\"");
     }
@@ -529,6 +522,94 @@ class Seeder {
     }
     return dataset;
   }
+
+  /** The list becomes that of the seed: rules are known by their place. */
+  void take_access_rules(const std::vector<Node>& nodes) {
+    const int count = static_cast<int>(nodes.size());
+    for (const tag rule : store_.find("AccessRule")) {
+      if (store_.integer(rule, "rule_number") > count)
+        remove(rule);
+    }
+    for (int i = 0; i < count; ++i)
+      take_access_rule(nodes[static_cast<std::size_t>(i)], i + 1);
+  }
+
+  void take_access_rule(const Node& node, int number) {
+    node.allow_only({"grant", "deny", "to", "on"});
+    const auto grant = node.find("grant");
+    const auto deny = node.find("deny");
+    if (grant.has_value() == deny.has_value())
+      node.refuse("expected either \"grant\" or \"deny\"");
+    const tag rule = ensure(node, "AccessRule", {{"rule_number", number}});
+    put(node, rule, "grants", grant.has_value());
+    put_list(node, rule, "privileges", privileges_of(grant ? *grant : *deny));
+    take_accessor(node.at("to"), rule);
+    take_target(node.at("on"), rule);
+  }
+
+  static Values privileges_of(const Node& node) {
+    Values privileges;
+    for (const Node& item : node.items()) {
+      if (!is_privilege(item.text()))
+        item.refuse("there is no privilege \"" + item.text() + "\"");
+      privileges.push_back(item.text());
+    }
+    if (privileges.empty())
+      node.refuse("expected at least one privilege");
+    return privileges;
+  }
+
+  /** "owner", "owning_group" or "world", or an object that names a user, group or role. */
+  void take_accessor(const Node& node, tag rule) {
+    std::string kind;
+    tag accessor = NULLTAG;
+    if (node.is_text()) {
+      kind = node.text();
+      if (std::count(unnamed_accessor_kinds.begin(), unnamed_accessor_kinds.end(), kind) == 0)
+        node.refuse("expected owner, owning_group, world or an object");
+    } else {
+      const Node named = only_member(node, {"user", "group", "role"}, &kind);
+      accessor = kind == "user"    ? find_user(named)
+                 : kind == "group" ? find_group(named)
+                                   : find_role(named);
+    }
+    put(node, rule, "accessor_kind", kind);
+    put(node, rule, "accessor", accessor);
+  }
+
+  /** {"class": name}, {"type": name}, or one object as in relations. */
+  void take_target(const Node& node, tag rule) {
+    std::string class_name;
+    tag type = NULLTAG;
+    tag object = NULLTAG;
+    if (const auto named = node.find("class")) {
+      node.allow_only({"class"});
+      class_name = named->name();
+      if (store_.find_class(class_name) == nullptr)
+        named->refuse("there is no class \"" + class_name + "\"");
+    } else if (const auto typed = node.find("type")) {
+      node.allow_only({"type"});
+      type = find_type(*typed);
+    } else {
+      object = find_object(node);
+    }
+    put(node, rule, "target_class", class_name);
+    put(node, rule, "target_type", type);
+    put(node, rule, "target_object", object);
+  }
+
+  /** The one member of an object, which has one of these names. */
+  static Node only_member(const Node& node, std::initializer_list<std::string_view> names,
+                          std::string* name) {
+    node.allow_only(names);
+    const auto members = node.members();
+    if (members.size() != 1)
+      node.refuse("expected one member");
+    *name = members.front().first;
+    return members.front().second;
+  }
+
+  static constexpr int max_site_number = std::numeric_limits<int>::max();
 
   Site& site_;
   Store& store_;
@@ -561,9 +642,11 @@ void seed(Site& site, const std::string& json, const std::filesystem::path& fold
     site.reload_store();  // memory holds what the file has just undone
     throw;
   }
-  if (site.session && site.session->preferences) {
+  if (!site.session)
+    return;
+  if (site.session->preferences)
     site.session->preferences = read_preferences(site.database());
-  }
+  site.session->access_rules.reset();
 }
 
 }  // namespace host

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "access.h"
 #include "ork/ork.h"
 #include "preferences.h"
 #include "sqlite.h"
@@ -22,7 +23,9 @@ struct Session {
   bool is_administrator = false;
   bool has_bypass = false;
   bool is_journalling = false;
-  std::optional<PreferenceTable> preferences; /**< once they have been read */
+  // Once they have been read:
+  std::optional<PreferenceTable> preferences;
+  std::optional<std::vector<AccessRule>> access_rules;
 };
 
 class Site {

@@ -12,6 +12,8 @@ namespace {
 /** How long one process waits for another's transaction. */
 constexpr int busy_timeout_ms = 10'000;
 
+constexpr char like_escape = '\\';
+
 }  // namespace
 
 void Database::CloseConnection::operator()(sqlite3* connection) const {
@@ -113,6 +115,24 @@ std::string Query::text(int column) const {
     return {};
   const int size = sqlite3_column_bytes(statement_.get(), column);
   return {reinterpret_cast<const char*>(text), static_cast<std::size_t>(size)};
+}
+
+WildcardPattern::WildcardPattern(std::string_view pattern) {
+  for (const char letter : pattern) {
+    if (letter == '*') {
+      like_ += '%';
+    } else if (letter == '?') {
+      like_ += '_';
+    } else {
+      if (letter == '%' || letter == '_' || letter == like_escape)
+        like_ += like_escape;
+      like_ += letter;
+    }
+  }
+}
+
+bool WildcardPattern::matches(const std::string& text) const {
+  return sqlite3_strlike(like_.c_str(), text.c_str(), like_escape) == 0;
 }
 
 Transaction::Transaction(Database& database) : database_(database) {

@@ -89,6 +89,18 @@ void run(Database& database, std::string_view sql, const Parameters&... paramete
   Query(database, sql, parameters...).next();
 }
 
+/** A text with the wildcards "*" (any text) and "?" (one character); ASCII letters match in either
+ * case. */
+class WildcardPattern {
+ public:
+  explicit WildcardPattern(std::string_view pattern);
+
+  bool matches(const std::string& text) const;
+
+ private:
+  std::string like_; /**< the same as a pattern of LIKE */
+};
+
 /**
  * A transaction that writes, undone unless it is committed. One inside another belongs to the outer
  * one: when it fails, the outer one can no longer be committed.

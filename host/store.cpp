@@ -1,9 +1,10 @@
-// STORE_: the session's identity in the store.
+// STORE_: the session's identity in the store, instances, classes and sites.
 
 #include "ork/store.h"
 
 #include "handout.h"
 #include "operation.h"
+#include "sites.h"
 
 using host::Needs;
 using host::operation;
@@ -41,5 +42,127 @@ int STORE_is_user_sa(logical* verdict) {
   return operation("STORE_is_user_sa", Needs::session, [&] {
     host::require_all(verdict);
     *verdict = host::session().is_administrator;
+  });
+}
+
+int STORE_is_tag_valid(tag object, logical* valid) {
+  host::clear(valid);
+  return operation("STORE_is_tag_valid", Needs::session, [&] {
+    host::require_all(valid);
+    *valid = host::store().exists(object);
+  });
+}
+
+int STORE_get_instance_state(tag object, int* state) {
+  host::clear(state);
+  return operation("STORE_get_instance_state", Needs::session, [&] {
+    host::require_all(state);
+    *state = static_cast<int>(host::store().state(object));
+  });
+}
+
+int STORE_get_instance_lock(tag object, int* lock) {
+  host::clear(lock);
+  return operation("STORE_get_instance_lock", Needs::session, [&] {
+    host::require_all(lock);
+    const bool may_change = host::store().is_locked(object) ||
+                            host::store().state(object) == host::InstanceState::is_new;
+    *lock = may_change ? STORE_modify_lock : STORE_no_lock;
+  });
+}
+
+int STORE_who_locked_instance(tag object, char** user_id, date_s* login_date, char** node_name) {
+  host::clear(user_id);
+  host::clear(login_date);
+  host::clear(node_name);
+  return operation("STORE_who_locked_instance", Needs::session, [&] {
+    host::require_all(user_id, node_name, login_date);
+    const auto holder = host::store().lock_holder(object);
+    if (!holder)
+      return;
+    host::HandedOut<char> user(host::hand_out(holder->user_id));
+    *node_name = host::hand_out(holder->node);
+    *user_id = user.release();
+    *login_date = holder->since;
+  });
+}
+
+int STORE_class_id_of_class(const char* class_name, tag* class_id) {
+  host::clear(class_id);
+  return operation("STORE_class_id_of_class", Needs::session, [&] {
+    host::require_all(class_name, class_id);
+    *class_id = host::store().class_named(class_name).id;
+  });
+}
+
+int STORE_class_of_instance(tag object, tag* class_id) {
+  host::clear(class_id);
+  return operation("STORE_class_of_instance", Needs::session, [&] {
+    host::require_all(class_id);
+    *class_id = host::store().class_of(object).id;
+  });
+}
+
+int STORE_is_descendant(tag ancestor, tag descendant, logical* verdict) {
+  host::clear(verdict);
+  return operation("STORE_is_descendant", Needs::session, [&] {
+    host::require_all(verdict);
+    const host::Class& above = host::store().class_with_id(ancestor);
+    const host::Class& below = host::store().class_with_id(descendant);
+    *verdict = &above != &below && below.is_a(above);
+  });
+}
+
+int STORE_describe_class(tag class_id, int, const char*, char** application, int* descriptor,
+                         int* count, tag** attributes) {
+  host::clear(application);
+  host::clear(descriptor);
+  host::clear(count);
+  host::clear(attributes);
+  return operation("STORE_describe_class", Needs::session, [&] {
+    host::require_all(application, descriptor, count, attributes);
+    const host::Class& described = host::store().class_with_id(class_id);
+    std::vector<tag> own;
+    for (const auto& attribute : described.own)
+      own.push_back(attribute->id);
+    host::HandedOut<char> name(host::hand_out(described.is_built_in ? "ORK" : "SITE"));
+    host::hand_out(own, count, attributes);
+    *application = name.release();
+    *descriptor = described.is_abstract ? 1 : 0;
+  });
+}
+
+int STORE_superclasses_of_class(tag class_id, int* count, tag** parents) {
+  host::clear(count);
+  host::clear(parents);
+  return operation("STORE_superclasses_of_class", Needs::session, [&] {
+    host::require_all(count, parents);
+    const host::Class* parent = host::store().class_with_id(class_id).parent;
+    host::hand_out(parent != nullptr ? std::vector<tag>{parent->id} : std::vector<tag>(), count,
+                   parents);
+  });
+}
+
+int STORE_site_id(int* site_id) {
+  host::clear(site_id);
+  return operation("STORE_site_id", Needs::session, [&] {
+    host::require_all(site_id);
+    *site_id = host::local_site_number(host::store());
+  });
+}
+
+int STORE_lookup_imc(int site_id, tag* site) {
+  host::clear(site);
+  return operation("STORE_lookup_imc", Needs::session, [&] {
+    host::require_all(site);
+    *site = host::find_site(host::store(), site_id);
+  });
+}
+
+int STORE_location_of_instance(tag object, tag* site) {
+  host::clear(site);
+  return operation("STORE_location_of_instance", Needs::session, [&] {
+    host::require_all(site);
+    *site = host::owning_site(host::store(), object);
   });
 }

@@ -63,6 +63,8 @@ struct Class {
   const Class* key_owner = nullptr; /**< the class whose instances share no key; may be null */
   std::vector<std::string> key;
   int key_taken = 0;
+  bool is_abstract = false;
+  bool is_built_in = false;
 
   /** Whether this is a class or descends from it. */
   bool is_a(const Class& ancestor) const;
@@ -105,6 +107,9 @@ class Store {
   /** A class that must exist. */
   const Class& class_named(const std::string& name);
 
+  /** A class that must exist, by the number that stands for it. */
+  const Class& class_with_id(std::uint32_t id);
+
   /** Classes in the order in which they were defined. */
   std::vector<const Class*> classes() const;
 
@@ -113,9 +118,18 @@ class Store {
   /** Adds an attribute to a class; one of that name must exist neither there nor below. */
   void define_attribute(const Class& owner, const AttributeDefinition& definition);
 
+  using Criteria = std::vector<std::pair<std::string, Scalar>>;
+
   // Instances. A tag that is none is refused with STORE_unknown_tag or STORE_deleted_tag.
 
   tag create(const Class& type);
+
+  /** With these values; when one is refused, nothing is created. */
+  tag create(const Class& type, const Criteria& values);
+
+  /** Whether a tag stands for an instance, one that others have not deleted since. */
+  bool exists(tag object);
+
   void load(tag object) { loaded(object); }
   void unload(tag object);
   InstanceState state(tag object);
@@ -130,10 +144,13 @@ class Store {
   /** With a lock: takes it. Without: drops what was not saved, gives the lock back, reads anew. */
   void refresh(tag object, bool for_change);
 
-  bool is_locked(tag object) { return loaded(object).locked; }
+  bool is_locked(tag object);
 
   /** Who holds the lock, in whatever process; nobody when that process is gone. */
   std::optional<LockHolder> lock_holder(tag object);
+
+  /** Instances with a lock that somebody holds. */
+  std::vector<tag> locked_instances();
 
   void save(tag object);
 
@@ -152,6 +169,8 @@ class Store {
   const std::string& text(tag object, const std::string& attribute);
   tag reference(tag object, const std::string& attribute);
   bool logical_value(tag object, const std::string& attribute);
+  int integer(tag object, const std::string& attribute);
+  date_s date(tag object, const std::string& attribute);
 
   /** Whether setting the value would change nothing. */
   bool has_value(tag object, const std::string& attribute, const Scalar& value);
@@ -162,13 +181,18 @@ class Store {
 
   // Queries. They find what is saved, in the order in which it was created.
 
-  using Criteria = std::vector<std::pair<std::string, Scalar>>;
-
   /** Instances of a class and its subclasses, with these values. */
   std::vector<tag> find(const std::string& class_name, const Criteria& criteria = {});
 
   /** The first of them, or NULLTAG. */
   tag find_one(const std::string& class_name, const Criteria& criteria);
+
+  /** Those of them that this process has made and that were never saved. */
+  std::vector<tag> find_new(const std::string& class_name, const Criteria& criteria);
+
+  /** The saved values of a single-valued attribute, of all instances that have one. */
+  std::unordered_map<tag, Scalar> saved_values(const std::string& class_name,
+                                               const std::string& attribute);
 
   /** A type, of objects or of relations, or NULLTAG. Types stay, so a found one is remembered. */
   tag find_type(const std::string& name);
@@ -201,7 +225,6 @@ class Store {
   void load_classes();
   Class& add_class(std::uint32_t id, const std::string& name, const Class* parent);
   void add_attribute(Class& owner, std::unique_ptr<Attribute> attribute);
-  const Class& class_with_id(std::uint32_t id);
 
   Instance& loaded(tag object);
   void read(tag object, Instance& instance);
@@ -211,10 +234,13 @@ class Store {
   void check_key(tag object, const Instance& instance);
   void check_references(const Slot& slot);
   void write_slot(tag object, const Attribute& attribute, const Slot& slot);
+  template <typename Value>
+  Value single(tag object, const std::string& attribute);
   Slot& slot_of(Instance& instance, const std::string& attribute, const Attribute** definition);
 
   bool is_own(const LockHolder& holder) const;
   std::optional<LockHolder> read_lock(tag object);
+  void refuse_lock_of_other(tag object);
   void take_lock(tag object);
   void require_own_lock(tag object);
 

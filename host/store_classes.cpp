@@ -200,7 +200,9 @@ Class& Store::add_class(std::uint32_t id, const std::string& name, const Class* 
   const auto& known = built_in_classes();
   const auto definition = std::find_if(
       known.begin(), known.end(), [&](const ClassDefinition& entry) { return entry.name == name; });
-  if (definition != known.end() && !definition->key.empty()) {
+  type.is_built_in = definition != known.end();
+  type.is_abstract = type.is_built_in && definition->is_abstract;
+  if (type.is_built_in && !definition->key.empty()) {
     type.key_owner = &type;
     type.key.assign(definition->key.begin(), definition->key.end());
     type.key_taken = definition->key_taken;

@@ -15,6 +15,15 @@ std::string object_text(tag object) {
   return "object " + std::to_string(object);
 }
 
+/** A part of a key, as a refusal names it. */
+std::string key_text(const Scalar& value) {
+  if (const auto* text = std::get_if<std::string>(&value))
+    return *text;
+  if (const auto* number = std::get_if<int>(&value))
+    return std::to_string(*number);
+  return object_text(std::get<tag>(value));
+}
+
 bool is_no_value(const Scalar& value) {
   if (const auto* reference = std::get_if<tag>(&value))
     return *reference == NULLTAG;
@@ -135,6 +144,18 @@ tag Store::create(const Class& type) {
   return object;
 }
 
+tag Store::create(const Class& type, const Criteria& values) {
+  const tag object = create(type);
+  try {
+    for (const auto& [attribute, value] : values)
+      set(object, attribute, value);
+  } catch (...) {
+    instances_.erase(object);
+    throw;
+  }
+  return object;
+}
+
 void Store::unload(tag object) {
   Instance& instance = loaded(object);
   if (instance.state == InstanceState::is_new || instance.changed)
@@ -144,6 +165,12 @@ void Store::unload(tag object) {
   } else {
     instances_.erase(object);
   }
+}
+
+bool Store::exists(tag object) {
+  const auto found = instances_.find(object);
+  const bool is_new = found != instances_.end() && found->second.state == InstanceState::is_new;
+  return is_new || saved_version(object).has_value();
 }
 
 InstanceState Store::state(tag object) {
@@ -222,10 +249,9 @@ void Store::check_key(tag object, const Instance& instance) {
     if (key.empty())
       return;
     criteria.emplace_back(name, key.front());
-    const auto* part = std::get_if<std::string>(&key.front());
     if (!text.empty())
       text += ", ";
-    text += part != nullptr ? *part : object_text(std::get<tag>(key.front()));
+    text += key_text(key.front());
   }
   const tag other = find_one(type.key_owner->name, criteria);
   if (other != NULLTAG && other != object)
@@ -250,8 +276,10 @@ void Store::remove(tag object) {
     instances_.erase(object);
     return;
   }
-  if (!instance.locked)
+  if (!instance.locked) {
+    refuse_lock_of_other(object);
     refuse(STORE_not_locked, object_text(object));
+  }
   Transaction transaction(database_);
   require_own_lock(object);
   Query references(database_,
@@ -318,14 +346,26 @@ const std::string& Store::text(tag object, const std::string& attribute) {
   return held.empty() ? none : std::get<std::string>(held.front());
 }
 
-tag Store::reference(tag object, const std::string& attribute) {
+template <typename Value>
+Value Store::single(tag object, const std::string& attribute) {
   const Values& held = values(object, attribute);
-  return held.empty() ? NULLTAG : std::get<tag>(held.front());
+  return held.empty() ? Value{} : std::get<Value>(held.front());
+}
+
+tag Store::reference(tag object, const std::string& attribute) {
+  return single<tag>(object, attribute);
 }
 
 bool Store::logical_value(tag object, const std::string& attribute) {
-  const Values& held = values(object, attribute);
-  return !held.empty() && std::get<bool>(held.front());
+  return single<bool>(object, attribute);
+}
+
+int Store::integer(tag object, const std::string& attribute) {
+  return single<int>(object, attribute);
+}
+
+date_s Store::date(tag object, const std::string& attribute) {
+  return single<date_s>(object, attribute);
 }
 
 bool Store::has_value(tag object, const std::string& attribute, const Scalar& value) {
@@ -389,6 +429,36 @@ std::vector<tag> Store::find(const std::string& class_name, const Criteria& crit
     }
   }
   return found;
+}
+
+std::vector<tag> Store::find_new(const std::string& class_name, const Criteria& criteria) {
+  const Class& wanted = class_named(class_name);
+  std::vector<tag> found;
+  for (const auto& [object, instance] : instances_) {
+    if (instance.state == InstanceState::is_new && instance.type->is_a(wanted))
+      found.push_back(object);
+  }
+  std::erase_if(found, [&](tag object) {
+    return !std::all_of(criteria.begin(), criteria.end(), [&](const auto& criterion) {
+      return has_value(object, criterion.first, criterion.second);
+    });
+  });
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+std::unordered_map<tag, Scalar> Store::saved_values(const std::string& class_name,
+                                                    const std::string& attribute) {
+  const Class& wanted = class_named(class_name);
+  const Attribute* definition = wanted.find_attribute(attribute);
+  if (definition == nullptr)
+    refuse(STORE_unknown_attribute, wanted.name + " has no " + attribute);
+  Query query(database_, "SELECT instance, content FROM value WHERE attribute = ?", definition->id);
+  std::unordered_map<tag, Scalar> values;
+  while (query.next()) {
+    values.emplace(static_cast<tag>(query.integer(0)), read_value(query, 1, definition->kind));
+  }
+  return values;
 }
 
 tag Store::find_type(const std::string& name) {

@@ -27,9 +27,33 @@ std::optional<LockHolder> Store::read_lock(tag object) {
   return holder;
 }
 
+bool Store::is_locked(tag object) {
+  state(object);  // says what is wrong with the tag
+  const auto found = instances_.find(object);
+  return found != instances_.end() && found->second.locked;
+}
+
 std::optional<LockHolder> Store::lock_holder(tag object) {
-  loaded(object);
+  state(object);
   return read_lock(object);
+}
+
+std::vector<tag> Store::locked_instances() {
+  Query query(database_, "SELECT instance FROM lock ORDER BY instance");
+  std::vector<tag> locked;
+  while (query.next())
+    locked.push_back(static_cast<tag>(query.integer(0)));
+  std::erase_if(locked, [this](tag object) { return !read_lock(object); });
+  return locked;
+}
+
+void Store::refuse_lock_of_other(tag object) {
+  const std::optional<LockHolder> holder = read_lock(object);
+  if (!holder || is_own(*holder))
+    return;
+  refuse(STORE_locked_by_other, "object " + std::to_string(object) + ", by user " +
+                                    holder->user_id + " on " + holder->node + " since " +
+                                    date_text(holder->since));
 }
 
 void Store::take_lock(tag object) {
@@ -49,12 +73,7 @@ void Store::lock(tag object) {
   if (instance.state == InstanceState::is_new || instance.locked)
     return;
   Transaction transaction(database_);
-  const std::optional<LockHolder> holder = read_lock(object);
-  if (holder && !is_own(*holder)) {
-    refuse(STORE_locked_by_other, "object " + std::to_string(object) + ", by user " +
-                                      holder->user_id + " on " + holder->node + " since " +
-                                      date_text(holder->since));
-  }
+  refuse_lock_of_other(object);
   if (saved_version(object) != instance.version)
     read(object, instance);
   take_lock(object);

@@ -23,7 +23,8 @@ enum {
 };
 
 /**
- * Asks whether the session's user has a privilege on an object.
+ * Asks whether the session's user, in the session's group and role, has a privilege on an object.
+ * While bypass is on, that user has them all.
  * @param[in] object the object.
  * @param[in] privilege one of the privileges above.
  * @param[out] granted 1 if so.
@@ -38,7 +39,7 @@ ORK_API int ACCESS_check_privilege(tag object, const char* privilege, logical* g
  * @param[in] object the object.
  * @param[in] privilege one of the privileges above.
  * @param[out] granted 1 if so.
- * @return as `ACCESS_check_privilege`.
+ * @return as `ACCESS_check_privilege`, or #ORK_invalid_argument for an accessor that is none.
  */
 ORK_API int ACCESS_check_accessors_privilege(int count, const tag* accessors, tag object,
                                              const char* privilege, logical* granted);

@@ -69,6 +69,28 @@ ORK_API int ITEM_get_id(tag item, char* id);
  */
 ORK_API int ITEM_get_rev_id(tag revision, char* id);
 
+/**
+ * Makes an item with its first revision. They become permanent with `OBJ_save`, the item first.
+ * @param[in] item_id id of the item.
+ * @param[in] name name of both.
+ * @param[in] type_name type of the item; null or "" takes "Item".
+ * @param[in] revision_id id of the revision.
+ * @param[out] item, revision the new objects; #NULLTAG on failure.
+ * @return #ORK_ok, #TYPE_unknown_type or #STORE_value_too_long. An id that is taken is refused when
+ *   the object is saved.
+ */
+ORK_API int ITEM_create_item(const char* item_id, const char* name, const char* type_name,
+                             const char* revision_id, tag* item, tag* revision);
+
+/**
+ * Makes a revision of an item. It becomes permanent with `OBJ_save`.
+ * @param[in] item the item.
+ * @param[in] revision_id id of the revision.
+ * @param[out] revision the new revision; #NULLTAG on failure.
+ * @return #ORK_ok, #ITEM_not_an_item or #STORE_value_too_long.
+ */
+ORK_API int ITEM_create_rev(tag item, const char* revision_id, tag* revision);
+
 #ifdef __cplusplus
 }
 #endif

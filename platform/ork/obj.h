@@ -18,13 +18,16 @@ ORK_API int OBJ_init_module(void);
 /**
  * Reads an object's values into memory. Does nothing for an object that is loaded or new.
  * @param[in] object the object.
+ * @return #ORK_ok, #ACCESS_denied without the privilege "READ", #STORE_unknown_tag or
+ *   #STORE_deleted_tag.
  */
 ORK_API int OBJ_load(tag object);
 
 /**
  * Locks an object for a change and brings its values up to date.
  * @param[in] object the object.
- * @return #ORK_ok, #STORE_locked_by_other, #STORE_unknown_tag or #STORE_deleted_tag.
+ * @return #ORK_ok, #STORE_locked_by_other, #ACCESS_denied without the privilege "WRITE",
+ *   #STORE_unknown_tag or #STORE_deleted_tag.
  */
 ORK_API int OBJ_lock(tag object);
 
@@ -39,14 +42,16 @@ ORK_API int OBJ_refresh(tag object, logical for_change);
 /**
  * Saves an object. Its lock stays.
  * @param[in] object an object that this process has locked or made.
- * @return #ORK_ok or #STORE_not_locked.
+ * @return #ORK_ok, #STORE_not_locked, #ACCESS_denied without the privilege "WRITE",
+ *   #STORE_key_taken when another object has the same key, or #STORE_refers_to_unsaved.
  */
 ORK_API int OBJ_save(tag object);
 
 /**
  * Deletes an object.
  * @param[in] object an object that this process has locked or made.
- * @return #ORK_ok, #STORE_not_locked or #STORE_locked_by_other.
+ * @return #ORK_ok, #STORE_not_locked, #STORE_locked_by_other, #ACCESS_denied without the privilege
+ *   "DELETE", or #STORE_referenced when others refer to it.
  */
 ORK_API int OBJ_delete(tag object);
 
@@ -66,11 +71,12 @@ ORK_API int OBJ_get_group(tag object, tag* group);
 
 /**
  * Values of an attribute that refers to objects.
- * @param[in] object a loaded object.
+ * @param[in] object the object; it is loaded if need be.
  * @param[in] attribute name of the attribute.
  * @param[out] count number of values.
  * @param[out] values the objects, freed by the caller with `MEM_free`; null for none.
- * @return #ORK_ok, #STORE_unknown_attribute or #STORE_wrong_value_type.
+ * @return #ORK_ok, #STORE_unknown_attribute, #STORE_wrong_value_type or #ACCESS_denied without the
+ *   privilege "READ".
  */
 ORK_API int OBJ_get_value_tags(tag object, const char* attribute, int* count, tag** values);
 
@@ -97,7 +103,8 @@ ORK_API int OBJ_get_value_date(tag object, const char* attribute, date_s* value)
  * @param[in] object an object that this process has locked or made.
  * @param[in] attribute name of the attribute.
  * @param[in] value the text.
- * @return as `OBJ_get_value_tags`, or #STORE_not_locked or #STORE_value_too_long.
+ * @return #ORK_ok, #STORE_unknown_attribute, #STORE_wrong_value_type, #STORE_not_locked or
+ *   #STORE_value_too_long.
  */
 ORK_API int OBJ_set_value_string(tag object, const char* attribute, const char* value);
 

@@ -57,7 +57,10 @@ ORK_API int REL_create_relation(tag primary, tag secondary, tag relation_type, t
  */
 ORK_API int REL_save_relation(tag relation);
 
-/** One relation, as lists of relations have it. */
+/**
+ * One relation, as lists of relations have it. Lists are in the order in which the relations were
+ * made, and have those of this process before they are saved.
+ */
 typedef struct REL_record_s {
   tag relation;      /**< the relation itself */
   tag primary;       /**< its primary object */

@@ -18,7 +18,7 @@ enum { RSV_not_modifiable = 29001 /**< the object may not be changed now */ };
  * Asks whether an object may be changed now, whoever asks: it is no replica and not frozen by a
  * release.
  * @param[in] object the object.
- * @return #ORK_ok if so, otherwise #RSV_not_modifiable.
+ * @return #ORK_ok if so, otherwise #RSV_not_modifiable, #STORE_unknown_tag or #STORE_deleted_tag.
  */
 ORK_API int RSV_assert_object_modifiable(tag object);
 
@@ -28,6 +28,13 @@ ORK_API int RSV_assert_object_modifiable(tag object);
  * @param[out] checked_out 1 if so, by whomever.
  */
 ORK_API int RSV_is_checked_out(tag object, logical* checked_out);
+
+/**
+ * Who has checked an object out.
+ * @param[in] object the object.
+ * @param[out] user the user, or #NULLTAG when it is not checked out.
+ */
+ORK_API int RSV_get_checkout_user(tag object, tag* user);
 
 #ifdef __cplusplus
 }

@@ -32,7 +32,8 @@ ORK_API int TYPE_find_type(const char* name, const char* class_name, tag* type);
 /**
  * Type of an object.
  * @param[in] object the object.
- * @param[out] type its type.
+ * @param[out] type its type; that of a relation is its relation type.
+ * @return #ORK_ok, or #TYPE_unknown_type for objects that have none, such as users and groups.
  */
 ORK_API int TYPE_get_object_type(tag object, tag* type);
 

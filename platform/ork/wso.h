@@ -40,6 +40,16 @@ ORK_API int WSO_get_name(tag object, char* name);
  */
 ORK_API int WSO_get_object_type(tag object, char* type);
 
+/**
+ * Finds workspace objects by name or by the text under which users see them, release statuses
+ * excepted. It finds what is saved, in the order in which it was created.
+ * @param[in] pattern the text, with the wildcards "*" (any text) and "?" (one character); ASCII
+ *   letters match in either case.
+ * @param[out] count number of objects.
+ * @param[out] objects the objects, freed by the caller with `MEM_free`; null for none.
+ */
+ORK_API int WSO_find(const char* pattern, int* count, tag** objects);
+
 #ifdef __cplusplus
 }
 #endif

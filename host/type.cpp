@@ -1,0 +1,87 @@
+// TYPE_: types of objects.
+
+#include "ork/type.h"
+
+#include "handout.h"
+#include "operation.h"
+#include "types.h"
+
+namespace host {
+
+namespace {
+
+void require_type(tag type) {
+  if (!store().is_a(type, "Type"))
+    refuse(TYPE_not_a_type, "object " + std::to_string(type));
+}
+
+}  // namespace
+
+tag type_of(Store& store, tag object) {
+  if (store.is_a(object, "Relation"))
+    return store.reference(object, "relation_type");
+  if (!store.is_a(object, "WorkspaceObject"))
+    return NULLTAG;
+  return store.find_type(store.text(object, "object_type"));
+}
+
+bool is_stored_in(Store& store, tag type, const char* class_name) {
+  const std::string& type_class = store.text(type, "type_class");
+  return !type_class.empty() && store.class_named(type_class).is_a(store.class_named(class_name));
+}
+
+bool is_type_of(Store& store, tag type, tag ancestor) {
+  while (type != NULLTAG && type != ancestor)
+    type = store.reference(type, "parent_type");
+  return type != NULLTAG;
+}
+
+}  // namespace host
+
+using host::Needs;
+using host::operation;
+
+int TYPE_find_type(const char* name, const char* class_name, tag* type) {
+  host::clear(type);
+  return operation("TYPE_find_type", Needs::session, [&] {
+    host::require_all(name, type);
+    const tag found = host::store().find_type(name);
+    if (found == NULLTAG)
+      host::refuse(TYPE_unknown_type, name);
+    if (class_name != nullptr && host::store().text(found, "type_class") != class_name)
+      host::refuse(TYPE_unknown_type, std::string(name) + " of class " + class_name);
+    *type = found;
+  });
+}
+
+int TYPE_get_object_type(tag object, tag* type) {
+  host::clear(type);
+  return operation("TYPE_get_object_type", Needs::session, [&] {
+    host::require_all(type);
+    const tag found = host::type_of(host::store(), object);
+    if (found == NULLTAG) {
+      host::refuse(TYPE_unknown_type, "object " + std::to_string(object) + " of class " +
+                                          host::store().class_of(object).name + " has none");
+    }
+    *type = found;
+  });
+}
+
+int TYPE_is_type_of(tag type, tag ancestor, logical* verdict) {
+  host::clear(verdict);
+  return operation("TYPE_is_type_of", Needs::session, [&] {
+    host::require_all(verdict);
+    host::require_type(type);
+    host::require_type(ancestor);
+    *verdict = host::is_type_of(host::store(), type, ancestor);
+  });
+}
+
+int TYPE_get_name2(tag type, char** name) {
+  host::clear(name);
+  return operation("TYPE_get_name2", Needs::session, [&] {
+    host::require_all(name);
+    host::require_type(type);
+    *name = host::hand_out(host::store().text(type, "type_name"));
+  });
+}
