@@ -30,7 +30,7 @@ OpenFiles& open_files() {
   return instance;
 }
 
-auto find_file(file_handle file) {
+auto find_file(FILE_handle file) {
   const auto found = open_files().by_handle.find(reinterpret_cast<std::uintptr_t>(file));
   if (found == open_files().by_handle.end())
     refuse(FILE_not_open);
@@ -49,7 +49,7 @@ auto find_file(file_handle file) {
 using host::Needs;
 using host::operation;
 
-int FILE_create_text_file(const char* path, file_handle* file) {
+int FILE_create_text_file(const char* path, FILE_handle* file) {
   host::clear(file);
   return operation("FILE_create_text_file", Needs::nothing, [&] {
     host::require_all(path, file);
@@ -64,11 +64,11 @@ int FILE_create_text_file(const char* path, file_handle* file) {
       errno = error;
       host::refuse_with_errno(FILE_cannot_open, path);
     }
-    *file = reinterpret_cast<file_handle>(handle);
+    *file = reinterpret_cast<FILE_handle>(handle);
   });
 }
 
-int FILE_write_file_line(file_handle file, const char* line) {
+int FILE_write_file_line(FILE_handle file, const char* line) {
   return operation("FILE_write_file_line", Needs::nothing, [&] {
     const auto found = host::find_file(file);
     host::require_all(line);
@@ -78,7 +78,7 @@ int FILE_write_file_line(file_handle file, const char* line) {
   });
 }
 
-int FILE_close_text_file(file_handle file) {
+int FILE_close_text_file(FILE_handle file) {
   return operation("FILE_close_text_file", Needs::nothing, [&] {
     const auto found = host::find_file(file);
     const host::TextFile closed = found->second;

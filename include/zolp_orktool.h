@@ -19,6 +19,7 @@
 
 #include "ork/date.h"
 #include "ork/file.h"
+#include "ork/mem.h"
 #include "ork/ork.h"
 #include "ork/pref.h"
 
@@ -689,7 +690,7 @@ ZOLP_API int ZOLP_create_clonelogheader(const char* release_list_file, const cha
  * @return the status of the last platform operation.
  */
 ZOLP_API int ZOLP_write_info_about_relation(tag item_rev, const char* relation_type_name,
-                                            const char* prefix, file_handle* log);
+                                            const char* prefix, FILE_handle* log);
 
 /**
  * Writes the batch file that starts the clone program. Reads the preferences "ZOLP_qnversion",

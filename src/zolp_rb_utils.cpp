@@ -890,7 +890,7 @@ int ZOLP_create_clonelogheader(const char* release_list_file, const char* out_fi
 namespace {
 
 /** Writes a clone log line with a text in the column "Tarn Info" alone. */
-int write_info_line(const char* prefix, const char* id, file_handle log) {
+int write_info_line(const char* prefix, const char* id, FILE_handle log) {
   int status = ORK_ok;
   char info[line_size];
   char line[line_size];
@@ -903,7 +903,7 @@ int write_info_line(const char* prefix, const char* id, file_handle log) {
 }  // namespace
 
 int ZOLP_write_info_about_relation(tag item_rev, const char* relation_type_name, const char* prefix,
-                                   file_handle* log) {
+                                   FILE_handle* log) {
   const Frame frame("ZOLP_write_info_about_relation");
   int status = ORK_ok;
   tag relation_type = NULLTAG;

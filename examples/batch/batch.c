@@ -6,7 +6,6 @@
  */
 #include <stdio.h>
 
-#include "ork/mem.h"
 #include "zolp_orktool.h"
 
 /* Reads the preference and prints it. Returns the program's exit code. */

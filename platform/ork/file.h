@@ -19,7 +19,11 @@ enum {
 };
 
 /** An open text file of the platform. A value of its own: copying it does not open it again. */
-typedef struct ork_text_file_s* file_handle;
+typedef struct ork_text_file_s* FILE_handle;
+#if defined(_WIN32)
+/** Its usual name; on other systems <fcntl.h> has a structure of this name. */
+typedef FILE_handle file_handle;
+#endif
 
 /**
  * Creates a text file, or empties it, and opens it for writing.
@@ -28,7 +32,7 @@ typedef struct ork_text_file_s* file_handle;
  *   failure.
  * @return #ORK_ok or #FILE_cannot_open.
  */
-ORK_API int FILE_create_text_file(const char* path, file_handle* file);
+ORK_API int FILE_create_text_file(const char* path, FILE_handle* file);
 
 /**
  * Writes a text to a text file as it stands; a line brings its own line feed.
@@ -36,7 +40,7 @@ ORK_API int FILE_create_text_file(const char* path, file_handle* file);
  * @param[in] line the text.
  * @return #ORK_ok, #FILE_not_open or #FILE_cannot_write.
  */
-ORK_API int FILE_write_file_line(file_handle file, const char* line);
+ORK_API int FILE_write_file_line(FILE_handle file, const char* line);
 
 /**
  * Closes a text file. The handle is unknown afterwards.
@@ -44,7 +48,7 @@ ORK_API int FILE_write_file_line(file_handle file, const char* line);
  * @return #ORK_ok, #FILE_not_open or #FILE_cannot_write (when the last lines could not be
  *   written).
  */
-ORK_API int FILE_close_text_file(file_handle file);
+ORK_API int FILE_close_text_file(FILE_handle file);
 
 #ifdef __cplusplus
 }

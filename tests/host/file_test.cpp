@@ -8,16 +8,16 @@ using testing::HasSubstr;
 TEST(TextFile, IsWrittenAsItStands) {
   const test::TemporaryFolder folder;
   const std::string path = folder.write("log.txt", "old contents");
-  file_handle file = nullptr;
+  FILE_handle file = nullptr;
   ASSERT_EQ(FILE_create_text_file(path.c_str(), &file), ORK_ok);
   EXPECT_EQ(FILE_write_file_line(file, "one\n"), ORK_ok);
   EXPECT_EQ(FILE_write_file_line(file, "%s"), ORK_ok);
   EXPECT_EQ(FILE_write_file_line(file, nullptr), ORK_invalid_argument);
-  const file_handle copy = file;
+  const FILE_handle copy = file;
   EXPECT_EQ(FILE_close_text_file(copy), ORK_ok);
   EXPECT_EQ(folder.read("log.txt"), "one\n%s");
 
-  file_handle other = nullptr;
+  FILE_handle other = nullptr;
   ASSERT_EQ(FILE_create_text_file(folder.path("other.txt").c_str(), &other), ORK_ok);
   EXPECT_EQ(FILE_write_file_line(file, "late"), FILE_not_open);
   EXPECT_EQ(FILE_close_text_file(file), FILE_not_open);
@@ -29,7 +29,7 @@ TEST(TextFile, IsWrittenAsItStands) {
 TEST(TextFile, FailuresNameTheFile) {
   const test::TemporaryFolder folder;
   const std::string path = folder.path("missing/log.txt");
-  file_handle file = nullptr;
+  FILE_handle file = nullptr;
   EXPECT_EQ(FILE_create_text_file(path.c_str(), &file), FILE_cannot_open);
   EXPECT_EQ(file, nullptr);
   EXPECT_THAT(test::last_error(), HasSubstr(path));

@@ -154,7 +154,7 @@ TEST_F(CloneFiles, RelationInfoHasALineForEachObject) {
     ASSERT_EQ(REL_create_relation(gearbox, secondary, type, NULLTAG, &relation), ORK_ok);
     ASSERT_EQ(REL_save_relation(relation), ORK_ok);
   }
-  file_handle log = nullptr;
+  FILE_handle log = nullptr;
   ASSERT_EQ(FILE_create_text_file(folder.path("clone.log").c_str(), &log), ORK_ok);
   EXPECT_EQ(ZOLP_write_info_about_relation(gearbox, "Documents", "see ", &log), ORK_ok);
   EXPECT_EQ(ZOLP_write_info_about_relation(gearbox, "Drawings", "see ", &log), ORK_ok);
