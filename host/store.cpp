@@ -103,6 +103,14 @@ int STORE_class_of_instance(tag object, tag* class_id) {
   });
 }
 
+int STORE_name_of_class(tag class_id, char** name) {
+  host::clear(name);
+  return operation("STORE_name_of_class", Needs::session, [&] {
+    host::require_all(name);
+    *name = host::hand_out(host::store().class_with_id(class_id).name);
+  });
+}
+
 int STORE_is_descendant(tag ancestor, tag descendant, logical* verdict) {
   host::clear(verdict);
   return operation("STORE_is_descendant", Needs::session, [&] {

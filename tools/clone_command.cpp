@@ -11,7 +11,7 @@
 #include "assembly_tree.h"
 #include "commands.h"
 #include "error.h"
-#include "ork/ork.h"
+#include "login.h"
 #include "output_files.h"
 #include "release_list.h"
 #include "site.h"
@@ -34,8 +34,7 @@ struct CloneOptions {
   std::string release_list;
   std::string header_preference = "ZOLP_clonelogheader";
   std::string folder = ".";
-  std::string site;
-  std::string user, password, group;
+  LoginOptions login;
   bool json = false;
 };
 
@@ -51,25 +50,6 @@ class Progress {
  private:
   bool is_shown_ = isatty(STDERR_FILENO) != 0;
 };
-
-/** A login that is given in part, or in a way that the platform does not read, must not go unseen:
- * the platform would log in as the site's user for automatic login instead. */
-void check_login_options(const CLI::App& command) {
-  const char* const options[][2] = {{"-u", "-u="}, {"-p", "-p="}, {"-g", "-g="}};
-  int given = 0;
-  int read = 0;
-  for (const auto& [name, name_with_value] : options) {
-    if (command.count(name) > 0)
-      ++given;
-    if (ORK_get_cli_argument(name_with_value) != nullptr)
-      ++read;
-  }
-  if (given == 0 || (given == 3 && read == 3))
-    return;
-  throw usage_error("the login is not complete",
-                    given < 3 ? "give -u, -p and -g, or none of them for the automatic login"
-                              : "write it as -u=USER -p=PASSWORD -g=GROUP");
-}
 
 void check_file_opens(const std::string& path, const char* mode, const std::string& preference) {
   std::FILE* const file = std::fopen(path.c_str(), mode);
@@ -122,7 +102,7 @@ void require(int status, const std::string& what, const std::string& cause_of_1,
 class CloneRun {
  public:
   explicit CloneRun(const CloneOptions& options)
-      : options_(options), site_(site_file(options.site)), files_(options.folder) {}
+      : options_(options), site_(site_file(options.login.site)), files_(options.folder) {}
 
   void prepare() {
     progress_.step("checking " + options_.release_list);
@@ -268,17 +248,12 @@ void add_clone_command(CLI::App& program) {
   clone->add_option("--out", options->folder, "Output folder")
       ->type_name("FOLDER")
       ->capture_default_str();
-  clone->add_option("--host", options->site, "The site's file; ORK_HOST_DB when left out")
-      ->type_name("FILE");
   clone
       ->add_option("--header", options->header_preference,
                    "Preference that names the clone log's header template")
       ->type_name("PREFERENCE")
       ->capture_default_str();
-  clone->add_option("-u", options->user, "User, with -p and -g; automatic login without")
-      ->type_name("USER");
-  clone->add_option("-p", options->password, "Password")->type_name("PASSWORD");
-  clone->add_option("-g", options->group, "Group")->type_name("GROUP");
+  add_login_options(*clone, options->login);
   clone->add_flag("--json", options->json, "Print the summary as JSON");
   clone->footer(clone_help);
   clone->callback([options, clone] {

@@ -52,6 +52,7 @@ int run(int argc, char** argv) {
   tool::add_host_commands(program);
   tool::add_clone_command(program);
   tool::add_list_commands(program);
+  tool::add_object_commands(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {

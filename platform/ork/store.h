@@ -115,6 +115,14 @@ ORK_API int STORE_class_id_of_class(const char* class_name, tag* class_id);
 ORK_API int STORE_class_of_instance(tag object, tag* class_id);
 
 /**
+ * Name of a class.
+ * @param[in] class_id the class.
+ * @param[out] name its name, freed by the caller with `MEM_free`.
+ * @return #ORK_ok or #STORE_unknown_class.
+ */
+ORK_API int STORE_name_of_class(tag class_id, char** name);
+
+/**
  * Asks whether a class descends from another one.
  * @param[in] ancestor the class that may be above.
  * @param[in] descendant the class that may be below.

@@ -1,0 +1,294 @@
+/** @file `zolp show` and `zolp find`: what a site knows of one object, and which objects it has. */
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "error.h"
+#include "login.h"
+#include "ork/mem.h"
+#include "ork/obj.h"
+#include "ork/org.h"
+#include "ork/rel.h"
+#include "ork/rsv.h"
+#include "ork/store.h"
+#include "ork/wso.h"
+#include "site.h"
+#include "text.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+struct PlatformFree {
+  void operator()(void* block) const { MEM_free(block); }
+};
+template <typename T>
+using PlatformBlock = std::unique_ptr<T, PlatformFree>;
+
+void require(int status, const std::string& what) {
+  if (status != ORK_ok) {
+    throw Error("cannot read " + what + " (" + platform_error_text(status) + ")",
+                "see the call trace, set ZOLP_TRACE_LEVEL=4");
+  }
+}
+
+/** What a platform operation hands out as text. */
+template <typename Operation>
+std::string handed_out(Operation operation) {
+  char* text = nullptr;
+  operation(&text);
+  const PlatformBlock<char> block(text);
+  return text != nullptr ? text : "";
+}
+
+std::string id_of(tag object) {
+  const std::string id =
+      handed_out([object](char** text) { WSO_get_object_id_string(object, text); });
+  return !id.empty() ? id : "(object " + std::to_string(object) + ")";
+}
+
+std::string class_of(tag object) {
+  tag class_id = NULLTAG;
+  STORE_class_of_instance(object, &class_id);
+  return handed_out([class_id](char** text) { STORE_name_of_class(class_id, text); });
+}
+
+std::string type_name(tag type) {
+  std::array<char, ZOLP_NAME_SIZE + 1> name{};
+  ZOLP_TYPE_ask_name(type, name.data());
+  return name.data();
+}
+
+std::string date_text(const date_s& date) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d", date.year, date.month + 1, date.day,
+                date.hour, date.minute);
+  return date.year == 0 ? "" : text;
+}
+
+// --------------------------------------------------------------------------------------- show
+
+/** Finds the object of "ID" or "ID/REV". Item ids may hold a "/", so the last one counts. */
+tag find_object(const std::string& id) {
+  tag object = NULLTAG;
+  require(ZOLP_ITEM_find_item(id.c_str(), &object), "item " + id);
+  const std::size_t slash = id.rfind('/');
+  if (object == NULLTAG && slash != std::string::npos) {
+    require(ZOLP_ITEM_find_rev(id.substr(0, slash).c_str(), id.substr(slash + 1).c_str(), &object),
+            "revision " + id);
+  }
+  if (object == NULLTAG) {
+    throw Error("there is no item or revision " + id, "see \"zolp find '*'\" for what there is");
+  }
+  return object;
+}
+
+Json lock_of(tag object) {
+  char* user = nullptr;
+  char* node = nullptr;
+  date_s since{};
+  STORE_who_locked_instance(object, &user, &since, &node);
+  const PlatformBlock<char> user_block(user);
+  const PlatformBlock<char> node_block(node);
+  if (user == nullptr) {
+    return nullptr;
+  }
+  return {{"user", user}, {"node", node != nullptr ? node : ""}, {"since", date_text(since)}};
+}
+
+Json statuses_of(tag object) {
+  int count = 0;
+  ZOLP_status_record* records = nullptr;
+  require(ZOLP_ask_status(object, &count, &records), "the release statuses");
+  const PlatformBlock<ZOLP_status_record> block(records);
+  Json statuses = Json::array();
+  for (int i = 0; i < count; ++i) {
+    statuses.push_back(
+        {{"name", records[i].name}, {"released", date_text(records[i].date_released)}});
+  }
+  return statuses;
+}
+
+Json checkout_of(tag object) {
+  tag user = NULLTAG;
+  std::array<char, ORG_name_size + 1> user_id{};
+  if (RSV_get_checkout_user(object, &user) != ORK_ok || user == NULLTAG) {
+    return nullptr;
+  }
+  ORG_get_user_identifier(user, user_id.data());
+  return user_id.data();
+}
+
+std::string site_of(tag object) {
+  logical is_replica = 0;
+  require(ZOLP_isItemReplica(object, &is_replica), "the owning site");
+  if (is_replica == 0) {
+    return "local";
+  }
+  tag site = NULLTAG;
+  STORE_location_of_instance(object, &site);
+  return "replica of " +
+         handed_out([site](char** text) { OBJ_get_value_string(site, "site_name", text); });
+}
+
+/** The relations of an object; those in which it is the primary one come first. */
+Json relations_of(tag object) {
+  int count = 0;
+  REL_record_s* records = nullptr;
+  require(REL_list_all_related_objects(object, &count, &records), "the relations");
+  const PlatformBlock<REL_record_s> block(records);
+  Json related = {{"to", Json::array()}, {"from", Json::array()}};
+  for (int i = 0; i < count; ++i) {
+    const bool is_primary = records[i].primary == object;
+    const tag other = is_primary ? records[i].secondary : records[i].primary;
+    related[is_primary ? "to" : "from"].push_back(
+        {{"relation", type_name(records[i].relation_type)},
+         {"class", class_of(other)},
+         {"object", id_of(other)}});
+  }
+  return related;
+}
+
+Json card_of(tag object) {
+  std::array<char, WSO_name_size + 1> name{};
+  std::array<char, WSO_name_size + 1> type{};
+  std::array<char, ORG_name_size + 1> owner{};
+  std::array<char, ORG_name_size + 1> group{};
+  require(WSO_get_name(object, name.data()), "the name");
+  require(WSO_get_object_type(object, type.data()), "the type");
+  require(ZOLP_ask_ownership_names(object, owner.data(), group.data()), "the owner");
+  return {{"id", id_of(object)},
+          {"name", name.data()},
+          {"class", class_of(object)},
+          {"type", type.data()},
+          {"owner", owner.data()},
+          {"group", group.data()},
+          {"locked", lock_of(object)},
+          {"checked_out_by", checkout_of(object)},
+          {"site", site_of(object)},
+          {"statuses", statuses_of(object)},
+          {"relations", relations_of(object)}};
+}
+
+void print_field(const char* name, const std::string& value) {
+  std::printf("  %-12s %s\n", name, printable(value).c_str());
+}
+
+void print_relations(const char* heading, const Json& relations) {
+  for (const Json& relation : relations) {
+    print_field(heading, relation["relation"].get<std::string>() + "  " +
+                             relation["object"].get<std::string>() + "  (" +
+                             relation["class"].get<std::string>() + ")");
+    heading = "";
+  }
+}
+
+void print_card(const Json& card) {
+  std::puts(printable(card["id"].get<std::string>()).c_str());
+  for (const char* field : {"name", "class", "type", "owner", "group", "site"}) {
+    print_field(field, card[field].get<std::string>());
+  }
+  const Json& lock = card["locked"];
+  print_field("locked", lock.is_null() ? "no"
+                                       : "by " + lock["user"].get<std::string>() + " on " +
+                                             lock["node"].get<std::string>() + " since " +
+                                             lock["since"].get<std::string>());
+  const Json& checkout = card["checked_out_by"];
+  print_field("checked out", checkout.is_null() ? "no" : "by " + checkout.get<std::string>());
+  const char* heading = "statuses";
+  for (const Json& status : card["statuses"]) {
+    print_field(heading,
+                status["name"].get<std::string>() + "  " + status["released"].get<std::string>());
+    heading = "";
+  }
+  print_relations("related to", card["relations"]["to"]);
+  print_relations("related from", card["relations"]["from"]);
+}
+
+// --------------------------------------------------------------------------------------- find
+
+Json find_objects(const std::string& pattern) {
+  int count = 0;
+  tag* objects = nullptr;
+  require(WSO_find(pattern.c_str(), &count, &objects), "the objects");
+  const PlatformBlock<tag> block(objects);
+  Json found = Json::array();
+  for (int i = 0; i < count; ++i) {
+    std::array<char, WSO_name_size + 1> type{};
+    std::array<char, ZOLP_NAME_SIZE + 1> status{};
+    std::array<char, ORG_name_size + 1> owner{};
+    std::array<char, ORG_name_size + 1> group{};
+    WSO_get_object_type(objects[i], type.data());
+    ZOLP_ask_latest_status(objects[i], status.data());
+    ZOLP_ask_ownership_names(objects[i], owner.data(), group.data());
+    found.push_back({{"id", id_of(objects[i])},
+                     {"class", class_of(objects[i])},
+                     {"type", type.data()},
+                     {"owner", owner.data()},
+                     {"status", status.data()}});
+  }
+  return found;
+}
+
+void print_found(const Json& found) {
+  Table table({"id", "class", "type", "owner", "status"});
+  for (const Json& object : found) {
+    table.add_row(
+        {object["id"], object["class"], object["type"], object["owner"], object["status"]});
+  }
+  table.print();
+}
+
+struct ObjectOptions {
+  std::string what;
+  bool json = false;
+  LoginOptions login;
+};
+
+/** Adds a command that reads something from a site in a session and prints it. */
+void add_object_command(CLI::App& program, const char* name, const char* description,
+                        const char* argument, const char* argument_description, const char* footer,
+                        Json (*read)(const std::string&), void (*print)(const Json&)) {
+  CLI::App* const command = program.add_subcommand(name, description);
+  const auto options = std::make_shared<ObjectOptions>();
+  command->add_option(argument, options->what, argument_description)->required()->type_name("");
+  add_login_options(*command, options->login);
+  command->add_flag("--json", options->json, "Print JSON");
+  command->footer(footer);
+  command->callback([options, command, read, print] {
+    check_login_options(*command);
+    const Site site(site_file(options->login.site));
+    Json result;
+    {
+      const Session session;
+      result = read(options->what);
+    }
+    if (options->json) {
+      print_json(result);
+    } else {
+      print(result);
+    }
+  });
+}
+
+}  // namespace
+
+void add_object_commands(CLI::App& program) {
+  add_object_command(
+      program, "show", "Print what a site knows of an item or a revision", "ID",
+      "Item id, or item id/revision id",
+      "\nExamples: zolp show GB-1000 --host site.db\n"
+      "          zolp show GB-1000/C --host site.db --json",
+      [](const std::string& id) { return card_of(find_object(id)); }, print_card);
+  add_object_command(program, "find", "List objects by id or name", "PATTERN",
+                     "Id or name; * stands for any text, ? for one character",
+                     "\nNothing found is no failure.\n"
+                     "Example: zolp find 'GB-1*' --host site.db",
+                     find_objects, print_found);
+}
+
+}  // namespace tool
