@@ -9,7 +9,7 @@
 namespace bench {
 namespace {
 
-constexpr int repetitions = 9;
+constexpr int repetitions = 15;
 
 std::deque<Ratio>& ratios() {
   static std::deque<Ratio> all;
