@@ -2,6 +2,8 @@
 
 #include "ork/item.h"
 
+#include <algorithm>
+
 #include "objects_site.h"
 #include "ork/obj.h"
 #include "ork/org.h"
@@ -9,6 +11,7 @@
 #include "ork/rsv.h"
 #include "ork/store.h"
 #include "ork/type.h"
+#include "ork/wso.h"
 
 using test::fields;
 using test::last_error;

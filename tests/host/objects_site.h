@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "demo_site.h"
-#include "ork/wso.h"
 
 namespace test {
 
