@@ -4,9 +4,9 @@
 
 #include "dates.h"
 #include "failure.h"
+#include "known_sites.h"
 #include "object_id.h"
 #include "operation.h"
-#include "sites.h"
 
 namespace host {
 

@@ -2,17 +2,17 @@
 
 #include "ork/rsv.h"
 
+#include "known_sites.h"
 #include "object_id.h"
 #include "operation.h"
-#include "sites.h"
 
 namespace host {
 
 namespace {
 
 void refuse_replica(Store& store, tag object) {
-  const tag owner = store.reference(object, "owning_site");
-  if (owner == NULLTAG || owner == find_site(store, local_site_number(store)))
+  const tag owner = owning_site(store, object);
+  if (owner == find_site(store, local_site_number(store)))
     return;
   refuse(RSV_not_modifiable, "object " + std::to_string(object) + " is a replica of site " +
                                  store.text(owner, "site_name"));

@@ -6,11 +6,11 @@
 
 #include "access.h"
 #include "failure.h"
+#include "known_sites.h"
 #include "object_id.h"
 #include "ork/store.h"
 #include "password.h"
 #include "seed_node.h"
-#include "sites.h"
 #include "types.h"
 
 namespace host {

@@ -3,8 +3,8 @@
 #include "ork/store.h"
 
 #include "handout.h"
+#include "known_sites.h"
 #include "operation.h"
-#include "sites.h"
 
 using host::Needs;
 using host::operation;

@@ -24,6 +24,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -251,6 +252,7 @@ class Store {
   std::unordered_map<std::uint32_t, std::unique_ptr<Class>> classes_;
   std::unordered_map<std::string, Class*> class_by_name_;
   std::unordered_map<tag, Instance> instances_;
+  std::set<tag> new_; /**< those of them that were never saved */
   std::unordered_map<std::string, tag> type_by_name_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include "failure.h"
 #include "ork/store.h"
@@ -134,6 +135,7 @@ std::optional<std::int64_t> Store::saved_version(tag object) {
 tag Store::create(const Class& type) {
   const tag object = next_number();
   Instance& instance = instances_[object];
+  new_.insert(object);
   instance.type = &type;
   instance.state = InstanceState::is_new;
   instance.changed = true;
@@ -150,7 +152,7 @@ tag Store::create(const Class& type, const Criteria& values) {
     for (const auto& [attribute, value] : values)
       set(object, attribute, value);
   } catch (...) {
-    instances_.erase(object);
+    remove(object);
     throw;
   }
   return object;
@@ -168,9 +170,7 @@ void Store::unload(tag object) {
 }
 
 bool Store::exists(tag object) {
-  const auto found = instances_.find(object);
-  const bool is_new = found != instances_.end() && found->second.state == InstanceState::is_new;
-  return is_new || saved_version(object).has_value();
+  return new_.contains(object) || saved_version(object).has_value();
 }
 
 InstanceState Store::state(tag object) {
@@ -195,6 +195,7 @@ void Store::save(tag object) {
   write(object, instance);
   transaction.commit();
   instance.state = InstanceState::loaded;
+  new_.erase(object);
   instance.locked = true;
   instance.changed = false;
   ++instance.version;
@@ -273,6 +274,7 @@ void Store::check_references(const Slot& slot) {
 void Store::remove(tag object) {
   Instance& instance = loaded(object);
   if (instance.state == InstanceState::is_new) {
+    new_.erase(object);
     instances_.erase(object);
     return;
   }
@@ -433,17 +435,14 @@ std::vector<tag> Store::find(const std::string& class_name, const Criteria& crit
 
 std::vector<tag> Store::find_new(const std::string& class_name, const Criteria& criteria) {
   const Class& wanted = class_named(class_name);
+  const auto is_wanted = [&](tag object) {
+    return class_of(object).is_a(wanted) &&
+           std::all_of(criteria.begin(), criteria.end(), [&](const auto& criterion) {
+             return has_value(object, criterion.first, criterion.second);
+           });
+  };
   std::vector<tag> found;
-  for (const auto& [object, instance] : instances_) {
-    if (instance.state == InstanceState::is_new && instance.type->is_a(wanted))
-      found.push_back(object);
-  }
-  std::erase_if(found, [&](tag object) {
-    return !std::all_of(criteria.begin(), criteria.end(), [&](const auto& criterion) {
-      return has_value(object, criterion.first, criterion.second);
-    });
-  });
-  std::sort(found.begin(), found.end());
+  std::copy_if(new_.begin(), new_.end(), std::back_inserter(found), is_wanted);
   return found;
 }
 

@@ -4,6 +4,7 @@
 
 #include "demo_site.h"
 #include "failure.h"
+#include "ork/rel.h"
 #include "ork/store.h"
 #include "ork/wso.h"
 #include "site.h"
@@ -198,6 +199,29 @@ TEST_F(StoreTest, KeysAndReferencesStayWhole) {
   store_.remove(revision);
   store_.remove(twin);
   EXPECT_THAT(other_.find("Item"), ElementsAre(item));
+}
+
+TEST_F(StoreTest, OfTwoRelationsMadeAtOnceOneIsSaved) {
+  const tag item = saved_item("1");
+  const tag type = store_.find_type("VELO_reference");
+  const Store::Criteria ends = {
+      {"primary_object", item}, {"secondary_object", item}, {"relation_type", type}};
+  const tag relation = store_.create(store_.class_named("Relation"), ends);
+  const tag twin = other_.create(other_.class_named("Relation"), ends);
+  EXPECT_THAT(store_.find_new("Relation", ends), ElementsAre(relation));
+  store_.save(relation);
+  EXPECT_EQ(status_of([&] { other_.save(twin); }), REL_exists);
+  EXPECT_THAT(store_.find_new("Relation", ends), ElementsAre());
+}
+
+TEST_F(StoreTest, AnInstanceThatAnotherProcessHasDeletedIsGone) {
+  const tag item = saved_item("1");
+  store_.load(item);
+  other_.lock(item);
+  other_.remove(item);
+  EXPECT_EQ(store_.state(item), InstanceState::loaded);
+  EXPECT_FALSE(store_.exists(item));
+  EXPECT_EQ(status_of([&] { store_.lock(item); }), STORE_deleted_tag);
 }
 
 TEST_F(StoreTest, SavingAllSavesNewInstancesBeforeThoseThatReferToThem) {

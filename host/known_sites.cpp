@@ -1,4 +1,4 @@
-#include "sites.h"
+#include "known_sites.h"
 
 #include <charconv>
 

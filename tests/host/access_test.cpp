@@ -1,0 +1,175 @@
+#include "ork/access.h"
+
+#include "objects_site.h"
+#include "ork/obj.h"
+#include "ork/org.h"
+#include "ork/store.h"
+
+using test::last_error;
+using test::ObjectsSite;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+class AccessTest : public ObjectsSite {
+ protected:
+  static void rules(const std::string& list) {
+    ASSERT_EQ(ork_host_seed(("{\"access_rules\": [" + list + "]}").c_str()), ORK_ok)
+        << last_error();
+  }
+  static bool may(const char* privilege, tag object) {
+    logical granted = 2;
+    EXPECT_EQ(ACCESS_check_privilege(object, privilege, &granted), ORK_ok) << last_error();
+    return granted == 1;
+  }
+  static bool may(const std::vector<tag>& accessors, const char* privilege, tag object) {
+    logical granted = 2;
+    EXPECT_EQ(ACCESS_check_accessors_privilege(static_cast<int>(accessors.size()), accessors.data(),
+                                               object, privilege, &granted),
+              ORK_ok)
+        << last_error();
+    return granted == 1;
+  }
+  /** Whether wagner (group design, role Designer) may write two items under a list of rules. */
+  static std::vector<bool> may_write(const std::string& list) {
+    rules(list);
+    return {may("WRITE", find("000100")), may("WRITE", find("000300"))};
+  }
+  static tag user(const char* id) {
+    tag found = NULLTAG;
+    EXPECT_EQ(ORG_find_user(id, &found), ORK_ok);
+    return found;
+  }
+  static tag group(const char* name) {
+    tag found = NULLTAG;
+    EXPECT_EQ(ORG_find_group(name, &found), ORK_ok);
+    return found;
+  }
+};
+
+}  // namespace
+
+TEST_F(AccessTest, TheFirstRuleThatIsAboutUserObjectAndPrivilegeDecides) {
+  log_in_as_designer();
+  const std::string deny_all = R"({"deny": ["WRITE"], "to": "world", "on": {"class": "Object"}})";
+  const auto grant = [&](const std::string& to, const std::string& on) {
+    return may_write(R"({"grant": ["WRITE"], "to": )" + to + R"(, "on": )" + on + "}, " + deny_all);
+  };
+  const std::string all = R"({"class": "Object"})";
+  EXPECT_THAT(may_write(""), ElementsAre(true, true)) << "where no rule decides";
+  EXPECT_THAT(may_write(deny_all), ElementsAre(false, false));
+  EXPECT_TRUE(may("READ", find("000100"))) << "another privilege";
+  EXPECT_THAT(may_write(deny_all + R"(, {"grant": ["WRITE"], "to": "world", "on": )" + all + "}"),
+              ElementsAre(false, false))
+      << "the order counts";
+
+  EXPECT_THAT(grant("\"owner\"", all), ElementsAre(false, true));
+  EXPECT_THAT(grant("\"owning_group\"", all), ElementsAre(true, true));
+  EXPECT_THAT(grant(R"({"user": "wagner"})", all), ElementsAre(true, true));
+  EXPECT_THAT(grant(R"({"user": "build"})", all), ElementsAre(false, false));
+  EXPECT_THAT(grant(R"({"group": "design"})", all), ElementsAre(true, true));
+  EXPECT_THAT(grant(R"({"group": "dba"})", all), ElementsAre(false, false));
+  EXPECT_THAT(grant(R"({"role": "Designer"})", all), ElementsAre(true, true));
+  EXPECT_THAT(grant(R"({"role": "Administrator"})", all), ElementsAre(false, false));
+
+  EXPECT_THAT(grant("\"world\"", R"({"class": "Machined"})"), ElementsAre(false, true));
+  EXPECT_THAT(grant("\"world\"", R"({"class": "Item"})"), ElementsAre(true, true));
+  EXPECT_THAT(grant("\"world\"", R"({"type": "Part"})"), ElementsAre(false, true))
+      << "with its subtypes";
+  EXPECT_THAT(grant("\"world\"", R"({"type": "Turned"})"), ElementsAre(false, true));
+  EXPECT_THAT(grant("\"world\"", R"({"item": "000100"})"), ElementsAre(true, false));
+  EXPECT_FALSE(may("WRITE", find("000100", "A"))) << "a rule for the item alone";
+  EXPECT_THAT(grant("\"world\"", R"({"item": "000100", "revision": "A"})"),
+              ElementsAre(false, false));
+  EXPECT_TRUE(may("WRITE", find("000100", "A")));
+}
+
+TEST_F(AccessTest, ChangesAreRefusedWithUserObjectAndRule) {
+  rules(R"({"grant": ["WRITE"], "to": "owner", "on": {"type": "Item"}},
+           {"deny": ["WRITE", "DELETE"], "to": "world", "on": {"type": "Item"}},
+           {"deny": ["READ"], "to": "world", "on": {"item": "000200"}})");
+  log_in_as_designer();
+  const tag bracket = find("000100");
+  EXPECT_EQ(OBJ_lock(bracket), ACCESS_denied);
+  EXPECT_EQ(
+      last_error(),
+      "Access is denied: user wagner has no WRITE access to 000100-Bracket, by access rule 2");
+  EXPECT_EQ(OBJ_refresh(bracket, 1), ACCESS_denied);
+  EXPECT_EQ(OBJ_save(bracket), ACCESS_denied);
+  EXPECT_EQ(OBJ_delete(bracket), ACCESS_denied);
+  EXPECT_THAT(last_error(), HasSubstr("no DELETE access"));
+  int lock = -1;
+  EXPECT_EQ(STORE_get_instance_lock(bracket, &lock), ORK_ok);
+  EXPECT_EQ(lock, STORE_no_lock);
+  EXPECT_EQ(OBJ_refresh(bracket, 0), ORK_ok) << "no change";
+
+  const tag own = find("000300");
+  EXPECT_EQ(OBJ_lock(own), ORK_ok) << last_error();
+  EXPECT_EQ(OBJ_set_value_string(own, "object_name", "Axle"), ORK_ok);
+  EXPECT_EQ(OBJ_save(own), ORK_ok) << last_error();
+  EXPECT_EQ(OBJ_delete(own), ACCESS_denied);
+
+  char* name = nullptr;
+  EXPECT_EQ(OBJ_load(find("000200")), ACCESS_denied);
+  EXPECT_EQ(OBJ_get_value_string(find("000200"), "object_name", &name), ACCESS_denied);
+  EXPECT_EQ(name, nullptr);
+}
+
+TEST_F(AccessTest, BypassIsForTheSessionsUserAlone) {
+  rules(R"({"deny": ["WRITE"], "to": "world", "on": {"class": "Object"}})");
+  log_in();
+  const tag item = find("000100");
+  EXPECT_EQ(OBJ_lock(item), ACCESS_denied) << "rules hold for administrators too";
+  ASSERT_EQ(ORK_set_bypass(1), ORK_ok);
+  EXPECT_TRUE(may("WRITE", item));
+  EXPECT_TRUE(may({user("build"), group("dba")}, "WRITE", item));
+  EXPECT_FALSE(may({user("wagner"), group("design")}, "WRITE", item));
+  EXPECT_EQ(OBJ_lock(item), ORK_ok);
+  ASSERT_EQ(ORK_set_bypass(0), ORK_ok);
+  EXPECT_EQ(OBJ_save(item), ACCESS_denied) << "also for what was locked with it";
+}
+
+TEST_F(AccessTest, AccessorsCountTogetherAndInPlaceOfTheSession) {
+  rules(R"({"grant": ["WRITE"], "to": {"group": "quality"}, "on": {"class": "Object"}},
+           {"grant": ["WRITE"], "to": "owner", "on": {"class": "Object"}},
+           {"deny": ["WRITE"], "to": "world", "on": {"class": "Object"}})");
+  log_in_as("maurer", "open");
+  const tag item = find("000300");
+  EXPECT_TRUE(may("WRITE", item));
+  EXPECT_FALSE(may({user("maurer")}, "WRITE", item)) << "without the group";
+  EXPECT_TRUE(may({user("wagner"), group("design")}, "WRITE", item)) << "the owner";
+  EXPECT_TRUE(may({user("build"), group("quality")}, "WRITE", item));
+  EXPECT_FALSE(may({user("build"), group("design")}, "WRITE", item));
+
+  logical granted = 1;
+  const tag accessors[] = {user("wagner"), item};
+  EXPECT_EQ(ACCESS_check_accessors_privilege(2, accessors, item, "WRITE", &granted),
+            ORK_invalid_argument);
+  EXPECT_EQ(granted, 0);
+  EXPECT_EQ(ACCESS_check_accessors_privilege(0, accessors, item, "WRITE", &granted),
+            ORK_invalid_argument);
+  EXPECT_EQ(ACCESS_check_privilege(item, "PAINT", &granted), ACCESS_unknown_privilege);
+  EXPECT_EQ(last_error(), "There is no such privilege: PAINT");
+  EXPECT_EQ(ACCESS_check_privilege(4'000'000, "READ", &granted), STORE_unknown_tag);
+}
+
+TEST_F(AccessTest, ASeedReplacesTheRulesAlsoUnderASession) {
+  const char* two = R"({"deny": ["WRITE"], "to": "world", "on": {"item": "000100"}},
+                       {"deny": ["READ", "WRITE"], "to": {"user": "wagner"}, "on": {"type": "Part"}})";
+  rules(two);
+  log_in_as_designer();
+  EXPECT_FALSE(may("WRITE", find("000100")));
+  EXPECT_FALSE(may("READ", find("000300")));
+  const std::string before = test::describe("access");
+  EXPECT_THAT(before, testing::AllOf(HasSubstr("\"user wagner\""), HasSubstr("\"type Part\""),
+                                     HasSubstr("\"000100-Bracket\"")));
+  rules(two);
+  EXPECT_EQ(test::describe("access"), before);
+  rules(R"({"deny": ["DELETE"], "to": "owner", "on": {"class": "Item"}})");
+  EXPECT_TRUE(may("WRITE", find("000100")));
+  EXPECT_TRUE(may("READ", find("000300")));
+  EXPECT_FALSE(may("DELETE", find("000300")));
+  EXPECT_EQ(ork_host_seed(R"({"groups": ["unrelated"]})"), ORK_ok);
+  EXPECT_FALSE(may("DELETE", find("000300"))) << "a seed without rules leaves them";
+}
