@@ -35,6 +35,9 @@ heading 'A site' 'An embedded host platform: users, preferences and items, in on
 run host init site.db --seed site.json
 run host show site.db users
 
+heading 'An object' 'What the platform knows of one revision: owner, site, lock, check-out, statuses, relations.'
+run show GB-1000/B --host site.db
+
 heading 'The release list' 'What is to be cloned: one line per part, as a tree. RETAIN keeps a released part.'
 run list tree release_list.txt --depth 3
 

@@ -337,6 +337,11 @@ TEST_F(Objects, NewItemsAreThoseNeitherRevisedNorSavedAs) {
   EXPECT_TRUE(trace.has("  Skip Revise case. "));
   fail("REL_list_relations");
   EXPECT_EQ(is_new(new_revision), "4711:0");
+  fail("REL_find_relation_type");  // logged, and returned at the end
+  EXPECT_EQ(is_new(new_revision), "4711:1");
+  fail("ITEM_get_item_of_rev");
+  EXPECT_EQ(is_new(new_revision), std::to_string(STORE_unknown_tag) + ":0");
+  EXPECT_EQ(test::Site::journal().back(), "STORE_get_instance_state");
   tag relation = NULLTAG;
   ASSERT_EQ(REL_create_relation(new_item, item, relation_type("VELO_based_on"), NULLTAG, &relation),
             ORK_ok);
@@ -413,6 +418,10 @@ TEST_F(Objects, RelatedObjectsInBothDirections) {
   EXPECT_EQ(count, 9);
   EXPECT_EQ(list, &own);
   EXPECT_TRUE(trace.has("  REL_find_relation_type returned 0 for NoRelation"));
+  fail("REL_find_relation_type");
+  EXPECT_EQ(ZOLP_GetAttachedObjs(own, "Documents", &count, &list, 0), failure);
+  EXPECT_EQ(test::Site::journal().back(), "REL_find_relation_type");
+  EXPECT_EQ(list, &own);
 
   tag first = 99;
   EXPECT_EQ(ZOLP_GetFirstAttachedObj(own, "Drawings", &first, 0), ORK_ok);
@@ -549,6 +558,8 @@ TEST_F(FileNames, AreBuiltFromIdsTimeAndClock) {
   EXPECT_EQ(name(NULLTAG, "p", "x"), "0:p\\__14032013090507_1234.x");
   fail("ITEM_get_rev_id");
   EXPECT_EQ(name(own, "p", "x"), "0:p\\100__14032013090507_1234.x");
+  fail("ITEM_get_item_of_rev");
+  EXPECT_EQ(name(own, "p", "x"), "0:p\\_B_14032013090507_1234.x");
 
   const std::size_t fixed = std::string("\\100_B_14032013090507_1234.x").size();
   const std::string longest(255 - fixed, 'p');

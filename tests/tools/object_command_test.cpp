@@ -1,0 +1,78 @@
+#include "tests/tools/run_program.h"
+
+namespace {
+
+using test::expect_refusal;
+using test::run_zolp;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* seed = R"({
+  "site": {"id": 1, "name": "Here", "automatic_login": "ada"},
+  "sites": [{"id": 2, "name": "Elsewhere"}],
+  "groups": ["engineering"], "roles": ["designer"],
+  "users": [{"id": "ada", "name": "Ada Example", "password": "ada-secret",
+             "memberships": [{"group": "engineering", "role": "designer"}]}],
+  "relation_types": [{"name": "Documents"}],
+  "types": [{"name": "Report", "parent": "Dataset"}],
+  "items": [
+    {"id": "100", "name": "Press", "owner": "ada", "revisions": [
+      {"id": "A", "owner": "ada", "checked_out_by": "ada",
+       "statuses": [{"name": "Released", "date": "2024-02-19 10:12:00"}, "Frozen"],
+       "datasets": [{"name": "report", "type": "Report", "relation": "Documents"}]}]},
+    {"id": "2/00", "name": "Slashed\u001b[31m", "owning_site": 2}]})";
+
+class ObjectCommands : public testing::Test {
+ protected:
+  ObjectCommands() {
+    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
+              0);
+  }
+
+  test::Run on_site(std::vector<std::string> arguments) {
+    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
+  }
+
+  test::TemporaryFolder folder;
+  const std::string site = folder.path("site.db");
+};
+
+TEST_F(ObjectCommands, ShowPrintsACard) {
+  const test::Run card = on_site({"show", "100/A"});
+  EXPECT_EQ(card.exit_code, 0) << card.err;
+  for (const char* text : {"100/A-Press\n", "ItemRevision", "owner        ada", "engineering",
+                           "checked out  by ada", "Released  2024-02-19 10:12", "Frozen", "local",
+                           "related to   Documents  report  (Dataset)"}) {
+    EXPECT_THAT(card.out, HasSubstr(text));
+  }
+  const auto json = on_site({"show", "100/A", "--json"}).json();
+  EXPECT_EQ(json["checked_out_by"], "ada");
+  EXPECT_EQ(json["locked"], nullptr);
+  EXPECT_EQ(json["statuses"].size(), 2u);
+  EXPECT_EQ(json["relations"]["to"][0]["object"], "report");
+
+  const test::Run replica = on_site({"show", "2/00"});
+  EXPECT_THAT(replica.out, HasSubstr("replica of Elsewhere"));
+  EXPECT_THAT(replica.out, Not(HasSubstr("\x1b"))) << "data must not steer the terminal";
+}
+
+TEST_F(ObjectCommands, FindListsByPattern) {
+  EXPECT_EQ(on_site({"find", "*", "--json"}).json().size(), 4u);
+  const auto found = on_site({"find", "press", "--json"}).json();
+  ASSERT_EQ(found.size(), 2u);  // the item and its revision have this name
+  EXPECT_EQ(found[1]["status"], "Frozen");
+  EXPECT_EQ(on_site({"find", "nothing"}).exit_code, 0);
+  EXPECT_EQ(on_site({"find", "nothing", "--json"}).out, "[]\n");
+}
+
+TEST_F(ObjectCommands, RefuseWhatIsWrong) {
+  expect_refusal(on_site({"show", "nothing/A"}), 1, "there is no item or revision nothing/A");
+  expect_refusal(on_site({"show", "/"}), 1, "there is no item or revision /");
+  expect_refusal(run_zolp({"show", "100"}), 2, "no site given");
+  expect_refusal(run_zolp({"find", "*", "--host", folder.path("none.db")}), 1, "does not exist");
+  expect_refusal(on_site({"show"}), 2, "ID");
+  expect_refusal(on_site({"show", "100", "-u=ada"}), 2, "the login is not complete");
+  expect_refusal(on_site({"show", "100", "-u=ada", "-p=no", "-g=engineering"}), 1, "password");
+}
+
+}  // namespace
