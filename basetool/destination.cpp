@@ -12,12 +12,15 @@ namespace basetool {
 
 bool Destination::grow(size_t size) {
   ErrnoKeeper errno_keeper;
-  if (size > SIZE_MAX / 4)
+  if (size > SIZE_MAX / 4) {
     return false;
-  if (mode_ == Mode::closed)
+  }
+  if (mode_ == Mode::closed) {
     open();
-  if (mode_ == Mode::window)
+  }
+  if (mode_ == Mode::window) {
     return grow_window(size);
+  }
   return grow_buffer(size);
 }
 
@@ -26,16 +29,19 @@ bool Destination::grow_buffer(size_t size) {
     line = cursor = small_buffer_.data();
     limit = line + small_buffer_.size();
   }
-  if (free_size() >= size)
+  if (free_size() >= size) {
     return true;
+  }
   size_t used = length();
   size_t wanted = std::max(used + size, 2 * static_cast<size_t>(limit - line));
   bool is_large = line == large_buffer_;
   char* larger = static_cast<char*>(std::realloc(large_buffer_, wanted));
-  if (larger == nullptr)
+  if (larger == nullptr) {
     return false;
-  if (!is_large)
+  }
+  if (!is_large) {
     std::memcpy(larger, line, used);
+  }
   large_buffer_ = larger;
   line = larger;
   cursor = larger + used;
@@ -58,8 +64,9 @@ bool Destination::grow_window(size_t size) {
   if (is_too_much(offset, size)) {
     file_.shorten(offset);
     rotate();
-    if (mode_ != Mode::window)
+    if (mode_ != Mode::window) {
       return reserve(size);
+    }
     offset = file_.size();
   }
   return move_line_to_window(offset, size) || reserve(size);
@@ -74,8 +81,9 @@ bool Destination::is_window_sound() const {
 
 /** Where the line that is being put together starts in the file. */
 uint64_t Destination::line_offset() const {
-  if (window_ == nullptr)
+  if (window_ == nullptr) {
     return file_.size();
+  }
   return window_offset_ + static_cast<uint64_t>(line - window_);
 }
 
@@ -97,12 +105,14 @@ void Destination::move_line_to_buffer() {
   const char* text = line;
   size_t size = length();
   // What a lost window held before it was lost is gone, and zeros stand there.
-  for (; size > 0 && *text == '\0' && TraceFile::is_window_lost(); --size)
+  for (; size > 0 && *text == '\0' && TraceFile::is_window_lost(); --size) {
     ++text;
+  }
   line = nullptr;
   grow_buffer(1);
-  if (!grow_buffer(size))
+  if (!grow_buffer(size)) {
     size = cut(size);
+  }
   std::memcpy(cursor, text, size);
   cursor += size;
   window_ = nullptr;
@@ -131,8 +141,9 @@ bool Destination::move_line_to_window(uint64_t offset, size_t size) {
   if (settings_.size_limit != 0) {
     uint64_t allowed = settings_.size_limit > offset ? settings_.size_limit - offset : 0;
     allowed = std::max<uint64_t>(allowed, used + size);
-    if (allowed < static_cast<uint64_t>(end - line))
+    if (allowed < static_cast<uint64_t>(end - line)) {
       limit = line + allowed;
+    }
   }
   return true;
 }
@@ -140,8 +151,9 @@ bool Destination::move_line_to_window(uint64_t offset, size_t size) {
 // ---- The file.
 
 void Destination::open() {
-  if (settings_.file == nullptr || !expand_file_name())
+  if (settings_.file == nullptr || !expand_file_name()) {
     return use_standard_error();
+  }
   TraceFile::Opening opening = file_.open(path_.data());
   if (opening == TraceFile::Opening::taken) {
     // Two processes would overwrite each other's lines.
@@ -151,8 +163,9 @@ void Destination::open() {
              path_.data(), path_.data());
     opening = file_.open(path_.data());
   }
-  if (opening == TraceFile::Opening::done)
+  if (opening == TraceFile::Opening::done) {
     return start_file();
+  }
   complain(
       "cannot open %s: %s; the trace goes to standard error", path_.data(),
       opening == TraceFile::Opening::taken ? "it belongs to another process" : file_.last_error());
@@ -167,8 +180,9 @@ void Destination::reopen() {
   TraceFile earlier = file_;
   file_.forget();
   open();
-  if (is_line_in_file && file_.is_same(earlier))
+  if (is_line_in_file && file_.is_same(earlier)) {
     file_.shorten(offset);
+  }
 }
 
 void Destination::start_file() {
@@ -197,8 +211,9 @@ bool Destination::expand_file_name() {
           std::snprintf(path_.data() + size, path_.size() - size, "%lu", process_id()));
       ++name;
     } else {
-      if (name[0] == '%' && name[1] == '%')
+      if (name[0] == '%' && name[1] == '%') {
         ++name;
+      }
       path_[size++] = *name;
     }
   }
@@ -244,14 +259,16 @@ bool Destination::rename_files() {
 }
 
 void Destination::leave_window() {
-  if (window_ == nullptr)
+  if (window_ == nullptr) {
     return;
+  }
   bool is_ours = file_.refresh();
   uint64_t offset = line_offset();
   move_line_to_buffer();
   file_.unmap();
-  if (is_ours)
+  if (is_ours) {
     file_.shorten(offset);
+  }
 }
 
 // ---- Lines.
@@ -272,11 +289,13 @@ void Destination::deliver(int level) {
     writer_(level, line, length() - 1, writer_context_);
     return drop_line();
   }
-  if (mode_ == Mode::stream && file_.is_regular())
+  if (mode_ == Mode::stream && file_.is_regular()) {
     prepare_file_for_line();
+  }
   // A window is lost, or was opened just now.
-  if (mode_ == Mode::window)
+  if (mode_ == Mode::window) {
     grow_window(1);
+  }
   if (mode_ == Mode::window) {
     line = cursor;
   } else {

@@ -26,28 +26,33 @@ class LineRoom {
 
   /** Appends a text, cut where memory ends, so that shorter ones after it still find room. */
   void append(const char* text, size_t size) {
-    if (!reserve(size))
+    if (!reserve(size)) {
       size = cut(size);
-    if (size == 0)
+    }
+    if (size == 0) {
       return;  // there may be no room at all
+    }
     std::memcpy(cursor, text, size);
     cursor += size;
   }
 
   /** Appends one character several times, cut as `append` does. */
   void append_repeated(char character, size_t count) {
-    if (!reserve(count))
+    if (!reserve(count)) {
       count = cut(count);
-    if (count == 0)
+    }
+    if (count == 0) {
       return;
+    }
     std::memset(cursor, character, count);
     cursor += count;
   }
 
   /** Takes back all of the line beyond its first `wanted` bytes. */
   void shorten(size_t wanted) {
-    if (length() <= wanted)
+    if (length() <= wanted) {
       return;
+    }
     std::memset(line + wanted, '\n', length() - wanted);
     cursor = line + wanted;
   }
@@ -56,8 +61,9 @@ class LineRoom {
   size_t cut(size_t size) const {
     constexpr size_t kept_for_the_rest = 64;
     size_t room = free_size();
-    if (size <= kept_for_the_rest)
+    if (size <= kept_for_the_rest) {
       return size < room ? size : room;
+    }
     return room > kept_for_the_rest ? room - kept_for_the_rest : 0;
   }
 

@@ -20,15 +20,17 @@ constexpr std::string_view level_names[] = {"off", "error", "warning", "log", "t
 constexpr unsigned most_kept_files = 999;
 
 bool equals_ignoring_case(std::string_view value, std::string_view lower_case) {
-  if (value.size() != lower_case.size())
+  if (value.size() != lower_case.size()) {
     return false;
+  }
   for (size_t i = 0; i < value.size(); ++i) {
     char character = value[i];
     if (character >= 'A' && character <= 'Z') {
       character = static_cast<char>(character - 'A' + 'a');
     }
-    if (character != lower_case[i])
+    if (character != lower_case[i]) {
       return false;
+    }
   }
   return true;
 }
@@ -61,8 +63,9 @@ bool parse_size(std::string_view text, uint64_t& size) {
     }
   }
   uint64_t number = 0;
-  if (!parse_number(text, number) || number > UINT64_MAX >> 1 >> shift)
+  if (!parse_number(text, number) || number > UINT64_MAX >> 1 >> shift) {
     return false;
+  }
   size = number << shift;
   return true;
 }
@@ -73,10 +76,12 @@ bool parse_prefix(std::string_view text, Settings& settings) {
     size_t comma = text.find(',');
     std::string_view word = text.substr(0, comma);
     text.remove_prefix(comma == std::string_view::npos ? text.size() : comma + 1);
-    while (word.starts_with(' '))
+    while (word.starts_with(' ')) {
       word.remove_prefix(1);
-    while (word.ends_with(' '))
+    }
+    while (word.ends_with(' ')) {
       word.remove_suffix(1);
+    }
     if (equals_ignoring_case(word, "time")) {
       settings.shows_time = true;
     } else if (equals_ignoring_case(word, "level")) {
@@ -118,14 +123,16 @@ Settings read_settings() {
   read("ZOLP_TRACE_KEEP", "3 old files are kept; 0 to 999 are possible",
        [&](std::string_view value) {
          uint64_t number = 0;
-         if (!parse_number(value, number) || number > most_kept_files)
+         if (!parse_number(value, number) || number > most_kept_files) {
            return false;
+         }
          settings.kept_files = static_cast<unsigned>(number);
          return true;
        });
   settings.file = environment("ZOLP_TRACE_FILE");
-  if (settings.file != nullptr && *settings.file == '\0')
+  if (settings.file != nullptr && *settings.file == '\0') {
     settings.file = nullptr;
+  }
   return settings;
 }
 

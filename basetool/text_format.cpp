@@ -22,10 +22,12 @@ bool append_printed(LineRoom& room, Print print) {
   }
   size_t size = static_cast<size_t>(length);
   if (size >= room.free_size()) {
-    if (!room.reserve(size + 1))
+    if (!room.reserve(size + 1)) {
       size = room.cut(size + 1);
-    if (size >= room.free_size())
+    }
+    if (size >= room.free_size()) {
       return true;
+    }
     print(room.cursor, room.free_size());
   }
   room.cursor += size;
@@ -92,11 +94,13 @@ void append_text(LineRoom& room, const Conversion& conversion, const char* text)
   }
   size_t width = static_cast<size_t>(conversion.width);
   size_t padding = width > size ? width - size : 0;
-  if (!conversion.left)
+  if (!conversion.left) {
     room.append_repeated(' ', padding);
+  }
   room.append(text, size);
-  if (conversion.left)
+  if (conversion.left) {
     room.append_repeated(' ', padding);
+  }
 }
 
 /** Appends a number or pointer as the C library prints it. */
@@ -108,11 +112,13 @@ void append_value(LineRoom& room, const Conversion& conversion, Value value) {
   format[size++] = '%';
   for (const char* flag = conversion.begin + 1; *flag != '\0' && std::strchr("-+ #0'", *flag);
        ++flag) {
-    if (size < 16)
+    if (size < 16) {
       format[size++] = *flag;
+    }
   }
-  if (conversion.left)
+  if (conversion.left) {
     format[size++] = '-';
+  }
   std::snprintf(format + size, sizeof format - size, "*.*%s%c", conversion.length, conversion.kind);
   append_printed(room, [&](char* buffer, size_t room_size) {
     return std::snprintf(buffer, room_size, format, conversion.width, conversion.precision, value);
@@ -141,13 +147,15 @@ bool append_conversion(LineRoom& room, const Conversion& conversion, Arguments& 
   bool is_long = conversion.length[0] != '\0';
   switch (conversion.kind) {
     case 's':
-      if (is_long)
+      if (is_long) {
         return false;
+      }
       append_text(room, conversion, va_arg(arguments.next, const char*));
       return true;
     case 'c':
-      if (is_long)
+      if (is_long) {
         return false;
+      }
       append_value(room, conversion, va_arg(arguments.next, int));
       return true;
     case 'd':
@@ -192,8 +200,9 @@ void append_by_library(LineRoom& room, const char* format, Arguments& arguments)
     va_end(again);
     return length;
   });
-  if (!is_printed)
+  if (!is_printed) {
     room.append(format, std::strlen(format));
+  }
 }
 
 /** Copies a text and looks for line feeds on the way. @return true if there are any. */
@@ -217,8 +226,9 @@ inline bool copy_and_search(char* to, const char* from, size_t size) {
     word ^= every_byte * '\n';
     found |= (word - every_byte) & ~word & (every_byte << 7);
   };
-  for (size_t at = 0; at + sizeof(uint64_t) < size; at += sizeof(uint64_t))
+  for (size_t at = 0; at + sizeof(uint64_t) < size; at += sizeof(uint64_t)) {
     copy_word(at);
+  }
   copy_word(size - sizeof(uint64_t));
   return found != 0;
 }
@@ -234,8 +244,9 @@ class Pen {
   void take_up(bool is_text) {
     out_ = room_.cursor;
     limit_ = room_.limit;
-    if (is_text)
+    if (is_text) {
       line_feeds_ += many;
+    }
   }
 
   /** Writes up to the next `%` or the end, and returns where that is. */
@@ -250,22 +261,26 @@ class Pen {
           out_ += i;
           return format + i;
         }
-        if (character == '\n')
+        if (character == '\n') {
           ++line_feeds_;
+        }
       }
-      if (i == room)
+      if (i == room) {
         return write_long_literal(format);
+      }
       out_[i] = static_cast<char>(character);
     }
   }
 
   void write_text(const char* text) {
-    if (text == nullptr)
+    if (text == nullptr) {
       text = "(null)";
+    }
     size_t size = std::strlen(text);
     if (size <= static_cast<size_t>(limit_ - out_)) [[likely]] {
-      if (copy_and_search(out_, text, size))
+      if (copy_and_search(out_, text, size)) {
         line_feeds_ += many;
+      }
       out_ += size;
     } else {
       write_long_text(text, size);
@@ -275,16 +290,19 @@ class Pen {
   template <typename Number>
   void write_number(Number number) {
     constexpr size_t longest = 20;
-    if (limit_ - out_ < static_cast<ptrdiff_t>(longest) && !make_room(longest))
+    if (limit_ - out_ < static_cast<ptrdiff_t>(longest) && !make_room(longest)) {
       return;
+    }
     out_ = std::to_chars(out_, limit_, number).ptr;
   }
 
   void write_character(char character) {
-    if (out_ == limit_ && !make_room(1))
+    if (out_ == limit_ && !make_room(1)) {
       return;
-    if (character == '\n')
+    }
+    if (character == '\n') {
       ++line_feeds_;
+    }
     *out_++ = character;
   }
 
@@ -328,8 +346,9 @@ LineFeeds append_formatted(LineRoom& room, const char* format, Arguments& argume
   Pen pen(room);
   for (;;) {
     format = pen.write_literal(format);
-    if (*format == '\0')
+    if (*format == '\0') {
       break;
+    }
     char kind = format[1];
     if (kind == 's') {
       pen.write_text(va_arg(arguments.next, const char*));

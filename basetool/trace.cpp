@@ -41,8 +41,9 @@ struct Finisher {
 } const finisher;
 
 void start() {
-  if (shown_level != unknown_level)
+  if (shown_level != unknown_level) {
     return;
+  }
   ErrnoKeeper errno_keeper;
   settings = read_settings();
   shown_level = settings.level;
@@ -68,20 +69,24 @@ void append_prefix(int level) {
     long long microseconds = std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
     add("%12lld ", microseconds);
   }
-  if (settings.shows_level)
+  if (settings.shows_level) {
     add("%c ", "-EWLTD"[level]);
-  if (settings.shows_process)
+  }
+  if (settings.shows_process) {
     add("%lu ", process_id());
+  }
   destination.append(prefix, static_cast<size_t>(size));
 }
 
 /** Begins a line when there is none. @return length of the line so far. */
 size_t begin_line(int level) {
-  if (destination.length() > 0)
+  if (destination.length() > 0) {
     return destination.length();
+  }
   line_level = level;
-  if (has_prefix)
+  if (has_prefix) {
     append_prefix(level);
+  }
   int indentation = blanks_per_level * (depth < widest_depth ? depth : widest_depth);
   destination.append_repeated(' ', static_cast<size_t>(indentation));
   return destination.length();
@@ -108,10 +113,12 @@ void append_piece(int level, const char* piece, size_t size) {
     begin_line(level);
   }
   destination.append(piece, size);
-  if (piece[size - 1] != '\n')
+  if (piece[size - 1] != '\n') {
     return;
-  if (destination.cursor[-1] != '\n')
+  }
+  if (destination.cursor[-1] != '\n') {
     append_line_feed();  // the piece was cut
+  }
   end_line();
 }
 
@@ -134,29 +141,34 @@ void rewrite_line_by_line(int level, size_t line_before, size_t size) {
     append_piece(level, piece, static_cast<size_t>(next - piece));
     piece = next;
   }
-  if (copy != small_copy)
+  if (copy != small_copy) {
     delete[] copy;
+  }
 }
 
 /** Appends a text with whatever line feeds it holds; `append` appends it to the destination. */
 template <typename Append>
 void write_text(int level, Append append) {
-  if (is_in_writer)
+  if (is_in_writer) {
     return;
+  }
   size_t line_before = destination.length();
   size_t text_begin = begin_line(level);
   LineFeeds line_feeds = append();
   size_t size = destination.length() - text_begin;
-  if (size == 0)
+  if (size == 0) {
     return destination.shorten(line_before);
-  if (line_feeds == LineFeeds::none)
+  }
+  if (line_feeds == LineFeeds::none) {
     return;
+  }
   bool is_empty_line = size == 1 && line_before == 0;
   bool ends_line = destination.cursor[-1] == '\n' && !is_empty_line;
   if (line_feeds == LineFeeds::several) {
     const void* first = std::memchr(destination.cursor - size, '\n', size);
-    if (first == nullptr)
+    if (first == nullptr) {
       return;
+    }
     ends_line = ends_line && first == destination.cursor - 1;
   }
   if (ends_line) [[likely]] {
@@ -168,22 +180,25 @@ void write_text(int level, Append append) {
 
 /** Kept out of the entry functions, which would save registers for it even when they do nothing. */
 [[gnu::noinline]] void write_formatted(int level, const char* format, Arguments& arguments) {
-  if (!is_shown(level) || format == nullptr)
+  if (!is_shown(level) || format == nullptr) {
     return;
+  }
   write_text(level, [&] { return append_formatted(destination, format, arguments); });
 }
 
 /** Ends a line that is still open. */
 void complete_line() {
-  if (destination.length() == 0)
+  if (destination.length() == 0) {
     return;
+  }
   append_line_feed();
   end_line();
 }
 
 Finisher::~Finisher() {
-  if (shown_level == unknown_level)
+  if (shown_level == unknown_level) {
     return;
+  }
   destination.finish();
 }
 
@@ -229,8 +244,9 @@ void ZOLP_PRINT_VERINFO(const char* format, ...) {
 }
 
 void ZOLP_CRERROR(const char* text) {
-  if (text == nullptr || !basetool::is_shown(ZOLP_LEVEL_ERROR))
+  if (text == nullptr || !basetool::is_shown(ZOLP_LEVEL_ERROR)) {
     return;
+  }
   basetool::write_text(ZOLP_LEVEL_ERROR, [text] {
     basetool::destination.append(text, std::strlen(text));
     basetool::destination.append("\n", 1);
@@ -239,13 +255,15 @@ void ZOLP_CRERROR(const char* text) {
 }
 
 void ZOLP_IncTraceSpaces(void) {
-  if (basetool::depth < INT_MAX)
+  if (basetool::depth < INT_MAX) {
     ++basetool::depth;
+  }
 }
 
 void ZOLP_DecTraceSpaces(void) {
-  if (basetool::depth > 0)
+  if (basetool::depth > 0) {
     --basetool::depth;
+  }
 }
 
 int ZOLP_IsTraced(int level) {
@@ -265,7 +283,8 @@ int ZOLP_GetTraceDepth(void) {
 
 void ZOLP_SetTraceWriter(ZOLP_TraceWriter writer, void* context) {
   basetool::start();
-  if (!basetool::is_in_writer)
+  if (!basetool::is_in_writer) {
     basetool::complete_line();
+  }
   basetool::destination.set_writer(writer, context);
 }

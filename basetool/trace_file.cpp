@@ -72,12 +72,15 @@ class WriteSignalShield {
   void take_back(int error) const {
     int signal_number = error == EPIPE ? SIGPIPE : error == EFBIG ? SIGXFSZ : 0;
     sigset_t pending;
-    if (signal_number == 0 || sigpending(&pending) != 0)
+    if (signal_number == 0 || sigpending(&pending) != 0) {
       return;
-    if (sigismember(&pending, signal_number) != 1)
+    }
+    if (sigismember(&pending, signal_number) != 1) {
       return;
-    if (sigismember(&earlier_mask_, signal_number) == 1)
+    }
+    if (sigismember(&earlier_mask_, signal_number) == 1) {
       return;
+    }
     sigset_t sent;
     sigemptyset(&sent);
     sigaddset(&sent, signal_number);
@@ -105,8 +108,9 @@ size_t write_all(int descriptor, const char* text, size_t size) {
     if (written >= 0) {
       done += static_cast<size_t>(written);
     } else if (errno == EAGAIN) {
-      if (!wait_until_writable(descriptor))
+      if (!wait_until_writable(descriptor)) {
         break;
+      }
     } else if (errno != EINTR) {
       int error = errno;
       shield.take_back(error);
@@ -162,8 +166,9 @@ bool leads_to(const char* path, uint64_t device, uint64_t inode) {
 
 /** Moves a descriptor out of the range in which programs expect their standard streams. */
 int beyond_standard_streams(int descriptor) {
-  if (descriptor < 0 || descriptor > STDERR_FILENO)
+  if (descriptor < 0 || descriptor > STDERR_FILENO) {
     return descriptor;
+  }
   int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   ::close(descriptor);
   return moved;
@@ -174,11 +179,13 @@ int open_for_appending(const char* path) {
   bool is_stream = stat(path, &there) == 0 && !S_ISREG(there.st_mode);
   int flags = O_APPEND | O_CLOEXEC | O_NOCTTY;
   // A pipe that nobody reads must not hold the program up.
-  if (is_stream)
+  if (is_stream) {
     return ::open(path, flags | O_WRONLY | O_NONBLOCK);
+  }
   int descriptor = ::open(path, flags | O_RDWR | O_CREAT, 0666);
-  if (descriptor < 0 && errno == EACCES)
+  if (descriptor < 0 && errno == EACCES) {
     descriptor = ::open(path, flags | O_WRONLY);
+  }
   return descriptor;
 }
 
@@ -204,15 +211,17 @@ void handle_bus_error(int signal_number, siginfo_t* info, void* context) {
   } else {
     // The faulting access is repeated on return, and has its usual effect then.
     sigaction(SIGBUS, &earlier_action, nullptr);
-    if (info->si_code <= 0)
+    if (info->si_code <= 0) {
       raise(signal_number);
+    }
   }
 }
 
 void watch_for_bus_errors() {
   static bool is_watching = false;
-  if (is_watching)
+  if (is_watching) {
     return;
+  }
   is_watching = true;
   struct sigaction action = {};
   action.sa_sigaction = handle_bus_error;
@@ -230,8 +239,9 @@ void complain(const char* format, ...) {
   va_start(arguments, format);
   int length = vsnprintf(line + size, sizeof line - size - 1, format, arguments);
   va_end(arguments);
-  if (length < 0)
+  if (length < 0) {
     return;
+  }
   size = std::min(size + static_cast<size_t>(length), sizeof line - 2);
   line[size++] = '\n';
   write_all(STDERR_FILENO, line, size);
@@ -264,8 +274,9 @@ TraceFile::Opening TraceFile::open(const char* path) {
     descriptor_ = beyond_standard_streams(open_for_appending(path));
     error_ = errno;
     struct stat opened;
-    if (descriptor_ < 0 || fstat(descriptor_, &opened) != 0)
+    if (descriptor_ < 0 || fstat(descriptor_, &opened) != 0) {
       return Opening::failed;
+    }
     is_owned_ = true;
     device_ = opened.st_dev;
     inode_ = opened.st_ino;
@@ -313,12 +324,15 @@ void TraceFile::trim() {
   while (end > 0) {
     size_t part = static_cast<size_t>(std::min<uint64_t>(end, block.size()));
     ssize_t count = pread(descriptor_, block.data(), part, static_cast<off_t>(end - part));
-    if (count != static_cast<ssize_t>(part))
+    if (count != static_cast<ssize_t>(part)) {
       return;
-    while (part > 0 && block[part - 1] == '\n')
+    }
+    while (part > 0 && block[part - 1] == '\n') {
       --part, --end;
-    if (part > 0)
+    }
+    if (part > 0) {
       break;
+    }
   }
   if (end == size_ && end > 0) {
     write("\n", 1);
@@ -340,18 +354,21 @@ bool TraceFile::write(const char* text, size_t size) {
   size_t written = write_all(descriptor_, text, size);
   uint64_t size_before = size_;
   size_ += written;
-  if (written == size)
+  if (written == size) {
     return true;
+  }
   int error = errno;
-  if (is_regular_)
+  if (is_regular_) {
     shorten(size_before);
+  }
   error_ = error;
   return false;
 }
 
 void TraceFile::shorten(uint64_t size) {
-  if (size >= size_)
+  if (size >= size_) {
     return;  // somebody else shortened it already
+  }
   if (ftruncate(descriptor_, static_cast<off_t>(size)) == 0) {
     size_ = size;
   } else {
@@ -360,8 +377,9 @@ void TraceFile::shorten(uint64_t size) {
 }
 
 char* TraceFile::map(uint64_t from, uint64_t needed, char** end) {
-  if (is_window_lost())
+  if (is_window_lost()) {
     unmap();
+  }
   if (size_ < needed) {
     size_ = append_fill(descriptor_, size_, round_up(needed, growth_step));
     error_ = errno;
@@ -392,10 +410,12 @@ bool TraceFile::lay_window(uint64_t from) {
                         static_cast<off_t>(begin));
     error_ = errno;
     if (mapped != MAP_FAILED) {
-      if (skipped > 0)
+      if (skipped > 0) {
         munmap(first, skipped);
-      if (skipped < window_step)
+      }
+      if (skipped < window_step) {
         munmap(window + size, window_step - skipped);
+      }
       watch_for_bus_errors();
       window_offset = begin;
       window_size = size;
@@ -410,8 +430,9 @@ bool TraceFile::lay_window(uint64_t from) {
 void TraceFile::unmap() {
   char* begin = window_begin;
   window_begin = nullptr;
-  if (begin != nullptr)
+  if (begin != nullptr) {
     munmap(begin, window_size);
+  }
   window_lost = 0;
 }
 
@@ -421,8 +442,9 @@ bool TraceFile::is_at(const char* path) const {
 
 void TraceFile::close() {
   unmap();
-  if (is_owned_)
+  if (is_owned_) {
     ::close(descriptor_);
+  }
   forget();
 }
 

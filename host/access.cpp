@@ -20,28 +20,34 @@ bool contains(Accessors accessors, tag accessor) {
 }
 
 bool is_about_object(const AccessRule& rule, tag object) {
-  if (rule.target_object != NULLTAG)
+  if (rule.target_object != NULLTAG) {
     return rule.target_object == object;
-  if (rule.target_type != NULLTAG)
+  }
+  if (rule.target_type != NULLTAG) {
     return is_type_of(store(), type_of(store(), object), rule.target_type);
+  }
   return store().is_a(object, rule.target_class);
 }
 
 bool is_about_accessors(const AccessRule& rule, tag object, Accessors accessors) {
-  if (rule.accessor_kind == "world")
+  if (rule.accessor_kind == "world") {
     return true;
-  if (rule.accessor_kind == "owner")
+  }
+  if (rule.accessor_kind == "owner") {
     return contains(accessors, store().reference(object, "owning_user"));
-  if (rule.accessor_kind == "owning_group")
+  }
+  if (rule.accessor_kind == "owning_group") {
     return contains(accessors, store().reference(object, "owning_group"));
+  }
   return contains(accessors, rule.accessor);
 }
 
 /** The rule that decides; null when none does. */
 const AccessRule* deciding_rule(tag object, const std::string& privilege, Accessors accessors) {
   std::optional<std::vector<AccessRule>>& rules = session().access_rules;
-  if (!rules)
+  if (!rules) {
     rules = read_access_rules(store());
+  }
   const auto found = std::find_if(rules->begin(), rules->end(), [&](const AccessRule& rule) {
     return std::count(rule.privileges.begin(), rule.privileges.end(), privilege) != 0 &&
            is_about_object(rule, object) && is_about_accessors(rule, object, accessors);
@@ -52,8 +58,9 @@ const AccessRule* deciding_rule(tag object, const std::string& privilege, Access
 /** The rule that denies a privilege; null when it is granted. */
 const AccessRule* denying_rule(tag object, const std::string& privilege, Accessors accessors) {
   store().state(object);  // says what is wrong with the tag
-  if (session().has_bypass && contains(accessors, session().user))
+  if (session().has_bypass && contains(accessors, session().user)) {
     return nullptr;
+  }
   const AccessRule* rule = deciding_rule(object, privilege, accessors);
   return rule != nullptr && !rule->grants ? rule : nullptr;
 }
@@ -64,14 +71,16 @@ std::array<tag, 3> accessors_of_session() {
 
 void require_known(const char* privilege) {
   require_all(privilege);
-  if (!is_privilege(privilege))
+  if (!is_privilege(privilege)) {
     refuse(ACCESS_unknown_privilege, privilege);
+  }
 }
 
 void require_accessor(tag accessor) {
   for (const char* kind : {"User", "Group", "Role"}) {
-    if (store().is_a(accessor, kind))
+    if (store().is_a(accessor, kind)) {
       return;
+    }
   }
   refuse(ORK_invalid_argument, "object " + std::to_string(accessor) + " is no user, group or role");
 }
@@ -89,8 +98,9 @@ std::vector<AccessRule> read_access_rules(Store& store) {
     AccessRule& rule = rules.emplace_back();
     rule.number = store.integer(object, "rule_number");
     rule.grants = store.logical_value(object, "grants");
-    for (const Scalar& privilege : store.values(object, "privileges"))
+    for (const Scalar& privilege : store.values(object, "privileges")) {
       rule.privileges.push_back(std::get<std::string>(privilege));
+    }
     rule.accessor_kind = store.text(object, "accessor_kind");
     rule.accessor = store.reference(object, "accessor");
     rule.target_class = store.text(object, "target_class");
@@ -105,8 +115,9 @@ std::vector<AccessRule> read_access_rules(Store& store) {
 
 void require_privilege(tag object, const char* privilege) {
   const AccessRule* rule = denying_rule(object, privilege, accessors_of_session());
-  if (rule == nullptr)
+  if (rule == nullptr) {
     return;
+  }
   const std::string what = store().is_a(object, "WorkspaceObject")
                                ? object_id_text(store(), object)
                                : "object " + std::to_string(object);

@@ -28,10 +28,12 @@ struct Found {
 
 Found look_up(const std::vector<std::string>& line, const std::string& name) {
   for (std::size_t i = 1; i < line.size(); ++i) {
-    if (line[i].starts_with(name + "="))
+    if (line[i].starts_with(name + "=")) {
       return {true, line[i].substr(name.size() + 1)};
-    if (line[i] != name)
+    }
+    if (line[i] != name) {
       continue;
+    }
     const bool has_value = i + 1 < line.size() && !line[i + 1].starts_with('-');
     return {true, has_value ? std::optional(line[i + 1]) : std::nullopt};
   }
@@ -49,8 +51,9 @@ const char* find_argument(const std::string& option) {
   const std::string name = wants_value ? option.substr(0, option.size() - 1) : option;
   const auto& line = arguments().given.empty() ? arguments().real : arguments().given;
   const Found found = look_up(line, name);
-  if (!found.is_there || (wants_value && !found.value))
+  if (!found.is_there || (wants_value && !found.value)) {
     return nullptr;
+  }
   return arguments().kept.insert(found.value.value_or("")).first->c_str();
 }
 

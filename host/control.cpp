@@ -17,8 +17,9 @@ using host::guarded;
 int ork_host_open(const char* path) {
   return guarded([&] {
     host::require_all(path);
-    if (*path == '\0')
+    if (*path == '\0') {
       host::refuse(ORK_site_not_available, "the path is empty");
+    }
     host::open_site(path);
   });
 }
@@ -43,8 +44,9 @@ int ork_host_seed_file(const char* path) {
   return guarded([&] {
     host::require_all(path);
     std::ifstream file(path, std::ios::binary);
-    if (!file)
+    if (!file) {
       host::refuse(ORK_invalid_argument, std::string(path) + " cannot be read");
+    }
     const std::string json{std::istreambuf_iterator<char>(file), {}};
     host::seed(host::site(), json, std::filesystem::path(path).parent_path());
   });
@@ -137,12 +139,15 @@ int ork_host_journal_size(void) {
 int ork_host_journal_entry(int index, const char** operation, int* status) {
   host::clear(operation);
   host::clear(status);
-  if (index < 0 || index >= ork_host_journal_size())
+  if (index < 0 || index >= ork_host_journal_size()) {
     return 0;
+  }
   const auto& entry = host::steering().journal()[static_cast<std::size_t>(index)];
-  if (operation != nullptr)
+  if (operation != nullptr) {
     *operation = entry.operation;
-  if (status != nullptr)
+  }
+  if (status != nullptr) {
     *status = entry.status;
+  }
   return 1;
 }

@@ -16,14 +16,16 @@ using Json = nlohmann::ordered_json;
 
 /** Name of an object that has one attribute for it; null for no object. */
 Json name_of_reference(Store& store, tag object, const char* attribute) {
-  if (object == NULLTAG)
+  if (object == NULLTAG) {
     return nullptr;
+  }
   return store.text(object, attribute);
 }
 
 Json value_json(const Scalar& value) {
-  if (const auto* date = std::get_if<date_s>(&value))
+  if (const auto* date = std::get_if<date_s>(&value)) {
     return date_text(*date);
+  }
   return std::visit(
       [](const auto& content) -> Json {
         if constexpr (std::is_same_v<std::decay_t<decltype(content)>, date_s>) {
@@ -98,8 +100,9 @@ Json describe_classes(Site& site) {
     for (const auto& attribute : type->own) {
       Json description = {
           {"name", attribute->name}, {"kind", name_of(attribute->kind)}, {"list", attribute->list}};
-      if (attribute->kind == Kind::text)
+      if (attribute->kind == Kind::text) {
         description["length"] = attribute->max_length;
+      }
       attributes.push_back(std::move(description));
     }
     all.push_back({{"name", type->name},
@@ -113,8 +116,9 @@ Json describe_types(Site& site) {
   Store& store = site.store();
   Json all = Json::array();
   for (const tag type : store.find("Type")) {
-    if (store.is_a(type, "RelationType"))
+    if (store.is_a(type, "RelationType")) {
       continue;
+    }
     all.push_back(
         {{"tag", type},
          {"name", store.text(type, "type_name")},
@@ -161,12 +165,14 @@ Json describe_objects(Site& site) {
     Json attributes = Json::object();
     for (const Attribute* attribute : store.class_of(object).slots) {
       const Values& values = store.values(object, attribute->name);
-      if (values.empty())
+      if (values.empty()) {
         continue;
+      }
       if (attribute->list) {
         Json& list = attributes[attribute->name] = Json::array();
-        for (const Scalar& value : values)
+        for (const Scalar& value : values) {
           list.push_back(value_json(value));
+        }
       } else {
         attributes[attribute->name] = value_json(values.front());
       }
@@ -189,8 +195,9 @@ Json describe_objects(Site& site) {
 /** The object and, where users know it by an id, that. */
 Json describe_reference(Store& store, tag object) {
   Json described = {{"tag", object}};
-  if (store.is_a(object, "WorkspaceObject"))
+  if (store.is_a(object, "WorkspaceObject")) {
     described["id"] = object_id_text(store, object);
+  }
   return described;
 }
 
@@ -211,8 +218,9 @@ Json describe_relations(Site& site) {
 }
 
 Json describe_accessor(Store& store, const AccessRule& rule) {
-  if (rule.accessor == NULLTAG)
+  if (rule.accessor == NULLTAG) {
     return rule.accessor_kind;
+  }
   const char* name = rule.accessor_kind == "user"    ? "user_id"
                      : rule.accessor_kind == "group" ? "group_name"
                                                      : "role_name";
@@ -220,10 +228,12 @@ Json describe_accessor(Store& store, const AccessRule& rule) {
 }
 
 Json describe_target(Store& store, const AccessRule& rule) {
-  if (rule.target_object != NULLTAG)
+  if (rule.target_object != NULLTAG) {
     return describe_reference(store, rule.target_object);
-  if (rule.target_type != NULLTAG)
+  }
+  if (rule.target_type != NULLTAG) {
     return "type " + store.text(rule.target_type, "type_name");
+  }
   return "class " + rule.target_class;
 }
 
@@ -244,8 +254,9 @@ Json describe_locks(Site& site) {
   Json all = Json::array();
   for (const tag object : store.locked_instances()) {
     const std::optional<LockHolder> holder = store.lock_holder(object);
-    if (!holder)
+    if (!holder) {
       continue;  // it has ended just now
+    }
     all.push_back({{"object", describe_reference(store, object)},
                    {"user", holder->user_id},
                    {"node", holder->node},
@@ -258,8 +269,9 @@ Json describe_preferences(Site& site) {
   const PreferenceTable table = read_preferences(site.database());
   const std::map<std::string, PreferenceValues> sorted(table.all().begin(), table.all().end());
   Json all = Json::object();
-  for (const auto& [name, values] : sorted)
+  for (const auto& [name, values] : sorted) {
     all[name] = values;
+  }
   return all;
 }
 
@@ -294,13 +306,16 @@ std::string text_of(const Json& json) {
 std::string describe(Site& site, const std::string& section) {
   Json all = Json::object();
   for (const Section& candidate : sections) {
-    if (section == candidate.name)
+    if (section == candidate.name) {
       return text_of(candidate.describe(site));
-    if (section.empty())
+    }
+    if (section.empty()) {
       all[candidate.name] = candidate.describe(site);
+    }
   }
-  if (!section.empty())
+  if (!section.empty()) {
     refuse(ORK_invalid_argument, "there is no section \"" + section + "\"");
+  }
   return text_of(all);
 }
 

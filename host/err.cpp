@@ -44,12 +44,14 @@ void require_severity(int severity) {
 void push_error(int severity, int code, std::string_view detail) noexcept {
   try {
     std::string text = error_text(code);
-    if (!detail.empty())
+    if (!detail.empty()) {
       text.append(": ").append(detail);
+    }
     auto& entries = stack().entries;
     entries.push_back({severity, code, std::move(text)});
-    if (entries.size() > ERR_stack_size)
+    if (entries.size() > ERR_stack_size) {
       entries.pop_front();
+    }
   } catch (const std::bad_alloc&) {
     // The status of the operation has to do.
   }

@@ -32,8 +32,9 @@ OpenFiles& open_files() {
 
 auto find_file(FILE_handle file) {
   const auto found = open_files().by_handle.find(reinterpret_cast<std::uintptr_t>(file));
-  if (found == open_files().by_handle.end())
+  if (found == open_files().by_handle.end()) {
     refuse(FILE_not_open);
+  }
   return found;
 }
 
@@ -84,7 +85,8 @@ int FILE_close_text_file(FILE_handle file) {
     const host::TextFile closed = found->second;
     host::open_files().by_handle.erase(found);
     // A write that failed before makes no second error here, but what is still buffered may.
-    if (std::fclose(closed.stream) != 0)
+    if (std::fclose(closed.stream) != 0) {
       host::refuse_with_errno(FILE_cannot_write, closed.path);
+    }
   });
 }

@@ -15,13 +15,15 @@ namespace host {
 namespace {
 
 void require_item(tag object) {
-  if (!store().is_a(object, "Item"))
+  if (!store().is_a(object, "Item")) {
     refuse(ITEM_not_an_item, "object " + std::to_string(object));
+  }
 }
 
 void require_revision(tag object) {
-  if (!store().is_a(object, "ItemRevision"))
+  if (!store().is_a(object, "ItemRevision")) {
     refuse(ITEM_not_a_revision, "object " + std::to_string(object));
+  }
 }
 
 std::vector<tag> find_items(int count, const char* const* names, const char* const* values) {
@@ -30,8 +32,9 @@ std::vector<tag> find_items(int count, const char* const* names, const char* con
   Store::Criteria criteria;
   for (int i = 0; i < count; ++i) {
     require_all(names[i], values[i]);
-    if (std::find(key.begin(), key.end(), names[i]) == key.end())
+    if (std::find(key.begin(), key.end(), names[i]) == key.end()) {
       refuse(ITEM_unknown_attribute, names[i]);
+    }
     criteria.emplace_back(names[i], std::string(values[i]));
   }
   return store().find("Item", criteria);
@@ -40,8 +43,9 @@ std::vector<tag> find_items(int count, const char* const* names, const char* con
 /** A type of a class of workspace objects, which new objects get. */
 tag find_type_of_class(const std::string& name, const char* class_name) {
   const tag type = store().find_type(name);
-  if (type == NULLTAG || !is_stored_in(store(), type, class_name))
+  if (type == NULLTAG || !is_stored_in(store(), type, class_name)) {
     refuse(TYPE_unknown_type, name + " of class " + class_name);
+  }
   return type;
 }
 
@@ -105,8 +109,9 @@ int ITEM_find_item_revs_by_key_attributes(int attribute_count, const char** name
     std::vector<tag> found;
     for (const tag item : host::find_items(attribute_count, names, values)) {
       const tag revision = host::find_revision(host::store(), item, revision_id);
-      if (revision != NULLTAG)
+      if (revision != NULLTAG) {
         found.push_back(revision);
+      }
     }
     host::hand_out(found, count, revisions);
   });

@@ -39,25 +39,29 @@ bool fails_now() {
 
 /** A block of 0 bytes takes one, so that null always means that memory is exhausted. */
 void* resize(void* block, size_t size) {
-  if (size > PTRDIFF_MAX)
+  if (size > PTRDIFF_MAX) {
     return nullptr;
+  }
   return std::realloc(block, size == 0 ? 1 : size);
 }
 
 bool is_ours(const Sizes::iterator& entry, const char* operation, void* block) {
-  if (entry != heap().sizes.end())
+  if (entry != heap().sizes.end()) {
     return true;
+  }
   std::fprintf(stderr, "%s: block %p was not allocated here or is already freed; ignored\n",
                operation, block);
   return false;
 }
 
 void* allocate(size_t size) {
-  if (fails_now())
+  if (fails_now()) {
     return nullptr;
+  }
   void* block = resize(nullptr, size);
-  if (block == nullptr)
+  if (block == nullptr) {
     return nullptr;
+  }
   try {
     heap().sizes.emplace(block, size);
   } catch (const std::bad_alloc&) {
@@ -71,16 +75,19 @@ void* allocate(size_t size) {
 /** Resizes a block; `old_size` is set to its size before. */
 void* reallocate(const char* operation, void* block, size_t size, size_t* old_size) {
   *old_size = 0;
-  if (block == nullptr)
+  if (block == nullptr) {
     return allocate(size);
+  }
   Sizes& sizes = heap().sizes;
   const auto entry = sizes.find(block);
-  if (!is_ours(entry, operation, block) || fails_now())
+  if (!is_ours(entry, operation, block) || fails_now()) {
     return nullptr;
+  }
   *old_size = entry->second;
   void* moved = resize(block, size);
-  if (moved == nullptr)
+  if (moved == nullptr) {
     return nullptr;
+  }
   heap().bytes += size - entry->second;
   // The entry itself moves along: making a new one could fail, and the old block is gone.
   auto node = sizes.extract(entry);
@@ -102,8 +109,9 @@ void* MEM_realloc(void* block, size_t size) {
 }
 
 void* MEM_crealloc(void* block, size_t count, size_t element_size) {
-  if (element_size != 0 && count > SIZE_MAX / element_size)
+  if (element_size != 0 && count > SIZE_MAX / element_size) {
     return nullptr;
+  }
   const size_t size = count * element_size;
   size_t old_size = 0;
   void* resized = reallocate("MEM_crealloc", block, size, &old_size);
@@ -114,12 +122,14 @@ void* MEM_crealloc(void* block, size_t count, size_t element_size) {
 }
 
 void MEM_free(void* block) {
-  if (block == nullptr)
+  if (block == nullptr) {
     return;
+  }
   Sizes& sizes = heap().sizes;
   const auto entry = sizes.find(block);
-  if (!is_ours(entry, "MEM_free", block))
+  if (!is_ours(entry, "MEM_free", block)) {
     return;
+  }
   heap().bytes -= entry->second;
   sizes.erase(entry);
   std::free(block);
@@ -137,8 +147,9 @@ namespace host {
 
 void* hand_out_block(size_t size) {
   void* block = allocate(size);
-  if (block == nullptr)
+  if (block == nullptr) {
     throw std::bad_alloc();
+  }
   return block;
 }
 
@@ -158,11 +169,13 @@ void copy_out(std::string_view text, char* buffer, size_t size) {
 }
 
 char** hand_out(const std::vector<std::string>& texts) {
-  if (texts.empty())
+  if (texts.empty()) {
     return nullptr;
+  }
   size_t size = texts.size() * sizeof(char*);
-  for (const std::string& text : texts)
+  for (const std::string& text : texts) {
     size += text.size() + 1;
+  }
   char** array = static_cast<char**>(hand_out_block(size));
   char* next = reinterpret_cast<char*>(array + texts.size());
   for (size_t i = 0; i < texts.size(); ++i) {

@@ -76,29 +76,34 @@ void Steering::begin(const char* operation, bool recorded, std::size_t* entry) {
     journal_.push_back({operation, ORK_ok});
   }
   const auto delay = delays_.find(std::string_view(operation));
-  if (delay != delays_.end())
+  if (delay != delays_.end()) {
     os::sleep_milliseconds(delay->second);
+  }
 
   int due = 0;
   bool is_due = false;
   for (Fault& fault : faults_) {
-    if (fault.operation != operation && !(recorded && fault.operation == "*"))
+    if (fault.operation != operation && !(recorded && fault.operation == "*")) {
       continue;
-    if (--fault.calls_left > 0 || is_due)
+    }
+    if (--fault.calls_left > 0 || is_due) {
       continue;
+    }
     is_due = true;
     due = fault.status;
   }
-  if (!is_due)
+  if (!is_due) {
     return;
+  }
   std::erase_if(faults_, [](const Fault& fault) { return fault.calls_left <= 0; });
   update_active();
   refuse(due, std::string("injected into ") + operation);
 }
 
 void Steering::end(std::size_t entry, int status) noexcept {
-  if (entry < journal_.size())
+  if (entry < journal_.size()) {
     journal_[entry].status = status;
+  }
 }
 
 }  // namespace host

@@ -43,20 +43,24 @@ int operation(const char* name, Needs needs, Body&& body,
   const bool steered = steering().active();
   std::size_t entry = Steering::no_entry;
   const int status = guarded([&] {
-    if (steered)
+    if (steered) {
       steering().begin(name, recorded == Recorded::yes, &entry);
-    if (needs == Needs::session)
+    }
+    if (needs == Needs::session) {
       session();
+    }
     body();
   });
-  if (steered)
+  if (steered) {
     steering().end(entry, status);
+  }
   return status;
 }
 
 inline void require(bool condition, const char* what) {
-  if (!condition)
+  if (!condition) {
     refuse(ORK_invalid_argument, what);
+  }
 }
 
 /** Requires that arguments are not null; for out-parameters and texts. */
@@ -68,8 +72,9 @@ void require_all(const Pointers*... pointers) {
 /** Sets an out-parameter to 0 or null, where there is one. */
 template <typename Type>
 void clear(Type* out) {
-  if (out != nullptr)
+  if (out != nullptr) {
     *out = Type{};
+  }
 }
 
 }  // namespace host

@@ -13,8 +13,9 @@ namespace {
 void name_out(tag object, const char* class_name, int not_of_class, const char* attribute,
               char* buffer) {
   require_all(buffer);
-  if (!store().is_a(object, class_name))
+  if (!store().is_a(object, class_name)) {
     refuse(not_of_class, "object " + std::to_string(object));
+  }
   copy_out(store().text(object, attribute), buffer, ORG_name_size + 1);
 }
 

@@ -15,8 +15,9 @@ namespace host {
 namespace {
 
 void open_site_of_environment() {
-  if (open_site() != nullptr)
+  if (open_site() != nullptr) {
     return;
+  }
   const char* path = std::getenv("ORK_HOST_DB");
   if (path == nullptr || *path == '\0') {
     refuse(ORK_site_not_available, "no site is open; set ORK_HOST_DB to the path of a site's file");
@@ -32,14 +33,16 @@ void open_site_of_environment() {
 }
 
 void close_site_of_environment() {
-  if (open_site() != nullptr && open_site()->belongs_to_session)
+  if (open_site() != nullptr && open_site()->belongs_to_session) {
     close_site();
+  }
 }
 
 tag find_user(const std::string& user_id) {
   const tag user = store().find_one("User", {{"user_id", user_id}});
-  if (user == NULLTAG)
+  if (user == NULLTAG) {
     refuse(ORK_unknown_user, user_id);
+  }
   return user;
 }
 
@@ -52,8 +55,9 @@ tag find_group(tag user, const char* name) {
     return group;
   }
   const tag group = store().find_one("Group", {{"group_name", std::string(name)}});
-  if (group == NULLTAG)
+  if (group == NULLTAG) {
     refuse(ORK_unknown_group, name);
+  }
   return group;
 }
 
@@ -99,13 +103,15 @@ void log_in(const char* group_name, const FindUser& find) {
 
 void end_session(bool keep_changes) {
   const int status = guarded([&] {
-    if (keep_changes)
+    if (keep_changes) {
       store().save_all();
+    }
   });
   site().end_session();
   close_site_of_environment();
-  if (status != ORK_ok)
+  if (status != ORK_ok) {
     refuse(status, "unsaved changes were lost at the session's end");
+  }
 }
 
 }  // namespace
@@ -132,8 +138,9 @@ int ORK_auto_login(void) {
   return operation("ORK_auto_login", Needs::nothing, [] {
     host::log_in(nullptr, [] {
       const auto user_id = host::store().setting("automatic_login");
-      if (!user_id || user_id->empty())
+      if (!user_id || user_id->empty()) {
         host::refuse(ORK_no_automatic_login);
+      }
       return host::find_user(*user_id);
     });
   });

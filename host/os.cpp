@@ -25,20 +25,24 @@ std::optional<std::int64_t> start_of(std::int64_t id) {
   const std::string line = contents_of("/proc/" + std::to_string(id) + "/stat");
   // The program's name comes second, in brackets, and may itself contain brackets and blanks.
   const std::size_t name_end = line.rfind(')');
-  if (name_end == std::string::npos)
+  if (name_end == std::string::npos) {
     return std::nullopt;
+  }
   std::istringstream fields(line.substr(name_end + 1));
   std::string field;
   fields >> field;
-  if (field == "Z" || field == "X")
+  if (field == "Z" || field == "X") {
     return std::nullopt;
+  }
   constexpr int fields_to_start_time = 19;
-  for (int i = 0; i < fields_to_start_time; ++i)
+  for (int i = 0; i < fields_to_start_time; ++i) {
     fields >> field;
+  }
   std::int64_t start = 0;
   const auto parsed = std::from_chars(field.data(), field.data() + field.size(), start);
-  if (!fields || parsed.ec != std::errc())
+  if (!fields || parsed.ec != std::errc()) {
     return std::nullopt;
+  }
   return start;
 }
 
@@ -55,16 +59,18 @@ bool is_running(const Process& process) {
 
 std::string node_name() {
   char name[256] = "";
-  if (gethostname(name, sizeof(name) - 1) != 0)
+  if (gethostname(name, sizeof(name) - 1) != 0) {
     return "unknown";
+  }
   return name;
 }
 
 std::vector<std::string> command_line() {
   std::vector<std::string> arguments;
   std::istringstream line(contents_of("/proc/self/cmdline"));
-  for (std::string argument; std::getline(line, argument, '\0');)
+  for (std::string argument; std::getline(line, argument, '\0');) {
     arguments.push_back(argument);
+  }
   return arguments;
 }
 

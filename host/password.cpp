@@ -66,8 +66,9 @@ Bytes from_hex(const std::string& text) {
 PasswordHash parse(const std::string& text) {
   std::istringstream fields(text);
   std::array<std::string, 5> parts;
-  for (std::string& part : parts)
+  for (std::string& part : parts) {
     std::getline(fields, part, '$');
+  }
   PasswordHash parsed;
   const auto number = [](const std::string& digits, auto& value) {
     const char* end = digits.data() + digits.size();
@@ -84,8 +85,9 @@ PasswordHash parse(const std::string& text) {
 
 /** Takes the same time wherever they differ. */
 bool equal(const Bytes& left, const Bytes& right) {
-  if (left.size() != right.size())
+  if (left.size() != right.size()) {
     return false;
+  }
   unsigned difference = 0;
   for (std::size_t i = 0; i < left.size(); ++i) {
     difference |= static_cast<unsigned>(left[i] ^ right[i]);
@@ -109,8 +111,9 @@ void store_password(Database& database, tag user, const std::string& password) {
 
 bool is_password(Database& database, tag user, const std::string& password) {
   Query query(database, "SELECT hash FROM password WHERE user = ?", user);
-  if (!query.next())
+  if (!query.next()) {
     return false;
+  }
   start_library();
   const PasswordHash stored = parse(query.text(0));
   return equal(derive(password, stored, stored.hash.size()), stored.hash);

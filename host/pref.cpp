@@ -29,11 +29,13 @@ void PreferenceTable::set(const std::string& name, PreferenceValues values) {
 PreferenceTable read_preferences(Database& database) {
   std::unordered_map<std::string, PreferenceValues> read;
   Query query(database, "SELECT name, value FROM preference ORDER BY name, position");
-  while (query.next())
+  while (query.next()) {
     read[query.text(0)].push_back(query.text(1));
+  }
   PreferenceTable table;
-  for (auto& [name, values] : read)
+  for (auto& [name, values] : read) {
     table.set(name, std::move(values));
+  }
   return table;
 }
 
@@ -72,10 +74,12 @@ logical parse_logical(const char* name, const std::string& value) {
   std::string lower = value;
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  if (std::find(true_texts.begin(), true_texts.end(), lower) != true_texts.end())
+  if (std::find(true_texts.begin(), true_texts.end(), lower) != true_texts.end()) {
     return 1;
-  if (std::find(false_texts.begin(), false_texts.end(), lower) != false_texts.end())
+  }
+  if (std::find(false_texts.begin(), false_texts.end(), lower) != false_texts.end()) {
     return 0;
+  }
   refuse(PREF_value_not_logical, std::string(name) + " is \"" + value + "\"");
 }
 

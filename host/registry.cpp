@@ -126,8 +126,9 @@ const char* name_of(Kind kind) {
 
 bool find_kind(const std::string& name, Kind* kind) {
   const auto found = std::find(kind_names.begin(), kind_names.end(), name);
-  if (found == kind_names.end())
+  if (found == kind_names.end()) {
     return false;
+  }
   *kind = static_cast<Kind>(found - kind_names.begin());
   return true;
 }
@@ -230,8 +231,9 @@ std::string error_text(int status) {
   const auto* found =
       std::find_if(std::begin(error_texts), std::end(error_texts),
                    [status](const ErrorText& entry) { return entry.status == status; });
-  if (found != std::end(error_texts))
+  if (found != std::end(error_texts)) {
     return found->text;
+  }
   return "Unknown error code " + std::to_string(status);
 }
 

@@ -29,13 +29,15 @@ std::vector<tag> find_relations(tag primary, tag secondary, tag relation_type, t
                                                 {"user_data", user_data}};
   Store::Criteria criteria;
   for (const auto& [attribute, object] : wanted) {
-    if (object == NULLTAG)
+    if (object == NULLTAG) {
       continue;
+    }
     store().state(object);  // says what is wrong with the tag
     criteria.emplace_back(attribute, object);
   }
-  if (relation_type != NULLTAG)
+  if (relation_type != NULLTAG) {
     require_relation_type(relation_type);
+  }
   std::vector<tag> relations = store().find("Relation", criteria);
   const std::vector<tag> unsaved = store().find_new("Relation", criteria);
   relations.insert(relations.end(), unsaved.begin(), unsaved.end());
@@ -52,8 +54,9 @@ REL_record_s record_of(tag relation) {
 
 std::vector<REL_record_s> records_of(const std::vector<tag>& relations) {
   std::vector<REL_record_s> records;
-  for (const tag relation : relations)
+  for (const tag relation : relations) {
     records.push_back(record_of(relation));
+  }
   return records;
 }
 
@@ -74,8 +77,9 @@ int REL_find_relation_type(const char* name, tag* relation_type) {
   return operation("REL_find_relation_type", Needs::session, [&] {
     host::require_all(name, relation_type);
     const tag type = host::store().find_type(name);
-    if (type != NULLTAG && host::store().is_a(type, "RelationType"))
+    if (type != NULLTAG && host::store().is_a(type, "RelationType")) {
       *relation_type = type;
+    }
   });
 }
 
@@ -86,8 +90,9 @@ int REL_list_secondary_objects_only(tag primary, tag relation_type, int* count, 
     host::require_all(count, secondaries);
     host::require_object(primary);
     std::vector<tag> objects;
-    for (const tag relation : host::find_relations(primary, NULLTAG, relation_type, NULLTAG))
+    for (const tag relation : host::find_relations(primary, NULLTAG, relation_type, NULLTAG)) {
       objects.push_back(host::store().reference(relation, "secondary_object"));
+    }
     host::hand_out(objects, count, secondaries);
   });
 }
@@ -139,8 +144,9 @@ int REL_create_relation(tag primary, tag secondary, tag relation_type, tag user_
     host::Store& store = host::store();
     store.load(primary);
     store.load(secondary);
-    if (user_data != NULLTAG)
+    if (user_data != NULLTAG) {
       store.load(user_data);
+    }
     host::require_relation_type(relation_type);
     if (!host::find_relations(primary, secondary, relation_type, NULLTAG).empty()) {
       host::refuse(REL_exists,

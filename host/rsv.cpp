@@ -12,18 +12,21 @@ namespace {
 
 void refuse_replica(Store& store, tag object) {
   const tag owner = owning_site(store, object);
-  if (owner == find_site(store, local_site_number(store)))
+  if (owner == find_site(store, local_site_number(store))) {
     return;
+  }
   refuse(RSV_not_modifiable, "object " + std::to_string(object) + " is a replica of site " +
                                  store.text(owner, "site_name"));
 }
 
 void refuse_released(Store& store, tag object) {
-  if (!store.is_a(object, "WorkspaceObject"))
+  if (!store.is_a(object, "WorkspaceObject")) {
     return;
+  }
   const Values& statuses = store.values(object, "release_status_list");
-  if (statuses.empty())
+  if (statuses.empty()) {
     return;
+  }
   const tag latest = std::get<tag>(statuses.back());
   const std::string id = object_id_text(store, object);
   refuse(RSV_not_modifiable, id + " is frozen by its status " + store.text(latest, "name"));

@@ -39,8 +39,9 @@ auto at_place(const Node& node, const Action& action) {
                                                STORE_value_too_long, STORE_key_taken};
     const bool is_of_the_seed =
         std::count(std::begin(faults_of_a_seed), std::end(faults_of_a_seed), failure.status()) != 0;
-    if (!is_of_the_seed)
+    if (!is_of_the_seed) {
       throw;
+    }
     node.refuse(error_text(failure.status()) + ": " + failure.detail());
   }
 }
@@ -53,31 +54,43 @@ class Seeder {
   void take(const Node& root) {
     root.allow_only({"site", "groups", "roles", "users", "classes", "types", "relation_types",
                      "preferences", "sites", "items", "relations", "access_rules"});
-    for (const Node& group : root.items_of("groups"))
+    for (const Node& group : root.items_of("groups")) {
       take_named(group, "Group", "group");
-    for (const Node& role : root.items_of("roles"))
+    }
+    for (const Node& role : root.items_of("roles")) {
       take_named(role, "Role", "role");
-    for (const Node& user : root.items_of("users"))
+    }
+    for (const Node& user : root.items_of("users")) {
       take_user(user);
-    for (const Node& type : root.items_of("classes"))
+    }
+    for (const Node& type : root.items_of("classes")) {
       take_class(type);
-    for (const Node& type : root.items_of("types"))
+    }
+    for (const Node& type : root.items_of("types")) {
       take_type(type);
-    for (const Node& type : root.items_of("relation_types"))
+    }
+    for (const Node& type : root.items_of("relation_types")) {
       take_relation_type(type);
-    if (const auto preferences = root.find("preferences"))
+    }
+    if (const auto preferences = root.find("preferences")) {
       take_preferences(*preferences);
+    }
     // After the users, since it names one, and before the items, since it names their owner.
-    if (const auto settings = root.find("site"))
+    if (const auto settings = root.find("site")) {
       take_site(*settings);
-    for (const Node& site : root.items_of("sites"))
+    }
+    for (const Node& site : root.items_of("sites")) {
       take_other_site(site);
-    for (const Node& item : root.items_of("items"))
+    }
+    for (const Node& item : root.items_of("items")) {
       take_item(item);
-    for (const Node& relation : root.items_of("relations"))
+    }
+    for (const Node& relation : root.items_of("relations")) {
       take_relation(relation);
-    if (const auto rules = root.find("access_rules"))
+    }
+    if (const auto rules = root.find("access_rules")) {
       take_access_rules(rules->items());
+    }
   }
 
  private:
@@ -98,8 +111,9 @@ class Seeder {
 
   void put(const Node& node, tag object, const char* attribute, const Scalar& value) {
     at_place(node, [&] {
-      if (store_.has_value(object, attribute, value))
+      if (store_.has_value(object, attribute, value)) {
         return;
+      }
       const LockGuard lock(store_, object);
       store_.set(object, attribute, value);
       store_.save(object);
@@ -108,8 +122,9 @@ class Seeder {
 
   void put_list(const Node& node, tag object, const char* attribute, const Values& values) {
     at_place(node, [&] {
-      if (store_.values(object, attribute) == values)
+      if (store_.values(object, attribute) == values) {
         return;
+      }
       const LockGuard lock(store_, object);
       store_.set_values(object, attribute, values);
       store_.save(object);
@@ -122,16 +137,18 @@ class Seeder {
   }
 
   void put_text(const Node& owner, const char* member, tag object, const char* attribute) {
-    if (const auto node = owner.find(member))
+    if (const auto node = owner.find(member)) {
       put(*node, object, attribute, node->text());
+    }
   }
 
   /** An object that the seed names and that must exist. */
   tag find(const Node& node, const char* class_name, const char* attribute, const char* what) {
     const std::string name = node.name();
     const tag found = store_.find_one(class_name, {{attribute, name}});
-    if (found == NULLTAG)
+    if (found == NULLTAG) {
       node.refuse(std::string("there is no ") + what + " \"" + name + "\"");
+    }
     return found;
   }
   tag find_group(const Node& node) { return find(node, "Group", "group_name", "group"); }
@@ -144,12 +161,14 @@ class Seeder {
 
   /** A group or role: a name, or an object with a name and a description. */
   void take_named(const Node& node, const char* class_name, const std::string& prefix) {
-    if (!node.is_text())
+    if (!node.is_text()) {
       node.allow_only({"name", "description"});
+    }
     const Node name = node.is_text() ? node : node.at("name");
     const tag object = ensure(name, class_name, {{prefix + "_name", name.name()}});
-    if (!node.is_text())
+    if (!node.is_text()) {
       put_text(node, "description", object, (prefix + "_desc").c_str());
+    }
   }
 
   void take_user(const Node& node) {
@@ -157,25 +176,29 @@ class Seeder {
     const Node id = node.at("id");
     const bool is_new = store_.find_one("User", {{"user_id", id.name()}}) == NULLTAG;
     const tag user = ensure(id, "User", {{"user_id", id.name()}});
-    if (is_new && !node.find("name"))
+    if (is_new && !node.find("name")) {
       put(id, user, "user_name", id.name());
+    }
     put_text(node, "name", user, "user_name");
-    if (const auto password = node.find("password"))
+    if (const auto password = node.find("password")) {
       take_password(*password, user);
+    }
     if (const auto flag = node.find("administrator")) {
       put(*flag, user, "is_administrator", flag->logical_value());
     }
     for (const Node& membership : node.items_of("memberships")) {
       take_membership(membership, user);
     }
-    if (const auto group = node.find("default_group"))
+    if (const auto group = node.find("default_group")) {
       take_default_group(*group, user);
+    }
   }
 
   void take_password(const Node& node, tag user) {
     const std::string password = node.text();
-    if (password.empty())
+    if (password.empty()) {
       node.refuse("must not be empty");
+    }
     if (!is_password(site_.database(), user, password)) {
       store_password(site_.database(), user, password);
     }
@@ -207,16 +230,18 @@ class Seeder {
     const Node name = node.at("name");
     const Node parent_name = node.at("parent");
     const Class* parent = store_.find_class(parent_name.name());
-    if (parent == nullptr)
+    if (parent == nullptr) {
       parent_name.refuse("there is no class \"" + parent_name.text() + "\"");
+    }
     const Class* type = store_.find_class(name.name());
     if (type == nullptr) {
       type = &store_.define_class(name.name(), *parent);
     } else if (type->parent != parent) {
       parent_name.refuse("the class exists with another parent");
     }
-    for (const Node& attribute : node.items_of("attributes"))
+    for (const Node& attribute : node.items_of("attributes")) {
       take_attribute(attribute, *type);
+    }
   }
 
   void take_attribute(const Node& node, const Class& owner) {
@@ -226,10 +251,12 @@ class Seeder {
     if (!find_kind(kind.text(), &wanted.kind)) {
       kind.refuse("expected text, integer, real, logical, date or reference");
     }
-    if (const auto list = node.find("list"))
+    if (const auto list = node.find("list")) {
       wanted.list = list->logical_value();
-    if (wanted.kind == Kind::text)
+    }
+    if (wanted.kind == Kind::text) {
       wanted.max_length = node.at("length").number_up_to(max_text_length);
+    }
     const Attribute* known = owner.find_attribute(wanted.name);
     if (known == nullptr) {
       at_place(node, [&] { store_.define_attribute(owner, wanted); });
@@ -262,18 +289,21 @@ class Seeder {
   }
 
   void take_relation_type(const Node& node) {
-    if (!node.is_text())
+    if (!node.is_text()) {
       node.allow_only({"name"});
+    }
     const Node name = node.is_text() ? node : node.at("name");
     ensure(name, "RelationType", {{"type_name", name.name()}});
   }
 
   void take_site(const Node& node) {
     node.allow_only({"id", "name", "automatic_login"});
-    if (const auto id = node.find("id"))
+    if (const auto id = node.find("id")) {
       store_.set_setting("site_id", std::to_string(id->number_up_to(max_site_number)));
-    if (const auto name = node.find("name"))
+    }
+    if (const auto name = node.find("name")) {
       store_.set_setting("site_name", name->text());
+    }
     if (const int number = local_site_number(store_); number != 0) {
       const tag site = ensure(node, "Site", {{"site_id", number}});
       put(node, site, "site_name", store_.setting("site_name").value_or(""));
@@ -288,20 +318,23 @@ class Seeder {
     node.allow_only({"id", "name"});
     const Node id = node.at("id");
     const int number = id.number_up_to(max_site_number);
-    if (number == local_site_number(store_))
+    if (number == local_site_number(store_)) {
       id.refuse("is the number of the local site");
+    }
     const tag site = ensure(id, "Site", {{"site_id", number}});
     put(node, site, "site_name", node.at("name").name());
   }
 
   void take_preferences(const Node& node) {
     for (const auto& [name, value] : node.members()) {
-      if (name.empty())
+      if (name.empty()) {
         value.refuse("a preference needs a name");
+      }
       PreferenceValues values;
       if (value.is_list()) {
-        for (const Node& item : value.items())
+        for (const Node& item : value.items()) {
           values.push_back(preference_value(item));
+        }
       } else {
         values.push_back(preference_value(value));
       }
@@ -310,10 +343,12 @@ class Seeder {
   }
 
   std::string preference_value(const Node& node) {
-    if (node.is_text())
+    if (node.is_text()) {
       return node.text();
-    if (node.is_logical())
+    }
+    if (node.is_logical()) {
       return node.logical_value() ? "true" : "false";
+    }
     if (!node.is_object()) {
       node.refuse_kind("a string, true or false, {\"file\": path} or an array of these");
     }
@@ -333,8 +368,9 @@ class Seeder {
       put(*group, object, "owning_group", find_group(*group));
     } else if (store_.reference(object, "owning_group") == NULLTAG) {
       const tag owner = store_.reference(object, "owning_user");
-      if (owner == NULLTAG)
+      if (owner == NULLTAG) {
         return;
+      }
       put(node, object, "owning_group", store_.reference(owner, "default_group"));
     }
   }
@@ -347,11 +383,13 @@ class Seeder {
   /** Type of a workspace object: the one that the seed names, or the class's own. */
   tag type_of(const Node& node, const char* class_name) {
     const auto named = node.find("type");
-    if (!named)
+    if (!named) {
       return store_.find_type(class_name);
+    }
     const tag type = find_type(*named);
-    if (!is_stored_in(store_, type, class_name))
+    if (!is_stored_in(store_, type, class_name)) {
       named->refuse(std::string("expected a type of class ") + class_name);
+    }
     return type;
   }
 
@@ -364,8 +402,9 @@ class Seeder {
       object = make(node, store_.text(type, "type_class"), key);
     } else if (const auto named = node.find("type")) {
       const std::string& held = store_.text(object, "object_type");
-      if (held != type_name)
+      if (held != type_name) {
         named->refuse("the object exists with type \"" + held + "\"");
+      }
     }
     put_text(node, "name", object, "object_name");
     put_text(node, "description", object, "object_desc");
@@ -379,8 +418,9 @@ class Seeder {
   /** The list becomes that of the seed; statuses that stay in their place are kept. */
   void take_statuses(const Node& owner, tag object) {
     const auto list = owner.find("statuses");
-    if (!list)
+    if (!list) {
       return;
+    }
     const Values held = store_.values(object, "release_status_list");
     Values wanted;
     for (const Node& node : list->items()) {
@@ -389,15 +429,17 @@ class Seeder {
     }
     put_list(*list, object, "release_status_list", wanted);
     for (const Scalar& status : held) {
-      if (std::find(wanted.begin(), wanted.end(), status) == wanted.end())
+      if (std::find(wanted.begin(), wanted.end(), status) == wanted.end()) {
         remove(std::get<tag>(status));
+      }
     }
   }
 
   /** A name, or an object with a name and a date. */
   tag take_status(const Node& node, tag held) {
-    if (!node.is_text())
+    if (!node.is_text()) {
       node.allow_only({"name", "date"});
+    }
     const std::string name = node.is_text() ? node.name() : node.at("name").name();
     const bool is_held = held != NULLTAG && store_.text(held, "name") == name;
     const tag status = is_held ? held
@@ -406,8 +448,9 @@ class Seeder {
                                        {"object_name", name},
                                        {"object_type", std::string("ReleaseStatus")}});
     if (!node.is_text()) {
-      if (const auto date = node.find("date"))
+      if (const auto date = node.find("date")) {
         put(*date, status, "date_released", date->date());
+      }
     }
     return status;
   }
@@ -418,23 +461,28 @@ class Seeder {
     const auto since = node.find("checked_out_since");
     if (user) {
       put(*user, object, "checked_out_user", user->is_null() ? NULLTAG : find_user(*user));
-      if (user->is_null())
+      if (user->is_null()) {
         put(*user, object, "checked_out_date", date_s{});
+      }
     }
-    if (!since)
+    if (!since) {
       return;
-    if (store_.reference(object, "checked_out_user") == NULLTAG)
+    }
+    if (store_.reference(object, "checked_out_user") == NULLTAG) {
       since->refuse("the object is not checked out");
+    }
     put(*since, object, "checked_out_date", since->date());
   }
 
   void take_owning_site(const Node& node, tag object) {
     const auto owner = node.find("owning_site");
-    if (!owner)
+    if (!owner) {
       return;
+    }
     const tag site = find_site(store_, owner->number_up_to(max_site_number));
-    if (site == NULLTAG)
+    if (site == NULLTAG) {
       owner->refuse("there is no site of this number");
+    }
     put(*owner, object, "owning_site", site);
   }
 
@@ -444,8 +492,9 @@ class Seeder {
     node.at("name").name();
     const tag item =
         take_workspace_object(node, store_.find_one("Item", key), type_of(node, "Item"), key);
-    for (const Node& revision : node.items_of("revisions"))
+    for (const Node& revision : node.items_of("revisions")) {
       take_revision(revision, item);
+    }
   }
 
   void take_revision(const Node& node, tag item) {
@@ -457,8 +506,9 @@ class Seeder {
     if (store_.text(revision, "object_name").empty()) {
       put(node, revision, "object_name", store_.text(item, "object_name"));
     }
-    for (const Node& dataset : node.items_of("datasets"))
+    for (const Node& dataset : node.items_of("datasets")) {
       take_dataset(dataset, revision);
+    }
   }
 
   void take_dataset(const Node& node, tag revision) {
@@ -505,8 +555,9 @@ class Seeder {
     const tag item = find(node.at("item"), "Item", "item_id", "item");
     const auto revision_id = node.find("revision");
     if (!revision_id) {
-      if (const auto dataset = node.find("dataset"))
+      if (const auto dataset = node.find("dataset")) {
         dataset->refuse("needs a \"revision\"");
+      }
       return item;
     }
     const tag revision = find_revision(store_, item, revision_id->name());
@@ -514,8 +565,9 @@ class Seeder {
       revision_id->refuse("the item has no revision \"" + revision_id->text() + "\"");
     }
     const auto dataset_name = node.find("dataset");
-    if (!dataset_name)
+    if (!dataset_name) {
       return revision;
+    }
     const tag dataset = find_dataset(revision, dataset_name->name());
     if (dataset == NULLTAG) {
       dataset_name->refuse("the revision has no dataset \"" + dataset_name->text() + "\"");
@@ -527,19 +579,22 @@ class Seeder {
   void take_access_rules(const std::vector<Node>& nodes) {
     const int count = static_cast<int>(nodes.size());
     for (const tag rule : store_.find("AccessRule")) {
-      if (store_.integer(rule, "rule_number") > count)
+      if (store_.integer(rule, "rule_number") > count) {
         remove(rule);
+      }
     }
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
       take_access_rule(nodes[static_cast<std::size_t>(i)], i + 1);
+    }
   }
 
   void take_access_rule(const Node& node, int number) {
     node.allow_only({"grant", "deny", "to", "on"});
     const auto grant = node.find("grant");
     const auto deny = node.find("deny");
-    if (grant.has_value() == deny.has_value())
+    if (grant.has_value() == deny.has_value()) {
       node.refuse("expected either \"grant\" or \"deny\"");
+    }
     const tag rule = ensure(node, "AccessRule", {{"rule_number", number}});
     put(node, rule, "grants", grant.has_value());
     put_list(node, rule, "privileges", privileges_of(grant ? *grant : *deny));
@@ -550,12 +605,14 @@ class Seeder {
   static Values privileges_of(const Node& node) {
     Values privileges;
     for (const Node& item : node.items()) {
-      if (!is_privilege(item.text()))
+      if (!is_privilege(item.text())) {
         item.refuse("there is no privilege \"" + item.text() + "\"");
+      }
       privileges.push_back(item.text());
     }
-    if (privileges.empty())
+    if (privileges.empty()) {
       node.refuse("expected at least one privilege");
+    }
     return privileges;
   }
 
@@ -565,8 +622,9 @@ class Seeder {
     tag accessor = NULLTAG;
     if (node.is_text()) {
       kind = node.text();
-      if (std::count(unnamed_accessor_kinds.begin(), unnamed_accessor_kinds.end(), kind) == 0)
+      if (std::count(unnamed_accessor_kinds.begin(), unnamed_accessor_kinds.end(), kind) == 0) {
         node.refuse("expected owner, owning_group, world or an object");
+      }
     } else {
       const Node named = only_member(node, {"user", "group", "role"}, &kind);
       accessor = kind == "user"    ? find_user(named)
@@ -585,8 +643,9 @@ class Seeder {
     if (const auto named = node.find("class")) {
       node.allow_only({"class"});
       class_name = named->name();
-      if (store_.find_class(class_name) == nullptr)
+      if (store_.find_class(class_name) == nullptr) {
         named->refuse("there is no class \"" + class_name + "\"");
+      }
     } else if (const auto typed = node.find("type")) {
       node.allow_only({"type"});
       type = find_type(*typed);
@@ -603,8 +662,9 @@ class Seeder {
                           std::string* name) {
     node.allow_only(names);
     const auto members = node.members();
-    if (members.size() != 1)
+    if (members.size() != 1) {
       node.refuse("expected one member");
+    }
     *name = members.front().first;
     return members.front().second;
   }
@@ -642,10 +702,12 @@ void seed(Site& site, const std::string& json, const std::filesystem::path& fold
     site.reload_store();  // memory holds what the file has just undone
     throw;
   }
-  if (!site.session)
+  if (!site.session) {
     return;
-  if (site.session->preferences)
+  }
+  if (site.session->preferences) {
     site.session->preferences = read_preferences(site.database());
+  }
   site.session->access_rules.reset();
 }
 

@@ -36,33 +36,39 @@ class Node {
   bool is_object() const { return value_->is_object(); }
 
   std::string text() const {
-    if (!is_text())
+    if (!is_text()) {
       refuse_kind("a string");
+    }
     const std::string found = value_->get<std::string>();
-    if (found.find('\0') != std::string::npos)
+    if (found.find('\0') != std::string::npos) {
       refuse("must not contain a NUL character");
+    }
     return found;
   }
 
   std::string name() const {
     const std::string found = text();
-    if (found.empty())
+    if (found.empty()) {
       refuse("must not be empty");
+    }
     return found;
   }
 
   bool logical_value() const {
-    if (!is_logical())
+    if (!is_logical()) {
       refuse_kind("true or false");
+    }
     return value_->get<bool>();
   }
 
   int number_up_to(int limit) const {
-    if (!value_->is_number_integer())
+    if (!value_->is_number_integer()) {
       refuse_kind("a whole number");
+    }
     const auto number = value_->get<std::int64_t>();
-    if (number < 1 || number > limit)
+    if (number < 1 || number > limit) {
       refuse("expected a number from 1 to " + std::to_string(limit));
+    }
     return static_cast<int>(number);
   }
 
@@ -72,14 +78,16 @@ class Node {
     constexpr std::size_t day_length = 10;
     const std::string whole = found.size() == day_length ? found + " 00:00:00" : found;
     const date_s parsed = parse_date(whole);
-    if (date_text(parsed) != whole || !is_date(parsed))
+    if (date_text(parsed) != whole || !is_date(parsed)) {
       refuse("expected a date such as \"2026-03-31 12:00:00\"");
+    }
     return parsed;
   }
 
   std::vector<Node> items() const {
-    if (!is_list())
+    if (!is_list()) {
       refuse_kind("an array");
+    }
     std::vector<Node> nodes;
     for (std::size_t i = 0; i < value_->size(); ++i) {
       nodes.emplace_back((*value_)[i], place_ + "/" + std::to_string(i));
@@ -89,8 +97,9 @@ class Node {
 
   /** Names and values of an object. */
   std::vector<std::pair<std::string, Node>> members() const {
-    if (!is_object())
+    if (!is_object()) {
       refuse_kind("an object");
+    }
     std::vector<std::pair<std::string, Node>> nodes;
     for (const auto& [key, value] : value_->items()) {
       nodes.emplace_back(key, Node(value, place_ + "/" + escaped(key)));
@@ -111,17 +120,20 @@ class Node {
 
   Node at(const char* key) const {
     const std::optional<Node> found = find(key);
-    if (!found)
+    if (!found) {
       refuse(std::string("expected a member \"") + key + "\"");
+    }
     return *found;
   }
 
   std::optional<Node> find(const char* key) const {
-    if (!is_object())
+    if (!is_object()) {
       refuse_kind("an object");
+    }
     const auto found = value_->find(key);
-    if (found == value_->end())
+    if (found == value_->end()) {
       return std::nullopt;
+    }
     return Node(*found, place_ + "/" + key);
   }
 

@@ -55,8 +55,9 @@ Site* open_site() {
 }
 
 Site& site() {
-  if (!current())
+  if (!current()) {
     refuse(ORK_site_not_available, "no site is open");
+  }
   return *current();
 }
 
@@ -71,8 +72,9 @@ void close_site() {
 
 Session& session() {
   Site* opened = open_site();
-  if (opened == nullptr || !opened->session)
+  if (opened == nullptr || !opened->session) {
     refuse(ORK_not_logged_in);
+  }
   return *opened->session;
 }
 

@@ -34,8 +34,9 @@ Database::Database(const std::string& path) : path_(path) {
 }
 
 void Database::check(int result) const {
-  if (result == SQLITE_OK)
+  if (result == SQLITE_OK) {
     return;
+  }
   const char* text = connection_ ? sqlite3_errmsg(connection_.get()) : sqlite3_errstr(result);
   refuse(ORK_site_not_available, path_ + ": " + text);
 }
@@ -46,8 +47,9 @@ void Database::execute(const char* sql) {
 
 Database::StatementHandle Database::take_statement(std::string_view sql) {
   const auto found = statements_.find(sql);
-  if (found != statements_.end() && found->second)
+  if (found != statements_.end() && found->second) {
     return std::move(found->second);
+  }
   sqlite3_stmt* statement = nullptr;
   check(sqlite3_prepare_v3(connection_.get(), sql.data(), static_cast<int>(sql.size()),
                            SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
@@ -90,10 +92,12 @@ void Query::bind(std::string_view value) {
 
 bool Query::next() {
   const int result = sqlite3_step(statement_.get());
-  if (result == SQLITE_ROW)
+  if (result == SQLITE_ROW) {
     return true;
-  if (result != SQLITE_DONE)
+  }
+  if (result != SQLITE_DONE) {
     database_.check(result);
+  }
   return false;
 }
 
@@ -111,8 +115,9 @@ double Query::real(int column) const {
 
 std::string Query::text(int column) const {
   const unsigned char* text = sqlite3_column_text(statement_.get(), column);
-  if (text == nullptr)
+  if (text == nullptr) {
     return {};
+  }
   const int size = sqlite3_column_bytes(statement_.get(), column);
   return {reinterpret_cast<const char*>(text), static_cast<std::size_t>(size)};
 }
@@ -124,8 +129,9 @@ WildcardPattern::WildcardPattern(std::string_view pattern) {
     } else if (letter == '?') {
       like_ += '_';
     } else {
-      if (letter == '%' || letter == '_' || letter == like_escape)
+      if (letter == '%' || letter == '_' || letter == like_escape) {
         like_ += like_escape;
+      }
       like_ += letter;
     }
   }
@@ -144,12 +150,14 @@ Transaction::Transaction(Database& database) : database_(database) {
 }
 
 Transaction::~Transaction() {
-  if (done_)
+  if (done_) {
     return;
+  }
   --database_.transaction_depth_;
   database_.transaction_failed_ = true;
-  if (database_.transaction_depth_ > 0)
+  if (database_.transaction_depth_ > 0) {
     return;
+  }
   try {
     run(database_, "ROLLBACK");
   } catch (const std::exception&) {
@@ -161,8 +169,9 @@ void Transaction::commit() {
   if (database_.transaction_failed_) {
     refuse(ORK_internal_error, "a part of the transaction failed");
   }
-  if (database_.transaction_depth_ == 1)
+  if (database_.transaction_depth_ == 1) {
     run(database_, "COMMIT");
+  }
   --database_.transaction_depth_;
   done_ = true;
 }

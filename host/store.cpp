@@ -78,8 +78,9 @@ int STORE_who_locked_instance(tag object, char** user_id, date_s* login_date, ch
   return operation("STORE_who_locked_instance", Needs::session, [&] {
     host::require_all(user_id, node_name, login_date);
     const auto holder = host::store().lock_holder(object);
-    if (!holder)
+    if (!holder) {
       return;
+    }
     host::HandedOut<char> user(host::hand_out(holder->user_id));
     *node_name = host::hand_out(holder->node);
     *user_id = user.release();
@@ -131,8 +132,9 @@ int STORE_describe_class(tag class_id, int, const char*, char** application, int
     host::require_all(application, descriptor, count, attributes);
     const host::Class& described = host::store().class_with_id(class_id);
     std::vector<tag> own;
-    for (const auto& attribute : described.own)
+    for (const auto& attribute : described.own) {
       own.push_back(attribute->id);
+    }
     host::HandedOut<char> name(host::hand_out(described.is_built_in ? "ORK" : "SITE"));
     host::hand_out(own, count, attributes);
     *application = name.release();

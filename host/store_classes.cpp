@@ -50,8 +50,9 @@ std::int64_t single_number(Database& database, const char* sql) {
 
 bool Class::is_a(const Class& ancestor) const {
   for (const Class* type = this; type != nullptr; type = type->parent) {
-    if (type == &ancestor)
+    if (type == &ancestor) {
       return true;
+    }
   }
   return false;
 }
@@ -69,8 +70,9 @@ Store::Store(Database& database)
   Query locks(database_,
               "SELECT instance FROM lock WHERE node = ? AND process_id = ? AND process_start = ?",
               node_, process_.id, process_.start);
-  while (locks.next())
+  while (locks.next()) {
     instances_[static_cast<tag>(locks.integer(0))].locked = true;
+  }
 }
 
 void Store::create_tables() {
@@ -101,8 +103,9 @@ void Store::create_tables() {
 }
 
 void Store::complete_built_ins() {
-  if (!add_missing_classes(false) && !add_missing_types(false))
+  if (!add_missing_classes(false) && !add_missing_types(false)) {
     return;
+  }
   Transaction transaction(database_);
   load_classes();
   add_missing_classes(true);
@@ -114,19 +117,22 @@ bool Store::add_missing_classes(bool write) {
   bool missing = false;
   for (const ClassDefinition& definition : built_in_classes()) {
     const auto found = class_by_name_.find(definition.name);
-    if (found == class_by_name_.end() && !write)
+    if (found == class_by_name_.end() && !write) {
       return true;
+    }
     const auto parent = class_by_name_.find(definition.parent);
     Class& type = found != class_by_name_.end()
                       ? *found->second
                       : add_class(0, definition.name,
                                   parent != class_by_name_.end() ? parent->second : nullptr);
     for (const AttributeDefinition& attribute : definition.attributes) {
-      if (type.find_attribute(attribute.name) != nullptr)
+      if (type.find_attribute(attribute.name) != nullptr) {
         continue;
+      }
       missing = true;
-      if (write)
+      if (write) {
         define_attribute(type, attribute);
+      }
     }
   }
   return missing;
@@ -135,11 +141,13 @@ bool Store::add_missing_classes(bool write) {
 bool Store::add_missing_types(bool write) {
   bool missing = false;
   for (const TypeDefinition& definition : built_in_types()) {
-    if (find_one("Type", {{"type_name", std::string(definition.name)}}) != NULLTAG)
+    if (find_one("Type", {{"type_name", std::string(definition.name)}}) != NULLTAG) {
       continue;
+    }
     missing = true;
-    if (!write)
+    if (!write) {
       break;
+    }
     const tag type = create(class_named(definition.class_of_type));
     set(type, "type_name", std::string(definition.name));
     set(type, "type_class", std::string(definition.class_of_objects));
@@ -153,8 +161,9 @@ void Store::load_classes() {
   Query classes(database_, "SELECT id, name, parent FROM class ORDER BY id");
   while (classes.next()) {
     const auto id = static_cast<std::uint32_t>(classes.integer(0));
-    if (classes_.contains(id))
+    if (classes_.contains(id)) {
       continue;
+    }
     const auto parent = classes_.find(static_cast<std::uint32_t>(classes.integer(2)));
     add_class(id, classes.text(1), parent == classes_.end() ? nullptr : parent->second.get());
   }
@@ -162,8 +171,9 @@ void Store::load_classes() {
                    "SELECT id, class, name, kind, list, max_length FROM attribute ORDER BY id");
   while (attributes.next()) {
     const auto owner = classes_.find(static_cast<std::uint32_t>(attributes.integer(1)));
-    if (owner == classes_.end())
+    if (owner == classes_.end()) {
       continue;  // another process has just defined it
+    }
     auto attribute = std::make_unique<Attribute>();
     attribute->id = static_cast<std::uint32_t>(attributes.integer(0));
     attribute->name = attributes.text(2);
@@ -215,8 +225,9 @@ Class& Store::add_class(std::uint32_t id, const std::string& name, const Class* 
 /** The new slot is the last one of each class, so that loaded instances keep theirs. */
 void Store::add_attribute(Class& owner, std::unique_ptr<Attribute> attribute) {
   for (const auto& [id, type] : classes_) {
-    if (!type->is_a(owner))
+    if (!type->is_a(owner)) {
       continue;
+    }
     type->slot_by_name.emplace(attribute->name, type->slots.size());
     type->slots.push_back(attribute.get());
   }
@@ -234,24 +245,28 @@ const Class* Store::find_class(const std::string& name) {
 
 const Class& Store::class_named(const std::string& name) {
   const Class* type = find_class(name);
-  if (type == nullptr)
+  if (type == nullptr) {
     refuse(STORE_unknown_class, name);
+  }
   return *type;
 }
 
 const Class& Store::class_with_id(std::uint32_t id) {
-  if (!classes_.contains(id))
+  if (!classes_.contains(id)) {
     load_classes();
+  }
   const auto found = classes_.find(id);
-  if (found == classes_.end())
+  if (found == classes_.end()) {
     refuse(STORE_unknown_class, std::to_string(id));
+  }
   return *found->second;
 }
 
 std::vector<const Class*> Store::classes() const {
   std::vector<const Class*> all;
-  for (const auto& [id, type] : classes_)
+  for (const auto& [id, type] : classes_) {
     all.push_back(type.get());
+  }
   std::sort(all.begin(), all.end(),
             [](const Class* left, const Class* right) { return left->id < right->id; });
   return all;
@@ -297,8 +312,9 @@ std::uint32_t Store::next_number() {
 
 std::optional<std::string> Store::setting(const std::string& name) {
   Query query(database_, "SELECT value FROM meta WHERE name = ?", name);
-  if (!query.next())
+  if (!query.next()) {
     return std::nullopt;
+  }
   return query.text(0);
 }
 

@@ -18,18 +18,22 @@ std::string object_text(tag object) {
 
 /** A part of a key, as a refusal names it. */
 std::string key_text(const Scalar& value) {
-  if (const auto* text = std::get_if<std::string>(&value))
+  if (const auto* text = std::get_if<std::string>(&value)) {
     return *text;
-  if (const auto* number = std::get_if<int>(&value))
+  }
+  if (const auto* number = std::get_if<int>(&value)) {
     return std::to_string(*number);
+  }
   return object_text(std::get<tag>(value));
 }
 
 bool is_no_value(const Scalar& value) {
-  if (const auto* reference = std::get_if<tag>(&value))
+  if (const auto* reference = std::get_if<tag>(&value)) {
     return *reference == NULLTAG;
-  if (const auto* date = std::get_if<date_s>(&value))
+  }
+  if (const auto* date = std::get_if<date_s>(&value)) {
     return *date == date_s{};
+  }
   return false;
 }
 
@@ -86,8 +90,9 @@ Store::Instance& Store::loaded(tag object) {
     return found->second;
   }
   Instance fresh;
-  if (found != instances_.end())
+  if (found != instances_.end()) {
     fresh.locked = found->second.locked;
+  }
   read(object, fresh);
   return instances_.insert_or_assign(object, std::move(fresh)).first->second;
 }
@@ -99,10 +104,12 @@ void Store::read(tag object, Instance& instance) {
               "LEFT JOIN value v ON v.instance = i.tag WHERE i.tag = ? "
               "ORDER BY v.attribute, v.position",
               object);
-  if (!query.next())
+  if (!query.next()) {
     refuse(STORE_unknown_tag, std::to_string(object));
-  if (query.integer(2) != 0)
+  }
+  if (query.integer(2) != 0) {
     refuse(STORE_deleted_tag, object_text(object));
+  }
   const Class& type = class_with_id(static_cast<std::uint32_t>(query.integer(0)));
   Instance fresh;
   fresh.type = &type;
@@ -111,14 +118,17 @@ void Store::read(tag object, Instance& instance) {
   fresh.state = InstanceState::loaded;
   fresh.slots.resize(type.slots.size());
   std::unordered_map<std::int64_t, std::size_t> slot_by_id;
-  for (std::size_t i = 0; i < type.slots.size(); ++i)
+  for (std::size_t i = 0; i < type.slots.size(); ++i) {
     slot_by_id.emplace(type.slots[i]->id, i);
+  }
   do {
-    if (query.is_null(3))
+    if (query.is_null(3)) {
       break;  // no values at all
+    }
     const auto slot = slot_by_id.find(query.integer(3));
-    if (slot == slot_by_id.end())
+    if (slot == slot_by_id.end()) {
       continue;  // of an attribute that another process has just added
+    }
     fresh.slots[slot->second].values.push_back(
         read_value(query, 4, type.slots[slot->second]->kind));
   } while (query.next());
@@ -127,8 +137,9 @@ void Store::read(tag object, Instance& instance) {
 
 std::optional<std::int64_t> Store::saved_version(tag object) {
   Query query(database_, "SELECT version FROM instance WHERE tag = ? AND deleted = 0", object);
-  if (!query.next())
+  if (!query.next()) {
     return std::nullopt;
+  }
   return query.integer(0);
 }
 
@@ -149,8 +160,9 @@ tag Store::create(const Class& type) {
 tag Store::create(const Class& type, const Criteria& values) {
   const tag object = create(type);
   try {
-    for (const auto& [attribute, value] : values)
+    for (const auto& [attribute, value] : values) {
       set(object, attribute, value);
+    }
   } catch (...) {
     remove(object);
     throw;
@@ -160,8 +172,9 @@ tag Store::create(const Class& type, const Criteria& values) {
 
 void Store::unload(tag object) {
   Instance& instance = loaded(object);
-  if (instance.state == InstanceState::is_new || instance.changed)
+  if (instance.state == InstanceState::is_new || instance.changed) {
     return;
+  }
   if (instance.locked) {
     instance.state = InstanceState::not_loaded;
   } else {
@@ -178,8 +191,9 @@ InstanceState Store::state(tag object) {
   if (found != instances_.end() && found->second.state != InstanceState::not_loaded) {
     return found->second.state;
   }
-  if (!saved_version(object))
+  if (!saved_version(object)) {
     loaded(object);  // says what is wrong with the tag
+  }
   return InstanceState::not_loaded;
 }
 
@@ -188,8 +202,9 @@ void Store::save(tag object) {
   if (instance.state != InstanceState::is_new && !instance.locked) {
     refuse(STORE_not_locked, object_text(object));
   }
-  if (!instance.changed)
+  if (!instance.changed) {
     return;
+  }
   stamp(object, instance);
   Transaction transaction(database_);
   write(object, instance);
@@ -199,8 +214,9 @@ void Store::save(tag object) {
   instance.locked = true;
   instance.changed = false;
   ++instance.version;
-  for (Slot& slot : instance.slots)
+  for (Slot& slot : instance.slots) {
     slot.changed = false;
+  }
 }
 
 void Store::write(tag object, Instance& instance) {
@@ -214,8 +230,9 @@ void Store::write(tag object, Instance& instance) {
     run(database_, "UPDATE instance SET version = version + 1 WHERE tag = ?", object);
   }
   for (std::size_t i = 0; i < instance.slots.size(); ++i) {
-    if (!instance.slots[i].changed)
+    if (!instance.slots[i].changed) {
       continue;
+    }
     check_references(instance.slots[i]);
     write_slot(object, *instance.type->slots[i], instance.slots[i]);
   }
@@ -233,37 +250,43 @@ void Store::write_slot(tag object, const Attribute& attribute, const Slot& slot)
 }
 
 void Store::stamp(tag object, Instance& instance) {
-  if (instance.type->find_attribute("last_mod_date") == nullptr)
+  if (instance.type->find_attribute("last_mod_date") == nullptr) {
     return;
+  }
   set(object, "last_mod_date", os::local_time());
   set(object, "last_mod_user", identity_.user);
 }
 
 void Store::check_key(tag object, const Instance& instance) {
   const Class& type = *instance.type;
-  if (type.key_owner == nullptr)
+  if (type.key_owner == nullptr) {
     return;
+  }
   Criteria criteria;
   std::string text;
   for (const std::string& name : type.key) {
     const Values& key = values(object, name);
-    if (key.empty())
+    if (key.empty()) {
       return;
+    }
     criteria.emplace_back(name, key.front());
-    if (!text.empty())
+    if (!text.empty()) {
       text += ", ";
+    }
     text += key_text(key.front());
   }
   const tag other = find_one(type.key_owner->name, criteria);
-  if (other != NULLTAG && other != object)
+  if (other != NULLTAG && other != object) {
     refuse(type.key_taken, text);
+  }
 }
 
 void Store::check_references(const Slot& slot) {
   for (const Scalar& value : slot.values) {
     const auto* target = std::get_if<tag>(&value);
-    if (target == nullptr || *target == NULLTAG || saved_version(*target))
+    if (target == nullptr || *target == NULLTAG || saved_version(*target)) {
       continue;
+    }
     if (state(*target) == InstanceState::is_new) {
       refuse(STORE_refers_to_unsaved, object_text(*target));
     }
@@ -303,8 +326,9 @@ void Store::remove(tag object) {
 
 bool Store::has_unsaved_changes() const {
   for (const auto& [object, instance] : instances_) {
-    if (instance.changed)
+    if (instance.changed) {
       return true;
+    }
   }
   return false;
 }
@@ -313,13 +337,15 @@ void Store::save_all() {
   // Known objects may refer to new ones, and new ones to such as were made before them.
   std::vector<std::pair<bool, tag>> changed;
   for (const auto& [object, instance] : instances_) {
-    if (instance.changed)
+    if (instance.changed) {
       changed.emplace_back(instance.state != InstanceState::is_new, object);
+    }
   }
   std::sort(changed.begin(), changed.end());
   Transaction transaction(database_);
-  for (const auto& [is_known, object] : changed)
+  for (const auto& [is_known, object] : changed) {
     save(object);
+  }
   transaction.commit();
 }
 
@@ -330,11 +356,13 @@ Store::Slot& Store::slot_of(Instance& instance, const std::string& attribute,
   if (found == type.slot_by_name.end()) {
     refuse(STORE_unknown_attribute, type.name + " has no " + attribute);
   }
-  if (definition != nullptr)
+  if (definition != nullptr) {
     *definition = type.slots[found->second];
+  }
   // The class may have got attributes since the instance was loaded.
-  if (instance.slots.size() < type.slots.size())
+  if (instance.slots.size() < type.slots.size()) {
     instance.slots.resize(type.slots.size());
+  }
   return instance.slots[found->second];
 }
 
@@ -378,12 +406,14 @@ bool Store::has_value(tag object, const std::string& attribute, const Scalar& va
 void Store::set(tag object, const std::string& attribute, Scalar value) {
   const Attribute* definition = nullptr;
   slot_of(loaded(object), attribute, &definition);
-  if (definition->list)
+  if (definition->list) {
     refuse(STORE_wrong_value_type, attribute + " is a list");
+  }
   check_value(*definition, value);
   Values values;
-  if (!is_no_value(value))
+  if (!is_no_value(value)) {
     values.push_back(std::move(value));
+  }
   set_values(object, attribute, std::move(values));
 }
 
@@ -394,13 +424,15 @@ void Store::set_values(tag object, const std::string& attribute, Values values) 
   if (!definition->list && values.size() > 1) {
     refuse(STORE_wrong_value_type, attribute + " is not a list");
   }
-  for (const Scalar& value : values)
+  for (const Scalar& value : values) {
     check_value(*definition, value);
+  }
   if (instance.state != InstanceState::is_new && !instance.locked) {
     refuse(STORE_not_locked, object_text(object));
   }
-  if (slot.values == values)
+  if (slot.values == values) {
     return;
+  }
   slot.values = std::move(values);
   slot.changed = true;
   instance.changed = true;
@@ -419,8 +451,9 @@ std::vector<tag> Store::find(const std::string& class_name, const Criteria& crit
   Query query(database_, sql);
   for (const auto& [name, value] : criteria) {
     const Attribute* attribute = wanted.find_attribute(name);
-    if (attribute == nullptr)
+    if (attribute == nullptr) {
       refuse(STORE_unknown_attribute, wanted.name + " has no " + name);
+    }
     query.bind(attribute->id);
     bind_value(query, value);
   }
@@ -450,8 +483,9 @@ std::unordered_map<tag, Scalar> Store::saved_values(const std::string& class_nam
                                                     const std::string& attribute) {
   const Class& wanted = class_named(class_name);
   const Attribute* definition = wanted.find_attribute(attribute);
-  if (definition == nullptr)
+  if (definition == nullptr) {
     refuse(STORE_unknown_attribute, wanted.name + " has no " + attribute);
+  }
   Query query(database_, "SELECT instance, content FROM value WHERE attribute = ?", definition->id);
   std::unordered_map<tag, Scalar> values;
   while (query.next()) {
@@ -462,11 +496,13 @@ std::unordered_map<tag, Scalar> Store::saved_values(const std::string& class_nam
 
 tag Store::find_type(const std::string& name) {
   const auto known = type_by_name_.find(name);
-  if (known != type_by_name_.end())
+  if (known != type_by_name_.end()) {
     return known->second;
+  }
   const tag type = find_one("Type", {{"type_name", name}});
-  if (type != NULLTAG)
+  if (type != NULLTAG) {
     type_by_name_.emplace(name, type);
+  }
   return type;
 }
 

@@ -14,16 +14,18 @@ std::optional<LockHolder> Store::read_lock(tag object) {
   Query query(database_,
               "SELECT user_id, node, process_id, process_start, since FROM lock WHERE instance = ?",
               object);
-  if (!query.next())
+  if (!query.next()) {
     return std::nullopt;
+  }
   LockHolder holder;
   holder.user_id = query.text(0);
   holder.node = query.text(1);
   holder.process = {query.integer(2), query.integer(3)};
   holder.since = parse_date(query.text(4));
   // Of a process on another machine nothing is known, so its locks hold.
-  if (!is_own(holder) && holder.node == node_ && !os::is_running(holder.process))
+  if (!is_own(holder) && holder.node == node_ && !os::is_running(holder.process)) {
     return std::nullopt;
+  }
   return holder;
 }
 
@@ -41,16 +43,18 @@ std::optional<LockHolder> Store::lock_holder(tag object) {
 std::vector<tag> Store::locked_instances() {
   Query query(database_, "SELECT instance FROM lock ORDER BY instance");
   std::vector<tag> locked;
-  while (query.next())
+  while (query.next()) {
     locked.push_back(static_cast<tag>(query.integer(0)));
+  }
   std::erase_if(locked, [this](tag object) { return !read_lock(object); });
   return locked;
 }
 
 void Store::refuse_lock_of_other(tag object) {
   const std::optional<LockHolder> holder = read_lock(object);
-  if (!holder || is_own(*holder))
+  if (!holder || is_own(*holder)) {
     return;
+  }
   refuse(STORE_locked_by_other, "object " + std::to_string(object) + ", by user " +
                                     holder->user_id + " on " + holder->node + " since " +
                                     date_text(holder->since));
@@ -70,12 +74,14 @@ void Store::require_own_lock(tag object) {
 
 void Store::lock(tag object) {
   Instance& instance = loaded(object);
-  if (instance.state == InstanceState::is_new || instance.locked)
+  if (instance.state == InstanceState::is_new || instance.locked) {
     return;
+  }
   Transaction transaction(database_);
   refuse_lock_of_other(object);
-  if (saved_version(object) != instance.version)
+  if (saved_version(object) != instance.version) {
     read(object, instance);
+  }
   take_lock(object);
   transaction.commit();
   instance.locked = true;
@@ -87,8 +93,9 @@ void Store::refresh(tag object, bool for_change) {
     return;
   }
   Instance& instance = loaded(object);
-  if (instance.state == InstanceState::is_new)
+  if (instance.state == InstanceState::is_new) {
     return;
+  }
   if (instance.locked) {
     run(database_, "DELETE FROM lock WHERE instance = ?", object);
     instance.locked = false;
@@ -99,8 +106,9 @@ void Store::refresh(tag object, bool for_change) {
 void Store::release_locks() {
   run(database_, "DELETE FROM lock WHERE node = ? AND process_id = ? AND process_start = ?", node_,
       process_.id, process_.start);
-  for (auto& [object, instance] : instances_)
+  for (auto& [object, instance] : instances_) {
     instance.locked = false;
+  }
 }
 
 LockGuard::LockGuard(Store& store, tag object)
@@ -109,8 +117,9 @@ LockGuard::LockGuard(Store& store, tag object)
 }
 
 LockGuard::~LockGuard() {
-  if (!taken_)
+  if (!taken_) {
     return;
+  }
   try {
     store_.refresh(object_, false);
   } catch (const std::exception&) {

@@ -11,17 +11,20 @@ namespace host {
 namespace {
 
 void require_type(tag type) {
-  if (!store().is_a(type, "Type"))
+  if (!store().is_a(type, "Type")) {
     refuse(TYPE_not_a_type, "object " + std::to_string(type));
+  }
 }
 
 }  // namespace
 
 tag type_of(Store& store, tag object) {
-  if (store.is_a(object, "Relation"))
+  if (store.is_a(object, "Relation")) {
     return store.reference(object, "relation_type");
-  if (!store.is_a(object, "WorkspaceObject"))
+  }
+  if (!store.is_a(object, "WorkspaceObject")) {
     return NULLTAG;
+  }
   return store.find_type(store.text(object, "object_type"));
 }
 
@@ -31,8 +34,9 @@ bool is_stored_in(Store& store, tag type, const char* class_name) {
 }
 
 bool is_type_of(Store& store, tag type, tag ancestor) {
-  while (type != NULLTAG && type != ancestor)
+  while (type != NULLTAG && type != ancestor) {
     type = store.reference(type, "parent_type");
+  }
   return type != NULLTAG;
 }
 
@@ -46,10 +50,12 @@ int TYPE_find_type(const char* name, const char* class_name, tag* type) {
   return operation("TYPE_find_type", Needs::session, [&] {
     host::require_all(name, type);
     const tag found = host::store().find_type(name);
-    if (found == NULLTAG)
+    if (found == NULLTAG) {
       host::refuse(TYPE_unknown_type, name);
-    if (class_name != nullptr && host::store().text(found, "type_class") != class_name)
+    }
+    if (class_name != nullptr && host::store().text(found, "type_class") != class_name) {
       host::refuse(TYPE_unknown_type, std::string(name) + " of class " + class_name);
+    }
     *type = found;
   });
 }

@@ -37,11 +37,13 @@ class SavedTexts {
   std::string name(tag object) const { return text(names_, object); }
 
   std::string id(tag object) const {
-    if (item_ids_.contains(object))
+    if (item_ids_.contains(object)) {
       return item_text(text(item_ids_, object), name(object));
+    }
     const auto item = items_.find(object);
-    if (item == items_.end())
+    if (item == items_.end()) {
       return name(object);
+    }
     return revision_text(text(item_ids_, std::get<tag>(item->second)), text(revision_ids_, object),
                          name(object));
   }
@@ -66,10 +68,12 @@ std::vector<tag> find_by_text(Store& store, const std::string& pattern) {
   const WildcardPattern wanted(pattern);
   std::vector<tag> found;
   for (const tag object : store.find("WorkspaceObject")) {
-    if (statuses.contains(object))
+    if (statuses.contains(object)) {
       continue;
-    if (wanted.matches(texts.id(object)) || wanted.matches(texts.name(object)))
+    }
+    if (wanted.matches(texts.id(object)) || wanted.matches(texts.name(object))) {
       found.push_back(object);
+    }
   }
   return found;
 }
@@ -79,10 +83,12 @@ std::vector<tag> find_by_text(Store& store, const std::string& pattern) {
 std::string object_id_text(Store& store, tag object) {
   require_workspace_object(store, object);
   const std::string& name = store.text(object, "object_name");
-  if (store.is_a(object, "Item"))
+  if (store.is_a(object, "Item")) {
     return item_text(store.text(object, "item_id"), name);
-  if (!store.is_a(object, "ItemRevision"))
+  }
+  if (!store.is_a(object, "ItemRevision")) {
     return name;
+  }
   const tag item = store.reference(object, "item_tag");
   return revision_text(store.text(item, "item_id"), store.text(object, "item_revision_id"), name);
 }

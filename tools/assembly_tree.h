@@ -16,8 +16,9 @@ namespace tool {
 
 /** The first record of the tree that a record belongs to; null for null. */
 inline assy_entry* assembly_root(assy_entry* entry) {
-  if (entry == nullptr)
+  if (entry == nullptr) {
     return nullptr;
+  }
   while (entry->parent != nullptr || entry->prev != nullptr) {
     entry = entry->parent != nullptr ? entry->parent : entry->prev;
   }
@@ -29,12 +30,14 @@ inline void free_assembly(assy_entry* root) {
   // Each record's children go to the end of the chain of siblings, so one pass meets all records.
   assy_entry* last = root;
   for (assy_entry* entry = root; entry != nullptr;) {
-    while (last->next != nullptr)
+    while (last->next != nullptr) {
       last = last->next;
+    }
     last->next = entry->child;
     assy_entry* const next = entry->next;
-    if (last == entry)
+    if (last == entry) {
       last = next;
+    }
     std::free(entry);
     entry = next;
   }

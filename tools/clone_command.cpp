@@ -42,8 +42,9 @@ struct CloneOptions {
 class Progress {
  public:
   void step(const std::string& text) const {
-    if (is_shown_)
+    if (is_shown_) {
       std::fprintf(stderr, "%s ...\n", printable(text).c_str());
+    }
     stop_if_interrupted();
   }
 
@@ -83,18 +84,21 @@ void check_settings(const Session& session, const std::string& header_preference
   }
   for (const char* name : {"ZOLP_precloneactionfile", "ZOLP_postcloneactionsfile"}) {
     const std::string path = session.preference(name);
-    if (is_v16)
+    if (is_v16) {
       check_file_opens(path, "r", name);
+    }
   }
 }
 
 /** Reports a failure of the library: of its own (1), or of the platform. */
 void require(int status, const std::string& what, const std::string& cause_of_1,
              const std::string& advice_for_1) {
-  if (status == 0)
+  if (status == 0) {
     return;
-  if (status == 1)
+  }
+  if (status == 1) {
     throw Error("cannot write the " + what + ", " + cause_of_1, advice_for_1);
+  }
   throw Error("cannot write the " + what + " (" + platform_error_text(status) + ")",
               "see the call trace, set ZOLP_TRACE_LEVEL=4");
 }
@@ -135,8 +139,9 @@ class CloneRun {
     std::printf("%s (%zu CLONE, %zu RETAIN), %s, deepest level %d\n",
                 counted(statistics_.items, "item").c_str(), statistics_.clone, statistics_.retain,
                 counted(contents_.datasets, "dataset").c_str(), statistics_.deepest_level);
-    for (const std::string& file : files)
+    for (const std::string& file : files) {
       std::printf("wrote %s\n", file.c_str());
+    }
     if (contents_.level_jumps > 0) {
       std::printf(
           "note: %s over several levels, the first at %s; the reader climbs one level only\n",

@@ -12,8 +12,9 @@ std::string platform_error_text(int status) {
   const char** texts = nullptr;
   ERR_get_errors(&count, &severities, &codes, &texts);
   for (int i = count - 1; i >= 0; --i) {
-    if (codes[i] == status && texts[i] != nullptr)
+    if (codes[i] == status && texts[i] != nullptr) {
       return texts[i];
+    }
   }
   char* general_text = nullptr;
   ERR_get_error_text(status, &general_text);

@@ -34,13 +34,15 @@ bool is_section(const std::string& name) {
  */
 std::string take_site_file(std::vector<std::string>& arguments) {
   const bool has_default = std::getenv("ORK_HOST_DB") != nullptr;
-  if (arguments.empty())
+  if (arguments.empty()) {
     return site_file("");
+  }
   const std::string first = arguments.front();
   const bool looks_like_path =
       first.find_first_of("/.") != std::string::npos || fs::is_regular_file(first);
-  if (!looks_like_path && has_default)
+  if (!looks_like_path && has_default) {
     return site_file("");
+  }
   arguments.erase(arguments.begin());
   return first;
 }
@@ -67,8 +69,9 @@ void move_site(const fs::path& from, const fs::path& to) {
 
 void init_site(const SeedOptions& options) {
   const fs::path target(options.file);
-  if (!target.has_filename())
+  if (!target.has_filename()) {
     throw usage_error("FILE names no file", "name one");
+  }
   if (fs::exists(target)) {
     throw Error("site " + options.file + " already exists",
                 "add to it with \"zolp host seed\", or remove it first");
@@ -77,16 +80,18 @@ void init_site(const SeedOptions& options) {
   const WorkFolder work(folder);
   {
     Site site(work.file(target.filename().string()), Site::Open::anew);
-    for (const std::string& seed : options.seeds)
+    for (const std::string& seed : options.seeds) {
       site.seed_file(seed);
+    }
   }
   move_site(work.path(), folder);
 }
 
 void seed_site(const SeedOptions& options) {
   Site site(options.file);
-  for (const std::string& seed : options.seeds)
+  for (const std::string& seed : options.seeds) {
     site.seed_file(seed);
+  }
 }
 
 // --------------------------------------------------------------------------------------- show
@@ -98,25 +103,31 @@ bool is_shown(const std::string& key, const Json& value) {
 
 /** One line of text for a value: its name or id when it has one, otherwise its parts. */
 std::string value_text(const Json& value) {
-  if (value.is_string())
+  if (value.is_string()) {
     return value.get<std::string>();
-  if (value.is_null())
+  }
+  if (value.is_null()) {
     return "";
-  if (value.is_boolean())
+  }
+  if (value.is_boolean()) {
     return value.get<bool>() ? "yes" : "no";
-  if (!value.is_structured())
+  }
+  if (!value.is_structured()) {
     return value.dump();
+  }
   if (value.is_object()) {
     for (const char* key : {"name", "id"}) {
-      if (value.contains(key))
+      if (value.contains(key)) {
         return value_text(value[key]);
+      }
     }
   }
   const char* const between = value.is_object() ? "/" : ", ";
   std::string text;
   for (const auto& [key, part] : value.items()) {
-    if (is_shown(key, part))
+    if (is_shown(key, part)) {
       text += (text.empty() ? "" : between) + value_text(part);
+    }
   }
   return text;
 }
@@ -127,8 +138,9 @@ std::vector<std::string> keys_of(const Json& rows) {
   for (const Json& row : rows) {
     for (const auto& [key, value] : row.items()) {
       const bool is_known = std::find(keys.begin(), keys.end(), key) != keys.end();
-      if (!is_known && is_shown(key, value))
+      if (!is_known && is_shown(key, value)) {
         keys.push_back(key);
+      }
     }
   }
   return keys;
@@ -139,26 +151,30 @@ void print_section(const std::string& name, const Json& section) {
   const bool is_table =
       section.is_array() &&
       std::all_of(section.begin(), section.end(), [](const Json& row) { return row.is_object(); });
-  if (section.empty())
+  if (section.empty()) {
     return;
+  }
   if (is_table) {
     const std::vector<std::string> keys = keys_of(section);
     Table table(keys);
     for (const Json& row : section) {
       std::vector<std::string> cells;
-      for (const std::string& key : keys)
+      for (const std::string& key : keys) {
         cells.push_back(value_text(row.value(key, Json())));
+      }
       table.add_row(cells);
     }
     table.print();
   } else if (section.is_object()) {
     Table table({"name", "value"});
-    for (const auto& [key, value] : section.items())
+    for (const auto& [key, value] : section.items()) {
       table.add_row({key, value_text(value)});
+    }
     table.print();
   } else {
-    for (const Json& value : section)
+    for (const Json& value : section) {
       std::puts(printable(value_text(value)).c_str());
+    }
   }
 }
 
@@ -166,8 +182,9 @@ void print_section(const std::string& name, const Json& section) {
 std::vector<std::string> given(const std::string& first, const std::string& second) {
   std::vector<std::string> arguments;
   for (const std::string& argument : {first, second}) {
-    if (!argument.empty())
+    if (!argument.empty()) {
       arguments.push_back(argument);
+    }
   }
   return arguments;
 }
@@ -188,10 +205,12 @@ void show_site(const ShowOptions& options) {
                       "choose one of " + value_text(Json(sections)));
   }
   const Json description = Json::parse(site.describe(section));
-  if (options.json)
+  if (options.json) {
     return print_json(description);
-  if (!section.empty())
+  }
+  if (!section.empty()) {
     return print_section(section, description);
+  }
   for (const auto& [name, part] : description.items()) {
     print_section(name, part);
     std::puts("");
@@ -224,18 +243,21 @@ void use_preference(const PreferenceOptions& options) {
   if (options.unset && !values.empty()) {
     throw usage_error("values given together with --unset", "give one or the other");
   }
-  if (options.unset || !values.empty())
+  if (options.unset || !values.empty()) {
     return site.set_preference(name, values);
+  }
 
   const Json current = Json::parse(site.describe("preferences")).value(name, Json());
   if (current.is_null()) {
     throw Error("preference " + name + " is not set",
                 "see \"zolp host show FILE preferences\" for those that are");
   }
-  if (options.json)
+  if (options.json) {
     return print_json(current);
-  for (const Json& value : current)
+  }
+  for (const Json& value : current) {
     std::puts(printable(value_text(value)).c_str());
+  }
 }
 
 void add_init(CLI::App& host) {

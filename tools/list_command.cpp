@@ -90,8 +90,9 @@ void copy_list(const CopyOptions& options, const Copy& copy) {
   const size_t lines = check_list_file(options.in);
   check_target(options);
   const fs::path target(options.out);
-  if (!target.has_filename())
+  if (!target.has_filename()) {
     throw usage_error("OUT names no file", "name one");
+  }
   OutputFiles files(target.has_parent_path() ? target.parent_path() : fs::path("."));
   const std::string written = files.add(target.filename().string());
   {
@@ -164,8 +165,9 @@ void add_scan(CLI::App& list) {
   command->callback([options] {
     std::vector<char*> patterns;
     for (std::string& pattern : options->patterns) {
-      if (pattern.empty())
+      if (pattern.empty()) {
         throw usage_error("a pattern is empty", "it would drop all lines");
+      }
       patterns.push_back(pattern.data());
     }
     copy_list(*options, [&patterns](const char* in_file, const char* out_file) {
@@ -227,8 +229,9 @@ void show_items(const std::string& path, bool json) {
       table.add_row({std::to_string(level), id, std::to_string(list.counts[i])});
     }
   }
-  if (json)
+  if (json) {
     return print_json(items);
+  }
   table.print();
 }
 
@@ -277,12 +280,14 @@ Json record_json(const assy_entry& entry) {
 }
 
 std::string record_text(const assy_entry& entry, const std::string& separator) {
-  if (!is_item(entry))
+  if (!is_item(entry)) {
     return "[" + std::string(entry.type) + "] " + cell_text(entry.dataset_name);
+  }
   std::string text = item_text(entry.item_id, entry.item_rev, separator) + "  " + entry.mode;
   const std::string new_item = item_text(entry.new_item_id, entry.new_item_rev, separator);
-  if (std::strcmp(entry.mode, "CLONE") == 0 && !new_item.empty())
+  if (std::strcmp(entry.mode, "CLONE") == 0 && !new_item.empty()) {
     text += " -> " + new_item;
+  }
   const std::string name = cell_text(entry.new_name);
   return name.empty() ? text : text + "  " + name;
 }
@@ -303,16 +308,18 @@ void print_tree(const assy_entry* root, const TreeOptions& options) {
     indents.push_back(indents[depth] + (depth == 0 ? "" : is_last ? "    " : "│   "));
     return true;
   });
-  if (hidden > 0)
+  if (hidden > 0) {
     std::printf("(%s deeper than --depth %zu)\n", counted(hidden, "record").c_str(), options.depth);
+  }
 }
 
 void print_tree_json(const assy_entry* root, const TreeOptions& options) {
   Json roots = Json::array();
   std::vector<Json*> siblings = {&roots};
   visit_assembly(root, [&](const assy_entry& entry, size_t depth) {
-    if (depth >= options.depth)
+    if (depth >= options.depth) {
       return false;
+    }
     siblings.resize(depth + 1);
     Json& record = siblings[depth]->emplace_back(record_json(entry));
     if (entry.child != nullptr && depth + 1 < options.depth) {
@@ -336,8 +343,9 @@ void show_tree(const TreeOptions& options) {
     }
   }
   stop_if_interrupted();
-  if (options.json)
+  if (options.json) {
     return print_tree_json(tree.root(), options);
+  }
   print_tree(tree.root(), options);
   if (contents.level_jumps > 0) {
     std::printf("(%s over several levels, the first at %s; the reader climbs one level only)\n",
@@ -366,8 +374,9 @@ void add_tree(CLI::App& list) {
       "\nThe tree is the one that the clone run works with: an item shows its newest dataset, and\n"
       "none when it has items below it; an item that drops several levels goes up one.");
   command->callback([options] {
-    if (options->separator.empty())
+    if (options->separator.empty()) {
       throw usage_error("the separator is empty", "give its text");
+    }
     show_tree(*options);
   });
 }

@@ -70,19 +70,22 @@ std::string OutputFiles::add(const std::string& name) {
 void OutputFiles::keep_earlier_file(const std::string& name) const {
   const fs::path target = target_ / name;
   const fs::path kept = work_.file(earlier_name(name));
-  if (!fs::exists(target))
+  if (!fs::exists(target)) {
     return;
+  }
   std::error_code problem;
   fs::create_hard_link(target, kept, problem);
-  if (problem)
+  if (problem) {
     fs::copy_file(target, kept);
+  }
 }
 
 void OutputFiles::publish() {
   size_t placed = 0;
   try {
-    for (const std::string& name : names_)
+    for (const std::string& name : names_) {
       keep_earlier_file(name);
+    }
     for (; placed < names_.size(); ++placed) {
       fs::rename(work_.file(names_[placed]), target_ / names_[placed]);
     }
@@ -104,8 +107,9 @@ void OutputFiles::publish() {
 }
 
 void stop_if_interrupted() {
-  if (interrupted != 0)
+  if (interrupted != 0) {
     throw Error("interrupted", "nothing was written, start again");
+  }
 }
 
 }  // namespace tool

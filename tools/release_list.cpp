@@ -23,8 +23,9 @@ class LineReader {
   explicit LineReader(const std::string& path) : path_(path), file_(path, std::ios::binary) {}
 
   bool next() {
-    if (!std::getline(file_, line_))
+    if (!std::getline(file_, line_)) {
       return false;
+    }
     ++number_;
     if (line_.find('\0') != std::string::npos) {
       throw error("holds a NUL byte", "this is not a text file, or it is damaged");
@@ -90,8 +91,9 @@ class Linking {
     }
     misplaced_ = level < levels_.back();
     if (misplaced_) {
-      if (levels_.size() == 1)
+      if (levels_.size() == 1) {
         return false;
+      }
       levels_.pop_back();
       misplaced_ = levels_.back() != level;
       levels_.back() = level;
@@ -120,8 +122,9 @@ class ReleaseListCheck {
         continue;
       }
       check_level();
-      if (level_as_read(line) >= 1)
+      if (level_as_read(line) >= 1) {
         check_item();
+      }
       count_datasets();
       skip_what_the_reader_skips();
     }
@@ -143,13 +146,15 @@ class ReleaseListCheck {
     const bool has_cell = line.size() > column::level_width && line[column::level_width] == ';';
     const std::string level = trimmed(line.substr(0, column::level_width));
     if (!has_cell) {
-      if (level_as_read(line) == 0)
+      if (level_as_read(line) == 0) {
         return;
+      }
       throw reader_.error("begins with a number, but is no item line",
                           "indent it, or put the line into its columns");
     }
-    if (level.empty())
+    if (level.empty()) {
       return;
+    }
     if (level.find_first_not_of("0123456789") != std::string::npos || level_as_read(line) < 1) {
       throw reader_.error("has the level \"" + printable(level) + "\"",
                           "levels are whole numbers from 1, other lines begin with blanks");
@@ -185,10 +190,12 @@ class ReleaseListCheck {
     // At a last line without a line end the reader meets the end of the file too early for these.
     const bool complete = reader_.ends_with_line_feed();
     size_t datasets = complete && contains(line, "QNMASTER") ? 1 : 0;
-    if (complete && contains(line, "QNPART"))
+    if (complete && contains(line, "QNPART")) {
       ++datasets;
-    if (line.size() > column::type && contains(line.substr(column::type, 15), "ALTREP"))
+    }
+    if (line.size() > column::type && contains(line.substr(column::type, 15), "ALTREP")) {
       ++datasets;
+    }
     if (datasets > 0 && contents_.items == 0) {
       throw reader_.error("is a dataset line, but no item line stands before it",
                           "put it below the line of its item");
@@ -198,11 +205,13 @@ class ReleaseListCheck {
 
   /** A line of dashes that begins behind "Where used:" takes the line after it along. */
   void skip_what_the_reader_skips() {
-    if (!contains(reader_.line(), "Where used:"))
+    if (!contains(reader_.line(), "Where used:")) {
       return;
+    }
     while (reader_.ends_with_line_feed() && reader_.line().ends_with("-----------")) {
-      if (!reader_.next())
+      if (!reader_.next()) {
         return;
+      }
       if (level_as_read(reader_.line()) >= 1) {
         throw reader_.error("is an item line that the reader would skip",
                             "put the dashes on a line of their own below \"Where used:\"");
@@ -223,8 +232,9 @@ class ReleaseListCheck {
 size_t check_list_file(const std::string& path) {
   check_file_access(path);
   LineReader reader(path);
-  while (reader.next())
+  while (reader.next()) {
     continue;
+  }
   return reader.number();
 }
 

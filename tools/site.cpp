@@ -21,18 +21,21 @@ bool trace_is_wanted() {
 }
 
 void require(int status, const std::string& problem, const std::string& advice) {
-  if (status != ORK_ok)
+  if (status != ORK_ok) {
     throw Error(problem + " (" + platform_error_text(status) + ")", advice);
+  }
 }
 
 }  // namespace
 
 std::string site_file(const std::string& given) {
-  if (!given.empty())
+  if (!given.empty()) {
     return given;
+  }
   const char* const from_environment = std::getenv("ORK_HOST_DB");
-  if (from_environment != nullptr && *from_environment != '\0')
+  if (from_environment != nullptr && *from_environment != '\0') {
     return from_environment;
+  }
   throw usage_error("no site given", "name its file, or set ORK_HOST_DB");
 }
 
@@ -63,8 +66,9 @@ void Site::seed_file(const std::string& path) {
 
 void Site::set_preference(const std::string& name, const std::vector<std::string>& values) {
   std::vector<const char*> texts;
-  for (const std::string& value : values)
+  for (const std::string& value : values) {
     texts.push_back(value.c_str());
+  }
   require(ork_host_set_preference(name.c_str(), static_cast<int>(texts.size()), texts.data()),
           "cannot set preference " + name, "check its name and that the site can be written");
 }
@@ -115,15 +119,17 @@ LibraryCall::LibraryCall() {
 
 LibraryCall::~LibraryCall() {
   std::fflush(stdout);
-  if (standard_output_ < 0)
+  if (standard_output_ < 0) {
     return;
+  }
   dup2(standard_output_, STDOUT_FILENO);
   close(standard_output_);
 }
 
 void silence_trace_unless_wanted() {
-  if (!trace_is_wanted())
+  if (!trace_is_wanted()) {
     ZOLP_SetTraceLevel(ZOLP_LEVEL_OFF);
+  }
 }
 
 }  // namespace tool

@@ -28,8 +28,9 @@ void print_row(const std::vector<std::string>& cells, const std::vector<size_t>&
 std::string trimmed(std::string_view text) {
   constexpr std::string_view blanks = " \t\r\n";
   const size_t begin = text.find_first_not_of(blanks);
-  if (begin == std::string_view::npos)
+  if (begin == std::string_view::npos) {
     return "";
+  }
   return std::string(text.substr(begin, text.find_last_not_of(blanks) - begin + 1));
 }
 
@@ -54,22 +55,26 @@ void print_json(const Json& document) {
 
 void Table::add_row(std::vector<std::string> cells) {
   cells.resize(headings_.size());
-  for (std::string& cell : cells)
+  for (std::string& cell : cells) {
     cell = printable(cell);
+  }
   rows_.push_back(std::move(cells));
 }
 
 void Table::print() const {
   std::vector<size_t> widths;
-  for (const std::string& heading : headings_)
+  for (const std::string& heading : headings_) {
     widths.push_back(display_width(heading));
+  }
   for (const auto& row : rows_) {
-    for (size_t i = 0; i < row.size(); ++i)
+    for (size_t i = 0; i < row.size(); ++i) {
       widths[i] = std::max(widths[i], display_width(row[i]));
+    }
   }
   print_row(headings_, widths);
-  for (const auto& row : rows_)
+  for (const auto& row : rows_) {
     print_row(row, widths);
+  }
 }
 
 }  // namespace tool

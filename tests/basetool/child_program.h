@@ -61,8 +61,9 @@ class ChildProgram {
   }
   /** Lets it go on after a "meet". */
   void go_on() {
-    if (write(input_, "\n", 1) != 1)
+    if (write(input_, "\n", 1) != 1) {
       throw std::runtime_error("the child is gone");
+    }
   }
   void kill() { ::kill(process_, SIGKILL); }
 
@@ -78,8 +79,9 @@ class ChildProgram {
  private:
   static std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
-    for (std::string& text : texts)
+    for (std::string& text : texts) {
       result.push_back(text.data());
+    }
     result.push_back(nullptr);
     return result;
   }

@@ -32,8 +32,9 @@ using testing::Not;
 std::vector<std::string> split(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);)
+  for (std::string line; std::getline(stream, line);) {
     lines.push_back(line);
+  }
   return lines;
 }
 
@@ -57,7 +58,7 @@ using Rotation = Folder;
 using Survival = Folder;
 
 TEST_F(Levels, ComeFromTheEnvironment) {
-  auto shown = [this](std::vector<std::string> environment) {
+  auto shown = [](std::vector<std::string> environment) {
     TemporaryFolder own;
     EXPECT_EQ(run_program(own, environment, {"levels"}), 0);
     return own.read("stderr");
@@ -198,8 +199,9 @@ TEST_F(File, StaysWithTheParentOfAForkedChild) {
   int found = 0;
   for (const auto& entry : std::filesystem::directory_iterator(folder.path(""))) {
     std::string name = entry.path().filename().string();
-    if (!name.starts_with("trace.pid"))
+    if (!name.starts_with("trace.pid")) {
       continue;
+    }
     ++found;
     EXPECT_EQ(folder.read(name), expected_lines("child", 1000));
   }
@@ -253,15 +255,17 @@ TEST_F(Survival, EveryLineOutlivesAKill) {
     const auto* counter = static_cast<const std::atomic<int>*>(memory);
     ChildProgram child(own, {"ZOLP_TRACE_FILE=" + own.path("trace")}, {"count", counter_file});
     int wanted = std::uniform_int_distribution(1, 50000)(random);
-    while (counter->load() < wanted)
+    while (counter->load() < wanted) {
       std::this_thread::yield();
+    }
     child.kill();
     EXPECT_EQ(child.wait(), -SIGKILL);
     int count = counter->load();
     munmap(memory, sizeof(int));
     std::string expected;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
       expected += "line " + std::to_string(i) + " is whole\n";
+    }
     std::string text = own.read("trace");
     ASSERT_TRUE(text.starts_with(expected)) << count;
     // One more line may be there, or parts of it; everything else is line feeds.
@@ -288,8 +292,9 @@ TEST_F(Survival, ProgramsOutliveAFullDisk) {
     ASSERT_FALSE(errors.empty());
     EXPECT_THAT(errors[0], HasSubstr("cannot write"));
     EXPECT_GT(text.size(), 299000U);
-    for (size_t i = 1; i < errors.size(); ++i)
+    for (size_t i = 1; i < errors.size(); ++i) {
       text += errors[i] + "\n";
+    }
     EXPECT_TRUE(text == expected_lines("line", 20000)) << "no line is lost or torn";
   }
 }

@@ -127,8 +127,9 @@ TEST(Lines, ArePutTogetherFromTexts) {
   trace.clear();
 
   std::string many;
-  for (int i = 0; i < 1000; ++i)
+  for (int i = 0; i < 1000; ++i) {
     many += "line\n";
+  }
   ZOLP_TRACE("%s%5s%c", many.c_str(), "end", '\n');
   EXPECT_EQ(trace.count("line"), 1000);
   EXPECT_EQ(trace.lines().back(), "  end");
@@ -152,15 +153,18 @@ TEST(Lines, AreIndentedWhereTheyBegin) {
   trace.clear();
 
   constexpr int deep = 1000000;
-  for (int i = 0; i < deep; ++i)
+  for (int i = 0; i < deep; ++i) {
     ZOLP_IncTraceSpaces();
+  }
   EXPECT_EQ(ZOLP_GetTraceDepth(), deep);
   ZOLP_TRACE("deep\n");
-  for (int i = 0; i < deep - 31; ++i)
+  for (int i = 0; i < deep - 31; ++i) {
     ZOLP_DecTraceSpaces();
+  }
   ZOLP_TRACE("31\n");
-  for (int i = 0; i < 31; ++i)
+  for (int i = 0; i < 31; ++i) {
     ZOLP_DecTraceSpaces();
+  }
   ZOLP_TRACE("0\n");
   EXPECT_THAT(trace.lines(),
               ElementsAre(std::string(64, ' ') + "deep", std::string(62, ' ') + "31", "0"));
@@ -178,8 +182,9 @@ TEST(Levels, ShowWhatTheOnesBeforeThemShow) {
     ZOLP_TRACE("4");
     ZOLP_DEBUG("5");
     std::string levels;
-    for (int i = -1; i <= 6; ++i)
+    for (int i = -1; i <= 6; ++i) {
       levels += ZOLP_IsTraced(i) == 1 ? std::to_string(i) : "";
+    }
     ZOLP_SetTraceLevel(ZOLP_LEVEL_DEBUG);
     ZOLP_TRACE("\n");
     return trace.lines().front() + " " + levels;

@@ -52,8 +52,9 @@ void lines(const char* name, int count) {
 void count_lines(const char* counter_file) {
   int file = open(counter_file, O_RDWR);
   void* memory = mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-  if (memory == MAP_FAILED)
+  if (memory == MAP_FAILED) {
     _exit(1);
+  }
   auto* counter = static_cast<std::atomic<int>*>(memory);
   for (int i = 0;; ++i) {
     ZOLP_ERROR("line %d ", i);
@@ -81,11 +82,13 @@ void limit_file_size(int size) {
 
 /** Closes all descriptors, as programs do that go to the background, and takes them for others. */
 void take_descriptors(const char* path) {
-  for (int descriptor = 3; descriptor < 64; ++descriptor)
-    close(descriptor);
   for (int descriptor = 3; descriptor < 64; ++descriptor) {
-    if (open(path, O_RDWR | O_CREAT, 0666) < 0)
+    close(descriptor);
+  }
+  for (int descriptor = 3; descriptor < 64; ++descriptor) {
+    if (open(path, O_RDWR | O_CREAT, 0666) < 0) {
       _exit(1);
+    }
   }
 }
 
@@ -94,8 +97,9 @@ void exhaust_memory() {
   std::string text(100 << 20, 'x');
   long pages = 0;
   FILE* memory = std::fopen("/proc/self/statm", "r");
-  if (memory == nullptr || std::fscanf(memory, "%ld", &pages) != 1)
+  if (memory == nullptr || std::fscanf(memory, "%ld", &pages) != 1) {
     _exit(1);
+  }
   std::fclose(memory);
   rlim_t used = static_cast<rlim_t>(pages) * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
   rlimit limit{used + (1 << 20), used + (1 << 20)};
@@ -107,8 +111,9 @@ void exhaust_memory() {
 bool is_late = false;
 
 void trace_late(int, void*) {
-  if (is_late)
+  if (is_late) {
     ZOLP_ERROR("late %s\n", "line");
+  }
 }
 
 /**
@@ -142,8 +147,9 @@ int main(int argc, char** argv) {
     } else if (command == "errno") {
       errno = 7;
       ZOLP_ERROR("%s\n", "errno");
-      if (errno != 7)
+      if (errno != 7) {
         return 1;
+      }
     } else if (command == "meet") {
       meet();
     } else if (command == "count") {
@@ -153,8 +159,9 @@ int main(int argc, char** argv) {
     } else if (command == "limit") {
       limit_file_size(std::atoi(argv[++i]));
     } else if (command == "truncate") {
-      if (truncate(argv[++i], 0) != 0)
+      if (truncate(argv[++i], 0) != 0) {
         return 1;
+      }
     } else if (command == "take-descriptors") {
       take_descriptors(argv[++i]);
     } else if (command == "exhaust-memory") {

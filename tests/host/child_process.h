@@ -17,13 +17,16 @@ class ChildProcess {
   explicit ChildProcess(std::vector<std::string> command) {
     int input[2];
     int output[2];
-    if (pipe(input) != 0 || pipe(output) != 0)
+    if (pipe(input) != 0 || pipe(output) != 0) {
       throw std::runtime_error("no pipe");
+    }
     id_ = fork();
-    if (id_ < 0)
+    if (id_ < 0) {
       throw std::runtime_error("no process");
-    if (id_ == 0)
+    }
+    if (id_ == 0) {
       run(std::move(command), input, output);
+    }
     close(input[0]);
     close(output[1]);
     input_ = input[1];
@@ -33,8 +36,9 @@ class ChildProcess {
     kill_and_keep();
     wait();
     std::fclose(output_);
-    if (input_ >= 0)
+    if (input_ >= 0) {
       close(input_);
+    }
   }
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
@@ -58,8 +62,9 @@ class ChildProcess {
   /** Kills it in whatever it is at. It stays as a process that has ended, but was not waited for.
    */
   void kill_and_keep() {
-    if (is_waited_for_)
+    if (is_waited_for_) {
       return;
+    }
     kill(id_, SIGKILL);
     siginfo_t ignored;
     waitid(P_PID, static_cast<id_t>(id_), &ignored, WEXITED | WNOWAIT);
@@ -67,8 +72,9 @@ class ChildProcess {
 
   /** Waits for its end and returns its exit code; -1 when a signal ended it. */
   int wait() {
-    if (!is_waited_for_)
+    if (!is_waited_for_) {
       waitpid(id_, &result_, 0);
+    }
     is_waited_for_ = true;
     return WIFEXITED(result_) ? WEXITSTATUS(result_) : -1;
   }
@@ -77,11 +83,13 @@ class ChildProcess {
   [[noreturn]] static void run(std::vector<std::string> command, int* input, int* output) {
     dup2(input[0], STDIN_FILENO);
     dup2(output[1], STDOUT_FILENO);
-    for (const int end : {input[0], input[1], output[0], output[1]})
+    for (const int end : {input[0], input[1], output[0], output[1]}) {
       close(end);
+    }
     std::vector<char*> arguments;
-    for (std::string& argument : command)
+    for (std::string& argument : command) {
       arguments.push_back(argument.data());
+    }
     arguments.push_back(nullptr);
     execv(arguments[0], arguments.data());
     _exit(127);

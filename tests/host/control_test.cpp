@@ -106,8 +106,9 @@ TEST_F(DemoSite, ADelayedOperationTakesItsTimeUntilTheDelayIsTakenBack) {
   ork_host_delay_call("ORG_init_module", 0);
   // Nothing can make sure that a call is fast; but not each of many takes as long by accident.
   auto shortest = elapsed();
-  for (int i = 0; i < 100; ++i)
+  for (int i = 0; i < 100; ++i) {
     shortest = std::min(shortest, elapsed());
+  }
   EXPECT_LT(shortest, std::chrono::milliseconds(delay_ms));
 }
 

@@ -39,8 +39,9 @@ TEST(Memory, ArraysGrowWithZeros) {
   numbers = static_cast<int*>(MEM_crealloc(numbers, 500, sizeof(int)));
   ASSERT_NE(numbers, nullptr);
   EXPECT_EQ(numbers[2], 7);
-  for (int i = 3; i < 500; ++i)
+  for (int i = 3; i < 500; ++i) {
     EXPECT_EQ(numbers[i], 0);
+  }
 
   EXPECT_EQ(MEM_crealloc(numbers, SIZE_MAX / 2, 4), nullptr);
   EXPECT_EQ(MEM_realloc(numbers, SIZE_MAX), nullptr);

@@ -37,8 +37,9 @@ std::vector<std::string> secondaries(tag primary, tag type) {
   tag* objects = nullptr;
   EXPECT_EQ(REL_list_secondary_objects_only(primary, type, &count, &objects), ORK_ok);
   std::vector<std::string> ids;
-  for (int i = 0; i < count; ++i)
+  for (int i = 0; i < count; ++i) {
     ids.push_back(id_of(objects[i]));
+  }
   MEM_free(objects);
   return ids;
 }

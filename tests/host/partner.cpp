@@ -17,8 +17,9 @@ void say(const std::string& line) {
 
 /** Sets preferences, one a transaction. */
 int set_preferences(const char* path, const std::string& prefix, int count) {
-  if (ork_host_open(path) != ORK_ok)
+  if (ork_host_open(path) != ORK_ok) {
     return 1;
+  }
   for (int i = 0; i < count; ++i) {
     const char* value = "set";
     if (ork_host_set_preference((prefix + std::to_string(i)).c_str(), 1, &value) != ORK_ok) {
@@ -60,8 +61,9 @@ void say_argument(const char* option) {
 }
 
 int say_arguments() {
-  for (const char* option : {"-u", "-u=", "-p=", "-g", "-g="})
+  for (const char* option : {"-u", "-u=", "-p=", "-g", "-g="}) {
     say_argument(option);
+  }
   return 0;
 }
 
@@ -73,13 +75,15 @@ int main(int count, char** arguments) {
     if (command == "preferences") {
       return set_preferences(arguments[2], arguments[3], std::atoi(arguments[4]));
     }
-    if (command == "hold")
+    if (command == "hold") {
       return hold(arguments[2], static_cast<tag>(std::atoi(arguments[3])));
+    }
     if (command == "save") {
       return save_forever(arguments[2], static_cast<tag>(std::atoi(arguments[3])));
     }
-    if (command == "arguments")
+    if (command == "arguments") {
       return say_arguments();
+    }
   } catch (const host::Failure& failure) {
     std::fprintf(stderr, "%d %s\n", failure.status(), failure.what());
   }

@@ -78,8 +78,9 @@ TEST_F(ProcessTest, AKilledProcessLeavesWholeSaves) {
   for (const int saves : {1, 20, 57}) {
     ChildProcess saving(partner("save", item));
     std::string last_said;
-    for (int i = 0; i < saves; ++i)
+    for (int i = 0; i < saves; ++i) {
       last_said = saving.read_line();
+    }
     ASSERT_EQ(last_said, std::to_string(saves));
     saving.kill_and_keep();
 

@@ -109,8 +109,9 @@ TEST_F(StoreTest, ValuesKeepTheirKindLengthAndNumber) {
       {"logicals", host::Kind::logical}, {"dates", host::Kind::date},
       {"tags", host::Kind::reference},
   };
-  for (const auto& [name, kind] : kinds)
+  for (const auto& [name, kind] : kinds) {
     store_.define_attribute(type, {name, kind, true});
+  }
   store_.define_attribute(type, {"texts", host::Kind::text, true, 5});
   store_.define_attribute(type, {"one", host::Kind::integer});
 
@@ -124,11 +125,13 @@ TEST_F(StoreTest, ValuesKeepTheirKindLengthAndNumber) {
       {"texts", {std::string("äöx"), std::string(), std::string("äöx")}},
   };
   store_.save(probe);
-  for (const auto& [name, values] : cases)
+  for (const auto& [name, values] : cases) {
     store_.set_values(probe, name, values);
+  }
   store_.save(probe);
-  for (const auto& [name, values] : cases)
+  for (const auto& [name, values] : cases) {
     EXPECT_EQ(other_.values(probe, name), values) << name;
+  }
 
   const auto set = [&](const char* name, host::Scalar value) {
     return status_of([&] { store_.set(probe, name, std::move(value)); });

@@ -15,8 +15,9 @@ class TemporaryFolder {
  public:
   TemporaryFolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "zolp-test-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr)
+    if (mkdtemp(pattern.data()) == nullptr) {
       throw std::runtime_error("no temporary folder");
+    }
     path_ = pattern;
   }
   ~TemporaryFolder() {

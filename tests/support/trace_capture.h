@@ -32,8 +32,9 @@ class TraceCapture {
   int count(const std::string& text) const {
     int found = 0;
     for (const std::string& line : lines_) {
-      if (line.find(text) != std::string::npos)
+      if (line.find(text) != std::string::npos) {
         ++found;
+      }
     }
     return found;
   }

@@ -67,10 +67,12 @@ TEST(AssemblyTreeHelpers, NeitherWidthNorDepthNeedsStack) {
   constexpr int many = 200'000;
   tool::Assembly tree;
   assy_entry* entry = *tree.address() = make_record(1, "TOP");
-  for (int i = 0; i < many; ++i)
+  for (int i = 0; i < many; ++i) {
     entry = add_child(entry, make_record(i + 2, "DOWN"));
-  for (int i = 0; i < many; ++i)
+  }
+  for (int i = 0; i < many; ++i) {
     entry = add_sibling(entry, make_record(many + 1, "ACROSS"));
+  }
   EXPECT_EQ(tool::measure_assembly(tree.root()).items, 2u * many + 1);
 }
 

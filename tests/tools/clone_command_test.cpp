@@ -153,8 +153,9 @@ TEST_F(CloneCommand, FailuresKeepEarlierResults) {
   EXPECT_EQ(clone(list).exit_code, 0);
   const std::vector<std::string> names = {"clone.bat", "clone_entries.txt", "clone_log.txt"};
   std::vector<std::string> earlier;
-  for (const std::string& name : names)
+  for (const std::string& name : names) {
     earlier.push_back(folder.read("out/" + name));
+  }
   folder.write("list.txt", folder.read("list.txt") + item_row(2, std::string(20, 'L')));
 
   const std::string fits = folder.read("clone.txt");
@@ -172,8 +173,9 @@ TEST_F(CloneCommand, FailuresKeepEarlierResults) {
   expect_refusal(clone(list, {"--header", "Nowhere"}), 1, "preference Nowhere is not set");
 
   EXPECT_EQ(files_in(out), names);
-  for (size_t i = 0; i < names.size(); ++i)
+  for (size_t i = 0; i < names.size(); ++i) {
     EXPECT_EQ(folder.read("out/" + names[i]), earlier[i]);
+  }
 
   folder.write("post.txt", "later\n");
   EXPECT_EQ(clone(list).exit_code, 0);
@@ -184,8 +186,9 @@ TEST_F(CloneCommand, FailuresKeepEarlierResults) {
 TEST_F(CloneCommand, FullDiskLeavesNothing) {
   folder.write("clone.txt", std::string(400, 'x') + "\n");
   std::string list = header_row() + item_row(1, "TOP");
-  for (int i = 0; i < 3000; ++i)
+  for (int i = 0; i < 3000; ++i) {
     list += item_row(2, std::to_string(i));
+  }
   folder.write("list.txt", list);
   const std::string command = "ulimit -f 1000 && exec \"$@\"";  // in KiB; the entries take 1200
   expect_refusal(test::run_program({"/bin/bash", "-c", command, "bash", ZOLP_PROGRAM, "clone",

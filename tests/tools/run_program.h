@@ -29,19 +29,23 @@ inline Run run_program(const std::vector<std::string>& command, const Environmen
   const TemporaryFolder output;
   const pid_t child = fork();
   if (child == 0) {
-    for (const char* name : {"ORK_HOST_DB", "ZOLP_TRACE_LEVEL", "ZOLP_TRACE_FILE"})
+    for (const char* name : {"ORK_HOST_DB", "ZOLP_TRACE_LEVEL", "ZOLP_TRACE_FILE"}) {
       unsetenv(name);
-    for (const auto& [name, value] : settings)
+    }
+    for (const auto& [name, value] : settings) {
       setenv(name.c_str(), value.c_str(), 1);
+    }
     std::vector<char*> arguments;
-    for (const std::string& word : command)
+    for (const std::string& word : command) {
       arguments.push_back(const_cast<char*>(word.c_str()));
+    }
     arguments.push_back(nullptr);
     const bool redirected = std::freopen("/dev/null", "r", stdin) != nullptr &&
                             std::freopen(output.path("out").c_str(), "w", stdout) != nullptr &&
                             std::freopen(output.path("err").c_str(), "w", stderr) != nullptr;
-    if (redirected)
+    if (redirected) {
       execv(arguments[0], arguments.data());
+    }
     _exit(127);
   }
   int status = 0;
