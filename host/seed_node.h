@@ -39,7 +39,7 @@ class Node {
     if (!is_text()) {
       refuse_kind("a string");
     }
-    const std::string found = value_->get<std::string>();
+    std::string found = value_->get<std::string>();
     if (found.find('\0') != std::string::npos) {
       refuse("must not contain a NUL character");
     }
@@ -47,7 +47,7 @@ class Node {
   }
 
   std::string name() const {
-    const std::string found = text();
+    std::string found = text();
     if (found.empty()) {
       refuse("must not be empty");
     }
@@ -74,7 +74,7 @@ class Node {
 
   /** "2026-03-31 12:00:00"; the time may be left out. */
   date_s date() const {
-    const std::string found = text();
+    std::string found = text();
     constexpr std::size_t day_length = 10;
     const std::string whole = found.size() == day_length ? found + " 00:00:00" : found;
     const date_s parsed = parse_date(whole);

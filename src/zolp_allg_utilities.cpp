@@ -124,7 +124,9 @@ char* ZOLP_string_append(char** text, const char* addition) {
 }
 
 CZOLP_ParamLine& CZOLP_ParamLine::operator=(const CZOLP_ParamLine& other) {
-  std::memmove(text, other.text, sizeof text);
+  if (this != &other) {
+    std::memcpy(text, other.text, sizeof text);
+  }
   return *this;
 }
 

@@ -37,7 +37,7 @@ std::string take_site_file(std::vector<std::string>& arguments) {
   if (arguments.empty()) {
     return site_file("");
   }
-  const std::string first = arguments.front();
+  std::string first = arguments.front();
   const bool looks_like_path =
       first.find_first_of("/.") != std::string::npos || fs::is_regular_file(first);
   if (!looks_like_path && has_default) {

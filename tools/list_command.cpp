@@ -35,7 +35,7 @@ class ColumnSession {
       : work_(fs::temp_directory_path()), site_(":memory:", Site::Open::anew) {
     const std::string header_template = work_.file("header_template");
     const std::string list = work_.file("list");
-    std::ofstream{header_template};
+    std::ofstream empty(header_template);
     std::ofstream(list) << "1     ;A" << separator << "A\n";
     site_.seed(site_description(separator, header_template).dump());
     session_.emplace();

@@ -233,7 +233,6 @@ size_t check_list_file(const std::string& path) {
   check_file_access(path);
   LineReader reader(path);
   while (reader.next()) {
-    continue;
   }
   return reader.number();
 }
