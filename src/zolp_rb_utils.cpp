@@ -325,34 +325,51 @@ int ZOLP_read_itemrevlist(const char* file, int* count, char*** item_ids, char**
 
 // ------------------------------------------------------------------------ copies of a list
 
-int ZOLP_clean_list(const char* in_file, const char* out_file) {
-  const Frame frame("ZOLP_clean_list");
+namespace {
+
+/** Copies a list by way of `copy(reader, copy_file)`. The exit line of a failed open has its name.
+ */
+template <typename Copy>
+int copy_list(const Frame& frame, const char* failed_open, const char* in_file,
+              const char* out_file, Copy copy) {
   ListCopy files;
   if (!open_list_copy(in_file, out_file, files)) {
-    frame.leave_as("ERROR: ZOLP_clean_list");
+    frame.leave_as(failed_open);
     return 1;
   }
-  LineReader reader(files.in.get());
+  return with_memory_check(frame, "release list alloc Memory", [&] {
+    LineReader reader(files.in.get());
+    copy(reader, files.out);
+    return close_list_copy(files, out_file);
+  });
+}
+
+void copy_without_empty_blocks(LineReader& reader, const File& copy) {
   while (reader.next()) {
     if (!contains(reader.line(), "Where")) {
-      write_text(files.out, reader.line());
+      write_text(copy, reader.line());
       continue;
     }
     ZOLP_TRACE("Found Where block");
-    char where_line[line_size + 1];
-    copy_text(where_line, reader.line().data());
+    const std::string where_line(reader.line());
     if (!reader.next()) {
-      write_text(files.out, where_line);
+      write_text(copy, where_line);
     } else if (reader.line().starts_with("----")) {
       ZOLP_TRACE("Where block end found at start");
     } else {
       ZOLP_TRACE("Other line(s) found");
       ZOLP_TRACE("%s", reader.line().data());
-      write_text(files.out, where_line);
-      write_text(files.out, reader.line());
+      write_text(copy, where_line);
+      write_text(copy, reader.line());
     }
   }
-  return frame.leave(close_list_copy(files, out_file));
+}
+
+}  // namespace
+
+int ZOLP_clean_list(const char* in_file, const char* out_file) {
+  const Frame frame("ZOLP_clean_list");
+  return copy_list(frame, "ERROR: ZOLP_clean_list", in_file, out_file, copy_without_empty_blocks);
 }
 
 namespace {
@@ -425,17 +442,9 @@ void copy_first_of_each_item(LineReader& reader, const File& copy) {
 
 int ZOLP_remove_doubles_from_list(const char* in_file, const char* out_file) {
   const Frame frame("ZOLP_remove_doubles_from_list");
-  ListCopy files;
-  if (!open_list_copy(in_file, out_file, files)) {
-    // The name under which callers' scripts look for a list that cannot be opened.
-    frame.leave_as("ERROR: ZOLP_read_itemrevlist");
-    return 1;
-  }
-  return with_memory_check(frame, "ZOLP_remove_doubles_from_list alloc Memory", [&] {
-    LineReader reader(files.in.get());
-    copy_first_of_each_item(reader, files.out);
-    return close_list_copy(files, out_file);
-  });
+  // The name under which callers' scripts look for a list that cannot be opened.
+  return copy_list(frame, "ERROR: ZOLP_read_itemrevlist", in_file, out_file,
+                   copy_first_of_each_item);
 }
 
 namespace {
@@ -453,26 +462,22 @@ bool contains_any(std::string_view line, int count, char** patterns) {
 
 int ZOLP_scan_usage(const char* in_file, const char* out_file, int n_patterns, char** patterns) {
   const Frame frame("ZOLP_scan_usage");
-  ListCopy files;
-  if (!open_list_copy(in_file, out_file, files)) {
-    frame.leave_as("ERROR: ZOLP_read_itemrevlist");
-    return 1;
-  }
-  bool is_in_where_block = false;
-  LineReader reader(files.in.get());
-  while (reader.next()) {
-    const std::string_view line = reader.line();
-    if (contains(line, "Where")) {
-      is_in_where_block = true;
+  const auto copy_used_lines = [&](LineReader& reader, const File& copy) {
+    bool is_in_where_block = false;
+    while (reader.next()) {
+      const std::string_view line = reader.line();
+      if (contains(line, "Where")) {
+        is_in_where_block = true;
+      }
+      if (line.starts_with("----")) {
+        is_in_where_block = false;
+      } else if (is_in_where_block && contains_any(line, n_patterns, patterns)) {
+        continue;
+      }
+      write_text(copy, line);
     }
-    if (line.starts_with("----")) {
-      is_in_where_block = false;
-    } else if (is_in_where_block && contains_any(line, n_patterns, patterns)) {
-      continue;
-    }
-    write_text(files.out, line);
-  }
-  return frame.leave(close_list_copy(files, out_file));
+  };
+  return copy_list(frame, "ERROR: ZOLP_read_itemrevlist", in_file, out_file, copy_used_lines);
 }
 
 // ---------------------------------------------------------------------------- assembly tree

@@ -1,7 +1,7 @@
 #include "error.h"
 
 #include "ork/err.h"
-#include "ork/mem.h"
+#include "platform_block.h"
 
 namespace tool {
 
@@ -18,9 +18,8 @@ std::string platform_error_text(int status) {
   }
   char* general_text = nullptr;
   ERR_get_error_text(status, &general_text);
-  std::string text = general_text != nullptr ? general_text : "error " + std::to_string(status);
-  MEM_free(general_text);
-  return text;
+  const PlatformBlock<char> block(general_text);
+  return general_text != nullptr ? general_text : "error " + std::to_string(status);
 }
 
 }  // namespace tool

@@ -8,13 +8,13 @@
 #include "commands.h"
 #include "error.h"
 #include "login.h"
-#include "ork/mem.h"
 #include "ork/obj.h"
 #include "ork/org.h"
 #include "ork/rel.h"
 #include "ork/rsv.h"
 #include "ork/store.h"
 #include "ork/wso.h"
+#include "platform_block.h"
 #include "site.h"
 #include "text.h"
 #include "zolp_orktool.h"
@@ -22,12 +22,6 @@
 namespace tool {
 
 namespace {
-
-struct PlatformFree {
-  void operator()(void* block) const { MEM_free(block); }
-};
-template <typename T>
-using PlatformBlock = std::unique_ptr<T, PlatformFree>;
 
 void require(int status, const std::string& what) {
   if (status != ORK_ok) {

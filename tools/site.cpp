@@ -8,7 +8,7 @@
 
 #include "error.h"
 #include "host/ork_host.h"
-#include "ork/mem.h"
+#include "platform_block.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
@@ -77,9 +77,8 @@ std::string Site::describe(const std::string& section) const {
   char* json = nullptr;
   require(ork_host_describe(section.empty() ? nullptr : section.c_str(), &json),
           "cannot read the site", "check that the file is a site");
-  std::string text = json;
-  MEM_free(json);
-  return text;
+  const PlatformBlock<char> block(json);
+  return json;
 }
 
 Session::Session() {
@@ -100,9 +99,8 @@ std::string Session::preference(const std::string& name) const {
     throw Error("preference " + name + " is not set",
                 "set it with \"zolp host pref FILE " + name + " VALUE\"");
   }
-  std::string text = value;
-  MEM_free(value);
-  return text;
+  const PlatformBlock<char> block(value);
+  return value;
 }
 
 LibraryCall::LibraryCall() {
