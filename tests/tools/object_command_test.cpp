@@ -1,4 +1,7 @@
+#include "host/ork_host.h"
+#include "ork/obj.h"
 #include "tests/tools/run_program.h"
+#include "zolp_orktool.h"
 
 namespace {
 
@@ -54,6 +57,21 @@ TEST_F(ObjectCommands, ShowPrintsACard) {
   const test::Run replica = on_site({"show", "2/00"});
   EXPECT_THAT(replica.out, HasSubstr("replica of Elsewhere"));
   EXPECT_THAT(replica.out, Not(HasSubstr("\x1b"))) << "data must not steer the terminal";
+}
+
+TEST_F(ObjectCommands, ShowSeesTheLockOfAnotherProcess) {
+  const auto lock = [this] { return on_site({"show", "100/A", "--json"}).json()["locked"]; };
+  tag revision = NULLTAG;
+  ASSERT_EQ(ork_host_open(site.c_str()), ORK_ok);
+  ASSERT_EQ(ORK_auto_login(), ORK_ok);
+  ASSERT_EQ(ZOLP_ITEM_find_rev("100", "A", &revision), ORK_ok);
+  EXPECT_EQ(lock(), nullptr);
+  EXPECT_EQ(ZOLP_verify_state_and_lock_of_object(revision), ORK_ok);
+  EXPECT_EQ(lock()["user"], "ada");
+  EXPECT_NE(lock()["since"], "");
+  EXPECT_EQ(OBJ_refresh(revision, 0), ORK_ok);
+  EXPECT_EQ(lock(), nullptr);
+  ork_host_close();
 }
 
 TEST_F(ObjectCommands, FindListsByPattern) {
