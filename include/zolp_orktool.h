@@ -646,7 +646,7 @@ ZOLP_API int ZOLP_read_assylist(const char* file, assy_entry** entry);
  *   cell is taken with its padding and what follows it, up to 128 bytes. Without a separator in
  *   "New Item ID" the new revision is "----"; without one in "Item Revision" the whole cell is the
  *   item id and the revision is empty.
- * @return always 0.
+ * @return 0; 1, with an error line, when "Item Revision" has no separator.
  */
 ZOLP_API int read_item_basic_data(const char* line, const char* separator, char* item_id,
                                   char* item_rev, char* new_item_id, char* new_item_rev);
