@@ -2,6 +2,7 @@
 
 #include "ork/err.h"
 
+#include <algorithm>
 #include <deque>
 #include <vector>
 
@@ -22,6 +23,11 @@ struct Entry {
 
 struct Stack {
   std::deque<Entry> entries;
+  std::vector<std::size_t> protect_marks; /**< each the number of entries that it covers */
+
+  std::size_t protected_count() const {
+    return protect_marks.empty() ? 0 : std::min(protect_marks.back(), entries.size());
+  }
 
   // What ERR_get_errors hands out.
   std::vector<int> severities;
@@ -51,6 +57,9 @@ void push_error(int severity, int code, std::string_view detail) noexcept {
     entries.push_back({severity, code, std::move(text)});
     if (entries.size() > ERR_stack_size) {
       entries.pop_front();
+      for (std::size_t& mark : stack().protect_marks) {
+        mark -= mark > 0 ? 1 : 0;
+      }
     }
   } catch (const std::bad_alloc&) {
     // The status of the operation has to do.
@@ -59,6 +68,7 @@ void push_error(int severity, int code, std::string_view detail) noexcept {
 
 void clear_errors() noexcept {
   stack().entries.clear();
+  stack().protect_marks.clear();
 }
 
 }  // namespace host
@@ -126,5 +136,35 @@ int ERR_store_error_s1(int severity, int code, const char* detail) {
 
 int ERR_clear_errors(void) {
   return operation(
-      "ERR_clear_errors", Needs::nothing, [] { host::clear_errors(); }, Recorded::no);
+      "ERR_clear_errors", Needs::nothing,
+      [] { host::stack().entries.resize(host::stack().protected_count()); }, Recorded::no);
+}
+
+int ERR_clear_last_error(int code) {
+  return operation(
+      "ERR_clear_last_error", Needs::nothing,
+      [&] {
+        auto& entries = host::stack().entries;
+        if (entries.size() > host::stack().protected_count() && entries.back().code == code) {
+          entries.pop_back();
+        }
+      },
+      Recorded::no);
+}
+
+int ERR_set_protect_mark(void) {
+  return operation(
+      "ERR_set_protect_mark", Needs::nothing,
+      [] { host::stack().protect_marks.push_back(host::stack().entries.size()); }, Recorded::no);
+}
+
+int ERR_clear_protect_mark(void) {
+  return operation(
+      "ERR_clear_protect_mark", Needs::nothing,
+      [] {
+        if (!host::stack().protect_marks.empty()) {
+          host::stack().protect_marks.pop_back();
+        }
+      },
+      Recorded::no);
 }

@@ -7,7 +7,7 @@
 #include "handout.h"
 #include "object_id.h"
 #include "operation.h"
-#include "ork/type.h"
+#include "relations.h"
 #include "types.h"
 
 namespace host {
@@ -40,35 +40,19 @@ std::vector<tag> find_items(int count, const char* const* names, const char* con
   return store().find("Item", criteria);
 }
 
-/** A type of a class of workspace objects, which new objects get. */
-tag find_type_of_class(const std::string& name, const char* class_name) {
-  const tag type = store().find_type(name);
-  if (type == NULLTAG || !is_stored_in(store(), type, class_name)) {
-    refuse(TYPE_unknown_type, name + " of class " + class_name);
-  }
-  return type;
-}
-
-/** A new object of a type, with a name and whatever else its class needs. */
-tag make_object(tag type, const std::string& name, Store::Criteria values) {
-  values.emplace_back("object_type", store().text(type, "type_name"));
-  values.emplace_back("object_name", name);
-  return store().create(store().class_named(store().text(type, "type_class")), values);
-}
-
 tag make_revision(tag item, const char* revision_id) {
   require(*revision_id != '\0', "the revision has no id");
-  return make_object(find_type_of_class("ItemRevision", "ItemRevision"),
-                     store().text(item, "object_name"),
-                     {{"item_tag", item}, {"item_revision_id", std::string(revision_id)}});
+  return make_workspace_object(
+      type_of_class("ItemRevision", "ItemRevision"), store().text(item, "object_name"),
+      {{"item_tag", item}, {"item_revision_id", std::string(revision_id)}});
 }
 
 void make_item(const char* item_id, const char* name, const char* type_name,
                const char* revision_id, tag* item, tag* revision) {
   require(*item_id != '\0', "the item has no id");
   const bool has_type = type_name != nullptr && *type_name != '\0';
-  const tag type = find_type_of_class(has_type ? type_name : "Item", "Item");
-  const tag made = make_object(type, name, {{"item_id", std::string(item_id)}});
+  const tag type = type_of_class(has_type ? type_name : "Item", "Item");
+  const tag made = make_workspace_object(type, name, {{"item_id", std::string(item_id)}});
   try {
     *revision = make_revision(made, revision_id);
   } catch (...) {
@@ -160,5 +144,20 @@ int ITEM_create_rev(tag item, const char* revision_id, tag* revision) {
     host::require_all(revision_id, revision);
     host::require_item(item);
     *revision = host::make_revision(item, revision_id);
+  });
+}
+
+int ITEM_list_all_rev_attachments(tag revision, int* count, ITEM_attached_object_s** attachments) {
+  host::clear(count);
+  host::clear(attachments);
+  return operation("ITEM_list_all_rev_attachments", Needs::session, [&] {
+    host::require_all(count, attachments);
+    host::require_revision(revision);
+    std::vector<ITEM_attached_object_s> attached;
+    for (const tag relation : host::find_relations(revision, NULLTAG, NULLTAG, NULLTAG)) {
+      attached.push_back({host::store().reference(relation, "secondary_object"),
+                          host::store().reference(relation, "relation_type")});
+    }
+    host::hand_out(attached, count, attachments);
   });
 }

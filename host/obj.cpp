@@ -2,8 +2,11 @@
 
 #include "ork/obj.h"
 
+#include <nlohmann/json.hpp>
+
 #include "access.h"
 #include "handout.h"
+#include "object_id.h"
 #include "operation.h"
 #include "ork/access.h"
 #include "ork/store.h"
@@ -34,6 +37,38 @@ Value readable_value(tag object, const char* attribute, Kind kind) {
   require_all(attribute);
   const Values& values = readable_values(object, attribute, kind, Holds::one_value);
   return values.empty() ? Value{} : std::get<Value>(values.front());
+}
+
+std::string display_text(const Scalar& value) {
+  return std::visit(
+      [](const auto& content) -> std::string {
+        using Content = std::decay_t<decltype(content)>;
+        if constexpr (std::is_same_v<Content, std::string>) {
+          return content;
+        } else if constexpr (std::is_same_v<Content, bool>) {
+          return content ? "True" : "False";
+        } else if constexpr (std::is_same_v<Content, date_s>) {
+          return date_text(content);
+        } else if constexpr (std::is_same_v<Content, double>) {
+          return nlohmann::json(content).dump();  // the shortest text that reads back the same
+        } else {
+          return std::to_string(content);
+        }
+      },
+      value);
+}
+
+std::string display_value(tag object, const char* attribute) {
+  require_privilege(object, ACCESS_privilege_read);
+  const Values& values = store().values(object, attribute);
+  const bool holds_objects =
+      store().class_of(object).find_attribute(attribute)->kind == Kind::reference;
+  std::string display;
+  for (const Scalar& value : values) {
+    display += display.empty() ? "" : ", ";
+    display += holds_objects ? object_label(store(), std::get<tag>(value)) : display_text(value);
+  }
+  return display;
 }
 
 void lock_for_change(tag object) {
@@ -79,6 +114,10 @@ int OBJ_save(tag object) {
     host::require_privilege(object, ACCESS_privilege_write);
     host::store().save(object);
   });
+}
+
+int OBJ_unload(tag object) {
+  return operation("OBJ_unload", Needs::session, [&] { host::store().unload(object); });
 }
 
 int OBJ_delete(tag object) {
@@ -138,5 +177,13 @@ int OBJ_set_value_string(tag object, const char* attribute, const char* value) {
   return operation("OBJ_set_value_string", Needs::session, [&] {
     host::require_all(attribute, value);
     host::store().set(object, attribute, std::string(value));
+  });
+}
+
+int OBJ_UIF_get_value(tag object, const char* attribute, char** value) {
+  host::clear(value);
+  return operation("OBJ_UIF_get_value", Needs::session, [&] {
+    host::require_all(attribute, value);
+    *value = host::hand_out(host::display_value(object, attribute));
   });
 }

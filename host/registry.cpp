@@ -88,6 +88,7 @@ constexpr ErrorText error_texts[] = {
     {STORE_key_taken, "Another object has the same key"},
     {STORE_referenced, "Other objects refer to the object"},
     {STORE_refers_to_unsaved, "The object refers to one that was not saved"},
+    {STORE_not_saved, "The object has changes that were not saved"},
     {REL_not_a_relation_type, "The object is not a relation type"},
     {REL_exists, "The two objects are already related by this type"},
     {WSO_not_a_workspace_object, "The object is not a workspace object"},

@@ -1,7 +1,6 @@
 #include "seed.h"
 
 #include <algorithm>
-#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "access.h"
@@ -10,7 +9,7 @@
 #include "object_id.h"
 #include "ork/store.h"
 #include "password.h"
-#include "seed_node.h"
+#include "seed_writer.h"
 #include "types.h"
 
 namespace host {
@@ -24,32 +23,9 @@ constexpr const char* default_dataset_relation = "VELO_reference";
 
 constexpr int max_text_length = 1'000'000;
 
-/** Members that all workspace objects may have. */
-constexpr std::string_view workspace_members[] = {
-    "name",     "type",           "description",       "owner",      "group",
-    "statuses", "checked_out_by", "checked_out_since", "owning_site"};
-
-/** What a refusal of the store means for a seed: its text is at fault, at this place. */
-template <typename Action>
-auto at_place(const Node& node, const Action& action) {
-  try {
-    return action();
-  } catch (const Failure& failure) {
-    static constexpr int faults_of_a_seed[] = {ORK_invalid_argument, STORE_wrong_value_type,
-                                               STORE_value_too_long, STORE_key_taken};
-    const bool is_of_the_seed =
-        std::count(std::begin(faults_of_a_seed), std::end(faults_of_a_seed), failure.status()) != 0;
-    if (!is_of_the_seed) {
-      throw;
-    }
-    node.refuse(error_text(failure.status()) + ": " + failure.detail());
-  }
-}
-
-class Seeder {
+class Seeder : private SeedWriter {
  public:
-  Seeder(Site& site, std::filesystem::path folder)
-      : site_(site), store_(site.store()), folder_(std::move(folder)) {}
+  using SeedWriter::SeedWriter;
 
   void take(const Node& root) {
     root.allow_only({"site", "groups", "roles", "users", "classes", "types", "relation_types",
@@ -94,71 +70,6 @@ class Seeder {
   }
 
  private:
-  /** An object with this key, which is made when it is missing. */
-  tag ensure(const Node& node, const char* class_name, const Store::Criteria& key) {
-    const tag found = store_.find_one(class_name, key);
-    return found != NULLTAG ? found : make(node, class_name, key);
-  }
-
-  tag make(const Node& node, const std::string& class_name, const Store::Criteria& values) {
-    return at_place(node, [&] {
-      const tag object = store_.create(store_.class_named(class_name), values);
-      store_.save(object);
-      store_.refresh(object, false);
-      return object;
-    });
-  }
-
-  void put(const Node& node, tag object, const char* attribute, const Scalar& value) {
-    at_place(node, [&] {
-      if (store_.has_value(object, attribute, value)) {
-        return;
-      }
-      const LockGuard lock(store_, object);
-      store_.set(object, attribute, value);
-      store_.save(object);
-    });
-  }
-
-  void put_list(const Node& node, tag object, const char* attribute, const Values& values) {
-    at_place(node, [&] {
-      if (store_.values(object, attribute) == values) {
-        return;
-      }
-      const LockGuard lock(store_, object);
-      store_.set_values(object, attribute, values);
-      store_.save(object);
-    });
-  }
-
-  void remove(tag object) {
-    store_.lock(object);
-    store_.remove(object);
-  }
-
-  void put_text(const Node& owner, const char* member, tag object, const char* attribute) {
-    if (const auto node = owner.find(member)) {
-      put(*node, object, attribute, node->text());
-    }
-  }
-
-  /** An object that the seed names and that must exist. */
-  tag find(const Node& node, const char* class_name, const char* attribute, const char* what) {
-    const std::string name = node.name();
-    const tag found = store_.find_one(class_name, {{attribute, name}});
-    if (found == NULLTAG) {
-      node.refuse(std::string("there is no ") + what + " \"" + name + "\"");
-    }
-    return found;
-  }
-  tag find_group(const Node& node) { return find(node, "Group", "group_name", "group"); }
-  tag find_role(const Node& node) { return find(node, "Role", "role_name", "role"); }
-  tag find_user(const Node& node) { return find(node, "User", "user_id", "user"); }
-  tag find_type(const Node& node) { return find(node, "Type", "type_name", "type"); }
-  tag find_relation_type(const Node& node) {
-    return find(node, "RelationType", "type_name", "relation type");
-  }
-
   /** A group or role: a name, or an object with a name and a description. */
   void take_named(const Node& node, const char* class_name, const std::string& prefix) {
     if (!node.is_text()) {
@@ -357,135 +268,6 @@ class Seeder {
     return std::filesystem::absolute(path).lexically_normal().string();
   }
 
-  /** Owner of what the seed makes: the one it names, or else the site's automatic user. */
-  void take_owner(const Node& node, tag object) {
-    if (const auto owner = node.find("owner")) {
-      put(*owner, object, "owning_user", find_user(*owner));
-    } else if (store_.reference(object, "owning_user") == NULLTAG) {
-      put(node, object, "owning_user", automatic_user());
-    }
-    if (const auto group = node.find("group")) {
-      put(*group, object, "owning_group", find_group(*group));
-    } else if (store_.reference(object, "owning_group") == NULLTAG) {
-      const tag owner = store_.reference(object, "owning_user");
-      if (owner == NULLTAG) {
-        return;
-      }
-      put(node, object, "owning_group", store_.reference(owner, "default_group"));
-    }
-  }
-
-  tag automatic_user() {
-    const auto user_id = store_.setting("automatic_login");
-    return user_id ? store_.find_one("User", {{"user_id", *user_id}}) : NULLTAG;
-  }
-
-  /** Type of a workspace object: the one that the seed names, or the class's own. */
-  tag type_of(const Node& node, const char* class_name) {
-    const auto named = node.find("type");
-    if (!named) {
-      return store_.find_type(class_name);
-    }
-    const tag type = find_type(*named);
-    if (!is_stored_in(store_, type, class_name)) {
-      named->refuse(std::string("expected a type of class ") + class_name);
-    }
-    return type;
-  }
-
-  /** Makes a workspace object, or changes the one that is known. */
-  tag take_workspace_object(const Node& node, tag known, tag type, Store::Criteria key) {
-    const std::string type_name = store_.text(type, "type_name");
-    tag object = known;
-    if (object == NULLTAG) {
-      key.emplace_back("object_type", type_name);
-      object = make(node, store_.text(type, "type_class"), key);
-    } else if (const auto named = node.find("type")) {
-      const std::string& held = store_.text(object, "object_type");
-      if (held != type_name) {
-        named->refuse("the object exists with type \"" + held + "\"");
-      }
-    }
-    put_text(node, "name", object, "object_name");
-    put_text(node, "description", object, "object_desc");
-    take_owner(node, object);
-    take_statuses(node, object);
-    take_checkout(node, object);
-    take_owning_site(node, object);
-    return object;
-  }
-
-  /** The list becomes that of the seed; statuses that stay in their place are kept. */
-  void take_statuses(const Node& owner, tag object) {
-    const auto list = owner.find("statuses");
-    if (!list) {
-      return;
-    }
-    const Values held = store_.values(object, "release_status_list");
-    Values wanted;
-    for (const Node& node : list->items()) {
-      const bool has_held = wanted.size() < held.size();
-      wanted.push_back(take_status(node, has_held ? std::get<tag>(held[wanted.size()]) : NULLTAG));
-    }
-    put_list(*list, object, "release_status_list", wanted);
-    for (const Scalar& status : held) {
-      if (std::find(wanted.begin(), wanted.end(), status) == wanted.end()) {
-        remove(std::get<tag>(status));
-      }
-    }
-  }
-
-  /** A name, or an object with a name and a date. */
-  tag take_status(const Node& node, tag held) {
-    if (!node.is_text()) {
-      node.allow_only({"name", "date"});
-    }
-    const std::string name = node.is_text() ? node.name() : node.at("name").name();
-    const bool is_held = held != NULLTAG && store_.text(held, "name") == name;
-    const tag status = is_held ? held
-                               : make(node, "ReleaseStatus",
-                                      {{"name", name},
-                                       {"object_name", name},
-                                       {"object_type", std::string("ReleaseStatus")}});
-    if (!node.is_text()) {
-      if (const auto date = node.find("date")) {
-        put(*date, status, "date_released", date->date());
-      }
-    }
-    return status;
-  }
-
-  /** A null user checks the object in. */
-  void take_checkout(const Node& node, tag object) {
-    const auto user = node.find("checked_out_by");
-    const auto since = node.find("checked_out_since");
-    if (user) {
-      put(*user, object, "checked_out_user", user->is_null() ? NULLTAG : find_user(*user));
-      if (user->is_null()) {
-        put(*user, object, "checked_out_date", date_s{});
-      }
-    }
-    if (!since) {
-      return;
-    }
-    if (store_.reference(object, "checked_out_user") == NULLTAG) {
-      since->refuse("the object is not checked out");
-    }
-    put(*since, object, "checked_out_date", since->date());
-  }
-
-  void take_owning_site(const Node& node, tag object) {
-    const auto owner = node.find("owning_site");
-    if (!owner) {
-      return;
-    }
-    const tag site = find_site(store_, owner->number_up_to(max_site_number));
-    if (site == NULLTAG) {
-      owner->refuse("there is no site of this number");
-    }
-    put(*owner, object, "owning_site", site);
-  }
-
   void take_item(const Node& node) {
     node.allow_only({"id", "revisions"}, workspace_members);
     const Store::Criteria key = {{"item_id", node.at("id").name()}};
@@ -524,55 +306,11 @@ class Seeder {
     ensure_relation(node, revision, relation_type, dataset);
   }
 
-  /** The dataset of this name that is related to a revision, or NULLTAG. */
-  tag find_dataset(tag revision, const std::string& name) {
-    for (const tag relation : store_.find("Relation", {{"primary_object", revision}})) {
-      const tag object = store_.reference(relation, "secondary_object");
-      if (store_.is_a(object, "Dataset") && store_.text(object, "object_name") == name) {
-        return object;
-      }
-    }
-    return NULLTAG;
-  }
-
-  void ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary) {
-    ensure(node, "Relation",
-           {{"primary_object", primary},
-            {"secondary_object", secondary},
-            {"relation_type", relation_type}});
-  }
-
   void take_relation(const Node& node) {
     node.allow_only({"primary", "type", "secondary"});
     const tag relation_type = find_relation_type(node.at("type"));
     const tag primary = find_object(node.at("primary"));
     ensure_relation(node, primary, relation_type, find_object(node.at("secondary")));
-  }
-
-  /** {"item": id}, with "revision" one of its revisions, with "dataset" one of that's datasets. */
-  tag find_object(const Node& node) {
-    node.allow_only({"item", "revision", "dataset"});
-    const tag item = find(node.at("item"), "Item", "item_id", "item");
-    const auto revision_id = node.find("revision");
-    if (!revision_id) {
-      if (const auto dataset = node.find("dataset")) {
-        dataset->refuse("needs a \"revision\"");
-      }
-      return item;
-    }
-    const tag revision = find_revision(store_, item, revision_id->name());
-    if (revision == NULLTAG) {
-      revision_id->refuse("the item has no revision \"" + revision_id->text() + "\"");
-    }
-    const auto dataset_name = node.find("dataset");
-    if (!dataset_name) {
-      return revision;
-    }
-    const tag dataset = find_dataset(revision, dataset_name->name());
-    if (dataset == NULLTAG) {
-      dataset_name->refuse("the revision has no dataset \"" + dataset_name->text() + "\"");
-    }
-    return dataset;
   }
 
   /** The list becomes that of the seed: rules are known by their place. */
@@ -668,12 +406,6 @@ class Seeder {
     *name = members.front().first;
     return members.front().second;
   }
-
-  static constexpr int max_site_number = std::numeric_limits<int>::max();
-
-  Site& site_;
-  Store& store_;
-  std::filesystem::path folder_;
 };
 
 Json parse(const std::string& text) {

@@ -9,6 +9,10 @@
 using host::Needs;
 using host::operation;
 
+date_s STORE_null_date(void) {
+  return {};
+}
+
 int STORE_get_user(char** name, tag* user) {
   host::clear(name);
   host::clear(user);

@@ -132,6 +132,8 @@ class Store {
   bool exists(tag object);
 
   void load(tag object) { loaded(object); }
+
+  /** Drops values from memory; a new or changed instance is refused with STORE_not_saved. */
   void unload(tag object);
   InstanceState state(tag object);
   const Class& class_of(tag object) { return *loaded(object).type; }

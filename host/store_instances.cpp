@@ -173,7 +173,7 @@ tag Store::create(const Class& type, const Criteria& values) {
 void Store::unload(tag object) {
   Instance& instance = loaded(object);
   if (instance.state == InstanceState::is_new || instance.changed) {
-    return;
+    refuse(STORE_not_saved, "object " + std::to_string(object));
   }
   if (instance.locked) {
     instance.state = InstanceState::not_loaded;

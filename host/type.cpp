@@ -40,6 +40,20 @@ bool is_type_of(Store& store, tag type, tag ancestor) {
   return type != NULLTAG;
 }
 
+tag type_of_class(const std::string& name, const char* class_name) {
+  const tag type = store().find_type(name);
+  if (type == NULLTAG || !is_stored_in(store(), type, class_name)) {
+    refuse(TYPE_unknown_type, name + " of class " + class_name);
+  }
+  return type;
+}
+
+tag make_workspace_object(tag type, const std::string& name, Store::Criteria values) {
+  values.emplace_back("object_type", store().text(type, "type_name"));
+  values.emplace_back("object_name", name);
+  return store().create(store().class_named(store().text(type, "type_class")), values);
+}
+
 }  // namespace host
 
 using host::Needs;

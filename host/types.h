@@ -14,4 +14,10 @@ bool is_stored_in(Store& store, tag type, const char* class_name);
 /** Whether a type is another one or descends from it. */
 bool is_type_of(Store& store, tag type, tag ancestor);
 
+/** A type by name, of objects of a class; refused with TYPE_unknown_type when there is none. */
+tag type_of_class(const std::string& name, const char* class_name);
+
+/** A new object of a type, with a name and whatever else its class needs. */
+tag make_workspace_object(tag type, const std::string& name, Store::Criteria values);
+
 }  // namespace host

@@ -2,9 +2,11 @@
 
 #include "ork/wso.h"
 
+#include "access.h"
 #include "handout.h"
 #include "object_id.h"
 #include "operation.h"
+#include "ork/access.h"
 
 namespace host {
 
@@ -23,6 +25,29 @@ std::string item_text(const std::string& id, const std::string& name) {
 std::string revision_text(const std::string& item_id, const std::string& revision_id,
                           const std::string& name) {
   return item_id + "/" + revision_id + "-" + name;
+}
+
+std::string name_in(Store& store, tag object, const char* attribute) {
+  return object != NULLTAG ? store.text(object, attribute) : std::string();
+}
+
+WSO_description_s describe_object(Store& store, tag object) {
+  WSO_description_s described{};
+  const auto take = [](const std::string& text, auto& buffer) {
+    copy_out(text, buffer, sizeof(buffer));
+  };
+  take(store.text(object, "object_name"), described.object_name);
+  take(store.text(object, "object_type"), described.object_type);
+  take(store.text(object, "object_desc"), described.description);
+  take(name_in(store, store.reference(object, "owning_user"), "user_id"), described.owners_name);
+  take(name_in(store, store.reference(object, "owning_group"), "group_name"),
+       described.owning_group_name);
+  take(name_in(store, store.reference(object, "last_mod_user"), "user_id"),
+       described.last_modifying_user);
+  described.date_created = store.date(object, "creation_date");
+  described.date_modified = store.date(object, "last_mod_date");
+  described.date_released = store.date(object, "date_released");
+  return described;
 }
 
 /** The names and ids of all workspace objects, as they are saved; loads none of them. */
@@ -93,6 +118,23 @@ std::string object_id_text(Store& store, tag object) {
   return revision_text(store.text(item, "item_id"), store.text(object, "item_revision_id"), name);
 }
 
+std::string object_label(Store& store, tag object) {
+  static constexpr std::pair<const char*, const char*> names[] = {{"User", "user_id"},
+                                                                  {"Group", "group_name"},
+                                                                  {"Role", "role_name"},
+                                                                  {"Site", "site_name"},
+                                                                  {"Type", "type_name"}};
+  if (store.is_a(object, "WorkspaceObject")) {
+    return object_id_text(store, object);
+  }
+  for (const auto& [class_name, attribute] : names) {
+    if (store.is_a(object, class_name)) {
+      return store.text(object, attribute);
+    }
+  }
+  return store.class_of(object).name + " " + std::to_string(object);
+}
+
 }  // namespace host
 
 using host::Needs;
@@ -121,6 +163,16 @@ int WSO_get_object_type(tag object, char* type) {
     host::require_all(type);
     host::require_workspace_object(host::store(), object);
     host::copy_out(host::store().text(object, "object_type"), type, WSO_name_size + 1);
+  });
+}
+
+int WSO_describe(tag object, WSO_description_s* description) {
+  host::clear(description);
+  return operation("WSO_describe", Needs::session, [&] {
+    host::require_all(description);
+    host::require_workspace_object(host::store(), object);
+    host::require_privilege(object, ACCESS_privilege_read);
+    *description = host::describe_object(host::store(), object);
   });
 }
 

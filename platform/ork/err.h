@@ -3,7 +3,7 @@
  * The platform's error stack: one entry per failure, oldest first.
  *
  * The stack keeps the most recent #ERR_stack_size entries. Operations that succeed leave it alone;
- * it is emptied by `ERR_clear_errors` and by a login.
+ * it is emptied by `ERR_clear_errors` and, protect marks or not, by a login.
  */
 #ifndef ORK_ERR_H
 #define ORK_ERR_H
@@ -56,8 +56,23 @@ ORK_API int ERR_store_error(int severity, int code);
  */
 ORK_API int ERR_store_error_s1(int severity, int code, const char* detail);
 
-/** Empties the error stack. */
+/** Empties the error stack, down to the innermost protect mark if one is set. */
 ORK_API int ERR_clear_errors(void);
+
+/**
+ * Takes the latest entry from the error stack if it has a code and no protect mark covers it.
+ * @param[in] code the code.
+ */
+ORK_API int ERR_clear_last_error(int code);
+
+/**
+ * Protects the entries that are on the error stack now from `ERR_clear_errors`, for callers that
+ * clear what a call of theirs has reported and nothing else. Marks nest.
+ */
+ORK_API int ERR_set_protect_mark(void);
+
+/** Takes the innermost protect mark back; does nothing when none is set. */
+ORK_API int ERR_clear_protect_mark(void);
 
 #ifdef __cplusplus
 }

@@ -91,6 +91,23 @@ ORK_API int ITEM_create_item(const char* item_id, const char* name, const char* 
  */
 ORK_API int ITEM_create_rev(tag item, const char* revision_id, tag* revision);
 
+/** An object that is attached to a revision, and how. */
+typedef struct ITEM_attached_object_s {
+  tag attachment;    /**< the object */
+  tag relation_type; /**< type of the relation that attaches it */
+} ITEM_attached_object_s;
+
+/**
+ * Lists what is attached to a revision: the secondary objects of its relations, in the order in
+ * which they were related.
+ * @param[in] revision the revision.
+ * @param[out] count number of records.
+ * @param[out] attachments the records, freed by the caller with `MEM_free`; null for none.
+ * @return #ORK_ok or #ITEM_not_a_revision.
+ */
+ORK_API int ITEM_list_all_rev_attachments(tag revision, int* count,
+                                          ITEM_attached_object_s** attachments);
+
 #ifdef __cplusplus
 }
 #endif

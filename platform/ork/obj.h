@@ -48,6 +48,14 @@ ORK_API int OBJ_refresh(tag object, logical for_change);
 ORK_API int OBJ_save(tag object);
 
 /**
+ * Drops an object's values from memory; the next use reads them again.
+ * @param[in] object the object, without unsaved changes; a lock on it stays.
+ * @return #ORK_ok, #STORE_unknown_tag, #STORE_deleted_tag, or #STORE_not_saved for a new object or
+ *   one with unsaved changes.
+ */
+ORK_API int OBJ_unload(tag object);
+
+/**
  * Deletes an object.
  * @param[in] object an object that this process has locked or made.
  * @return #ORK_ok, #STORE_not_locked, #STORE_locked_by_other, #ACCESS_denied without the privilege
@@ -107,6 +115,17 @@ ORK_API int OBJ_get_value_date(tag object, const char* attribute, date_s* value)
  *   #STORE_value_too_long.
  */
 ORK_API int OBJ_set_value_string(tag object, const char* attribute, const char* value);
+
+/**
+ * Value of an attribute as users see it: text as it stands, numbers and logicals as text, dates in
+ * the site's default format, objects under the text that names them, lists with ", " between.
+ * @param[in] object the object; it is loaded if need be.
+ * @param[in] attribute name of the attribute.
+ * @param[out] value the text, freed by the caller with `MEM_free`; "" for no value, null on
+ * failure.
+ * @return #ORK_ok, #STORE_unknown_attribute or #ACCESS_denied without the privilege "READ".
+ */
+ORK_API int OBJ_UIF_get_value(tag object, const char* attribute, char** value);
 
 #ifdef __cplusplus
 }

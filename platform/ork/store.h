@@ -24,8 +24,12 @@ enum {
   STORE_locked_by_other = 24008,   /**< another session holds the object's lock */
   STORE_key_taken = 24009,         /**< another object has the same id, name or other key */
   STORE_referenced = 24010,        /**< other objects refer to the object, so it stays */
-  STORE_refers_to_unsaved = 24011  /**< the object refers to one that was never saved */
+  STORE_refers_to_unsaved = 24011, /**< the object refers to one that was never saved */
+  STORE_not_saved = 24012          /**< the object has changes that were not saved */
 };
+
+/** The date that stands for none: all members are 0. */
+ORK_API date_s STORE_null_date(void);
 
 /**
  * The session's user.

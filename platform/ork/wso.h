@@ -5,6 +5,8 @@
 #ifndef ORK_WSO_H
 #define ORK_WSO_H
 
+#include "ork/date.h"
+#include "ork/org.h"
 #include "ork/ork.h"
 
 #ifdef __cplusplus
@@ -39,6 +41,31 @@ ORK_API int WSO_get_name(tag object, char* name);
  * @param[out] type caller's buffer of #WSO_name_size + 1 bytes.
  */
 ORK_API int WSO_get_object_type(tag object, char* type);
+
+/** Longest description of a workspace object, in bytes. */
+#define WSO_description_size 240
+
+/** What `WSO_describe` tells about a workspace object. Texts are cut where they do not fit. */
+typedef struct WSO_description_s {
+  char object_name[WSO_name_size + 1];
+  char object_type[WSO_name_size + 1];
+  char description[WSO_description_size + 1];
+  char owners_name[ORG_name_size + 1];         /**< user id of the owner */
+  char owning_group_name[ORG_name_size + 1];   /**< name of the owner's group */
+  char last_modifying_user[ORG_name_size + 1]; /**< user id of who saved it last */
+  date_s date_created;
+  date_s date_modified;
+  date_s date_released; /**< the null date when it was not released */
+} WSO_description_s;
+
+/**
+ * Describes a workspace object.
+ * @param[in] object the object; it is loaded if need be.
+ * @param[out] description caller's record; all 0 on failure.
+ * @return #ORK_ok, #STORE_unknown_tag, #STORE_deleted_tag, #WSO_not_a_workspace_object or
+ *   #ACCESS_denied without the privilege "READ".
+ */
+ORK_API int WSO_describe(tag object, WSO_description_s* description);
 
 /**
  * Finds workspace objects by name or by the text under which users see them, release statuses

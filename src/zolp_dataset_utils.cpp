@@ -1,0 +1,1 @@
+// Datasets: made, given files, looked up; text files in, images out; relations.

@@ -1,0 +1,1 @@
+// Workflow: attachments of a job, condition tasks, release levels and their reviewers.

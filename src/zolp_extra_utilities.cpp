@@ -1,0 +1,1 @@
+// Filters on objects, dates as text, view types and occurrences.

@@ -1,0 +1,1 @@
+// Forms made, and release-information forms read as a whole.

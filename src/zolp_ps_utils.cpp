@@ -1,0 +1,1 @@
+// BOM lines: their values, and walks over the lines below one.
