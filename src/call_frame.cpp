@@ -1,5 +1,7 @@
 #include "call_frame.h"
 
+#include <cstdio>
+
 #include "clock.h"
 #include "host_memory.h"
 #include "ork/err.h"
@@ -35,6 +37,11 @@ Frame::Frame(const char* name, Place start) : name_(name) {
 void leave_frame(const char* name, Place end) {
   ZOLP_DecTraceSpaces();
   ZOLP_LOG(1, 1, " <-%s %s:%d\n", name, end.file, end.line);
+}
+
+int print_failure(int status, Place place) {
+  std::printf("ERROR: File:%s [line:%d] (ifail %d)\n", place.file, place.line, status);
+  return status;
 }
 
 StartedCall start_call(const char* text, Place place) {

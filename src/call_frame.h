@@ -65,6 +65,12 @@ class Frame {
   const char* name_;
 };
 
+/**
+ * Prints a failure to standard output, where programs that show no trace see it.
+ * @return the status.
+ */
+int print_failure(int status, Place place = here());
+
 /** A platform call that is about to be made. */
 struct StartedCall {
   const char* text;
