@@ -43,7 +43,8 @@ int ork_host_seed(const char* json) {
 int ork_host_seed_file(const char* path) {
   return guarded([&] {
     host::require_all(path);
-    std::ifstream file(path, std::ios::binary);
+    // A path object, so that names of all languages are found on all systems.
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
     if (!file) {
       host::refuse(ORK_invalid_argument, std::string(path) + " cannot be read");
     }

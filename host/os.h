@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -32,5 +33,11 @@ void sleep_milliseconds(int milliseconds);
 
 /** The current local time. */
 date_s local_time();
+
+/** Value of an environment variable; empty when it is not set. */
+std::string environment(const char* variable);
+
+/** As `fopen`, for paths in UTF-8. */
+std::FILE* open_file(const std::string& path, const char* mode);
 
 }  // namespace host::os

@@ -1,6 +1,4 @@
 /** @file `zolp clone`: prepares a clone run from a release list. */
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +10,7 @@
 #include "commands.h"
 #include "error.h"
 #include "login.h"
+#include "os.h"
 #include "output_files.h"
 #include "release_list.h"
 #include "site.h"
@@ -49,7 +48,7 @@ class Progress {
   }
 
  private:
-  bool is_shown_ = isatty(STDERR_FILENO) != 0;
+  bool is_shown_ = os::is_error_on_terminal();
 };
 
 void check_file_opens(const std::string& path, const char* mode, const std::string& preference) {

@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "error.h"
+#include "os.h"
 #include "site.h"
 #include "text.h"
 
@@ -70,6 +71,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
+    tool::os::prepare_terminal();
     tool::silence_trace_unless_wanted();
     return run(argc, argv);
   } catch (const tool::Error& error) {

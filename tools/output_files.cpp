@@ -1,12 +1,10 @@
 #include "output_files.h"
 
-#include <signal.h>
-#include <stdlib.h>
-
 #include <cerrno>
 #include <cstring>
 
 #include "error.h"
+#include "os.h"
 
 namespace fs = std::filesystem;
 
@@ -14,22 +12,8 @@ namespace tool {
 
 namespace {
 
-volatile sig_atomic_t interrupted = 0;
-
 std::string earlier_name(const std::string& name) {
   return name + ".earlier";
-}
-
-/** Lets signals that ask the program to end take effect at the next `stop_if_interrupted`. */
-void watch_for_interruption() {
-  struct sigaction action = {};
-  action.sa_handler = [](int) { interrupted = 1; };
-  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaction(signal_number, &action, nullptr);
-  }
-  // A file that gets too large is a write that fails, to be reported like a full disk.
-  signal(SIGXFSZ, SIG_IGN);
 }
 
 }  // namespace
@@ -43,13 +27,12 @@ WorkFolder::WorkFolder(const fs::path& parent) {
   if (!fs::is_directory(parent, problem)) {
     throw Error(shown + " is not a folder", "name a folder");
   }
-  std::string pattern = (parent / ".zolp-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) {
+  path_ = os::make_work_folder(parent);
+  if (path_.empty()) {
     throw Error("cannot write to folder " + shown + " (" + std::strerror(errno) + ")",
                 "make it writable or name another one");
   }
-  path_ = pattern;
-  watch_for_interruption();
+  os::watch_for_interruption();
 }
 
 WorkFolder::~WorkFolder() {
@@ -107,7 +90,7 @@ void OutputFiles::publish() {
 }
 
 void stop_if_interrupted() {
-  if (interrupted != 0) {
+  if (os::was_interrupted()) {
     throw Error("interrupted", "nothing was written, start again");
   }
 }

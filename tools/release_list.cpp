@@ -1,13 +1,12 @@
 #include "release_list.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
 #include "error.h"
+#include "os.h"
 #include "text.h"
 
 namespace tool {
@@ -61,7 +60,7 @@ void check_file_access(const std::string& path) {
   if (!std::filesystem::is_regular_file(path, problem)) {
     throw Error("list " + path + " is not a file", "name a text file");
   }
-  if (access(path.c_str(), R_OK | W_OK) != 0) {
+  if (!os::is_accessible(path)) {
     throw Error("list " + path + " cannot be opened for update (" + std::strerror(errno) + ")",
                 "make it readable and writable, or work on a copy");
   }

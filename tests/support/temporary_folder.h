@@ -32,17 +32,26 @@ class TemporaryFolder {
 
   /** Writes a file and returns its path. */
   std::string write(const std::string& name, const std::string& contents) const {
-    std::ofstream(path(name), std::ios::binary) << contents;
+    std::ofstream(path_ / name, std::ios::binary) << contents;
     return path(name);
   }
 
-  /** Contents of a file in the folder; empty when it does not exist. */
+  /** Contents of a text file in the folder; empty when it does not exist. */
   std::string read(const std::string& name) const {
-    std::ifstream file(path(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ifstream file(path_ / name, std::ios::binary);
+    std::string contents{std::istreambuf_iterator<char>(file), {}};
+#if defined(_WIN32)
+    // Text files end their lines in the way of the system that they are written on.
+    for (std::size_t at = 0; (at = contents.find("\r\n", at)) != std::string::npos;) {
+      contents.erase(at, 1);
+    }
+#endif
+    return contents;
   }
 
-  bool has(const std::string& name) const { return std::filesystem::exists(path(name)); }
+  bool has(const std::string& name) const {
+    return std::filesystem::exists(path_ / name);
+  }
 
  private:
   std::filesystem::path path_;

@@ -1,16 +1,17 @@
-#include "os.h"
-
 #include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <iterator>
 #include <optional>
 #include <sstream>
 #include <thread>
+
+#include "os.h"
 
 namespace host::os {
 
@@ -87,6 +88,15 @@ date_s local_time() {
   return {static_cast<std::int16_t>(parts.tm_year + 1900), static_cast<std::uint8_t>(parts.tm_mon),
           static_cast<std::uint8_t>(parts.tm_mday),        static_cast<std::uint8_t>(parts.tm_hour),
           static_cast<std::uint8_t>(parts.tm_min),         static_cast<std::uint8_t>(parts.tm_sec)};
+}
+
+std::string environment(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value != nullptr ? value : "";
+}
+
+std::FILE* open_file(const std::string& path, const char* mode) {
+  return std::fopen(path.c_str(), mode);
 }
 
 }  // namespace host::os
