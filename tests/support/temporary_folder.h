@@ -28,7 +28,9 @@ class TemporaryFolder {
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   /** Path of a file in the folder. */
-  std::string path(const std::string& name) const { return (path_ / name).string(); }
+  std::string path(const std::string& name) const {
+    return (path_ / name).make_preferred().string();
+  }
 
   /** Writes a file and returns its path. */
   std::string write(const std::string& name, const std::string& contents) const {
