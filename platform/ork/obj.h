@@ -12,6 +12,9 @@
 extern "C" {
 #endif
 
+/** Codes of the application object operations. */
+enum { OBJ_value_not_understood = 39001 /**< the text is no value of the attribute's kind */ };
+
 /** Starts the application object module. Needs a session. */
 ORK_API int OBJ_init_module(void);
 
@@ -126,6 +129,18 @@ ORK_API int OBJ_set_value_string(tag object, const char* attribute, const char* 
  * @return #ORK_ok, #STORE_unknown_attribute or #ACCESS_denied without the privilege "READ".
  */
 ORK_API int OBJ_UIF_get_value(tag object, const char* attribute, char** value);
+
+/**
+ * Sets an attribute from a text as users write it: text, numbers, "True" and "False", dates in the
+ * site's default format. "" takes the value away. The change is private to the process until the
+ * object is saved.
+ * @param[in] object an object that this process has locked or made.
+ * @param[in] attribute name of the attribute, which holds one value and no object.
+ * @param[in] value the text.
+ * @return #ORK_ok, #OBJ_value_not_understood, #STORE_unknown_attribute, #STORE_wrong_value_type for
+ *   lists and objects, #STORE_not_locked or #STORE_value_too_long.
+ */
+ORK_API int OBJ_UIF_set_value(tag object, const char* attribute, const char* value);
 
 #ifdef __cplusplus
 }
