@@ -10,6 +10,7 @@
 #include "preferences.h"
 #include "sqlite.h"
 #include "store.h"
+#include "vault.h"
 
 namespace host {
 
@@ -38,13 +39,14 @@ class Site {
   const std::string& path() const { return database_.path(); }
   Database& database() { return database_; }
   Store& store() { return *store_; }
+  Vault& vault() { return vault_; }
 
   /** Forgets all that is in memory of the store, unsaved changes too; locks stay. */
   void reload_store();
 
   void begin_session(Session session);
 
-  /** Drops unsaved changes and gives locks back. */
+  /** Drops unsaved changes, with the contents of unsaved files, and gives locks back. */
   void end_session();
 
   std::optional<Session> session;
@@ -53,6 +55,7 @@ class Site {
  private:
   Database database_;
   std::unique_ptr<Store> store_;
+  Vault vault_;
 };
 
 /** The open site. Without one: refused with ORK_site_not_available. */
