@@ -10,6 +10,7 @@
 #include "preferences.h"
 #include "sqlite.h"
 #include "store.h"
+#include "texts.h"
 #include "vault.h"
 
 namespace host {
@@ -41,6 +42,10 @@ class Site {
   Store& store() { return *store_; }
   Vault& vault() { return vault_; }
 
+  /** The texts of the site's own. */
+  const Texts& texts() const { return texts_; }
+  void reload_texts();
+
   /** Forgets all that is in memory of the store, unsaved changes too; locks stay. */
   void reload_store();
 
@@ -55,6 +60,7 @@ class Site {
  private:
   Database database_;
   std::unique_ptr<Store> store_;
+  Texts texts_;
   Vault vault_;
 };
 
