@@ -12,19 +12,6 @@
 
 namespace host {
 
-/**
- * A kind of file that a dataset type takes under a named reference. Template and format are empty
- * for a reference that is not for files.
- */
-struct FileReference {
-  std::string reference;
-  std::string file_template;
-  std::string format;
-
-  bool is_for_files() const { return !file_template.empty(); }
-  bool operator==(const FileReference&) const = default;
-};
-
 /** One of a dataset's named references. */
 struct NamedReference {
   std::string name;
@@ -50,6 +37,10 @@ void set_named_references(Store& store, tag dataset, const std::vector<NamedRefe
 
 /** Adds a reference behind those that a dataset has, if its type takes one of that name. */
 void add_named_reference(Store& store, tag dataset, const NamedReference& reference);
+
+/** Puts a reference in the place of the one of the same name that is to an object. */
+void replace_named_reference(Store& store, tag dataset, tag old_object,
+                             const NamedReference& reference);
 
 /**
  * What is deleted with an object: the parts of a dataset that nothing else refers to. They are

@@ -64,21 +64,6 @@ void check_reference(Store& store, tag dataset, const NamedReference& reference)
   }
 }
 
-void replace_named_reference(Store& store, tag dataset, tag old_object,
-                             const NamedReference& reference) {
-  std::vector<NamedReference> references = named_references(store, dataset);
-  const auto replaced = std::find_if(references.begin(), references.end(), [&](const auto& held) {
-    return held.object == old_object && held.name == reference.name;
-  });
-  if (replaced == references.end()) {
-    refuse(DSET_no_such_reference, "object " + std::to_string(old_object) + " as " +
-                                       reference.name + ", " + dataset_text(store, dataset));
-  }
-  check_reference(store, dataset, reference);
-  *replaced = reference;
-  set_named_references(store, dataset, references);
-}
-
 tag copy_dataset(Store& store, tag dataset, const char* name) {
   static constexpr const char* copied[] = {"object_desc",      "tool_used",       "format_used",
                                            "revision_limit",   "reference_names", "reference_types",
@@ -194,6 +179,21 @@ void add_named_reference(Store& store, tag dataset, const NamedReference& refere
   check_reference(store, dataset, reference);
   std::vector<NamedReference> references = named_references(store, dataset);
   references.push_back(reference);
+  set_named_references(store, dataset, references);
+}
+
+void replace_named_reference(Store& store, tag dataset, tag old_object,
+                             const NamedReference& reference) {
+  std::vector<NamedReference> references = named_references(store, dataset);
+  const auto replaced = std::find_if(references.begin(), references.end(), [&](const auto& held) {
+    return held.object == old_object && held.name == reference.name;
+  });
+  if (replaced == references.end()) {
+    refuse(DSET_no_such_reference, "object " + std::to_string(old_object) + " as " +
+                                       reference.name + ", " + dataset_text(store, dataset));
+  }
+  check_reference(store, dataset, reference);
+  *replaced = reference;
   set_named_references(store, dataset, references);
 }
 

@@ -102,6 +102,10 @@ tag import_file(const std::string& path, const std::string& original_name, int t
   return file;
 }
 
+int file_type(const std::string& format) {
+  return format == "TEXT" ? SS_TEXT : format == "BINARY" ? SS_BINARY : 0;
+}
+
 Contents contents_of(Store& objects, tag file) {
   Contents contents{objects.text(file, "contents"), 0, objects.text(file, "digest")};
   const std::string& size = objects.text(file, "byte_size");

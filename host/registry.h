@@ -43,21 +43,27 @@ struct TypeDefinition {
 };
 
 struct ToolDefinition {
-  const char* name;
-  std::vector<const char*> output_formats;
+  std::string name;
+  std::vector<std::string> output_formats;
 };
 
-/** What a dataset type takes: files whose names are like a template, under a named reference. */
-struct FileReferenceDefinition {
-  const char* reference;
-  const char* file_template;
-  const char* format;
+/**
+ * A kind of file that a dataset type takes under a named reference. Template and format are empty
+ * for a reference that is not for files.
+ */
+struct FileReference {
+  std::string reference;
+  std::string file_template;
+  std::string format;
+
+  bool is_for_files() const { return !file_template.empty(); }
+  bool operator==(const FileReference&) const = default;
 };
 
 struct DatasetTypeDefinition {
-  const char* type;
-  const char* default_tool;
-  std::vector<FileReferenceDefinition> references;
+  std::string type;
+  std::string default_tool;
+  std::vector<FileReference> references;
 };
 
 /** Built-in classes, each after its parent. */

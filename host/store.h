@@ -230,7 +230,6 @@ class Store {
   bool add_missing_classes(bool write);
   bool add_missing_types(bool write);
   bool add_missing_tools(bool write);
-  void take_definition(tag type, const DatasetTypeDefinition& definition);
   void load_classes();
   Class& add_class(std::uint32_t id, const std::string& name, const Class* parent);
   void add_attribute(Class& owner, std::unique_ptr<Attribute> attribute);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "datasets.h"
 #include "failure.h"
 #include "ork/store.h"
 #include "store.h"
@@ -51,10 +52,6 @@ CREATE TABLE IF NOT EXISTS text(
 std::int64_t single_number(Database& database, const char* sql) {
   Query query(database, sql);
   return query.next() ? query.integer(0) : 0;
-}
-
-Values text_values(const std::vector<const char*>& texts) {
-  return {texts.begin(), texts.end()};
 }
 
 }  // namespace
@@ -154,15 +151,16 @@ bool Store::add_missing_classes(bool write) {
 bool Store::add_missing_tools(bool write) {
   bool missing = false;
   for (const ToolDefinition& definition : built_in_tools()) {
-    if (find_one("Tool", {{"tool_name", std::string(definition.name)}}) != NULLTAG) {
+    if (find_one("Tool", {{"tool_name", definition.name}}) != NULLTAG) {
       continue;
     }
     missing = true;
     if (!write) {
       break;
     }
-    const tag tool = create(class_named("Tool"), {{"tool_name", std::string(definition.name)}});
-    set_values(tool, "output_formats", text_values(definition.output_formats));
+    const tag tool = create(class_named("Tool"), {{"tool_name", definition.name}});
+    set_values(tool, "output_formats",
+               {definition.output_formats.begin(), definition.output_formats.end()});
     save(tool);
     refresh(tool, false);
   }
@@ -184,30 +182,15 @@ bool Store::add_missing_types(bool write) {
     set(type, "type_class", std::string(definition.class_of_objects));
     set(type, "parent_type", find_type(definition.parent));
     for (const DatasetTypeDefinition& dataset_type : built_in_dataset_types()) {
-      if (std::string_view(dataset_type.type) == definition.name) {
-        take_definition(type, dataset_type);
+      if (dataset_type.type == definition.name) {
+        set(type, "default_tool", find_one("Tool", {{"tool_name", dataset_type.default_tool}}));
+        set_file_references(*this, type, dataset_type.references);
       }
     }
     save(type);
     refresh(type, false);
   }
   return missing;
-}
-
-void Store::take_definition(tag type, const DatasetTypeDefinition& definition) {
-  std::vector<const char*> names;
-  std::vector<const char*> templates;
-  std::vector<const char*> formats;
-  for (const FileReferenceDefinition& reference : definition.references) {
-    names.push_back(reference.reference);
-    templates.push_back(reference.file_template);
-    formats.push_back(reference.format);
-  }
-  set(type, "default_tool",
-      find_one("Tool", {{"tool_name", std::string(definition.default_tool)}}));
-  set_values(type, "reference_names", text_values(names));
-  set_values(type, "reference_templates", text_values(templates));
-  set_values(type, "reference_formats", text_values(formats));
 }
 
 void Store::load_classes() {
