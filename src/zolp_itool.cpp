@@ -449,6 +449,10 @@ class TemporaryFile {
     } else {
       orktool::copy_temporary_folder(path_, sizeof(path_));
     }
+    if (std::strlen(path_) >= longest_temporary_path) {
+      path_[0] = '\0';  // a cut folder is another place; no file has the empty path
+      return;
+    }
     orktool::append_text(path_, separator);
     orktool::append_text(path_, name);
     orktool::remove_file(path_);
