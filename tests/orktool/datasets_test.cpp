@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
@@ -31,11 +30,6 @@ using testing::IsEmpty;
 
 constexpr int failure = 4711;
 
-std::string content_of(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 class Datasets : public testing::Test {
  protected:
   Datasets() {
@@ -61,12 +55,6 @@ class Datasets : public testing::Test {
   }
   ~Datasets() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
-  std::string write_file(const std::string& name, const std::string& content) const {
-    const std::string path = folder.path() / name;
-    std::ofstream(path, std::ios::binary) << content;
-    return path;
-  }
-
   tag make_dataset(const char* type, const char* name, const char* reference) const {
     tag dataset = NULLTAG;
     EXPECT_EQ(ZOLP_createDataset(type, name, reference, nullptr, nullptr, &dataset), ORK_ok);
@@ -76,7 +64,7 @@ class Datasets : public testing::Test {
   /** A saved file of the vault. */
   tag make_file(const std::string& name, const std::string& content, int type = SS_TEXT) const {
     tag file = NULLTAG;
-    EXPECT_EQ(FILE_import_file(write_file(name, content).c_str(), nullptr, type, &file, nullptr),
+    EXPECT_EQ(FILE_import_file(folder.write(name, content).c_str(), nullptr, type, &file, nullptr),
               ORK_ok);
     EXPECT_EQ(OBJ_save(file), ORK_ok);
     EXPECT_EQ(OBJ_refresh(file, 0), ORK_ok);
@@ -84,9 +72,9 @@ class Datasets : public testing::Test {
   }
 
   std::string exported(tag file) const {
-    const std::string path = folder.path() / ("out" + std::to_string(file));
-    EXPECT_EQ(FILE_export_file(file, path.c_str()), ORK_ok);
-    return content_of(path);
+    const std::string name = "out" + std::to_string(file);
+    EXPECT_EQ(FILE_export_file(file, folder.path(name).c_str()), ORK_ok);
+    return folder.read(name);
   }
 
   static tag reference_of(tag dataset, const char* name, int* type = nullptr) {
@@ -303,7 +291,7 @@ TEST_F(Datasets, RelationsAreMadeAndSaved) {
 
 TEST_F(Datasets, ImportedTextStaysAsItIs) {
   const std::string content("line\r\nbytes \xff\xfe\x80\n\0no end", 24);
-  const std::string path = write_file("report.txt", content);
+  const std::string path = folder.write("report.txt", content);
   tag plain = NULLTAG;
   EXPECT_EQ(ZOLP_importTextDataset(nullptr, "Plain", path.c_str(), &plain), ORK_ok);
   EXPECT_TRUE(trace.has("  Path <" + path + ">"));
@@ -338,7 +326,7 @@ TEST_F(Datasets, AFailedImportLeavesWhatItMade) {
   EXPECT_EQ(find_dataset("Fileless"), dataset);
   EXPECT_NE(dataset, NULLTAG);
 
-  const std::string path = write_file("report.txt", "text");
+  const std::string path = folder.write("report.txt", "text");
   ork_host_fail_call("OBJ_refresh", 3, failure);  // after those of creation and attachment
   ork_host_fail_call("OBJ_refresh", 4, failure);
   EXPECT_EQ(ZOLP_importTextDataset(nullptr, "Unrefreshed", path.c_str(), &dataset), 1);
@@ -371,8 +359,8 @@ TEST_F(Datasets, ImagesAreExportedUnderGeneratedNames) {
     attach(list.back(), "Model", DSET_PART_OF,
            make_file("n.prt", std::string("second of ") + name));
   }
-  std::vector<char> path(folder.path().string().size() + 1 + ZOLP_IMAGE_NAME_SIZE);
-  const std::string directory = folder.path().string() + "/";
+  const std::string directory = folder.path("");
+  std::vector<char> path(directory.size() + ZOLP_IMAGE_NAME_SIZE);
   std::copy(directory.c_str(), directory.c_str() + directory.size() + 1, path.begin());
   const auto run = [&](const char* mode, tag of, const char* reference = "Model") {
     return ZOLP_exportImage(list.data(), 3, path.data(), reference, mode, of);
@@ -381,18 +369,18 @@ TEST_F(Datasets, ImagesAreExportedUnderGeneratedNames) {
   EXPECT_EQ(run(nullptr, revision), 1);
   EXPECT_EQ(run("no", NULLTAG), 1);
   EXPECT_EQ(run("no", revision, "Note"), ORK_ok);
-  EXPECT_FALSE(std::filesystem::exists(directory + "4711_A_Second"));
+  EXPECT_FALSE(folder.has("4711_A_Second"));
 
-  write_file("4711_A_Second", "was there");
+  folder.write("4711_A_Second", "was there");
   ork_host_start_journal();
   EXPECT_EQ(run("no", revision), ORK_ok);
   EXPECT_STREQ(path.data(), directory.c_str());
-  EXPECT_EQ(content_of(directory + "4711_A_.._a_b_"), "model of ../a/b*");
-  EXPECT_EQ(content_of(directory + "4711_A_Second"), "was there");
-  std::filesystem::remove(directory + "4711_A_Second");
+  EXPECT_EQ(folder.read("4711_A_.._a_b_"), "model of ../a/b*");
+  EXPECT_EQ(folder.read("4711_A_Second"), "was there");
+  std::filesystem::remove(folder.path("4711_A_Second"));
   EXPECT_EQ(run("no", revision), ORK_ok);
-  EXPECT_EQ(content_of(directory + "4711_A_Second"), "second of Second");
-  EXPECT_FALSE(std::filesystem::exists(directory + "4711_A_Short"));
+  EXPECT_EQ(folder.read("4711_A_Second"), "second of Second");
+  EXPECT_FALSE(folder.has("4711_A_Short"));
   expect_end_at_each({"ITEM_get_item_of_rev", "ITEM_get_id", "ITEM_get_rev_id", "WSO_get_name"},
                      [&] { return run("no", revision); });
   EXPECT_STREQ(path.data(), directory.c_str());
@@ -401,7 +389,7 @@ TEST_F(Datasets, ImagesAreExportedUnderGeneratedNames) {
 // ------------------------------------------------------------------------------ dataset copies
 
 TEST_F(Datasets, ARealCopyHasFilesOfItsOwn) {
-  const std::filesystem::path temporary = folder.path() / "tmp";
+  const std::filesystem::path temporary = folder.path("tmp");
   std::filesystem::create_directory(temporary);
   setenv("VK_TMP_DIR", temporary.c_str(), 1);
   const tag original = make_dataset("Part", "X", "Model");
@@ -452,7 +440,7 @@ TEST_F(Datasets, ARealCopyHasFilesOfItsOwn) {
 TEST_F(Datasets, AFailedCopyStaysAndIsReported) {
   const tag original = make_dataset("Part", "X", "Model");
   attach(original, "Model", DSET_PART_OF, make_file("a.prt", "model", SS_BINARY));
-  const std::filesystem::path temporary = folder.path() / "tmp";
+  const std::filesystem::path temporary = folder.path("tmp");
   std::filesystem::create_directory(temporary);
   setenv("VK_TMP_DIR", temporary.c_str(), 1);
   tag copy = NULLTAG;
