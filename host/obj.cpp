@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "access.h"
+#include "datasets.h"
 #include "handout.h"
 #include "object_id.h"
 #include "operation.h"
@@ -71,6 +72,30 @@ std::string display_value(tag object, const char* attribute) {
   return display;
 }
 
+/** Deletes an object, the parts that go with it, and what the vault has of them. */
+void delete_object(tag object) {
+  Store& objects = store();
+  std::vector<tag> deleted = {object};
+  if (objects.state(object) == InstanceState::is_new || objects.is_locked(object)) {
+    const std::vector<tag> parts = lock_parts(objects, object);
+    deleted.insert(deleted.end(), parts.begin(), parts.end());
+  }
+  Vault& vault = site().vault();
+  std::vector<std::string> contents;
+  for (const tag file : deleted) {
+    if (objects.is_a(file, "VeloFile")) {
+      contents.push_back(objects.text(file, "contents"));
+      vault.announce(contents.back());
+    }
+  }
+  Transaction transaction(objects.database());
+  for (const tag each : deleted) {
+    objects.remove(each);
+  }
+  transaction.commit();
+  vault.remove_unclaimed(objects, contents);
+}
+
 void lock_for_change(tag object) {
   require_privilege(object, ACCESS_privilege_write);
   store().lock(object);
@@ -123,7 +148,7 @@ int OBJ_unload(tag object) {
 int OBJ_delete(tag object) {
   return operation("OBJ_delete", Needs::session, [&] {
     host::require_privilege(object, ACCESS_privilege_delete);
-    host::store().remove(object);
+    host::delete_object(object);
   });
 }
 

@@ -39,12 +39,37 @@ struct TypeDefinition {
   const char* class_of_type; /**< "Type" or "RelationType" */
   const char* name;
   const char* class_of_objects; /**< empty for relation types */
+  const char* parent = "";      /**< the type above it; empty for none */
+};
+
+struct ToolDefinition {
+  const char* name;
+  std::vector<const char*> output_formats;
+};
+
+/** What a dataset type takes: files whose names are like a template, under a named reference. */
+struct FileReferenceDefinition {
+  const char* reference;
+  const char* file_template;
+  const char* format;
+};
+
+struct DatasetTypeDefinition {
+  const char* type;
+  const char* default_tool;
+  std::vector<FileReferenceDefinition> references;
 };
 
 /** Built-in classes, each after its parent. */
 const std::vector<ClassDefinition>& built_in_classes();
 
+/** Built-in types, each after its parent. */
 std::span<const TypeDefinition> built_in_types();
+
+const std::vector<ToolDefinition>& built_in_tools();
+
+/** What those of the built-in types that are dataset types take. */
+const std::vector<DatasetTypeDefinition>& built_in_dataset_types();
 
 /** Error codes that have texts: key "error.<code>" in each file of texts/. */
 std::span<const int> known_errors();

@@ -53,6 +53,10 @@ std::int64_t single_number(Database& database, const char* sql) {
   return query.next() ? query.integer(0) : 0;
 }
 
+Values text_values(const std::vector<const char*>& texts) {
+  return {texts.begin(), texts.end()};
+}
+
 }  // namespace
 
 bool Class::is_a(const Class& ancestor) const {
@@ -111,12 +115,13 @@ void Store::create_tables() {
 }
 
 void Store::complete_built_ins() {
-  if (!add_missing_classes(false) && !add_missing_types(false)) {
+  if (!add_missing_classes(false) && !add_missing_tools(false) && !add_missing_types(false)) {
     return;
   }
   Transaction transaction(database_);
   load_classes();
   add_missing_classes(true);
+  add_missing_tools(true);
   add_missing_types(true);
   transaction.commit();
 }
@@ -146,6 +151,24 @@ bool Store::add_missing_classes(bool write) {
   return missing;
 }
 
+bool Store::add_missing_tools(bool write) {
+  bool missing = false;
+  for (const ToolDefinition& definition : built_in_tools()) {
+    if (find_one("Tool", {{"tool_name", std::string(definition.name)}}) != NULLTAG) {
+      continue;
+    }
+    missing = true;
+    if (!write) {
+      break;
+    }
+    const tag tool = create(class_named("Tool"), {{"tool_name", std::string(definition.name)}});
+    set_values(tool, "output_formats", text_values(definition.output_formats));
+    save(tool);
+    refresh(tool, false);
+  }
+  return missing;
+}
+
 bool Store::add_missing_types(bool write) {
   bool missing = false;
   for (const TypeDefinition& definition : built_in_types()) {
@@ -159,10 +182,32 @@ bool Store::add_missing_types(bool write) {
     const tag type = create(class_named(definition.class_of_type));
     set(type, "type_name", std::string(definition.name));
     set(type, "type_class", std::string(definition.class_of_objects));
+    set(type, "parent_type", find_type(definition.parent));
+    for (const DatasetTypeDefinition& dataset_type : built_in_dataset_types()) {
+      if (std::string_view(dataset_type.type) == definition.name) {
+        take_definition(type, dataset_type);
+      }
+    }
     save(type);
     refresh(type, false);
   }
   return missing;
+}
+
+void Store::take_definition(tag type, const DatasetTypeDefinition& definition) {
+  std::vector<const char*> names;
+  std::vector<const char*> templates;
+  std::vector<const char*> formats;
+  for (const FileReferenceDefinition& reference : definition.references) {
+    names.push_back(reference.reference);
+    templates.push_back(reference.file_template);
+    formats.push_back(reference.format);
+  }
+  set(type, "default_tool",
+      find_one("Tool", {{"tool_name", std::string(definition.default_tool)}}));
+  set_values(type, "reference_names", text_values(names));
+  set_values(type, "reference_templates", text_values(templates));
+  set_values(type, "reference_formats", text_values(formats));
 }
 
 void Store::load_classes() {

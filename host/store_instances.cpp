@@ -294,6 +294,15 @@ void Store::check_references(const Slot& slot) {
   }
 }
 
+tag Store::referrer(tag object, tag aside) {
+  Query references(database_,
+                   "SELECT instance FROM value WHERE attribute IN "
+                   "(SELECT id FROM attribute WHERE kind = 'reference') "
+                   "AND content = ? AND instance NOT IN (?, ?) LIMIT 1",
+                   object, object, aside);
+  return references.next() ? static_cast<tag>(references.integer(0)) : NULLTAG;
+}
+
 void Store::remove(tag object) {
   Instance& instance = loaded(object);
   if (instance.state == InstanceState::is_new) {
@@ -307,14 +316,8 @@ void Store::remove(tag object) {
   }
   Transaction transaction(database_);
   require_own_lock(object);
-  Query references(database_,
-                   "SELECT instance FROM value WHERE attribute IN "
-                   "(SELECT id FROM attribute WHERE kind = 'reference') "
-                   "AND content = ? AND instance <> ? LIMIT 1",
-                   object, object);
-  if (references.next()) {
-    refuse(STORE_referenced,
-           object_text(object) + ", by object " + std::to_string(references.integer(0)));
+  if (const tag other = referrer(object); other != NULLTAG) {
+    refuse(STORE_referenced, object_text(object) + ", by " + object_text(other));
   }
   run(database_, "DELETE FROM value WHERE instance = ?", object);
   run(database_, "DELETE FROM lock WHERE instance = ?", object);

@@ -3,7 +3,9 @@
  * Datasets: objects that hold files, and forms, under the named references of their type.
  *
  * A dataset type has a default tool, and named references, each with templates of file names
- * ("*.txt") and the formats of their files ("TEXT", "BINARY"). A tool has output formats.
+ * ("*.txt") and the formats of their files ("TEXT", "BINARY"). A tool has output formats. A type
+ * that defines no tool has that of the type above it, and so with named references. Where no named
+ * references are defined at all, a dataset takes any names.
  */
 #ifndef ORK_DSET_H
 #define ORK_DSET_H
@@ -27,8 +29,7 @@ enum {
   DSET_no_default_tool = 32005,        /**< the dataset type has no default tool */
   DSET_no_such_reference = 32006,      /**< the dataset has no reference at this place, or not this
                                             object */
-  DSET_unknown_reference_type = 32007, /**< the type of reference is none of the below */
-  DSET_unknown_tool = 32008            /**< there is no such tool */
+  DSET_unknown_reference_type = 32007  /**< the type of reference is none of the below */
 };
 
 /** How a dataset holds what a named reference refers to. */
@@ -68,7 +69,7 @@ ORK_API int DSET_get_datasettype_refs(tag type, int* count, char*** names);
  * Files that a dataset type takes under a named reference.
  * @param[in] type the dataset type.
  * @param[in] reference_name the named reference.
- * @param[out] count number of templates.
+ * @param[out] count number of templates; 0 for a reference that is not for files.
  * @param[out] templates templates of their names, for example "*.txt".
  * @param[out] formats their formats, for example "TEXT" or "BINARY", one for each template. Each
  *   array is one block, freed by the caller with one `MEM_free`; null for none.
@@ -133,7 +134,8 @@ ORK_API int DSET_find_dataset(const char* name, tag* dataset);
  * Sets a dataset's tool.
  * @param[in] dataset a dataset that this process has locked or made.
  * @param[in] tool the tool.
- * @return #ORK_ok, #DSET_not_a_dataset, #DSET_not_a_tool or #STORE_not_locked.
+ * @return #ORK_ok, #DSET_not_a_dataset, #DSET_not_a_tool, #STORE_unknown_tag or
+ *   #STORE_not_locked.
  */
 ORK_API int DSET_set_dataset_tool(tag dataset, tag tool);
 
@@ -162,8 +164,10 @@ ORK_API int DSET_set_dataset_format(tag dataset, const char* format);
 ORK_API int DSET_get_dataset_format(tag dataset, char* format);
 
 /**
- * Number of versions that the site keeps of a new dataset.
+ * Number of versions that the site keeps of a new dataset: the value of the preference
+ * "DSET_default_revision_limit", or 3.
  * @param[out] limit the number.
+ * @return #ORK_ok, or #ORK_invalid_argument when the preference is no number from 1 on.
  */
 ORK_API int DSET_get_dataset_def_rev_limit(int* limit);
 
@@ -174,7 +178,8 @@ ORK_API int DSET_get_dataset_def_rev_limit(int* limit);
  * @param[in] reference_type #DSET_PART_OF or #DSET_ASSOCIATION.
  * @param[in] object what it refers to: a file, a form or another object.
  * @return #ORK_ok, #DSET_not_a_dataset, #DSET_unknown_reference_name,
- *   #DSET_unknown_reference_type, #STORE_not_locked, #STORE_unknown_tag or #STORE_deleted_tag.
+ *   #DSET_unknown_reference_type, #STORE_not_locked, #STORE_unknown_tag, #STORE_deleted_tag or
+ *   #STORE_value_too_long.
  */
 ORK_API int DSET_add_dataset_named_ref(tag dataset, const char* reference_name, int reference_type,
                                        tag object);
