@@ -4,6 +4,7 @@
 #include "ork/file.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -102,8 +103,10 @@ tag import_file(const std::string& path, const std::string& original_name, int t
 }
 
 Contents contents_of(Store& objects, tag file) {
-  return {objects.text(file, "contents"), std::stoll(objects.text(file, "byte_size")),
-          objects.text(file, "digest")};
+  Contents contents{objects.text(file, "contents"), 0, objects.text(file, "digest")};
+  const std::string& size = objects.text(file, "byte_size");
+  std::from_chars(size.data(), size.data() + size.size(), contents.size);
+  return contents;
 }
 
 }  // namespace host

@@ -2,12 +2,10 @@
 
 #include "ork/obj.h"
 
-#include <nlohmann/json.hpp>
-
 #include "access.h"
 #include "datasets.h"
+#include "display.h"
 #include "handout.h"
-#include "object_id.h"
 #include "operation.h"
 #include "ork/access.h"
 #include "ork/store.h"
@@ -38,38 +36,6 @@ Value readable_value(tag object, const char* attribute, Kind kind) {
   require_all(attribute);
   const Values& values = readable_values(object, attribute, kind, Holds::one_value);
   return values.empty() ? Value{} : std::get<Value>(values.front());
-}
-
-std::string display_text(const Scalar& value) {
-  return std::visit(
-      [](const auto& content) -> std::string {
-        using Content = std::decay_t<decltype(content)>;
-        if constexpr (std::is_same_v<Content, std::string>) {
-          return content;
-        } else if constexpr (std::is_same_v<Content, bool>) {
-          return content ? "True" : "False";
-        } else if constexpr (std::is_same_v<Content, date_s>) {
-          return formatted_date(content, default_date_format());
-        } else if constexpr (std::is_same_v<Content, double>) {
-          return nlohmann::json(content).dump();  // the shortest text that reads back the same
-        } else {
-          return std::to_string(content);
-        }
-      },
-      value);
-}
-
-std::string display_value(tag object, const char* attribute) {
-  require_privilege(object, ACCESS_privilege_read);
-  const Values& values = store().values(object, attribute);
-  const bool holds_objects =
-      store().class_of(object).find_attribute(attribute)->kind == Kind::reference;
-  std::string display;
-  for (const Scalar& value : values) {
-    display += display.empty() ? "" : ", ";
-    display += holds_objects ? object_label(store(), std::get<tag>(value)) : display_text(value);
-  }
-  return display;
 }
 
 /** Deletes an object, the parts that go with it, and what the vault has of them. */
@@ -209,6 +175,14 @@ int OBJ_UIF_get_value(tag object, const char* attribute, char** value) {
   host::clear(value);
   return operation("OBJ_UIF_get_value", Needs::session, [&] {
     host::require_all(attribute, value);
-    *value = host::hand_out(host::display_value(object, attribute));
+    host::require_privilege(object, ACCESS_privilege_read);
+    *value = host::hand_out(host::display_value(host::store(), object, attribute));
+  });
+}
+
+int OBJ_UIF_set_value(tag object, const char* attribute, const char* value) {
+  return operation("OBJ_UIF_set_value", Needs::session, [&] {
+    host::require_all(attribute, value);
+    host::set_display_value(host::store(), object, attribute, value);
   });
 }

@@ -20,6 +20,9 @@ namespace {
 constexpr std::size_t block_size = std::size_t{1} << 20;
 constexpr std::size_t name_bytes = 16;
 
+/** Of the name that incomplete contents have, where they need one. */
+constexpr const char* own_name_ending = ".part";
+
 /** What a failure of the operating system means: a code, and what it was about. */
 struct Meaning {
   int status;
@@ -94,7 +97,7 @@ std::string random_name() {
   return hex_text(bytes);
 }
 
-/** Lists are read after crashes, and what they name is removed: anything else is not a name. */
+/** Names are read from the store and from lists, and what they name is read and removed. */
 bool is_name(const std::string& text) {
   return text.size() == 2 * name_bytes &&
          text.find_first_not_of("0123456789abcdef") == std::string::npos;
@@ -174,6 +177,13 @@ Vault::~Vault() {
   }
 }
 
+std::string Vault::path_of(const std::string& name) const {
+  if (!is_name(name)) {
+    refuse(FILE_damaged, "\"" + name + "\" is no name of contents");
+  }
+  return folder_ + "/" + name;
+}
+
 void Vault::make_folder() {
   if (folder_.empty()) {
     folder_ = os::make_temporary_folder();
@@ -197,7 +207,7 @@ Contents Vault::bring_in(const std::string& path, const Progress& progress) {
   const std::string name = random_name();
   announce(name);
   return with_meaning(write_failure, [&] {
-    os::NewFile file(folder_, name + ".part", os::NewFile::Mode::read_only);
+    os::NewFile file(folder_, name + own_name_ending, os::NewFile::Mode::read_only);
     progress.report(0, source.size());
     Contents contents =
         read_through(source, read_failure, [&](std::string_view block, std::int64_t done) {
@@ -218,6 +228,9 @@ Contents Vault::bring_in(const std::string& path, const Progress& progress) {
 
 void Vault::take_out(const Contents& contents, const std::string& path,
                      const Progress& progress) const {
+  if (path.empty()) {
+    refuse(FILE_cannot_open, "the path is empty");
+  }
   const Meaning damage{FILE_damaged, "its contents " + contents.name + " cannot be read"};
   const os::SourceFile source = open_source(path_of(contents.name), damage);
   if (is_taken(path)) {
@@ -245,10 +258,10 @@ void Vault::take_out(const Contents& contents, const std::string& path,
 
 void Vault::remove_unclaimed(Store& store, const std::vector<std::string>& names) const {
   for (const std::string& name : names) {
-    if (store.find_one("VeloFile", {{"contents", name}}) == NULLTAG) {
+    if (is_name(name) && store.find_one("VeloFile", {{"contents", name}}) == NULLTAG) {
       std::error_code ignored;
       std::filesystem::remove(path_of(name), ignored);
-      std::filesystem::remove(path_of(name + ".part"), ignored);
+      std::filesystem::remove(path_of(name) + own_name_ending, ignored);
     }
   }
 }
@@ -276,9 +289,7 @@ void Vault::sweep(Store& store) const {
     std::ifstream lines(list.path());
     std::vector<std::string> names;
     for (std::string line; std::getline(lines, line);) {
-      if (is_name(line)) {
-        names.push_back(line);
-      }
+      names.push_back(line);
     }
     remove_unclaimed(store, names);
     std::filesystem::remove(list.path(), none);

@@ -71,7 +71,7 @@ class Vault {
 
  private:
   void make_folder();
-  std::string path_of(const std::string& name) const { return folder_ + "/" + name; }
+  std::string path_of(const std::string& name) const;
   std::string list_path(const std::string& process) const {
     return folder_ + "/importing/" + process;
   }
