@@ -355,11 +355,10 @@ Json describe_dataset_types(Site& site) {
   Json all = Json::array();
   for (const tag type : store.find("Type")) {
     if (is_stored_in(store, type, "Dataset")) {
-      all.push_back(
-          {{"tag", type},
-           {"name", store.text(type, "type_name")},
-           {"default_tool", name_of_reference(store, default_tool(store, type), "tool_name")},
-           {"references", describe_file_references(store, type)}});
+      all.push_back({{"tag", type},
+                     {"name", store.text(type, "type_name")},
+                     {"tool", name_of_reference(store, default_tool(store, type), "tool_name")},
+                     {"references", describe_file_references(store, type)}});
     }
   }
   return all;

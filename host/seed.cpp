@@ -152,7 +152,7 @@ class Seeder : private SeedWriter {
     if (parent == nullptr) {
       parent_name.refuse("there is no class \"" + parent_name.text() + "\"");
     }
-    const Class& type = ensure_class(node.at("name"), *parent);
+    const Class& type = ensure_class(node.at("name"), parent_name, *parent);
     for (const Node& attribute : node.items_of("attributes")) {
       take_attribute(attribute, type);
     }

@@ -51,7 +51,7 @@ void DataSeeder::take_tool(const Node& node) {
 }
 
 void DataSeeder::take_dataset_type(const Node& node) {
-  node.allow_only({"name", "parent", "default_tool", "references"});
+  node.allow_only({"name", "parent", "tool", "references"});
   const Node name = node.at("name");
   tag type = store_.find_type(name.name());
   if (const auto parent = node.find("parent"); parent || type == NULLTAG) {
@@ -61,7 +61,7 @@ void DataSeeder::take_dataset_type(const Node& node) {
   if (!is_stored_in(store_, type, "Dataset")) {
     name.refuse("expected a type of class Dataset");
   }
-  if (const auto tool = node.find("default_tool")) {
+  if (const auto tool = node.find("tool")) {
     put(*tool, type, "default_tool", find(*tool, "Tool", "tool_name", "tool"));
   }
   if (const auto references = node.find("references")) {
@@ -99,7 +99,7 @@ void DataSeeder::take_form_type(const Node& node) {
     parent_name->refuse("expected a type of class Form");
   }
   const Class& form_class =
-      ensure_class(name, store_.class_named(store_.text(parent, "type_class")));
+      ensure_class(name, name, store_.class_named(store_.text(parent, "type_class")));
   for (const Node& field : node.items_of("fields")) {
     take_attribute(field, form_class);
   }

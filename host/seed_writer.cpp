@@ -217,13 +217,14 @@ void SeedWriter::take_owning_site(const Node& node, tag object) {
   put(*owner, object, "owning_site", site);
 }
 
-const Class& SeedWriter::ensure_class(const Node& name, const Class& parent) {
+const Class& SeedWriter::ensure_class(const Node& name, const Node& parent_place,
+                                      const Class& parent) {
   const Class* known = store_.find_class(name.name());
   if (known == nullptr) {
     return store_.define_class(name.name(), parent);
   }
   if (known->parent != &parent) {
-    name.refuse("the class exists with another parent");
+    parent_place.refuse("the class exists with another parent");
   }
   return *known;
 }

@@ -89,8 +89,11 @@ class SeedWriter {
   /** The dataset of this name that is related to a revision, or NULLTAG. */
   tag find_dataset(tag revision, const std::string& name);
 
-  /** A class of this name and parent, which is made when it is missing. */
-  const Class& ensure_class(const Node& name, const Class& parent);
+  /**
+   * A class of this name and parent, which is made when it is missing.
+   * @param[in] parent_place where the seed says what the parent is.
+   */
+  const Class& ensure_class(const Node& name, const Node& parent_place, const Class& parent);
 
   /** An attribute of a class, which is made when it is missing. */
   void take_attribute(const Node& node, const Class& owner);

@@ -21,12 +21,12 @@ namespace test {
 inline constexpr const char* data_seed = R"({
   "tools": [{"name": "Modeller", "output_formats": ["PRT", "BINARY"]}, {"name": "Viewer"}],
   "dataset_types": [
-    {"name": "Model", "default_tool": "Modeller", "references": [
+    {"name": "Model", "tool": "Modeller", "references": [
       {"name": "Part", "files": [{"template": "*.prt", "format": "PRT"},
                                  {"template": "*.bin", "format": "BINARY"}]},
       {"name": "Release"}]},
     {"name": "Assembly", "parent": "Model"},
-    {"name": "Loose", "parent": "Dataset", "default_tool": "Viewer"}],
+    {"name": "Loose", "parent": "Dataset", "tool": "Viewer"}],
   "form_types": [
     {"name": "Mass", "fields": [
       {"name": "material", "kind": "text", "length": 8}, {"name": "pieces", "kind": "integer"},

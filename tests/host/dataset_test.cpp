@@ -270,7 +270,7 @@ TEST_F(DataSite, SeedsAreTakenAnyNumberOfTimesAndFollowTheFiles) {
        "/forms/0/values/UGezDate: The text is not a value of this attribute: UGezDate cannot be "
        "\"x\", expected a date such as \"21-Nov-2026 13:05\""},
       {R"({"dataset_types": [{"name": "Item"}]})", "expected a type of class Dataset"},
-      {R"({"dataset_types": [{"name": "Text", "default_tool": "none"}]})", "there is no tool"},
+      {R"({"dataset_types": [{"name": "Text", "tool": "none"}]})", "there is no tool"},
       {R"({"dataset_types": [{"name": "Text", "references": [{"name": "T", "files": [{}]}]}]})",
        "expected a member \"template\""},
       {R"({"form_types": [{"name": "X", "parent": "Item"}]})", "expected a type of class Form"},
