@@ -4,6 +4,7 @@
 
 #include "dates.h"
 #include "failure.h"
+#include "flow_describe.h"
 #include "known_sites.h"
 #include "object_id.h"
 #include "operation.h"
@@ -292,6 +293,8 @@ constexpr Section sections[] = {
     {"relations", describe_relations},
     {"preferences", describe_preferences},
     {"sites", describe_sites},
+    {"process_templates", describe_process_templates},
+    {"jobs", describe_jobs},
     {"access", describe_access},
     {"locks", describe_locks},
 };

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "access.h"
+#include "flow_engine.h"
 #include "handout.h"
 #include "object_id.h"
 #include "operation.h"
@@ -113,6 +114,7 @@ int OBJ_save(tag object) {
   return operation("OBJ_save", Needs::session, [&] {
     host::require_privilege(object, ACCESS_privilege_write);
     host::store().save(object);
+    host::flow::continue_after_save(object);
   });
 }
 
@@ -123,7 +125,11 @@ int OBJ_unload(tag object) {
 int OBJ_delete(tag object) {
   return operation("OBJ_delete", Needs::session, [&] {
     host::require_privilege(object, ACCESS_privilege_delete);
-    host::store().remove(object);
+    if (host::store().is_a(object, "Job")) {
+      host::flow::delete_job(object);
+    } else {
+      host::store().remove(object);
+    }
   });
 }
 

@@ -7,12 +7,15 @@
 #include "ork/access.h"
 #include "ork/err.h"
 #include "ork/file.h"
+#include "ork/flow.h"
+#include "ork/folder.h"
 #include "ork/item.h"
 #include "ork/org.h"
 #include "ork/ork.h"
 #include "ork/pref.h"
 #include "ork/rel.h"
 #include "ork/rsv.h"
+#include "ork/signoff.h"
 #include "ork/store.h"
 #include "ork/type.h"
 #include "ork/wso.h"
@@ -24,6 +27,7 @@ namespace {
 constexpr int name_length = 128;
 constexpr int type_name_length = 32;
 constexpr int description_length = 240;
+constexpr int handler_arguments_length = 4000;
 
 AttributeDefinition text(const char* name, int max_length) {
   return {name, Kind::text, false, max_length};
@@ -47,6 +51,7 @@ constexpr TypeDefinition types[] = {
     {"Type", "Dataset", "Dataset"},
     {"Type", "Form", "Form"},
     {"Type", "Folder", "Folder"},
+    {"Type", "Job", "Job"},
     {"Type", "ReleaseStatus", "ReleaseStatus"},
     {"RelationType", "VELO_reference", ""},
     {"RelationType", "VELO_master_form", ""},
@@ -77,6 +82,7 @@ constexpr ErrorText error_texts[] = {
     {ORG_not_a_user, "The object is not a user"},
     {ORG_not_a_group, "The object is not a group"},
     {ORG_not_a_role, "The object is not a role"},
+    {ORG_not_a_groupmember, "The object is not a membership"},
     {STORE_unknown_tag, "No object has this tag"},
     {STORE_deleted_tag, "The object was deleted"},
     {STORE_unknown_class, "There is no such class"},
@@ -89,6 +95,7 @@ constexpr ErrorText error_texts[] = {
     {STORE_referenced, "Other objects refer to the object"},
     {STORE_refers_to_unsaved, "The object refers to one that was not saved"},
     {STORE_not_saved, "The object has changes that were not saved"},
+    {STORE_unknown_lock, "There is no such lock"},
     {REL_not_a_relation_type, "The object is not a relation type"},
     {REL_exists, "The two objects are already related by this type"},
     {WSO_not_a_workspace_object, "The object is not a workspace object"},
@@ -103,6 +110,30 @@ constexpr ErrorText error_texts[] = {
     {ITEM_not_an_item, "The object is not an item"},
     {ITEM_not_a_revision, "The object is not an item revision"},
     {ITEM_unknown_attribute, "Items have no such key attribute"},
+    {FLOW_not_a_job, "The object is not a job"},
+    {FLOW_not_a_task, "The object is not a task"},
+    {FLOW_not_a_process_template, "The object is not a process template"},
+    {FLOW_unknown_process_template, "There is no such process template"},
+    {FLOW_not_a_condition_task, "The task is not a condition task"},
+    {FLOW_unknown_attachment_type, "There is no such type of attachment"},
+    {FLOW_already_attached, "The object is attached already"},
+    {FLOW_not_attached, "The object is not attached"},
+    {FLOW_unknown_state, "There is no such state of a task"},
+    {FLOW_unknown_handler, "There is no such workflow handler in this program"},
+    {FLOW_handler_threw, "A workflow handler ended with an exception"},
+    {FLOW_nested_too_deeply, "Workflow handlers start jobs inside one another too deeply"},
+    {FLOW_task_is_over, "The task is decided or over"},
+    {FLOW_not_a_resource_pool, "The object is not a resource pool"},
+    {FLOW_unknown_task_type, "There is no such type of task"},
+    {FLOW_cannot_load_handlers, "The library of workflow handlers cannot be used"},
+    {FLOW_argument_missing, "The workflow handler lacks an argument"},
+    {FLOW_target_object_not_attached, "The job has no targets"},
+    {SIGNOFF_not_a_signoff, "The object is not a signoff"},
+    {SIGNOFF_not_the_member, "The signoff is another one's to decide on"},
+    {SIGNOFF_not_in_progress, "The review has not begun or is over"},
+    {SIGNOFF_unknown_decision, "There is no such decision"},
+    {FOLDER_not_a_folder, "The object is not a folder"},
+    {FOLDER_no_such_position, "The folder has no such position"},
 
     // Codes that customisations raise. Their texts come from the platform's text files.
     {2002, "Memory is exhausted"},
@@ -212,6 +243,49 @@ const std::vector<ClassDefinition>& built_in_classes() {
        0},
       {"Form", "WorkspaceObject", {}, {}, 0},
       {"Folder", "WorkspaceObject", {list("contents", Kind::reference)}, {}, 0},
+      {"ProcessTemplate",
+       "Object",
+       {text("template_name", name_length), text("template_desc", description_length),
+        one("root_template", Kind::reference)},
+       {"template_name"},
+       STORE_key_taken},
+      {"TaskDefinition",
+       "Object",
+       {text("object_name", name_length), one("task_type", Kind::integer),
+        one("quorum", Kind::integer), one("branch", Kind::integer),
+        texts("handler_names", name_length), list("handler_actions", Kind::integer),
+        texts("handler_arguments", handler_arguments_length), list("sub_tasks", Kind::reference)},
+       {},
+       0,
+       true},
+      {"TaskTemplate", "TaskDefinition", {list("signoff_members", Kind::reference)}, {}, 0},
+      {"Task",
+       "TaskDefinition",
+       {one("job", Kind::reference), one("parent_task", Kind::reference),
+        one("state", Kind::integer), one("condition_result", Kind::integer),
+        list("target_attachments", Kind::reference), list("reference_attachments", Kind::reference),
+        list("signoff_attachments", Kind::reference),
+        list("release_status_attachments", Kind::reference)},
+       {},
+       0},
+      {"Job",
+       "WorkspaceObject",
+       {one("process_template", Kind::reference), one("root_task", Kind::reference)},
+       {},
+       0},
+      {"Signoff",
+       "Object",
+       {one("signoff_member", Kind::reference), one("review_task", Kind::reference),
+        one("decision", Kind::integer), one("decision_user", Kind::reference),
+        one("decision_date", Kind::date), text("comments", SIGNOFF_comment_size)},
+       {},
+       0},
+      {"ResourcePool",
+       "Object",
+       {one("pool_group", Kind::reference), one("pool_role", Kind::reference),
+        one("allow_subgroup", Kind::logical)},
+       {},
+       0},
       {"AccessRule",
        "Object",
        {one("rule_number", Kind::integer), one("grants", Kind::logical),

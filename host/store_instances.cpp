@@ -197,47 +197,6 @@ InstanceState Store::state(tag object) {
   return InstanceState::not_loaded;
 }
 
-void Store::save(tag object) {
-  Instance& instance = loaded(object);
-  if (instance.state != InstanceState::is_new && !instance.locked) {
-    refuse(STORE_not_locked, object_text(object));
-  }
-  if (!instance.changed) {
-    return;
-  }
-  stamp(object, instance);
-  Transaction transaction(database_);
-  write(object, instance);
-  transaction.commit();
-  instance.state = InstanceState::loaded;
-  new_.erase(object);
-  instance.locked = true;
-  instance.changed = false;
-  ++instance.version;
-  for (Slot& slot : instance.slots) {
-    slot.changed = false;
-  }
-}
-
-void Store::write(tag object, Instance& instance) {
-  check_key(object, instance);
-  if (instance.state == InstanceState::is_new) {
-    run(database_, "INSERT INTO instance(tag, class, version) VALUES(?, ?, 1)", object,
-        instance.type->id);
-    take_lock(object);
-  } else {
-    require_own_lock(object);
-    run(database_, "UPDATE instance SET version = version + 1 WHERE tag = ?", object);
-  }
-  for (std::size_t i = 0; i < instance.slots.size(); ++i) {
-    if (!instance.slots[i].changed) {
-      continue;
-    }
-    check_references(instance.slots[i]);
-    write_slot(object, *instance.type->slots[i], instance.slots[i]);
-  }
-}
-
 void Store::write_slot(tag object, const Attribute& attribute, const Slot& slot) {
   run(database_, "DELETE FROM value WHERE instance = ? AND attribute = ?", object, attribute.id);
   int position = 0;
@@ -294,36 +253,6 @@ void Store::check_references(const Slot& slot) {
   }
 }
 
-void Store::remove(tag object) {
-  Instance& instance = loaded(object);
-  if (instance.state == InstanceState::is_new) {
-    new_.erase(object);
-    instances_.erase(object);
-    return;
-  }
-  if (!instance.locked) {
-    refuse_lock_of_other(object);
-    refuse(STORE_not_locked, object_text(object));
-  }
-  Transaction transaction(database_);
-  require_own_lock(object);
-  Query references(database_,
-                   "SELECT instance FROM value WHERE attribute IN "
-                   "(SELECT id FROM attribute WHERE kind = 'reference') "
-                   "AND content = ? AND instance <> ? LIMIT 1",
-                   object, object);
-  if (references.next()) {
-    refuse(STORE_referenced,
-           object_text(object) + ", by object " + std::to_string(references.integer(0)));
-  }
-  run(database_, "DELETE FROM value WHERE instance = ?", object);
-  run(database_, "DELETE FROM lock WHERE instance = ?", object);
-  run(database_, "DELETE FROM password WHERE user = ?", object);
-  run(database_, "UPDATE instance SET deleted = 1, version = version + 1 WHERE tag = ?", object);
-  transaction.commit();
-  instances_.erase(object);
-}
-
 bool Store::has_unsaved_changes() const {
   for (const auto& [object, instance] : instances_) {
     if (instance.changed) {
@@ -334,19 +263,14 @@ bool Store::has_unsaved_changes() const {
 }
 
 void Store::save_all() {
-  // Known objects may refer to new ones, and new ones to such as were made before them.
-  std::vector<std::pair<bool, tag>> changed;
+  std::vector<tag> changed;
   for (const auto& [object, instance] : instances_) {
     if (instance.changed) {
-      changed.emplace_back(instance.state != InstanceState::is_new, object);
+      changed.push_back(object);
     }
   }
   std::sort(changed.begin(), changed.end());
-  Transaction transaction(database_);
-  for (const auto& [is_known, object] : changed) {
-    save(object);
-  }
-  transaction.commit();
+  save_together(changed);
 }
 
 Store::Slot& Store::slot_of(Instance& instance, const std::string& attribute,

@@ -119,11 +119,14 @@ std::string object_id_text(Store& store, tag object) {
 }
 
 std::string object_label(Store& store, tag object) {
-  static constexpr std::pair<const char*, const char*> names[] = {{"User", "user_id"},
-                                                                  {"Group", "group_name"},
-                                                                  {"Role", "role_name"},
-                                                                  {"Site", "site_name"},
-                                                                  {"Type", "type_name"}};
+  static constexpr std::pair<const char*, const char*> names[] = {
+      {"User", "user_id"},
+      {"Group", "group_name"},
+      {"Role", "role_name"},
+      {"Site", "site_name"},
+      {"Type", "type_name"},
+      {"ProcessTemplate", "template_name"},
+      {"TaskDefinition", "object_name"}};
   if (store.is_a(object, "WorkspaceObject")) {
     return object_id_text(store, object);
   }
