@@ -39,7 +39,7 @@ void Change::set(tag object, const char* attribute, Scalar value) {
 void Change::commit() {
   std::vector<tag> all = made_;
   all.insert(all.end(), touched_.begin(), touched_.end());
-  store_.save_together(all);
+  store_.save(all);
   for (const tag object : all) {
     const auto touched = was_locked_.find(object);
     if (touched == was_locked_.end() || !touched->second) {

@@ -101,7 +101,7 @@ void clear_release_status(const FLOW_action_message_s& message) {
   std::sort(removed.begin(), removed.end());
   removed.erase(std::unique(removed.begin(), removed.end()), removed.end());
   for (const tag status : removed) {
-    if (!store().referrer(status)) {
+    if (store().referrer(status) == NULLTAG) {
       store().lock(status);
       store().remove(status);
     }

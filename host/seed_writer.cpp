@@ -158,7 +158,7 @@ void SeedWriter::take_statuses(const Node& owner, tag object) {
   for (const Scalar& status : held) {
     const bool is_wanted = std::find(wanted.begin(), wanted.end(), status) != wanted.end();
     // A job gives all of its targets one status, and keeps it among its attachments.
-    if (!is_wanted && !store_.referrer(std::get<tag>(status))) {
+    if (!is_wanted && store_.referrer(std::get<tag>(status)) == NULLTAG) {
       remove(std::get<tag>(status));
     }
   }

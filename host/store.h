@@ -19,6 +19,7 @@
  *   lock        instance, user_id, node, process_id, process_start, since
  *   password    user, hash (password.h)
  *   preference  name, position, value (preferences.h)
+ *   text        language, key, text (texts.h)
  */
 #pragma once
 
@@ -155,10 +156,10 @@ class Store {
   /** Instances with a lock that somebody holds. */
   std::vector<tag> locked_instances();
 
-  void save(tag object) { save_together({object}); }
+  void save(tag object) { save(std::vector<tag>{object}); }
 
-  /** Saves instances in one transaction, all or none. They may refer to one another. */
-  void save_together(const std::vector<tag>& objects);
+  /** Saves all of them in one transaction, or none. They may refer to one another. */
+  void save(const std::vector<tag>& objects);
 
   /**
    * Deletes an instance that this process has locked, with its parts, in one transaction. No saved
@@ -166,8 +167,8 @@ class Store {
    */
   void remove(tag object, const std::vector<tag>& parts = {});
 
-  /** A saved instance that refers to another one, if there is one. */
-  std::optional<tag> referrer(tag object);
+  /** A saved instance that refers to an instance, or NULLTAG; it itself and one other aside. */
+  tag referrer(tag object, tag aside = NULLTAG);
 
   /** Forgets an instance that this process has made and that is not in the file. */
   void drop(tag object);
@@ -252,9 +253,9 @@ class Store {
   std::optional<std::int64_t> saved_version(tag object);
   void write_instance(tag object, const Instance& instance);
   void write_values(tag object, const Instance& instance);
-  void mark_saved(tag object, Instance& instance);
-  void erase(tag object);
-  void stamp(tag object, Instance& instance);
+  void note_saved(tag object, Instance& instance);
+  void erase_rows(tag object);
+  void sign(tag object, Instance& instance);
   void check_key(tag object, const Instance& instance);
   void check_references(const Slot& slot);
   void write_slot(tag object, const Attribute& attribute, const Slot& slot);
