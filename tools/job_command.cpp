@@ -81,6 +81,19 @@ void require_not_stopped(int status, const JobOptions& options) {
   }
 }
 
+/** A handler may have deleted the job that it ran in. */
+void show_what_is_left(tag job, const JobOptions& options) {
+  logical exists = 0;
+  require(STORE_instance_exists(job, &exists), "the job");
+  if (exists != 0) {
+    show(job, options);
+  } else if (options.json) {
+    print_json(nullptr);
+  } else {
+    std::puts(printable("a handler has deleted job " + options.job).c_str());
+  }
+}
+
 void start(const JobOptions& options) {
   const tag process = find_template(options.process_template);
   if (has_job(options.job)) {
@@ -99,7 +112,7 @@ void start(const JobOptions& options) {
     change(status, "job " + options.job + " is not made");
   }
   require_not_stopped(status, options);
-  show(job, options);
+  show_what_is_left(job, options);
 }
 
 void print_jobs(const Json& jobs) {
@@ -169,6 +182,7 @@ int rank_of(tag signoff, tag user) {
 void sign_off(const JobOptions& options) {
   const tag job = find_job(options.job);
   const tag level = release_level(job, options);
+  const std::string name_of_level = task_name(level);
   const tag user = session_user();
   std::vector<tag> signoffs = listed("the signoffs", [level](int* count, tag** found) {
     return FLOW_get_attachments(level, FLOW_signoff_attachment, count, found);
@@ -185,11 +199,11 @@ void sign_off(const JobOptions& options) {
     }
   }
   if (status == SIGNOFF_not_the_member) {
-    throw Error("review " + task_name(level) + " has no signoff for this user",
+    throw Error("review " + name_of_level + " has no signoff for this user",
                 "log in as one of its members");
   }
-  change(status, "cannot sign off " + task_name(level));
-  show(job, options);
+  change(status, "the decision on " + name_of_level + " is not taken, or stopped the job");
+  show_what_is_left(job, options);
 }
 
 // ------------------------------------------------------------------------------ other changes
@@ -197,7 +211,7 @@ void sign_off(const JobOptions& options) {
 void run_on(const JobOptions& options) {
   const tag job = find_job(options.job);
   require_not_stopped(FLOW_continue_job(job), options);
-  show(job, options);
+  show_what_is_left(job, options);
 }
 
 int result_code(const std::string& text) {
@@ -235,7 +249,7 @@ void set_result(const JobOptions& options) {
   ERR_clear_errors();
   change(ZOLP_set_condition_task_result(task, result), "the result is not set");
   change(last_error(), "the result of " + options.task + " is not taken, or stopped the job");
-  show(job, options);
+  show_what_is_left(job, options);
 }
 
 void remove(const JobOptions& options) {
