@@ -6,11 +6,14 @@
 
 #include "ork/access.h"
 #include "ork/date.h"
+#include "ork/dset.h"
 #include "ork/err.h"
 #include "ork/file.h"
 #include "ork/flow.h"
 #include "ork/folder.h"
+#include "ork/form.h"
 #include "ork/item.h"
+#include "ork/obj.h"
 #include "ork/org.h"
 #include "ork/ork.h"
 #include "ork/pref.h"
@@ -54,6 +57,9 @@ constexpr TypeDefinition types[] = {
     {"Type", "Form", "Form"},
     {"Type", "Folder", "Folder"},
     {"Type", "Job", "Job"},
+    {"Type", "Text", "Dataset", "Dataset"},
+    {"Type", "Image", "Dataset", "Dataset"},
+    {"Type", "FreigabeInfo", "FreigabeInfo", "Form"},
     {"Type", "ReleaseStatus", "ReleaseStatus"},
     {"RelationType", "VELO_reference", ""},
     {"RelationType", "VELO_master_form", ""},
@@ -99,6 +105,22 @@ constexpr int errors[] = {
     FILE_cannot_open,
     FILE_cannot_write,
     FILE_not_open,
+    FILE_cannot_read,
+    FILE_exists,
+    FILE_not_a_file,
+    FILE_damaged,
+    FILE_cancelled,
+    DSET_no_named_reference,
+    DSET_not_a_dataset,
+    DSET_not_a_dataset_type,
+    DSET_not_a_tool,
+    DSET_unknown_reference_name,
+    DSET_no_default_tool,
+    DSET_no_such_reference,
+    DSET_unknown_reference_type,
+    FORM_not_a_form,
+    FORM_wrong_type,
+    OBJ_value_not_understood,
     ACCESS_unknown_privilege,
     ACCESS_denied,
     RSV_not_modifiable,
@@ -206,10 +228,25 @@ const std::vector<ClassDefinition>& built_in_classes() {
       {"Type",
        "Object",
        {text("type_name", type_name_length), text("type_class", type_name_length),
-        one("parent_type", Kind::reference)},
+        one("parent_type", Kind::reference),
+        // Of dataset types; the three lists go together (datasets.h).
+        one("default_tool", Kind::reference), texts("reference_names", DSET_name_size),
+        texts("reference_templates", name_length), texts("reference_formats", DSET_name_size)},
        {"type_name"},
        STORE_key_taken},
       {"RelationType", "Type", {}, {}, 0},
+      {"Tool",
+       "Object",
+       {text("tool_name", DSET_name_size), texts("output_formats", DSET_name_size)},
+       {"tool_name"},
+       STORE_key_taken},
+      // The size is a text, since an integer ends at 2 GiB.
+      {"VeloFile",
+       "Object",
+       {text("original_file_name", FILE_original_name_size), one("file_type", Kind::integer),
+        text("byte_size", 20), text("digest", FILE_digest_size), text("contents", 32)},
+       {},
+       0},
       {"Relation",
        "Object",
        {one("primary_object", Kind::reference), one("secondary_object", Kind::reference),
@@ -239,10 +276,23 @@ const std::vector<ClassDefinition>& built_in_classes() {
        STORE_key_taken},
       {"Dataset",
        "WorkspaceObject",
-       {one("dataset_type", Kind::reference), text("format_used", type_name_length)},
+       {one("dataset_type", Kind::reference), text("format_used", DSET_name_size),
+        one("tool_used", Kind::reference),
+        // The named references; the three lists go together (datasets.h).
+        texts("reference_names", DSET_name_size), list("reference_types", Kind::integer),
+        list("reference_objects", Kind::reference)},
        {},
        0},
       {"Form", "WorkspaceObject", {}, {}, 0},
+      {"FreigabeInfo",
+       "Form",
+       {text("UrRevision", 32), text("UGezPerson", 32), one("UGezDate", Kind::date),
+        text("UGepPerson", 32), one("UGepDate", Kind::date), text("UGesPerson", 32),
+        one("UGesDate", Kind::date), text("UBauPerson", 32), one("UBauDate", Kind::date),
+        text("UEndPerson", 32), one("UEndDate", Kind::date), text("UFreiPerson", 32),
+        one("UFreiDate", Kind::date)},
+       {},
+       0},
       {"Folder", "WorkspaceObject", {list("contents", Kind::reference)}, {}, 0},
       {"ProcessTemplate",
        "Object",
@@ -301,6 +351,20 @@ const std::vector<ClassDefinition>& built_in_classes() {
 
 std::span<const TypeDefinition> built_in_types() {
   return types;
+}
+
+const std::vector<ToolDefinition>& built_in_tools() {
+  static const std::vector<ToolDefinition> tools = {{"TextEditor", {"TEXT"}},
+                                                    {"ImageViewer", {"BINARY"}}};
+  return tools;
+}
+
+const std::vector<DatasetTypeDefinition>& built_in_dataset_types() {
+  static const std::vector<DatasetTypeDefinition> dataset_types = {
+      {"Text", "TextEditor", {{"Text", "*.txt", "TEXT"}}},
+      {"Image", "ImageViewer", {{"Image", "*.png", "BINARY"}, {"Image", "*.jpg", "BINARY"}}},
+  };
+  return dataset_types;
 }
 
 std::span<const int> known_errors() {

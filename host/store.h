@@ -179,6 +179,9 @@ class Store {
   /** Reads an instance anew if another process has saved it since. */
   void bring_up_to_date(tag object);
 
+  /** A saved instance that refers to an instance, or NULLTAG; it itself and one other aside. */
+  tag referrer(tag object, tag aside = NULLTAG);
+
   bool has_unsaved_changes() const;
   void save_all();
   void release_locks();
@@ -244,6 +247,7 @@ class Store {
   void complete_built_ins();
   bool add_missing_classes(bool write);
   bool add_missing_types(bool write);
+  bool add_missing_tools(bool write);
   void load_classes();
   Class& add_class(std::uint32_t id, const std::string& name, const Class* parent);
   void add_attribute(Class& owner, std::unique_ptr<Attribute> attribute);

@@ -755,7 +755,195 @@ ZOLP_API int ZOLP_write_assylist(FILE* out, assy_entry* entry);
 
 /* ---------------------------------------------------------------------------------- datasets -- */
 
+/**
+ * Makes a dataset with its type's default tool, saved and unlocked and related to nothing. A type
+ * that the platform does not know makes none and is no failure: clear `dataset_tag` before the call
+ * and test it afterwards. A failure after the dataset was made leaves it in the database.
+ * @param[in] datasettype name of the dataset type.
+ * @param[in] dataset_name name of the dataset.
+ * @param[in] reference_name a named reference that the type must define; only checked.
+ * @param[in] dataset_format its format, of which the first 32 bytes are taken; null takes the first
+ *   output format of the default tool.
+ * @param[in] description its description; null for none.
+ * @param[out] dataset_tag the new dataset; untouched when none was made.
+ * @return 0; 919246 (the type cannot be looked up), 919247 (it has no default tool, or the tool's
+ *   formats cannot be read), 919248 (the tool has no output format), 919249 (the type has no such
+ *   reference), all but an unreadable tool's 919247 on the error stack with the name concerned; or
+ *   the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
+                                const char* reference_name, const char* dataset_format,
+                                const char* description, tag* dataset_tag);
+
+/**
+ * Attaches a file to a dataset, in place of what the reference refers to, if anything, and as a
+ * part of the dataset otherwise. Leaves the dataset saved, unlocked and unloaded; a failure leaves
+ * it as far as it got, and locked.
+ * @param[in] dataset the dataset; the function locks it.
+ * @param[in] file_tag the file.
+ * @param[in] reference name of the reference.
+ * @return 0 or the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_attachNamedReference(tag dataset, tag file_tag, const char* reference);
+
+/**
+ * Looks up what a dataset refers to.
+ * @param[in] dataset_name name of the dataset, the first of several.
+ * @param[in] ref_name name of the reference.
+ * @param[out] ref_tag what it refers to.
+ * @return 0, or 1 when there is no such dataset or reference, and for every other failure.
+ */
+ZOLP_API int ZOLP_findDatasetNamedRef(const char* dataset_name, const char* ref_name, tag* ref_tag);
+
+/**
+ * Relates two objects and saves the relation.
+ * @param[in] destObject the primary object.
+ * @param[in] tDataset the secondary object.
+ * @param[in] relation_type name of the relation type.
+ * @return 0 or the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_createRelation(tag destObject, tag tDataset, const char* relation_type);
+
+/**
+ * Imports a text file into a new dataset of the type "Text", related to nothing. A file that cannot
+ * be imported, saved or locked is reported in the trace, and the function goes on. A failure leaves
+ * what was made in the database, and the file locked.
+ * @param[in] reserved not used.
+ * @param[in] dataset_name name of the dataset.
+ * @param[in] path path of the text file.
+ * @param[out] dataset the new dataset; #NULLTAG when none was made.
+ * @return 0, the status of `ZOLP_createDataset` or `ZOLP_attachNamedReference`, or 1 when the
+ *   dataset cannot be refreshed in the end.
+ */
+ZOLP_API int ZOLP_importTextDataset(const char* reserved, const char* dataset_name,
+                                    const char* path, tag* dataset);
+
+/**
+ * Imports a text file into a new dataset of the type "Text" and the format "TEXT", related to an
+ * object as "VELO_reference". The first failure ends the work; what was made stays, unlocked.
+ * @param[in] destObject the object that gets the dataset.
+ * @param[in] szDatasetName name of the dataset.
+ * @param[in] szDatasetDesc its description; null for none.
+ * @param[in] szOsPath path of the text file.
+ * @param[in] szFileName name of the file, for the trace alone.
+ * @return 0 or the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_fct_import_text_dataset_desc(tag destObject, const char* szDatasetName,
+                                               const char* szDatasetDesc, const char* szOsPath,
+                                               const char* szFileName);
+
+/** The same without a description. */
+ZOLP_API int ZOLP_fct_import_text_dataset(tag destObject, const char* szDatasetName,
+                                          const char* szOsPath, const char* szFileName);
+
+/** Room that `ZOLP_exportImage` needs behind the directory for a file name, in bytes. */
+#define ZOLP_IMAGE_NAME_SIZE 387
+
+/**
+ * Exports files of datasets under generated names: item id, "_", revision id, "_", dataset name,
+ * cleaned by `ZOLP_RepSpecialChar`. The first dataset of the list yields its first named reference,
+ * the second its second, and so on; one that has fewer is passed over, and so is a file that
+ * exists, or that cannot be exported.
+ * @param[in] list the datasets.
+ * @param[in] count number of datasets.
+ * @param[in,out] export_file_path caller's buffer with the directory, which ends with a separator;
+ *   with room for #ZOLP_IMAGE_NAME_SIZE bytes behind it. Holds the directory again afterwards.
+ * @param[in] ref_name name that a reference must have.
+ * @param[in] mode must be "no".
+ * @param[in] itemrev item revision by which the files are named.
+ * @return 0, 1 for another mode or no item revision, or the status of the platform call that ended
+ *   the work.
+ */
+ZOLP_API int ZOLP_exportImage(tag* list, int count, char* export_file_path, const char* ref_name,
+                              const char* mode, tag itemrev);
+
+/**
+ * Copies a dataset so that the copy has files of its own, each with the copy's name and its old
+ * extension as original name; other objects that it refers to are shared. The environment variable
+ * "VK_TMP_DIR" names the folder that the files pass through; the system's own is used without it.
+ * Paths there have at most 260 bytes, original names at most 100; what is longer is cut.
+ * @param[in] tagOldDS the dataset, which stays as it is.
+ * @param[in] pcNewDatsetName name of the copy.
+ * @param[out] ptagNewDS the copy. After a failure it may exist, be locked and share files.
+ * @return 0 or the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_RealCopyDataset(tag tagOldDS, const char* pcNewDatsetName, tag* ptagNewDS);
+
 /* ------------------------------------------------------------------------------------- forms -- */
+
+/**
+ * Makes a form, saved and still locked.
+ * @param[in] form_name name of the form.
+ * @param[in] form_type name of its type.
+ * @param[in] description its description.
+ * @param[out] form the new form.
+ * @return 0 or the status of the platform call that failed; nothing made is deleted.
+ */
+ZOLP_API int ZOLP_createForm(const char* form_name, const char* form_type, const char* description,
+                             tag* form);
+
+/**
+ * Reads the 13 fields of a release-information form: "UrRevision", and person and date of each
+ * release step. A field that cannot be read is empty, and the others are read all the same.
+ * @param[in] form the form.
+ * @param[out] form_type_name always "FreigabeInfo".
+ * @param[out] field_count always 13.
+ * @param[out] field_names names of the fields.
+ * @param[out] field_display_names the same names.
+ * @param[out] field_lengths lengths of the values, in bytes.
+ * @param[out] field_values the values as users see them, at most 4000 bytes each.
+ *   The name, each array and each text in one are freed by the caller with `MEM_free`.
+ * @return the status of the last field, or 1 when memory is exhausted, which leaves null and 0.
+ */
+ZOLP_API int ZOLP_FORM_describe(tag form, char** form_type_name, int* field_count,
+                                char*** field_names, char*** field_display_names,
+                                int** field_lengths, char*** field_values);
+
+/**
+ * Master form of an item or item revision.
+ * @param[in] tagObj the object.
+ * @param[out] form the form; #NULLTAG on failure.
+ * @return 0, the platform's status, or 919999 when the object has not exactly one master form or
+ *   the site has no such relation; that code stands in the trace only. The relation type is looked
+ *   up once per process.
+ */
+ZOLP_API int ZOLP_GetMasterForm(tag tagObj, tag* form);
+
+/**
+ * Form that a dataset holds under a named reference; made if need be, both then saved. Unsaved
+ * changes of the dataset are dropped. The form is left unlocked, and so is the dataset.
+ * @param[in] tagObj the dataset.
+ * @param[in] cNamedRef name of the reference, and of a form that is made.
+ * @param[out] ptagForm the form; #NULLTAG when there is none. One that was made stays here when a
+ *   later step fails.
+ * @param[in] create 1 makes a form where there is none.
+ * @param[in] cFormType type of a form that is made; null or "" takes `cNamedRef`.
+ * @return 0, also when there is no form and none was wanted, or the platform's status.
+ */
+ZOLP_API int ZOLP_GetNamedRefForm(tag tagObj, const char* cNamedRef, tag* ptagForm, logical create,
+                                  const char* cFormType);
+
+/**
+ * Value of a form field as users see it.
+ * @param[in] form the form.
+ * @param[in] field_name name of the field.
+ * @param[in] len number of bytes to copy at most; a longer value is cut.
+ * @param[out] value caller's buffer of `len` + 1 bytes; empty on failure.
+ * @param[out] actual_chars length of what was copied; 0 on failure.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_FORM_ask_value(tag form, const char* field_name, int len, char* value,
+                                 int* actual_chars);
+
+/**
+ * Sets a form field from a text as users write it. The caller locks the form before and saves it
+ * afterwards.
+ * @param[in] form the form.
+ * @param[in] field_name name of the field.
+ * @param[in] field_value the text.
+ * @return 0 or the platform's status, for example for a text that is no value of the field.
+ */
+ZOLP_API int ZOLP_FORM_set_value(tag form, const char* field_name, const char* field_value);
 
 /* ------------------------------------------------- workflow attachments, tasks and reviewers -- */
 

@@ -32,6 +32,26 @@ enum {
 /** The date that stands for none: all members are 0. */
 ORK_API date_s STORE_null_date(void);
 
+/** Longest value of a text attribute that users see, in bytes. */
+#define STORE_max_string_length 4000
+
+/**
+ * The text that stands for an object outside of a session: it stays the same and is never used
+ * again.
+ * @param[in] object the object.
+ * @param[out] uid the text of 14 characters, freed by the caller with `MEM_free`.
+ * @return #ORK_ok, #STORE_unknown_tag or #STORE_deleted_tag.
+ */
+ORK_API int STORE_tag_to_uid(tag object, char** uid);
+
+/**
+ * The object that such a text stands for.
+ * @param[in] uid the text.
+ * @param[out] object the object; #NULLTAG on failure.
+ * @return #ORK_ok, #STORE_unknown_tag or #STORE_deleted_tag.
+ */
+ORK_API int STORE_uid_to_tag(const char* uid, tag* object);
+
 /**
  * The session's user.
  * @param[out] name the user's name, freed by the caller with `MEM_free`.
