@@ -6,6 +6,7 @@
 #include <ctime>
 #include <filesystem>
 #include <optional>
+#include <system_error>
 
 #include "os.h"
 
@@ -73,6 +74,19 @@ std::vector<std::string> command_line() {
 
 void sleep_milliseconds(int milliseconds) {
   Sleep(static_cast<DWORD>(milliseconds));
+}
+
+void* symbol_of_library(const std::string& path, const char* symbol, std::string* error) {
+  // The library finds those that it needs beside itself.
+  const std::filesystem::path whole_path = std::filesystem::absolute(path).make_preferred();
+  const HMODULE library =
+      LoadLibraryExW(whole_path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  const FARPROC found = library != nullptr ? GetProcAddress(library, symbol) : nullptr;
+  if (found == nullptr) {
+    *error = whole_path.string() + ", " + symbol + ": " +
+             std::error_code(static_cast<int>(GetLastError()), std::system_category()).message();
+  }
+  return reinterpret_cast<void*>(found);
 }
 
 date_s local_time() {

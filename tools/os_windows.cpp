@@ -52,7 +52,8 @@ std::filesystem::path make_work_folder(const std::filesystem::path& parent) {
 }
 
 void watch_for_interruption() {
-  SetConsoleCtrlHandler(note_interruption, TRUE);
+  static const BOOL is_watching = SetConsoleCtrlHandler(note_interruption, TRUE);
+  static_cast<void>(is_watching);
 }
 
 bool was_interrupted() {

@@ -18,6 +18,10 @@ std::string earlier_name(const std::string& name) {
 
 }  // namespace
 
+void watch_for_interruption() {
+  os::watch_for_interruption();
+}
+
 WorkFolder::WorkFolder(const fs::path& parent) {
   const std::string shown = parent.string();
   std::error_code problem;
@@ -89,8 +93,12 @@ void OutputFiles::publish() {
   }
 }
 
+bool is_interrupted() {
+  return os::was_interrupted();
+}
+
 void stop_if_interrupted() {
-  if (os::was_interrupted()) {
+  if (is_interrupted()) {
     throw Error("interrupted", "nothing was written, start again");
   }
 }
