@@ -10,10 +10,8 @@ import json
 import pathlib
 import subprocess
 import sys
-import tempfile
 
-# What the header needs of the standard library; the vendor's own headers are not at hand.
-STAND_INS = {"stdio.h": "typedef struct _iobuf FILE;\n"}
+STAND_INS = pathlib.Path(__file__).parent / "stand-ins"
 
 
 def functions_of(node):
@@ -27,16 +25,14 @@ def functions_of(node):
 
 
 def decorated_names(clang, target, header, include_folders):
-    with tempfile.TemporaryDirectory() as stand_ins:
-        for name, text in STAND_INS.items():
-            pathlib.Path(stand_ins, name).write_text(text)
-        command = [clang, f"--target={target}", "-x", "c++", "-std=c++20", "-ffreestanding",
-                   "-nostdlibinc", "-fsyntax-only", "-DZOLP_BUILDING_ORKTOOL", "-isystem", stand_ins]
-        command += [f"-I{folder}" for folder in include_folders]
-        command += ["-Xclang", "-ast-dump=json", header]
-        tree = json.loads(subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout)
+    command = [clang, f"--target={target}", "-x", "c++", "-std=c++20", "-ffreestanding",
+               "-nostdlibinc", "-fsyntax-only", "-DZOLP_BUILDING_ORKTOOL", f"-isystem{STAND_INS}"]
+    command += [f"-I{folder}" for folder in include_folders]
+    command += ["-Xclang", "-ast-dump=json", header]
+    tree = json.loads(subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout)
     # A function with C linkage is called the same everywhere.
-    return [node["mangledName"] for node in functions_of(tree) if node["mangledName"] != node["name"]]
+    return [node["mangledName"] for node in functions_of(tree)
+            if node["mangledName"] != node["name"]]
 
 
 def main():

@@ -1,6 +1,11 @@
 // zolp dataset and zolp form.
 
+#if !defined(_WIN32)
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <csignal>
+#endif
 
 #include "tests/tools/run_program.h"
 
