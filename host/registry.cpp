@@ -5,6 +5,8 @@
 #include <string_view>
 
 #include "ork/access.h"
+#include "ork/bomw.h"
+#include "ork/config.h"
 #include "ork/err.h"
 #include "ork/file.h"
 #include "ork/item.h"
@@ -14,6 +16,7 @@
 #include "ork/rel.h"
 #include "ork/rsv.h"
 #include "ork/store.h"
+#include "ork/struct.h"
 #include "ork/type.h"
 #include "ork/wso.h"
 
@@ -48,9 +51,15 @@ constexpr TypeDefinition types[] = {
     {"Type", "Form", "Form"},
     {"Type", "Folder", "Folder"},
     {"Type", "ReleaseStatus", "ReleaseStatus"},
+    {"Type", "PSBOMView", "PSBOMView"},
+    {"Type", "PSBOMViewRevision", "PSBOMViewRevision"},
     {"RelationType", "VELO_reference", ""},
     {"RelationType", "VELO_master_form", ""},
     {"RelationType", "VELO_based_on", ""},
+};
+
+constexpr ObjectDefinition objects[] = {
+    {"PSViewType", "view_type_name", "view"},
 };
 
 struct ErrorText {
@@ -89,6 +98,7 @@ constexpr ErrorText error_texts[] = {
     {STORE_referenced, "Other objects refer to the object"},
     {STORE_refers_to_unsaved, "The object refers to one that was not saved"},
     {STORE_not_saved, "The object has changes that were not saved"},
+    {STORE_not_stored, "The object lives in this process only"},
     {REL_not_a_relation_type, "The object is not a relation type"},
     {REL_exists, "The two objects are already related by this type"},
     {WSO_not_a_workspace_object, "The object is not a workspace object"},
@@ -103,6 +113,31 @@ constexpr ErrorText error_texts[] = {
     {ITEM_not_an_item, "The object is not an item"},
     {ITEM_not_a_revision, "The object is not an item revision"},
     {ITEM_unknown_attribute, "Items have no such key attribute"},
+
+    {STRUCT_unknown_view_type, "There is no such view type"},
+    {STRUCT_not_a_view_type, "The object is not a view type"},
+    {STRUCT_not_a_view, "The object is not a BOM view"},
+    {STRUCT_not_a_view_revision, "The object is not a BOM view revision"},
+    {STRUCT_not_an_occurrence, "The object is no occurrence of the view revision"},
+    {STRUCT_not_a_child, "Only items and item revisions occur in structures"},
+    {STRUCT_other_item, "The view and the revision belong to two items"},
+    {STRUCT_view_exists, "The item already has a view of this type"},
+    {STRUCT_view_revision_exists, "The item revision already has a revision of this view"},
+    {STRUCT_contains_itself, "A structure must not contain itself"},
+    {STRUCT_bad_quantity, "The quantity is not a number from 0 on"},
+    {STRUCT_text_too_long, "The text is longer than structures keep"},
+    {STRUCT_unknown_note_type, "There is no such note type"},
+    {STRUCT_not_a_note_type, "The object is not a note type"},
+    {STRUCT_no_such_note, "The occurrence has no note of this type"},
+    {STRUCT_no_sequence_number, "The occurrence has no sequence number"},
+    {BOMW_not_a_window, "The object is not an open BOM window"},
+    {BOMW_not_a_line, "The object is not a line of an open BOM window"},
+    {BOMW_no_top_line, "The BOM window has no top line yet"},
+    {BOMW_unknown_attribute, "BOM lines have no such attribute"},
+    {BOMW_wrong_attribute_type, "The attribute of BOM lines holds values of another type"},
+    {BOMW_not_settable, "The attribute cannot be set on this BOM line"},
+    {BOMW_packed_line, "The BOM line is packed into another one"},
+    {CONFIG_not_a_rule, "The object is not a revision rule"},
 
     // Codes that customisations raise. Their texts come from the platform's text files.
     {2002, "Memory is exhausted"},
@@ -212,6 +247,40 @@ const std::vector<ClassDefinition>& built_in_classes() {
        0},
       {"Form", "WorkspaceObject", {}, {}, 0},
       {"Folder", "WorkspaceObject", {list("contents", Kind::reference)}, {}, 0},
+      {"PSViewType",
+       "Object",
+       {text("view_type_name", type_name_length)},
+       {"view_type_name"},
+       STORE_key_taken},
+      {"PSNoteType",
+       "Object",
+       {text("note_type_name", type_name_length)},
+       {"note_type_name"},
+       STORE_key_taken},
+      {"RevisionRule",
+       "Object",
+       {text("rule_name", name_length), texts("clauses", name_length)},
+       {"rule_name"},
+       STORE_key_taken},
+      {"PSBOMView",
+       "WorkspaceObject",
+       {one("parent_item", Kind::reference), one("view_type", Kind::reference)},
+       {"parent_item", "view_type"},
+       STRUCT_view_exists},
+      // The occurrences are lists side by side, an occurrence at one place of each: they are read,
+      // saved and locked as one, and a structure may have a hundred thousand of them. The notes are
+      // three more lists, with the numbers of the occurrences that they are of.
+      {"PSBOMViewRevision",
+       "WorkspaceObject",
+       {one("bom_view", Kind::reference), one("structure_of", Kind::reference),
+        list("occurrence_numbers", Kind::integer), list("occurrence_items", Kind::reference),
+        list("occurrence_revisions", Kind::reference),
+        texts("occurrence_quantities", STRUCT_quantity_size),
+        texts("occurrence_sequences", STRUCT_sequence_size),
+        list("note_occurrences", Kind::integer), list("note_types", Kind::reference),
+        texts("note_texts", STRUCT_note_size)},
+       {"bom_view", "structure_of"},
+       STRUCT_view_revision_exists},
       {"AccessRule",
        "Object",
        {one("rule_number", Kind::integer), one("grants", Kind::logical),
@@ -220,12 +289,28 @@ const std::vector<ClassDefinition>& built_in_classes() {
         one("target_type", Kind::reference), one("target_object", Kind::reference)},
        {},
        0},
+      // What lives in one process only, and is in no file.
+      {"TransientObject", "", {}, {}, 0, true},
+      {"PSOccurrence", "TransientObject", {}, {}, 0},
+      {"BOMWindow", "TransientObject", {}, {}, 0},
+      {"BOMLine",
+       "TransientObject",
+       {text("bl_sequence_no", STRUCT_sequence_size), text("bl_quantity", STRUCT_quantity_size),
+        text("bl_item_item_id", name_length), text("bl_rev_item_revision_id", type_name_length),
+        one("bl_item", Kind::reference), one("bl_revision", Kind::reference),
+        one("bl_occurrence", Kind::reference), one("bl_parent_bvr", Kind::reference)},
+       {},
+       0},
   };
   return classes;
 }
 
 std::span<const TypeDefinition> built_in_types() {
   return types;
+}
+
+std::span<const ObjectDefinition> built_in_objects() {
+  return objects;
 }
 
 std::string error_text(int status) {

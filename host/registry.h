@@ -41,10 +41,19 @@ struct TypeDefinition {
   const char* class_of_objects; /**< empty for relation types */
 };
 
+/** An object that each site has, by the name that is its key. */
+struct ObjectDefinition {
+  const char* class_name;
+  const char* attribute;
+  const char* name;
+};
+
 /** Built-in classes, each after its parent. */
 const std::vector<ClassDefinition>& built_in_classes();
 
 std::span<const TypeDefinition> built_in_types();
+
+std::span<const ObjectDefinition> built_in_objects();
 
 /** General text of an error code; one that says so for a code that the platform does not know. */
 std::string error_text(int status);

@@ -13,6 +13,8 @@
 
 namespace host {
 
+class Structures;
+
 struct Session {
   tag user = NULLTAG;
   tag group = NULLTAG;
@@ -38,8 +40,9 @@ class Site {
   const std::string& path() const { return database_.path(); }
   Database& database() { return database_; }
   Store& store() { return *store_; }
+  Structures& structures() { return *structures_; }
 
-  /** Forgets all that is in memory of the store, unsaved changes too; locks stay. */
+  /** Forgets all that is in memory of the store, unsaved changes and windows too; locks stay. */
   void reload_store();
 
   void begin_session(Session session);
@@ -53,6 +56,7 @@ class Site {
  private:
   Database database_;
   std::unique_ptr<Store> store_;
+  std::unique_ptr<Structures> structures_; /**< after the store, which it works on */
 };
 
 /** The open site. Without one: refused with ORK_site_not_available. */

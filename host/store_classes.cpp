@@ -1,7 +1,6 @@
 // The store's tables, its classes and its settings.
 
 #include <algorithm>
-#include <limits>
 
 #include "failure.h"
 #include "ork/store.h"
@@ -103,13 +102,14 @@ void Store::create_tables() {
 }
 
 void Store::complete_built_ins() {
-  if (!add_missing_classes(false) && !add_missing_types(false)) {
+  if (!add_missing_classes(false) && !add_missing_types(false) && !add_missing_objects(false)) {
     return;
   }
   Transaction transaction(database_);
   load_classes();
   add_missing_classes(true);
   add_missing_types(true);
+  add_missing_objects(true);
   transaction.commit();
 }
 
@@ -155,6 +155,22 @@ bool Store::add_missing_types(bool write) {
     refresh(type, false);
   }
   return missing;
+}
+
+bool Store::add_missing_objects(bool write) {
+  for (const auto& [class_name, attribute, name] : built_in_objects()) {
+    const Criteria key = {{attribute, std::string(name)}};
+    if (find_one(class_name, key) != NULLTAG) {
+      continue;
+    }
+    if (!write) {
+      return true;
+    }
+    const tag object = create(class_named(class_name), key);
+    save(object);
+    refresh(object, false);
+  }
+  return false;
 }
 
 void Store::load_classes() {
@@ -304,7 +320,7 @@ std::uint32_t Store::next_number() {
   query.next();
   const std::int64_t number = query.integer(0);
   query.next();  // runs it to its end, where SQLite commits it
-  if (number > std::numeric_limits<std::uint32_t>::max()) {
+  if (number >= first_transient) {
     refuse(ORK_site_not_available, "the site has used up its object numbers");
   }
   return static_cast<std::uint32_t>(number);

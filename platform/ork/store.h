@@ -25,7 +25,8 @@ enum {
   STORE_key_taken = 24009,         /**< another object has the same id, name or other key */
   STORE_referenced = 24010,        /**< other objects refer to the object, so it stays */
   STORE_refers_to_unsaved = 24011, /**< the object refers to one that was never saved */
-  STORE_not_saved = 24012          /**< the object has changes that were not saved */
+  STORE_not_saved = 24012,         /**< the object has changes that were not saved */
+  STORE_not_stored = 24013         /**< the object lives in this process only, as BOM lines do */
 };
 
 /** The date that stands for none: all members are 0. */
