@@ -144,10 +144,7 @@ std::uint64_t Line::revision_key() const {
 }
 
 void Line::pack() {
-  if (packed_into_ != nullptr) {
-    refuse(BOMW_packed_line, "object " + std::to_string(handle_));
-  }
-  if (parent_ == nullptr) {
+  if (parent_ == nullptr || packed_into_ != nullptr) {
     return;
   }
   LineBlock& block = *parent_->below_;

@@ -136,7 +136,6 @@ constexpr ErrorText error_texts[] = {
     {BOMW_unknown_attribute, "BOM lines have no such attribute"},
     {BOMW_wrong_attribute_type, "The attribute of BOM lines holds values of another type"},
     {BOMW_not_settable, "The attribute cannot be set on this BOM line"},
-    {BOMW_packed_line, "The BOM line is packed into another one"},
     {CONFIG_not_a_rule, "The object is not a revision rule"},
 
     // Codes that customisations raise. Their texts come from the platform's text files.

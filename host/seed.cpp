@@ -10,6 +10,7 @@
 #include "ork/store.h"
 #include "password.h"
 #include "seed_writer.h"
+#include "structure_seeder.h"
 #include "types.h"
 
 namespace host {
@@ -29,7 +30,8 @@ class Seeder : private SeedWriter {
 
   void take(const Node& root) {
     root.allow_only({"site", "groups", "roles", "users", "classes", "types", "relation_types",
-                     "preferences", "sites", "items", "relations", "access_rules"});
+                     "preferences", "sites", "items", "relations", "access_rules", "view_types",
+                     "note_types", "revision_rules", "structures"});
     for (const Node& group : root.items_of("groups")) {
       take_named(group, "Group", "group");
     }
@@ -64,6 +66,7 @@ class Seeder : private SeedWriter {
     for (const Node& relation : root.items_of("relations")) {
       take_relation(relation);
     }
+    StructureSeeder(site_, folder_).take(root);
     if (const auto rules = root.find("access_rules")) {
       take_access_rules(rules->items());
     }

@@ -13,6 +13,7 @@
 
 #include "failure.h"
 #include "ork/store.h"
+#include "ork/struct.h"
 #include "registry.h"
 #include "seed_node.h"
 #include "site.h"
@@ -32,8 +33,9 @@ auto at_place(const Node& node, const Action& action) {
   try {
     return action();
   } catch (const Failure& failure) {
-    static constexpr int faults_of_a_seed[] = {ORK_invalid_argument, STORE_wrong_value_type,
-                                               STORE_value_too_long, STORE_key_taken};
+    static constexpr int faults_of_a_seed[] = {
+        ORK_invalid_argument,   STORE_wrong_value_type, STORE_value_too_long, STORE_key_taken,
+        STRUCT_contains_itself, STRUCT_bad_quantity,    STRUCT_text_too_long};
     const bool is_of_the_seed =
         std::count(std::begin(faults_of_a_seed), std::end(faults_of_a_seed), failure.status()) != 0;
     if (!is_of_the_seed) {
@@ -58,6 +60,10 @@ class SeedWriter {
   /** Sets a value and saves, where it is another one. */
   void put(const Node& node, tag object, const char* attribute, const Scalar& value);
   void put_list(const Node& node, tag object, const char* attribute, const Values& values);
+
+  /** Sets several lists and saves once, where one is another one. */
+  void put_lists(const Node& node, tag object,
+                 const std::vector<std::pair<const char*, Values>>& lists);
 
   void remove(tag object);
 
@@ -85,6 +91,9 @@ class SeedWriter {
   /** Relates two objects, unless they are. */
   void ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary);
 
+  /** Owner of what the seed makes: the one it names, or else the site's automatic user. */
+  void take_owner(const Node& node, tag object);
+
   /** {"item": id}, with "revision" one of its revisions, with "dataset" one of that's datasets. */
   tag find_object(const Node& node);
 
@@ -93,9 +102,6 @@ class SeedWriter {
   std::filesystem::path folder_;
 
  private:
-  /** Owner of what the seed makes: the one it names, or else the site's automatic user. */
-  void take_owner(const Node& node, tag object);
-
   tag automatic_user();
 
   /** The list becomes that of the seed; statuses that stay in their place are kept. */

@@ -37,8 +37,7 @@ enum {
   BOMW_no_top_line = 44003,          /**< the window has no top line yet */
   BOMW_unknown_attribute = 44004,    /**< lines have no such attribute */
   BOMW_wrong_attribute_type = 44005, /**< the attribute holds values of another type */
-  BOMW_not_settable = 44006,         /**< the attribute cannot be set on this line */
-  BOMW_packed_line = 44007           /**< the line is packed into another one */
+  BOMW_not_settable = 44006          /**< the attribute cannot be set on this line */
 };
 
 /**
@@ -118,11 +117,12 @@ ORK_API int BOMW_line_look_up_attribute(const char* name, int* attribute);
 ORK_API int BOMW_line_get_attribute_tag(tag line, int attribute, tag* value);
 
 /**
- * Packs a line: the lines next to it under the same parent that show the same revision of the same
- * item with the same sequence number are hidden, and it shows the sum of their quantities. Nothing
- * of it is saved. A quantity or number cannot be set on a line that stands for several.
+ * Packs a line: the lines under the same parent that show the same revision of the same item with
+ * the same sequence number are hidden, and it shows the sum of their quantities. Nothing of it is
+ * saved. A sequence number that is set on it goes to all of them; a quantity cannot be set. A line
+ * that is hidden itself stays as it is.
  * @param[in] line the line.
- * @return #ORK_ok, #BOMW_not_a_line or #BOMW_packed_line when the line is itself hidden.
+ * @return #ORK_ok or #BOMW_not_a_line.
  */
 ORK_API int BOMW_line_pack(tag line);
 
