@@ -1,4 +1,4 @@
-/** @file The one table of what every site knows: classes, types, and the texts of error codes. */
+/** @file The one table of what every site knows: classes, types and error codes. */
 #pragma once
 
 #include <span>
@@ -55,7 +55,7 @@ std::span<const TypeDefinition> built_in_types();
 
 std::span<const ObjectDefinition> built_in_objects();
 
-/** General text of an error code; one that says so for a code that the platform does not know. */
-std::string error_text(int status);
+/** Error codes that have texts: key "error.<code>" in each file of texts/. */
+std::span<const int> known_errors();
 
 }  // namespace host

@@ -12,11 +12,14 @@
 #include <string_view>
 
 #include "failure.h"
+#include "ork/date.h"
 #include "ork/store.h"
+#include "ork/struct.h"
 #include "ork/struct.h"
 #include "registry.h"
 #include "seed_node.h"
 #include "site.h"
+#include "texts.h"
 
 namespace host {
 
@@ -34,8 +37,8 @@ auto at_place(const Node& node, const Action& action) {
     return action();
   } catch (const Failure& failure) {
     static constexpr int faults_of_a_seed[] = {
-        ORK_invalid_argument,   STORE_wrong_value_type, STORE_value_too_long, STORE_key_taken,
-        STRUCT_contains_itself, STRUCT_bad_quantity,    STRUCT_text_too_long};
+        ORK_invalid_argument, STORE_wrong_value_type, STORE_value_too_long, STORE_key_taken,
+        DATE_invalid_format,  STRUCT_contains_itself, STRUCT_bad_quantity,  STRUCT_text_too_long};
     const bool is_of_the_seed =
         std::count(std::begin(faults_of_a_seed), std::end(faults_of_a_seed), failure.status()) != 0;
     if (!is_of_the_seed) {

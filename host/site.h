@@ -10,6 +10,7 @@
 #include "preferences.h"
 #include "sqlite.h"
 #include "store.h"
+#include "texts.h"
 
 namespace host {
 
@@ -43,6 +44,11 @@ class Site {
   Structures& structures() { return *structures_; }
 
   /** Forgets all that is in memory of the store, unsaved changes and windows too; locks stay. */
+  /** The texts of the site's own. */
+  const Texts& texts() const { return texts_; }
+  void reload_texts();
+
+  /** Forgets all that is in memory of the store, unsaved changes too; locks stay. */
   void reload_store();
 
   void begin_session(Session session);
@@ -57,6 +63,7 @@ class Site {
   Database database_;
   std::unique_ptr<Store> store_;
   std::unique_ptr<Structures> structures_; /**< after the store, which it works on */
+  Texts texts_;
 };
 
 /** The open site. Without one: refused with ORK_site_not_available. */

@@ -3,33 +3,11 @@
 #
 # usage: demo.sh FOLDER-OF-PROGRAMS SCRATCH-FOLDER
 set -euo pipefail
-[ $# -eq 2 ] || {
-  printf 'usage: %s FOLDER-OF-PROGRAMS SCRATCH-FOLDER\n' "$0" >&2
-  exit 2
-}
-data=$(cd "$(dirname "$0")" && pwd)
-programs=$(cd "$1" && pwd)
-scratch=$2
-PATH=$programs:$PATH
-
-if [ -t 1 ]; then bold=$'\033[1m' plain=$'\033[0m'; else bold='' plain=''; fi
-heading() { printf '\n%s%s%s\n%s\n\n' "$bold" "$1" "$plain" "$2"; }
-# Lines of text tables are padded with blanks; on the screen they are only in the way.
-shown() { sed 's/[ ;]*$//'; }
-run() {
-  printf '%s$ zolp' "$bold"
-  printf ' %q' "$@"
-  printf '%s\n' "$plain"
-  zolp "$@"
-}
+. "$(dirname "$0")/../demo_functions.sh"
 
 # The library opens lists and templates for update, so the demo works on copies of its own.
-site_folder=$scratch/clone-run
-rm -rf "$site_folder"
-mkdir -p "$site_folder/out"
-cp "$data"/*.txt "$data"/site.json "$site_folder"
-chmod -R u+w "$site_folder"
-cd "$site_folder"
+begin_demo clone-run
+mkdir out
 
 heading 'A site' 'An embedded host platform: users, preferences and items, in one file.'
 run host init site.db --seed site.json
