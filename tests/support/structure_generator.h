@@ -9,12 +9,13 @@
 namespace test {
 
 struct StructureShape {
-  unsigned number = 1; /**< which of the structures of this shape */
-  int levels = 3;      /**< below the top */
-  int children = 4;    /**< of an assembly, at most */
-  int pool = 6;        /**< items per level; the fewer, the more often they occur again */
-  bool full = false;   /**< whether assemblies have as many children as they may */
-  bool numbered = true; /**< whether each occurrence has a sequence number other than 0 */
+  unsigned number = 1;      /**< which of the structures of this shape */
+  int levels = 3;           /**< below the top */
+  int children = 4;         /**< of an assembly, at most */
+  int pool = 6;             /**< items per level; the fewer, the more often they occur again */
+  bool full = false;        /**< whether assemblies have as many children as they may */
+  bool numbered = true;     /**< whether each occurrence has a sequence number other than 0 */
+  std::string prefix = "I"; /**< of the items' ids */
 };
 
 /** Items on levels, each made of items of the next level. Item 0 is the top. */
@@ -31,12 +32,12 @@ class GeneratedStructure {
   };
 
   explicit GeneratedStructure(const StructureShape& shape) : random_(shape.number) {
-    items.push_back({"I0", {}});
+    items.push_back({shape.prefix + "0", {}});
     int first = 0;  // of the level above
     for (int level = 1; level <= shape.levels; ++level) {
       const int below = static_cast<int>(items.size());
       for (int i = 0; i < shape.pool; ++i) {
-        items.push_back({"I" + std::to_string(items.size()), {}});
+        items.push_back({shape.prefix + std::to_string(items.size()), {}});
       }
       for (int parent = first; parent < below; ++parent) {
         add_children(shape, items[static_cast<std::size_t>(parent)], below);
