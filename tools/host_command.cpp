@@ -19,9 +19,10 @@ namespace tool {
 
 namespace {
 
-const std::vector<std::string> sections = {
-    "site",    "users",     "groups",      "roles", "classes", "types",  "relation_types",
-    "objects", "relations", "preferences", "texts", "sites",   "access", "locks"};
+const std::vector<std::string> sections = {"site",      "users",      "groups",         "roles",
+                                           "classes",   "types",      "relation_types", "objects",
+                                           "relations", "structures", "preferences",    "texts",
+                                           "sites",     "access",     "locks"};
 
 bool is_section(const std::string& name) {
   return std::find(sections.begin(), sections.end(), name) != sections.end();

@@ -53,6 +53,7 @@ int run(int argc, char** argv) {
   tool::add_clone_command(program);
   tool::add_list_commands(program);
   tool::add_object_commands(program);
+  tool::add_bom_commands(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {
