@@ -86,6 +86,7 @@ date_s parsed_display_date(const Attribute& attribute, const std::string& text) 
     } catch (const Failure& failure) {
       why = failure.detail();
       if (failure.status() == DATE_invalid_date) {
+        why = "there is no such date";
         break;  // it is written well
       }
     }

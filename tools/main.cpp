@@ -54,6 +54,8 @@ int run(int argc, char** argv) {
   tool::add_clone_command(program);
   tool::add_list_commands(program);
   tool::add_object_commands(program);
+  tool::add_dataset_commands(program);
+  tool::add_form_commands(program);
   tool::add_job_commands(program);
   tool::add_handler_commands(program);
   try {

@@ -85,7 +85,8 @@ TEST_F(DataSite, ValuesAreWrittenAsUsersWriteThem) {
              {"weight", "inf", "a number such as"},
              {"weight", "nan", "a number such as"},
              {"bought", "true", "True or False"},
-             {"weighed", "31-Feb-2026", "expected a date such as \"21-Nov-2026 13:05\""},
+             {"weighed", "31-Feb-2026",
+              "expected a date such as \"21-Nov-2026 13:05\": there is no such date"},
              {"weighed", "2026-11-21", "a date such as"},
              {"weighed", "21-Nov-2026 ", "a date such as"},
              {"weighed", "21-Nov-2026 24:00", "a date such as"}};
