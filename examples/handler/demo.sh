@@ -29,6 +29,6 @@ run job signoff R-17 --decision approve --comment 'measured' -u=chiara -p=meadow
 run show GB-1310/B
 
 heading 'The call trace of the handler' "Its calls into the platform, and the platform's answers."
-sed -n '/->ZOLP_getRHTargetObjects/,$p' trace.txt | sed -n '1,24p' | cut -c 1-120
+sed -n '/->ZOLP_getRHTargetObjects/,$p' trace.txt | sed '/ File:/d' | sed -n '1,40p' | cut -c 1-120
 
 heading 'Done' "All of it is in $PWD."

@@ -1,7 +1,7 @@
 /*
- * A library of one workflow handler, "examine-targets". It looks at the targets of its job, attaches
- * a report to each item revision among them, and decides a condition task of the process: true when
- * all of these revisions have a release status already.
+ * A library of one workflow handler, "examine-targets". It looks at the targets of its job,
+ * attaches a report to each item revision among them, and decides a condition task of the process:
+ * true when all of these revisions have a release status already.
  *
  * Arguments:
  *   condition=NAME   name of the condition task; none is decided when it is left out
@@ -125,7 +125,7 @@ __declspec(dllexport)
 #elif defined(__GNUC__)
 __attribute__((visibility("default")))
 #endif
-int ORK_register_handlers(void);
+    int ORK_register_handlers(void);
 
 int ORK_register_handlers(void) {
   return FLOW_register_handler("examine-targets", examine_targets);
