@@ -6,6 +6,7 @@
 #include "dates.h"
 #include "failure.h"
 #include "files.h"
+#include "flow_describe.h"
 #include "forms.h"
 #include "known_sites.h"
 #include "object_id.h"
@@ -403,6 +404,8 @@ constexpr Section sections[] = {
     {"preferences", describe_preferences},
     {"texts", describe_texts},
     {"sites", describe_sites},
+    {"process_templates", describe_process_templates},
+    {"jobs", describe_jobs},
     {"access", describe_access},
     {"locks", describe_locks},
 };

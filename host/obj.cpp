@@ -7,6 +7,7 @@
 #include "access.h"
 #include "datasets.h"
 #include "display.h"
+#include "flow_engine.h"
 #include "handout.h"
 #include "operation.h"
 #include "ork/access.h"
@@ -108,6 +109,7 @@ int OBJ_save(tag object) {
   return operation("OBJ_save", Needs::session, [&] {
     host::require_privilege(object, ACCESS_privilege_write);
     host::store().save(object);
+    host::flow::continue_after_save(object);
   });
 }
 
@@ -118,7 +120,11 @@ int OBJ_unload(tag object) {
 int OBJ_delete(tag object) {
   return operation("OBJ_delete", Needs::session, [&] {
     host::require_privilege(object, ACCESS_privilege_delete);
-    host::delete_object(object);
+    if (host::store().is_a(object, "Job")) {
+      host::flow::delete_job(object);
+    } else {
+      host::delete_object(object);
+    }
   });
 }
 

@@ -9,6 +9,8 @@
 #include "ork/dset.h"
 #include "ork/err.h"
 #include "ork/file.h"
+#include "ork/flow.h"
+#include "ork/folder.h"
 #include "ork/form.h"
 #include "ork/item.h"
 #include "ork/obj.h"
@@ -17,6 +19,7 @@
 #include "ork/pref.h"
 #include "ork/rel.h"
 #include "ork/rsv.h"
+#include "ork/signoff.h"
 #include "ork/store.h"
 #include "ork/text.h"
 #include "ork/type.h"
@@ -29,6 +32,7 @@ namespace {
 constexpr int name_length = 128;
 constexpr int type_name_length = 32;
 constexpr int description_length = 240;
+constexpr int handler_arguments_length = 4000;
 
 AttributeDefinition text(const char* name, int max_length) {
   return {name, Kind::text, false, max_length};
@@ -52,6 +56,7 @@ constexpr TypeDefinition types[] = {
     {"Type", "Dataset", "Dataset"},
     {"Type", "Form", "Form"},
     {"Type", "Folder", "Folder"},
+    {"Type", "Job", "Job"},
     {"Type", "Text", "Dataset", "Dataset"},
     {"Type", "Image", "Dataset", "Dataset"},
     {"Type", "FreigabeInfo", "FreigabeInfo", "Form"},
@@ -80,6 +85,7 @@ constexpr int errors[] = {
     ORG_not_a_user,
     ORG_not_a_group,
     ORG_not_a_role,
+    ORG_not_a_groupmember,
     STORE_unknown_tag,
     STORE_deleted_tag,
     STORE_unknown_class,
@@ -92,6 +98,7 @@ constexpr int errors[] = {
     STORE_referenced,
     STORE_refers_to_unsaved,
     STORE_not_saved,
+    STORE_unknown_lock,
     REL_not_a_relation_type,
     REL_exists,
     WSO_not_a_workspace_object,
@@ -122,6 +129,30 @@ constexpr int errors[] = {
     ITEM_not_an_item,
     ITEM_not_a_revision,
     ITEM_unknown_attribute,
+    FLOW_not_a_job,
+    FLOW_not_a_task,
+    FLOW_not_a_process_template,
+    FLOW_unknown_process_template,
+    FLOW_not_a_condition_task,
+    FLOW_unknown_attachment_type,
+    FLOW_already_attached,
+    FLOW_not_attached,
+    FLOW_unknown_state,
+    FLOW_unknown_handler,
+    FLOW_handler_threw,
+    FLOW_nested_too_deeply,
+    FLOW_task_is_over,
+    FLOW_not_a_resource_pool,
+    FLOW_unknown_task_type,
+    FLOW_cannot_load_handlers,
+    FLOW_argument_missing,
+    FLOW_target_object_not_attached,
+    SIGNOFF_not_a_signoff,
+    SIGNOFF_not_the_member,
+    SIGNOFF_not_in_progress,
+    SIGNOFF_unknown_decision,
+    FOLDER_not_a_folder,
+    FOLDER_no_such_position,
     DATE_invalid_date,
     DATE_invalid_format,
     DATE_wrong_text,
@@ -263,6 +294,49 @@ const std::vector<ClassDefinition>& built_in_classes() {
        {},
        0},
       {"Folder", "WorkspaceObject", {list("contents", Kind::reference)}, {}, 0},
+      {"ProcessTemplate",
+       "Object",
+       {text("template_name", name_length), text("template_desc", description_length),
+        one("root_template", Kind::reference)},
+       {"template_name"},
+       STORE_key_taken},
+      {"TaskDefinition",
+       "Object",
+       {text("object_name", name_length), one("task_type", Kind::integer),
+        one("quorum", Kind::integer), one("branch", Kind::integer),
+        texts("handler_names", name_length), list("handler_actions", Kind::integer),
+        texts("handler_arguments", handler_arguments_length), list("sub_tasks", Kind::reference)},
+       {},
+       0,
+       true},
+      {"TaskTemplate", "TaskDefinition", {list("signoff_members", Kind::reference)}, {}, 0},
+      {"Task",
+       "TaskDefinition",
+       {one("job", Kind::reference), one("parent_task", Kind::reference),
+        one("state", Kind::integer), one("condition_result", Kind::integer),
+        list("target_attachments", Kind::reference), list("reference_attachments", Kind::reference),
+        list("signoff_attachments", Kind::reference),
+        list("release_status_attachments", Kind::reference)},
+       {},
+       0},
+      {"Job",
+       "WorkspaceObject",
+       {one("process_template", Kind::reference), one("root_task", Kind::reference)},
+       {},
+       0},
+      {"Signoff",
+       "Object",
+       {one("signoff_member", Kind::reference), one("review_task", Kind::reference),
+        one("decision", Kind::integer), one("decision_user", Kind::reference),
+        one("decision_date", Kind::date), text("comments", SIGNOFF_comment_size)},
+       {},
+       0},
+      {"ResourcePool",
+       "Object",
+       {one("pool_group", Kind::reference), one("pool_role", Kind::reference),
+        one("allow_subgroup", Kind::logical)},
+       {},
+       0},
       {"AccessRule",
        "Object",
        {one("rule_number", Kind::integer), one("grants", Kind::logical),

@@ -5,6 +5,7 @@
 
 #include "access.h"
 #include "failure.h"
+#include "flow_seed.h"
 #include "known_sites.h"
 #include "object_id.h"
 #include "ork/store.h"
@@ -34,7 +35,7 @@ class Seeder : private SeedWriter {
   void take(const Node& root) {
     root.allow_only({"site", "groups", "roles", "users", "classes", "types", "relation_types",
                      "tools", "dataset_types", "form_types", "preferences", "texts", "sites",
-                     "items", "relations", "access_rules"});
+                     "items", "relations", "access_rules", "process_templates"});
     for (const Node& group : root.items_of("groups")) {
       take_named(group, "Group", "group");
     }
@@ -73,6 +74,7 @@ class Seeder : private SeedWriter {
     for (const Node& relation : root.items_of("relations")) {
       take_relation(relation);
     }
+    take_process_templates(site_, root.items_of("process_templates"));
     if (const auto rules = root.find("access_rules")) {
       take_access_rules(rules->items());
     }

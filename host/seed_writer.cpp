@@ -162,7 +162,9 @@ void SeedWriter::take_statuses(const Node& owner, tag object) {
   }
   put_list(*list, object, "release_status_list", wanted);
   for (const Scalar& status : held) {
-    if (std::find(wanted.begin(), wanted.end(), status) == wanted.end()) {
+    const bool is_wanted = std::find(wanted.begin(), wanted.end(), status) != wanted.end();
+    // A job gives all of its targets one status, and keeps it among its attachments.
+    if (!is_wanted && store_.referrer(std::get<tag>(status)) == NULLTAG) {
       remove(std::get<tag>(status));
     }
   }

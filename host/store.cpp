@@ -2,9 +2,40 @@
 
 #include "ork/store.h"
 
+#include "access.h"
 #include "handout.h"
 #include "known_sites.h"
 #include "operation.h"
+#include "ork/access.h"
+
+namespace host {
+
+namespace {
+
+void refresh_instances(const std::vector<tag>& objects, bool for_change) {
+  std::vector<tag> locked;
+  try {
+    for (const tag object : objects) {
+      const bool was_locked = store().is_locked(object);
+      if (for_change) {
+        require_privilege(object, ACCESS_privilege_write);
+      }
+      store().refresh(object, for_change);
+      if (for_change && !was_locked) {
+        locked.push_back(object);
+      }
+    }
+  } catch (const Failure&) {
+    for (const tag object : locked) {
+      store().refresh(object, false);
+    }
+    throw;
+  }
+}
+
+}  // namespace
+
+}  // namespace host
 
 namespace host {
 
@@ -121,6 +152,24 @@ int STORE_is_tag_valid(tag object, logical* valid) {
   return operation("STORE_is_tag_valid", Needs::session, [&] {
     host::require_all(valid);
     *valid = host::store().exists(object);
+  });
+}
+
+int STORE_instance_exists(tag object, logical* exists) {
+  host::clear(exists);
+  return operation("STORE_instance_exists", Needs::session, [&] {
+    host::require_all(exists);
+    *exists = host::store().exists(object);
+  });
+}
+
+int STORE_refresh_instances(int count, const tag* objects, tag, int lock) {
+  return operation("STORE_refresh_instances", Needs::session, [&] {
+    host::require(count >= 0 && (count == 0 || objects != nullptr), "there are no instances");
+    if (lock != STORE_no_lock && lock != STORE_modify_lock) {
+      host::refuse(STORE_unknown_lock, std::to_string(lock));
+    }
+    host::refresh_instances({objects, objects + count}, lock == STORE_modify_lock);
   });
 }
 

@@ -125,6 +125,8 @@ std::string object_label(Store& store, tag object) {
       {"Role", "role_name"},
       {"Site", "site_name"},
       {"Type", "type_name"},
+      {"ProcessTemplate", "template_name"},
+      {"TaskDefinition", "object_name"},
       {"Tool", "tool_name"},
       {"VeloFile", "original_file_name"}};
   if (store.is_a(object, "WorkspaceObject")) {
