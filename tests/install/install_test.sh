@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # usage: install_test.sh SOURCE_FOLDER WHAT
 # Installs what was built into a clean folder, moves the installation, builds the batch example
-# against it with CMake and with pkg-config, and runs it on a site made by the installed program.
+# against it with CMake and with pkg-config and the handler example with CMake, and runs them on
+# sites made by the installed program.
 # WHAT is a build folder, or a package: .deb for this system or .zip for 64-bit Windows.
 set -euo pipefail
 source=$1
@@ -31,12 +32,14 @@ configure=()
 compiler=cc
 run=()
 ending=
+library_ending=.so
 if [ -f "$prefix/bin/zolp.exe" ]; then
   configure=(-DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows/toolchain.cmake"
     -DCMAKE_FIND_ROOT_PATH="$prefix")
   compiler=x86_64-w64-mingw32-gcc
   run=("$source/cmake/windows/run.sh")
   ending=.exe
+  library_ending=.dll
 fi
 zolp=("${run[@]}" "$prefix/bin/zolp$ending")
 
@@ -62,6 +65,18 @@ check() { # PROGRAM
 }
 
 check "$scratch/build/batch$ending"
+
+cmake -S "$source/examples/handler" -B "$scratch/handler" -G Ninja \
+  -DCMAKE_PREFIX_PATH="$prefix" "${configure[@]}" >/dev/null
+cmake --build "$scratch/handler"
+export ORK_HOST_DB=$scratch/handler.db
+"${zolp[@]}" host init "$ORK_HOST_DB" --seed "$source/examples/handler/site.json"
+"${zolp[@]}" job start 'Release of parts' --name R-17 --target GB-1210/C
+"${zolp[@]}" handler run "$scratch/handler/libexamine_targets$library_ending" --job R-17 \
+  --argument 'condition=Tested before?'
+"${zolp[@]}" job show R-17 | grep -q 'Tested before?  Pending  (condition)  result true'
+"${zolp[@]}" show GB-1210/C | grep -q 'Examination report'
+export ORK_HOST_DB=$scratch/site.db
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name zolp_orktool.pc)")
 export PKG_CONFIG_PATH
