@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -261,6 +262,21 @@ class Scan {
   std::uint64_t run_in_atom_ = 0; /**< at the end of a group */
 };
 
+/** The text that a pattern stands for when there is no operator in it, as in most filters. */
+std::optional<std::string> literal_of(const char* pattern) {
+  constexpr std::string_view operators = ".*+?()[]{}|^$\\";
+  std::string literal;
+  for (const char* at = pattern; *at != '\0'; ++at) {
+    const bool is_escaped = *at == '\\';
+    at += is_escaped ? 1 : 0;
+    if (is_escaped == (*at == '\0' || operators.find(*at) == std::string_view::npos)) {
+      return std::nullopt;
+    }
+    literal += *at;
+  }
+  return literal;
+}
+
 }  // namespace
 
 bool is_within_limits(const char* pattern) {
@@ -303,6 +319,7 @@ Pattern* Pattern::find(const char* text) noexcept {
 Pattern::Pattern(const char* text) : text_(text) {
   if (is_within_limits(text)) {
     compile();
+    literal_ = literal_of(text);
   }
 }
 
@@ -326,6 +343,9 @@ void Pattern::compile() {
 }
 
 bool Pattern::matches(const char* value) {
+  if (literal_ && MB_CUR_MAX == 1) {  // otherwise it might begin inside a character
+    return std::strstr(value, literal_->c_str()) != nullptr;
+  }
   // Each state that the matcher comes to stays in memory, and hostile values lead to new ones for
   // ever. From time to time the pattern is compiled anew, which gives them back; up to the square
   // of a value's length can be new.

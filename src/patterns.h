@@ -6,6 +6,8 @@
 #include <regex.h>
 
 #include <cstddef>
+#include <optional>
+#include <string>
 
 namespace orktool {
 
@@ -35,7 +37,8 @@ class Pattern {
   const char* text_;
   re_pattern_buffer compiled_{};
   bool is_compiled_ = false;
-  std::size_t work_ = 0; /**< since it was compiled */
+  std::size_t work_ = 0;               /**< since it was compiled */
+  std::optional<std::string> literal_; /**< the text that it stands for, if it is but one */
 };
 
 /**
