@@ -11,6 +11,7 @@
 #include "sqlite.h"
 #include "store.h"
 #include "texts.h"
+#include "vault.h"
 
 namespace host {
 
@@ -42,6 +43,7 @@ class Site {
   Database& database() { return database_; }
   Store& store() { return *store_; }
   Structures& structures() { return *structures_; }
+  Vault& vault() { return vault_; }
 
   /** Forgets all that is in memory of the store, unsaved changes and windows too; locks stay. */
   /** The texts of the site's own. */
@@ -53,7 +55,7 @@ class Site {
 
   void begin_session(Session session);
 
-  /** Drops unsaved changes and gives locks back. */
+  /** Drops unsaved changes, with the contents of unsaved files, and gives locks back. */
   void end_session();
 
   std::optional<Session> session;
@@ -64,6 +66,7 @@ class Site {
   std::unique_ptr<Store> store_;
   std::unique_ptr<Structures> structures_; /**< after the store, which it works on */
   Texts texts_;
+  Vault vault_;
 };
 
 /** The open site. Without one: refused with ORK_site_not_available. */
