@@ -4,6 +4,7 @@
 // are as deep as sites make them, and the stack is the host process's.
 
 #include <bit>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -135,12 +136,14 @@ int next_number(int number, int increment) {
 class FirstOfRevision {
  public:
   explicit FirstOfRevision(int count)
-      : slots_(std::bit_ceil(2 * static_cast<std::size_t>(count))) {}
+      : slots_(std::bit_ceil(2 * static_cast<std::size_t>(count) + 2)) {}
 
   /** Index of the first child of a revision; this one's where there was none. */
   int find_or_add(tag revision, int index) {
     const std::size_t mask = slots_.size() - 1;
-    std::size_t i = (revision * std::size_t{0x9E3779B1}) & mask;
+    // The upper bits of the product depend on all bits of the tag.
+    const std::uint64_t product = revision * std::uint64_t{0x9E3779B97F4A7C15};
+    auto i = static_cast<std::size_t>(product >> (64 - std::countr_zero(slots_.size())));
     while (slots_[i].next_index != 0 && slots_[i].revision != revision) {
       i = (i + 1) & mask;
     }
@@ -245,10 +248,11 @@ void number_all_but(const tag* children, int count, int* number, int increment, 
 [[gnu::noinline]] int number_children(const tag* children, int count, int* number, int increment,
                                       const tag* not_desired, int not_desired_count) {
   try {
-    if (not_desired_count < 1) {
+    const int passes = not_desired != nullptr ? not_desired_count : 0;
+    if (passes < 1) {
       number_all(children, count, number, increment);
     }
-    for (int k = 0; k < not_desired_count; ++k) {
+    for (int k = 0; k < passes; ++k) {
       number_all_but(children, count, number, increment, k, not_desired[k]);
     }
     return 0;
