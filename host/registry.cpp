@@ -327,40 +327,6 @@ const std::vector<ClassDefinition>& built_in_classes() {
        {},
        0},
       {"Folder", "WorkspaceObject", {list("contents", Kind::reference)}, {}, 0},
-      {"PSViewType",
-       "Object",
-       {text("view_type_name", type_name_length)},
-       {"view_type_name"},
-       STORE_key_taken},
-      {"PSNoteType",
-       "Object",
-       {text("note_type_name", type_name_length)},
-       {"note_type_name"},
-       STORE_key_taken},
-      {"RevisionRule",
-       "Object",
-       {text("rule_name", name_length), texts("clauses", name_length)},
-       {"rule_name"},
-       STORE_key_taken},
-      {"PSBOMView",
-       "WorkspaceObject",
-       {one("parent_item", Kind::reference), one("view_type", Kind::reference)},
-       {"parent_item", "view_type"},
-       STRUCT_view_exists},
-      // The occurrences are lists side by side, an occurrence at one place of each: they are read,
-      // saved and locked as one, and a structure may have a hundred thousand of them. The notes are
-      // three more lists, with the numbers of the occurrences that they are of.
-      {"PSBOMViewRevision",
-       "WorkspaceObject",
-       {one("bom_view", Kind::reference), one("structure_of", Kind::reference),
-        list("occurrence_numbers", Kind::integer), list("occurrence_items", Kind::reference),
-        list("occurrence_revisions", Kind::reference),
-        texts("occurrence_quantities", STRUCT_quantity_size),
-        texts("occurrence_sequences", STRUCT_sequence_size),
-        list("note_occurrences", Kind::integer), list("note_types", Kind::reference),
-        texts("note_texts", STRUCT_note_size)},
-       {"bom_view", "structure_of"},
-       STRUCT_view_revision_exists},
       {"ProcessTemplate",
        "Object",
        {text("template_name", name_length), text("template_desc", description_length),
@@ -404,6 +370,40 @@ const std::vector<ClassDefinition>& built_in_classes() {
         one("allow_subgroup", Kind::logical)},
        {},
        0},
+      {"PSViewType",
+       "Object",
+       {text("view_type_name", type_name_length)},
+       {"view_type_name"},
+       STORE_key_taken},
+      {"PSNoteType",
+       "Object",
+       {text("note_type_name", type_name_length)},
+       {"note_type_name"},
+       STORE_key_taken},
+      {"RevisionRule",
+       "Object",
+       {text("rule_name", name_length), texts("clauses", name_length)},
+       {"rule_name"},
+       STORE_key_taken},
+      {"PSBOMView",
+       "WorkspaceObject",
+       {one("parent_item", Kind::reference), one("view_type", Kind::reference)},
+       {"parent_item", "view_type"},
+       STRUCT_view_exists},
+      // The occurrences are lists side by side, an occurrence at one place of each: they are read,
+      // saved and locked as one, and a structure may have a hundred thousand of them. The notes are
+      // three more lists, with the numbers of the occurrences that they are of.
+      {"PSBOMViewRevision",
+       "WorkspaceObject",
+       {one("bom_view", Kind::reference), one("structure_of", Kind::reference),
+        list("occurrence_numbers", Kind::integer), list("occurrence_items", Kind::reference),
+        list("occurrence_revisions", Kind::reference),
+        texts("occurrence_quantities", STRUCT_quantity_size),
+        texts("occurrence_sequences", STRUCT_sequence_size),
+        list("note_occurrences", Kind::integer), list("note_types", Kind::reference),
+        texts("note_texts", STRUCT_note_size)},
+       {"bom_view", "structure_of"},
+       STRUCT_view_revision_exists},
       {"AccessRule",
        "Object",
        {one("rule_number", Kind::integer), one("grants", Kind::logical),
@@ -432,10 +432,6 @@ std::span<const TypeDefinition> built_in_types() {
   return types;
 }
 
-std::span<const ObjectDefinition> built_in_objects() {
-  return objects;
-}
-
 const std::vector<ToolDefinition>& built_in_tools() {
   static const std::vector<ToolDefinition> tools = {{"TextEditor", {"TEXT"}},
                                                     {"ImageViewer", {"BINARY"}}};
@@ -448,6 +444,10 @@ const std::vector<DatasetTypeDefinition>& built_in_dataset_types() {
       {"Image", "ImageViewer", {{"Image", "*.png", "BINARY"}, {"Image", "*.jpg", "BINARY"}}},
   };
   return dataset_types;
+}
+
+std::span<const ObjectDefinition> built_in_objects() {
+  return objects;
 }
 
 std::span<const int> known_errors() {

@@ -79,12 +79,12 @@ const std::vector<ClassDefinition>& built_in_classes();
 /** Built-in types, each after its parent. */
 std::span<const TypeDefinition> built_in_types();
 
-std::span<const ObjectDefinition> built_in_objects();
-
 const std::vector<ToolDefinition>& built_in_tools();
 
 /** What those of the built-in types that are dataset types take. */
 const std::vector<DatasetTypeDefinition>& built_in_dataset_types();
+
+std::span<const ObjectDefinition> built_in_objects();
 
 /** Error codes that have texts: key "error.<code>" in each file of texts/. */
 std::span<const int> known_errors();

@@ -93,8 +93,8 @@ class Seeder : private SeedWriter {
     for (const Node& relation : root.items_of("relations")) {
       take_relation(relation);
     }
-    StructureSeeder(site_, folder_).take(root);
     take_process_templates(site_, root.items_of("process_templates"));
+    StructureSeeder(site_, folder_).take(root);
     if (const auto rules = root.find("access_rules")) {
       take_access_rules(rules->items());
     }

@@ -42,8 +42,8 @@ class Site {
   const std::string& path() const { return database_.path(); }
   Database& database() { return database_; }
   Store& store() { return *store_; }
-  Structures& structures() { return *structures_; }
   Vault& vault() { return vault_; }
+  Structures& structures() { return *structures_; }
 
   /** Forgets all that is in memory of the store, unsaved changes and windows too; locks stay. */
   /** The texts of the site's own. */

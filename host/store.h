@@ -254,8 +254,8 @@ class Store {
   void complete_built_ins();
   bool add_missing_classes(bool write);
   bool add_missing_types(bool write);
-  bool add_missing_objects(bool write);
   bool add_missing_tools(bool write);
+  bool add_missing_objects(bool write);
   void load_classes();
   Class& add_class(std::uint32_t id, const std::string& name, const Class* parent);
   void add_attribute(Class& owner, std::unique_ptr<Attribute> attribute);

@@ -37,8 +37,8 @@ ORK_API date_s STORE_null_date(void);
 #define STORE_max_string_length 4000
 
 /**
- * The text that stands for an object outside of a session: it stays the same and is never used
- * again.
+ * The text that stands for an object outside of a session: it stays the same, as long as the site
+ * keeps its number, and is never used again.
  * @param[in] object the object.
  * @param[out] uid the text of 14 characters, freed by the caller with `MEM_free`.
  * @return #ORK_ok, #STORE_unknown_tag or #STORE_deleted_tag.

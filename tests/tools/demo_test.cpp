@@ -20,6 +20,20 @@ TEST(Demo, ShowsACloneRun) {
   }
 }
 
+TEST(Demo, ShowsAJobWithAHandler) {
+  const test::TemporaryFolder scratch;
+  const test::Run demo = test::run_program(
+      {std::string(ZOLP_EXAMPLES) + "/handler/demo.sh", ZOLP_PROGRAM_FOLDER, scratch.path("")});
+  EXPECT_EQ(demo.exit_code, 0);
+  EXPECT_EQ(demo.err, "");
+  for (const char* text :
+       {"├── target GB-1310/B-Intermediate shaft", "examine-targets has run on task Design check",
+        "VELO_reference  Examination report  (Dataset)", "Release check  Started  (review)",
+        "R-17  Completed", "├── status Released", "->ZOLP_isObjectOfClass"}) {
+    EXPECT_THAT(demo.out, HasSubstr(text));
+  }
+}
+
 TEST(Demo, ShowsDatasetsAndAForm) {
   const test::TemporaryFolder scratch;
   const test::Run demo = test::run_program(
