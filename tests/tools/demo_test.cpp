@@ -47,6 +47,18 @@ TEST(Demo, ShowsDatasetsAndAForm) {
   }
 }
 
+TEST(Demo, ShowsAProductStructure) {
+  const test::TemporaryFolder scratch;
+  const test::Run demo = test::run_program(
+      {std::string(ZOLP_EXAMPLES) + "/structure/demo.sh", ZOLP_PROGRAM_FOLDER, scratch.path("")});
+  EXPECT_EQ(demo.exit_code, 0);
+  EXPECT_EQ(demo.err, "");
+  for (const char* text : {"├── 100 -> 10  MX-110/B  Drive", "next unused: 130", "Planet wheel  x3",
+                           "19 lines, packed 15", "mx110_drive_b"}) {
+    EXPECT_THAT(demo.out, HasSubstr(text));
+  }
+}
+
 TEST(Demo, ReleaseListIsWhatItsPartsMake) {
   const test::Run made = test::run_program({clone_run + "/make_release_list.sh"});
   std::ifstream list(clone_run + "/release_list.txt", std::ios::binary);
