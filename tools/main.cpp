@@ -58,6 +58,7 @@ int run(int argc, char** argv) {
   tool::add_form_commands(program);
   tool::add_job_commands(program);
   tool::add_handler_commands(program);
+  tool::add_bom_commands(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {

@@ -26,7 +26,8 @@ enum {
   STORE_referenced = 24010,        /**< other objects refer to the object, so it stays */
   STORE_refers_to_unsaved = 24011, /**< the object refers to one that was never saved */
   STORE_not_saved = 24012,         /**< the object has changes that were not saved */
-  STORE_unknown_lock = 24013       /**< there is no such lock */
+  STORE_unknown_lock = 24013,      /**< there is no such lock */
+  STORE_not_stored = 24014         /**< the object lives in this process only, as BOM lines do */
 };
 
 /** The date that stands for none: all members are 0. */
