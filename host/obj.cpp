@@ -2,6 +2,8 @@
 
 #include "ork/obj.h"
 
+#include <list>
+
 #include "access.h"
 #include "datasets.h"
 #include "display.h"
@@ -42,12 +44,14 @@ Value readable_value(tag object, const char* attribute, Kind kind) {
 /** Deletes an object, the parts that go with it, and what the vault has of them. */
 void delete_object(tag object) {
   Store& objects = store();
-  std::vector<tag> deleted = {object};
-  if (objects.state(object) == InstanceState::is_new || objects.is_locked(object)) {
-    const std::vector<tag> parts = lock_parts(objects, object);
-    deleted.insert(deleted.end(), parts.begin(), parts.end());
-  }
   Vault& vault = site().vault();
+  std::vector<tag> deleted = {object};
+  std::list<LockGuard> locks;
+  for (const tag part : parts_to_delete(objects, object)) {
+    require_privilege(part, ACCESS_privilege_delete);
+    locks.emplace_back(objects, part);
+    deleted.push_back(part);
+  }
   std::vector<std::string> contents;
   for (const tag file : deleted) {
     if (objects.is_a(file, "VeloFile")) {

@@ -6,6 +6,7 @@
 namespace tool {
 
 void add_host_commands(CLI::App& program);
+void add_bom_commands(CLI::App& program);
 void add_clone_command(CLI::App& program);
 void add_dataset_commands(CLI::App& program);
 void add_date_command(CLI::App& program);

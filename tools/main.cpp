@@ -60,6 +60,7 @@ int run(int argc, char** argv) {
   tool::add_date_command(program);
   tool::add_job_commands(program);
   tool::add_handler_commands(program);
+  tool::add_bom_commands(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {

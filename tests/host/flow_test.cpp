@@ -360,6 +360,7 @@ TEST_F(Flow, WrongObjectsAreRefused) {
   EXPECT_EQ(FLOW_get_signoff_member(item, &found, &number), SIGNOFF_not_a_signoff);
   EXPECT_EQ(FLOW_run_handler(task(started("Straight"), "One"), "none", ""), FLOW_unknown_handler);
   EXPECT_EQ(FLOW_register_handler("", note), ORK_invalid_argument);
+  EXPECT_EQ(ork_host_load_handlers(""), FLOW_cannot_load_handlers);
   EXPECT_EQ(ork_host_load_handlers("/no/such/library.so"), FLOW_cannot_load_handlers);
   EXPECT_THAT(last_error(), HasSubstr("/no/such/library.so"));
 }
