@@ -1,4 +1,5 @@
 /** @file `zolp date`: dates in the formats of the platform. */
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -121,6 +122,10 @@ void add_date_command(CLI::App& program) {
   command->callback([options] {
     if (options->now != options->inputs.empty()) {
       throw usage_error("expected dates, or --now", "give one of them");
+    }
+    // The library would take it for the current date, and a script's empty variable for a date.
+    if (std::count(options->inputs.begin(), options->inputs.end(), "") != 0) {
+      throw usage_error("a date is empty", "give --now for the current date");
     }
     convert(*options);
   });
