@@ -12,4 +12,7 @@ void add_filter_benchmarks();
 void add_job_benchmarks();
 void add_release_list_benchmarks(const std::string& folder);
 
+/** Works on the site that the benchmarks of release lists open. */
+void add_structure_benchmarks();
+
 }  // namespace bench
