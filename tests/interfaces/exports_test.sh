@@ -6,12 +6,18 @@ set -euo pipefail
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-functions=$(grep -oE '^ZOLP_API [a-z_]+[ *]+[A-Za-z_]+\(' "$2" | sed -E 's/.*[ *]([A-Za-z_]+)\($/\1/')
+# One declaration a line. A pointer of its type names the function, also where it is overloaded.
+functions=$(tr '\n' ' ' <"$2" | grep -oE 'ZOLP_API [a-z_]+[ *]+[A-Za-z_]+\([^;]*\);' |
+  sed -E 's/^ZOLP_API ([a-z_]+[ *]+)([A-Za-z_]+)\((.*)\);$/\1 \2 \3/')
 {
   printf '#include "%s"\n' "$2"
-  for function in $functions; do
-    printf 'extern const auto use_%s = &%s;\n' "$function" "$function"
-  done
+  number=0
+  while read -r result function parameters; do
+    # The stars of a pointer stand by the type.
+    number=$((number + 1))
+    printf 'extern %s (*const use_%d)(%s);\n' "$result" "$number" "$parameters"
+    printf '%s (*const use_%d)(%s) = &%s;\n' "$result" "$number" "$parameters" "$function"
+  done <<<"$functions"
   for class in CZOLP_ParamLine CZOLP_String; do
     printf 'extern const auto use_%s = &%s::operator=;\n' "$class" "$class"
   done
