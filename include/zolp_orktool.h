@@ -1034,8 +1034,8 @@ ZOLP_API int ZOLP_set_named_condition_task_result(tag job, const char* task_name
  * that is pending.
  * @param[in] job the job.
  * @param[out] release_level the review task, or 0 when there is none.
- * @param[out] release_level_name caller's buffer of #FLOW_name_size + 1 bytes for its name, which
- *   is copied without a limit; "" when there is none.
+ * @param[out] release_level_name caller's buffer of #FLOW_name_size + 1 bytes for its name; ""
+ *   when there is none.
  * @return 0, also when there is none, or the platform's status.
  */
 ZOLP_API int ZOLP_ask_current_release_level(tag job, tag* release_level, char* release_level_name);

@@ -6,12 +6,14 @@ set -euo pipefail
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-functions=$(grep -oE '^ZOLP_API [a-z_]+[ *]+[A-Za-z_]+\(' "$2" | sed -E 's/.*[ *]([A-Za-z_]+)\($/\1/')
+# "RESULT NAME(PARAMETERS)" of each function, on one line: overloads differ by their parameters.
+functions=$(awk '/^ZOLP_API .*\(/ { text = "" } { text = text " " $0 }
+    /;/ { if (text ~ /^ ZOLP_API /) print text; text = "" }' "$2" |
+  sed -E 's/^ ZOLP_API //; s/;.*//; s/ +/ /g')
 {
   printf '#include "%s"\n' "$2"
-  for function in $functions; do
-    printf 'extern const auto use_%s = &%s;\n' "$function" "$function"
-  done
+  sed -E 's/^(.*[ *])([A-Za-z_]+)\((.*)\)$/\1(*use_NUMBER)(\3) = \&\2;/' <<<"$functions" |
+    awk '{ sub(/NUMBER/, NR); print }'
   for class in CZOLP_ParamLine CZOLP_String; do
     printf 'extern const auto use_%s = &%s::operator=;\n' "$class" "$class"
   done
