@@ -51,6 +51,8 @@ if(WIN32)
   # notices of all that is inside.
   install(DIRECTORY "${ZOLP_WINDOWS_DEPENDENCIES}/bin/" DESTINATION "${CMAKE_INSTALL_BINDIR}"
           FILES_MATCHING PATTERN "*.dll")
+  install(FILES "${ZOLP_WINDOWS_DEPENDENCIES}/include/gnu_regex/regex.h"
+          DESTINATION "${zolp_header_dir}")
   install(DIRECTORY "${PROJECT_BINARY_DIR}/lib/" DESTINATION "${CMAKE_INSTALL_LIBDIR}"
           FILES_MATCHING PATTERN "*.lib")
   install(DIRECTORY "${ZOLP_WINDOWS_DEPENDENCIES}/licences"

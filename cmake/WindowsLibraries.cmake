@@ -31,6 +31,7 @@ function(zolp_export_decorated target header)
   add_custom_command(
     OUTPUT "${definition}"
     COMMAND "${script}" "${ZOLP_CLANG}" "${definition}" "${header}" "${ZOLP_PLATFORM_INCLUDE_DIR}"
+            "${ZOLP_WINDOWS_DEPENDENCIES}/include/gnu_regex"
     DEPENDS "${script}" "${header}" ${headers}
     VERBATIM)
   target_sources(${target} PRIVATE "${definition}")

@@ -102,21 +102,12 @@ void Line::set_quantity(const std::string& text) {
   window_->changeable(part_->occurrence->structure()).set_quantity(*part_->occurrence, text);
 }
 
-std::vector<tag> Line::children() {
+const std::vector<tag>& Line::children() {
+  static const std::vector<tag> none;
   if (!is_opened_) {
     open();
   }
-  std::vector<tag> tags;
-  if (below_ == nullptr) {
-    return tags;
-  }
-  tags.reserve(below_->lines.size());
-  for (const Line& line : below_->lines) {
-    if (line.packed_into_ == nullptr) {
-      tags.push_back(line.handle_);
-    }
-  }
-  return tags;
+  return below_ != nullptr ? below_->shown : none;
 }
 
 void Line::open() {
@@ -158,18 +149,29 @@ void Line::pack() {
     return;
   }
   const std::string own = sequence();
+  const std::size_t packed = packed_.size();
   for (Line* line : equal) {
-    if (line == this || line->packed_into_ != nullptr || line->sequence() != own) {
-      continue;
+    if (line != this && line->packed_into_ == nullptr && line->sequence() == own) {
+      take_in(*line);
     }
-    line->packed_into_ = this;
-    packed_.push_back(line);
-    for (Line* inner : line->packed_) {
-      inner->packed_into_ = this;
-      packed_.push_back(inner);
-    }
-    line->packed_.clear();
   }
+  if (packed_.size() != packed) {
+    std::erase_if(block.shown, [this](tag shown) {
+      const Line& line = static_cast<Line&>(*window_->store_.find_transient(shown));
+      return line.packed_into_ != nullptr;
+    });
+  }
+}
+
+/** Hides a line, with those that it stands for. */
+void Line::take_in(Line& line) {
+  line.packed_into_ = this;
+  packed_.push_back(&line);
+  for (Line* inner : line.packed_) {
+    inner->packed_into_ = this;
+    packed_.push_back(inner);
+  }
+  line.packed_.clear();
 }
 
 // ------------------------------------------------------------------------------------- window
@@ -205,9 +207,11 @@ Line& Window::top_line() {
 LineBlock& Window::add_block(Line* parent, const Parts& parts) {
   LineBlock& block = *blocks_.emplace_back(std::make_unique<LineBlock>());
   block.lines.reserve(parts.size());  // lines stay where they are: others point to them
+  block.shown.reserve(parts.size());
   for (const Part& part : parts) {
     Line& line = block.lines.emplace_back(*this, parent, part);
     line.handle_ = store_.transients().add(line);
+    block.shown.push_back(line.handle_);
   }
   return block;
 }

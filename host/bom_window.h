@@ -25,6 +25,7 @@ struct Part {
 /** The lines right below a line. */
 struct LineBlock {
   std::vector<Line> lines;
+  std::vector<tag> shown; /**< tags of those that are not packed into others */
   std::unordered_map<std::uint64_t, std::vector<Line*>> by_revision; /**< once one is packed */
 };
 
@@ -40,7 +41,7 @@ class Line final : public Transient {
   tag handle() const { return handle_; }
 
   /** Tags of the lines below that are not packed into others. */
-  std::vector<tag> children();
+  const std::vector<tag>& children();
 
   /** Hides the lines next to it that are equal. */
   void pack();
@@ -50,6 +51,7 @@ class Line final : public Transient {
 
   void open();
   void refuse_cycle() const;
+  void take_in(Line& line);
   std::string quantity() const;
   std::string sequence() const;
   std::uint64_t revision_key() const;

@@ -205,6 +205,7 @@ std::vector<tag> parts_to_delete(Store& store, tag object) {
   for (const NamedReference& reference : named_references(store, object)) {
     const bool is_known = std::count(parts.begin(), parts.end(), reference.object) != 0;
     if (reference.type == DSET_PART_OF && !is_known && store.exists(reference.object) &&
+        store.state(reference.object) != InstanceState::is_new &&
         store.referrer(reference.object, object) == NULLTAG) {
       parts.push_back(reference.object);
     }

@@ -2,8 +2,6 @@
 
 #include "ork/obj.h"
 
-#include <list>
-
 #include "access.h"
 #include "datasets.h"
 #include "display.h"
@@ -45,25 +43,20 @@ Value readable_value(tag object, const char* attribute, Kind kind) {
 void delete_object(tag object) {
   Store& objects = store();
   Vault& vault = site().vault();
-  std::vector<tag> deleted = {object};
-  std::list<LockGuard> locks;
-  for (const tag part : parts_to_delete(objects, object)) {
-    require_privilege(part, ACCESS_privilege_delete);
-    locks.emplace_back(objects, part);
-    deleted.push_back(part);
-  }
+  const std::vector<tag> parts = parts_to_delete(objects, object);
   std::vector<std::string> contents;
-  for (const tag file : deleted) {
-    if (objects.is_a(file, "VeloFile")) {
-      contents.push_back(objects.text(file, "contents"));
+  const auto announce_contents = [&](tag deleted) {
+    if (objects.is_a(deleted, "VeloFile")) {
+      contents.push_back(objects.text(deleted, "contents"));
       vault.announce(contents.back());
     }
+  };
+  announce_contents(object);
+  for (const tag part : parts) {
+    require_privilege(part, ACCESS_privilege_delete);
+    announce_contents(part);
   }
-  Transaction transaction(objects.database());
-  for (const tag each : deleted) {
-    objects.remove(each);
-  }
-  transaction.commit();
+  objects.remove(object, parts);
   vault.remove_unclaimed(objects, contents);
 }
 

@@ -33,8 +33,8 @@ int open_file_at(const std::filesystem::path& path, int flags) {
 /** Folders and devices cannot be opened as files are; nothing is read from them. */
 int open_source(const std::filesystem::path& path) {
   std::error_code ignored;
-  const bool is_readable = std::filesystem::is_regular_file(path, ignored) ||
-                           !std::filesystem::exists(path, ignored);
+  const bool is_readable =
+      std::filesystem::is_regular_file(path, ignored) || !std::filesystem::exists(path, ignored);
   return open_file_at(is_readable ? path : L"NUL", _O_RDONLY);
 }
 

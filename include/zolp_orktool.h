@@ -1034,8 +1034,8 @@ ZOLP_API int ZOLP_set_named_condition_task_result(tag job, const char* task_name
  * that is pending.
  * @param[in] job the job.
  * @param[out] release_level the review task, or 0 when there is none.
- * @param[out] release_level_name caller's buffer of #FLOW_name_size + 1 bytes for its name, which
- *   is copied without a limit; "" when there is none.
+ * @param[out] release_level_name caller's buffer of #FLOW_name_size + 1 bytes for its name; ""
+ *   when there is none.
  * @return 0, also when there is none, or the platform's status.
  */
 ZOLP_API int ZOLP_ask_current_release_level(tag job, tag* release_level, char* release_level_name);
@@ -1330,9 +1330,138 @@ ZOLP_API int ZOLP_exportObjectsFromBom(tag line, const char* class_name, void* r
 #ifdef __cplusplus
 }
 
+#include <regex.h>
+
 /* ----------------------------------------------------------------------------------- filters -- */
 
+/*
+ * A filter is a text for a property of an object; null and "" test nothing. An object whose
+ * properties cannot be read passes: the answer is true, and the platform's status is returned. Look
+ * at both.
+ */
+
+/**
+ * Compares an object's name and type with texts, whole and with their case.
+ * @param[in] object a workspace object.
+ * @param[in] name_filter, type_filter the texts.
+ * @param[out] match whether the object passes.
+ * @param[in] prefix_check true compares the beginning of the name before the whole of it, which
+ *   shows in the trace; the same names pass.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_ApplyFilter(tag object, const char* name_filter, const char* type_filter,
+                              bool* match, bool prefix_check);
+
+/**
+ * Asks whether texts occur in an object's name and type: `ZOLP_ApplyRegExpFilterExt` with escaping
+ * and without a filter for statuses.
+ */
+ZOLP_API int ZOLP_ApplyRegExpFilter(tag object, const char* name_filter, const char* type_filter,
+                                    bool* match);
+
+/**
+ * Filters an object by regular expressions: POSIX extended ones in the dialect of the C library,
+ * with case, matching anywhere in the value. Patterns are compiled once for the life of the
+ * process.
+ *
+ * A pattern that does not compile lets no object pass. Neither does one that would take too much
+ * memory or time. Its limits, with repetitions written out ("a{3}" as "aaa", "a+" as "aa*"), are
+ * 250 groups in one another, 100,000 characters, and 1,000 groups, alternatives, repetitions of a
+ * variable number and anchors, each of which counts three times. Of these, 16 may follow each other
+ * without a character between, if there are anchors or unlimited repetitions of what can be empty,
+ * as in "(a*)*". Beside back-references, of which there may be 3, one alternative or repetition of
+ * a variable number is allowed.
+ * @param[in] object the object; it has the properties "object_name" and "object_type".
+ * @param[in] name_filter pattern for the name. Without escaping it is not used: then a name filter
+ *   lets no object pass.
+ * @param[in] type_filter pattern for the type.
+ * @param[in] status_filter pattern for the names of the release statuses, of which one must match;
+ *   an object without statuses passes a pattern that matches the empty text.
+ * @param[out] match whether the object passes all filters.
+ * @param[in] escape true takes the characters "*.+[]{}^$\" in all filters for themselves; "(", ")",
+ *   "|" and "?" keep their meaning.
+ * @return 0 or the status of the last platform operation that failed. A status that cannot be read
+ *   ends the search for one that matches.
+ */
+ZOLP_API int ZOLP_ApplyRegExpFilterExt(tag object, const char* name_filter, const char* type_filter,
+                                       const char* status_filter, bool* match, bool escape);
+
+/**
+ * Asks whether a regular expression matches anywhere in a text. Needs no session.
+ * @param[in] pattern the expression from `regcomp`; it stays the caller's.
+ * @param[in] text the text.
+ */
+ZOLP_API bool MatchPattern(re_pattern_buffer pattern, const char* text);
+
+/**
+ * Copies the part of a text that an expression has matched. Needs no session.
+ * @param[in] match where it matched, from `regexec`.
+ * @param[in] text the text.
+ * @return the part, freed by the caller with `MEM_free`; null when `match` is null or did not
+ *   match, or when memory is exhausted.
+ */
+ZOLP_API char* regmatch_dup(regmatch_t* match, const char* text);
+
 /* ------------------------------------------------------------------------------------- dates -- */
+
+/*
+ * Two formats, in the language that `ork/date.h` describes: the default format is the platform's
+ * text "DefaultDateFormat"; the site's format is the value of the environment variable
+ * `STORE_DATE_FORMAT`, or the default format where that is not set. Both are looked up once for the
+ * life of the process. Texts that are handed out are freed by the caller with `MEM_free`; they are
+ * null on failure.
+ */
+
+/**
+ * The current local date and time.
+ * @param[out] date the date; its month counts from 0.
+ * @return always 0.
+ */
+ZOLP_API int ZOLP_DateAskCurrentDate(date_s* date);
+
+/**
+ * The current local date and time as "31.12.2026 23:59".
+ * @param[out] text the text.
+ * @return always 0.
+ */
+ZOLP_API int ZOLP_DateAskCurrentDateTimeAsString(char** text);
+
+/**
+ * The current local date in the site's format.
+ * @param[out] text the text.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_DateAskCurrentDateAsString(char** text);
+
+/** The same in the default format. */
+ZOLP_API int ZOLP_DateAskCurrentDateAsVELOString(char** text);
+
+/**
+ * A date in the site's format.
+ * @param[in] date the date.
+ * @param[out] text the text.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_DateDateToString(date_s date, char** text);
+
+/**
+ * Brings a date into the default format.
+ * @param[in] input the date in the site's format, or else in the default format; null and "" stand
+ *   for the current date.
+ * @param[out] text the date in the default format.
+ * @return 0 or the platform's status for an input that is in neither format.
+ */
+ZOLP_API int ZOLP_DateStringVELODateString(const char* input, char** text);
+
+/**
+ * Reads a date from a text.
+ * @param[in] input the text; null and "" stand for the current date.
+ * @param[out] date the date, as the platform has read it; the null date on failure.
+ * @param[in] format the format of the input; null and "" stand for the site's format, or else the
+ *   default format.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_UTIL_DateStringToVELODate(const char* input, date_s* date, const char* format);
 
 /* ---------------------------------------------------------------- view types and occurrences -- */
 

@@ -3,11 +3,12 @@
 // The walks call themselves once per level. What goes into their frames is kept small: structures
 // are as deep as sites make them, and the stack is the host process's.
 
+#include <bit>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <unordered_map>
 #include <vector>
 
 #include "call_frame.h"
@@ -131,24 +132,53 @@ int next_number(int number, int increment) {
   return static_cast<int>(static_cast<unsigned>(number) + static_cast<unsigned>(increment));
 }
 
+/** Which child is the first one of a revision: a hash table of fixed size, in one block. */
+class FirstOfRevision {
+ public:
+  explicit FirstOfRevision(int count)
+      : slots_(std::bit_ceil(2 * static_cast<std::size_t>(count) + 2)) {}
+
+  /** Index of the first child of a revision; this one's where there was none. */
+  int find_or_add(tag revision, int index) {
+    const std::size_t mask = slots_.size() - 1;
+    // The upper bits of the product depend on all bits of the tag.
+    const std::uint64_t product = revision * std::uint64_t{0x9E3779B97F4A7C15};
+    auto i = static_cast<std::size_t>(product >> (64 - std::countr_zero(slots_.size())));
+    while (slots_[i].next_index != 0 && slots_[i].revision != revision) {
+      i = (i + 1) & mask;
+    }
+    if (slots_[i].next_index == 0) {
+      slots_[i] = {revision, index + 1};
+    }
+    return slots_[i].next_index - 1;
+  }
+
+ private:
+  struct Slot {
+    tag revision;
+    int next_index; /**< 0 in a free slot */
+  };
+  std::vector<Slot> slots_;
+};
+
 /**
  * Numbers the children of one line. Lines of one revision share the number of the first of them.
  * Each revision is read once, so a pass over n children takes n readings of a revision.
  */
 class NumberingPass {
  public:
-  NumberingPass(const tag* children, int* number, int increment)
-      : children_(children), number_(number), increment_(increment) {}
+  NumberingPass(const tag* children, int count, int* number, int increment)
+      : children_(children), number_(number), increment_(increment), first_of_revision_(count) {}
 
   void number(int i) {
     tag revision = NULLTAG;
     ZOLP_get_bomline_revtag(children_[i], &revision);
     read_skipped();
-    const auto [first, is_first] = first_of_revision_.try_emplace(revision, i);
-    if (is_first) {
+    const int first = first_of_revision_.find_or_add(revision, i);
+    if (first == i) {
       set_next_number(i);
     } else {
-      take_number_of(i, first->second);
+      take_number_of(i, first);
     }
   }
 
@@ -160,7 +190,7 @@ class NumberingPass {
     for (const int i : skipped_) {
       tag revision = NULLTAG;
       ZOLP_get_bomline_revtag(children_[i], &revision);
-      first_of_revision_.try_emplace(revision, i);
+      first_of_revision_.find_or_add(revision, i);
     }
     skipped_.clear();
   }
@@ -188,12 +218,12 @@ class NumberingPass {
   const tag* children_;
   int* number_;
   int increment_;
-  std::unordered_map<tag, int> first_of_revision_;
+  FirstOfRevision first_of_revision_;
   std::vector<int> skipped_;
 };
 
 void number_all(const tag* children, int count, int* number, int increment) {
-  NumberingPass pass(children, number, increment);
+  NumberingPass pass(children, count, number, increment);
   for (int i = 0; i < count; ++i) {
     pass.number(i);
   }
@@ -201,7 +231,7 @@ void number_all(const tag* children, int count, int* number, int increment) {
 
 void number_all_but(const tag* children, int count, int* number, int increment, int k,
                     tag not_desired) {
-  NumberingPass pass(children, number, increment);
+  NumberingPass pass(children, count, number, increment);
   for (int i = 0; i < count; ++i) {
     if (children[i] == not_desired) {
       pass.skip(i);
@@ -218,10 +248,11 @@ void number_all_but(const tag* children, int count, int* number, int increment, 
 [[gnu::noinline]] int number_children(const tag* children, int count, int* number, int increment,
                                       const tag* not_desired, int not_desired_count) {
   try {
-    if (not_desired_count < 1) {
+    const int passes = not_desired != nullptr ? not_desired_count : 0;
+    if (passes < 1) {
       number_all(children, count, number, increment);
     }
-    for (int k = 0; k < not_desired_count; ++k) {
+    for (int k = 0; k < passes; ++k) {
       number_all_but(children, count, number, increment, k, not_desired[k]);
     }
     return 0;

@@ -19,5 +19,19 @@ extern "C" int start(void) {
     return 2;
   }
   name = other_name;
-  return ork_host_open(":memory:") == ORK_ok ? 0 : 3;
+  // Two functions of one name; nobody is logged in, so that both fail.
+  bool answer = false;
+  if (ZOLP_IsViewOfType(tag{1}, tag{2}, &answer) == ORK_ok ||
+      ZOLP_IsViewOfType(tag{1}, "view", &answer) == ORK_ok) {
+    return 3;
+  }
+  // Structures as arguments, on the stack and in a register.
+  char* text = nullptr;
+  re_pattern_buffer pattern{};
+  if (regcomp(&pattern, "^[a-z]+$", REG_EXTENDED | REG_NOSUB) != 0 ||
+      !MatchPattern(pattern, "lower") || MatchPattern(pattern, "UPPER")) {
+    return 4;
+  }
+  ZOLP_DateDateToString(date_s{2026, 2, 14, 9, 5, 7}, &text);
+  return ork_host_open(":memory:") == ORK_ok ? 0 : 5;
 }
