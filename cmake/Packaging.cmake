@@ -53,6 +53,8 @@ if(WIN32)
           FILES_MATCHING PATTERN "*.dll")
   install(FILES "${ZOLP_WINDOWS_DEPENDENCIES}/include/gnu_regex/regex.h"
           DESTINATION "${zolp_header_dir}")
+  install(FILES "${ZOLP_WINDOWS_DEPENDENCIES}/lib/libgnu_regex.dll.a"
+          DESTINATION "${CMAKE_INSTALL_LIBDIR}")
   install(DIRECTORY "${PROJECT_BINARY_DIR}/lib/" DESTINATION "${CMAKE_INSTALL_LIBDIR}"
           FILES_MATCHING PATTERN "*.lib")
   install(DIRECTORY "${ZOLP_WINDOWS_DEPENDENCIES}/licences"
