@@ -1,6 +1,4 @@
 /** @file `zolp dataset`: files into datasets and out of them. */
-#include <fnmatch.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -21,6 +19,7 @@
 #include "ork/obj.h"
 #include "ork/rel.h"
 #include "ork/wso.h"
+#include "os.h"
 #include "output_files.h"
 #include "platform_block.h"
 #include "site.h"
@@ -283,7 +282,7 @@ FileKind choose_kind(tag type, const DatasetOptions& options) {
     const std::vector<std::string> all_templates = texts_of(files, templates);
     const std::vector<std::string> all_formats = texts_of(files, formats);
     for (std::size_t i = 0; i < all_templates.size(); ++i) {
-      if (fnmatch(all_templates[i].c_str(), file_name.c_str(), FNM_CASEFOLD) == 0) {
+      if (os::fits_file_template(file_name, all_templates[i])) {
         return {reference, all_formats[i]};
       }
     }
@@ -464,7 +463,7 @@ void export_dataset(const DatasetOptions& options) {
                   "name a folder with --out, or one of them with --reference");
     }
     const CopyProgress progress("exporting " + target.string());
-    require_done(FILE_export_file(file, target.c_str()), "cannot export " + target.string());
+    require_done(FILE_export_file(file, target.string().c_str()), "cannot export " + target.string());
     exported.add(target);
     paths.push_back(target.string());
   }
@@ -560,7 +559,7 @@ void export_images(const DatasetOptions& options) {
 /** Files of a copy pass through a folder of its own, so that none is left when it fails. */
 class PassageFolder {
  public:
-  PassageFolder() : folder_(parent()) { setenv("VK_TMP_DIR", folder_.path().c_str(), 1); }
+  PassageFolder() : folder_(parent()) { os::set_variable("VK_TMP_DIR", folder_.path().string()); }
 
  private:
   static fs::path parent() {

@@ -15,6 +15,12 @@ bool is_error_on_terminal();
 /** Asks whether a file may be read and written; the reason is in `errno` when not. */
 bool is_accessible(const std::string& path);
 
+/** Asks whether a file's name is as a template with wildcards has it, in either case of letters. */
+bool fits_file_template(const std::string& name, const std::string& file_template);
+
+/** Sets a variable of the program's environment. */
+void set_variable(const char* name, const std::string& value);
+
 /**
  * Makes a folder that nobody else has.
  * @param parent the folder to make it in.

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <fnmatch.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -25,6 +26,14 @@ bool is_error_on_terminal() {
 
 bool is_accessible(const std::string& path) {
   return access(path.c_str(), R_OK | W_OK) == 0;
+}
+
+bool fits_file_template(const std::string& name, const std::string& file_template) {
+  return fnmatch(file_template.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
+}
+
+void set_variable(const char* name, const std::string& value) {
+  setenv(name, value.c_str(), 1);
 }
 
 std::filesystem::path make_work_folder(const std::filesystem::path& parent) {

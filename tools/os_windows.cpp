@@ -1,7 +1,10 @@
 #include <fcntl.h>
 #include <io.h>
 #include <stdio.h>
+// The next one needs it.
 #include <windows.h>
+
+#include <shlwapi.h>
 
 #include <cerrno>
 
@@ -34,6 +37,15 @@ bool is_error_on_terminal() {
 bool is_accessible(const std::string& path) {
   constexpr int read_and_write = 6;
   return _waccess(std::filesystem::path(path).c_str(), read_and_write) == 0;
+}
+
+bool fits_file_template(const std::string& name, const std::string& file_template) {
+  return PathMatchSpecW(std::filesystem::path(name).c_str(),
+                        std::filesystem::path(file_template).c_str()) != FALSE;
+}
+
+void set_variable(const char* name, const std::string& value) {
+  _putenv_s(name, value.c_str());
 }
 
 std::filesystem::path make_work_folder(const std::filesystem::path& parent) {

@@ -4,6 +4,7 @@
 #if defined(__cplusplus)
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <string>
 
@@ -13,6 +14,10 @@ inline int setenv(const char* name, const char* value, int /*replace*/) {
 
 inline int unsetenv(const char* name) {
   return _putenv_s(name, "");
+}
+
+inline std::tm* localtime_r(const std::time_t* time, std::tm* parts) {
+  return localtime_s(parts, time) == 0 ? parts : nullptr;
 }
 
 /** Nobody is above the permissions of files. */

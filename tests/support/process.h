@@ -1,6 +1,7 @@
 /** @file A program that a test runs beside itself. */
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -17,6 +18,9 @@ struct Launch {
 
 /** The test's own environment, as "NAME=value". */
 std::vector<std::string> own_environment();
+
+/** The most memory that the test's own process has had so far, in bytes. */
+std::size_t peak_memory();
 
 /** A running program. With a file for its output it has no input either. */
 class Process {

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -30,6 +31,12 @@ std::vector<std::string> own_environment() {
     variables.emplace_back(*variable);
   }
   return variables;
+}
+
+std::size_t peak_memory() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<std::size_t>(usage.ru_maxrss) << 10;
 }
 
 Process::Process(const Launch& launch) {

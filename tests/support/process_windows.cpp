@@ -1,4 +1,7 @@
+// The next one needs it.
 #include <windows.h>
+
+#include <psapi.h>
 
 #include <filesystem>
 #include <stdexcept>
@@ -96,6 +99,12 @@ std::vector<std::string> own_environment() {
   }
   FreeEnvironmentStringsW(block);
   return variables;
+}
+
+std::size_t peak_memory() {
+  PROCESS_MEMORY_COUNTERS counters{};
+  K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.PeakWorkingSetSize;
 }
 
 Process::Process(const Launch& launch) {
