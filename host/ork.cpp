@@ -26,8 +26,7 @@ void open_site_of_environment() {
   // A login does not make a site: a slip in the path would yield one without users.
   std::error_code ignored;
   if (!std::filesystem::exists(path, ignored)) {
-    refuse(ORK_site_not_available,
-           "the file that ORK_HOST_DB names does not exist: " + path);
+    refuse(ORK_site_not_available, "the file that ORK_HOST_DB names does not exist: " + path);
   }
   open_site(path);
   site().belongs_to_session = true;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,9 @@ date_s local_time();
 
 /** Value of an environment variable; empty when it is not set. */
 std::string environment(const char* variable);
+
+/** Bytes that nobody can foretell. @throws std::system_error */
+void make_random(std::span<unsigned char> bytes);
 
 /** As `fopen`, for paths in UTF-8. */
 std::FILE* open_file(const std::string& path, const char* mode);

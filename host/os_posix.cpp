@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cstdlib>
@@ -11,6 +12,7 @@
 #include <iterator>
 #include <optional>
 #include <sstream>
+#include <system_error>
 #include <thread>
 
 #include "os.h"
@@ -107,6 +109,12 @@ date_s local_time() {
 std::string environment(const char* variable) {
   const char* const value = std::getenv(variable);
   return value != nullptr ? value : "";
+}
+
+void make_random(std::span<unsigned char> bytes) {
+  if (getentropy(bytes.data(), bytes.size()) != 0) {
+    throw std::system_error(errno, std::generic_category());
+  }
 }
 
 std::FILE* open_file(const std::string& path, const char* mode) {

@@ -1,5 +1,6 @@
 #include <windows.h>
-// shellapi.h needs the types of windows.h.
+// These need the types of windows.h.
+#include <bcrypt.h>
 #include <shellapi.h>
 
 #include <cstdlib>
@@ -100,6 +101,13 @@ date_s local_time() {
 std::string environment(const char* variable) {
   const wchar_t* const value = _wgetenv(wide(variable).c_str());
   return value != nullptr ? utf8(value) : "";
+}
+
+void make_random(std::span<unsigned char> bytes) {
+  if (BCryptGenRandom(nullptr, bytes.data(), static_cast<ULONG>(bytes.size()),
+                      BCRYPT_USE_SYSTEM_PREFERRED_RNG) < 0) {
+    throw std::system_error(std::make_error_code(std::errc::io_error));
+  }
 }
 
 std::FILE* open_file(const std::string& path, const char* mode) {

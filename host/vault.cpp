@@ -91,9 +91,8 @@ void require_regular(const os::SourceFile& source, const std::string& path) {
 }
 
 std::string random_name() {
-  start_crypto_library();
   unsigned char bytes[name_bytes];
-  gcry_create_nonce(bytes, sizeof bytes);
+  os::make_random(bytes);
   return hex_text(bytes);
 }
 
@@ -125,6 +124,16 @@ std::optional<os::Process> process_of(const std::string& name) {
   }
   std::from_chars(id.ptr + 1, end, process.start);
   return list_name(process) == name ? std::optional(process) : std::nullopt;
+}
+
+/** What a list names. It is closed again, for some systems remove no open file. */
+std::vector<std::string> names_in(const std::filesystem::path& list) {
+  std::ifstream lines(list);
+  std::vector<std::string> names;
+  for (std::string line; std::getline(lines, line);) {
+    names.push_back(line);
+  }
+  return names;
 }
 
 std::string parent_folder(const std::string& path) {
@@ -286,12 +295,7 @@ void Vault::sweep(Store& store) const {
     if (!process || *process == os::this_process() || os::is_running(*process)) {
       continue;
     }
-    std::ifstream lines(list.path());
-    std::vector<std::string> names;
-    for (std::string line; std::getline(lines, line);) {
-      names.push_back(line);
-    }
-    remove_unclaimed(store, names);
+    remove_unclaimed(store, names_in(list.path()));
     std::filesystem::remove(list.path(), none);
   }
 }

@@ -463,7 +463,8 @@ void export_dataset(const DatasetOptions& options) {
                   "name a folder with --out, or one of them with --reference");
     }
     const CopyProgress progress("exporting " + target.string());
-    require_done(FILE_export_file(file, target.string().c_str()), "cannot export " + target.string());
+    require_done(FILE_export_file(file, target.string().c_str()),
+                 "cannot export " + target.string());
     exported.add(target);
     paths.push_back(target.string());
   }

@@ -49,6 +49,8 @@ int run(int argc, char** argv) {
   CLI::App program("Works with release lists, clone runs, workflow jobs and embedded host sites.",
                    "zolp");
   program.footer(general_help);
+  // Paths may begin with a slash.
+  program.allow_windows_style_options(false);
   program.set_version_flag("--version", "zolp " ZOLP_TOOL_VERSION, "Print the version and exit");
   program.require_subcommand(1);
   tool::add_host_commands(program);

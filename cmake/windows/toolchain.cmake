@@ -19,7 +19,7 @@ endforeach()
 cmake_path(SET dependencies NORMALIZE
            "${CMAKE_CURRENT_LIST_DIR}/../../build/windows-dependencies/installed")
 set(ZOLP_WINDOWS_DEPENDENCIES "${dependencies}")
-set(CMAKE_FIND_ROOT_PATH "${dependencies}" /usr/${triple})
+list(APPEND CMAKE_FIND_ROOT_PATH "${dependencies}" /usr/${triple})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 foreach(kind IN ITEMS LIBRARY INCLUDE PACKAGE)
   set(CMAKE_FIND_ROOT_PATH_MODE_${kind} ONLY)

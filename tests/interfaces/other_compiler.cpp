@@ -26,12 +26,12 @@ extern "C" int start(void) {
     return 3;
   }
   // Structures as arguments, on the stack and in a register.
-  char* text = nullptr;
   re_pattern_buffer pattern{};
   if (regcomp(&pattern, "^[a-z]+$", REG_EXTENDED | REG_NOSUB) != 0 ||
       !MatchPattern(pattern, "lower") || MatchPattern(pattern, "UPPER")) {
     return 4;
   }
-  ZOLP_DateDateToString(date_s{2026, 2, 14, 9, 5, 7}, &text);
+  char* date = nullptr;
+  ZOLP_DateDateToString(date_s{2026, 2, 14, 9, 5, 7}, &date);
   return ork_host_open(":memory:") == ORK_ok ? 0 : 5;
 }

@@ -74,7 +74,7 @@ class Datasets : public testing::Test {
   std::string exported(tag file) const {
     const std::string name = "out" + std::to_string(file);
     EXPECT_EQ(FILE_export_file(file, folder.path(name).c_str()), ORK_ok);
-    return folder.read(name);
+    return folder.read_bytes(name);
   }
 
   static tag reference_of(tag dataset, const char* name, int* type = nullptr) {

@@ -3,6 +3,8 @@
 
 #if defined(__cplusplus)
 
+#include <process.h>
+
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -29,7 +31,7 @@ inline unsigned geteuid() {
 inline char* mkdtemp(char* path) {
   std::string name(path);
   for (unsigned tried = 0; tried < 1000; ++tried) {
-    std::string ending = std::to_string(static_cast<unsigned>(std::rand()) * 1000U + tried);
+    std::string ending = std::to_string(static_cast<unsigned>(_getpid()) * 1000U + tried);
     ending.insert(0, 6, '0');
     name.replace(name.size() - 6, 6, ending, ending.size() - 6, 6);
     if (std::filesystem::create_directory(name)) {

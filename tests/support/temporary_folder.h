@@ -38,10 +38,15 @@ class TemporaryFolder {
     return path(name);
   }
 
-  /** Contents of a text file in the folder; empty when it does not exist. */
-  std::string read(const std::string& name) const {
+  /** Contents of a file in the folder; empty when it does not exist. */
+  std::string read_bytes(const std::string& name) const {
     std::ifstream file(path_ / name, std::ios::binary);
-    std::string contents{std::istreambuf_iterator<char>(file), {}};
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  /** The same of a text file, with line feeds at the ends of lines. */
+  std::string read(const std::string& name) const {
+    std::string contents = read_bytes(name);
 #if defined(_WIN32)
     // Text files end their lines in the way of the system that they are written on.
     for (std::size_t at = 0; (at = contents.find("\r\n", at)) != std::string::npos;) {

@@ -75,7 +75,7 @@ TEST_F(DatasetCommands, FilesComeOutAsTheyWentIn) {
   EXPECT_EQ(card["format"], "TEXT");
   EXPECT_EQ(card["references"][0]["file"]["size"], 6);
   EXPECT_EQ(dataset({"export", "report", "--out", target}).exit_code, 0);
-  EXPECT_EQ(folder.read("out/report.txt"), "one\r\n\xe4");
+  EXPECT_EQ(folder.read_bytes("out/report.txt"), "one\r\n\xe4");
   EXPECT_EQ(dataset({"export", "report", "--out", target + "/other"}).out,
             "wrote " + target + "/other\n");
 
@@ -96,8 +96,8 @@ TEST_F(DatasetCommands, ExportsAreWholeAndOverwriteNothing) {
   expect_refusal(dataset({"export", "Side", "--out", target + "/x"}), 1, "has 2 files");
 
   EXPECT_EQ(dataset({"export-images", "--out", target}).out,
-            "wrote " + target + "/1_00_A_Front\nwrote " + target +
-                "/1_00_A_Side\n2 images of 3 datasets\n");
+            "wrote " + folder.path("out/1_00_A_Front") + "\nwrote " +
+                folder.path("out/1_00_A_Side") + "\n2 images of 3 datasets\n");
   EXPECT_EQ(folder.read("out/1_00_A_Side"), "side") << "the second dataset's second reference";
   folder.write("out/1_00_A_Side", "mine");
   const auto again = dataset({"export-images", "--out", target, "--json"}).json();
