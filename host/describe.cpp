@@ -275,6 +275,17 @@ Json describe_preferences(Site& site) {
   return all;
 }
 
+/** Those of the site's own, not those that ship with the host. */
+Json describe_texts(Site& site) {
+  Json all = Json::array();
+  for (const Language language : languages) {
+    for (const auto& [key, text] : site.texts().in(language)) {
+      all.push_back({{"language", name_of(language)}, {"key", key}, {"text", text}});
+    }
+  }
+  return all;
+}
+
 struct Section {
   const char* name;
   Json (*describe)(Site& site);
@@ -291,6 +302,7 @@ constexpr Section sections[] = {
     {"objects", describe_objects},
     {"relations", describe_relations},
     {"preferences", describe_preferences},
+    {"texts", describe_texts},
     {"sites", describe_sites},
     {"access", describe_access},
     {"locks", describe_locks},

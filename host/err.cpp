@@ -9,7 +9,7 @@
 #include "error_stack.h"
 #include "handout.h"
 #include "operation.h"
-#include "registry.h"
+#include "texts.h"
 
 namespace host {
 

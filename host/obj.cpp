@@ -48,7 +48,7 @@ std::string display_text(const Scalar& value) {
         } else if constexpr (std::is_same_v<Content, bool>) {
           return content ? "True" : "False";
         } else if constexpr (std::is_same_v<Content, date_s>) {
-          return date_text(content);
+          return formatted_date(content, default_date_format());
         } else if constexpr (std::is_same_v<Content, double>) {
           return nlohmann::json(content).dump();  // the shortest text that reads back the same
         } else {

@@ -9,6 +9,7 @@
 #include "error_stack.h"
 #include "operation.h"
 #include "password.h"
+#include "texts.h"
 
 namespace host {
 
@@ -91,9 +92,12 @@ void log_in(const char* group_name, const FindUser& find) {
   if (open_site() != nullptr && open_site()->session) {
     refuse(ORK_already_logged_in, "user " + session().user_id);
   }
+  choose_language();
   open_site_of_environment();
   try {
-    site().reload_store();  // others may have changed users since
+    // Others may have changed users and texts since.
+    site().reload_store();
+    site().reload_texts();
     begin_session(find(), group_name);
   } catch (...) {
     close_site_of_environment();

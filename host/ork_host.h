@@ -55,8 +55,8 @@ ORK_API int ork_host_seed_file(const char* path);
 /**
  * Describes a part of the open site as JSON.
  * @param[in] section "site", "users", "groups", "roles", "classes", "types", "relation_types",
- *   "objects", "relations", "preferences", "sites", "access" (its rules) or "locks"; null for all
- * of them in one object.
+ *   "objects", "relations", "preferences", "texts" (those of the site's own), "sites", "access"
+ *   (its rules) or "locks"; null for all of them in one object.
  * @param[out] json the text; null on failure.
  * @return #ORK_ok, #ORK_invalid_argument or #ORK_site_not_available.
  */

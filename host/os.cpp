@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <ctime>
@@ -82,6 +83,7 @@ date_s local_time() {
   const std::time_t now = std::time(nullptr);
   std::tm parts{};
   localtime_r(&now, &parts);
+  parts.tm_sec = std::min(parts.tm_sec, 59);  // no date has a leap second
   return {static_cast<std::int16_t>(parts.tm_year + 1900), static_cast<std::uint8_t>(parts.tm_mon),
           static_cast<std::uint8_t>(parts.tm_mday),        static_cast<std::uint8_t>(parts.tm_hour),
           static_cast<std::uint8_t>(parts.tm_min),         static_cast<std::uint8_t>(parts.tm_sec)};

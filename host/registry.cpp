@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "ork/access.h"
+#include "ork/date.h"
 #include "ork/err.h"
 #include "ork/file.h"
 #include "ork/item.h"
@@ -14,6 +15,7 @@
 #include "ork/rel.h"
 #include "ork/rsv.h"
 #include "ork/store.h"
+#include "ork/text.h"
 #include "ork/type.h"
 #include "ork/wso.h"
 
@@ -53,70 +55,69 @@ constexpr TypeDefinition types[] = {
     {"RelationType", "VELO_based_on", ""},
 };
 
-struct ErrorText {
-  int status;
-  const char* text;
-};
+/** A code per line, so that families add theirs without touching those of others. */
+constexpr int errors[] = {
+    ORK_not_logged_in,
+    ORK_already_logged_in,
+    ORK_unknown_user,
+    ORK_wrong_password,
+    ORK_unknown_group,
+    ORK_user_not_in_group,
+    ORK_no_automatic_login,
+    ORK_bypass_not_allowed,
+    ORK_invalid_argument,
+    ORK_site_not_available,
+    ORK_internal_error,
+    ORK_out_of_memory,
+    PREF_value_not_found,
+    PREF_value_not_logical,
+    ORG_not_a_user,
+    ORG_not_a_group,
+    ORG_not_a_role,
+    STORE_unknown_tag,
+    STORE_deleted_tag,
+    STORE_unknown_class,
+    STORE_unknown_attribute,
+    STORE_wrong_value_type,
+    STORE_value_too_long,
+    STORE_not_locked,
+    STORE_locked_by_other,
+    STORE_key_taken,
+    STORE_referenced,
+    STORE_refers_to_unsaved,
+    STORE_not_saved,
+    REL_not_a_relation_type,
+    REL_exists,
+    WSO_not_a_workspace_object,
+    FILE_cannot_open,
+    FILE_cannot_write,
+    FILE_not_open,
+    ACCESS_unknown_privilege,
+    ACCESS_denied,
+    RSV_not_modifiable,
+    TYPE_unknown_type,
+    TYPE_not_a_type,
+    ITEM_not_an_item,
+    ITEM_not_a_revision,
+    ITEM_unknown_attribute,
+    DATE_invalid_date,
+    DATE_invalid_format,
+    DATE_wrong_text,
+    TEXT_unknown_key,
 
-constexpr ErrorText error_texts[] = {
-    {ORK_ok, "Success"},
-    {ORK_not_logged_in, "The operation needs a session: log in first"},
-    {ORK_already_logged_in, "A session is already open in this process"},
-    {ORK_unknown_user, "There is no such user"},
-    {ORK_wrong_password, "The password does not match"},
-    {ORK_unknown_group, "There is no such group"},
-    {ORK_user_not_in_group, "The user is not a member of the group"},
-    {ORK_no_automatic_login, "The site names no user for automatic login"},
-    {ORK_bypass_not_allowed, "Only system administrators may bypass access checks"},
-    {ORK_invalid_argument, "An argument is not valid"},
-    {ORK_site_not_available, "The site's data is not available"},
-    {ORK_internal_error, "The platform failed unexpectedly"},
-    {ORK_out_of_memory, "Memory is exhausted"},
-    {PREF_value_not_found, "The preference has no such value"},
-    {PREF_value_not_logical, "The preference's value is not a logical"},
-    {ORG_not_a_user, "The object is not a user"},
-    {ORG_not_a_group, "The object is not a group"},
-    {ORG_not_a_role, "The object is not a role"},
-    {STORE_unknown_tag, "No object has this tag"},
-    {STORE_deleted_tag, "The object was deleted"},
-    {STORE_unknown_class, "There is no such class"},
-    {STORE_unknown_attribute, "The class has no such attribute"},
-    {STORE_wrong_value_type, "The attribute holds values of another type"},
-    {STORE_value_too_long, "The text is longer than the attribute allows"},
-    {STORE_not_locked, "The object must be locked before it is changed"},
-    {STORE_locked_by_other, "Another session holds the object's lock"},
-    {STORE_key_taken, "Another object has the same key"},
-    {STORE_referenced, "Other objects refer to the object"},
-    {STORE_refers_to_unsaved, "The object refers to one that was not saved"},
-    {STORE_not_saved, "The object has changes that were not saved"},
-    {REL_not_a_relation_type, "The object is not a relation type"},
-    {REL_exists, "The two objects are already related by this type"},
-    {WSO_not_a_workspace_object, "The object is not a workspace object"},
-    {FILE_cannot_open, "The file cannot be opened"},
-    {FILE_cannot_write, "The file cannot be written"},
-    {FILE_not_open, "The file is not open"},
-    {ACCESS_unknown_privilege, "There is no such privilege"},
-    {ACCESS_denied, "Access is denied"},
-    {RSV_not_modifiable, "The object may not be changed now"},
-    {TYPE_unknown_type, "There is no such type"},
-    {TYPE_not_a_type, "The object is not a type"},
-    {ITEM_not_an_item, "The object is not an item"},
-    {ITEM_not_a_revision, "The object is not an item revision"},
-    {ITEM_unknown_attribute, "Items have no such key attribute"},
-
-    // Codes that customisations raise. Their texts come from the platform's text files.
-    {2002, "Memory is exhausted"},
-    {2010, "The revision cannot be determined"},
-    {33080, "There is no such condition task"},
-    {710041, "There is no such revision rule"},
-    {919246, "The dataset type cannot be found"},
-    {919247, "The dataset type has no default tool"},
-    {919248, "The dataset type's default tool has no output format"},
-    {919249, "The dataset type has no such named reference"},
-    {919340, "The object is checked out"},
-    {919341, "The user may not write the object"},
-    {919342, "The object cannot be modified"},
-    {919999, "The object does not have exactly one master form"},
+    // Codes that customisations raise.
+    2002,
+    2010,
+    33080,
+    710041,
+    919246,
+    919247,
+    919248,
+    919249,
+    919340,
+    919341,
+    919342,
+    919999,
 };
 
 }  // namespace
@@ -228,14 +229,8 @@ std::span<const TypeDefinition> built_in_types() {
   return types;
 }
 
-std::string error_text(int status) {
-  const auto* found =
-      std::find_if(std::begin(error_texts), std::end(error_texts),
-                   [status](const ErrorText& entry) { return entry.status == status; });
-  if (found != std::end(error_texts)) {
-    return found->text;
-  }
-  return "Unknown error code " + std::to_string(status);
+std::span<const int> known_errors() {
+  return errors;
 }
 
 }  // namespace host

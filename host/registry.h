@@ -1,4 +1,4 @@
-/** @file The one table of what every site knows: classes, types, and the texts of error codes. */
+/** @file The one table of what every site knows: classes, types and error codes. */
 #pragma once
 
 #include <span>
@@ -46,7 +46,7 @@ const std::vector<ClassDefinition>& built_in_classes();
 
 std::span<const TypeDefinition> built_in_types();
 
-/** General text of an error code; one that says so for a code that the platform does not know. */
-std::string error_text(int status);
+/** Error codes that have texts: key "error.<code>" in each file of texts/. */
+std::span<const int> known_errors();
 
 }  // namespace host

@@ -8,6 +8,7 @@
 #include "known_sites.h"
 #include "object_id.h"
 #include "ork/store.h"
+#include "ork/text.h"
 #include "password.h"
 #include "seed_writer.h"
 #include "types.h"
@@ -21,6 +22,9 @@ using Json = nlohmann::json;
 /** Relation between a revision and its datasets where a seed names none. */
 constexpr const char* default_dataset_relation = "VELO_reference";
 
+/** Tries out date formats. */
+constexpr date_s some_date = {2026, 2, 31, 23, 59, 0};
+
 constexpr int max_text_length = 1'000'000;
 
 class Seeder : private SeedWriter {
@@ -29,7 +33,7 @@ class Seeder : private SeedWriter {
 
   void take(const Node& root) {
     root.allow_only({"site", "groups", "roles", "users", "classes", "types", "relation_types",
-                     "preferences", "sites", "items", "relations", "access_rules"});
+                     "preferences", "texts", "sites", "items", "relations", "access_rules"});
     for (const Node& group : root.items_of("groups")) {
       take_named(group, "Group", "group");
     }
@@ -50,6 +54,9 @@ class Seeder : private SeedWriter {
     }
     if (const auto preferences = root.find("preferences")) {
       take_preferences(*preferences);
+    }
+    if (const auto texts = root.find("texts")) {
+      take_texts(*texts);
     }
     // After the users, since it names one, and before the items, since it names their owner.
     if (const auto settings = root.find("site")) {
@@ -268,6 +275,30 @@ class Seeder : private SeedWriter {
     return std::filesystem::absolute(path).lexically_normal().string();
   }
 
+  /** Texts by key, by language; null brings back the one that ships with the host. */
+  void take_texts(const Node& node) {
+    for (const auto& [language_name, texts] : node.members()) {
+      const auto language = find_language(language_name);
+      if (!language) {
+        texts.refuse("expected a language: en or de");
+      }
+      for (const auto& [key, value] : texts.members()) {
+        write_site_text(site_.database(), *language, key, text_of(key, value));
+      }
+    }
+  }
+
+  static std::optional<std::string> text_of(const std::string& key, const Node& node) {
+    if (node.is_null()) {
+      return std::nullopt;
+    }
+    const std::string text = node.name();
+    if (key == TEXT_default_date_format) {
+      at_place(node, [&] { parsed_date(formatted_date(some_date, text), text); });
+    }
+    return text;
+  }
+
   void take_item(const Node& node) {
     node.allow_only({"id", "revisions"}, workspace_members);
     const Store::Criteria key = {{"item_id", node.at("id").name()}};
@@ -434,6 +465,7 @@ void seed(Site& site, const std::string& json, const std::filesystem::path& fold
     site.reload_store();  // memory holds what the file has just undone
     throw;
   }
+  site.reload_texts();
   if (!site.session) {
     return;
   }

@@ -74,11 +74,10 @@ class Node {
 
   /** "2026-03-31 12:00:00"; the time may be left out. */
   date_s date() const {
-    std::string found = text();
-    constexpr std::size_t day_length = 10;
-    const std::string whole = found.size() == day_length ? found + " 00:00:00" : found;
-    const date_s parsed = parse_date(whole);
-    if (date_text(parsed) != whole || !is_date(parsed)) {
+    const std::string found = text();
+    const bool has_time = found.find(' ') != std::string::npos;
+    const date_s parsed = parse_date(has_time ? found : found + " 00:00:00");
+    if (parsed == date_s{}) {
       refuse("expected a date such as \"2026-03-31 12:00:00\"");
     }
     return parsed;

@@ -12,10 +12,12 @@
 #include <string_view>
 
 #include "failure.h"
+#include "ork/date.h"
 #include "ork/store.h"
 #include "registry.h"
 #include "seed_node.h"
 #include "site.h"
+#include "texts.h"
 
 namespace host {
 
@@ -33,7 +35,8 @@ auto at_place(const Node& node, const Action& action) {
     return action();
   } catch (const Failure& failure) {
     static constexpr int faults_of_a_seed[] = {ORK_invalid_argument, STORE_wrong_value_type,
-                                               STORE_value_too_long, STORE_key_taken};
+                                               STORE_value_too_long, STORE_key_taken,
+                                               DATE_invalid_format};
     const bool is_of_the_seed =
         std::count(std::begin(faults_of_a_seed), std::end(faults_of_a_seed), failure.status()) != 0;
     if (!is_of_the_seed) {

@@ -23,6 +23,7 @@ std::unique_ptr<Site>& current() {
 
 Site::Site(const std::string& path) : database_(path) {
   reload_store();
+  reload_texts();
 }
 
 Site::~Site() {
@@ -37,6 +38,10 @@ void Site::reload_store() {
   store_ = std::make_unique<Store>(database_);
   store_->set_identity(session ? Identity{session->user_id, session->user, session->group}
                                : Identity{no_user});
+}
+
+void Site::reload_texts() {
+  texts_ = read_site_texts(database_);
 }
 
 void Site::begin_session(Session opened) {

@@ -10,6 +10,7 @@
 #include "preferences.h"
 #include "sqlite.h"
 #include "store.h"
+#include "texts.h"
 
 namespace host {
 
@@ -39,6 +40,10 @@ class Site {
   Database& database() { return database_; }
   Store& store() { return *store_; }
 
+  /** The texts of the site's own. */
+  const Texts& texts() const { return texts_; }
+  void reload_texts();
+
   /** Forgets all that is in memory of the store, unsaved changes too; locks stay. */
   void reload_store();
 
@@ -53,6 +58,7 @@ class Site {
  private:
   Database database_;
   std::unique_ptr<Store> store_;
+  Texts texts_;
 };
 
 /** The open site. Without one: refused with ORK_site_not_available. */

@@ -41,6 +41,13 @@ CREATE TABLE preference(
 INSERT INTO meta VALUES('next_number', 1);
 )";
 
+/** What sites that were made without it get when they are opened. */
+constexpr const char* later_tables = R"(
+CREATE TABLE IF NOT EXISTS text(
+  language TEXT NOT NULL, key TEXT NOT NULL, text TEXT NOT NULL,
+  PRIMARY KEY(language, key)) WITHOUT ROWID;
+)";
+
 std::int64_t single_number(Database& database, const char* sql) {
   Query query(database, sql);
   return query.next() ? query.integer(0) : 0;
@@ -100,6 +107,7 @@ void Store::create_tables() {
                                        ", and this program understands format " +
                                        std::to_string(schema_version));
   }
+  database_.execute(later_tables);
 }
 
 void Store::complete_built_ins() {

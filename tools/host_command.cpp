@@ -20,8 +20,8 @@ namespace tool {
 namespace {
 
 const std::vector<std::string> sections = {
-    "site",    "users",     "groups",      "roles", "classes", "types", "relation_types",
-    "objects", "relations", "preferences", "sites", "access",  "locks"};
+    "site",    "users",     "groups",      "roles", "classes", "types",  "relation_types",
+    "objects", "relations", "preferences", "texts", "sites",   "access", "locks"};
 
 bool is_section(const std::string& name) {
   return std::find(sections.begin(), sections.end(), name) != sections.end();

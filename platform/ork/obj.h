@@ -118,7 +118,8 @@ ORK_API int OBJ_set_value_string(tag object, const char* attribute, const char* 
 
 /**
  * Value of an attribute as users see it: text as it stands, numbers and logicals as text, dates in
- * the site's default format, objects under the text that names them, lists with ", " between.
+ * the site's default format (`text.h`), objects under the text that names them, lists with ", "
+ * between.
  * @param[in] object the object; it is loaded if need be.
  * @param[in] attribute name of the attribute.
  * @param[out] value the text, freed by the caller with `MEM_free`; "" for no value, null on
