@@ -15,7 +15,8 @@ int main(int argc, char** argv) {
   }
   bench::add_array_benchmarks();
   bench::add_call_frame_benchmarks(folder);
-  bench::add_release_list_benchmarks(folder);
+  bench::add_clone_benchmarks();
+  bench::add_release_list_benchmarks();
   const int status = bench::run(argc, argv);
   std::filesystem::remove_all(folder);
   return status;
