@@ -7,7 +7,7 @@
 
 #include "groups.h"
 #include "ratios.h"
-#include "tests/support/release_list.h"
+#include "site.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
@@ -17,18 +17,18 @@ namespace {
 constexpr int records = 100'000;
 constexpr std::size_t line_size = 500;
 
-/** Siblings that are cloned, and a site with a template of usual size. */
+/** Siblings that are cloned, with a template of usual size. */
 class Assembly {
  public:
   Assembly() : entries_(records) {
-    template_path = site_.folder.write("template.txt",
-                                       "item %%ITEM_ID%%/%%ITEM_REV%%\n"
-                                       "  new_id = %%NEW_ID%%\n"
-                                       "  new_revision = %%NEW_REV%%\n"
-                                       "  new_name = \"%%NEW_NAME%%\"\n"
-                                       "  action = clone\n");
-    site_.preference("VPD_clone_itemtemplate", template_path);
-    out_path = site_.folder.path("entries.txt");
+    template_path = site().folder.write("template.txt",
+                                        "item %%ITEM_ID%%/%%ITEM_REV%%\n"
+                                        "  new_id = %%NEW_ID%%\n"
+                                        "  new_revision = %%NEW_REV%%\n"
+                                        "  new_name = \"%%NEW_NAME%%\"\n"
+                                        "  action = clone\n");
+    site().preference("VPD_clone_itemtemplate", template_path);
+    out_path = site().folder.path("entries.txt");
     for (int i = 0; i < records; ++i) {
       fill(entries_[static_cast<std::size_t>(i)], std::to_string(4700000 + i));
     }
@@ -53,7 +53,6 @@ class Assembly {
     std::snprintf(entry.new_name, sizeof entry.new_name, "New name of %s", id.c_str());
   }
 
-  test::CloneSite site_;
   std::vector<assy_entry> entries_;
 };
 

@@ -8,6 +8,8 @@ namespace bench {
 void add_array_benchmarks();
 void add_call_frame_benchmarks(const std::string& folder);
 void add_clone_benchmarks();
+/** Works on the site that is open. */
+void add_job_benchmarks();
 void add_release_list_benchmarks();
 
 }  // namespace bench

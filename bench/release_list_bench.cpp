@@ -9,7 +9,7 @@
 #include "ork/ork.h"
 #include "ork_host.h"
 #include "ratios.h"
-#include "tests/support/release_list.h"
+#include "site.h"
 #include "tools/assembly_tree.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
@@ -35,14 +35,13 @@ std::string write_list(const std::string& path, int lines) {
   return path;
 }
 
-/** Opens a session, fixes the column positions and writes the lists, when they are first used. */
+/** Fixes the column positions and writes the lists, when they are first used. */
 void prepare() {
-  static const test::CloneSite site;
   if (long_list.empty()) {
     ZOLP_SetTraceLevel(ZOLP_LEVEL_OFF);
-    site.fix_columns();
-    short_list = write_list(site.folder.path("short.txt"), short_list_lines);
-    long_list = write_list(site.folder.path("long.txt"), long_list_lines);
+    site().fix_columns();
+    short_list = write_list(site().folder.path("short.txt"), short_list_lines);
+    long_list = write_list(site().folder.path("long.txt"), long_list_lines);
   }
 }
 

@@ -7,6 +7,7 @@
 
 #include "arguments.h"
 #include "describe.h"
+#include "flow_handlers.h"
 #include "handout.h"
 #include "object_id.h"
 #include "operation.h"
@@ -86,6 +87,13 @@ int ork_host_find_item(const char* item_id, const char* revision_id, tag* object
     const tag item = store.find_one("Item", {{"item_id", std::string(item_id)}});
     const bool is_wanted = revision_id == nullptr || item == NULLTAG;
     *object = is_wanted ? item : host::find_revision(store, item, revision_id);
+  });
+}
+
+int ork_host_load_handlers(const char* path) {
+  return guarded([&] {
+    host::require_all(path);
+    host::flow::load_handlers(path);
   });
 }
 

@@ -2,11 +2,17 @@
 
 #include <nlohmann/json.hpp>
 
+#include "datasets.h"
 #include "dates.h"
 #include "failure.h"
+#include "files.h"
+#include "flow_describe.h"
+#include "forms.h"
 #include "known_sites.h"
 #include "object_id.h"
 #include "operation.h"
+#include "ork/dset.h"
+#include "types.h"
 
 namespace host {
 
@@ -93,17 +99,21 @@ Json describe_users(Site& site) {
   return all;
 }
 
+Json describe_attribute(const Attribute& attribute) {
+  Json description = {
+      {"name", attribute.name}, {"kind", name_of(attribute.kind)}, {"list", attribute.list}};
+  if (attribute.kind == Kind::text) {
+    description["length"] = attribute.max_length;
+  }
+  return description;
+}
+
 Json describe_classes(Site& site) {
   Json all = Json::array();
   for (const Class* type : site.store().classes()) {
     Json attributes = Json::array();
     for (const auto& attribute : type->own) {
-      Json description = {
-          {"name", attribute->name}, {"kind", name_of(attribute->kind)}, {"list", attribute->list}};
-      if (attribute->kind == Kind::text) {
-        description["length"] = attribute->max_length;
-      }
-      attributes.push_back(std::move(description));
+      attributes.push_back(describe_attribute(*attribute));
     }
     all.push_back({{"name", type->name},
                    {"parent", type->parent != nullptr ? Json(type->parent->name) : Json(nullptr)},
@@ -158,6 +168,37 @@ Json describe_statuses(Store& store, tag object) {
   return all;
 }
 
+/** The object and, where users know it by an id, that. */
+Json describe_reference(Store& store, tag object) {
+  Json described = {{"tag", object}};
+  if (store.is_a(object, "WorkspaceObject")) {
+    described["id"] = object_id_text(store, object);
+  }
+  return described;
+}
+
+Json describe_file(Store& store, tag file) {
+  const Contents contents = contents_of(store, file);
+  return {{"name", store.text(file, "original_file_name")},
+          {"size", contents.size},
+          {"digest", contents.digest}};
+}
+
+/** What a dataset refers to. */
+Json describe_named_references(Store& store, tag dataset) {
+  Json all = Json::array();
+  for (const NamedReference& reference : named_references(store, dataset)) {
+    Json described = {{"name", reference.name},
+                      {"part", reference.type == DSET_PART_OF},
+                      {"object", describe_reference(store, reference.object)}};
+    if (store.is_a(reference.object, "VeloFile")) {
+      described["file"] = describe_file(store, reference.object);
+    }
+    all.push_back(std::move(described));
+  }
+  return all;
+}
+
 Json describe_objects(Site& site) {
   Store& store = site.store();
   Json all = Json::array();
@@ -188,17 +229,11 @@ Json describe_objects(Site& site) {
          {"owning_site",
           name_of_reference(store, store.reference(object, "owning_site"), "site_name")},
          {"attributes", std::move(attributes)}});
+    if (store.is_a(object, "Dataset")) {
+      all.back()["references"] = describe_named_references(store, object);
+    }
   }
   return all;
-}
-
-/** The object and, where users know it by an id, that. */
-Json describe_reference(Store& store, tag object) {
-  Json described = {{"tag", object}};
-  if (store.is_a(object, "WorkspaceObject")) {
-    described["id"] = object_id_text(store, object);
-  }
-  return described;
 }
 
 Json describe_relations(Site& site) {
@@ -286,6 +321,68 @@ Json describe_texts(Site& site) {
   return all;
 }
 
+Json describe_tools(Site& site) {
+  Json all = Json::array();
+  for (const tag tool : site.store().find("Tool")) {
+    Json formats = Json::array();
+    for (const Scalar& format : site.store().values(tool, "output_formats")) {
+      formats.push_back(value_json(format));
+    }
+    all.push_back({{"tag", tool},
+                   {"name", site.store().text(tool, "tool_name")},
+                   {"output_formats", std::move(formats)}});
+  }
+  return all;
+}
+
+/** As a type or one above it says; a reference that is not for files has none. */
+Json describe_file_references(Store& store, tag type) {
+  const std::vector<FileReference> all_files = file_references(store, type);
+  Json references = Json::array();
+  for (const std::string& name : reference_names(all_files)) {
+    Json files = Json::array();
+    for (const FileReference& file : all_files) {
+      if (file.reference == name && file.is_for_files()) {
+        files.push_back({{"template", file.file_template}, {"format", file.format}});
+      }
+    }
+    references.push_back({{"name", name}, {"files", std::move(files)}});
+  }
+  return references;
+}
+
+Json describe_dataset_types(Site& site) {
+  Store& store = site.store();
+  Json all = Json::array();
+  for (const tag type : store.find("Type")) {
+    if (is_stored_in(store, type, "Dataset")) {
+      all.push_back({{"tag", type},
+                     {"name", store.text(type, "type_name")},
+                     {"tool", name_of_reference(store, default_tool(store, type), "tool_name")},
+                     {"references", describe_file_references(store, type)}});
+    }
+  }
+  return all;
+}
+
+Json describe_form_types(Site& site) {
+  Store& store = site.store();
+  Json all = Json::array();
+  for (const tag type : store.find("Type")) {
+    if (!is_stored_in(store, type, "Form")) {
+      continue;
+    }
+    Json fields = Json::array();
+    for (const Attribute* field :
+         form_fields(store, store.class_named(store.text(type, "type_class")))) {
+      fields.push_back(describe_attribute(*field));
+    }
+    all.push_back(
+        {{"tag", type}, {"name", store.text(type, "type_name")}, {"fields", std::move(fields)}});
+  }
+  return all;
+}
+
 struct Section {
   const char* name;
   Json (*describe)(Site& site);
@@ -299,11 +396,16 @@ constexpr Section sections[] = {
     {"classes", describe_classes},
     {"types", describe_types},
     {"relation_types", describe_relation_types},
+    {"tools", describe_tools},
+    {"dataset_types", describe_dataset_types},
+    {"form_types", describe_form_types},
     {"objects", describe_objects},
     {"relations", describe_relations},
     {"preferences", describe_preferences},
     {"texts", describe_texts},
     {"sites", describe_sites},
+    {"process_templates", describe_process_templates},
+    {"jobs", describe_jobs},
     {"access", describe_access},
     {"locks", describe_locks},
 };

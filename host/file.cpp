@@ -1,14 +1,21 @@
-// FILE_: text files. A handle is a number that is used once, so that a closed one stays unknown.
+// FILE_: text files, and files of the vault. The handle of a text file is a number that is used
+// once, so that a closed one stays unknown.
 
 #include "ork/file.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <unordered_map>
 
+#include "access.h"
+#include "files.h"
+#include "handout.h"
 #include "operation.h"
+#include "ork/access.h"
+#include "vault.h"
 
 namespace host {
 
@@ -43,7 +50,68 @@ auto find_file(FILE_handle file) {
   refuse(status, path + ": " + std::strerror(error));
 }
 
+/** Where imports and exports report to; of the process, as the function that sets it says. */
+Progress progress;
+
+void require_file(tag file) {
+  if (!store().is_a(file, "VeloFile")) {
+    refuse(FILE_not_a_file, "object " + std::to_string(file));
+  }
+}
+
+/** The part of a name behind its last separator, of whatever operating system. */
+std::string last_part(const std::string& name) {
+  return name.substr(name.find_last_of("/\\") + 1);
+}
+
+/** What a file in the vault is, for refusals. */
+std::string file_text(Store& objects, tag file) {
+  return objects.text(file, "original_file_name") + " (object " + std::to_string(file) + ")";
+}
+
+void export_file(tag file, const std::string& path) {
+  require_file(file);
+  require_privilege(file, ACCESS_privilege_read);
+  try {
+    site().vault().take_out(contents_of(store(), file), path, progress);
+  } catch (const Failure& failure) {
+    if (failure.status() != FILE_damaged) {
+      throw;
+    }
+    refuse(FILE_damaged, file_text(store(), file) + ": " + failure.detail());
+  }
+}
+
 }  // namespace
+
+tag import_file(const std::string& path, const std::string& original_name, int type) {
+  Store& objects = store();
+  // First the object, which may be refused, and then the contents, which take their time.
+  const tag file =
+      objects.create(objects.class_named("VeloFile"),
+                     {{"original_file_name", last_part(original_name)}, {"file_type", type}});
+  try {
+    const Contents contents = site().vault().bring_in(path, progress);
+    objects.set(file, "contents", contents.name);
+    objects.set(file, "byte_size", std::to_string(contents.size));
+    objects.set(file, "digest", contents.digest);
+  } catch (...) {
+    objects.remove(file);
+    throw;
+  }
+  return file;
+}
+
+int file_type(const std::string& format) {
+  return format == "TEXT" ? SS_TEXT : format == "BINARY" ? SS_BINARY : 0;
+}
+
+Contents contents_of(Store& objects, tag file) {
+  Contents contents{objects.text(file, "contents"), 0, objects.text(file, "digest")};
+  const std::string& size = objects.text(file, "byte_size");
+  std::from_chars(size.data(), size.data() + size.size(), contents.size);
+  return contents;
+}
 
 }  // namespace host
 
@@ -88,5 +156,61 @@ int FILE_close_text_file(FILE_handle file) {
     if (std::fclose(closed.stream) != 0) {
       host::refuse_with_errno(FILE_cannot_write, closed.path);
     }
+  });
+}
+
+int FILE_import_file(const char* path, const char* original_name, int type, tag* file,
+                     FILE_handle* descriptor) {
+  host::clear(file);
+  host::clear(descriptor);
+  return operation("FILE_import_file", Needs::session, [&] {
+    host::require_all(path, file);
+    host::require(type == SS_TEXT || type == SS_BINARY || type == 0, "the type of the file");
+    *file = host::import_file(path, original_name != nullptr ? original_name : path, type);
+  });
+}
+
+int FILE_export_file(tag file, const char* path) {
+  return operation("FILE_export_file", Needs::session, [&] {
+    host::require_all(path);
+    host::export_file(file, path);
+  });
+}
+
+int FILE_get_original_file_name(tag file, char* name) {
+  host::clear(name);
+  return operation("FILE_get_original_file_name", Needs::session, [&] {
+    host::require_all(name);
+    host::require_file(file);
+    host::copy_out(host::store().text(file, "original_file_name"), name,
+                   FILE_original_name_size + 1);
+  });
+}
+
+int FILE_set_original_file_name(tag file, const char* name) {
+  return operation("FILE_set_original_file_name", Needs::session, [&] {
+    host::require_all(name);
+    host::require_file(file);
+    host::store().set(file, "original_file_name", host::last_part(name));
+  });
+}
+
+int FILE_describe(tag file, int64_t* size, int* type, char* digest) {
+  host::clear(size);
+  host::clear(type);
+  host::clear(digest);
+  return operation("FILE_describe", Needs::session, [&] {
+    host::require_all(size, type, digest);
+    host::require_file(file);
+    const host::Contents contents = host::contents_of(host::store(), file);
+    *size = contents.size;
+    *type = host::store().integer(file, "file_type");
+    host::copy_out(contents.digest, digest, FILE_digest_size + 1);
+  });
+}
+
+int FILE_set_progress(FILE_progress progress, void* context) {
+  return operation("FILE_set_progress", Needs::nothing, [&] {
+    host::progress = {progress, context};
   });
 }

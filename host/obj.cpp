@@ -2,11 +2,11 @@
 
 #include "ork/obj.h"
 
-#include <nlohmann/json.hpp>
-
 #include "access.h"
+#include "datasets.h"
+#include "display.h"
+#include "flow_engine.h"
 #include "handout.h"
-#include "object_id.h"
 #include "operation.h"
 #include "ork/access.h"
 #include "ork/store.h"
@@ -39,36 +39,28 @@ Value readable_value(tag object, const char* attribute, Kind kind) {
   return values.empty() ? Value{} : std::get<Value>(values.front());
 }
 
-std::string display_text(const Scalar& value) {
-  return std::visit(
-      [](const auto& content) -> std::string {
-        using Content = std::decay_t<decltype(content)>;
-        if constexpr (std::is_same_v<Content, std::string>) {
-          return content;
-        } else if constexpr (std::is_same_v<Content, bool>) {
-          return content ? "True" : "False";
-        } else if constexpr (std::is_same_v<Content, date_s>) {
-          return formatted_date(content, default_date_format());
-        } else if constexpr (std::is_same_v<Content, double>) {
-          return nlohmann::json(content).dump();  // the shortest text that reads back the same
-        } else {
-          return std::to_string(content);
-        }
-      },
-      value);
-}
-
-std::string display_value(tag object, const char* attribute) {
-  require_privilege(object, ACCESS_privilege_read);
-  const Values& values = store().values(object, attribute);
-  const bool holds_objects =
-      store().class_of(object).find_attribute(attribute)->kind == Kind::reference;
-  std::string display;
-  for (const Scalar& value : values) {
-    display += display.empty() ? "" : ", ";
-    display += holds_objects ? object_label(store(), std::get<tag>(value)) : display_text(value);
+/** Deletes an object, the parts that go with it, and what the vault has of them. */
+void delete_object(tag object) {
+  Store& objects = store();
+  std::vector<tag> deleted = {object};
+  if (objects.state(object) == InstanceState::is_new || objects.is_locked(object)) {
+    const std::vector<tag> parts = lock_parts(objects, object);
+    deleted.insert(deleted.end(), parts.begin(), parts.end());
   }
-  return display;
+  Vault& vault = site().vault();
+  std::vector<std::string> contents;
+  for (const tag file : deleted) {
+    if (objects.is_a(file, "VeloFile")) {
+      contents.push_back(objects.text(file, "contents"));
+      vault.announce(contents.back());
+    }
+  }
+  Transaction transaction(objects.database());
+  for (const tag each : deleted) {
+    objects.remove(each);
+  }
+  transaction.commit();
+  vault.remove_unclaimed(objects, contents);
 }
 
 void lock_for_change(tag object) {
@@ -113,6 +105,7 @@ int OBJ_save(tag object) {
   return operation("OBJ_save", Needs::session, [&] {
     host::require_privilege(object, ACCESS_privilege_write);
     host::store().save(object);
+    host::flow::continue_after_save(object);
   });
 }
 
@@ -123,7 +116,11 @@ int OBJ_unload(tag object) {
 int OBJ_delete(tag object) {
   return operation("OBJ_delete", Needs::session, [&] {
     host::require_privilege(object, ACCESS_privilege_delete);
-    host::store().remove(object);
+    if (host::store().is_a(object, "Job")) {
+      host::flow::delete_job(object);
+    } else {
+      host::delete_object(object);
+    }
   });
 }
 
@@ -184,6 +181,14 @@ int OBJ_UIF_get_value(tag object, const char* attribute, char** value) {
   host::clear(value);
   return operation("OBJ_UIF_get_value", Needs::session, [&] {
     host::require_all(attribute, value);
-    *value = host::hand_out(host::display_value(object, attribute));
+    host::require_privilege(object, ACCESS_privilege_read);
+    *value = host::hand_out(host::display_value(host::store(), object, attribute));
+  });
+}
+
+int OBJ_UIF_set_value(tag object, const char* attribute, const char* value) {
+  return operation("OBJ_UIF_set_value", Needs::session, [&] {
+    host::require_all(attribute, value);
+    host::set_display_value(host::store(), object, attribute, value);
   });
 }

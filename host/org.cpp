@@ -19,6 +19,14 @@ void name_out(tag object, const char* class_name, int not_of_class, const char* 
   copy_out(store().text(object, attribute), buffer, ORG_name_size + 1);
 }
 
+void reference_out(tag member, const char* attribute, tag* object) {
+  require_all(object);
+  if (!store().is_a(member, "GroupMember")) {
+    refuse(ORG_not_a_groupmember, "object " + std::to_string(member));
+  }
+  *object = store().reference(member, attribute);
+}
+
 }  // namespace
 
 }  // namespace host
@@ -70,4 +78,33 @@ int ORG_get_group_name(tag group, char* name) {
   host::clear(name);
   return operation("ORG_get_group_name", Needs::session,
                    [&] { host::name_out(group, "Group", ORG_not_a_group, "group_name", name); });
+}
+
+int ORG_get_current_groupmember(tag* member) {
+  host::clear(member);
+  return operation("ORG_get_current_groupmember", Needs::session, [&] {
+    host::require_all(member);
+    const host::Session& session = host::session();
+    *member = host::store().find_one("GroupMember", {{"member_user", session.user},
+                                                     {"member_group", session.group},
+                                                     {"member_role", session.role}});
+  });
+}
+
+int ORG_get_groupmember_user(tag member, tag* user) {
+  host::clear(user);
+  return operation("ORG_get_groupmember_user", Needs::session,
+                   [&] { host::reference_out(member, "member_user", user); });
+}
+
+int ORG_get_groupmember_group(tag member, tag* group) {
+  host::clear(group);
+  return operation("ORG_get_groupmember_group", Needs::session,
+                   [&] { host::reference_out(member, "member_group", group); });
+}
+
+int ORG_get_groupmember_role(tag member, tag* role) {
+  host::clear(role);
+  return operation("ORG_get_groupmember_role", Needs::session,
+                   [&] { host::reference_out(member, "member_role", role); });
 }

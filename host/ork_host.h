@@ -55,8 +55,9 @@ ORK_API int ork_host_seed_file(const char* path);
 /**
  * Describes a part of the open site as JSON.
  * @param[in] section "site", "users", "groups", "roles", "classes", "types", "relation_types",
- *   "objects", "relations", "preferences", "texts" (those of the site's own), "sites", "access"
- *   (its rules) or "locks"; null for all of them in one object.
+ *   "tools", "dataset_types", "form_types", "objects", "relations", "preferences", "texts" (those
+ *   of the site's own), "sites", "process_templates", "jobs", "access" (its rules) or "locks"; null
+ *   for all of them in one object.
  * @param[out] json the text; null on failure.
  * @return #ORK_ok, #ORK_invalid_argument or #ORK_site_not_available.
  */
@@ -76,6 +77,17 @@ ORK_API int ork_host_set_preference(const char* name, int count, const char* con
  * @param[out] object the object, or #NULLTAG when there is none.
  */
 ORK_API int ork_host_find_item(const char* item_id, const char* revision_id, tag* object);
+
+/* ----------------------------------------------------------------------- workflow handlers -- */
+
+/**
+ * Loads a shared library of workflow handlers. It exports a function
+ * `int ORK_register_handlers(void)`, which calls `FLOW_register_handler` for each of them and
+ * returns #ORK_ok. The library stays until the process ends.
+ * @param[in] path path of the library.
+ * @return #ORK_ok or #FLOW_cannot_load_handlers.
+ */
+ORK_API int ork_host_load_handlers(const char* path);
 
 /* ------------------------------------------------------------------- the program's arguments -- */
 

@@ -1,11 +1,13 @@
 #include "os.h"
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -77,6 +79,18 @@ std::vector<std::string> command_line() {
 
 void sleep_milliseconds(int milliseconds) {
   std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+void* symbol_of_library(const std::string& path, const char* symbol, std::string* error) {
+  // A name without a folder would be looked up where system libraries are.
+  const std::string whole_path = std::filesystem::absolute(path).string();
+  void* library = dlopen(whole_path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* found = library != nullptr ? dlsym(library, symbol) : nullptr;
+  if (found == nullptr) {
+    const char* text = dlerror();
+    *error = text != nullptr ? text : whole_path + " has a null " + symbol;
+  }
+  return found;
 }
 
 date_s local_time() {

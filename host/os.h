@@ -30,6 +30,12 @@ std::vector<std::string> command_line();
 
 void sleep_milliseconds(int milliseconds);
 
+/**
+ * Loads a shared library, which stays until the process ends, and finds a function in it.
+ * @return the function, or null, and then a text that says why.
+ */
+void* symbol_of_library(const std::string& path, const char* symbol, std::string* error);
+
 /** The current local time. */
 date_s local_time();
 

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <vector>
 
+#include "crypto.h"
 #include "failure.h"
 
 namespace host {
@@ -23,16 +24,6 @@ struct PasswordHash {
   Bytes hash;
 };
 
-void start_library() {
-  static const bool started = [] {
-    gcry_check_version(nullptr);
-    gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
-    gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);
-    return true;
-  }();
-  static_cast<void>(started);
-}
-
 Bytes derive(const std::string& password, const PasswordHash& parameters, std::size_t size) {
   Bytes hash(size);
   const gcry_error_t error = gcry_kdf_derive(
@@ -42,16 +33,6 @@ Bytes derive(const std::string& password, const PasswordHash& parameters, std::s
     refuse(ORK_internal_error, std::string("password hash: ") + gcry_strerror(error));
   }
   return hash;
-}
-
-std::string hex(const Bytes& bytes) {
-  static constexpr char digits[] = "0123456789abcdef";
-  std::string text;
-  for (const unsigned char byte : bytes) {
-    text += digits[byte >> 4];
-    text += digits[byte & 15];
-  }
-  return text;
 }
 
 Bytes from_hex(const std::string& text) {
@@ -98,14 +79,14 @@ bool equal(const Bytes& left, const Bytes& right) {
 }  // namespace
 
 void store_password(Database& database, tag user, const std::string& password) {
-  start_library();
+  start_crypto_library();
   PasswordHash made;
   made.salt.resize(16);
   gcry_create_nonce(made.salt.data(), made.salt.size());
   made.hash = derive(password, made, 32);
   const std::string text = "scrypt$" + std::to_string(made.cost) + "$" +
-                           std::to_string(made.parallelism) + "$" + hex(made.salt) + "$" +
-                           hex(made.hash);
+                           std::to_string(made.parallelism) + "$" + hex_text(made.salt) + "$" +
+                           hex_text(made.hash);
   run(database, "INSERT OR REPLACE INTO password VALUES(?, ?)", user, text);
 }
 
@@ -114,7 +95,7 @@ bool is_password(Database& database, tag user, const std::string& password) {
   if (!query.next()) {
     return false;
   }
-  start_library();
+  start_crypto_library();
   const PasswordHash stored = parse(query.text(0));
   return equal(derive(password, stored, stored.hash.size()), stored.hash);
 }

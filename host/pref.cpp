@@ -49,10 +49,7 @@ void write_preference(Database& database, const std::string& name, const Prefere
   transaction.commit();
 }
 
-namespace {
-
-/** The session's preferences; its first use reads them. */
-const PreferenceTable& preferences() {
+const PreferenceTable& session_preferences() {
   auto& table = session().preferences;
   if (!table) {
     table = read_preferences(site().database());
@@ -60,8 +57,10 @@ const PreferenceTable& preferences() {
   return *table;
 }
 
+namespace {
+
 const std::string& value_at(const char* name, int index) {
-  const PreferenceValues& values = preferences().values(name);
+  const PreferenceValues& values = session_preferences().values(name);
   if (index < 0 || static_cast<std::size_t>(index) >= values.size()) {
     refuse(PREF_value_not_found, std::string(name) + "[" + std::to_string(index) + "]");
   }
@@ -91,14 +90,14 @@ using host::Needs;
 using host::operation;
 
 int PREF_initialize(void) {
-  return operation("PREF_initialize", Needs::session, [] { host::preferences(); });
+  return operation("PREF_initialize", Needs::session, [] { host::session_preferences(); });
 }
 
 int PREF_get_value_count(const char* name, int* count) {
   host::clear(count);
   return operation("PREF_get_value_count", Needs::session, [&] {
     host::require_all(name, count);
-    *count = static_cast<int>(host::preferences().values(name).size());
+    *count = static_cast<int>(host::session_preferences().values(name).size());
   });
 }
 
@@ -115,7 +114,7 @@ int PREF_get_char_values(const char* name, int* count, char*** values) {
   host::clear(values);
   return operation("PREF_get_char_values", Needs::session, [&] {
     host::require_all(name, count, values);
-    const host::PreferenceValues& found = host::preferences().values(name);
+    const host::PreferenceValues& found = host::session_preferences().values(name);
     *values = host::hand_out(found);
     *count = static_cast<int>(found.size());
   });

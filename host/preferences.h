@@ -30,6 +30,9 @@ class PreferenceTable {
   std::unordered_map<std::string, PreferenceValues, Hash, std::equal_to<>> values_;
 };
 
+/** The session's preferences; its first use reads them. */
+const PreferenceTable& session_preferences();
+
 PreferenceTable read_preferences(Database& database);
 
 /** Sets a preference's values in the file; no values remove it. */

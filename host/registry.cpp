@@ -6,14 +6,20 @@
 
 #include "ork/access.h"
 #include "ork/date.h"
+#include "ork/dset.h"
 #include "ork/err.h"
 #include "ork/file.h"
+#include "ork/flow.h"
+#include "ork/folder.h"
+#include "ork/form.h"
 #include "ork/item.h"
+#include "ork/obj.h"
 #include "ork/org.h"
 #include "ork/ork.h"
 #include "ork/pref.h"
 #include "ork/rel.h"
 #include "ork/rsv.h"
+#include "ork/signoff.h"
 #include "ork/store.h"
 #include "ork/text.h"
 #include "ork/type.h"
@@ -26,6 +32,7 @@ namespace {
 constexpr int name_length = 128;
 constexpr int type_name_length = 32;
 constexpr int description_length = 240;
+constexpr int handler_arguments_length = 4000;
 
 AttributeDefinition text(const char* name, int max_length) {
   return {name, Kind::text, false, max_length};
@@ -49,6 +56,10 @@ constexpr TypeDefinition types[] = {
     {"Type", "Dataset", "Dataset"},
     {"Type", "Form", "Form"},
     {"Type", "Folder", "Folder"},
+    {"Type", "Job", "Job"},
+    {"Type", "Text", "Dataset", "Dataset"},
+    {"Type", "Image", "Dataset", "Dataset"},
+    {"Type", "FreigabeInfo", "FreigabeInfo", "Form"},
     {"Type", "ReleaseStatus", "ReleaseStatus"},
     {"RelationType", "VELO_reference", ""},
     {"RelationType", "VELO_master_form", ""},
@@ -74,6 +85,7 @@ constexpr int errors[] = {
     ORG_not_a_user,
     ORG_not_a_group,
     ORG_not_a_role,
+    ORG_not_a_groupmember,
     STORE_unknown_tag,
     STORE_deleted_tag,
     STORE_unknown_class,
@@ -86,12 +98,29 @@ constexpr int errors[] = {
     STORE_referenced,
     STORE_refers_to_unsaved,
     STORE_not_saved,
+    STORE_unknown_lock,
     REL_not_a_relation_type,
     REL_exists,
     WSO_not_a_workspace_object,
     FILE_cannot_open,
     FILE_cannot_write,
     FILE_not_open,
+    FILE_cannot_read,
+    FILE_exists,
+    FILE_not_a_file,
+    FILE_damaged,
+    FILE_cancelled,
+    DSET_no_named_reference,
+    DSET_not_a_dataset,
+    DSET_not_a_dataset_type,
+    DSET_not_a_tool,
+    DSET_unknown_reference_name,
+    DSET_no_default_tool,
+    DSET_no_such_reference,
+    DSET_unknown_reference_type,
+    FORM_not_a_form,
+    FORM_wrong_type,
+    OBJ_value_not_understood,
     ACCESS_unknown_privilege,
     ACCESS_denied,
     RSV_not_modifiable,
@@ -100,6 +129,30 @@ constexpr int errors[] = {
     ITEM_not_an_item,
     ITEM_not_a_revision,
     ITEM_unknown_attribute,
+    FLOW_not_a_job,
+    FLOW_not_a_task,
+    FLOW_not_a_process_template,
+    FLOW_unknown_process_template,
+    FLOW_not_a_condition_task,
+    FLOW_unknown_attachment_type,
+    FLOW_already_attached,
+    FLOW_not_attached,
+    FLOW_unknown_state,
+    FLOW_unknown_handler,
+    FLOW_handler_threw,
+    FLOW_nested_too_deeply,
+    FLOW_task_is_over,
+    FLOW_not_a_resource_pool,
+    FLOW_unknown_task_type,
+    FLOW_cannot_load_handlers,
+    FLOW_argument_missing,
+    FLOW_target_object_not_attached,
+    SIGNOFF_not_a_signoff,
+    SIGNOFF_not_the_member,
+    SIGNOFF_not_in_progress,
+    SIGNOFF_unknown_decision,
+    FOLDER_not_a_folder,
+    FOLDER_no_such_position,
     DATE_invalid_date,
     DATE_invalid_format,
     DATE_wrong_text,
@@ -175,10 +228,25 @@ const std::vector<ClassDefinition>& built_in_classes() {
       {"Type",
        "Object",
        {text("type_name", type_name_length), text("type_class", type_name_length),
-        one("parent_type", Kind::reference)},
+        one("parent_type", Kind::reference),
+        // Of dataset types; the three lists go together (datasets.h).
+        one("default_tool", Kind::reference), texts("reference_names", DSET_name_size),
+        texts("reference_templates", name_length), texts("reference_formats", DSET_name_size)},
        {"type_name"},
        STORE_key_taken},
       {"RelationType", "Type", {}, {}, 0},
+      {"Tool",
+       "Object",
+       {text("tool_name", DSET_name_size), texts("output_formats", DSET_name_size)},
+       {"tool_name"},
+       STORE_key_taken},
+      // The size is a text, since an integer ends at 2 GiB.
+      {"VeloFile",
+       "Object",
+       {text("original_file_name", FILE_original_name_size), one("file_type", Kind::integer),
+        text("byte_size", 20), text("digest", FILE_digest_size), text("contents", 32)},
+       {},
+       0},
       {"Relation",
        "Object",
        {one("primary_object", Kind::reference), one("secondary_object", Kind::reference),
@@ -208,11 +276,67 @@ const std::vector<ClassDefinition>& built_in_classes() {
        STORE_key_taken},
       {"Dataset",
        "WorkspaceObject",
-       {one("dataset_type", Kind::reference), text("format_used", type_name_length)},
+       {one("dataset_type", Kind::reference), text("format_used", DSET_name_size),
+        one("tool_used", Kind::reference),
+        // The named references; the three lists go together (datasets.h).
+        texts("reference_names", DSET_name_size), list("reference_types", Kind::integer),
+        list("reference_objects", Kind::reference)},
        {},
        0},
       {"Form", "WorkspaceObject", {}, {}, 0},
+      {"FreigabeInfo",
+       "Form",
+       {text("UrRevision", 32), text("UGezPerson", 32), one("UGezDate", Kind::date),
+        text("UGepPerson", 32), one("UGepDate", Kind::date), text("UGesPerson", 32),
+        one("UGesDate", Kind::date), text("UBauPerson", 32), one("UBauDate", Kind::date),
+        text("UEndPerson", 32), one("UEndDate", Kind::date), text("UFreiPerson", 32),
+        one("UFreiDate", Kind::date)},
+       {},
+       0},
       {"Folder", "WorkspaceObject", {list("contents", Kind::reference)}, {}, 0},
+      {"ProcessTemplate",
+       "Object",
+       {text("template_name", name_length), text("template_desc", description_length),
+        one("root_template", Kind::reference)},
+       {"template_name"},
+       STORE_key_taken},
+      {"TaskDefinition",
+       "Object",
+       {text("object_name", name_length), one("task_type", Kind::integer),
+        one("quorum", Kind::integer), one("branch", Kind::integer),
+        texts("handler_names", name_length), list("handler_actions", Kind::integer),
+        texts("handler_arguments", handler_arguments_length), list("sub_tasks", Kind::reference)},
+       {},
+       0,
+       true},
+      {"TaskTemplate", "TaskDefinition", {list("signoff_members", Kind::reference)}, {}, 0},
+      {"Task",
+       "TaskDefinition",
+       {one("job", Kind::reference), one("parent_task", Kind::reference),
+        one("state", Kind::integer), one("condition_result", Kind::integer),
+        list("target_attachments", Kind::reference), list("reference_attachments", Kind::reference),
+        list("signoff_attachments", Kind::reference),
+        list("release_status_attachments", Kind::reference)},
+       {},
+       0},
+      {"Job",
+       "WorkspaceObject",
+       {one("process_template", Kind::reference), one("root_task", Kind::reference)},
+       {},
+       0},
+      {"Signoff",
+       "Object",
+       {one("signoff_member", Kind::reference), one("review_task", Kind::reference),
+        one("decision", Kind::integer), one("decision_user", Kind::reference),
+        one("decision_date", Kind::date), text("comments", SIGNOFF_comment_size)},
+       {},
+       0},
+      {"ResourcePool",
+       "Object",
+       {one("pool_group", Kind::reference), one("pool_role", Kind::reference),
+        one("allow_subgroup", Kind::logical)},
+       {},
+       0},
       {"AccessRule",
        "Object",
        {one("rule_number", Kind::integer), one("grants", Kind::logical),
@@ -227,6 +351,20 @@ const std::vector<ClassDefinition>& built_in_classes() {
 
 std::span<const TypeDefinition> built_in_types() {
   return types;
+}
+
+const std::vector<ToolDefinition>& built_in_tools() {
+  static const std::vector<ToolDefinition> tools = {{"TextEditor", {"TEXT"}},
+                                                    {"ImageViewer", {"BINARY"}}};
+  return tools;
+}
+
+const std::vector<DatasetTypeDefinition>& built_in_dataset_types() {
+  static const std::vector<DatasetTypeDefinition> dataset_types = {
+      {"Text", "TextEditor", {{"Text", "*.txt", "TEXT"}}},
+      {"Image", "ImageViewer", {{"Image", "*.png", "BINARY"}, {"Image", "*.jpg", "BINARY"}}},
+  };
+  return dataset_types;
 }
 
 std::span<const int> known_errors() {

@@ -39,12 +39,43 @@ struct TypeDefinition {
   const char* class_of_type; /**< "Type" or "RelationType" */
   const char* name;
   const char* class_of_objects; /**< empty for relation types */
+  const char* parent = "";      /**< the type above it; empty for none */
+};
+
+struct ToolDefinition {
+  std::string name;
+  std::vector<std::string> output_formats;
+};
+
+/**
+ * A kind of file that a dataset type takes under a named reference. Template and format are empty
+ * for a reference that is not for files.
+ */
+struct FileReference {
+  std::string reference;
+  std::string file_template;
+  std::string format;
+
+  bool is_for_files() const { return !file_template.empty(); }
+  bool operator==(const FileReference&) const = default;
+};
+
+struct DatasetTypeDefinition {
+  std::string type;
+  std::string default_tool;
+  std::vector<FileReference> references;
 };
 
 /** Built-in classes, each after its parent. */
 const std::vector<ClassDefinition>& built_in_classes();
 
+/** Built-in types, each after its parent. */
 std::span<const TypeDefinition> built_in_types();
+
+const std::vector<ToolDefinition>& built_in_tools();
+
+/** What those of the built-in types that are dataset types take. */
+const std::vector<DatasetTypeDefinition>& built_in_dataset_types();
 
 /** Error codes that have texts: key "error.<code>" in each file of texts/. */
 std::span<const int> known_errors();

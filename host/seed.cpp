@@ -5,11 +5,13 @@
 
 #include "access.h"
 #include "failure.h"
+#include "flow_seed.h"
 #include "known_sites.h"
 #include "object_id.h"
 #include "ork/store.h"
 #include "ork/text.h"
 #include "password.h"
+#include "seed_data.h"
 #include "seed_writer.h"
 #include "types.h"
 
@@ -25,15 +27,15 @@ constexpr const char* default_dataset_relation = "VELO_reference";
 /** Tries out date formats. */
 constexpr date_s some_date = {2026, 2, 31, 23, 59, 0};
 
-constexpr int max_text_length = 1'000'000;
-
 class Seeder : private SeedWriter {
  public:
-  using SeedWriter::SeedWriter;
+  Seeder(Site& site, const std::filesystem::path& folder)
+      : SeedWriter(site, folder), data_(site, folder) {}
 
   void take(const Node& root) {
     root.allow_only({"site", "groups", "roles", "users", "classes", "types", "relation_types",
-                     "preferences", "texts", "sites", "items", "relations", "access_rules"});
+                     "tools", "dataset_types", "form_types", "preferences", "texts", "sites",
+                     "items", "relations", "access_rules", "process_templates"});
     for (const Node& group : root.items_of("groups")) {
       take_named(group, "Group", "group");
     }
@@ -52,6 +54,7 @@ class Seeder : private SeedWriter {
     for (const Node& type : root.items_of("relation_types")) {
       take_relation_type(type);
     }
+    data_.take_types(root);
     if (const auto preferences = root.find("preferences")) {
       take_preferences(*preferences);
     }
@@ -71,6 +74,7 @@ class Seeder : private SeedWriter {
     for (const Node& relation : root.items_of("relations")) {
       take_relation(relation);
     }
+    take_process_templates(site_, root.items_of("process_templates"));
     if (const auto rules = root.find("access_rules")) {
       take_access_rules(rules->items());
     }
@@ -145,42 +149,14 @@ class Seeder : private SeedWriter {
 
   void take_class(const Node& node) {
     node.allow_only({"name", "parent", "attributes"});
-    const Node name = node.at("name");
     const Node parent_name = node.at("parent");
     const Class* parent = store_.find_class(parent_name.name());
     if (parent == nullptr) {
       parent_name.refuse("there is no class \"" + parent_name.text() + "\"");
     }
-    const Class* type = store_.find_class(name.name());
-    if (type == nullptr) {
-      type = &store_.define_class(name.name(), *parent);
-    } else if (type->parent != parent) {
-      parent_name.refuse("the class exists with another parent");
-    }
+    const Class& type = ensure_class(node.at("name"), parent_name, *parent);
     for (const Node& attribute : node.items_of("attributes")) {
-      take_attribute(attribute, *type);
-    }
-  }
-
-  void take_attribute(const Node& node, const Class& owner) {
-    node.allow_only({"name", "kind", "list", "length"});
-    AttributeDefinition wanted{node.at("name").name(), Kind::text};
-    const Node kind = node.at("kind");
-    if (!find_kind(kind.text(), &wanted.kind)) {
-      kind.refuse("expected text, integer, real, logical, date or reference");
-    }
-    if (const auto list = node.find("list")) {
-      wanted.list = list->logical_value();
-    }
-    if (wanted.kind == Kind::text) {
-      wanted.max_length = node.at("length").number_up_to(max_text_length);
-    }
-    const Attribute* known = owner.find_attribute(wanted.name);
-    if (known == nullptr) {
-      at_place(node, [&] { store_.define_attribute(owner, wanted); });
-    } else if (known->kind != wanted.kind || known->list != wanted.list ||
-               known->max_length != wanted.max_length) {
-      node.refuse("the attribute exists with another kind, length or list");
+      take_attribute(attribute, type);
     }
   }
 
@@ -195,15 +171,7 @@ class Seeder : private SeedWriter {
         wanted->refuse("expected a class at or below " + parent_class.name);
       }
     }
-    const Node name = node.at("name");
-    const tag known = store_.find_type(name.name());
-    if (known == NULLTAG) {
-      make(name, "Type",
-           {{"type_name", name.name()}, {"type_class", type_class->name}, {"parent_type", parent}});
-    } else if (store_.reference(known, "parent_type") != parent ||
-               store_.text(known, "type_class") != type_class->name) {
-      name.refuse("the type exists with another parent or class");
-    }
+    ensure_type(node.at("name"), parent, *type_class);
   }
 
   void take_relation_type(const Node& node) {
@@ -300,18 +268,19 @@ class Seeder : private SeedWriter {
   }
 
   void take_item(const Node& node) {
-    node.allow_only({"id", "revisions"}, workspace_members);
+    node.allow_only({"id", "revisions", "master_form"}, workspace_members);
     const Store::Criteria key = {{"item_id", node.at("id").name()}};
     node.at("name").name();
     const tag item =
         take_workspace_object(node, store_.find_one("Item", key), type_of(node, "Item"), key);
+    data_.take_master_form(node, item);
     for (const Node& revision : node.items_of("revisions")) {
       take_revision(revision, item);
     }
   }
 
   void take_revision(const Node& node, tag item) {
-    node.allow_only({"id", "datasets"}, workspace_members);
+    node.allow_only({"id", "datasets", "master_form"}, workspace_members);
     const std::string id = node.at("id").name();
     const Store::Criteria key = {{"item_tag", item}, {"item_revision_id", id}};
     const tag known = find_revision(store_, item, id);
@@ -319,13 +288,14 @@ class Seeder : private SeedWriter {
     if (store_.text(revision, "object_name").empty()) {
       put(node, revision, "object_name", store_.text(item, "object_name"));
     }
+    data_.take_master_form(node, revision);
     for (const Node& dataset : node.items_of("datasets")) {
       take_dataset(dataset, revision);
     }
   }
 
   void take_dataset(const Node& node, tag revision) {
-    node.allow_only({"relation"}, workspace_members);
+    node.allow_only({"relation", "files", "forms"}, workspace_members);
     const std::string name = node.at("name").name();
     const auto relation = node.find("relation");
     const tag relation_type =
@@ -335,6 +305,7 @@ class Seeder : private SeedWriter {
     const tag dataset =
         take_workspace_object(node, known, type, {{"object_name", name}, {"dataset_type", type}});
     ensure_relation(node, revision, relation_type, dataset);
+    data_.take_contents(node, dataset);
   }
 
   void take_relation(const Node& node) {
@@ -437,6 +408,8 @@ class Seeder : private SeedWriter {
     *name = members.front().first;
     return members.front().second;
   }
+
+  DataSeeder data_;
 };
 
 Json parse(const std::string& text) {

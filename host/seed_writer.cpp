@@ -8,6 +8,12 @@
 
 namespace host {
 
+namespace {
+
+constexpr int max_text_length = 1'000'000;
+
+}  // namespace
+
 tag SeedWriter::ensure(const Node& node, const char* class_name, const Store::Criteria& key) {
   const tag found = store_.find_one(class_name, key);
   return found != NULLTAG ? found : make(node, class_name, key);
@@ -156,7 +162,9 @@ void SeedWriter::take_statuses(const Node& owner, tag object) {
   }
   put_list(*list, object, "release_status_list", wanted);
   for (const Scalar& status : held) {
-    if (std::find(wanted.begin(), wanted.end(), status) == wanted.end()) {
+    const bool is_wanted = std::find(wanted.begin(), wanted.end(), status) != wanted.end();
+    // A job gives all of its targets one status, and keeps it among its attachments.
+    if (!is_wanted && store_.referrer(std::get<tag>(status)) == NULLTAG) {
       remove(std::get<tag>(status));
     }
   }
@@ -209,6 +217,54 @@ void SeedWriter::take_owning_site(const Node& node, tag object) {
     owner->refuse("there is no site of this number");
   }
   put(*owner, object, "owning_site", site);
+}
+
+const Class& SeedWriter::ensure_class(const Node& name, const Node& parent_place,
+                                      const Class& parent) {
+  const Class* known = store_.find_class(name.name());
+  if (known == nullptr) {
+    return store_.define_class(name.name(), parent);
+  }
+  if (known->parent != &parent) {
+    parent_place.refuse("the class exists with another parent");
+  }
+  return *known;
+}
+
+void SeedWriter::take_attribute(const Node& node, const Class& owner) {
+  node.allow_only({"name", "kind", "list", "length"});
+  AttributeDefinition wanted{node.at("name").name(), Kind::text};
+  const Node kind = node.at("kind");
+  if (!find_kind(kind.text(), &wanted.kind)) {
+    kind.refuse("expected text, integer, real, logical, date or reference");
+  }
+  if (const auto list = node.find("list")) {
+    wanted.list = list->logical_value();
+  }
+  if (wanted.kind == Kind::text) {
+    wanted.max_length = node.at("length").number_up_to(max_text_length);
+  }
+  const Attribute* known = owner.find_attribute(wanted.name);
+  if (known == nullptr) {
+    at_place(node, [&] { store_.define_attribute(owner, wanted); });
+  } else if (known->kind != wanted.kind || known->list != wanted.list ||
+             known->max_length != wanted.max_length) {
+    node.refuse("the attribute exists with another kind, length or list");
+  }
+}
+
+tag SeedWriter::ensure_type(const Node& name, tag parent, const Class& type_class) {
+  const tag known = store_.find_type(name.name());
+  if (known == NULLTAG) {
+    return make(
+        name, "Type",
+        {{"type_name", name.name()}, {"type_class", type_class.name}, {"parent_type", parent}});
+  }
+  if (store_.reference(known, "parent_type") != parent ||
+      store_.text(known, "type_class") != type_class.name) {
+    name.refuse("the type exists with another parent or class");
+  }
+  return known;
 }
 
 tag SeedWriter::find_dataset(tag revision, const std::string& name) {

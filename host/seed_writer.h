@@ -13,6 +13,9 @@
 
 #include "failure.h"
 #include "ork/date.h"
+#include "ork/dset.h"
+#include "ork/file.h"
+#include "ork/obj.h"
 #include "ork/store.h"
 #include "registry.h"
 #include "seed_node.h"
@@ -34,9 +37,10 @@ auto at_place(const Node& node, const Action& action) {
   try {
     return action();
   } catch (const Failure& failure) {
-    static constexpr int faults_of_a_seed[] = {ORK_invalid_argument, STORE_wrong_value_type,
-                                               STORE_value_too_long, STORE_key_taken,
-                                               DATE_invalid_format};
+    static constexpr int faults_of_a_seed[] = {
+        ORK_invalid_argument,     STORE_wrong_value_type, STORE_value_too_long,
+        STORE_key_taken,          DATE_invalid_format,    STORE_unknown_attribute,
+        OBJ_value_not_understood, FILE_cannot_read,       DSET_unknown_reference_name};
     const bool is_of_the_seed =
         std::count(std::begin(faults_of_a_seed), std::end(faults_of_a_seed), failure.status()) != 0;
     if (!is_of_the_seed) {
@@ -84,6 +88,18 @@ class SeedWriter {
 
   /** The dataset of this name that is related to a revision, or NULLTAG. */
   tag find_dataset(tag revision, const std::string& name);
+
+  /**
+   * A class of this name and parent, which is made when it is missing.
+   * @param[in] parent_place where the seed says what the parent is.
+   */
+  const Class& ensure_class(const Node& name, const Node& parent_place, const Class& parent);
+
+  /** An attribute of a class, which is made when it is missing. */
+  void take_attribute(const Node& node, const Class& owner);
+
+  /** A type of this name, parent and class of objects, which is made when it is missing. */
+  tag ensure_type(const Node& name, tag parent, const Class& type_class);
 
   /** Relates two objects, unless they are. */
   void ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary);

@@ -21,16 +21,18 @@ std::unique_ptr<Site>& current() {
 
 }  // namespace
 
-Site::Site(const std::string& path) : database_(path) {
+Site::Site(const std::string& path) : database_(path), vault_(path) {
   reload_store();
   reload_texts();
+  vault_.sweep(*store_);
 }
 
 Site::~Site() {
   try {
     store_->release_locks();
+    vault_.settle(*store_);
   } catch (const std::exception&) {
-    // They end with the process at the latest.
+    // Locks end with the process at the latest, and the next process sweeps the vault.
   }
 }
 
@@ -53,6 +55,7 @@ void Site::end_session() {
   session.reset();
   store_->release_locks();
   reload_store();
+  vault_.settle(*store_);
 }
 
 Site* open_site() {

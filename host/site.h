@@ -11,6 +11,7 @@
 #include "sqlite.h"
 #include "store.h"
 #include "texts.h"
+#include "vault.h"
 
 namespace host {
 
@@ -39,6 +40,7 @@ class Site {
   const std::string& path() const { return database_.path(); }
   Database& database() { return database_; }
   Store& store() { return *store_; }
+  Vault& vault() { return vault_; }
 
   /** The texts of the site's own. */
   const Texts& texts() const { return texts_; }
@@ -49,7 +51,7 @@ class Site {
 
   void begin_session(Session session);
 
-  /** Drops unsaved changes and gives locks back. */
+  /** Drops unsaved changes, with the contents of unsaved files, and gives locks back. */
   void end_session();
 
   std::optional<Session> session;
@@ -59,6 +61,7 @@ class Site {
   Database database_;
   std::unique_ptr<Store> store_;
   Texts texts_;
+  Vault vault_;
 };
 
 /** The open site. Without one: refused with ORK_site_not_available. */

@@ -2,15 +2,113 @@
 
 #include "ork/store.h"
 
+#include "access.h"
 #include "handout.h"
 #include "known_sites.h"
 #include "operation.h"
+#include "ork/access.h"
+
+namespace host {
+
+namespace {
+
+void refresh_instances(const std::vector<tag>& objects, bool for_change) {
+  std::vector<tag> locked;
+  try {
+    for (const tag object : objects) {
+      const bool was_locked = store().is_locked(object);
+      if (for_change) {
+        require_privilege(object, ACCESS_privilege_write);
+      }
+      store().refresh(object, for_change);
+      if (for_change && !was_locked) {
+        locked.push_back(object);
+      }
+    }
+  } catch (const Failure&) {
+    for (const tag object : locked) {
+      store().refresh(object, false);
+    }
+    throw;
+  }
+}
+
+}  // namespace
+
+}  // namespace host
+
+namespace host {
+
+namespace {
+
+constexpr std::string_view uid_letters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_$";
+constexpr int bits_per_letter = 6;
+constexpr int number_letters = 11; /**< for 64 bits: the site's number and the object's */
+constexpr int check_letters = 3;
+
+void append_letters(std::uint64_t number, int count, std::string* text) {
+  for (int i = count - 1; i >= 0; --i) {
+    *text += uid_letters[(number >> (bits_per_letter * i)) % uid_letters.size()];
+  }
+}
+
+/** Mixes all bits of a number, so that a slip in a text yields one that stands for nothing. */
+std::uint64_t mixed(std::uint64_t number) {
+  number = (number ^ (number >> 30)) * 0xBF58476D1CE4E5B9U;
+  number = (number ^ (number >> 27)) * 0x94D049BB133111EBU;
+  return number ^ (number >> 31);
+}
+
+std::string uid_of(Store& store, tag object) {
+  const std::uint64_t number =
+      std::uint64_t{static_cast<std::uint32_t>(local_site_number(store))} << 32 | object;
+  std::string uid;
+  append_letters(number, number_letters, &uid);
+  append_letters(mixed(number), check_letters, &uid);
+  return uid;
+}
+
+/** The object that a text would stand for, if it is the text of one. */
+tag object_of(std::string_view uid) {
+  std::uint64_t number = 0;
+  for (const char letter : uid.substr(0, number_letters)) {
+    number = number << bits_per_letter | (uid_letters.find(letter) % uid_letters.size());
+  }
+  return static_cast<tag>(number);
+}
+
+}  // namespace
+
+}  // namespace host
 
 using host::Needs;
 using host::operation;
 
 date_s STORE_null_date(void) {
   return {};
+}
+
+int STORE_tag_to_uid(tag object, char** uid) {
+  host::clear(uid);
+  return operation("STORE_tag_to_uid", Needs::session, [&] {
+    host::require_all(uid);
+    host::store().state(object);  // says what is wrong with the tag
+    *uid = host::hand_out(host::uid_of(host::store(), object));
+  });
+}
+
+int STORE_uid_to_tag(const char* uid, tag* object) {
+  host::clear(object);
+  return operation("STORE_uid_to_tag", Needs::session, [&] {
+    host::require_all(uid, object);
+    const tag named = host::object_of(uid);
+    if (host::uid_of(host::store(), named) != uid) {
+      host::refuse(STORE_unknown_tag, uid);
+    }
+    host::store().state(named);
+    *object = named;
+  });
 }
 
 int STORE_get_user(char** name, tag* user) {
@@ -54,6 +152,24 @@ int STORE_is_tag_valid(tag object, logical* valid) {
   return operation("STORE_is_tag_valid", Needs::session, [&] {
     host::require_all(valid);
     *valid = host::store().exists(object);
+  });
+}
+
+int STORE_instance_exists(tag object, logical* exists) {
+  host::clear(exists);
+  return operation("STORE_instance_exists", Needs::session, [&] {
+    host::require_all(exists);
+    *exists = host::store().exists(object);
+  });
+}
+
+int STORE_refresh_instances(int count, const tag* objects, tag, int lock) {
+  return operation("STORE_refresh_instances", Needs::session, [&] {
+    host::require(count >= 0 && (count == 0 || objects != nullptr), "there are no instances");
+    if (lock != STORE_no_lock && lock != STORE_modify_lock) {
+      host::refuse(STORE_unknown_lock, std::to_string(lock));
+    }
+    host::refresh_instances({objects, objects + count}, lock == STORE_modify_lock);
   });
 }
 

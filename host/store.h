@@ -156,10 +156,31 @@ class Store {
   /** Instances with a lock that somebody holds. */
   std::vector<tag> locked_instances();
 
-  void save(tag object);
+  void save(tag object) { save(std::vector<tag>{object}); }
 
-  /** Deletes an instance that this process has locked and that no saved one refers to. */
-  void remove(tag object);
+  /** Saves all of them in one transaction, or none. They may refer to one another. */
+  void save(const std::vector<tag>& objects);
+
+  /**
+   * Deletes an instance that this process has locked, with its parts, in one transaction. No saved
+   * instance that stays may refer to any of them.
+   */
+  void remove(tag object, const std::vector<tag>& parts = {});
+
+  /** A saved instance that refers to an instance, or NULLTAG; it itself and one other aside. */
+  tag referrer(tag object, tag aside = NULLTAG);
+
+  /** Forgets an instance that this process has made and that is not in the file. */
+  void drop(tag object);
+
+  /** Gives a lock back and keeps the values in memory; refused with unsaved changes. */
+  void unlock(tag object);
+
+  /** Reads an instance anew if another process has saved it since. */
+  void bring_up_to_date(tag object);
+
+  /** A saved instance that refers to an instance, or NULLTAG; it itself and one other aside. */
+  tag referrer(tag object, tag aside = NULLTAG);
 
   bool has_unsaved_changes() const;
   void save_all();
@@ -226,6 +247,7 @@ class Store {
   void complete_built_ins();
   bool add_missing_classes(bool write);
   bool add_missing_types(bool write);
+  bool add_missing_tools(bool write);
   void load_classes();
   Class& add_class(std::uint32_t id, const std::string& name, const Class* parent);
   void add_attribute(Class& owner, std::unique_ptr<Attribute> attribute);
@@ -233,8 +255,11 @@ class Store {
   Instance& loaded(tag object);
   void read(tag object, Instance& instance);
   std::optional<std::int64_t> saved_version(tag object);
-  void write(tag object, Instance& instance);
-  void stamp(tag object, Instance& instance);
+  void write_instance(tag object, const Instance& instance);
+  void write_values(tag object, const Instance& instance);
+  void note_saved(tag object, Instance& instance);
+  void erase_rows(tag object);
+  void sign(tag object, Instance& instance);
   void check_key(tag object, const Instance& instance);
   void check_references(const Slot& slot);
   void write_slot(tag object, const Attribute& attribute, const Slot& slot);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "datasets.h"
 #include "failure.h"
 #include "ork/store.h"
 #include "store.h"
@@ -111,12 +112,13 @@ void Store::create_tables() {
 }
 
 void Store::complete_built_ins() {
-  if (!add_missing_classes(false) && !add_missing_types(false)) {
+  if (!add_missing_classes(false) && !add_missing_tools(false) && !add_missing_types(false)) {
     return;
   }
   Transaction transaction(database_);
   load_classes();
   add_missing_classes(true);
+  add_missing_tools(true);
   add_missing_types(true);
   transaction.commit();
 }
@@ -146,6 +148,25 @@ bool Store::add_missing_classes(bool write) {
   return missing;
 }
 
+bool Store::add_missing_tools(bool write) {
+  bool missing = false;
+  for (const ToolDefinition& definition : built_in_tools()) {
+    if (find_one("Tool", {{"tool_name", definition.name}}) != NULLTAG) {
+      continue;
+    }
+    missing = true;
+    if (!write) {
+      break;
+    }
+    const tag tool = create(class_named("Tool"), {{"tool_name", definition.name}});
+    set_values(tool, "output_formats",
+               {definition.output_formats.begin(), definition.output_formats.end()});
+    save(tool);
+    refresh(tool, false);
+  }
+  return missing;
+}
+
 bool Store::add_missing_types(bool write) {
   bool missing = false;
   for (const TypeDefinition& definition : built_in_types()) {
@@ -159,6 +180,13 @@ bool Store::add_missing_types(bool write) {
     const tag type = create(class_named(definition.class_of_type));
     set(type, "type_name", std::string(definition.name));
     set(type, "type_class", std::string(definition.class_of_objects));
+    set(type, "parent_type", find_type(definition.parent));
+    for (const DatasetTypeDefinition& dataset_type : built_in_dataset_types()) {
+      if (dataset_type.type == definition.name) {
+        set(type, "default_tool", find_one("Tool", {{"tool_name", dataset_type.default_tool}}));
+        set_file_references(*this, type, dataset_type.references);
+      }
+    }
     save(type);
     refresh(type, false);
   }

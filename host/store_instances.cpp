@@ -197,18 +197,37 @@ InstanceState Store::state(tag object) {
   return InstanceState::not_loaded;
 }
 
-void Store::save(tag object) {
-  Instance& instance = loaded(object);
-  if (instance.state != InstanceState::is_new && !instance.locked) {
-    refuse(STORE_not_locked, object_text(object));
+void Store::save(const std::vector<tag>& objects) {
+  std::vector<std::pair<tag, Instance*>> changed;
+  for (const tag object : objects) {
+    Instance& instance = loaded(object);
+    if (instance.state != InstanceState::is_new && !instance.locked) {
+      refuse(STORE_not_locked, object_text(object));
+    }
+    if (instance.changed) {
+      sign(object, instance);
+      changed.emplace_back(object, &instance);
+    }
   }
-  if (!instance.changed) {
+  if (changed.empty()) {
     return;
   }
-  stamp(object, instance);
   Transaction transaction(database_);
-  write(object, instance);
+  // All of them exist before the first value is written, since they may refer to one another.
+  for (const auto& [object, instance] : changed) {
+    write_instance(object, *instance);
+  }
+  for (const auto& [object, instance] : changed) {
+    write_values(object, *instance);
+  }
   transaction.commit();
+  // Not before: what a failure undoes in the file is still to be saved.
+  for (const auto& [object, instance] : changed) {
+    note_saved(object, *instance);
+  }
+}
+
+void Store::note_saved(tag object, Instance& instance) {
   instance.state = InstanceState::loaded;
   new_.erase(object);
   instance.locked = true;
@@ -219,8 +238,7 @@ void Store::save(tag object) {
   }
 }
 
-void Store::write(tag object, Instance& instance) {
-  check_key(object, instance);
+void Store::write_instance(tag object, const Instance& instance) {
   if (instance.state == InstanceState::is_new) {
     run(database_, "INSERT INTO instance(tag, class, version) VALUES(?, ?, 1)", object,
         instance.type->id);
@@ -229,6 +247,10 @@ void Store::write(tag object, Instance& instance) {
     require_own_lock(object);
     run(database_, "UPDATE instance SET version = version + 1 WHERE tag = ?", object);
   }
+}
+
+void Store::write_values(tag object, const Instance& instance) {
+  check_key(object, instance);
   for (std::size_t i = 0; i < instance.slots.size(); ++i) {
     if (!instance.slots[i].changed) {
       continue;
@@ -249,7 +271,8 @@ void Store::write_slot(tag object, const Attribute& attribute, const Slot& slot)
   }
 }
 
-void Store::stamp(tag object, Instance& instance) {
+/** Notes who saves an instance, and when. */
+void Store::sign(tag object, Instance& instance) {
   if (instance.type->find_attribute("last_mod_date") == nullptr) {
     return;
   }
@@ -294,34 +317,65 @@ void Store::check_references(const Slot& slot) {
   }
 }
 
-void Store::remove(tag object) {
-  Instance& instance = loaded(object);
+tag Store::referrer(tag object, tag aside) {
+  Query references(database_,
+                   "SELECT instance FROM value WHERE attribute IN "
+                   "(SELECT id FROM attribute WHERE kind = 'reference') "
+                   "AND content = ? AND instance NOT IN (?, ?) LIMIT 1",
+                   object, object, aside);
+  return references.next() ? static_cast<tag>(references.integer(0)) : NULLTAG;
+}
+
+void Store::remove(tag object, const std::vector<tag>& parts) {
+  const Instance& instance = loaded(object);
   if (instance.state == InstanceState::is_new) {
-    new_.erase(object);
-    instances_.erase(object);
+    drop(object);
     return;
   }
   if (!instance.locked) {
     refuse_lock_of_other(object);
     refuse(STORE_not_locked, object_text(object));
   }
+  std::vector<tag> all = {object};
+  all.insert(all.end(), parts.begin(), parts.end());
   Transaction transaction(database_);
   require_own_lock(object);
-  Query references(database_,
-                   "SELECT instance FROM value WHERE attribute IN "
-                   "(SELECT id FROM attribute WHERE kind = 'reference') "
-                   "AND content = ? AND instance <> ? LIMIT 1",
-                   object, object);
-  if (references.next()) {
-    refuse(STORE_referenced,
-           object_text(object) + ", by object " + std::to_string(references.integer(0)));
+  for (const tag part : parts) {
+    refuse_lock_of_other(part);
   }
+  // First, since they may refer to one another.
+  for (const tag one : all) {
+    erase_rows(one);
+  }
+  for (const tag one : all) {
+    if (const tag other = referrer(one); other != NULLTAG) {
+      refuse(STORE_referenced, object_text(one) + ", by " + object_text(other));
+    }
+  }
+  transaction.commit();
+  for (const tag one : all) {
+    instances_.erase(one);
+  }
+}
+
+void Store::erase_rows(tag object) {
   run(database_, "DELETE FROM value WHERE instance = ?", object);
   run(database_, "DELETE FROM lock WHERE instance = ?", object);
   run(database_, "DELETE FROM password WHERE user = ?", object);
   run(database_, "UPDATE instance SET deleted = 1, version = version + 1 WHERE tag = ?", object);
-  transaction.commit();
+}
+
+void Store::drop(tag object) {
+  new_.erase(object);
   instances_.erase(object);
+}
+
+void Store::bring_up_to_date(tag object) {
+  Instance& instance = loaded(object);
+  const bool may_be_stale = instance.state == InstanceState::loaded && !instance.locked;
+  if (may_be_stale && saved_version(object) != instance.version) {
+    read(object, instance);
+  }
 }
 
 bool Store::has_unsaved_changes() const {
@@ -334,19 +388,14 @@ bool Store::has_unsaved_changes() const {
 }
 
 void Store::save_all() {
-  // Known objects may refer to new ones, and new ones to such as were made before them.
-  std::vector<std::pair<bool, tag>> changed;
+  std::vector<tag> changed;
   for (const auto& [object, instance] : instances_) {
     if (instance.changed) {
-      changed.emplace_back(instance.state != InstanceState::is_new, object);
+      changed.push_back(object);
     }
   }
   std::sort(changed.begin(), changed.end());
-  Transaction transaction(database_);
-  for (const auto& [is_known, object] : changed) {
-    save(object);
-  }
-  transaction.commit();
+  save(changed);
 }
 
 Store::Slot& Store::slot_of(Instance& instance, const std::string& attribute,

@@ -103,6 +103,15 @@ void Store::refresh(tag object, bool for_change) {
   read(object, instance);
 }
 
+void Store::unlock(tag object) {
+  Instance& instance = loaded(object);
+  if (instance.changed) {
+    refuse(STORE_not_saved, "object " + std::to_string(object));
+  }
+  run(database_, "DELETE FROM lock WHERE instance = ?", object);
+  instance.locked = false;
+}
+
 void Store::release_locks() {
   run(database_, "DELETE FROM lock WHERE node = ? AND process_id = ? AND process_start = ?", node_,
       process_.id, process_.start);

@@ -105,3 +105,12 @@ int TYPE_get_name2(tag type, char** name) {
     *name = host::hand_out(host::store().text(type, "type_name"));
   });
 }
+
+int TYPE_get_class_name(tag type, char* name) {
+  host::clear(name);
+  return operation("TYPE_get_class_name", Needs::session, [&] {
+    host::require_all(name);
+    host::require_type(type);
+    host::copy_out(host::store().text(type, "type_class"), name, TYPE_name_size + 1);
+  });
+}

@@ -119,11 +119,16 @@ std::string object_id_text(Store& store, tag object) {
 }
 
 std::string object_label(Store& store, tag object) {
-  static constexpr std::pair<const char*, const char*> names[] = {{"User", "user_id"},
-                                                                  {"Group", "group_name"},
-                                                                  {"Role", "role_name"},
-                                                                  {"Site", "site_name"},
-                                                                  {"Type", "type_name"}};
+  static constexpr std::pair<const char*, const char*> names[] = {
+      {"User", "user_id"},
+      {"Group", "group_name"},
+      {"Role", "role_name"},
+      {"Site", "site_name"},
+      {"Type", "type_name"},
+      {"ProcessTemplate", "template_name"},
+      {"TaskDefinition", "object_name"},
+      {"Tool", "tool_name"},
+      {"VeloFile", "original_file_name"}};
   if (store.is_a(object, "WorkspaceObject")) {
     return object_id_text(store, object);
   }
@@ -173,6 +178,14 @@ int WSO_describe(tag object, WSO_description_s* description) {
     host::require_workspace_object(host::store(), object);
     host::require_privilege(object, ACCESS_privilege_read);
     *description = host::describe_object(host::store(), object);
+  });
+}
+
+int WSO_set_revision_limit(tag object, int limit) {
+  return operation("WSO_set_revision_limit", Needs::session, [&] {
+    host::require_workspace_object(host::store(), object);
+    host::require(limit >= 1, "the limit");
+    host::store().set(object, "revision_limit", limit);
   });
 }
 

@@ -19,6 +19,7 @@
 
 #include "ork/date.h"
 #include "ork/file.h"
+#include "ork/flow.h"
 #include "ork/mem.h"
 #include "ork/ork.h"
 #include "ork/pref.h"
@@ -754,11 +755,404 @@ ZOLP_API int ZOLP_write_assylist(FILE* out, assy_entry* entry);
 
 /* ---------------------------------------------------------------------------------- datasets -- */
 
+/**
+ * Makes a dataset with its type's default tool, saved and unlocked and related to nothing. A type
+ * that the platform does not know makes none and is no failure: clear `dataset_tag` before the call
+ * and test it afterwards. A failure after the dataset was made leaves it in the database.
+ * @param[in] datasettype name of the dataset type.
+ * @param[in] dataset_name name of the dataset.
+ * @param[in] reference_name a named reference that the type must define; only checked.
+ * @param[in] dataset_format its format, of which the first 32 bytes are taken; null takes the first
+ *   output format of the default tool.
+ * @param[in] description its description; null for none.
+ * @param[out] dataset_tag the new dataset; untouched when none was made.
+ * @return 0; 919246 (the type cannot be looked up), 919247 (it has no default tool, or the tool's
+ *   formats cannot be read), 919248 (the tool has no output format), 919249 (the type has no such
+ *   reference), all but an unreadable tool's 919247 on the error stack with the name concerned; or
+ *   the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
+                                const char* reference_name, const char* dataset_format,
+                                const char* description, tag* dataset_tag);
+
+/**
+ * Attaches a file to a dataset, in place of what the reference refers to, if anything, and as a
+ * part of the dataset otherwise. Leaves the dataset saved, unlocked and unloaded; a failure leaves
+ * it as far as it got, and locked.
+ * @param[in] dataset the dataset; the function locks it.
+ * @param[in] file_tag the file.
+ * @param[in] reference name of the reference.
+ * @return 0 or the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_attachNamedReference(tag dataset, tag file_tag, const char* reference);
+
+/**
+ * Looks up what a dataset refers to.
+ * @param[in] dataset_name name of the dataset, the first of several.
+ * @param[in] ref_name name of the reference.
+ * @param[out] ref_tag what it refers to.
+ * @return 0, or 1 when there is no such dataset or reference, and for every other failure.
+ */
+ZOLP_API int ZOLP_findDatasetNamedRef(const char* dataset_name, const char* ref_name, tag* ref_tag);
+
+/**
+ * Relates two objects and saves the relation.
+ * @param[in] destObject the primary object.
+ * @param[in] tDataset the secondary object.
+ * @param[in] relation_type name of the relation type.
+ * @return 0 or the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_createRelation(tag destObject, tag tDataset, const char* relation_type);
+
+/**
+ * Imports a text file into a new dataset of the type "Text", related to nothing. A file that cannot
+ * be imported, saved or locked is reported in the trace, and the function goes on. A failure leaves
+ * what was made in the database, and the file locked.
+ * @param[in] reserved not used.
+ * @param[in] dataset_name name of the dataset.
+ * @param[in] path path of the text file.
+ * @param[out] dataset the new dataset; #NULLTAG when none was made.
+ * @return 0, the status of `ZOLP_createDataset` or `ZOLP_attachNamedReference`, or 1 when the
+ *   dataset cannot be refreshed in the end.
+ */
+ZOLP_API int ZOLP_importTextDataset(const char* reserved, const char* dataset_name,
+                                    const char* path, tag* dataset);
+
+/**
+ * Imports a text file into a new dataset of the type "Text" and the format "TEXT", related to an
+ * object as "VELO_reference". The first failure ends the work; what was made stays, unlocked.
+ * @param[in] destObject the object that gets the dataset.
+ * @param[in] szDatasetName name of the dataset.
+ * @param[in] szDatasetDesc its description; null for none.
+ * @param[in] szOsPath path of the text file.
+ * @param[in] szFileName name of the file, for the trace alone.
+ * @return 0 or the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_fct_import_text_dataset_desc(tag destObject, const char* szDatasetName,
+                                               const char* szDatasetDesc, const char* szOsPath,
+                                               const char* szFileName);
+
+/** The same without a description. */
+ZOLP_API int ZOLP_fct_import_text_dataset(tag destObject, const char* szDatasetName,
+                                          const char* szOsPath, const char* szFileName);
+
+/** Room that `ZOLP_exportImage` needs behind the directory for a file name, in bytes. */
+#define ZOLP_IMAGE_NAME_SIZE 387
+
+/**
+ * Exports files of datasets under generated names: item id, "_", revision id, "_", dataset name,
+ * cleaned by `ZOLP_RepSpecialChar`. The first dataset of the list yields its first named reference,
+ * the second its second, and so on; one that has fewer is passed over, and so is a file that
+ * exists, or that cannot be exported.
+ * @param[in] list the datasets.
+ * @param[in] count number of datasets.
+ * @param[in,out] export_file_path caller's buffer with the directory, which ends with a separator;
+ *   with room for #ZOLP_IMAGE_NAME_SIZE bytes behind it. Holds the directory again afterwards.
+ * @param[in] ref_name name that a reference must have.
+ * @param[in] mode must be "no".
+ * @param[in] itemrev item revision by which the files are named.
+ * @return 0, 1 for another mode or no item revision, or the status of the platform call that ended
+ *   the work.
+ */
+ZOLP_API int ZOLP_exportImage(tag* list, int count, char* export_file_path, const char* ref_name,
+                              const char* mode, tag itemrev);
+
+/**
+ * Copies a dataset so that the copy has files of its own, each with the copy's name and its old
+ * extension as original name; other objects that it refers to are shared. The environment variable
+ * "VK_TMP_DIR" names the folder that the files pass through; the system's own is used without it.
+ * Paths there have at most 260 bytes, original names at most 100; what is longer is cut.
+ * @param[in] tagOldDS the dataset, which stays as it is.
+ * @param[in] pcNewDatsetName name of the copy.
+ * @param[out] ptagNewDS the copy. After a failure it may exist, be locked and share files.
+ * @return 0 or the status of the platform call that failed.
+ */
+ZOLP_API int ZOLP_RealCopyDataset(tag tagOldDS, const char* pcNewDatsetName, tag* ptagNewDS);
+
 /* ------------------------------------------------------------------------------------- forms -- */
+
+/**
+ * Makes a form, saved and still locked.
+ * @param[in] form_name name of the form.
+ * @param[in] form_type name of its type.
+ * @param[in] description its description.
+ * @param[out] form the new form.
+ * @return 0 or the status of the platform call that failed; nothing made is deleted.
+ */
+ZOLP_API int ZOLP_createForm(const char* form_name, const char* form_type, const char* description,
+                             tag* form);
+
+/**
+ * Reads the 13 fields of a release-information form: "UrRevision", and person and date of each
+ * release step. A field that cannot be read is empty, and the others are read all the same.
+ * @param[in] form the form.
+ * @param[out] form_type_name always "FreigabeInfo".
+ * @param[out] field_count always 13.
+ * @param[out] field_names names of the fields.
+ * @param[out] field_display_names the same names.
+ * @param[out] field_lengths lengths of the values, in bytes.
+ * @param[out] field_values the values as users see them, at most 4000 bytes each.
+ *   The name, each array and each text in one are freed by the caller with `MEM_free`.
+ * @return the status of the last field, or 1 when memory is exhausted, which leaves null and 0.
+ */
+ZOLP_API int ZOLP_FORM_describe(tag form, char** form_type_name, int* field_count,
+                                char*** field_names, char*** field_display_names,
+                                int** field_lengths, char*** field_values);
+
+/**
+ * Master form of an item or item revision.
+ * @param[in] tagObj the object.
+ * @param[out] form the form; #NULLTAG on failure.
+ * @return 0, the platform's status, or 919999 when the object has not exactly one master form or
+ *   the site has no such relation; that code stands in the trace only. The relation type is looked
+ *   up once per process.
+ */
+ZOLP_API int ZOLP_GetMasterForm(tag tagObj, tag* form);
+
+/**
+ * Form that a dataset holds under a named reference; made if need be, both then saved. Unsaved
+ * changes of the dataset are dropped. The form is left unlocked, and so is the dataset.
+ * @param[in] tagObj the dataset.
+ * @param[in] cNamedRef name of the reference, and of a form that is made.
+ * @param[out] ptagForm the form; #NULLTAG when there is none. One that was made stays here when a
+ *   later step fails.
+ * @param[in] create 1 makes a form where there is none.
+ * @param[in] cFormType type of a form that is made; null or "" takes `cNamedRef`.
+ * @return 0, also when there is no form and none was wanted, or the platform's status.
+ */
+ZOLP_API int ZOLP_GetNamedRefForm(tag tagObj, const char* cNamedRef, tag* ptagForm, logical create,
+                                  const char* cFormType);
+
+/**
+ * Value of a form field as users see it.
+ * @param[in] form the form.
+ * @param[in] field_name name of the field.
+ * @param[in] len number of bytes to copy at most; a longer value is cut.
+ * @param[out] value caller's buffer of `len` + 1 bytes; empty on failure.
+ * @param[out] actual_chars length of what was copied; 0 on failure.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_FORM_ask_value(tag form, const char* field_name, int len, char* value,
+                                 int* actual_chars);
+
+/**
+ * Sets a form field from a text as users write it. The caller locks the form before and saves it
+ * afterwards.
+ * @param[in] form the form.
+ * @param[in] field_name name of the field.
+ * @param[in] field_value the text.
+ * @return 0 or the platform's status, for example for a text that is no value of the field.
+ */
+ZOLP_API int ZOLP_FORM_set_value(tag form, const char* field_name, const char* field_value);
 
 /* ------------------------------------------------- workflow attachments, tasks and reviewers -- */
 
+/*
+ * A job is given by its tag. What is attached to a job is attached to its root task. Types of
+ * attachments, states and results of tasks are those of `ork/flow.h`.
+ */
+
+/**
+ * Attaches objects to a job.
+ * @param[in] job the job.
+ * @param[in] attachment_type the type of attachment of all of them, for example
+ *   #FLOW_target_attachment.
+ * @param[in] count number of objects; 0 and less are passed to the platform as they are.
+ * @param[in] objects the objects.
+ * @return 0; 2002 when memory is exhausted, which is put on the platform's error stack, too; or the
+ *   platform's status.
+ */
+ZOLP_API int ZOLP_add_attachments(tag job, int attachment_type, int count, tag* objects);
+
+/** Attaches objects to a job as references; see `ZOLP_add_attachments`. */
+ZOLP_API int ZOLP_add_reference_objects(tag job, int count, tag* reference_objects);
+
+/** Attaches objects to a job as targets; see `ZOLP_add_attachments`. */
+ZOLP_API int ZOLP_add_target_objects(tag job, int count, tag* target_objects);
+
+/**
+ * Detaches objects from a job, whatever the type of their attachment.
+ * @param[in] job the job.
+ * @param[in] count number of objects.
+ * @param[in] objects the objects.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_remove_attachments(tag job, int count, tag* objects);
+
+/**
+ * Targets of a job.
+ * @param[in] job the job.
+ * @param[out] count number of targets.
+ * @param[out] target_objects the targets, freed by the caller with `MEM_free`; null for none. Both
+ *   are untouched when the job's root task cannot be found.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_ask_target_objects(tag job, int* count, tag** target_objects);
+
+/** References of a job; see `ZOLP_ask_target_objects`. */
+ZOLP_API int ZOLP_ask_reference_objects(tag job, int* count, tag** reference_objects);
+
+/**
+ * Brings a job up to date: the signoffs of its level tasks that are not completed, then targets,
+ * references and release statuses, then the job itself. An attached object that is not loaded is
+ * loaded; one that cannot be loaded is refreshed instead.
+ * @param[in] job the job.
+ * @return 0, or the status of the first step that failed, which ends the work.
+ */
+ZOLP_API int ZOLP_refresh_entire_job(tag job);
+
+/**
+ * Finds a condition task of a job by its name, in which case counts.
+ * @param[in] job the job.
+ * @param[in] task_name the name.
+ * @param[out] condition_task the first condition task of this name, or 0 when there is none.
+ * @return 0, also when there is none, or the platform's status.
+ */
+ZOLP_API int ZOLP_get_condition_task_by_name(tag job, const char* task_name, tag* condition_task);
+
+/**
+ * Sets the result of a condition task: locks the task, sets the result, saves the task and gives
+ * the lock back.
+ * @param[in] condition_task the task.
+ * @param[in] result the result, for example #FLOW_condition_true; passed to the platform as it is.
+ * @return the status of giving the lock back, and no other: failures of the steps before are in the
+ *   trace and on the platform's error stack. Ask the platform for the task's result to be sure.
+ */
+ZOLP_API int ZOLP_set_condition_task_result(tag condition_task, int result);
+
+/**
+ * Sets the result of a condition task that is known by its name.
+ * @param[in] job the job.
+ * @param[in] task_name, result as for the two functions above.
+ * @return 33080 when there is no condition task of this name; the status of looking for it; or as
+ *   `ZOLP_set_condition_task_result`.
+ */
+ZOLP_API int ZOLP_set_named_condition_task_result(tag job, const char* task_name, int result);
+
+/**
+ * The release level that is running: the first review task that has started, or else the first one
+ * that is pending.
+ * @param[in] job the job.
+ * @param[out] release_level the review task, or 0 when there is none.
+ * @param[out] release_level_name caller's buffer of #FLOW_name_size + 1 bytes for its name, which
+ *   is copied without a limit; "" when there is none.
+ * @return 0, also when there is none, or the platform's status.
+ */
+ZOLP_API int ZOLP_ask_current_release_level(tag job, tag* release_level, char* release_level_name);
+
+/** Name of the release level that is running; see `ZOLP_ask_current_release_level`. */
+ZOLP_API int ZOLP_ask_current_release_level_name(tag job, char* release_level_name);
+
+/**
+ * Finds a release level by its name, in which case counts.
+ * @param[in] job the job.
+ * @param[in] release_level_name the name.
+ * @param[out] release_level the first review task of this name, or 0 when there is none.
+ * @return 0, also when there is none, or the platform's status.
+ */
+ZOLP_API int ZOLP_find_release_level(tag job, const char* release_level_name, tag* release_level);
+
+/**
+ * Members of the team of a release level. Their signoffs are refreshed.
+ * @param[in] job the job.
+ * @param[in] release_level_name name of the release level.
+ * @param[out] count number of members; 0 when there is no such level or it has no team.
+ * @param[out] members group members and resource pools, freed by the caller with `MEM_free`; null
+ *   for none. After a failure both have the members that were read before it.
+ * @return 0, the platform's status, or 2002 when memory is exhausted.
+ */
+ZOLP_API int ZOLP_ask_reviewers(tag job, const char* release_level_name, int* count, tag** members);
+
+/**
+ * The same for members of one type.
+ * @param[in] member_type #SIGNOFF_group_member or #SIGNOFF_resource_pool. In the lines of the trace
+ *   the names of the two types are interchanged.
+ */
+ZOLP_API int ZOLP_ask_reviewers_by_type(tag job, const char* release_level_name, int member_type,
+                                        int* count, tag** members);
+
+/** Those of `ZOLP_ask_reviewers_by_type` with type 0. After a failure there are none. */
+ZOLP_API int ZOLP_ask_reviewers_groupmembers(tag job, const char* release_level_name, int* count,
+                                             tag** members);
+
+/** Those of `ZOLP_ask_reviewers_by_type` with type 1. After a failure there are none. */
+ZOLP_API int ZOLP_ask_reviewers_resourcepools(tag job, const char* release_level_name, int* count,
+                                              tag** members);
+
+/**
+ * For handlers: who signs off, and when. In a job without review tasks that is the job's owner, at
+ * no date; otherwise the user who runs the handler, with the date of the signoff of the handler's
+ * task that was examined last. Signoffs are examined up to the first one that approves.
+ * @param[in] msg the handler's message; its task counts.
+ * @param[out] user_name caller's buffer of #ORG_name_size + 1 (33) bytes for the user's id.
+ * @param[out] signoff_date the date; the null date when there is none.
+ * @param[out] user the user; 0 on failure.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_getJobInfo(const FLOW_action_message_s* msg, char* user_name,
+                             date_s* signoff_date, tag* user);
+
 /* --------------------------------------------------------------------------- handler targets -- */
+
+/**
+ * For handlers: the job of the handler's task and its targets, whose classes are traced.
+ * @param[in] msg the handler's message; its task counts.
+ * @param[out] job the job.
+ * @param[out] target_count number of targets.
+ * @param[out] targets the targets, freed by the caller with `MEM_free` on success, and not to be
+ *   used after a failure.
+ * @return 0, 33030 (#FLOW_target_object_not_attached) when there are no targets, or the platform's
+ *   status.
+ */
+ZOLP_API int ZOLP_getRHTargetObjects(const FLOW_action_message_s* msg, tag* job, int* target_count,
+                                     tag** targets);
+
+/**
+ * Deletes a job. Its targets stay.
+ * @param[in] job the job; one that does not exist is no failure.
+ * @return 0 or the platform's status.
+ */
+ZOLP_API int ZOLP_deleteJob(tag job);
+
+/**
+ * Writes a line for each dataset that is attached to a target of a job, for targets that are item
+ * revisions: the target's id, the dataset's type and its name, each padded to 25 columns. It does
+ * not tell whether one of them is a drawing: the reader does.
+ * @param[in] job the job.
+ * @param[in] report address of the open stream that the lines go to.
+ * @return 0 or the platform's status; a failing test of a target's class is also printed to
+ *   standard output.
+ */
+ZOLP_API int ZOLP_HasTargetADrawing(tag job, FILE** report);
+
+/**
+ * Puts the targets of a job into a folder, before what is inside. When there is no folder of the
+ * name, the first call only makes it, and a second one files the targets.
+ * @param[in] job the job.
+ * @param[in] folder_name name of the folder; of several the first one found is taken.
+ * @param[in] description description of a folder that is made.
+ * @return 0; 1 when the name is empty or the targets cannot be put into the folder; or the
+ *   platform's status.
+ */
+ZOLP_API int ZOLP_moveTargetToFolder(tag job, const char* folder_name, const char* description);
+
+/** Longest name of a job, in bytes; a buffer needs one byte more. */
+#define ZOLP_JOB_NAME_SIZE 128
+
+/**
+ * Gives objects a release status by means of a job that lives no longer than that: its process
+ * template has a handler that sets the status.
+ * @param[in] object_count number of objects.
+ * @param[in] objects the objects, the targets of the job.
+ * @param[in,out] job_name name of the job, to which the current time is appended, in seconds, in
+ *   the caller's buffer. The buffer needs room for eleven more bytes, or #ZOLP_JOB_NAME_SIZE + 1 in
+ *   all if that is less: beyond that nothing is written, and the time loses its end.
+ * @param[in] procedure_name name of the process template.
+ * @return 0, the platform's status when there is no such template, or 1 when the job could not be
+ *   made, was stopped or could not be deleted. A job that was stopped stays.
+ */
+ZOLP_API int ZOLP_addReleaseStatusWithTmpJob(int object_count, tag* objects, char* job_name,
+                                             const char* procedure_name);
 
 /* ------------------------------------------------------------------ BOM lines and structures -- */
 

@@ -59,4 +59,11 @@ void copy_text(char (&buffer)[Size], const char* text) {
   copy_text(buffer, Size, text);
 }
 
+/** Appends a text to the one in a buffer, cut where it does not fit. */
+template <std::size_t Size>
+void append_text(char (&buffer)[Size], const char* text) {
+  const std::size_t length = std::strlen(buffer);
+  copy_text(buffer + length, Size - length, text);
+}
+
 }  // namespace orktool

@@ -2,12 +2,19 @@
 // of items.
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "call_frame.h"
 #include "clock.h"
+#include "files.h"
 #include "host_memory.h"
+#include "host_texts.h"
 #include "ork/access.h"
+#include "ork/dset.h"
+#include "ork/err.h"
+#include "ork/file.h"
+#include "ork/form.h"
 #include "ork/item.h"
 #include "ork/mem.h"
 #include "ork/obj.h"
@@ -22,6 +29,7 @@
 
 using orktool::Frame;
 using orktool::HostPtr;
+using orktool::HostTexts;
 using orktool::out;
 
 int ZOLP_get_logical_pref(int /*option*/, const char* name, logical* value, logical default_value) {
@@ -89,41 +97,6 @@ int list_statuses(tag object, int* count, HostPtr<tag>& statuses) {
   return ORK_ok;
 }
 
-/** Names from ZOLP_CopyString in an array from MEM_alloc, freed together until handed over. */
-class NameArray {
- public:
-  explicit NameArray(int count)
-      : names_(static_cast<char**>(MEM_alloc(static_cast<std::size_t>(count) * sizeof(char*)))) {}
-  NameArray(const NameArray&) = delete;
-  NameArray& operator=(const NameArray&) = delete;
-  ~NameArray() {
-    for (int i = 0; i < size_; ++i) {
-      MEM_free(names_.get()[i]);
-    }
-  }
-
-  bool is_allocated() const { return names_ != nullptr; }
-
-  /** Appends a copy of a name; false when memory is exhausted. */
-  bool append(const char* name) {
-    char* copy = ZOLP_CopyString(orktool::text_or_empty(name));
-    if (copy == nullptr) {
-      return false;
-    }
-    names_.get()[size_++] = copy;
-    return true;
-  }
-
-  char** hand_over() {
-    size_ = 0;
-    return names_.release();
-  }
-
- private:
-  HostPtr<char*> names_;
-  int size_ = 0;
-};
-
 }  // namespace
 
 int ZOLP_ask_status_names(tag object, int* count, char*** names) {
@@ -137,7 +110,7 @@ int ZOLP_ask_status_names(tag object, int* count, char*** names) {
     *count = status_count;
     return frame.leave(ORK_ok);
   }
-  NameArray array(status_count);
+  HostTexts array(status_count);
   if (!array.is_allocated()) {
     ZOLP_CRERROR("ZOLP_ask_status_names alloc Memory");
     return frame.leave(exhausted_memory);
@@ -445,4 +418,296 @@ void ZOLP_GetTime(date_s* date) {
   date->minute = static_cast<std::uint8_t>(now.tm_min);
   date->second = static_cast<std::uint8_t>(now.tm_sec);
   (void)frame.leave(0);
+}
+
+// ------------------------------------------------------------------------------- dataset copies
+
+namespace {
+
+constexpr std::size_t longest_temporary_path = 260;
+constexpr std::size_t longest_original_name = 100;
+constexpr char file_class[] = "VeloFile";
+
+/** Replaces what is no ASCII letter, digit or dot. */
+void clean_file_name(char* name) {
+  for (; *name != '\0'; ++name) {
+    const char lower = static_cast<char>(*name | 0x20);
+    const bool stays =
+        (lower >= 'a' && lower <= 'z') || (*name >= '0' && *name <= '9') || *name == '.';
+    if (!stays) {
+      *name = '_';
+    }
+  }
+}
+
+/** A path in the folder for temporary files, with nothing there before and after. */
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(const char* name) {
+    if (const char* const folder = std::getenv("VK_TMP_DIR"); folder != nullptr) {
+      orktool::copy_text(path_, folder);
+    } else {
+      orktool::copy_temporary_folder(path_, sizeof(path_));
+    }
+    if (std::strlen(path_) >= longest_temporary_path) {
+      path_[0] = '\0';  // a cut folder is another place; no file has the empty path
+      return;
+    }
+    orktool::append_text(path_, separator);
+    orktool::append_text(path_, name);
+    orktool::remove_file(path_);
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() { orktool::remove_file(path_); }
+
+  const char* path() const { return path_; }
+
+ private:
+#if defined(_WIN32)
+  static constexpr char separator[] = "\\";
+#else
+  static constexpr char separator[] = "/";
+#endif
+
+  char path_[longest_temporary_path + 1];
+};
+
+/** A named reference of a dataset. */
+struct NamedReference {
+  char name[DSET_name_size + 1];
+  int type = 0;
+  tag object = NULLTAG;
+};
+
+/** How the dataset type wants the files of a reference imported; `is_known` says whether it does.
+ */
+int ask_import_type(tag dataset_type, const char* type_name, const char* reference_name,
+                    int* import_type, bool* is_known) {
+  int count = 0;
+  HostPtr<char*> templates;
+  HostPtr<char*> formats;
+  GUARDED("DSET_get_datasettype_file_refs(tagDSType, refname, &count, &templates, &formats)",
+          DSET_get_datasettype_file_refs(dataset_type, reference_name, &count, out(templates),
+                                         out(formats)));
+  *is_known = count != 0;
+  if (!*is_known) {
+    ZOLP_ERROR("no FileRefs Found DSType=%s namedref=%s\n", type_name, reference_name);
+    return ORK_ok;
+  }
+  const char* const format = formats.get()[0];
+  *import_type = std::strcmp(format, "TEXT") == 0     ? static_cast<int>(SS_TEXT)
+                 : std::strcmp(format, "BINARY") == 0 ? static_cast<int>(SS_BINARY)
+                                                      : 0;
+  return ORK_ok;
+}
+
+/** Exports a file and imports it again as one of its own. */
+int duplicate_file(tag file, const char* cleaned_name, int import_type, tag* duplicate) {
+  const TemporaryFile temporary(cleaned_name);
+  GUARDED("FILE_export_file(reference, tmpfile)", FILE_export_file(file, temporary.path()));
+  FILE_handle descriptor = nullptr;
+  GUARDED("FILE_import_file(tmpfile, NULL, filetype, &tagNewFile, &fileDescriptor)",
+          FILE_import_file(temporary.path(), nullptr, import_type, duplicate, &descriptor));
+  GUARDED("OBJ_save(tagNewFile)", OBJ_save(*duplicate));
+  return ORK_ok;
+}
+
+/** Names a file after its new dataset, with the extension that it had. */
+int rename_file(tag file, const char* dataset_name, const char* cleaned_name) {
+  const char* const extension = std::strrchr(cleaned_name, '.');
+  char name[longest_original_name + 1];
+  orktool::copy_text(name, dataset_name);
+  orktool::append_text(name, extension);
+  clean_file_name(name);
+  GUARDED("OBJ_lock(tagNewFile)", OBJ_lock(file));
+  GUARDED("FILE_set_original_file_name(tagNewFile, newname)",
+          FILE_set_original_file_name(file, name));
+  GUARDED("OBJ_save(tagNewFile)", OBJ_save(file));
+  GUARDED("OBJ_unlock(tagNewFile)", OBJ_refresh(file, 0));
+  return ORK_ok;
+}
+
+/** Gives the copy of a dataset a file of its own in place of one that it shares. */
+int replace_shared_file(tag copy, const NamedReference& reference, int import_type,
+                        const char* dataset_name) {
+  char original_name[FILE_original_name_size + 1];
+  GUARDED("FILE_get_original_file_name(reference, orgname)",
+          FILE_get_original_file_name(reference.object, original_name));
+  clean_file_name(original_name);
+  tag duplicate = NULLTAG;
+  if (const int status = duplicate_file(reference.object, original_name, import_type, &duplicate);
+      status != ORK_ok) {
+    return status;
+  }
+  GUARDED("DSET_replace_dataset_named_ref(*ptagNewDS, reference, refname, reftype, tagNewFile)",
+          DSET_replace_dataset_named_ref(copy, reference.object, reference.name, reference.type,
+                                         duplicate));
+  return rename_file(duplicate, dataset_name, original_name);
+}
+
+/** Replaces the object of a copy's reference, if it is a file. */
+int copy_reference(tag copy, int index, tag dataset_type, const char* type_name,
+                   const char* dataset_name) {
+  NamedReference reference;
+  GUARDED(
+      "DSET_find_dataset_named_ref(*ptagNewDS, jj, refname, &reftype, &reference)",
+      DSET_find_dataset_named_ref(copy, index, reference.name, &reference.type, &reference.object));
+  tag class_id = NULLTAG;
+  HostPtr<char> class_name;
+  GUARDED("STORE_class_of_instance(reference, &class_id)",
+          STORE_class_of_instance(reference.object, &class_id));
+  GUARDED("STORE_name_of_class(class_id, &class_name)",
+          STORE_name_of_class(class_id, out(class_name)));
+  if (std::strcmp(orktool::text_or_empty(class_name.get()), file_class) != 0) {
+    return ORK_ok;
+  }
+  int import_type = 0;
+  bool is_known = false;
+  const int status =
+      ask_import_type(dataset_type, type_name, reference.name, &import_type, &is_known);
+  if (status != ORK_ok || !is_known) {
+    return status;
+  }
+  return replace_shared_file(copy, reference, import_type, dataset_name);
+}
+
+}  // namespace
+
+int ZOLP_RealCopyDataset(tag tagOldDS, const char* pcNewDatsetName, tag* ptagNewDS) {
+  const Frame frame("ZOLP_RealCopyDataset");
+  *ptagNewDS = NULLTAG;
+  GUARDED("DSET_copy_dataset_with_id(tagOldDS, pcNewDatsetName, NULL, NULL, ptagNewDS)",
+          DSET_copy_dataset_with_id(tagOldDS, pcNewDatsetName, nullptr, nullptr, ptagNewDS));
+  GUARDED("OBJ_save(*ptagNewDS)", OBJ_save(*ptagNewDS));
+  GUARDED("OBJ_refresh(*ptagNewDS, TRUE)", OBJ_refresh(*ptagNewDS, 1));
+  char type_name[WSO_name_size + 1];
+  tag dataset_type = NULLTAG;
+  GUARDED("WSO_get_object_type(tagOldDS, type_name)", WSO_get_object_type(tagOldDS, type_name));
+  GUARDED("DSET_find_datasettype(type_name, &tagDSType)",
+          DSET_find_datasettype(type_name, &dataset_type));
+  int count = 0;
+  GUARDED("DSET_get_dataset_ref_count(*ptagNewDS, &count)",
+          DSET_get_dataset_ref_count(*ptagNewDS, &count));
+  for (int jj = 0; jj < count; ++jj) {
+    if (const int status = copy_reference(*ptagNewDS, jj, dataset_type, type_name, pcNewDatsetName);
+        status != ORK_ok) {
+      return status;
+    }
+  }
+  GUARDED("OBJ_save(*ptagNewDS)", OBJ_save(*ptagNewDS));
+  GUARDED("OBJ_unlock (*ptagNewDS)", OBJ_refresh(*ptagNewDS, 0));
+  return frame.leave(ORK_ok);
+}
+
+// ---------------------------------------------------------------------------------------- forms
+
+namespace {
+
+constexpr int no_single_master_form = 919999;
+
+/** Looked up once; a process works on one site. */
+tag master_form_relation = NULLTAG;
+
+}  // namespace
+
+int ZOLP_GetMasterForm(tag tagObj, tag* form) {
+  const Frame frame("ZOLP_GetMasterForm");
+  *form = NULLTAG;
+  if (master_form_relation == NULLTAG) {
+    GUARDED("TYPE_find_type(\"VELO_master_form\", NULL, &VK_master_form_rtype)",
+            TYPE_find_type("VELO_master_form", nullptr, &master_form_relation));
+    if (master_form_relation == NULLTAG) {
+      ZOLP_ERROR("ZOLP_GetMasterForm VK_master_form_rtype not found\n");
+      return frame.leave(no_single_master_form);
+    }
+  }
+  int count = 0;
+  HostPtr<tag> objects;
+  GUARDED("REL_list_secondary_objects_only(tagObj, VK_master_form_rtype, &count, &objects)",
+          REL_list_secondary_objects_only(tagObj, master_form_relation, &count, out(objects)));
+  if (count != 1) {
+    ZOLP_ERROR("ZOLP_GetMasterForm REL_list_secondary_objects_only return %d Objects\n", count);
+    return frame.leave(no_single_master_form);
+  }
+  *form = objects.get()[0];
+  return frame.leave(ORK_ok);
+}
+
+namespace {
+
+/** Makes a form and adds it to a dataset under a named reference; saves both. */
+int create_named_form(tag dataset, const char* reference_name, const char* form_type, tag* form) {
+  int status = ORK_ok;
+  TRACED(status, "FORM_create(cNamedRef, \"\", cFormType, ptagForm)",
+         FORM_create(reference_name, "", form_type, form));
+  if (status == ORK_ok) {
+    TRACED(status, "OBJ_lock(tagObj)", OBJ_lock(dataset));
+  }
+  if (status == ORK_ok) {
+    TRACED(status, "OBJ_save(*ptagForm)", OBJ_save(*form));
+  }
+  if (status == ORK_ok) {
+    TRACED(status, "DSET_add_dataset_named_ref(tagObj, cNamedRef, DSET_PART_OF, *ptagForm)",
+           DSET_add_dataset_named_ref(dataset, reference_name, DSET_PART_OF, *form));
+  }
+  if (status == ORK_ok) {
+    TRACED(status, "OBJ_save(tagObj)", OBJ_save(dataset));
+  }
+  return status;
+}
+
+}  // namespace
+
+int ZOLP_GetNamedRefForm(tag tagObj, const char* cNamedRef, tag* ptagForm, logical create,
+                         const char* cFormType) {
+  const Frame frame("ZOLP_GetNamedRefForm");
+  int status = ORK_ok;
+  TRACED(status, "OBJ_refresh(tagObj, STORE_no_lock)", OBJ_refresh(tagObj, 0));
+  *ptagForm = NULLTAG;
+  int reference_type = 0;
+  TRACED(status, "DSET_get_dataset_named_ref(tagObj, cNamedRef, &reference_type, ptagForm)",
+         DSET_get_dataset_named_ref(tagObj, cNamedRef, &reference_type, ptagForm));
+  if (status == DSET_no_named_reference) {
+    TRACED(status, "ERR_clear_last_error(DSET_no_named_reference)",
+           ERR_clear_last_error(DSET_no_named_reference));
+    *ptagForm = NULLTAG;
+    status = ORK_ok;
+  }
+  if (create == 0 || *ptagForm != NULLTAG) {
+    return frame.leave(status);
+  }
+  ZOLP_TRACE("Create NamedRefForm-Form:%s\n", cNamedRef);
+  if (status == ORK_ok) {
+    const bool has_type = cFormType != nullptr && *cFormType != '\0';
+    status = create_named_form(tagObj, cNamedRef, has_type ? cFormType : cNamedRef, ptagForm);
+  }
+  OBJ_refresh(tagObj, 0);
+  if (*ptagForm != NULLTAG) {
+    OBJ_refresh(*ptagForm, 0);
+  }
+  return frame.leave(status);
+}
+
+int ZOLP_FORM_ask_value(tag form, const char* field_name, int len, char* value, int* actual_chars) {
+  const Frame frame("ZOLP_FORM_ask_value");
+  *actual_chars = 0;
+  value[0] = '\0';
+  HostPtr<char> display_value;
+  GUARDED("OBJ_UIF_get_value(form, field_name, &display_value)",
+          OBJ_UIF_get_value(form, field_name, out(display_value)));
+  if (display_value != nullptr && len > 0) {
+    orktool::copy_text(value, static_cast<std::size_t>(len) + 1, display_value.get());
+  }
+  *actual_chars = static_cast<int>(std::strlen(value));
+  ZOLP_TRACE("get form field \"%s\" to value \"%s\"\n", field_name, value);
+  return frame.leave(ORK_ok);
+}
+
+int ZOLP_FORM_set_value(tag form, const char* field_name, const char* field_value) {
+  const Frame frame("ZOLP_FORM_set_value");
+  GUARDED("OBJ_UIF_set_value(form, field_name, field_value)",
+          OBJ_UIF_set_value(form, field_name, field_value));
+  ZOLP_TRACE("set form field \"%s\" to value \"%s\"\n", field_name, field_value);
+  return frame.leave(ORK_ok);
 }

@@ -29,6 +29,7 @@
 #include <vector>
 
 #include "call_frame.h"
+#include "files.h"
 #include "host_memory.h"
 #include "ork/file.h"
 #include "ork/pref.h"
@@ -42,6 +43,7 @@ using orktool::copy_text;
 using orktool::Frame;
 using orktool::here;
 using orktool::HostPtr;
+using orktool::is_same_file;
 using orktool::leave_frame;
 using orktool::out;
 using orktool::Place;
@@ -141,16 +143,6 @@ class LineReader {
   char buffer_[line_size + 1] = "";
   std::string_view line_;
 };
-
-/** Whether two paths lead to one file. */
-bool is_same_file(const char* path, const char* other) {
-  try {
-    std::error_code ignored;
-    return std::filesystem::equivalent(path, other, ignored);
-  } catch (const std::bad_alloc&) {
-    return true;  // the answer that overwrites nothing
-  }
-}
 
 /** A list and the copy that is made of it. */
 struct ListCopy {

@@ -7,6 +7,10 @@ namespace tool {
 
 void add_host_commands(CLI::App& program);
 void add_clone_command(CLI::App& program);
+void add_dataset_commands(CLI::App& program);
+void add_form_commands(CLI::App& program);
+void add_handler_commands(CLI::App& program);
+void add_job_commands(CLI::App& program);
 void add_list_commands(CLI::App& program);
 void add_object_commands(CLI::App& program);
 

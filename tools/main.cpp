@@ -45,7 +45,8 @@ int report_usage(const CLI::ParseError& error) {
 }
 
 int run(int argc, char** argv) {
-  CLI::App program("Works with release lists, clone runs and embedded host sites.", "zolp");
+  CLI::App program("Works with release lists, clone runs, workflow jobs and embedded host sites.",
+                   "zolp");
   program.footer(general_help);
   program.set_version_flag("--version", "zolp " ZOLP_TOOL_VERSION, "Print the version and exit");
   program.require_subcommand(1);
@@ -53,6 +54,10 @@ int run(int argc, char** argv) {
   tool::add_clone_command(program);
   tool::add_list_commands(program);
   tool::add_object_commands(program);
+  tool::add_dataset_commands(program);
+  tool::add_form_commands(program);
+  tool::add_job_commands(program);
+  tool::add_handler_commands(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {

@@ -8,6 +8,7 @@
 #include "commands.h"
 #include "error.h"
 #include "login.h"
+#include "objects.h"
 #include "ork/obj.h"
 #include "ork/org.h"
 #include "ork/rel.h"
@@ -23,63 +24,7 @@ namespace tool {
 
 namespace {
 
-void require(int status, const std::string& what) {
-  if (status != ORK_ok) {
-    throw Error("cannot read " + what + " (" + platform_error_text(status) + ")",
-                "see the call trace, set ZOLP_TRACE_LEVEL=4");
-  }
-}
-
-/** What a platform operation hands out as text. */
-template <typename Operation>
-std::string handed_out(Operation operation) {
-  char* text = nullptr;
-  operation(&text);
-  const PlatformBlock<char> block(text);
-  return text != nullptr ? text : "";
-}
-
-std::string id_of(tag object) {
-  const std::string id =
-      handed_out([object](char** text) { WSO_get_object_id_string(object, text); });
-  return !id.empty() ? id : "(object " + std::to_string(object) + ")";
-}
-
-std::string class_of(tag object) {
-  tag class_id = NULLTAG;
-  STORE_class_of_instance(object, &class_id);
-  return handed_out([class_id](char** text) { STORE_name_of_class(class_id, text); });
-}
-
-std::string type_name(tag type) {
-  std::array<char, ZOLP_NAME_SIZE + 1> name{};
-  ZOLP_TYPE_ask_name(type, name.data());
-  return name.data();
-}
-
-std::string date_text(const date_s& date) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d", date.year, date.month + 1, date.day,
-                date.hour, date.minute);
-  return date.year == 0 ? "" : text;
-}
-
 // --------------------------------------------------------------------------------------- show
-
-/** Finds the object of "ID" or "ID/REV". Item ids may hold a "/", so the last one counts. */
-tag find_object(const std::string& id) {
-  tag object = NULLTAG;
-  require(ZOLP_ITEM_find_item(id.c_str(), &object), "item " + id);
-  const std::size_t slash = id.rfind('/');
-  if (object == NULLTAG && slash != std::string::npos) {
-    require(ZOLP_ITEM_find_rev(id.substr(0, slash).c_str(), id.substr(slash + 1).c_str(), &object),
-            "revision " + id);
-  }
-  if (object == NULLTAG) {
-    throw Error("there is no item or revision " + id, "see \"zolp find '*'\" for what there is");
-  }
-  return object;
-}
 
 Json lock_of(tag object) {
   char* user = nullptr;
@@ -125,8 +70,7 @@ std::string site_of(tag object) {
   }
   tag site = NULLTAG;
   STORE_location_of_instance(object, &site);
-  return "replica of " +
-         handed_out([site](char** text) { OBJ_get_value_string(site, "site_name", text); });
+  return "replica of " + display_value(site, "site_name");
 }
 
 /** The relations of an object; those in which it is the primary one come first. */

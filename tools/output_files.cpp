@@ -20,7 +20,8 @@ std::string earlier_name(const std::string& name) {
   return name + ".earlier";
 }
 
-/** Lets signals that ask the program to end take effect at the next `stop_if_interrupted`. */
+}  // namespace
+
 void watch_for_interruption() {
   struct sigaction action = {};
   action.sa_handler = [](int) { interrupted = 1; };
@@ -31,8 +32,6 @@ void watch_for_interruption() {
   // A file that gets too large is a write that fails, to be reported like a full disk.
   signal(SIGXFSZ, SIG_IGN);
 }
-
-}  // namespace
 
 WorkFolder::WorkFolder(const fs::path& parent) {
   const std::string shown = parent.string();
@@ -106,8 +105,12 @@ void OutputFiles::publish() {
   }
 }
 
+bool is_interrupted() {
+  return interrupted != 0;
+}
+
 void stop_if_interrupted() {
-  if (interrupted != 0) {
+  if (is_interrupted()) {
     throw Error("interrupted", "nothing was written, start again");
   }
 }

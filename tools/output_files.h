@@ -47,9 +47,14 @@ class OutputFiles {
 };
 
 /**
- * Throws an Error when the user has interrupted the program. While there is a work folder to
- * remove, signals that ask the program to end take effect here; a second one ends it at once.
+ * Lets signals that ask the program to end take effect at the next `stop_if_interrupted`; a second
+ * one ends it at once. A work folder does so too.
  */
+void watch_for_interruption();
+
+bool is_interrupted();
+
+/** Throws an Error when the user has interrupted the program. */
 void stop_if_interrupted();
 
 }  // namespace tool

@@ -12,6 +12,9 @@
 extern "C" {
 #endif
 
+/** Codes of the application object operations. */
+enum { OBJ_value_not_understood = 39001 /**< the text is no value of the attribute's kind */ };
+
 /** Starts the application object module. Needs a session. */
 ORK_API int OBJ_init_module(void);
 
@@ -118,8 +121,8 @@ ORK_API int OBJ_set_value_string(tag object, const char* attribute, const char* 
 
 /**
  * Value of an attribute as users see it: text as it stands, numbers and logicals as text, dates in
- * the site's default format (`text.h`), objects under the text that names them, lists with ", "
- * between.
+ * the site's default format (`text.h`), at midnight without the time of day where that comes last,
+ * objects under the text that names them, lists with ", " between.
  * @param[in] object the object; it is loaded if need be.
  * @param[in] attribute name of the attribute.
  * @param[out] value the text, freed by the caller with `MEM_free`; "" for no value, null on
@@ -127,6 +130,19 @@ ORK_API int OBJ_set_value_string(tag object, const char* attribute, const char* 
  * @return #ORK_ok, #STORE_unknown_attribute or #ACCESS_denied without the privilege "READ".
  */
 ORK_API int OBJ_UIF_get_value(tag object, const char* attribute, char** value);
+
+/**
+ * Sets an attribute from a text as users write it: text, numbers with a decimal point whatever the
+ * locale, "True" and "False", dates in the site's default format with or without the time of day.
+ * Nothing may stand before or behind a value. "" takes the value away. The change is private to the
+ * process until the object is saved.
+ * @param[in] object an object that this process has locked or made.
+ * @param[in] attribute name of the attribute, which holds one value and no object.
+ * @param[in] value the text.
+ * @return #ORK_ok, #OBJ_value_not_understood, #STORE_unknown_attribute, #STORE_wrong_value_type for
+ *   lists and objects, #STORE_not_locked or #STORE_value_too_long.
+ */
+ORK_API int OBJ_UIF_set_value(tag object, const char* attribute, const char* value);
 
 #ifdef __cplusplus
 }

@@ -18,9 +18,10 @@ extern "C" {
 
 /** Codes of the organisation operations. */
 enum {
-  ORG_not_a_user = 23001,  /**< the object is not a user */
-  ORG_not_a_group = 23002, /**< the object is not a group */
-  ORG_not_a_role = 23003   /**< the object is not a role */
+  ORG_not_a_user = 23001,       /**< the object is not a user */
+  ORG_not_a_group = 23002,      /**< the object is not a group */
+  ORG_not_a_role = 23003,       /**< the object is not a role */
+  ORG_not_a_groupmember = 23004 /**< the object is not the membership of a user */
 };
 
 /** Starts the organisation module. Needs a session. */
@@ -69,6 +70,26 @@ ORK_API int ORG_get_user_identifier(tag user, char* user_id);
  * @return #ORK_ok or #ORG_not_a_group.
  */
 ORK_API int ORG_get_group_name(tag group, char* name);
+
+/**
+ * The membership with which the session's user works: in the session's group and role.
+ * @param[out] member the membership.
+ */
+ORK_API int ORG_get_current_groupmember(tag* member);
+
+/**
+ * User of a membership.
+ * @param[in] member the membership.
+ * @param[out] user the user.
+ * @return #ORK_ok or #ORG_not_a_groupmember.
+ */
+ORK_API int ORG_get_groupmember_user(tag member, tag* user);
+
+/** Group of a membership, as `ORG_get_groupmember_user`. */
+ORK_API int ORG_get_groupmember_group(tag member, tag* group);
+
+/** Role of a membership, as `ORG_get_groupmember_user`. */
+ORK_API int ORG_get_groupmember_role(tag member, tag* role);
 
 #ifdef __cplusplus
 }

@@ -25,11 +25,32 @@ enum {
   STORE_key_taken = 24009,         /**< another object has the same id, name or other key */
   STORE_referenced = 24010,        /**< other objects refer to the object, so it stays */
   STORE_refers_to_unsaved = 24011, /**< the object refers to one that was never saved */
-  STORE_not_saved = 24012          /**< the object has changes that were not saved */
+  STORE_not_saved = 24012,         /**< the object has changes that were not saved */
+  STORE_unknown_lock = 24013       /**< there is no such lock */
 };
 
 /** The date that stands for none: all members are 0. */
 ORK_API date_s STORE_null_date(void);
+
+/** Longest value of a text attribute that users see, in bytes. */
+#define STORE_max_string_length 4000
+
+/**
+ * The text that stands for an object outside of a session: it stays the same and is never used
+ * again.
+ * @param[in] object the object.
+ * @param[out] uid the text of 14 characters, freed by the caller with `MEM_free`.
+ * @return #ORK_ok, #STORE_unknown_tag or #STORE_deleted_tag.
+ */
+ORK_API int STORE_tag_to_uid(tag object, char** uid);
+
+/**
+ * The object that such a text stands for.
+ * @param[in] uid the text.
+ * @param[out] object the object; #NULLTAG on failure.
+ * @return #ORK_ok, #STORE_unknown_tag or #STORE_deleted_tag.
+ */
+ORK_API int STORE_uid_to_tag(const char* uid, tag* object);
 
 /**
  * The session's user.
@@ -76,6 +97,25 @@ enum {
  * @param[out] valid 1 if so; 0 for an unknown tag and for that of a deleted object.
  */
 ORK_API int STORE_is_tag_valid(tag object, logical* valid);
+
+/**
+ * Asks whether an instance exists, in memory or in the site.
+ * @param[in] object any value.
+ * @param[out] exists 1 if so; 0 for an unknown tag and for that of a deleted object.
+ */
+ORK_API int STORE_instance_exists(tag object, logical* exists);
+
+/**
+ * Brings instances up to date and locks them, or gives their locks back.
+ * @param[in] count number of instances.
+ * @param[in] objects the instances.
+ * @param[in] class_id pass #NULLTAG.
+ * @param[in] lock #STORE_modify_lock locks them for a change; #STORE_no_lock drops changes that
+ *   were not saved and gives the locks back.
+ * @return #ORK_ok, #STORE_unknown_lock, or as `OBJ_refresh`. After a failure none is locked that
+ *   was not before.
+ */
+ORK_API int STORE_refresh_instances(int count, const tag* objects, tag class_id, int lock);
 
 /**
  * State of an instance in this process.

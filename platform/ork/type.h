@@ -53,6 +53,14 @@ ORK_API int TYPE_is_type_of(tag type, tag ancestor, logical* verdict);
  */
 ORK_API int TYPE_get_name2(tag type, char** name);
 
+/**
+ * Name of the class that the objects of a type are stored in.
+ * @param[in] type the type.
+ * @param[out] name caller's buffer of #TYPE_name_size + 1 bytes; "" for types of relations.
+ * @return #ORK_ok or #TYPE_not_a_type.
+ */
+ORK_API int TYPE_get_class_name(tag type, char* name);
+
 #ifdef __cplusplus
 }
 #endif

@@ -68,6 +68,14 @@ typedef struct WSO_description_s {
 ORK_API int WSO_describe(tag object, WSO_description_s* description);
 
 /**
+ * Sets how many versions the site keeps of an object.
+ * @param[in] object an object that this process has locked or made.
+ * @param[in] limit the number, from 1 on.
+ * @return #ORK_ok, #WSO_not_a_workspace_object, #STORE_not_locked or #ORK_invalid_argument.
+ */
+ORK_API int WSO_set_revision_limit(tag object, int limit);
+
+/**
  * Finds workspace objects by name or by the text under which users see them, release statuses
  * excepted. It finds what is saved, in the order in which it was created.
  * @param[in] pattern the text, with the wildcards "*" (any text) and "?" (one character); ASCII

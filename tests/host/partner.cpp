@@ -5,6 +5,8 @@
 #include <string>
 
 #include "failure.h"
+#include "ork/file.h"
+#include "ork/obj.h"
 #include "ork_host.h"
 #include "store.h"
 
@@ -55,6 +57,25 @@ int save_forever(const char* path, tag object) {
   }
 }
 
+/** Imports a file twice, saves one of them and says which, and works on until it is killed. */
+int import_and_stay(const char* path, const char* file_path) {
+  std::FILE* const source = std::fopen(file_path, "w");
+  if (source == nullptr || std::fputs("theirs", source) == EOF || std::fclose(source) != 0 ||
+      ork_host_open(path) != ORK_ok || ORK_auto_login() != ORK_ok) {
+    return 1;
+  }
+  tag saved = NULLTAG;
+  tag unsaved = NULLTAG;
+  if (FILE_import_file(file_path, nullptr, SS_TEXT, &unsaved, nullptr) != ORK_ok ||
+      FILE_import_file(file_path, nullptr, SS_TEXT, &saved, nullptr) != ORK_ok ||
+      OBJ_save(saved) != ORK_ok) {
+    return 1;
+  }
+  say(std::to_string(saved));
+  std::getchar();
+  return 0;
+}
+
 void say_argument(const char* option) {
   const char* value = ORK_get_cli_argument(option);
   say(std::string(option) + " " + (value != nullptr ? value : "(none)"));
@@ -80,6 +101,9 @@ int main(int count, char** arguments) {
     }
     if (command == "save") {
       return save_forever(arguments[2], static_cast<tag>(std::atoi(arguments[3])));
+    }
+    if (command == "import") {
+      return import_and_stay(arguments[2], arguments[3]);
     }
     if (command == "arguments") {
       return say_arguments();

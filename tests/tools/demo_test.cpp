@@ -20,6 +20,19 @@ TEST(Demo, ShowsACloneRun) {
   }
 }
 
+TEST(Demo, ShowsDatasetsAndAForm) {
+  const test::TemporaryFolder scratch;
+  const test::Run demo = test::run_program(
+      {std::string(ZOLP_EXAMPLES) + "/datasets/demo.sh", ZOLP_PROGRAM_FOLDER, scratch.path("")});
+  EXPECT_EQ(demo.exit_code, 0);
+  EXPECT_EQ(demo.err, "");
+  for (const char* text :
+       {"exported.txt is what was imported", "Check_report__second_shaft.txt",
+        "wrote images/SH-200_A_Side_view", "UGepDate     16-Oct-2026", "there is no such date"}) {
+    EXPECT_THAT(demo.out, HasSubstr(text));
+  }
+}
+
 TEST(Demo, ReleaseListIsWhatItsPartsMake) {
   const test::Run made = test::run_program({clone_run + "/make_release_list.sh"});
   std::ifstream list(clone_run + "/release_list.txt", std::ios::binary);

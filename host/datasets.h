@@ -1,0 +1,51 @@
+/**
+ * @file
+ * Dataset types and datasets. What a type defines and what a dataset refers to are lists; the store
+ * keeps each as one list for every member, all of the same length.
+ */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "store.h"
+
+namespace host {
+
+/** One of a dataset's named references. */
+struct NamedReference {
+  std::string name;
+  int type; /**< DSET_PART_OF or DSET_ASSOCIATION */
+  tag object;
+};
+
+/** What a dataset type takes, or else the type above it; none where none of them says. */
+std::vector<FileReference> file_references(Store& store, tag type);
+
+/** Those that the type itself defines. */
+std::vector<FileReference> own_file_references(Store& store, tag type);
+void set_file_references(Store& store, tag type, const std::vector<FileReference>& references);
+
+/** Their names, each once. */
+std::vector<std::string> reference_names(const std::vector<FileReference>& references);
+
+/** Default tool of a dataset type, or else of the type above it; NULLTAG where none has one. */
+tag default_tool(Store& store, tag type);
+
+std::vector<NamedReference> named_references(Store& store, tag dataset);
+void set_named_references(Store& store, tag dataset, const std::vector<NamedReference>& references);
+
+/** Adds a reference behind those that a dataset has, if its type takes one of that name. */
+void add_named_reference(Store& store, tag dataset, const NamedReference& reference);
+
+/** Puts a reference in the place of the one of the same name that is to an object. */
+void replace_named_reference(Store& store, tag dataset, tag old_object,
+                             const NamedReference& reference);
+
+/**
+ * What is deleted with an object: the parts of a dataset that nothing else refers to. They are
+ * locked.
+ */
+std::vector<tag> lock_parts(Store& store, tag object);
+
+}  // namespace host

@@ -1,0 +1,19 @@
+/** @file Files as objects; their contents are in the vault. */
+#pragma once
+
+#include <string>
+
+#include "vault.h"
+
+namespace host {
+
+/** Copies a file into the vault; the object is not saved. */
+tag import_file(const std::string& path, const std::string& original_name, int type);
+
+/** How files of a format are imported. */
+int file_type(const std::string& format);
+
+/** What the vault has of a file. */
+Contents contents_of(Store& store, tag file);
+
+}  // namespace host

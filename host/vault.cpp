@@ -1,0 +1,299 @@
+#include "vault.h"
+
+#include <gcrypt.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <system_error>
+
+#include "crypto.h"
+#include "failure.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::size_t block_size = std::size_t{1} << 20;
+constexpr std::size_t name_bytes = 16;
+
+/** Of the name that incomplete contents have, where they need one. */
+constexpr const char* own_name_ending = ".part";
+
+/** What a failure of the operating system means: a code, and what it was about. */
+struct Meaning {
+  int status;
+  std::string what;
+};
+
+template <typename Action>
+auto with_meaning(const Meaning& meaning, const Action& action) {
+  try {
+    return action();
+  } catch (const std::system_error& error) {
+    refuse(meaning.status, meaning.what + ": " + error.code().message());
+  }
+}
+
+class Digest {
+ public:
+  Digest() {
+    start_crypto_library();
+    gcry_md_hd_t handle = nullptr;
+    if (const gcry_error_t error = gcry_md_open(&handle, GCRY_MD_SHA256, 0); error != 0) {
+      refuse(ORK_internal_error, std::string("digest: ") + gcry_strerror(error));
+    }
+    handle_.reset(handle);
+  }
+
+  void add(std::string_view data) { gcry_md_write(handle_.get(), data.data(), data.size()); }
+
+  std::string text() {
+    const unsigned char* bytes = gcry_md_read(handle_.get(), GCRY_MD_SHA256);
+    return hex_text({bytes, gcry_md_get_algo_dlen(GCRY_MD_SHA256)});
+  }
+
+ private:
+  struct Close {
+    void operator()(gcry_md_hd_t handle) const { gcry_md_close(handle); }
+  };
+  std::unique_ptr<gcry_md_handle, Close> handle_;
+};
+
+/** Reads a file to its end, block by block, and passes each block on. */
+template <typename Take>
+Contents read_through(const os::SourceFile& source, const Meaning& read_failure, const Take& take) {
+  std::vector<char> buffer(block_size);
+  Digest digest;
+  Contents contents;
+  while (const std::size_t count = with_meaning(
+             read_failure, [&] { return source.read(buffer.data(), buffer.size()); })) {
+    const std::string_view block(buffer.data(), count);
+    digest.add(block);
+    contents.size += static_cast<std::int64_t>(count);
+    take(block, contents.size);
+  }
+  contents.digest = digest.text();
+  return contents;
+}
+
+os::SourceFile open_source(const std::string& path, const Meaning& failure) {
+  return with_meaning(failure, [&] { return os::SourceFile(path); });
+}
+
+void require_regular(const os::SourceFile& source, const std::string& path) {
+  if (!source.is_regular()) {
+    refuse(FILE_cannot_read, path + ": it is a folder, or no regular file");
+  }
+}
+
+std::string random_name() {
+  start_crypto_library();
+  unsigned char bytes[name_bytes];
+  gcry_create_nonce(bytes, sizeof bytes);
+  return hex_text(bytes);
+}
+
+/** Names are read from the store and from lists, and what they name is read and removed. */
+bool is_name(const std::string& text) {
+  return text.size() == 2 * name_bytes &&
+         text.find_first_not_of("0123456789abcdef") == std::string::npos;
+}
+
+/** The part of a list's name that tells machines apart. */
+std::string node_part() {
+  std::string node = os::node_name();
+  std::replace(node.begin(), node.end(), '/', '_');
+  return node;
+}
+
+/** Name of a process's list: "<process id>-<start>-<machine>". */
+std::string list_name(const os::Process& process) {
+  return std::to_string(process.id) + "-" + std::to_string(process.start) + "-" + node_part();
+}
+
+/** The process of this machine whose list has a name. */
+std::optional<os::Process> process_of(const std::string& name) {
+  const char* const end = name.data() + name.size();
+  os::Process process;
+  const auto id = std::from_chars(name.data(), end, process.id);
+  if (id.ec != std::errc() || id.ptr == end) {
+    return std::nullopt;
+  }
+  std::from_chars(id.ptr + 1, end, process.start);
+  return list_name(process) == name ? std::optional(process) : std::nullopt;
+}
+
+std::string parent_folder(const std::string& path) {
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  return folder.empty() ? "." : folder;
+}
+
+/** Whether something has a path, be it a link that leads nowhere. */
+bool is_taken(const std::string& path) {
+  std::error_code ignored;
+  return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+}
+
+void publish(os::NewFile& file, const std::string& path) {
+  try {
+    file.publish(path);
+  } catch (const std::system_error& error) {
+    if (error.code() == std::errc::file_exists) {
+      refuse(FILE_exists, path);
+    }
+    throw;
+  }
+}
+
+}  // namespace
+
+void Progress::report(std::int64_t done, std::int64_t total) const {
+  if (function != nullptr && function(done, std::max(done, total), context) == 0) {
+    refuse(FILE_cancelled, "after " + std::to_string(done) + " bytes");
+  }
+}
+
+Contents read_contents(const std::string& path) {
+  const Meaning failure{FILE_cannot_read, path};
+  const os::SourceFile source = open_source(path, failure);
+  require_regular(source, path);
+  return read_through(source, failure, [](std::string_view, std::int64_t) {});
+}
+
+Vault::Vault(const std::string& site_path)
+    : is_temporary_(site_path == ":memory:"),
+      // One vault by whatever path the site is opened, and if the program changes its folder.
+      folder_(is_temporary_ ? std::string()
+                            : std::filesystem::weakly_canonical(site_path).string() + ".vault") {}
+
+Vault::~Vault() {
+  if (is_temporary_ && !folder_.empty()) {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+  }
+}
+
+std::string Vault::path_of(const std::string& name) const {
+  if (!is_name(name)) {
+    refuse(FILE_damaged, "\"" + name + "\" is no name of contents");
+  }
+  return folder_ + "/" + name;
+}
+
+void Vault::make_folder() {
+  if (folder_.empty()) {
+    folder_ = os::make_temporary_folder();
+  }
+  std::filesystem::create_directories(folder_ + "/importing");
+}
+
+void Vault::announce(const std::string& name) {
+  with_meaning({FILE_cannot_write, "the vault"}, [&] {
+    make_folder();
+    os::open_for_appending(list_path(list_name(os::this_process()))).write(name + "\n");
+  });
+  announced_.push_back(name);
+}
+
+Contents Vault::bring_in(const std::string& path, const Progress& progress) {
+  const Meaning read_failure{FILE_cannot_read, path};
+  const Meaning write_failure{FILE_cannot_write, "the vault, for " + path};
+  const os::SourceFile source = open_source(path, read_failure);
+  require_regular(source, path);
+  const std::string name = random_name();
+  announce(name);
+  return with_meaning(write_failure, [&] {
+    os::NewFile file(folder_, name + own_name_ending, os::NewFile::Mode::read_only);
+    progress.report(0, source.size());
+    Contents contents =
+        read_through(source, read_failure, [&](std::string_view block, std::int64_t done) {
+          file.write(block);
+          progress.report(done, source.size());
+        });
+    if (!is_temporary_) {
+      file.sync();
+    }
+    file.publish(path_of(name));
+    if (!is_temporary_) {
+      os::sync_folder(folder_);
+    }
+    contents.name = name;
+    return contents;
+  });
+}
+
+void Vault::take_out(const Contents& contents, const std::string& path,
+                     const Progress& progress) const {
+  if (path.empty()) {
+    refuse(FILE_cannot_open, "the path is empty");
+  }
+  const Meaning damage{FILE_damaged, "its contents " + contents.name + " cannot be read"};
+  const os::SourceFile source = open_source(path_of(contents.name), damage);
+  if (is_taken(path)) {
+    refuse(FILE_exists, path);  // before much is copied for nothing; publishing asks again
+  }
+  std::optional<os::NewFile> file;
+  with_meaning({FILE_cannot_open, path}, [&] {
+    file.emplace(parent_folder(path), ".export-" + random_name(), os::NewFile::Mode::usual);
+  });
+  with_meaning({FILE_cannot_write, path}, [&] {
+    progress.report(0, contents.size);
+    const Contents found =
+        read_through(source, damage, [&](std::string_view block, std::int64_t done) {
+          file->write(block);
+          progress.report(done, contents.size);
+        });
+    if (found.size != contents.size || found.digest != contents.digest) {
+      refuse(FILE_damaged, "its contents " + contents.name + " are not what was imported: " +
+                               std::to_string(found.size) + " bytes of " +
+                               std::to_string(contents.size) + ", digest " + found.digest);
+    }
+    publish(*file, path);
+  });
+}
+
+void Vault::remove_unclaimed(Store& store, const std::vector<std::string>& names) const {
+  for (const std::string& name : names) {
+    if (is_name(name) && store.find_one("VeloFile", {{"contents", name}}) == NULLTAG) {
+      std::error_code ignored;
+      std::filesystem::remove(path_of(name), ignored);
+      std::filesystem::remove(path_of(name) + own_name_ending, ignored);
+    }
+  }
+}
+
+void Vault::settle(Store& store) {
+  if (announced_.empty()) {
+    return;
+  }
+  remove_unclaimed(store, announced_);
+  announced_.clear();
+  std::error_code ignored;
+  std::filesystem::remove(list_path(list_name(os::this_process())), ignored);
+}
+
+void Vault::sweep(Store& store) const {
+  std::error_code none;
+  if (folder_.empty()) {
+    return;
+  }
+  for (const auto& list : std::filesystem::directory_iterator(folder_ + "/importing", none)) {
+    const auto process = process_of(list.path().filename().string());
+    if (!process || *process == os::this_process() || os::is_running(*process)) {
+      continue;
+    }
+    std::ifstream lines(list.path());
+    std::vector<std::string> names;
+    for (std::string line; std::getline(lines, line);) {
+      names.push_back(line);
+    }
+    remove_unclaimed(store, names);
+    std::filesystem::remove(list.path(), none);
+  }
+}
+
+}  // namespace host

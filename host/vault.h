@@ -1,0 +1,84 @@
+/**
+ * @file
+ * The vault: the contents of files, in a folder beside the site's file. Which contents belong to
+ * which file, the store says (class VeloFile).
+ *
+ *   <site>.vault/<32 hexadecimal digits>     contents; the name is random
+ *   <site>.vault/importing/<process>         names of contents that this process has brought in or
+ *                                            means to remove, one a line
+ *
+ * Contents come before the file that has them is saved, and go after it is deleted. What a process
+ * had under way stands in its list before it begins; when the session ends, or by the next process
+ * that opens the site after it was killed, whatever no saved file has is removed. So nothing is
+ * left over, and nothing is taken from a process that is still at work.
+ *
+ * A site that keeps nothing has a temporary folder, made at the first import.
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ork/file.h"
+#include "os_file.h"
+#include "store.h"
+
+namespace host {
+
+/** The function that copies report to, and that may end them. */
+struct Progress {
+  FILE_progress function = nullptr;
+  void* context = nullptr;
+
+  /** Reports; refuses with FILE_cancelled when the function wants no more. */
+  void report(std::int64_t done, std::int64_t total) const;
+};
+
+struct Contents {
+  std::string name; /**< in the vault */
+  std::int64_t size = 0;
+  std::string digest; /**< SHA-256 in hexadecimal digits */
+};
+
+/** Size and digest of a file in the file system. */
+Contents read_contents(const std::string& path);
+
+class Vault {
+ public:
+  explicit Vault(const std::string& site_path);
+  ~Vault();
+  Vault(const Vault&) = delete;
+  Vault& operator=(const Vault&) = delete;
+
+  /** Copies a file into the vault. */
+  Contents bring_in(const std::string& path, const Progress& progress);
+
+  /** Copies contents to a path where nothing may be, and checks them on the way. */
+  void take_out(const Contents& contents, const std::string& path, const Progress& progress) const;
+
+  /** Marks contents as this process's business, before the file that has them is deleted. */
+  void announce(const std::string& name);
+
+  /** Removes contents that no saved file has. */
+  void remove_unclaimed(Store& store, const std::vector<std::string>& names) const;
+
+  /** Removes what this process has announced and no saved file has. */
+  void settle(Store& store);
+
+  /** Removes what processes that have ended had announced and no saved file has. */
+  void sweep(Store& store) const;
+
+ private:
+  void make_folder();
+  std::string path_of(const std::string& name) const;
+  std::string list_path(const std::string& process) const {
+    return folder_ + "/importing/" + process;
+  }
+
+  bool is_temporary_;
+  std::string folder_; /**< empty until a temporary one is made */
+  std::vector<std::string> announced_;
+};
+
+}  // namespace host

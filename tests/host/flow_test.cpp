@@ -1,0 +1,586 @@
+// Jobs: how they run, what stops them, what is left of them.
+
+#include "ork/flow.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+#include "objects_site.h"
+#include "ork/folder.h"
+#include "ork/obj.h"
+#include "ork/org.h"
+#include "ork/rsv.h"
+#include "ork/signoff.h"
+#include "ork/store.h"
+#include "ork/type.h"
+#include "ork/wso.h"
+#include "tests/support/temporary_folder.h"
+
+using test::describe;
+using test::last_error;
+using test::ObjectsSite;
+using test::take;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+constexpr const char* flow_seed = R"({
+  "users": [{"id": "wagner", "memberships": [{"group": "dba", "role": "Designer"}]}],
+  "process_templates": [
+    {"name": "Straight", "tasks": [
+      {"name": "One", "handlers": [{"on": "start", "name": "note", "arguments": ["a=1", "b=2"]},
+                                   {"on": "complete", "name": "note"}]},
+      {"name": "Two", "tasks": [{"name": "Inner", "handlers": [{"on": "start", "name": "act"}]}]}]},
+    {"name": "Release", "description": "Checked by two",
+     "handlers": [{"on": "complete", "name": "set-release-status",
+                   "arguments": ["status=Checked"]}],
+     "tasks": [
+       {"name": "Check", "type": "review", "quorum": 2, "signoffs": [
+         {"user": "wagner", "group": "design"}, {"pool": {"role": "Administrator"}},
+         {"pool": {"group": "design", "role": "Designer"}}]},
+       {"name": "Large?", "type": "condition", "branches": [
+         {"result": true, "tasks": [{"name": "Inform"}, {"name": "Wait", "type": "condition"}]},
+         {"result": false, "tasks": [{"name": "File"}]},
+         {"result": 7, "tasks": []}]},
+       {"name": "Last"}]},
+    {"name": "Withdraw", "handlers": [
+      {"on": "start", "name": "clear-release-status", "arguments": ["status=Checked"]}]}]})";
+
+/** What "note" was called with, and what "act" does. */
+struct Handlers {
+  std::vector<std::string> notes;
+  int (*act)(const FLOW_action_message_s* message) = nullptr;
+};
+
+Handlers& handlers() {
+  static Handlers instance;
+  return instance;
+}
+
+std::string name_of(tag task) {
+  char name[FLOW_name_size + 1];
+  FLOW_get_name(task, name);
+  return name;
+}
+
+int note(const FLOW_action_message_s* message) {
+  handlers().notes.push_back(name_of(message->task) + " " + std::to_string(message->action) + " " +
+                             std::to_string(message->proposed_state) + " " + message->arguments);
+  return ORK_ok;
+}
+
+int act(const FLOW_action_message_s* message) {
+  return handlers().act != nullptr ? handlers().act(message) : ORK_ok;
+}
+
+tag process_template(const char* name) {
+  tag found = NULLTAG;
+  EXPECT_EQ(FLOW_find_process_template(name, &found), ORK_ok) << last_error();
+  return found;
+}
+
+/** Starts a job of the template's name. */
+int start(const char* name, const std::vector<tag>& targets, tag* job) {
+  const std::vector<int> types(targets.size(), FLOW_target_attachment);
+  return FLOW_create_process(name, "", process_template(name), static_cast<int>(targets.size()),
+                             targets.data(), types.data(), job);
+}
+
+tag started(const char* name, const std::vector<tag>& targets = {}) {
+  tag job = NULLTAG;
+  EXPECT_EQ(start(name, targets, &job), ORK_ok) << last_error();
+  return job;
+}
+
+std::vector<tag> tasks(tag job, int type = eFLOWAnyTask) {
+  int count = -1;
+  tag* found = nullptr;
+  EXPECT_EQ(FLOW_get_type_tasks(job, type, &count, &found), ORK_ok) << last_error();
+  return take(count, found);
+}
+
+tag task(tag job, const std::string& name) {
+  for (const tag one : tasks(job)) {
+    if (name_of(one) == name) {
+      return one;
+    }
+  }
+  ADD_FAILURE() << "no task " << name;
+  return NULLTAG;
+}
+
+/** Names and first letters of the states of all tasks, in their order. */
+std::string states(tag job) {
+  std::string text;
+  for (const tag one : tasks(job)) {
+    int state = 0;
+    char name[FLOW_state_name_size + 1];
+    EXPECT_EQ(FLOW_get_state(one, &state) | FLOW_get_state_string(state, name), ORK_ok);
+    text += name_of(one) + ":" + name[0] + " ";
+  }
+  return text;
+}
+
+std::vector<tag> attachments(tag task, int type) {
+  int count = -1;
+  tag* found = nullptr;
+  EXPECT_EQ(FLOW_get_attachments(task, type, &count, &found), ORK_ok) << last_error();
+  return take(count, found);
+}
+
+tag root(tag job) {
+  tag task = NULLTAG;
+  EXPECT_EQ(FLOW_get_root_task(job, &task), ORK_ok);
+  return task;
+}
+
+int set_result(tag task, int result) {
+  EXPECT_EQ(OBJ_refresh(task, 1), ORK_ok) << last_error();
+  const int status = FLOW_set_condition_task_result(task, result);
+  const int saved = status == ORK_ok ? OBJ_save(task) : status;
+  EXPECT_EQ(OBJ_refresh(task, 0), ORK_ok);
+  return saved;
+}
+
+/** Display value of an object's statuses. */
+std::string statuses(tag object) {
+  char* value = nullptr;
+  EXPECT_EQ(OBJ_UIF_get_value(object, "release_status_list", &value), ORK_ok);
+  return take(value);
+}
+
+class Flow : public ObjectsSite {
+ protected:
+  void SetUp() override {
+    ObjectsSite::SetUp();
+    prepare();
+    log_in_as_designer();
+  }
+
+  static void prepare() {
+    ASSERT_EQ(ork_host_seed(flow_seed), ORK_ok) << last_error();
+    FLOW_register_handler("note", note);
+    FLOW_register_handler("act", act);
+  }
+};
+
+}  // namespace
+
+TEST_F(Flow, RunsToTheEndWhereNothingHoldsItBack) {
+  const tag bracket = find("000100", "B");
+  const tag job = started("Straight", {bracket});
+  EXPECT_EQ(states(job), "Straight:C One:C Two:C Inner:C ");
+  EXPECT_THAT(handlers().notes, ElementsAre("One 1 4 a=1\nb=2", "One 2 8 "));
+  EXPECT_THAT(attachments(root(job), FLOW_target_attachment), ElementsAre(bracket));
+  WSO_description_s described;
+  EXPECT_EQ(WSO_describe(job, &described), ORK_ok);
+  EXPECT_STREQ(described.owners_name, "wagner");
+  EXPECT_STREQ(described.object_type, "Job");
+  tag back = NULLTAG;
+  EXPECT_EQ(FLOW_get_job(task(job, "Inner"), &back), ORK_ok);
+  EXPECT_EQ(back, job);
+  const std::string template_before = describe("process_templates");
+  EXPECT_EQ(ork_host_seed(flow_seed), ORK_ok) << last_error();
+  EXPECT_EQ(describe("process_templates"), template_before);
+  ASSERT_EQ(ork_host_seed(R"({"process_templates": [{"name": "Straight", "tasks": [
+    {"name": "Only", "type": "condition"}]}]})"),
+            ORK_ok)
+      << last_error();
+  EXPECT_EQ(states(job), "Straight:C One:C Two:C Inner:C ") << "a job keeps what it was made of";
+  EXPECT_EQ(states(started("Straight")), "Straight:S Only:S ");
+}
+
+TEST_F(Flow, ReviewsWaitForTheirQuorumAndConditionsForTheirResult) {
+  const tag pump = find("000200", "A");
+  const tag shaft = find("000300");
+  const tag job = started("Release", {pump, shaft});
+  const tag check = task(job, "Check");
+  EXPECT_EQ(states(job),
+            "Release:S Check:S select-signoff-team:C Large?:P Inform:P Wait:P File:P "
+            "Last:P ");
+  const std::vector<tag> signoffs = attachments(check, FLOW_signoff_attachment);
+  ASSERT_EQ(signoffs.size(), 3u);
+  EXPECT_EQ(attachments(task(job, "select-signoff-team"), FLOW_signoff_attachment), signoffs);
+
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[1], SIGNOFF_approve, ""), SIGNOFF_not_the_member);
+  EXPECT_EQ(last_error(), "The signoff is another one's to decide on: user wagner, review Check");
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], 1, ""), SIGNOFF_unknown_decision);
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(check, SIGNOFF_approve, ""), SIGNOFF_not_a_signoff);
+  EXPECT_EQ(
+      SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, std::string(300, 'c').c_str()),
+      STORE_value_too_long);
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_reject, "too heavy"), ORK_ok);
+  int decision = 0;
+  char comments[SIGNOFF_comment_size + 1];
+  date_s date{};
+  EXPECT_EQ(SIGNOFF_get_signoff_decision(signoffs[0], &decision, comments, &date), ORK_ok);
+  EXPECT_EQ(decision, SIGNOFF_reject);
+  EXPECT_STREQ(comments, "too heavy");
+  EXPECT_NE(date.year, 0);
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, nullptr), ORK_ok);
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[2], SIGNOFF_approve, nullptr), ORK_ok);
+  EXPECT_EQ(states(job),
+            "Release:S Check:C select-signoff-team:C Large?:S Inform:P Wait:P File:P "
+            "Last:P ");
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_reject, ""), SIGNOFF_not_in_progress);
+
+  EXPECT_EQ(FLOW_set_condition_task_result(check, 1), FLOW_not_a_condition_task);
+  EXPECT_EQ(FLOW_set_condition_task_result(task(job, "Large?"), 1), STORE_not_locked);
+  EXPECT_EQ(set_result(task(job, "Wait"), FLOW_condition_true), ORK_ok) << "it keeps it";
+  EXPECT_EQ(states(job).find("Wait:C"), std::string::npos);
+  EXPECT_EQ(set_result(task(job, "Large?"), FLOW_condition_true), ORK_ok) << last_error();
+  EXPECT_EQ(states(job),
+            "Release:C Check:C select-signoff-team:C Large?:C Inform:C Wait:C File:S "
+            "Last:C ");
+  EXPECT_EQ(set_result(task(job, "Large?"), FLOW_condition_false), FLOW_task_is_over);
+
+  EXPECT_EQ(statuses(pump), "Checked");
+  EXPECT_EQ(statuses(shaft), "Checked");
+  EXPECT_EQ(attachments(root(job), FLOW_release_status_attachment).size(), 1u);
+  EXPECT_EQ(RSV_assert_object_modifiable(shaft), RSV_not_modifiable);
+  started("Withdraw", {pump});
+  EXPECT_EQ(statuses(pump) + statuses(shaft), "Checked");
+  started("Withdraw", {shaft});
+  EXPECT_EQ(statuses(shaft), "");
+
+  const tag other = started("Release");
+  EXPECT_EQ(set_result(task(other, "Large?"), 7), ORK_ok);
+  for (const tag signoff : attachments(task(other, "Check"), FLOW_signoff_attachment)) {
+    SIGNOFF_set_signoff_decision(signoff, SIGNOFF_approve, "");
+  }
+  EXPECT_THAT(states(other), HasSubstr("Large?:C Inform:S Wait:S File:S Last:C"));
+}
+
+TEST_F(Flow, MembersOfPoolsAndMembershipsAreKnown) {
+  const std::vector<tag> signoffs =
+      attachments(task(started("Release"), "Check"), FLOW_signoff_attachment);
+  tag member = NULLTAG;
+  tag user = NULLTAG;
+  tag group = NULLTAG;
+  tag role = NULLTAG;
+  tag pool = NULLTAG;
+  int type = -1;
+  logical allow = 2;
+  char name[ORG_name_size + 1];
+  EXPECT_EQ(FLOW_get_signoff_member(signoffs[0], &member, &type), ORK_ok);
+  EXPECT_EQ(type, SIGNOFF_group_member);
+  EXPECT_EQ(ORG_get_groupmember_user(member, &user) | ORG_get_user_identifier(user, name), ORK_ok);
+  EXPECT_STREQ(name, "wagner");
+  EXPECT_EQ(ORG_get_groupmember_group(member, &group) | ORG_get_group_name(group, name), ORK_ok);
+  EXPECT_STREQ(name, "design");
+  tag current = NULLTAG;
+  EXPECT_EQ(ORG_get_current_groupmember(&current), ORK_ok);
+  EXPECT_EQ(current, member);
+  EXPECT_EQ(SIGNOFF_get_signoff_resource_pool(signoffs[0], &pool), ORK_ok);
+  EXPECT_EQ(pool, NULLTAG);
+
+  EXPECT_EQ(FLOW_get_signoff_member(signoffs[1], &pool, &type), ORK_ok);
+  EXPECT_EQ(type, SIGNOFF_resource_pool);
+  EXPECT_EQ(SIGNOFF_get_signoff_groupmember(signoffs[1], &member), ORK_ok);
+  EXPECT_EQ(member, NULLTAG);
+  EXPECT_EQ(FLOW_get_resource_pool_group_role(pool, &group, &role, &allow), ORK_ok);
+  EXPECT_EQ(group, NULLTAG);
+  EXPECT_EQ(ORG_get_role_name(role, name), ORK_ok);
+  EXPECT_STREQ(name, "Administrator");
+  EXPECT_EQ(FLOW_get_resource_pool_group_role(role, &group, &role, &allow),
+            FLOW_not_a_resource_pool);
+  EXPECT_EQ(ORG_get_groupmember_role(pool, &role), ORG_not_a_groupmember);
+}
+
+TEST_F(Flow, AttachmentsAreKeptByType) {
+  const tag job = started("Straight");
+  const tag task = root(job);
+  const tag objects[] = {find("000100"), find("000200"), find("000100", "A")};
+  const int types[] = {FLOW_target_attachment, FLOW_reference_attachment, FLOW_target_attachment};
+  EXPECT_EQ(FLOW_add_attachments(task, 3, objects, types), ORK_ok) << last_error();
+  EXPECT_EQ(FLOW_add_attachments(task, 0, nullptr, nullptr), ORK_ok);
+  EXPECT_THAT(attachments(task, FLOW_target_attachment), ElementsAre(objects[0], objects[2]));
+  EXPECT_THAT(attachments(task, FLOW_reference_attachment), ElementsAre(objects[1]));
+  const tag mixed[] = {find("000300"), objects[2]};
+  const int wrong_types[] = {FLOW_target_attachment, 2};
+  const int signoff_types[] = {FLOW_target_attachment, FLOW_signoff_attachment};
+  EXPECT_EQ(FLOW_add_attachments(task, 2, mixed, types), ORK_ok) << "a reference, too";
+  EXPECT_EQ(FLOW_add_attachments(task, 2, mixed, types), FLOW_already_attached);
+  EXPECT_EQ(FLOW_add_attachments(task, 2, mixed, wrong_types), FLOW_unknown_attachment_type);
+  EXPECT_EQ(FLOW_add_attachments(task, 2, mixed, signoff_types), SIGNOFF_not_a_signoff);
+  EXPECT_EQ(FLOW_add_attachments(task, -1, mixed, types), ORK_invalid_argument);
+  const tag detached[] = {objects[2], objects[0]};
+  EXPECT_EQ(FLOW_remove_attachments(task, 2, detached), ORK_ok) << last_error();
+  EXPECT_THAT(attachments(task, FLOW_target_attachment), ElementsAre(mixed[0]));
+  EXPECT_THAT(attachments(task, FLOW_reference_attachment), ElementsAre(objects[1]));
+  EXPECT_EQ(FLOW_remove_attachments(task, 1, detached), FLOW_not_attached);
+  tag bad = NULLTAG;
+  EXPECT_EQ(start("Straight", {objects[0], objects[0]}, &bad), FLOW_already_attached);
+  EXPECT_EQ(bad, NULLTAG);
+  EXPECT_EQ(start("Straight", {4'000'000}, &bad), STORE_unknown_tag);
+  EXPECT_EQ(FLOW_create_process("n", "", task, 0, nullptr, nullptr, &bad),
+            FLOW_not_a_process_template);
+  EXPECT_EQ(FLOW_create_process(std::string(200, 'n').c_str(), "", process_template("Straight"), 0,
+                                nullptr, nullptr, &bad),
+            STORE_value_too_long);
+  int count = -1;
+  tag* jobs = nullptr;
+  EXPECT_EQ(FLOW_find_jobs(nullptr, &count, &jobs), ORK_ok);
+  EXPECT_THAT(take(count, jobs), ElementsAre(job)) << "refused jobs leave nothing";
+  EXPECT_EQ(ORK_exit_module(1), ORK_ok) << last_error();
+}
+
+TEST_F(Flow, WrongObjectsAreRefused) {
+  const tag item = find("000100");
+  tag found = NULLTAG;
+  tag* all = nullptr;
+  int count = -1;
+  int number = 0;
+  char name[FLOW_name_size + 1];
+  for (const auto& [object, status] :
+       {std::pair{item, int{FLOW_not_a_task}}, std::pair{NULLTAG, int{STORE_unknown_tag}}}) {
+    EXPECT_EQ(FLOW_get_job(object, &found), status);
+    EXPECT_EQ(FLOW_get_name(object, name), status);
+    EXPECT_EQ(FLOW_get_state(object, &number), status);
+    EXPECT_EQ(FLOW_get_sub_tasks(object, &count, &all), status);
+    EXPECT_EQ(FLOW_get_sub_task(object, "x", &found), status);
+    EXPECT_EQ(FLOW_get_attachments(object, 1, &count, &all), status);
+    EXPECT_EQ(FLOW_add_attachments(object, 0, nullptr, nullptr), status);
+    EXPECT_EQ(FLOW_run_handler(object, "note", nullptr), status);
+    EXPECT_EQ(FLOW_set_condition_task_result(object, 1), status);
+  }
+  EXPECT_EQ(FLOW_get_root_task(item, &found), FLOW_not_a_job);
+  EXPECT_EQ(FLOW_refresh_entire_job(item), FLOW_not_a_job);
+  EXPECT_EQ(FLOW_continue_job(item), FLOW_not_a_job);
+  EXPECT_EQ(FLOW_get_type_tasks(item, 1, &count, &all), FLOW_not_a_job);
+  EXPECT_EQ(FLOW_get_type_tasks(started("Straight"), 6, &count, &all), FLOW_unknown_task_type);
+  EXPECT_EQ(FLOW_get_state_string(3, name), FLOW_unknown_state);
+  EXPECT_EQ(FLOW_find_process_template("straight", &found), FLOW_unknown_process_template);
+  EXPECT_EQ(FLOW_get_signoff_member(item, &found, &number), SIGNOFF_not_a_signoff);
+  EXPECT_EQ(FLOW_run_handler(task(started("Straight"), "One"), "none", ""), FLOW_unknown_handler);
+  EXPECT_EQ(FLOW_register_handler("", note), ORK_invalid_argument);
+  EXPECT_EQ(ork_host_load_handlers("/no/such/library.so"), FLOW_cannot_load_handlers);
+  EXPECT_THAT(last_error(), HasSubstr("/no/such/library.so"));
+}
+
+TEST_F(Flow, AHandlerThatFailsStopsTheJobWhereItIs) {
+  struct Case {
+    int (*act)(const FLOW_action_message_s*);
+    int status;
+    const char* text;
+  };
+  const Case cases[] = {
+      {[](const FLOW_action_message_s*) { return 4711; }, 4711, "handler act on task Inner"},
+      {[](const FLOW_action_message_s*) -> int { throw std::runtime_error("torn"); },
+       FLOW_handler_threw, "act: torn"},
+      {[](const FLOW_action_message_s*) -> int { throw 1; }, FLOW_handler_threw, "exception: act"}};
+  for (const Case& wrong : cases) {
+    handlers().act = wrong.act;
+    tag job = NULLTAG;
+    EXPECT_EQ(start("Straight", {}, &job), wrong.status);
+    EXPECT_THAT(last_error(), HasSubstr(wrong.text));
+    EXPECT_EQ(states(job), "Straight:S One:C Two:S Inner:P ");
+    EXPECT_EQ(FLOW_continue_job(job), wrong.status);
+    handlers().act = nullptr;
+    EXPECT_EQ(FLOW_continue_job(job), ORK_ok) << last_error();
+    EXPECT_EQ(states(job), "Straight:C One:C Two:C Inner:C ");
+    EXPECT_EQ(FLOW_continue_job(job), ORK_ok) << "nothing is left to do";
+  }
+  FLOW_register_handler("act", nullptr);
+  tag job = NULLTAG;
+  EXPECT_EQ(start("Straight", {}, &job), FLOW_unknown_handler);
+  EXPECT_EQ(describe("locks"), "[]");
+}
+
+TEST_F(Flow, HandlersMayDoAnythingToTheirJob) {
+  static tag job_of_handler;
+  const auto remember = [](const FLOW_action_message_s* message) {
+    FLOW_get_job(message->task, &job_of_handler);
+  };
+  static void (*const remember_job)(const FLOW_action_message_s*) = remember;
+  handlers().act = [](const FLOW_action_message_s* message) {
+    remember_job(message);
+    return STORE_refresh_instances(1, &job_of_handler, NULLTAG, STORE_modify_lock) |
+           OBJ_delete(job_of_handler);
+  };
+  const tag pump = find("000200", "A");
+  tag job = NULLTAG;
+  EXPECT_EQ(start("Straight", {pump}, &job), ORK_ok) << last_error();
+  logical exists = 1;
+  EXPECT_EQ(STORE_instance_exists(job, &exists), ORK_ok);
+  EXPECT_EQ(exists, 0);
+  EXPECT_EQ(STORE_instance_exists(pump, &exists), ORK_ok);
+  EXPECT_EQ(exists, 1);
+  EXPECT_EQ(describe("jobs"), "[]");
+
+  handlers().act = [](const FLOW_action_message_s* message) {
+    remember_job(message);
+    return FLOW_refresh_entire_job(job_of_handler) | OBJ_unload(message->task) |
+           OBJ_unload(job_of_handler);
+  };
+  EXPECT_EQ(states(started("Straight")), "Straight:C One:C Two:C Inner:C ");
+
+  handlers().act = [](const FLOW_action_message_s*) {
+    tag inner = NULLTAG;
+    return start("Straight", {}, &inner);
+  };
+  EXPECT_EQ(start("Straight", {}, &job), FLOW_nested_too_deeply);
+  int count = 0;
+  tag* jobs = nullptr;
+  EXPECT_EQ(FLOW_find_jobs("Straight", &count, &jobs), ORK_ok);
+  EXPECT_EQ(take(count, jobs).size(), 17u) << "16 inside one another, and the one before";
+
+  handlers().act = [](const FLOW_action_message_s*) { return ORK_exit_module(0); };
+  EXPECT_EQ(start("Straight", {}, &job), ORK_not_logged_in);
+  log_in_as_designer();
+  EXPECT_EQ(states(job), "Straight:S One:C Two:S Inner:P ");
+  handlers().act = [](const FLOW_action_message_s*) {
+    ork_host_close();
+    return ORK_ok;
+  };
+  EXPECT_EQ(FLOW_continue_job(job), ORK_not_logged_in);
+}
+
+TEST_F(Flow, DeletingAJobDeletesWhatIsItsOwn) {
+  const tag plate = find("000400");
+  const tag job = started("Release", {plate});
+  const std::vector<tag> own = tasks(job);
+  const std::vector<tag> signoffs = attachments(task(job, "Check"), FLOW_signoff_attachment);
+  EXPECT_EQ(OBJ_delete(job), STORE_not_locked);
+  EXPECT_EQ(OBJ_refresh(plate, 1), ORK_ok);
+  EXPECT_EQ(OBJ_delete(plate), STORE_referenced) << "it is a target";
+  tag folder = NULLTAG;
+  ASSERT_EQ(FOLDER_create("Jobs", "", &folder), ORK_ok);
+  ASSERT_EQ(FOLDER_insert_instances(folder, 1, &job, 0) | OBJ_save(folder), ORK_ok);
+  ASSERT_EQ(OBJ_refresh(job, 1), ORK_ok);
+  EXPECT_EQ(OBJ_delete(job), STORE_referenced);
+  EXPECT_THAT(states(job), HasSubstr("Check:S")) << "all of it stays";
+  EXPECT_EQ(OBJ_delete(folder), ORK_ok);
+  EXPECT_EQ(OBJ_delete(job), ORK_ok) << last_error();
+  for (const std::vector<tag>& gone : {own, signoffs, {job}}) {
+    for (const tag object : gone) {
+      EXPECT_EQ(OBJ_load(object), STORE_deleted_tag);
+    }
+  }
+  EXPECT_EQ(OBJ_delete(plate), ORK_ok) << last_error();
+  EXPECT_EQ(describe("locks"), "[]");
+}
+
+TEST_F(Flow, FoldersKeepTheirOrder) {
+  const tag a = find("000100");
+  const tag b = find("000200");
+  const tag c = find("000300");
+  const auto contents = [](tag folder) {
+    int count = -1;
+    tag* found = nullptr;
+    EXPECT_EQ(FOLDER_list_instances(folder, &count, &found), ORK_ok);
+    return take(count, found);
+  };
+  tag folder = NULLTAG;
+  ASSERT_EQ(FOLDER_create("Shelf", "For parts", &folder), ORK_ok);
+  const tag first[] = {a, b, a};
+  EXPECT_EQ(FOLDER_insert_instances(folder, 3, first, 0), ORK_ok);
+  EXPECT_EQ(FOLDER_insert_instances(folder, 1, &c, 1), ORK_ok);
+  EXPECT_THAT(contents(folder), ElementsAre(a, c, b));
+  const tag moved[] = {b, a};
+  EXPECT_EQ(FOLDER_insert_instances(folder, 2, moved, 3), ORK_ok);
+  EXPECT_THAT(contents(folder), ElementsAre(c, b, a));
+  EXPECT_EQ(FOLDER_insert_instances(folder, 1, &a, 4), FOLDER_no_such_position);
+  EXPECT_EQ(FOLDER_insert_instances(folder, 1, &a, -1), FOLDER_no_such_position);
+  EXPECT_EQ(FOLDER_insert_instances(a, 1, &c, 0), FOLDER_not_a_folder);
+  tag user = NULLTAG;
+  EXPECT_EQ(ORG_find_user("wagner", &user), ORK_ok);
+  EXPECT_EQ(FOLDER_insert_instances(folder, 1, &user, 0), WSO_not_a_workspace_object);
+  EXPECT_EQ(OBJ_save(folder) | OBJ_refresh(folder, 0) | OBJ_unload(folder), ORK_ok);
+  EXPECT_EQ(FOLDER_insert_instances(folder, 1, &a, 0), STORE_not_locked);
+  EXPECT_THAT(contents(folder), ElementsAre(c, b, a));
+}
+
+TEST_F(Flow, InstancesAreLockedTogetherOrNotAtAll) {
+  const tag objects[] = {find("000100"), find("000200"), 4'000'000};
+  int lock = 1;
+  EXPECT_EQ(STORE_refresh_instances(3, objects, NULLTAG, STORE_modify_lock), STORE_unknown_tag);
+  EXPECT_EQ(STORE_get_instance_lock(objects[0], &lock), ORK_ok);
+  EXPECT_EQ(lock, STORE_no_lock);
+  EXPECT_EQ(STORE_refresh_instances(2, objects, NULLTAG, STORE_modify_lock), ORK_ok);
+  EXPECT_EQ(STORE_get_instance_lock(objects[1], &lock), ORK_ok);
+  EXPECT_EQ(lock, STORE_modify_lock);
+  EXPECT_EQ(STORE_refresh_instances(2, objects, NULLTAG, STORE_no_lock), ORK_ok);
+  EXPECT_EQ(describe("locks"), "[]");
+  EXPECT_EQ(STORE_refresh_instances(2, objects, NULLTAG, 5), STORE_unknown_lock);
+  tag type = NULLTAG;
+  char name[TYPE_name_size + 1];
+  EXPECT_EQ(TYPE_get_object_type(objects[0], &type) | TYPE_get_class_name(type, name), ORK_ok);
+  EXPECT_STREQ(name, "Item");
+  EXPECT_EQ(TYPE_get_class_name(objects[0], name), TYPE_not_a_type);
+}
+
+TEST_F(Flow, WrongTemplatesAreRefusedWithTheirPlace) {
+  const std::pair<const char*, const char*> cases[] = {
+      {R"([{"tasks": []}])", "/process_templates/0: expected a member \"name\""},
+      {R"([{"name": "T", "tasks": [{"name": "a", "type": "loop"}]}])", "/0/tasks/0/type: expected"},
+      {R"([{"name": "T", "tasks": [{"name": "a", "quorum": 1}]}])", "/quorum: is not known here"},
+      {R"([{"name": "T", "tasks": [{"name": "a", "type": "review", "quorum": 2,
+           "signoffs": [{"user": "wagner"}]}]}])",
+       "not as many signoffs"},
+      {R"([{"name": "T", "tasks": [{"name": "a", "type": "review",
+           "signoffs": [{"user": "build", "role": "Designer", "group": "dba"}]}]}])",
+       "no such membership"},
+      {R"([{"name": "T", "tasks": [{"name": "a", "type": "review", "signoffs": [{"pool": {}}]}]}])",
+       "expected a \\\"group\\\""},
+      {R"([{"name": "T", "handlers": [{"on": "end", "name": "x"}]}])", "start or complete"},
+      {R"([{"name": "T", "tasks": [{"name": "a", "type": "condition",
+           "branches": [{"result": 0}]}]}])",
+       "expected a number from 1"}};
+  for (const auto& [templates, text] : cases) {
+    EXPECT_EQ(ork_host_seed((std::string(R"({"process_templates": )") + templates + "}").c_str()),
+              ORK_invalid_argument);
+    std::string expected(text);
+    std::erase(expected, '\\');
+    EXPECT_THAT(last_error(), HasSubstr(expected));
+  }
+  std::string deep = R"({"name": "x"})";
+  for (int i = 0; i < 40; ++i) {
+    deep = R"({"name": "x", "tasks": [)" + deep + "]}";
+  }
+  EXPECT_EQ(ork_host_seed((R"({"process_templates": [)" + deep + "]}").c_str()),
+            ORK_invalid_argument);
+  EXPECT_THAT(last_error(), HasSubstr("nested more than 32 deep"));
+}
+
+// A process that dies inside a handler leaves the last step that was completed.
+TEST(FlowProcess, AKilledProcessLeavesTheLastStep) {
+  const test::TemporaryFolder folder;
+  const std::string path = folder.path("site.db");
+  const auto open = [&path] {
+    EXPECT_EQ(ork_host_open(path.c_str()), ORK_ok);
+    FLOW_register_handler("note", note);
+    FLOW_register_handler("act", act);
+  };
+  const pid_t child = fork();
+  if (child == 0) {
+    open();
+    ork_host_seed(test::demo_seed);
+    ork_host_seed(flow_seed);
+    ORK_auto_login();
+    handlers().act = [](const FLOW_action_message_s*) -> int { std::_Exit(3); };
+    started("Straight");
+    std::_Exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_EQ(WEXITSTATUS(status), 3);
+  open();
+  ASSERT_EQ(ORK_auto_login(), ORK_ok);
+  handlers().act = nullptr;
+  int count = 0;
+  tag* jobs = nullptr;
+  ASSERT_EQ(FLOW_find_jobs(nullptr, &count, &jobs), ORK_ok);
+  const std::vector<tag> found = take(count, jobs);
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(states(found[0]), "Straight:S One:C Two:S Inner:P ");
+  EXPECT_EQ(FLOW_continue_job(found[0]), ORK_ok) << last_error();
+  EXPECT_EQ(states(found[0]), "Straight:C One:C Two:C Inner:C ");
+  ork_host_close();
+}

@@ -1,0 +1,319 @@
+// Files in the vault: their contents come and go whole, and are what was imported.
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "child_process.h"
+#include "objects_site.h"
+#include "ork/file.h"
+#include "ork/obj.h"
+#include "ork/store.h"
+#include "tests/support/temporary_folder.h"
+
+using test::last_error;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+tag import_file(const std::string& path, int type = SS_TEXT, const char* name = nullptr) {
+  tag file = NULLTAG;
+  EXPECT_EQ(FILE_import_file(path.c_str(), name, type, &file, nullptr), ORK_ok) << last_error();
+  return file;
+}
+
+std::string original_name(tag file) {
+  char name[FILE_original_name_size + 1] = "x";
+  EXPECT_EQ(FILE_get_original_file_name(file, name), ORK_ok) << last_error();
+  return name;
+}
+
+/** A site in a folder, with its vault, and a session. */
+class Vault : public testing::Test {
+ protected:
+  void SetUp() override {
+    open();
+    ASSERT_EQ(ork_host_seed(test::demo_seed), ORK_ok) << last_error();
+    log_in();
+  }
+  void TearDown() override { ork_host_close(); }
+
+  void open() { ASSERT_EQ(ork_host_open(site_.c_str()), ORK_ok) << last_error(); }
+  static void log_in() { ASSERT_EQ(ORK_auto_login(), ORK_ok) << last_error(); }
+
+  tag save(const std::string& contents, const std::string& name = "part.txt") const {
+    const tag file = import_file(folder_.write(name, contents));
+    EXPECT_EQ(OBJ_save(file), ORK_ok) << last_error();
+    return file;
+  }
+
+  /** Paths of what the vault holds, lists of imports under way included. */
+  std::vector<fs::path> vault() const {
+    std::vector<fs::path> paths;
+    std::error_code none;
+    for (const auto& entry : fs::recursive_directory_iterator(site_ + ".vault", none)) {
+      if (entry.is_regular_file()) {
+        paths.push_back(entry.path());
+      }
+    }
+    return paths;
+  }
+
+  fs::path contents_of_only_file() const {
+    for (const fs::path& path : vault()) {
+      if (path.parent_path() == site_ + ".vault") {
+        return path;
+      }
+    }
+    return {};
+  }
+
+  /** Names in the folder that files are exported to. */
+  std::vector<std::string> exported() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(target_.path(""))) {
+      names.push_back(entry.path().filename());
+    }
+    return names;
+  }
+
+  test::TemporaryFolder folder_;
+  test::TemporaryFolder target_;
+  std::string site_ = folder_.path("site.db");
+};
+
+}  // namespace
+
+TEST_F(Vault, FilesComeBackByteForByteUnderTheirNames) {
+  using std::string_literals::operator""s;
+  const std::pair<std::string, std::string> files[] = {
+      {"dos.txt", "one\r\ntwo\r\n\x1a"},
+      {"nul", "a\0b"s},
+      {"latin1.bin", "\xe4\xff\xfe no UTF-8"},
+      {"empty.", ""},
+      {" a b\nü.prt", std::string(3 << 20, 'x') + "y"}};
+  for (const auto& [name, contents] : files) {
+    const tag file = save(contents, name);
+    const std::string path = target_.path(name);
+    EXPECT_EQ(original_name(file), name);
+    EXPECT_EQ(OBJ_unload(file), ORK_ok);
+    ASSERT_EQ(FILE_export_file(file, path.c_str()), ORK_ok) << last_error();
+    EXPECT_EQ(target_.read(name), contents) << name;
+    int64_t size = -1;
+    int type = -1;
+    char digest[FILE_digest_size + 1];
+    EXPECT_EQ(FILE_describe(file, &size, &type, digest), ORK_ok);
+    EXPECT_EQ(size, static_cast<int64_t>(contents.size()));
+    EXPECT_EQ(type, SS_TEXT);
+    if (contents.empty()) {
+      EXPECT_STREQ(digest, "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+    }
+  }
+  ork_host_close();
+  EXPECT_THAT(vault(), SizeIs(std::size(files))) << "and no list of imports";
+}
+
+TEST_F(Vault, OriginalNamesAreCutAtTheirLastSeparatorAndBounded) {
+  const std::string path = folder_.write("C:\\temp\\a b.prt", "");
+  EXPECT_EQ(original_name(import_file(path)), "a b.prt");
+  EXPECT_EQ(original_name(import_file(path, 0, "../../etc/passwd")), "passwd");
+  const tag file = import_file(path, SS_BINARY, std::string(255, 'n').c_str());
+  EXPECT_EQ(original_name(file), std::string(255, 'n'));
+  EXPECT_EQ(FILE_set_original_file_name(file, "x/y\\z.prt"), ORK_ok);
+  EXPECT_EQ(original_name(file), "z.prt");
+  EXPECT_EQ(FILE_set_original_file_name(file, std::string(256, 'n').c_str()), STORE_value_too_long);
+  ASSERT_EQ(OBJ_save(file) | OBJ_refresh(file, 0), ORK_ok);
+  EXPECT_EQ(FILE_set_original_file_name(file, "late"), STORE_not_locked);
+
+  tag none = 1;
+  FILE_handle descriptor = nullptr;
+  EXPECT_EQ(FILE_import_file(path.c_str(), std::string(256, 'n').c_str(), 0, &none, &descriptor),
+            STORE_value_too_long);
+  EXPECT_EQ(none, NULLTAG);
+  EXPECT_EQ(FILE_import_file(path.c_str(), nullptr, 17, &none, &descriptor), ORK_invalid_argument);
+  const tag item = [] {
+    tag found = NULLTAG;
+    ork_host_find_item("000100", nullptr, &found);
+    return found;
+  }();
+  EXPECT_EQ(FILE_set_original_file_name(item, "x"), FILE_not_a_file);
+  EXPECT_EQ(FILE_export_file(item, target_.path("x").c_str()), FILE_not_a_file);
+}
+
+TEST_F(Vault, OnlyFilesThatCanBeReadAreImported) {
+  ASSERT_EQ(mkfifo(folder_.path("pipe").c_str(), 0600), 0);
+  fs::create_symlink("nowhere", folder_.path("dangling"));
+  for (const char* name : {"missing.txt", "pipe", "dangling", "", "missing/x.txt"}) {
+    tag file = 1;
+    EXPECT_EQ(FILE_import_file(folder_.path(name).c_str(), nullptr, SS_TEXT, &file, nullptr),
+              FILE_cannot_read);
+    EXPECT_EQ(file, NULLTAG);
+    EXPECT_THAT(last_error(), HasSubstr(folder_.path(name) + ": "));
+  }
+  EXPECT_THAT(vault(), IsEmpty());
+}
+
+TEST_F(Vault, ExportsOverwriteNothingAndLeaveNoHalves) {
+  const tag file = save(std::string(3 << 20, 'x'));
+  const auto export_to = [&](const std::string& path) {
+    return FILE_export_file(file, path.c_str());
+  };
+  const std::string taken = target_.write("taken", "mine");
+  fs::create_symlink("nowhere", target_.path("dangling"));
+  EXPECT_EQ(export_to(taken), FILE_exists);
+  EXPECT_EQ(last_error(), "The file exists and is not overwritten: " + taken);
+  EXPECT_EQ(target_.read("taken"), "mine");
+  EXPECT_EQ(export_to(target_.path("dangling")), FILE_exists);
+  EXPECT_EQ(export_to(target_.path("")), FILE_exists);
+  EXPECT_EQ(export_to(target_.path("missing/x")), FILE_cannot_open);
+  EXPECT_EQ(export_to(""), FILE_cannot_open);
+
+  // A target that takes no more than a part.
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlim_t usual = std::exchange(limit.rlim_cur, rlim_t{2 << 20});
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+  EXPECT_EQ(export_to(target_.path("big")), FILE_cannot_write);
+  EXPECT_THAT(last_error(), HasSubstr(target_.path("big") + ": File too large"));
+  tag none = 1;
+  EXPECT_EQ(FILE_import_file(folder_.path("part.txt").c_str(), nullptr, 0, &none, nullptr),
+            FILE_cannot_write);
+  limit.rlim_cur = usual;
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+  EXPECT_THAT(exported(), testing::UnorderedElementsAre("taken", "dangling"));
+  EXPECT_EQ(export_to(target_.path("big")), ORK_ok);
+  struct stat status {};
+  ASSERT_EQ(stat(target_.path("big").c_str(), &status), 0);
+  EXPECT_NE(status.st_mode & S_IWUSR, 0U) << "what the vault keeps read-only is the user's here";
+}
+
+TEST_F(Vault, DamagedContentsAreNotHandedOut) {
+  const tag file = save("the truth");
+  const fs::path contents = contents_of_only_file();
+  const std::string which = "part.txt (object " + std::to_string(file) + ")";
+  const auto export_fails = [&](const std::string& why) {
+    EXPECT_EQ(FILE_export_file(file, target_.path("x").c_str()), FILE_damaged);
+    EXPECT_THAT(last_error(), testing::AllOf(HasSubstr(which), HasSubstr(why)));
+    EXPECT_THAT(exported(), IsEmpty());
+  };
+  fs::permissions(contents, fs::perms::owner_write, fs::perm_options::add);
+  for (const char* damage : {"the trutH", "the trut", "the truth."}) {
+    std::ofstream(contents, std::ios::binary) << damage;
+    export_fails("not what was imported");
+  }
+  std::ofstream(contents, std::ios::binary) << "the truth";
+  EXPECT_EQ(FILE_export_file(file, target_.path("y").c_str()), ORK_ok) << last_error();
+  fs::remove(target_.path("y"));
+  fs::remove(contents);
+  export_fails("No such file");
+
+  // The store says where contents are; not what others have put there instead.
+  ASSERT_EQ(OBJ_lock(file), ORK_ok);
+  ASSERT_EQ(OBJ_set_value_string(file, "contents", "../site.db"), ORK_ok);
+  export_fails("no name of contents");
+  EXPECT_EQ(OBJ_delete(file), ORK_ok);
+  EXPECT_TRUE(fs::exists(site_));
+}
+
+TEST_F(Vault, TheProgressFunctionSeesAndEndsCopies) {
+  struct Seen {
+    std::vector<int64_t> done;
+    int64_t total = -1;
+    int64_t end_at = -1;
+  } seen;
+  const auto see = [](int64_t done, int64_t total, void* context) -> logical {
+    Seen& all = *static_cast<Seen*>(context);
+    all.done.push_back(done);
+    all.total = total;
+    return done != all.end_at;
+  };
+  constexpr int64_t mebibyte = 1 << 20;
+  const std::string path = folder_.write("big", std::string(2 * mebibyte + 1, 'x'));
+  ASSERT_EQ(FILE_set_progress(see, &seen), ORK_ok);
+  const tag file = import_file(path);
+  EXPECT_THAT(seen.done, testing::ElementsAre(0, mebibyte, 2 * mebibyte, 2 * mebibyte + 1));
+  EXPECT_EQ(seen.total, 2 * mebibyte + 1);
+  seen.end_at = mebibyte;
+  EXPECT_EQ(FILE_export_file(file, target_.path("x").c_str()), FILE_cancelled);
+  EXPECT_THAT(exported(), IsEmpty());
+  tag none = 1;
+  EXPECT_EQ(FILE_import_file(path.c_str(), nullptr, 0, &none, nullptr), FILE_cancelled);
+  EXPECT_EQ(none, NULLTAG);
+  ASSERT_EQ(FILE_set_progress(nullptr, nullptr), ORK_ok);
+  EXPECT_EQ(FILE_export_file(file, target_.path("x").c_str()), ORK_ok);
+}
+
+TEST_F(Vault, ContentsGoWithTheirFiles) {
+  const tag unsaved = import_file(folder_.write("a", "a"));
+  EXPECT_EQ(FILE_export_file(unsaved, target_.path("a").c_str()), ORK_ok) << "its maker sees it";
+  const tag kept = save("kept");
+  const tag deleted = save("deleted");
+  ASSERT_EQ(OBJ_delete(deleted), ORK_ok) << last_error();
+  EXPECT_THAT(vault(), SizeIs(3)) << "two contents and the list of this process";
+  ASSERT_EQ(ORK_exit_module(0), ORK_ok);
+  EXPECT_THAT(vault(), SizeIs(1));
+
+  // A deletion that fails takes nothing away, and neither does a refused seed leave anything.
+  log_in();
+  EXPECT_EQ(OBJ_delete(kept), STORE_not_locked);
+  ork_host_fail_call("OBJ_save", 1, ORK_internal_error);
+  const tag failed = import_file(folder_.path("a"));
+  EXPECT_EQ(OBJ_save(failed), ORK_internal_error);
+  ork_host_close();
+  EXPECT_THAT(vault(), SizeIs(1));
+  open();
+  log_in();
+  EXPECT_EQ(FILE_export_file(kept, target_.path("kept").c_str()), ORK_ok) << last_error();
+}
+
+TEST_F(Vault, OtherProcessesImportsStandUntilTheyEnd) {
+  test::ChildProcess other({PARTNER_PROGRAM, "import", site_, folder_.path("theirs.txt")});
+  const tag saved = static_cast<tag>(std::stoul(other.read_line()));
+  EXPECT_EQ(FILE_export_file(saved, target_.path("saved").c_str()), ORK_ok) << last_error();
+  EXPECT_EQ(target_.read("saved"), "theirs");
+  open();
+  EXPECT_THAT(vault(), SizeIs(3)) << "saved, not saved yet, and the list";
+  other.kill_and_keep();
+  open();
+  EXPECT_THAT(vault(), SizeIs(1)) << "what was never saved is swept";
+  log_in();
+  EXPECT_EQ(FILE_export_file(saved, target_.path("again").c_str()), ORK_ok) << last_error();
+}
+
+TEST(VaultInMemory, GoesWithItsSite) {
+  const test::TemporaryFolder folder;
+  setenv("TMPDIR", folder.path("").c_str(), 1);
+  ASSERT_EQ(ork_host_open(":memory:") | ork_host_seed(test::demo_seed) | ORK_auto_login(), ORK_ok);
+  EXPECT_TRUE(fs::is_empty(folder.path(""))) << "a site without files needs no folder";
+  const tag file = import_file(folder.write("a.txt", "a"));
+  ASSERT_EQ(OBJ_save(file), ORK_ok);
+  EXPECT_EQ(FILE_export_file(file, folder.path("b.txt").c_str()), ORK_ok) << last_error();
+  ork_host_close();
+  fs::remove(folder.path("a.txt"));
+  fs::remove(folder.path("b.txt"));
+  EXPECT_TRUE(fs::is_empty(folder.path("")));
+}
+
+TEST_F(Vault, BigFilesTakeNoMemory) {
+  const std::string path = folder_.write("big.bin", "");
+  fs::resize_file(path, 64 << 20);
+  const auto peak = [] {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+  };
+  save("small");
+  const long before = peak();
+  const tag file = import_file(path, SS_BINARY);
+  ASSERT_EQ(FILE_export_file(file, target_.path("big.bin").c_str()), ORK_ok) << last_error();
+  constexpr long kibibytes = 16 << 10;
+  EXPECT_LT(peak() - before, kibibytes);
+  EXPECT_EQ(fs::file_size(target_.path("big.bin")), 64U << 20);
+}

@@ -1,0 +1,604 @@
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "ork/dset.h"
+#include "ork/err.h"
+#include "ork/file.h"
+#include "ork/form.h"
+#include "ork/mem.h"
+#include "ork/obj.h"
+#include "ork/rel.h"
+#include "ork/store.h"
+#include "ork/wso.h"
+#include "support/site.h"
+#include "support/temporary_folder.h"
+#include "support/trace_capture.h"
+#include "zolp_orktool.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr int failure = 4711;
+
+class Datasets : public testing::Test {
+ protected:
+  Datasets() {
+    EXPECT_EQ(ork_host_seed(R"({
+      "tools": [{"name": "Mute"}, {"name": "Viewer", "output_formats": ["PNG", "JPG"]}],
+      "dataset_types": [
+        {"name": "NoTool", "references": [{"name": "Text"}]},
+        {"name": "MuteTool", "tool": "Mute", "references": [{"name": "Text"}]},
+        {"name": "Part", "tool": "Viewer", "references": [
+          {"name": "Model", "files": [{"template": "*.prt", "format": "BINARY"}]},
+          {"name": "Note", "files": [{"template": "*.txt", "format": "TEXT"}]},
+          {"name": "Other", "files": [{"template": "*", "format": "RAW"}]},
+          {"name": "Loose"}, {"name": "Sheet"}]}],
+      "form_types": [{"name": "Sheet", "fields": [{"name": "mass", "kind": "real"},
+                                                  {"name": "note", "kind": "text", "length": 80}]}]
+      })"),
+              ORK_ok);
+    site.log_in();
+    EXPECT_EQ(ork_host_find_item("4711", "A", &revision), ORK_ok);
+    ERR_clear_errors();
+    trace.clear();
+    blocks = ork_host_block_count();
+  }
+  ~Datasets() override { EXPECT_EQ(ork_host_block_count(), blocks); }
+
+  tag make_dataset(const char* type, const char* name, const char* reference) const {
+    tag dataset = NULLTAG;
+    EXPECT_EQ(ZOLP_createDataset(type, name, reference, nullptr, nullptr, &dataset), ORK_ok);
+    return dataset;
+  }
+
+  /** A saved file of the vault. */
+  tag make_file(const std::string& name, const std::string& content, int type = SS_TEXT) const {
+    tag file = NULLTAG;
+    EXPECT_EQ(FILE_import_file(folder.write(name, content).c_str(), nullptr, type, &file, nullptr),
+              ORK_ok);
+    EXPECT_EQ(OBJ_save(file), ORK_ok);
+    EXPECT_EQ(OBJ_refresh(file, 0), ORK_ok);
+    return file;
+  }
+
+  std::string exported(tag file) const {
+    const std::string name = "out" + std::to_string(file);
+    EXPECT_EQ(FILE_export_file(file, folder.path(name).c_str()), ORK_ok);
+    return folder.read(name);
+  }
+
+  static tag reference_of(tag dataset, const char* name, int* type = nullptr) {
+    int ignored = 0;
+    tag object = NULLTAG;
+    DSET_get_dataset_named_ref(dataset, name, type != nullptr ? type : &ignored, &object);
+    return object;
+  }
+
+  static void attach(tag dataset, const char* name, int type, tag object) {
+    ASSERT_EQ(OBJ_lock(dataset), ORK_ok);
+    ASSERT_EQ(DSET_add_dataset_named_ref(dataset, name, type, object), ORK_ok);
+    ASSERT_EQ(OBJ_save(dataset), ORK_ok);
+    ASSERT_EQ(OBJ_refresh(dataset, 0), ORK_ok);
+  }
+
+  static tag find_dataset(const char* name) {
+    tag dataset = NULLTAG;
+    EXPECT_EQ(DSET_find_dataset(name, &dataset), ORK_ok);
+    return dataset;
+  }
+
+  static bool is_locked(tag object) {
+    int lock = 0;
+    EXPECT_EQ(STORE_get_instance_lock(object, &lock), ORK_ok);
+    return lock == STORE_modify_lock;
+  }
+
+  static std::vector<int> error_codes() {
+    int count = 0;
+    const int* severities = nullptr;
+    const int* codes = nullptr;
+    const char** texts = nullptr;
+    ERR_get_errors(&count, &severities, &codes, &texts);
+    return {codes, codes + count};
+  }
+
+  std::vector<tag> related() const {
+    int count = 0;
+    tag* objects = nullptr;
+    tag type = NULLTAG;
+    REL_find_relation_type("VELO_reference", &type);
+    EXPECT_EQ(REL_list_secondary_objects_only(revision, type, &count, &objects), ORK_ok);
+    std::vector<tag> list(objects, objects + count);
+    MEM_free(objects);
+    return list;
+  }
+
+  /**
+   * Makes each of these platform calls fail in turn and expects the function to end there: with the
+   * call's status, and without the calls that would follow.
+   */
+  static void expect_end_at_each(const std::vector<const char*>& operations,
+                                 const std::function<int()>& function) {
+    for (const char* operation : operations) {
+      SCOPED_TRACE(operation);
+      ork_host_clear_faults();
+      ork_host_fail_call(operation, 1, failure);
+      ork_host_start_journal();
+      EXPECT_EQ(function(), failure);
+      EXPECT_EQ(test::Site::journal().back(), operation);
+    }
+    ork_host_clear_faults();
+  }
+
+  test::Site site;
+  test::TemporaryFolder folder;
+  test::TraceCapture trace;
+  tag revision = NULLTAG;
+  std::size_t blocks = 0;
+};
+
+// ------------------------------------------------------------------------ creation and references
+
+TEST_F(Datasets, ACreatedDatasetIsCompleteSavedAndUnlocked) {
+  tag dataset = NULLTAG;
+  ork_host_start_journal();
+  EXPECT_EQ(ZOLP_createDataset("Part", "Gearbox", "Model", nullptr, nullptr, &dataset), ORK_ok);
+  EXPECT_THAT(test::Site::journal(),
+              ElementsAre("DSET_find_datasettype", "DSET_get_datasettype_def_tool",
+                          "DSET_get_tool_output_formats", "DSET_get_datasettype_refs",
+                          "DSET_create_dataset_with_id", "DSET_set_dataset_tool",
+                          "DSET_set_dataset_format", "DSET_get_dataset_def_rev_limit",
+                          "WSO_set_revision_limit", "OBJ_save", "OBJ_refresh"));
+  EXPECT_THAT(trace.lines()[0], HasSubstr(" ->ZOLP_create_dataset zolp_dataset_utils.cpp:"));
+  EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_createDataset zolp_dataset_utils.cpp:"));
+  EXPECT_TRUE(trace.has("  datasettype      = Part"));
+  EXPECT_TRUE(trace.has("  description      = (null)"));
+  EXPECT_TRUE(trace.has("dataset_name, \"\", 0, 0, dataset_tag)"));
+  EXPECT_TRUE(trace.has("->OBJ_unlock(...)"));
+  EXPECT_FALSE(is_locked(dataset));
+  char format[DSET_name_size + 1];
+  EXPECT_EQ(DSET_get_dataset_format(dataset, format), ORK_ok);
+  EXPECT_STREQ(format, "PNG");
+  EXPECT_EQ(find_dataset("Gearbox"), dataset);
+
+  tag described = NULLTAG;
+  EXPECT_EQ(
+      ZOLP_createDataset("Part", "Described", "Note", "a format of the caller, cut after 32 bytes",
+                         "for \"tests\"", &described),
+      ORK_ok);
+  EXPECT_EQ(DSET_get_dataset_format(described, format), ORK_ok);
+  EXPECT_STREQ(format, "a format of the caller, cut afte");
+  EXPECT_TRUE(trace.has("dataset_name, description, 0, 0, dataset_tag)"));
+}
+
+TEST_F(Datasets, CreationRefusesWhatTheTypeLacks) {
+  struct Case {
+    const char* type;
+    const char* reference;
+    const char* failing;
+    int status;
+    std::vector<int> stack;
+  };
+  const Case cases[] = {
+      {"Nowhere", "Text", nullptr, ORK_ok, {}},
+      {"Part", "Model", "DSET_find_datasettype", 919246, {failure, 919246}},
+      {"NoTool", "Text", nullptr, 919247, {DSET_no_default_tool, 919247}},
+      {"Part", "Model", "DSET_get_tool_output_formats", 919247, {failure}},
+      {"MuteTool", "Text", nullptr, 919248, {919248}},
+      {"Part", "model", nullptr, 919249, {919249}},
+      {"Part", "Model", "DSET_get_datasettype_refs", failure, {failure}},
+  };
+  for (const Case& refused : cases) {
+    SCOPED_TRACE(std::string(refused.type) + " " + refused.reference);
+    ERR_clear_errors();
+    ork_host_clear_faults();
+    if (refused.failing != nullptr) {
+      ork_host_fail_call(refused.failing, 1, failure);
+    }
+    tag dataset = 77;
+    EXPECT_EQ(
+        ZOLP_createDataset(refused.type, "Refused", refused.reference, nullptr, nullptr, &dataset),
+        refused.status);
+    EXPECT_EQ(dataset, 77U);
+    EXPECT_THAT(error_codes(), ElementsAreArray(refused.stack));
+  }
+  EXPECT_EQ(find_dataset("Refused"), NULLTAG);
+  // What stands on the stack names the type or the reference.
+  int count = 0;
+  const int* severities = nullptr;
+  const int* codes = nullptr;
+  const char** texts = nullptr;
+  tag dataset = NULLTAG;
+  ERR_clear_errors();
+  ork_host_clear_faults();
+  ZOLP_createDataset("Part", "Refused", "model", nullptr, nullptr, &dataset);
+  ERR_get_errors(&count, &severities, &codes, &texts);
+  ASSERT_EQ(count, 1);
+  EXPECT_EQ(severities[0], 3);
+  EXPECT_THAT(texts[0], HasSubstr("model"));
+}
+
+TEST_F(Datasets, AFailureAfterTheCreationLeavesTheDataset) {
+  tag dataset = NULLTAG;
+  testing::internal::CaptureStdout();
+  expect_end_at_each(
+      {"DSET_create_dataset_with_id", "DSET_set_dataset_tool", "DSET_set_dataset_format",
+       "DSET_get_dataset_def_rev_limit", "WSO_set_revision_limit", "OBJ_save", "OBJ_refresh"},
+      [&] { return ZOLP_createDataset("Part", "Left", "Model", nullptr, nullptr, &dataset); });
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              testing::MatchesRegex("ERROR: File:zolp_dataset_utils.cpp \\[line:[0-9]+\\] "
+                                    "\\(ifail 4711\\)\n"));
+  EXPECT_EQ(find_dataset("Left"), dataset);  // of the last round: saved, but not unlocked
+  EXPECT_TRUE(is_locked(dataset));
+}
+
+TEST_F(Datasets, AttachingAddsAndReplaces) {
+  const tag dataset = make_dataset("Part", "Gearbox", "Model");
+  const tag first = make_file("a.prt", "one");
+  const tag second = make_file("b.prt", "two");
+  ork_host_start_journal();
+  EXPECT_EQ(ZOLP_attachNamedReference(dataset, first, "Model"), ORK_ok);
+  const std::vector<std::string> calls = test::Site::journal();
+  EXPECT_THAT(std::vector(calls.end() - 5, calls.end()),
+              ElementsAre("DSET_get_dataset_named_ref", "DSET_add_dataset_named_ref", "OBJ_save",
+                          "OBJ_refresh", "OBJ_unload"));
+  EXPECT_TRUE(trace.has("  reference = <Model>"));
+  int type = 0;
+  EXPECT_EQ(reference_of(dataset, "Model", &type), first);
+  EXPECT_EQ(type, DSET_PART_OF);
+  EXPECT_FALSE(is_locked(dataset));
+
+  attach(dataset, "Loose", DSET_ASSOCIATION, first);
+  EXPECT_EQ(ZOLP_attachNamedReference(dataset, second, "Loose"), ORK_ok);
+  EXPECT_EQ(reference_of(dataset, "Loose", &type), second);
+  EXPECT_EQ(type, DSET_ASSOCIATION);  // as it was
+  tag found = NULLTAG;
+  EXPECT_EQ(ZOLP_findDatasetNamedRef("Gearbox", "Loose", &found), 0);
+  EXPECT_EQ(found, second);
+  EXPECT_EQ(ZOLP_findDatasetNamedRef("Gearbox", "Note", &found), 1);
+  EXPECT_EQ(ZOLP_findDatasetNamedRef("Nowhere", "Note", &found), 1);
+
+  expect_end_at_each({"DSET_replace_dataset_named_ref", "OBJ_save", "OBJ_refresh", "OBJ_unload"},
+                     [&] { return ZOLP_attachNamedReference(dataset, first, "Loose"); });
+  expect_end_at_each({"DSET_add_dataset_named_ref"},
+                     [&] { return ZOLP_attachNamedReference(dataset, first, "Note"); });
+  EXPECT_TRUE(is_locked(dataset));
+  // Another failure to read the reference than that there is none: it counts as none.
+  ork_host_fail_call("DSET_get_dataset_named_ref", 1, failure);
+  EXPECT_EQ(ZOLP_attachNamedReference(dataset, first, "Other"), ORK_ok);
+  EXPECT_EQ(reference_of(dataset, "Other"), first);
+}
+
+TEST_F(Datasets, RelationsAreMadeAndSaved) {
+  const tag dataset = make_dataset("Part", "Gearbox", "Model");
+  EXPECT_EQ(ZOLP_createRelation(revision, dataset, "VELO_reference"), ORK_ok);
+  EXPECT_THAT(related(), ElementsAre(dataset));
+  expect_end_at_each({"REL_find_relation_type", "REL_create_relation", "REL_save_relation"},
+                     [&] { return ZOLP_createRelation(revision, dataset, "Documents"); });
+}
+
+// ------------------------------------------------------------------ text files in, images out
+
+TEST_F(Datasets, ImportedTextStaysAsItIs) {
+  const std::string content("line\r\nbytes \xff\xfe\x80\n\0no end", 24);
+  const std::string path = folder.write("report.txt", content);
+  tag plain = NULLTAG;
+  EXPECT_EQ(ZOLP_importTextDataset(nullptr, "Plain", path.c_str(), &plain), ORK_ok);
+  EXPECT_TRUE(trace.has("  Path <" + path + ">"));
+  EXPECT_FALSE(is_locked(plain));
+  EXPECT_EQ(exported(reference_of(plain, "Text")), content);
+  EXPECT_FALSE(is_locked(reference_of(plain, "Text")));
+  EXPECT_THAT(related(), IsEmpty());
+
+  EXPECT_EQ(ZOLP_fct_import_text_dataset_desc(revision, "Described", "A report", path.c_str(), "r"),
+            ORK_ok);
+  EXPECT_EQ(ZOLP_fct_import_text_dataset(revision, "Bare", path.c_str(), "r"), ORK_ok);
+  const std::vector<tag> datasets = related();
+  ASSERT_EQ(datasets.size(), 2U);
+  for (const tag dataset : datasets) {
+    EXPECT_EQ(exported(reference_of(dataset, "Text")), content);
+    EXPECT_FALSE(is_locked(dataset));
+    char format[DSET_name_size + 1];
+    DSET_get_dataset_format(dataset, format);
+    EXPECT_STREQ(format, "TEXT");
+  }
+  WSO_description_s description;
+  WSO_describe(datasets[0], &description);
+  EXPECT_STREQ(description.description, "A report");
+}
+
+TEST_F(Datasets, AFailedImportLeavesWhatItMade) {
+  // The simple form goes on without a file and stops when the dataset would refer to it.
+  testing::internal::CaptureStdout();
+  tag dataset = NULLTAG;
+  EXPECT_NE(ZOLP_importTextDataset(nullptr, "Fileless", "/nowhere/report.txt", &dataset), ORK_ok);
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("ERROR: File:zolp_dataset_utils"));
+  EXPECT_EQ(find_dataset("Fileless"), dataset);
+  EXPECT_NE(dataset, NULLTAG);
+
+  const std::string path = folder.write("report.txt", "text");
+  ork_host_fail_call("OBJ_refresh", 3, failure);  // after those of creation and attachment
+  ork_host_fail_call("OBJ_refresh", 4, failure);
+  EXPECT_EQ(ZOLP_importTextDataset(nullptr, "Unrefreshed", path.c_str(), &dataset), 1);
+  EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_importTextDataset with ERROR "));
+
+  for (const char* operation :
+       {"FILE_import_file", "DSET_find_datasettype", "DSET_get_datasettype_def_tool",
+        "DSET_create_dataset_with_id", "DSET_set_dataset_tool", "DSET_set_dataset_format",
+        "DSET_add_dataset_named_ref", "OBJ_save", "STORE_tag_to_uid", "REL_create_relation"}) {
+    SCOPED_TRACE(operation);
+    ork_host_clear_faults();
+    ork_host_fail_call(operation, 1, failure);
+    trace.clear();
+    EXPECT_EQ(ZOLP_fct_import_text_dataset(revision, operation, path.c_str(), "r"), failure);
+    EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_fct_import_text_dataset_desc with ERROR"));
+    EXPECT_EQ(trace.has("created dataset tag=AAAAAAAAAAAAAA"),
+              operation != std::string("REL_create_relation"));
+  }
+  EXPECT_THAT(related(), IsEmpty());
+  EXPECT_FALSE(is_locked(find_dataset("STORE_tag_to_uid")));
+  EXPECT_EQ(find_dataset("DSET_set_dataset_tool"), NULLTAG);  // made, but never saved
+}
+
+TEST_F(Datasets, ImagesAreExportedUnderGeneratedNames) {
+  // The second dataset's reference at the second place counts; the third has no third one.
+  std::vector<tag> list;
+  for (const char* name : {"../a/b*", "Second", "Short", "First"}) {
+    list.push_back(make_dataset("Part", name, "Model"));
+    attach(list.back(), "Model", DSET_PART_OF, make_file("m.prt", std::string("model of ") + name));
+    attach(list.back(), "Model", DSET_PART_OF,
+           make_file("n.prt", std::string("second of ") + name));
+  }
+  const std::string directory = folder.path("");
+  std::vector<char> path(directory.size() + ZOLP_IMAGE_NAME_SIZE);
+  std::copy(directory.c_str(), directory.c_str() + directory.size() + 1, path.begin());
+  const auto run = [&](const char* mode, tag of, const char* reference = "Model") {
+    return ZOLP_exportImage(list.data(), 3, path.data(), reference, mode, of);
+  };
+  EXPECT_EQ(run("yes", revision), 1);
+  EXPECT_EQ(run(nullptr, revision), 1);
+  EXPECT_EQ(run("no", NULLTAG), 1);
+  EXPECT_EQ(run("no", revision, "Note"), ORK_ok);
+  EXPECT_FALSE(folder.has("4711_A_Second"));
+
+  folder.write("4711_A_Second", "was there");
+  ork_host_start_journal();
+  EXPECT_EQ(run("no", revision), ORK_ok);
+  EXPECT_STREQ(path.data(), directory.c_str());
+  EXPECT_EQ(folder.read("4711_A_.._a_b_"), "model of ../a/b*");
+  EXPECT_EQ(folder.read("4711_A_Second"), "was there");
+  std::filesystem::remove(folder.path("4711_A_Second"));
+  EXPECT_EQ(run("no", revision), ORK_ok);
+  EXPECT_EQ(folder.read("4711_A_Second"), "second of Second");
+  EXPECT_FALSE(folder.has("4711_A_Short"));
+  expect_end_at_each({"ITEM_get_item_of_rev", "ITEM_get_id", "ITEM_get_rev_id", "WSO_get_name"},
+                     [&] { return run("no", revision); });
+  EXPECT_STREQ(path.data(), directory.c_str());
+}
+
+// ------------------------------------------------------------------------------ dataset copies
+
+TEST_F(Datasets, ARealCopyHasFilesOfItsOwn) {
+  const std::filesystem::path temporary = folder.path("tmp");
+  std::filesystem::create_directory(temporary);
+  setenv("VK_TMP_DIR", temporary.c_str(), 1);
+  const tag original = make_dataset("Part", "X", "Model");
+  const std::string binary("\0\x01\xff", 3);
+  tag form = NULLTAG;
+  EXPECT_EQ(ZOLP_createForm("Sheet of X", "Sheet", "", &form), ORK_ok);
+  EXPECT_TRUE(is_locked(form));
+  attach(original, "Model", DSET_PART_OF, make_file("a b.prt", binary, SS_BINARY));
+  attach(original, "Sheet", DSET_ASSOCIATION, form);
+  attach(original, "Note", DSET_ASSOCIATION, make_file("note", "text"));
+  attach(original, "Other", DSET_PART_OF, make_file("r.tar.gz", "raw"));
+  attach(original, "Loose", DSET_PART_OF, make_file("loose.txt", "loose"));
+  tag copy = NULLTAG;
+  EXPECT_EQ(ZOLP_RealCopyDataset(original, "X-1", &copy), ORK_ok);
+  EXPECT_TRUE(std::filesystem::is_empty(temporary));
+  EXPECT_TRUE(trace.has("no FileRefs Found DSType=Part namedref=Loose"));
+  EXPECT_FALSE(is_locked(copy));
+
+  struct Copied {
+    const char* reference;
+    const char* name;
+    int reference_type;
+    int file_type;
+    std::string content;
+  };
+  for (const Copied& copied : {Copied{"Model", "X_1.prt", DSET_PART_OF, SS_BINARY, binary},
+                               Copied{"Note", "X_1", DSET_ASSOCIATION, SS_TEXT, "text"},
+                               Copied{"Other", "X_1.gz", DSET_PART_OF, 0, "raw"}}) {
+    SCOPED_TRACE(copied.reference);
+    int type = 0;
+    const tag file = reference_of(copy, copied.reference, &type);
+    EXPECT_NE(file, reference_of(original, copied.reference));
+    EXPECT_EQ(type, copied.reference_type);
+    char name[FILE_original_name_size + 1];
+    EXPECT_EQ(FILE_get_original_file_name(file, name), ORK_ok);
+    EXPECT_STREQ(name, copied.name);
+    int64_t size = 0;
+    char digest[FILE_digest_size + 1];
+    EXPECT_EQ(FILE_describe(file, &size, &type, digest), ORK_ok);
+    EXPECT_EQ(type, copied.file_type);
+    EXPECT_EQ(exported(file), copied.content);
+    EXPECT_FALSE(is_locked(file));
+  }
+  EXPECT_EQ(reference_of(copy, "Sheet"), form);
+  EXPECT_EQ(reference_of(copy, "Loose"), reference_of(original, "Loose"));
+}
+
+TEST_F(Datasets, AFailedCopyStaysAndIsReported) {
+  const tag original = make_dataset("Part", "X", "Model");
+  attach(original, "Model", DSET_PART_OF, make_file("a.prt", "model", SS_BINARY));
+  const std::filesystem::path temporary = folder.path("tmp");
+  std::filesystem::create_directory(temporary);
+  setenv("VK_TMP_DIR", temporary.c_str(), 1);
+  tag copy = NULLTAG;
+  expect_end_at_each(
+      {"DSET_copy_dataset_with_id", "OBJ_save", "OBJ_refresh", "WSO_get_object_type",
+       "DSET_find_datasettype", "DSET_get_dataset_ref_count", "DSET_find_dataset_named_ref",
+       "STORE_class_of_instance", "STORE_name_of_class", "DSET_get_datasettype_file_refs",
+       "FILE_get_original_file_name", "FILE_export_file", "FILE_import_file",
+       "DSET_replace_dataset_named_ref", "OBJ_lock", "FILE_set_original_file_name"},
+      [&] { return ZOLP_RealCopyDataset(original, "Copy", &copy); });
+  EXPECT_NE(copy, NULLTAG);
+  EXPECT_TRUE(is_locked(copy));
+  EXPECT_TRUE(std::filesystem::is_empty(temporary));
+  EXPECT_EQ(exported(reference_of(original, "Model")), "model");
+  // A folder that does not fit a path, and one that is not there.
+  setenv("VK_TMP_DIR", std::string(300, 'x').c_str(), 1);
+  EXPECT_EQ(ZOLP_RealCopyDataset(original, "Copy", &copy), FILE_cannot_open);
+  setenv("VK_TMP_DIR", (temporary / "gone").c_str(), 1);
+  EXPECT_EQ(ZOLP_RealCopyDataset(original, "Copy", &copy), FILE_cannot_open);
+}
+
+// --------------------------------------------------------------------------------------- forms
+
+TEST_F(Datasets, FieldsAreReadAndSetAsUsersSeeThem) {
+  tag form = NULLTAG;
+  ASSERT_EQ(ZOLP_createForm("Gearbox", "Sheet", "d", &form), ORK_ok);
+  expect_end_at_each({"FORM_create", "FORM_initialize", "OBJ_save"}, [] {
+    tag other = NULLTAG;
+    return ZOLP_createForm("Other", "Sheet", "d", &other);
+  });
+  EXPECT_EQ(ZOLP_FORM_set_value(form, "mass", "12.5"), ORK_ok);
+  EXPECT_TRUE(trace.has("  set form field \"mass\" to value \"12.5\""));
+  EXPECT_EQ(ZOLP_FORM_set_value(form, "mass", "12.5 kg"), OBJ_value_not_understood);
+  EXPECT_EQ(ZOLP_FORM_set_value(form, "note", "Schwei\xc3\x9fnaht"), ORK_ok);
+  char value[11];
+  int length = -1;
+  EXPECT_EQ(ZOLP_FORM_ask_value(form, "mass", 10, value, &length), ORK_ok);
+  EXPECT_STREQ(value, "12.5");
+  EXPECT_EQ(ZOLP_FORM_ask_value(form, "note", 5, value, &length), ORK_ok);
+  EXPECT_STREQ(value, "Schwe");
+  EXPECT_EQ(length, 5);
+  EXPECT_EQ(ZOLP_FORM_ask_value(form, "note", 0, value, &length), ORK_ok);
+  EXPECT_STREQ(value, "");
+  EXPECT_EQ(ZOLP_FORM_ask_value(form, "colour", 5, value, &length), STORE_unknown_attribute);
+  EXPECT_EQ(length, 0);
+}
+
+TEST_F(Datasets, ReleaseInformationIsDescribedWhole) {
+  tag form = NULLTAG;
+  ASSERT_EQ(ZOLP_createForm("Release", "FreigabeInfo", "", &form), ORK_ok);
+  ASSERT_EQ(ZOLP_FORM_set_value(form, "UGezPerson", "ada"), ORK_ok);
+  const auto describe = [&](tag of, std::vector<std::string>* names,
+                            std::vector<std::string>* values, std::vector<int>* lengths) {
+    char* type = nullptr;
+    int count = 0;
+    char** field_names = nullptr;
+    char** display_names = nullptr;
+    int* field_lengths = nullptr;
+    char** field_values = nullptr;
+    const int status = ZOLP_FORM_describe(of, &type, &count, &field_names, &display_names,
+                                          &field_lengths, &field_values);
+    for (int i = 0; i < count; ++i) {
+      EXPECT_STREQ(field_names[i], display_names[i]);
+      names->emplace_back(field_names[i]);
+      values->emplace_back(field_values[i]);
+      lengths->push_back(field_lengths[i]);
+      for (char* text : {field_names[i], display_names[i], field_values[i]}) {
+        MEM_free(text);
+      }
+    }
+    EXPECT_STREQ(type, count != 0 ? "FreigabeInfo" : nullptr);
+    for (void* block : std::initializer_list<void*>{type, field_names, display_names, field_lengths,
+                                                    field_values}) {
+      MEM_free(block);
+    }
+    return status;
+  };
+  std::vector<std::string> names;
+  std::vector<std::string> values;
+  std::vector<int> lengths;
+  EXPECT_EQ(describe(form, &names, &values, &lengths), ORK_ok);
+  EXPECT_THAT(names, ElementsAre("UrRevision", "UGezPerson", "UGezDate", "UGepPerson", "UGepDate",
+                                 "UGesPerson", "UGesDate", "UBauPerson", "UBauDate", "UEndPerson",
+                                 "UEndDate", "UFreiPerson", "UFreiDate"));
+  EXPECT_EQ(values[1], "ada");
+  EXPECT_EQ(lengths[1], 3);
+  EXPECT_EQ(lengths[2], 0);
+  EXPECT_TRUE(trace.has("szFieldName = (UFreiDate)"));
+  EXPECT_TRUE(trace.has("iRetcode = (0)"));
+
+  // Only the last field decides what is returned.
+  values.clear();
+  ork_host_fail_call("OBJ_UIF_get_value", 2, failure);
+  EXPECT_EQ(describe(form, &names, &values, &lengths), ORK_ok);
+  EXPECT_EQ(values[1], "");
+  ork_host_clear_faults();
+  ork_host_fail_call("OBJ_UIF_get_value", 13, failure);
+  EXPECT_EQ(describe(form, &names, &values, &lengths), failure);
+  values.clear();
+  EXPECT_EQ(describe(revision, &names, &values, &lengths), STORE_unknown_attribute);
+  EXPECT_EQ(values.size(), 13U);
+  for (const int nth : {1, 3, 6, 20, 40}) {
+    values.clear();
+    ork_host_fail_allocation(nth);
+    describe(form, &names, &values, &lengths);
+  }
+}
+
+TEST_F(Datasets, AMasterFormIsTheOnlyOne) {
+  tag form = NULLTAG;
+  EXPECT_EQ(ZOLP_GetMasterForm(revision, &form), 919999);
+  EXPECT_TRUE(trace.has("ZOLP_GetMasterForm REL_list_secondary_objects_only return 0 Objects"));
+  EXPECT_THAT(error_codes(), IsEmpty());
+  tag made = NULLTAG;
+  ASSERT_EQ(ZOLP_createForm("Master", "Sheet", "", &made), ORK_ok);
+  ASSERT_EQ(ZOLP_createRelation(revision, made, "VELO_master_form"), ORK_ok);
+  ork_host_start_journal();
+  EXPECT_EQ(ZOLP_GetMasterForm(revision, &form), ORK_ok);
+  EXPECT_EQ(form, made);
+  EXPECT_THAT(test::Site::journal(), ElementsAre("REL_list_secondary_objects_only"));
+  ASSERT_EQ(ZOLP_createForm("Second", "Sheet", "", &made), ORK_ok);
+  ASSERT_EQ(ZOLP_createRelation(revision, made, "VELO_master_form"), ORK_ok);
+  EXPECT_EQ(ZOLP_GetMasterForm(revision, &form), 919999);
+  EXPECT_EQ(form, NULLTAG);
+  EXPECT_TRUE(trace.has("return 2 Objects"));
+}
+
+TEST_F(Datasets, ANamedFormIsFoundOrMade) {
+  const tag dataset = make_dataset("Part", "Gearbox", "Model");
+  ERR_clear_errors();
+  tag form = 77;
+  EXPECT_EQ(ZOLP_GetNamedRefForm(dataset, "Sheet", &form, 0, nullptr), ORK_ok);
+  EXPECT_EQ(form, NULLTAG);
+  EXPECT_THAT(error_codes(), IsEmpty());
+  EXPECT_EQ(ZOLP_GetNamedRefForm(dataset, "Sheet", &form, 1, ""), ORK_ok);
+  EXPECT_TRUE(trace.has("Create NamedRefForm-Form:Sheet"));
+  EXPECT_EQ(reference_of(dataset, "Sheet"), form);
+  char type[WSO_name_size + 1];
+  WSO_get_object_type(form, type);
+  EXPECT_STREQ(type, "Sheet");
+  EXPECT_FALSE(is_locked(form));
+  EXPECT_FALSE(is_locked(dataset));
+  tag again = NULLTAG;
+  EXPECT_EQ(ZOLP_GetNamedRefForm(dataset, "Sheet", &again, 1, nullptr), ORK_ok);
+  EXPECT_EQ(again, form);
+
+  for (const char* operation : {"DSET_get_dataset_named_ref", "FORM_create", "OBJ_lock", "OBJ_save",
+                                "DSET_add_dataset_named_ref"}) {
+    SCOPED_TRACE(operation);
+    ork_host_clear_faults();
+    ork_host_fail_call(operation, 1, failure);
+    ork_host_start_journal();
+    EXPECT_EQ(ZOLP_GetNamedRefForm(dataset, "Loose", &form, 1, "Sheet"), failure);
+    EXPECT_EQ(test::Site::journal().back(), "OBJ_refresh");
+    EXPECT_FALSE(is_locked(dataset));
+    EXPECT_EQ(form != NULLTAG, operation != std::string("FORM_create") &&
+                                   operation != std::string("DSET_get_dataset_named_ref"));
+  }
+}
+
+}  // namespace

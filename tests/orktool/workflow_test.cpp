@@ -1,0 +1,626 @@
+// Attachments, condition tasks, release levels, reviewers and what handlers do with targets.
+
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "clock.h"
+#include "ork/flow.h"
+#include "ork/folder.h"
+#include "ork/mem.h"
+#include "ork/obj.h"
+#include "ork/org.h"
+#include "ork/rel.h"
+#include "ork/signoff.h"
+#include "ork/store.h"
+#include "ork/wso.h"
+#include "support/site.h"
+#include "support/temporary_folder.h"
+#include "support/trace_capture.h"
+#include "zolp_orktool.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+constexpr int failure = 4711;
+
+class Workflow : public testing::Test {
+ protected:
+  Workflow() {
+    EXPECT_EQ(ork_host_seed(R"({
+      "items": [{"id": "4711", "name": "Gearbox", "revisions": [
+        {"id": "A", "datasets": [{"name": "drawing"}, {"name": "notes"}]}]}],
+      "process_templates": [
+        {"name": "Review", "tasks": [
+          {"name": "Check", "type": "review", "quorum": 2, "signoffs": [
+            {"pool": {"group": "engineering"}}, {"user": "ada"}, {"user": "root"}]},
+          {"name": "Check", "type": "review", "signoffs": [{"user": "root"}]},
+          {"name": "Large?", "type": "condition", "branches": [
+            {"result": true, "tasks": [{"name": "Later?", "type": "condition"}]}]},
+          {"name": "Large?", "type": "condition"}]},
+        {"name": "No team", "tasks": [{"name": "Nobody", "type": "review"}]},
+        {"name": "Release", "handlers": [{"on": "start", "name": "set-release-status",
+                                          "arguments": ["status=Released"]}]},
+        {"name": "Broken", "handlers": [{"on": "start", "name": "none"}]}]})"),
+              ORK_ok);
+    site.log_in();
+    EXPECT_EQ(ork_host_find_item("4711", nullptr, &item), ORK_ok);
+    EXPECT_EQ(ork_host_find_item("4711", "A", &revision), ORK_ok);
+    EXPECT_EQ(ork_host_find_item("4712", "B", &other), ORK_ok);
+    blocks = ork_host_block_count();
+  }
+  ~Workflow() override {
+    orktool::replace_calendar(nullptr);
+    EXPECT_EQ(ork_host_block_count(), blocks);
+  }
+
+  static tag start(const char* name, const std::vector<tag>& targets = {}) {
+    tag process = NULLTAG;
+    tag job = NULLTAG;
+    const std::vector<int> types(targets.size(), FLOW_target_attachment);
+    EXPECT_EQ(FLOW_find_process_template(name, &process), ORK_ok);
+    EXPECT_EQ(FLOW_create_process(name, "", process, static_cast<int>(targets.size()),
+                                  targets.data(), types.data(), &job),
+              ORK_ok);
+    return job;
+  }
+
+  static std::vector<tag> tasks(tag job, int type = eFLOWAnyTask) {
+    int count = 0;
+    tag* found = nullptr;
+    EXPECT_EQ(FLOW_get_type_tasks(job, type, &count, &found), ORK_ok);
+    return take(count, found);
+  }
+
+  static std::vector<tag> attached(tag task, int type) {
+    int count = 0;
+    tag* found = nullptr;
+    EXPECT_EQ(FLOW_get_attachments(task, type, &count, &found), ORK_ok);
+    return take(count, found);
+  }
+
+  static std::vector<tag> take(int count, tag* array) {
+    const std::vector<tag> tags(array, array + count);
+    MEM_free(array);
+    return tags;
+  }
+
+  /** What a list function finds, behind its status. */
+  template <typename Function, typename... Arguments>
+  static std::vector<tag> listed(int status, Function function, Arguments... arguments) {
+    int count = 99;
+    tag* found = reinterpret_cast<tag*>(&count);
+    EXPECT_EQ(function(arguments..., &count, &found), status);
+    return take(count, found);
+  }
+
+  /** The platform calls of an action. */
+  template <typename Action>
+  std::vector<std::string> calls(const Action& action) {
+    trace.clear();
+    ork_host_start_journal();
+    action();
+    ork_host_stop_journal();
+    return test::Site::journal();
+  }
+
+  static void fail(const char* operation, int nth = 1) {
+    ork_host_fail_call(operation, nth, failure);
+  }
+
+  test::Site site;
+  test::TraceCapture trace;
+  tag item = NULLTAG;
+  tag revision = NULLTAG;
+  tag other = NULLTAG;
+  std::size_t blocks = 0;
+};
+
+// -------------------------------------------------------------------------------- attachments
+
+TEST_F(Workflow, ObjectsAreAttachedToTheRootTask) {
+  const tag job = start("Review");
+  tag objects[] = {item, revision};
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_add_target_objects(job, 2, objects), ORK_ok); }),
+              ElementsAre("FLOW_get_root_task", "FLOW_add_attachments"));
+  EXPECT_THAT(trace.lines()[1], StartsWith("   ->ZOLP_add_attachments(...) zolp_epmtool.cpp:"));
+  EXPECT_THAT(trace.lines()[2], StartsWith("     ->ZOLP_add_attachments zolp_epmtool.cpp:"));
+  EXPECT_EQ(ZOLP_add_reference_objects(job, 1, &other), ORK_ok);
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_target_objects, job), ElementsAre(item, revision));
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reference_objects, job), ElementsAre(other));
+  tag detached[] = {other, item};
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_remove_attachments(job, 2, detached), ORK_ok); }),
+              ElementsAre("FLOW_get_root_task", "FLOW_remove_attachments"));
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_target_objects, job), ElementsAre(revision));
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reference_objects, job), IsEmpty());
+
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_add_target_objects(job, 0, nullptr), ORK_ok); }),
+              ElementsAre("FLOW_get_root_task", "FLOW_add_attachments"));
+  EXPECT_EQ(ZOLP_add_attachments(job, 3, -1, objects), ORK_invalid_argument);
+  trace.clear();
+  EXPECT_EQ(ZOLP_add_target_objects(job, 1, &revision), FLOW_already_attached);
+  EXPECT_TRUE(trace.has("##ORK_err_33007: FLOW_add_attachments(...)"));
+  EXPECT_TRUE(trace.has("##ORK_err_33007: ZOLP_add_attachments(...)"));
+  EXPECT_FALSE(trace.has("<-ZOLP_add_target_objects "));
+}
+
+TEST_F(Workflow, AttachmentsFailAsTheirCallsDo) {
+  const tag job = start("Review", {item});
+  int count = 5;
+  tag* untouched = &item;
+  fail("FLOW_get_root_task");
+  EXPECT_EQ(ZOLP_ask_target_objects(job, &count, &untouched), failure);
+  EXPECT_EQ(count, 5);
+  EXPECT_EQ(untouched, &item);
+  EXPECT_EQ(ZOLP_remove_attachments(item, 0, nullptr), FLOW_not_a_job);
+  trace.clear();
+  ork_host_fail_allocation(1);
+  EXPECT_EQ(ZOLP_add_attachments(job, 1, 1, &other), 2002);
+  EXPECT_TRUE(trace.has("ERROR: not enough memory available"));
+  int errors = 0;
+  const int* severities = nullptr;
+  const int* codes = nullptr;
+  const char** texts = nullptr;
+  ERR_get_errors(&errors, &severities, &codes, &texts);
+  EXPECT_EQ(codes[errors - 1], 2002);
+  EXPECT_EQ(severities[errors - 1], 3);
+}
+
+TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
+  const tag job = start("Review", {item, revision});
+  EXPECT_EQ(ZOLP_add_reference_objects(job, 1, &other), ORK_ok);
+  const std::vector<std::string> level = {"FLOW_get_state", "FLOW_get_state_string",
+                                          "FLOW_get_attachments"};
+  std::vector<std::string> expected = {"FLOW_get_root_task", "FLOW_get_sub_tasks"};
+  const auto append = [&expected](const std::vector<std::string>& more) {
+    expected.insert(expected.end(), more.begin(), more.end());
+  };
+  append(level);
+  append({"OBJ_refresh", "OBJ_refresh", "OBJ_refresh"});
+  append(level);
+  append({"OBJ_refresh"});
+  append(level);
+  append(level);
+  append({"FLOW_get_attachments", "OBJ_load", "OBJ_load", "FLOW_get_attachments", "OBJ_load",
+          "FLOW_get_attachments", "FLOW_refresh_entire_job"});
+  EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), ORK_ok); }), expected);
+  EXPECT_TRUE(trace.has("level_task=0 state [Started] "));
+  EXPECT_TRUE(trace.has("level_task=3 state [Pending] "));
+
+  fail("OBJ_load");
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), ORK_ok); }),
+              testing::IsSupersetOf(
+                  {"OBJ_load", "OBJ_load", "OBJ_load", "OBJ_refresh", "FLOW_refresh_entire_job"}));
+  fail("OBJ_load");
+  fail("OBJ_refresh", 5);
+  EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), failure); }).back(), "OBJ_refresh");
+  for (const auto& [operation, nth] : {std::pair{"FLOW_get_state", 2},
+                                       {"FLOW_get_state_string", 1},
+                                       {"FLOW_get_attachments", 2},
+                                       {"FLOW_get_sub_tasks", 1},
+                                       {"FLOW_get_root_task", 1}}) {
+    fail(operation, nth);
+    EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), failure); }).back(), operation);
+  }
+
+  const tag done = start("Release", {item});
+  const tag levels_done = start("No team");
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(levels_done), ORK_ok); }),
+              ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_state",
+                          "FLOW_get_state_string", "FLOW_get_attachments", "FLOW_get_attachments",
+                          "FLOW_get_attachments", "FLOW_refresh_entire_job"));
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(done), ORK_ok); }),
+              ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_attachments",
+                          "OBJ_load", "FLOW_get_attachments", "FLOW_get_attachments", "OBJ_load",
+                          "FLOW_refresh_entire_job"));
+}
+
+// --------------------------------------------------------------------------- condition tasks
+
+TEST_F(Workflow, ConditionTasksAreFoundByTheirWholeName) {
+  const tag job = start("Review");
+  const std::vector<tag> conditions = tasks(job, eFLOWConditionTask);
+  const auto find = [job](const char* name, int status) {
+    tag task = 99;
+    EXPECT_EQ(ZOLP_get_condition_task_by_name(job, name, &task), status);
+    return task;
+  };
+  EXPECT_THAT(calls([&] { EXPECT_EQ(find("Large?", ORK_ok), conditions[0]); }),
+              ElementsAre("FLOW_get_type_tasks", "FLOW_get_name"));
+  EXPECT_EQ(find("Later?", ORK_ok), conditions[1]);
+  for (const char* wrong : {"large?", "Large", "Large??", "Check", ""}) {
+    EXPECT_EQ(find(wrong, ORK_ok), NULLTAG);
+    EXPECT_EQ(ZOLP_set_named_condition_task_result(job, wrong, 1), 33080);
+  }
+  fail("FLOW_get_name", 2);
+  EXPECT_EQ(find("Later?", failure), NULLTAG);
+  fail("FLOW_get_type_tasks");
+  EXPECT_EQ(find("Large?", failure), NULLTAG);
+  fail("FLOW_get_type_tasks");
+  EXPECT_EQ(ZOLP_set_named_condition_task_result(job, "Large?", 1), failure);
+  EXPECT_EQ(ZOLP_set_named_condition_task_result(start("Release"), "Large?", 1), 33080);
+}
+
+TEST_F(Workflow, TheResultOfSettingAResultIsThatOfTheUnlocking) {
+  const tag job = start("Review");
+  const tag task = tasks(job, eFLOWConditionTask)[0];
+  const auto result = [task] {
+    int found = -1;
+    EXPECT_EQ(FLOW_get_condition_task_result(task, &found), ORK_ok);
+    return found;
+  };
+  struct Case {
+    const char* failing;
+    int nth;
+    int status;
+    std::vector<std::string> calls;
+  };
+  const std::vector<std::string> all = {"OBJ_refresh", "FLOW_set_condition_task_result", "OBJ_save",
+                                        "OBJ_refresh"};
+  const Case cases[] = {{"OBJ_refresh", 1, ORK_ok, {"OBJ_refresh", "OBJ_refresh"}},
+                        {"FLOW_set_condition_task_result", 1, ORK_ok, {all[0], all[1], all[3]}},
+                        {"OBJ_save", 1, ORK_ok, all},
+                        {"OBJ_refresh", 2, failure, all}};
+  for (const Case& one : cases) {
+    fail(one.failing, one.nth);
+    EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_set_condition_task_result(task, 5), one.status); }),
+              one.calls);
+    EXPECT_EQ(result(), one.status == ORK_ok ? 0 : 5);
+  }
+  EXPECT_EQ(OBJ_refresh(task, 0), ORK_ok);
+  EXPECT_EQ(ZOLP_set_named_condition_task_result(job, "Large?", -7), ORK_ok);
+  EXPECT_EQ(result(), -7);
+  EXPECT_TRUE(trace.has("->OBJ_unlock(condition_task) zolp_epmtool.cpp:"));
+}
+
+// --------------------------------------------------------------- release levels and reviewers
+
+TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
+  const tag job = start("Review");
+  const std::vector<tag> levels = tasks(job, eFLOWReviewTask);
+  const auto current = [](tag of_job, int status) {
+    tag level = 99;
+    char name[FLOW_name_size + 1] = "x";
+    EXPECT_EQ(ZOLP_ask_current_release_level(of_job, &level, name), status);
+    return std::to_string(level) + " " + name;
+  };
+  const std::vector<std::string> found = {"FLOW_get_type_tasks", "FLOW_get_state",
+                                          "OBJ_UIF_get_value"};
+  EXPECT_EQ(calls([&] { EXPECT_EQ(current(job, 0), std::to_string(levels[0]) + " Check"); }),
+            found);
+  EXPECT_TRUE(trace.has("iTaskListCount=2"));
+  EXPECT_TRUE(trace.has("spCurrentReleaseLevelName=Check"));
+  const std::vector<tag> signoffs = attached(levels[0], FLOW_signoff_attachment);
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[1], SIGNOFF_approve, ""), ORK_ok);
+  EXPECT_EQ(current(job, ORK_ok), std::to_string(levels[1]) + " Check");
+
+  tag broken = NULLTAG;
+  tag process = NULLTAG;
+  EXPECT_EQ(ork_host_seed(R"({"process_templates": [{"name": "Stopped", "tasks": [
+    {"name": "Stop", "handlers": [{"on": "start", "name": "none"}]},
+    {"name": "Over", "type": "review"}]}]})"),
+            ORK_ok);
+  EXPECT_EQ(FLOW_find_process_template("Stopped", &process), ORK_ok);
+  EXPECT_EQ(FLOW_create_process("x", "", process, 0, nullptr, nullptr, &broken),
+            FLOW_unknown_handler);
+  EXPECT_THAT(
+      calls([&] { EXPECT_THAT(current(broken, ORK_ok), HasSubstr(" Over")); }),
+      ElementsAre("FLOW_get_type_tasks", "FLOW_get_state", "FLOW_get_state", "OBJ_UIF_get_value"));
+  EXPECT_EQ(current(start("No team"), ORK_ok), "0 ") << "completed";
+  EXPECT_EQ(current(start("Release"), ORK_ok), "0 ");
+  fail("FLOW_get_state");
+  EXPECT_EQ(current(job, failure), "0 ");
+  fail("OBJ_UIF_get_value");
+  EXPECT_EQ(current(job, failure), "0 ");
+  char name[FLOW_name_size + 1] = "x";
+  trace.clear();
+  EXPECT_EQ(ZOLP_ask_current_release_level_name(job, name), ORK_ok);
+  EXPECT_STREQ(name, "Check");
+  EXPECT_TRUE(
+      trace.has("->ZOLP_ask_current_release_level(job, &release_level, release_level_name) zolp_"));
+}
+
+TEST_F(Workflow, LevelsAreFoundByTheirWholeName) {
+  const tag job = start("Review");
+  tag level = 99;
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_find_release_level(job, "Check", &level), ORK_ok); }),
+              ElementsAre("FLOW_get_type_tasks", "OBJ_UIF_get_value"));
+  EXPECT_EQ(level, tasks(job, eFLOWReviewTask)[0]);
+  for (const char* line : {"search for release level nane=Check", "iTaskListCount=2",
+                           "FLOWReviewTask[0]=Check", "found release level named Check"}) {
+    EXPECT_TRUE(trace.has(line)) << line;
+  }
+  EXPECT_EQ(ZOLP_find_release_level(job, "check", &level), ORK_ok);
+  EXPECT_EQ(level, NULLTAG);
+  fail("OBJ_UIF_get_value", 2);
+  EXPECT_EQ(ZOLP_find_release_level(job, "none", &level), failure);
+}
+
+TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
+  const tag job = start("Review");
+  std::vector<tag> members;
+  for (const tag signoff : attached(tasks(job, eFLOWReviewTask)[0], FLOW_signoff_attachment)) {
+    int type = 0;
+    EXPECT_EQ(FLOW_get_signoff_member(signoff, &members.emplace_back(), &type), ORK_ok);
+  }
+  const char* level = "Check";
+  EXPECT_THAT(
+      calls([&] { EXPECT_EQ(listed(ORK_ok, ZOLP_ask_reviewers, job, level), members); }),
+      ElementsAre("FLOW_get_type_tasks", "OBJ_UIF_get_value", "FLOW_get_sub_task",
+                  "FLOW_get_attachments", "OBJ_refresh", "FLOW_get_signoff_member", "OBJ_refresh",
+                  "FLOW_get_signoff_member", "OBJ_refresh", "FLOW_get_signoff_member"));
+  const std::string address =
+      std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(level)));
+  for (const std::string& line :
+       {"found release level named " + address, std::string("found the subtask select-signoff-"),
+        std::string("iSignoffCount=3"), std::string("Member[0]=SIGNOFF_GROUPMEMBER"),
+        std::string("Member[1]=SIGNOFF_RESOURCEPOOL"), std::string("add Member[2] to array")}) {
+    EXPECT_TRUE(trace.has(line)) << line;
+  }
+  trace.clear();
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_groupmembers, job, level),
+              ElementsAre(members[1], members[2]));
+  EXPECT_TRUE(trace.has("iTempGroupmemberCount=2"));
+  EXPECT_TRUE(trace.has("ignore Member[0] of not selected type"));
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_resourcepools, job, level),
+              ElementsAre(members[0]));
+  EXPECT_TRUE(trace.has("iTempResourcepoolCount=1"));
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_by_type, job, level, 9999), IsEmpty());
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_by_type, job, level, -1), IsEmpty());
+
+  fail("FLOW_get_signoff_member", 3);
+  EXPECT_THAT(listed(failure, ZOLP_ask_reviewers, job, level), ElementsAre(members[0], members[1]))
+      << "as far as it was read";
+  fail("FLOW_get_signoff_member", 3);
+  EXPECT_THAT(listed(failure, ZOLP_ask_reviewers_groupmembers, job, level), IsEmpty());
+  fail("FLOW_get_sub_task");
+  EXPECT_THAT(listed(failure, ZOLP_ask_reviewers, job, level), IsEmpty());
+  trace.clear();
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers, job, "none"), IsEmpty());
+  EXPECT_FALSE(trace.has("iSignoffCount"));
+  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers, start("No team"), "Nobody"), IsEmpty());
+  EXPECT_TRUE(trace.has("iSignoffCount=0"));
+  for (int nth = 1; nth <= 20; ++nth) {
+    ork_host_fail_allocation(nth);
+    int count = 0;
+    tag* found = nullptr;
+    ZOLP_ask_reviewers(job, level, &count, &found);
+    EXPECT_LE(take(count, found).size(), 3u);
+  }
+  ork_host_clear_faults();
+}
+
+TEST_F(Workflow, JobInfoTellsWhoSignsOffAndWhen) {
+  const auto info = [](tag task, int status, int* year) {
+    const FLOW_action_message_s message{task, 0, 0, ""};
+    char name[ORG_name_size + 1] = "x";
+    date_s date{1, 1, 1, 1, 1, 1};
+    tag user = 99;
+    EXPECT_EQ(ZOLP_getJobInfo(&message, name, &date, &user), status);
+    tag named = NULLTAG;
+    EXPECT_EQ(ORG_find_user(name, &named), ORK_ok);
+    EXPECT_EQ(user, named);
+    *year = date.year;
+    return std::string(name);
+  };
+  int year = -1;
+  const tag unreviewed = start("Release");
+  ORK_exit_module(0);
+  site.log_in("root", "root-secret", "engineering");
+  EXPECT_THAT(calls([&] { EXPECT_EQ(info(tasks(unreviewed)[0], ORK_ok, &year), "ada"); }),
+              ElementsAre("FLOW_get_type_tasks", "FLOW_get_job", "FLOW_get_type_tasks",
+                          "WSO_describe", "ORG_find_user", "ORG_find_user"));
+  EXPECT_EQ(year, 0);
+  EXPECT_TRUE(trace.has("Ersteller [ada]"));
+
+  const tag level = tasks(start("Review"), eFLOWReviewTask)[0];
+  EXPECT_EQ(info(level, ORK_ok, &year), "root");
+  EXPECT_EQ(year, 0);
+  EXPECT_TRUE(trace.has("Nr.=0 g=[engineering] r=[*] "));
+  EXPECT_TRUE(trace.has("Nr.=1 u=[ada] g=[engineering] r=[designer] "));
+  EXPECT_TRUE(trace.has("Nr.=2 u=[root] g=[engineering] r=[administrator] "));
+  const std::vector<tag> signoffs = attached(level, FLOW_signoff_attachment);
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[2], SIGNOFF_reject, ""), ORK_ok);
+  info(level, ORK_ok, &year);
+  EXPECT_GT(year, 0) << "the date of the last one";
+  EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
+  trace.clear();
+  EXPECT_EQ(info(level, ORK_ok, &year), "root");
+  EXPECT_TRUE(trace.has("Nr.=0 g="));
+  EXPECT_FALSE(trace.has("Nr.=1")) << "no further than the one that approves";
+  for (const char* operation : {"FLOW_get_job", "FLOW_get_type_tasks", "FLOW_get_attachments",
+                                "SIGNOFF_get_signoff_decision", "ORG_get_current_groupmember"}) {
+    fail(operation);
+    EXPECT_EQ(info(level, failure, &year), "");
+  }
+}
+
+// --------------------------------------------------------------------------- handler targets
+
+TEST_F(Workflow, AHandlerGetsItsJobAndTargets) {
+  const tag job = start("Review", {item, revision});
+  const FLOW_action_message_s message{tasks(job)[1], 0, 0, ""};
+  tag found_job = NULLTAG;
+  const auto targets = [&](int status) {
+    int count = 99;
+    tag* found = nullptr;
+    EXPECT_EQ(ZOLP_getRHTargetObjects(&message, &found_job, &count, &found), status);
+    return status == ORK_ok ? take(count, found) : std::vector<tag>(found, found);
+  };
+  EXPECT_THAT(calls([&] { EXPECT_THAT(targets(ORK_ok), ElementsAre(item, revision)); }),
+              ElementsAre("FLOW_get_job", "FLOW_get_root_task", "FLOW_get_attachments",
+                          "TYPE_get_object_type", "TYPE_get_class_name", "TYPE_get_object_type",
+                          "TYPE_get_class_name"));
+  EXPECT_EQ(found_job, job);
+  EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [2]"));
+  EXPECT_TRUE(trace.has("TARGET[2]: CLASS = [ItemRevision]"));
+  fail("TYPE_get_object_type", 2);
+  targets(failure);
+  EXPECT_TRUE(trace.has("Error by exit status! File;zolp_handler_utils.cpp [Line:"));
+  EXPECT_TRUE(trace.has("<-ERROR:ZOLP_getRHTargetObjects zolp_handler_utils.cpp:"));
+  fail("FLOW_get_job");
+  targets(failure);
+  tag objects[] = {item, revision};
+  EXPECT_EQ(ZOLP_remove_attachments(job, 2, objects), ORK_ok);
+  targets(FLOW_target_object_not_attached);
+  EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [0]"));
+  EXPECT_TRUE(
+      trace.has("Error FLOW_target_object_not_attached! File:zolp_handler_utils.cpp [Line"));
+  EXPECT_THAT(trace.lines().back(),
+              HasSubstr("<-ERROR: ZOLP_getRHTargetObjects zolp_handler_utils.cpp:"));
+}
+
+TEST_F(Workflow, DeletingAJobTwiceIsNoFailure) {
+  const tag job = start("Review", {item});
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_deleteJob(job), ORK_ok); }),
+              ElementsAre("STORE_instance_exists", "STORE_refresh_instances", "OBJ_delete"));
+  EXPECT_TRUE(trace.has("Job = " + std::to_string(job)));
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_deleteJob(job), ORK_ok); }),
+              ElementsAre("STORE_instance_exists"));
+  EXPECT_TRUE(trace.has("Job does not exist, nothing to delete!"));
+  const tag kept = start("Review");
+  for (const char* operation : {"STORE_instance_exists", "STORE_refresh_instances", "OBJ_delete"}) {
+    fail(operation);
+    EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_deleteJob(kept), failure); }).back(), operation);
+  }
+}
+
+TEST_F(Workflow, DatasetsOfTargetsAreReported) {
+  const tag job = start("Review", {item, revision, other});
+  const test::TemporaryFolder folder;
+  const auto report = [&](int status) {
+    FILE* file = std::fopen(folder.path("report").c_str(), "w");
+    EXPECT_EQ(ZOLP_HasTargetADrawing(job, &file), status);
+    std::fclose(file);
+    return folder.read("report");
+  };
+  tag type = NULLTAG;
+  tag relation = NULLTAG;
+  EXPECT_EQ(REL_find_relation_type("Documents", &type), ORK_ok);
+  EXPECT_EQ(REL_create_relation(revision, item, type, NULLTAG, &relation), ORK_ok);
+  const std::string id = "4711/A-Gearbox            ";
+  const std::string line = id + "Dataset                   ";
+  const std::string expected =
+      line + "drawing                  \n" + line + "notes                    \n";
+  EXPECT_EQ(report(ORK_ok), expected) << "no line for the item that is related, too";
+  EXPECT_EQ(trace.count("answer:<true>"), 2);
+  EXPECT_EQ(trace.count("answer:<false>"), 1);
+  EXPECT_EQ(trace.count("verdict:<true>"), 2);
+  EXPECT_EQ(trace.count("verdict:<false>"), 1);
+  fail("STORE_class_of_instance", 3);
+  EXPECT_EQ(report(ORK_ok), line + "notes                    \n")
+      << "a failing test is passed over";
+  fail("WSO_get_name", 2);
+  EXPECT_EQ(report(failure), line + "drawing                  \n");
+  fail("ITEM_list_all_rev_attachments");
+  EXPECT_EQ(report(failure), "");
+  fail("STORE_class_of_instance");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(report(failure), "");
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              testing::MatchesRegex(
+                  "ERROR: File:zolp_handler_utils.cpp \\[line:[0-9]+\\] \\(ifail 4711\\)\n"));
+  EXPECT_EQ(OBJ_delete(relation), ORK_ok);
+}
+
+TEST_F(Workflow, TargetsAreFiledOnTheSecondCall) {
+  const tag job = start("Review", {item, revision});
+  const auto contents = [](tag folder) {
+    int count = 0;
+    tag* found = nullptr;
+    EXPECT_EQ(FOLDER_list_instances(folder, &count, &found), ORK_ok);
+    return take(count, found);
+  };
+  const auto move = [&](const char* name, int status) {
+    return calls([&] { EXPECT_EQ(ZOLP_moveTargetToFolder(job, name, "For parts"), status); });
+  };
+  EXPECT_THAT(move("", 1), IsEmpty());
+  EXPECT_THAT(move("Gearbox", ORK_ok),
+              ElementsAre("WSO_find", "WSO_get_name", "WSO_get_object_type", "WSO_get_name",
+                          "WSO_get_object_type", "FOLDER_create", "OBJ_save"))
+      << "an item and a revision bear the name, and no folder";
+  EXPECT_TRUE(trace.has("folder:<Gearbox> description:<For parts>"));
+  EXPECT_THAT(move("Shelf", ORK_ok), ElementsAre("WSO_find", "FOLDER_create", "OBJ_save"));
+  int count = 0;
+  tag* found = nullptr;
+  EXPECT_EQ(WSO_find("Shelf", &count, &found), ORK_ok);
+  const std::vector<tag> folders = take(count, found);
+  ASSERT_EQ(folders.size(), 1u);
+  EXPECT_THAT(contents(folders[0]), IsEmpty());
+  const std::vector<std::string> filing = {"WSO_find",
+                                           "WSO_get_name",
+                                           "WSO_get_object_type",
+                                           "FLOW_get_root_task",
+                                           "FLOW_get_attachments",
+                                           "OBJ_refresh",
+                                           "FOLDER_insert_instances",
+                                           "OBJ_save",
+                                           "OBJ_refresh",
+                                           "OBJ_unload"};
+  EXPECT_EQ(move("Shelf", ORK_ok), filing);
+  EXPECT_TRUE(trace.has("->OBJ_unlock(...) zolp_handler_utils.cpp:"));
+  EXPECT_THAT(contents(folders[0]), ElementsAre(item, revision));
+  int state = 0;
+  EXPECT_EQ(STORE_get_instance_state(folders[0], &state), ORK_ok);
+  fail("FOLDER_insert_instances");
+  EXPECT_EQ(move("Shelf", 1).back(), "FOLDER_insert_instances");
+  for (const char* operation : {"WSO_find", "WSO_get_name", "WSO_get_object_type", "OBJ_save"}) {
+    fail(operation);
+    EXPECT_EQ(move("Shelf", failure).back(), operation);
+  }
+}
+
+TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
+  orktool::replace_calendar([] {
+    const std::time_t moment = 1700000000;
+    std::tm parts{};
+    localtime_r(&moment, &parts);
+    return parts;
+  });
+  const auto release = [&](std::string name, const char* procedure) {
+    char buffer[ZOLP_JOB_NAME_SIZE + 2] = "";
+    std::strcpy(buffer, name.c_str());
+    buffer[ZOLP_JOB_NAME_SIZE + 1] = '#';
+    tag objects[] = {revision, other};
+    const int status = ZOLP_addReleaseStatusWithTmpJob(2, objects, buffer, procedure);
+    EXPECT_EQ(buffer[ZOLP_JOB_NAME_SIZE + 1], '#');
+    return std::to_string(status) + " " + buffer;
+  };
+  const auto jobs = [] {
+    int count = 0;
+    tag* found = nullptr;
+    EXPECT_EQ(FLOW_find_jobs(nullptr, &count, &found), ORK_ok);
+    return take(count, found).size();
+  };
+  EXPECT_THAT(calls([&] { EXPECT_EQ(release("TMP", "Release"), "0 TMP1700000000"); }),
+              ElementsAre("FLOW_find_process_template", "FLOW_create_process",
+                          "STORE_instance_exists", "STORE_refresh_instances", "OBJ_delete"));
+  EXPECT_TRUE(trace.has("ObjCount        = 2"));
+  EXPECT_TRUE(trace.has("szProcedureName = Release"));
+  EXPECT_TRUE(trace.has("job name <TMP1700000000>"));
+  EXPECT_EQ(jobs(), 0u);
+  for (const tag object : {revision, other}) {
+    char latest[ZOLP_NAME_SIZE + 1] = "";
+    EXPECT_EQ(ZOLP_ask_latest_status(object, latest), ORK_ok);
+    EXPECT_STREQ(latest, "Released") << "every object is a target";
+  }
+  const std::string long_name(ZOLP_JOB_NAME_SIZE - 4, 'n');
+  EXPECT_EQ(release(long_name, "Release"), "0 " + long_name + "1700");
+  EXPECT_EQ(release("TMP", "none"),
+            std::to_string(FLOW_unknown_process_template) + " TMP1700000000");
+  EXPECT_EQ(release("TMP", "Broken"), "1 TMP1700000000");
+  EXPECT_EQ(jobs(), 1u) << "one that was stopped stays";
+  fail("OBJ_delete");
+  EXPECT_EQ(release("TMP", "Release"), "1 TMP1700000000");
+  EXPECT_EQ(jobs(), 2u);
+}
+
+}  // namespace

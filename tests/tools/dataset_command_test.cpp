@@ -1,0 +1,194 @@
+// zolp dataset and zolp form.
+
+#include <csignal>
+
+#include "tests/tools/run_program.h"
+
+namespace {
+
+using test::expect_refusal;
+using test::files_in;
+using test::run_zolp;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* seed = R"({
+  "site": {"name": "Here", "automatic_login": "ada"},
+  "groups": ["engineering"], "roles": ["designer"],
+  "users": [{"id": "ada", "memberships": [{"group": "engineering", "role": "designer"}]}],
+  "form_types": [{"name": "Mass", "fields": [
+    {"name": "material", "kind": "text", "length": 20}, {"name": "weight", "kind": "real"}]}],
+  "dataset_types": [{"name": "Model", "tool": "ImageViewer", "references": [
+    {"name": "Part", "files": [{"template": "*.prt", "format": "BINARY"}]}, {"name": "Mass"}]}],
+  "items": [
+    {"id": "1/00", "name": "Press", "master_form": {"type": "FreigabeInfo"}, "revisions": [
+      {"id": "A", "master_form": {"type": "Mass", "values": {"material": "steel"}}, "datasets": [
+        {"name": "Front", "type": "Image",
+         "files": [{"reference": "Image", "path": "front.png"}]},
+        {"name": "Side", "type": "Image",
+         "files": [{"reference": "Image", "path": "front.png"},
+                   {"reference": "Image", "path": "side.png"}]},
+        {"name": "Frame", "type": "Model",
+         "forms": [{"reference": "Mass", "type": "Mass"}]}]}]}]})";
+
+class DatasetCommands : public testing::Test {
+ protected:
+  DatasetCommands() {
+    folder.write("front.png", "front");
+    folder.write("side.png", "side");
+    std::filesystem::create_directory(target);
+    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
+              0);
+  }
+
+  test::Run on_site(std::vector<std::string> arguments) const {
+    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
+  }
+
+  /** A run of a dataset command for revision 1/00/A. */
+  test::Run dataset(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), "dataset");
+    arguments.insert(arguments.end(), {"--item", "1/00", "--rev", "A"});
+    return on_site(arguments);
+  }
+
+  std::size_t vault_size() const { return files_in(site + ".vault").size(); }
+
+  test::TemporaryFolder folder;
+  const std::string site = folder.path("site.db");
+  const std::string target = folder.path("out");
+};
+
+TEST_F(DatasetCommands, FilesComeOutAsTheyWentIn) {
+  const std::string text = folder.write("report.txt", "one\r\n\xe4");
+  const test::Run imported = dataset({"import", text, "--description", "checked"});
+  EXPECT_EQ(imported.exit_code, 0) << imported.err;
+  EXPECT_EQ(imported.out, "imported " + text + " as dataset report of 1/00/A-Press\n");
+  const auto card = dataset({"show", "report", "--json"}).json();
+  EXPECT_EQ(card["description"], "checked");
+  EXPECT_EQ(card["format"], "TEXT");
+  EXPECT_EQ(card["references"][0]["file"]["size"], 6);
+  EXPECT_EQ(dataset({"export", "report", "--out", target}).exit_code, 0);
+  EXPECT_EQ(folder.read("out/report.txt"), "one\r\n\xe4");
+  EXPECT_EQ(dataset({"export", "report", "--out", target + "/other"}).out,
+            "wrote " + target + "/other\n");
+
+  const std::string part = folder.write("body.PRT", "solid");
+  EXPECT_EQ(dataset({"import", part, "--type", "Model", "--name", "Body", "--json"})
+                .json()["references"][0]["file"]["type"],
+            "binary");
+  EXPECT_EQ(dataset({"copy", "Body", "Body 2"}).out, "copied Body to Body 2 with 1 reference\n");
+  const test::Run copy = dataset({"show", "Body 2"});
+  EXPECT_THAT(copy.out, HasSubstr("Part       part   5      Body_2.PRT\n"));
+  EXPECT_THAT(on_site({"show", "1/00/A"}).out, HasSubstr("VELO_reference  Body 2  (Dataset)"));
+}
+
+TEST_F(DatasetCommands, ExportsAreWholeAndOverwriteNothing) {
+  folder.write("out/side.png", "mine");
+  expect_refusal(dataset({"export", "Side", "--out", target}), 1, "exists and is not overwritten");
+  EXPECT_THAT(files_in(target), ElementsAre("side.png")) << "the first file is taken back";
+  expect_refusal(dataset({"export", "Side", "--out", target + "/x"}), 1, "has 2 files");
+
+  EXPECT_EQ(dataset({"export-images", "--out", target}).out,
+            "wrote " + target + "/1_00_A_Front\nwrote " + target +
+                "/1_00_A_Side\n2 images of 3 datasets\n");
+  EXPECT_EQ(folder.read("out/1_00_A_Side"), "side") << "the second dataset's second reference";
+  folder.write("out/1_00_A_Side", "mine");
+  const auto again = dataset({"export-images", "--out", target, "--json"}).json();
+  EXPECT_THAT(again["written"], IsEmpty());
+  EXPECT_EQ(again["kept"].size(), 2U);
+  EXPECT_EQ(folder.read("out/1_00_A_Side"), "mine");
+
+  ASSERT_EQ(dataset({"copy", "Side", "Twin"}).exit_code, 0);
+  std::filesystem::create_directory(folder.path("twins"));
+  EXPECT_EQ(dataset({"export", "Twin", "--out", folder.path("twins")}).exit_code, 0);
+  EXPECT_THAT(files_in(folder.path("twins")), ElementsAre("Twin-2.png", "Twin.png"));
+}
+
+TEST_F(DatasetCommands, RefusalsSayWhatIsWrongAndLeaveNothing) {
+  const std::size_t before = vault_size();
+  const std::string text = folder.write("report.txt", "one");
+  const struct {
+    std::vector<std::string> arguments;
+    const char* why;
+  } refusals[] = {
+      {{"import", folder.path("none.txt")}, "No such file"},
+      {{"import", target}, "no regular file"},
+      {{"import", text, "--name", "Front"}, "1/00/A-Press has a dataset Front"},
+      {{"import", text, "--type", "Modell"}, "there is no dataset type Modell"},
+      {{"import", text, "--type", "Model", "--reference", "Mass"}, "takes no files as Mass"},
+      {{"import", text, "--name", std::string(129, 'n')}, "name is longer than 128 bytes"},
+      {{"import", text, "--description", std::string(241, 'd')}, "longer than 240 bytes"},
+      {{"export", "none"}, "1/00/A-Press has no dataset none"},
+      {{"export", "Frame"}, "dataset Frame has no file"},
+      {{"export", "Front", "--out", target + "/none/x"}, "No such file"},
+      {{"export-images", "--out", target + "/none"}, "is no folder"},
+      {{"copy", "Front", std::string(129, 'n')}, "longer than 128 bytes"}};
+  for (const auto& [arguments, why] : refusals) {
+    expect_refusal(dataset(arguments), 1, why);
+  }
+  expect_refusal(on_site({"dataset", "import", text, "--item", "9"}), 1, "there is no item 9");
+  expect_refusal(on_site({"dataset", "import", text}), 2, "--item");
+  expect_refusal(on_site({"dataset", "show", "Front", "--rev", "A"}), 2, "--item");
+  EXPECT_THAT(files_in(target), IsEmpty());
+  EXPECT_EQ(vault_size(), before);
+}
+
+TEST_F(DatasetCommands, AnInterruptedImportLeavesNothing) {
+  const std::string big = folder.path("big.prt");
+  std::ofstream(big).close();
+  std::filesystem::resize_file(big, std::uintmax_t{8} << 30);
+  const std::size_t before = vault_size();
+  const pid_t child = fork();
+  if (child == 0) {
+    setenv("ORK_HOST_DB", site.c_str(), 1);
+    if (std::freopen(folder.path("err").c_str(), "w", stderr) != nullptr) {
+      execl(ZOLP_PROGRAM, ZOLP_PROGRAM, "dataset", "import", big.c_str(), "--type", "Model",
+            "--item", "1/00", nullptr);
+    }
+    _exit(127);
+  }
+  while (vault_size() == before && files_in(site + ".vault/importing").empty()) {
+    usleep(1000);
+  }
+  kill(child, SIGINT);
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 1);
+  EXPECT_EQ(folder.read("err"), "zolp: interrupted: nothing was written, start again\n");
+  EXPECT_EQ(vault_size(), before);
+  EXPECT_THAT(files_in(site + ".vault/importing"), IsEmpty());
+  expect_refusal(on_site({"dataset", "show", "big"}), 1, "there is no dataset big");
+}
+
+TEST_F(DatasetCommands, FormsAreShownAndFilled) {
+  EXPECT_EQ(on_site({"form", "get", "1/00/A", "material"}).out, "steel\n");
+  const test::Run filled = on_site({"form", "set", "1/00/A", "material=a=b", "weight=2.5"});
+  EXPECT_EQ(filled.exit_code, 0) << filled.err;
+  EXPECT_EQ(filled.out, "Press (Mass)\n  field     value\n  material  a=b\n  weight    2.5\n");
+  EXPECT_EQ(on_site({"form", "set", "Frame", "weight=1", "--reference", "Mass"}).exit_code, 0);
+  EXPECT_EQ(
+      on_site({"form", "get", "Frame", "weight", "--reference", "Mass", "--json"}).json()["value"],
+      "1.0");
+
+  const auto release =
+      on_site({"form", "set", "1/00", "UGezPerson=ada", "UGezDate=1-dec-2026", "--json"}).json();
+  EXPECT_EQ(release["type"], "FreigabeInfo");
+  EXPECT_EQ(release["fields"].size(), 13U);
+  EXPECT_EQ(release["fields"]["UGezDate"], "01-Dec-2026");
+
+  expect_refusal(on_site({"form", "set", "1/00/A", "material=brass", "weight=heavy"}), 1,
+                 "cannot set weight");
+  EXPECT_EQ(on_site({"form", "get", "1/00/A", "material"}).out, "a=b\n") << "all or nothing";
+  expect_refusal(on_site({"form", "set", "1/00/A", "material"}), 2, "write FIELD=TEXT");
+  expect_refusal(on_site({"form", "get", "1/00/A", "colour"}), 1, "the form has no field colour");
+  expect_refusal(on_site({"form", "show", "2/00"}), 1, "there is no item or revision 2/00");
+  expect_refusal(on_site({"form", "show", "Front", "--reference", "Image"}), 1,
+                 "has no form as Image");
+  expect_refusal(on_site({"form", "show", "Front", "--reference", "Mass"}), 1,
+                 "has no form as Mass");
+}
+
+}  // namespace

@@ -1,0 +1,162 @@
+#include "tests/tools/run_program.h"
+
+namespace {
+
+using test::expect_refusal;
+using test::run_zolp;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* seed = R"({
+  "site": {"name": "Here", "automatic_login": "ada"},
+  "groups": ["engineering", "quality"], "roles": ["designer", "checker"],
+  "users": [
+    {"id": "ada", "password": "ada-secret",
+     "memberships": [{"group": "engineering", "role": "designer"}]},
+    {"id": "carl", "password": "carl-secret",
+     "memberships": [{"group": "quality", "role": "checker"}]},
+    {"id": "dora", "password": "dora-secret",
+     "memberships": [{"group": "engineering", "role": "checker"}]}],
+  "items": [{"id": "100", "name": "Press", "revisions": [{"id": "A"}]},
+            {"id": "200", "name": "Rod\u001b[31m"}],
+  "process_templates": [
+    {"name": "Release",
+     "handlers": [{"on": "complete", "name": "set-release-status", "arguments": ["status=OK"]}],
+     "tasks": [
+       {"name": "Check", "type": "review", "signoffs": [
+         {"user": "ada"}, {"pool": {"group": "quality"}}]},
+       {"name": "Large?", "type": "condition", "branches": [
+         {"result": true, "tasks": [{"name": "Inform"}]}, {"result": 3, "tasks": []}]}]},
+    {"name": "Decided", "tasks": [
+      {"name": "Decide", "handlers": [{"on": "start", "name": "test-decide"}]},
+      {"name": "Large?", "type": "condition"}]},
+    {"name": "Gone", "handlers": [{"on": "start", "name": "test-delete-job"}]}]})";
+
+class JobCommands : public testing::Test {
+ protected:
+  JobCommands() {
+    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
+              0);
+  }
+
+  test::Run on_site(std::vector<std::string> arguments) {
+    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
+  }
+
+  test::Run job(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "job");
+    return on_site(std::move(arguments));
+  }
+
+  /** What a command prints that succeeds. */
+  std::string done(std::vector<std::string> arguments) {
+    const test::Run run = job(std::move(arguments));
+    EXPECT_EQ(run.exit_code, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    return run.out;
+  }
+
+  test::TemporaryFolder folder;
+  const std::string site = folder.path("site.db");
+};
+
+TEST_F(JobCommands, AJobFromItsStartToItsEnd) {
+  const std::string started = done({"start", "Release", "--name", "R-1", "--target", "100/A",
+                                    "--reference", "200", "--description", "First"});
+  EXPECT_EQ(started,
+            "R-1  Started  (template Release, owner ada)\n"
+            "├── target 100/A-Press\n"
+            "├── reference 200-Rod?[31m\n"
+            "├── Check  Started  (review)\n"
+            "│   ├── [none]  ada (engineering/designer)\n"
+            "│   ├── [none]  anybody of quality/*\n"
+            "│   └── select-signoff-team  Completed  (team)\n"
+            "└── Large?  Pending  (condition)\n"
+            "    └── on true: Inform  Pending\n");
+  EXPECT_EQ(done({"show", "R-1"}), started);
+  EXPECT_EQ(done({"refresh", "R-1"}), started);
+
+  expect_refusal(job({"signoff", "R-1", "--decision", "approve", "-u=dora", "-p=dora-secret",
+                      "-g=engineering"}),
+                 1, "review Check has no signoff for this user");
+  EXPECT_THAT(done({"signoff", "R-1", "--decision", "reject", "--comment", "too \x1bheavy"}),
+              HasSubstr("[reject]  ada (engineering/designer)  by ada on "));
+  EXPECT_THAT(done({"signoff", "R-1", "--decision", "none"}), Not(HasSubstr("heavy")));
+  done({"signoff", "R-1", "--decision", "approve"});
+  done({"signoff", "R-1", "--decision", "approve", "--review", "Check", "-u=carl", "-p=carl-secret",
+        "-g=quality"});
+  expect_refusal(job({"signoff", "R-1", "--decision", "approve"}), 1, "has no review that waits");
+  expect_refusal(job({"signoff", "R-1", "--decision", "approve", "--review", "Check"}), 1,
+                 "The review has not begun or is over");
+
+  const auto waiting = job({"show", "R-1", "--json"}).json();
+  EXPECT_EQ(waiting["root"]["tasks"][0]["signoffs"][1]["user"], "carl");
+  EXPECT_EQ(waiting["root"]["tasks"][1]["state"], "Started");
+  EXPECT_EQ(waiting["root"]["tasks"][1]["tasks"][0]["on_result"], 1);
+  expect_refusal(job({"result", "R-1", "large?", "true"}), 1, "no condition task large?");
+  expect_refusal(job({"result", "R-1", "Large?", "yes"}), 2, "give true, false or a number");
+  EXPECT_THAT(done({"result", "R-1", "Large?", "3"}),
+              AllOf(HasSubstr("R-1  Completed"), HasSubstr("├── status OK\n"),
+                    HasSubstr("Large?  Completed  (condition)  result 3\n"
+                              "    └── on true: Inform  Skipped\n")));
+  expect_refusal(job({"result", "R-1", "Large?", "true"}), 1, "The task is decided or over");
+  EXPECT_THAT(on_site({"show", "100/A"}).out, HasSubstr("OK"));
+
+  EXPECT_THAT(done({"targets", "R-1", "--add", "100", "--remove", "100/A"}),
+              AllOf(HasSubstr("100-Press"), Not(HasSubstr("100/A"))));
+  EXPECT_EQ(job({"list", "--json"}).json()[0]["state"], "Completed");
+  const std::string number = job({"list", "--json"}).json()[0]["number"];
+  EXPECT_EQ(done({"delete", number}), "deleted " + number + "\n");
+  EXPECT_EQ(job({"list", "--json"}).out, "[]\n");
+  EXPECT_EQ(on_site({"show", "100"}).exit_code, 0) << "targets stay";
+}
+
+TEST_F(JobCommands, HandlersOfALibraryAreCalled) {
+  const std::string library = TEST_HANDLERS;
+  expect_refusal(job({"start", "Decided", "--name", "D-1", "--target", "100"}), 1,
+                 "job D-1 was stopped (There is no such workflow handler in this program: "
+                 "test-decide)");
+  EXPECT_THAT(done({"continue", "D-1", "--handlers", library}),
+              AllOf(HasSubstr("D-1  Completed"), HasSubstr("result false")));
+  EXPECT_THAT(done({"start", "Decided", "--name", "D-2", "--target", "100", "--target", "200",
+                    "--handlers", library}),
+              HasSubstr("result true"));
+  EXPECT_EQ(done({"start", "Gone", "--name", "G", "--handlers", library}),
+            "a handler has deleted job G\n");
+  EXPECT_EQ(job({"list", "--json"}).json().size(), 2u);
+
+  done({"start", "Release", "--name", "R", "--target", "100"});
+  const test::Run run =
+      on_site({"handler", "run", library, "--job", "R", "--handler", "test-decide"});
+  EXPECT_EQ(run.out, "test-decide has run on task Check\n") << run.err;
+  EXPECT_EQ(job({"show", "R", "--json"}).json()["root"]["tasks"][1]["result"], 2);
+  expect_refusal(on_site({"handler", "run", library, "--job", "R", "--handler", "test-decide",
+                          "--task", "Large?", "--argument", "fail=yes"}),
+                 1, "handler test-decide failed (Unknown error code 4711: handler test-decide on");
+  expect_refusal(on_site({"handler", "run", library, "--job", "R", "--handler", "none"}), 1,
+                 "There is no such workflow handler");
+  expect_refusal(on_site({"handler", "run", library, "--job", "R", "--task", "none"}), 1,
+                 "the job has no task none");
+  const test::Run all = on_site({"handler", "run", library, "--job", "R", "--json"});
+  EXPECT_EQ(all.json().size(), 2u) << all.err;
+  EXPECT_EQ(job({"list", "--json"}).json().size(), 2u) << "one of them deletes the job";
+}
+
+TEST_F(JobCommands, RefuseWhatIsWrong) {
+  done({"start", "Release", "--name", "R"});
+  expect_refusal(job({"start", "Release", "--name", "R"}), 1, "there is a job R already");
+  expect_refusal(job({"start", "release", "--name", "S"}), 1, "there is no process template");
+  expect_refusal(job({"start", "Release", "--name", "S", "--target", "999"}), 1, "no item");
+  expect_refusal(job({"start", "Release", "--name", std::string(200, 'n')}), 1, "longer");
+  expect_refusal(job({"start", "Release"}), 2, "--name");
+  expect_refusal(job({"show", "S"}), 1, "there is no job S");
+  expect_refusal(job({"show", "#1"}), 1, "there is no job #1");
+  expect_refusal(job({"signoff", "R", "--decision", "maybe"}), 2, "maybe");
+  expect_refusal(job({"signoff", "R", "--decision", "approve", "--review", "x"}), 1,
+                 "has no review x");
+  expect_refusal(job({"targets", "R", "--remove", "100"}), 1, "The object is not attached");
+  expect_refusal(job({"show", "R", "--handlers", site}), 1, "cannot load the handlers");
+  expect_refusal(on_site({"job"}), 2, "subcommand");
+}
+
+}  // namespace

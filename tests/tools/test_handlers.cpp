@@ -1,0 +1,38 @@
+// A library of workflow handlers, as the host loads one.
+
+#include <cstring>
+
+#include "ork/flow.h"
+#include "zolp_orktool.h"
+
+namespace {
+
+/** Decides the condition task "Large?"; with an argument "fail" it fails. */
+int decide(const FLOW_action_message_s* message) {
+  tag job = NULLTAG;
+  int count = 0;
+  tag* targets = nullptr;
+  if (std::strstr(message->arguments, "fail") != nullptr) {
+    return 4711;
+  }
+  const int status = ZOLP_getRHTargetObjects(message, &job, &count, &targets);
+  if (status != ORK_ok) {
+    return status;
+  }
+  MEM_free(targets);
+  return ZOLP_set_named_condition_task_result(
+      job, "Large?", count > 1 ? FLOW_condition_true : FLOW_condition_false);
+}
+
+int delete_job(const FLOW_action_message_s* message) {
+  tag job = NULLTAG;
+  const int status = FLOW_get_job(message->task, &job);
+  return status == ORK_ok ? ZOLP_deleteJob(job) : status;
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) int ORK_register_handlers(void) {
+  const int status = FLOW_register_handler("test-decide", decide);
+  return status == ORK_ok ? FLOW_register_handler("test-delete-job", delete_job) : status;
+}

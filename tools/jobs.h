@@ -1,0 +1,35 @@
+/** @file Workflow jobs of the open site, as commands name and show them. */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ork/ork.h"
+#include "text.h"
+
+namespace tool {
+
+/** Loads a library of workflow handlers into this process. */
+void load_handlers(const std::string& path);
+
+/** The job of a name, or of "#" and its tag; an Error says when there are none or several. */
+tag find_job(const std::string& name);
+
+std::string task_name(tag task);
+
+/** The first task of a name. */
+tag find_task(tag job, const std::string& name);
+
+/** The task that the job is at: the innermost one that has started, or else the root task. */
+tag current_task(tag job);
+
+/** A job with its attachments, tasks and signoffs. */
+Json job_json(tag job);
+
+/** Prints what `job_json` makes as a tree. */
+void print_job(const Json& job);
+
+/** A job in one line of a list. */
+Json job_summary(tag job);
+
+}  // namespace tool
