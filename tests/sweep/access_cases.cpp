@@ -38,7 +38,11 @@ void add_locks(Cases& cases) {
               ignores("OBJ_load").locks(), ignores("STORE_get_instance_lock").locks(),
               ignores("OBJ_lock"), ignores("STORE_who_locked_instance").locks()})
       .call([](Run& run) { run.returned(ZOLP_verify_state_and_lock_of_object(object("100/B"))); })
-      .prepare([] { OBJ_unload(object("100/B")); });
+      .prepare([] { OBJ_unload(object("100/B")); })
+      .again([] {
+        OBJ_refresh(object("100/B"), 0);
+        OBJ_unload(object("100/B"));
+      });
 }
 
 void add_statuses(Cases& cases) {

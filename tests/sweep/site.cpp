@@ -43,15 +43,25 @@ constexpr const char* seed = R"({
       {"id": "B", "owner": "ada"},
       {"id": "C", "owner": "ada", "checked_out_by": "root"}]},
     {"id": "200", "name": "Elsewhere", "owning_site": 2, "revisions": [
-      {"id": "A", "owning_site": 2}]}
+      {"id": "A", "owning_site": 2}]},
+    {"id": "300", "name": "Drawn", "owner": "ada", "revisions": [
+      {"id": "A", "owner": "ada", "datasets": [{"name": "drawing"}]}]}
   ],
   "relations": [
     {"primary": {"item": "100", "revision": "B"}, "type": "Documents",
      "secondary": {"item": "100", "revision": "C"}},
     {"primary": {"item": "100", "revision": "B"}, "type": "Documents",
-     "secondary": {"item": "100", "revision": "A"}}
+     "secondary": {"item": "100", "revision": "A"}},
+    {"primary": {"item": "300", "revision": "A"}, "type": "Documents", "secondary": {"item": "100"}}
   ],
-  "access_rules": [{"deny": ["DELETE"], "to": "world", "on": {"class": "Object"}}],
+  "process_templates": [
+    {"name": "Sweep", "tasks": [
+      {"name": "Check", "type": "review", "signoffs": [
+        {"pool": {"group": "engineering"}}, {"user": "ada"}]},
+      {"name": "Large?", "type": "condition"}]},
+    {"name": "Plain"}
+  ],
+  "access_rules": [{"deny": ["DELETE"], "to": "world", "on": {"item": "100", "revision": "B"}}],
   "preferences": {
     "One": "value",
     "Several": ["first", "second", "third"],
@@ -70,7 +80,8 @@ std::map<std::string, tag>& objects() {
 
 void name_objects() {
   const std::pair<const char*, const char*> revisions[] = {
-      {"100", nullptr}, {"100", "A"}, {"100", "B"}, {"100", "C"}, {"200", nullptr}, {"200", "A"}};
+      {"100", nullptr}, {"100", "A"}, {"100", "B"},     {"100", "C"},
+      {"200", nullptr}, {"200", "A"}, {"300", nullptr}, {"300", "A"}};
   for (const auto& [item, revision] : revisions) {
     const std::string name = std::string(item) + (revision != nullptr ? "/" : "");
     prepared(ork_host_find_item(item, revision,

@@ -279,7 +279,7 @@ int run(const Case& tried, const Fault& fault) {
   const Fault none;
   Trial second(none);
   second.number = 1;
-  second.make(tried, locks_before);
+  second.make(tried, locks());
   Differences later(words(tried, fault) + ", then a good call");
   later.compare(tried.good_outcome, second.outcome);
   if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) {
@@ -445,6 +445,7 @@ int sweep(const std::string& wanted) {
   add_relation_cases(cases);
   add_type_cases(cases);
   add_list_cases(cases);
+  add_workflow_cases(cases);
   open_site();
   std::vector<Tally> tallies;
   for (const Case& one : cases.all) {

@@ -225,5 +225,6 @@ void add_access_cases(Cases& cases);
 void add_relation_cases(Cases& cases);
 void add_type_cases(Cases& cases);
 void add_list_cases(Cases& cases);
+void add_workflow_cases(Cases& cases);
 
 }  // namespace sweep
