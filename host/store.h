@@ -179,9 +179,6 @@ class Store {
   /** Reads an instance anew if another process has saved it since. */
   void bring_up_to_date(tag object);
 
-  /** A saved instance that refers to an instance, or NULLTAG; it itself and one other aside. */
-  tag referrer(tag object, tag aside = NULLTAG);
-
   bool has_unsaved_changes() const;
   void save_all();
   void release_locks();

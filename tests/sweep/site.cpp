@@ -35,6 +35,10 @@ constexpr const char* seed = R"({
   ],
   "types": [{"name": "Machine", "parent": "Item"}, {"name": "Press", "parent": "Machine"}],
   "relation_types": ["Documents", "Drawings"],
+  "tools": [{"name": "Editor", "output_formats": ["TEXT"]}],
+  "dataset_types": [{"name": "Note", "tool": "Editor", "references": [
+    {"name": "Text", "files": [{"template": "*.txt", "format": "TEXT"}]}, {"name": "Sheet"}]}],
+  "form_types": [{"name": "Sheet", "fields": [{"name": "note", "kind": "text", "length": 80}]}],
   "items": [
     {"id": "100", "name": "Press", "type": "Press", "owner": "ada", "revisions": [
       {"id": "A", "owner": "ada", "group": "quality", "statuses": [

@@ -84,8 +84,8 @@ class Trial : public Run {
   void returned(int status) override {
     outcome.status = status;
     outcome.open_levels = ZOLP_GetTraceDepth();
-    if (fault_.allocation > 0) {
-      // One that the call did not reach meets this one, at the latest when it is the next.
+    // A fault that the call did not reach meets one of as many allocations.
+    for (int i = 0; i < fault_.allocation && !allocation_is_past_end; ++i) {
       void* probe = MEM_alloc(1);
       allocation_is_past_end = probe == nullptr;
       MEM_free(probe);
@@ -446,6 +446,7 @@ int sweep(const std::string& wanted) {
   add_type_cases(cases);
   add_list_cases(cases);
   add_workflow_cases(cases);
+  add_dataset_cases(cases);
   open_site();
   std::vector<Tally> tallies;
   for (const Case& one : cases.all) {

@@ -226,5 +226,6 @@ void add_relation_cases(Cases& cases);
 void add_type_cases(Cases& cases);
 void add_list_cases(Cases& cases);
 void add_workflow_cases(Cases& cases);
+void add_dataset_cases(Cases& cases);
 
 }  // namespace sweep

@@ -409,9 +409,9 @@ void add_drawings(Cases& cases) {
       .good({0, "1"})
       .steps({ends("FLOW_get_root_task", 2, "0"), ends("FLOW_get_attachments", 2, "0"),
               // the target's class
-              ends("STORE_class_id_of_class", 0, "0"), ends("STORE_class_of_instance", 0, "0"),
-              ends("STORE_is_descendant", 0, "0"), ends("WSO_get_object_id_string", 1, "0"),
-              ends("ITEM_list_all_rev_attachments", 0, "0"),
+              ends("STORE_class_id_of_class", 1, "0"), ends("STORE_class_of_instance", 1, "0"),
+              ends("STORE_is_descendant", 1, "0"), ends("WSO_get_object_id_string", 1, "0"),
+              ends("ITEM_list_all_rev_attachments", 1, "0"),
               // the dataset
               ignores("STORE_class_id_of_class", "0")
                   .calls({"STORE_class_id_of_class", "STORE_class_of_instance",
@@ -424,7 +424,8 @@ void add_drawings(Cases& cases) {
                           "STORE_is_descendant"}),
               ends("WSO_get_name", 1, "0"), ends("WSO_get_object_type", 1, "0"),
               // the item
-              ignores("STORE_class_id_of_class", "1"), ignores("STORE_class_of_instance", "1"),
+              ignores("STORE_class_id_of_class", "1").calls({}),
+              ignores("STORE_class_of_instance", "1").calls({}),
               ignores("STORE_is_descendant", "1")})
       .call(report_drawings)
       .starts_when_told();
@@ -452,8 +453,9 @@ void add_folders(Cases& cases) {
       .good({0, "1"})
       .steps({ends("WSO_find"), ends("WSO_get_name"), ends("WSO_get_object_type"),
               ends("FLOW_get_root_task").open(2), ends("FLOW_get_attachments").open(2),
-              ends("OBJ_refresh"), answers("FOLDER_insert_instances", 1, "0").locks(),
-              ends("OBJ_save").locks(), ends("OBJ_refresh", "1").locks(), ends("OBJ_unload", "1")})
+              ends("OBJ_refresh"), answers("FOLDER_insert_instances", 1, "0").open(1).locks(),
+              ends("OBJ_save", "1").locks(), ends("OBJ_refresh", "1").locks(),
+              ends("OBJ_unload", "1")})
       .call([](Run& run) {
         const tag job = start_job("Sweep", "100/A");
         const std::string name = "Folder " + std::to_string(run.number);
@@ -467,7 +469,7 @@ void add_folders(Cases& cases) {
       })
       .starts_when_told();
   cases.add("ZOLP_moveTargetToFolder", "a folder is made")
-      .good({0, "there"})
+      .good({0, "there", 0, 0, true})  // unlocking it is left to the caller
       .steps({ends("WSO_find", "none"), ends("FOLDER_create", "none"), ends("OBJ_save", "none")})
       .call([](Run& run) {
         const tag job = start_job("Sweep", "100/A");
@@ -485,8 +487,10 @@ void add_temporary_jobs(Cases& cases) {
       .good({0, started})
       .steps({aborts("FLOW_find_process_template", started),
               answers("FLOW_create_process", 1, started),
-              answers("STORE_instance_exists", 1, started),
-              answers("STORE_refresh_instances", 1, started), answers("OBJ_delete", 1, started)})
+              answers("STORE_instance_exists", 1, started).open(1),
+              answers("STORE_refresh_instances", 1, started),
+              answers("OBJ_delete", 1, started).open(1).locks()})
+      .allocations({exhausted(1, started)})
       .call([started](Run& run) {
         tag objects[] = {object("100/B")};
         char name[ZOLP_JOB_NAME_SIZE + 1] = "TMP";
