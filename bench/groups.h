@@ -8,8 +8,10 @@ namespace bench {
 void add_array_benchmarks();
 void add_call_frame_benchmarks(const std::string& folder);
 void add_clone_benchmarks();
-/** Works on the site that is open. */
+void add_filter_benchmarks();
 void add_job_benchmarks();
 void add_release_list_benchmarks();
+
+void add_structure_benchmarks();
 
 }  // namespace bench

@@ -19,7 +19,9 @@ int main(int argc, char** argv) {
   bench::add_call_frame_benchmarks(folder);
   bench::add_clone_benchmarks();
   bench::add_release_list_benchmarks();
+  bench::add_filter_benchmarks();
   bench::add_job_benchmarks();
+  bench::add_structure_benchmarks();
   const int status = bench::run(argc, argv);
   std::filesystem::remove_all(folder);
   return status;

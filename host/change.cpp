@@ -69,8 +69,8 @@ void Change::take_back() noexcept {
   for (auto old = old_values_.rbegin(); old != old_values_.rend(); ++old) {
     attempt([&] { store_.set_values(old->object, old->attribute, old->values); });
   }
-  for (const auto& [object, was_locked] : was_locked_) {
-    if (!was_locked) {
+  for (const tag object : touched_) {
+    if (!was_locked_.at(object)) {
       attempt([&] { store_.refresh(object, false); });
     }
   }

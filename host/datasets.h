@@ -42,10 +42,8 @@ void add_named_reference(Store& store, tag dataset, const NamedReference& refere
 void replace_named_reference(Store& store, tag dataset, tag old_object,
                              const NamedReference& reference);
 
-/**
- * What is deleted with an object: the parts of a dataset that nothing else refers to. They are
- * locked.
+/** What is deleted with an object: saved parts of a dataset that no other saved object refers to.
  */
-std::vector<tag> lock_parts(Store& store, tag object);
+std::vector<tag> parts_to_delete(Store& store, tag object);
 
 }  // namespace host

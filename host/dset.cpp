@@ -197,7 +197,7 @@ void replace_named_reference(Store& store, tag dataset, tag old_object,
   set_named_references(store, dataset, references);
 }
 
-std::vector<tag> lock_parts(Store& store, tag object) {
+std::vector<tag> parts_to_delete(Store& store, tag object) {
   std::vector<tag> parts;
   if (!store.is_a(object, "Dataset")) {
     return parts;
@@ -205,8 +205,8 @@ std::vector<tag> lock_parts(Store& store, tag object) {
   for (const NamedReference& reference : named_references(store, object)) {
     const bool is_known = std::count(parts.begin(), parts.end(), reference.object) != 0;
     if (reference.type == DSET_PART_OF && !is_known && store.exists(reference.object) &&
+        store.state(reference.object) != InstanceState::is_new &&
         store.referrer(reference.object, object) == NULLTAG) {
-      store.lock(reference.object);
       parts.push_back(reference.object);
     }
   }

@@ -181,6 +181,9 @@ void call_handler(const std::string& name, const FLOW_action_message_s& message)
 void load_handlers(const std::string& path) {
   using Register = int (*)();
   std::string error;
+  if (path.empty()) {
+    refuse(FLOW_cannot_load_handlers, "the path is empty");
+  }
   const auto register_all =
       reinterpret_cast<Register>(os::symbol_of_library(path, "ORK_register_handlers", &error));
   if (register_all == nullptr) {

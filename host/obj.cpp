@@ -42,24 +42,21 @@ Value readable_value(tag object, const char* attribute, Kind kind) {
 /** Deletes an object, the parts that go with it, and what the vault has of them. */
 void delete_object(tag object) {
   Store& objects = store();
-  std::vector<tag> deleted = {object};
-  if (objects.state(object) == InstanceState::is_new || objects.is_locked(object)) {
-    const std::vector<tag> parts = lock_parts(objects, object);
-    deleted.insert(deleted.end(), parts.begin(), parts.end());
-  }
   Vault& vault = site().vault();
+  const std::vector<tag> parts = parts_to_delete(objects, object);
   std::vector<std::string> contents;
-  for (const tag file : deleted) {
-    if (objects.is_a(file, "VeloFile")) {
-      contents.push_back(objects.text(file, "contents"));
+  const auto announce_contents = [&](tag deleted) {
+    if (objects.is_a(deleted, "VeloFile")) {
+      contents.push_back(objects.text(deleted, "contents"));
       vault.announce(contents.back());
     }
+  };
+  announce_contents(object);
+  for (const tag part : parts) {
+    require_privilege(part, ACCESS_privilege_delete);
+    announce_contents(part);
   }
-  Transaction transaction(objects.database());
-  for (const tag each : deleted) {
-    objects.remove(each);
-  }
-  transaction.commit();
+  objects.remove(object, parts);
   vault.remove_unclaimed(objects, contents);
 }
 

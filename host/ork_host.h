@@ -55,9 +55,9 @@ ORK_API int ork_host_seed_file(const char* path);
 /**
  * Describes a part of the open site as JSON.
  * @param[in] section "site", "users", "groups", "roles", "classes", "types", "relation_types",
- *   "tools", "dataset_types", "form_types", "objects", "relations", "preferences", "texts" (those
- *   of the site's own), "sites", "process_templates", "jobs", "access" (its rules) or "locks"; null
- *   for all of them in one object.
+ *   "tools", "dataset_types", "form_types", "objects", "relations", "structures", "preferences",
+ *   "texts" (those of the site's own), "sites", "process_templates", "jobs", "access" (its rules)
+ * or "locks"; null for all of them in one object.
  * @param[out] json the text; null on failure.
  * @return #ORK_ok, #ORK_invalid_argument or #ORK_site_not_available.
  */

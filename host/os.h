@@ -1,4 +1,5 @@
-/** @file What the host asks of the operating system; nothing else in the host depends on one. */
+/** @file What the host asks of the operating system, files aside (os_file.h). Nothing else in the
+ * host depends on one. */
 #pragma once
 
 #include <cstdint>

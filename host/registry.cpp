@@ -5,6 +5,8 @@
 #include <string_view>
 
 #include "ork/access.h"
+#include "ork/bomw.h"
+#include "ork/config.h"
 #include "ork/date.h"
 #include "ork/dset.h"
 #include "ork/err.h"
@@ -21,6 +23,7 @@
 #include "ork/rsv.h"
 #include "ork/signoff.h"
 #include "ork/store.h"
+#include "ork/struct.h"
 #include "ork/text.h"
 #include "ork/type.h"
 #include "ork/wso.h"
@@ -61,9 +64,15 @@ constexpr TypeDefinition types[] = {
     {"Type", "Image", "Dataset", "Dataset"},
     {"Type", "FreigabeInfo", "FreigabeInfo", "Form"},
     {"Type", "ReleaseStatus", "ReleaseStatus"},
+    {"Type", "PSBOMView", "PSBOMView"},
+    {"Type", "PSBOMViewRevision", "PSBOMViewRevision"},
     {"RelationType", "VELO_reference", ""},
     {"RelationType", "VELO_master_form", ""},
     {"RelationType", "VELO_based_on", ""},
+};
+
+constexpr ObjectDefinition objects[] = {
+    {"PSViewType", "view_type_name", "view"},
 };
 
 /** A code per line, so that families add theirs without touching those of others. */
@@ -99,6 +108,7 @@ constexpr int errors[] = {
     STORE_refers_to_unsaved,
     STORE_not_saved,
     STORE_unknown_lock,
+    STORE_not_stored,
     REL_not_a_relation_type,
     REL_exists,
     WSO_not_a_workspace_object,
@@ -157,6 +167,29 @@ constexpr int errors[] = {
     DATE_invalid_format,
     DATE_wrong_text,
     TEXT_unknown_key,
+    STRUCT_unknown_view_type,
+    STRUCT_not_a_view_type,
+    STRUCT_not_a_view,
+    STRUCT_not_a_view_revision,
+    STRUCT_not_an_occurrence,
+    STRUCT_not_a_child,
+    STRUCT_other_item,
+    STRUCT_view_exists,
+    STRUCT_view_revision_exists,
+    STRUCT_contains_itself,
+    STRUCT_bad_quantity,
+    STRUCT_text_too_long,
+    STRUCT_unknown_note_type,
+    STRUCT_not_a_note_type,
+    STRUCT_no_such_note,
+    STRUCT_no_sequence_number,
+    BOMW_not_a_window,
+    BOMW_not_a_line,
+    BOMW_no_top_line,
+    BOMW_unknown_attribute,
+    BOMW_wrong_attribute_type,
+    BOMW_not_settable,
+    CONFIG_not_a_rule,
 
     // Codes that customisations raise.
     2002,
@@ -337,12 +370,58 @@ const std::vector<ClassDefinition>& built_in_classes() {
         one("allow_subgroup", Kind::logical)},
        {},
        0},
+      {"PSViewType",
+       "Object",
+       {text("view_type_name", type_name_length)},
+       {"view_type_name"},
+       STORE_key_taken},
+      {"PSNoteType",
+       "Object",
+       {text("note_type_name", type_name_length)},
+       {"note_type_name"},
+       STORE_key_taken},
+      {"RevisionRule",
+       "Object",
+       {text("rule_name", name_length), texts("clauses", name_length)},
+       {"rule_name"},
+       STORE_key_taken},
+      {"PSBOMView",
+       "WorkspaceObject",
+       {one("parent_item", Kind::reference), one("view_type", Kind::reference)},
+       {"parent_item", "view_type"},
+       STRUCT_view_exists},
+      // The occurrences are lists side by side, an occurrence at one place of each: they are read,
+      // saved and locked as one, and a structure may have a hundred thousand of them. The notes are
+      // three more lists, with the numbers of the occurrences that they are of.
+      {"PSBOMViewRevision",
+       "WorkspaceObject",
+       {one("bom_view", Kind::reference), one("structure_of", Kind::reference),
+        list("occurrence_numbers", Kind::integer), list("occurrence_items", Kind::reference),
+        list("occurrence_revisions", Kind::reference),
+        texts("occurrence_quantities", STRUCT_quantity_size),
+        texts("occurrence_sequences", STRUCT_sequence_size),
+        list("note_occurrences", Kind::integer), list("note_types", Kind::reference),
+        texts("note_texts", STRUCT_note_size)},
+       {"bom_view", "structure_of"},
+       STRUCT_view_revision_exists},
       {"AccessRule",
        "Object",
        {one("rule_number", Kind::integer), one("grants", Kind::logical),
         texts("privileges", type_name_length), text("accessor_kind", type_name_length),
         one("accessor", Kind::reference), text("target_class", name_length),
         one("target_type", Kind::reference), one("target_object", Kind::reference)},
+       {},
+       0},
+      // What lives in one process only, and is in no file.
+      {"TransientObject", "", {}, {}, 0, true},
+      {"PSOccurrence", "TransientObject", {}, {}, 0},
+      {"BOMWindow", "TransientObject", {}, {}, 0},
+      {"BOMLine",
+       "TransientObject",
+       {text("bl_sequence_no", STRUCT_sequence_size), text("bl_quantity", STRUCT_quantity_size),
+        text("bl_item_item_id", name_length), text("bl_rev_item_revision_id", type_name_length),
+        one("bl_item", Kind::reference), one("bl_revision", Kind::reference),
+        one("bl_occurrence", Kind::reference), one("bl_parent_bvr", Kind::reference)},
        {},
        0},
   };
@@ -365,6 +444,10 @@ const std::vector<DatasetTypeDefinition>& built_in_dataset_types() {
       {"Image", "ImageViewer", {{"Image", "*.png", "BINARY"}, {"Image", "*.jpg", "BINARY"}}},
   };
   return dataset_types;
+}
+
+std::span<const ObjectDefinition> built_in_objects() {
+  return objects;
 }
 
 std::span<const int> known_errors() {

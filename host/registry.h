@@ -66,6 +66,13 @@ struct DatasetTypeDefinition {
   std::vector<FileReference> references;
 };
 
+/** An object that each site has, by the name that is its key. */
+struct ObjectDefinition {
+  const char* class_name;
+  const char* attribute;
+  const char* name;
+};
+
 /** Built-in classes, each after its parent. */
 const std::vector<ClassDefinition>& built_in_classes();
 
@@ -76,6 +83,8 @@ const std::vector<ToolDefinition>& built_in_tools();
 
 /** What those of the built-in types that are dataset types take. */
 const std::vector<DatasetTypeDefinition>& built_in_dataset_types();
+
+std::span<const ObjectDefinition> built_in_objects();
 
 /** Error codes that have texts: key "error.<code>" in each file of texts/. */
 std::span<const int> known_errors();

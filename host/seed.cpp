@@ -13,6 +13,7 @@
 #include "password.h"
 #include "seed_data.h"
 #include "seed_writer.h"
+#include "structure_seeder.h"
 #include "types.h"
 
 namespace host {
@@ -33,9 +34,27 @@ class Seeder : private SeedWriter {
       : SeedWriter(site, folder), data_(site, folder) {}
 
   void take(const Node& root) {
-    root.allow_only({"site", "groups", "roles", "users", "classes", "types", "relation_types",
-                     "tools", "dataset_types", "form_types", "preferences", "texts", "sites",
-                     "items", "relations", "access_rules", "process_templates"});
+    root.allow_only({"site",
+                     "groups",
+                     "roles",
+                     "users",
+                     "classes",
+                     "types",
+                     "relation_types",
+                     "tools",
+                     "dataset_types",
+                     "form_types",
+                     "preferences",
+                     "texts",
+                     "sites",
+                     "items",
+                     "relations",
+                     "access_rules",
+                     "process_templates",
+                     "view_types",
+                     "note_types",
+                     "revision_rules",
+                     "structures"});
     for (const Node& group : root.items_of("groups")) {
       take_named(group, "Group", "group");
     }
@@ -75,6 +94,7 @@ class Seeder : private SeedWriter {
       take_relation(relation);
     }
     take_process_templates(site_, root.items_of("process_templates"));
+    StructureSeeder(site_, folder_).take(root);
     if (const auto rules = root.find("access_rules")) {
       take_access_rules(rules->items());
     }

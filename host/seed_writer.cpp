@@ -42,12 +42,22 @@ void SeedWriter::put(const Node& node, tag object, const char* attribute, const 
 
 void SeedWriter::put_list(const Node& node, tag object, const char* attribute,
                           const Values& values) {
+  put_lists(node, object, {{attribute, values}});
+}
+
+void SeedWriter::put_lists(const Node& node, tag object,
+                           const std::vector<std::pair<const char*, Values>>& lists) {
   at_place(node, [&] {
-    if (store_.values(object, attribute) == values) {
+    const bool is_held = std::all_of(lists.begin(), lists.end(), [&](const auto& list) {
+      return store_.values(object, list.first) == list.second;
+    });
+    if (is_held) {
       return;
     }
     const LockGuard lock(store_, object);
-    store_.set_values(object, attribute, values);
+    for (const auto& [attribute, values] : lists) {
+      store_.set_values(object, attribute, values);
+    }
     store_.save(object);
   });
 }

@@ -17,6 +17,7 @@
 #include "ork/file.h"
 #include "ork/obj.h"
 #include "ork/store.h"
+#include "ork/struct.h"
 #include "registry.h"
 #include "seed_node.h"
 #include "site.h"
@@ -40,7 +41,8 @@ auto at_place(const Node& node, const Action& action) {
     static constexpr int faults_of_a_seed[] = {
         ORK_invalid_argument,     STORE_wrong_value_type, STORE_value_too_long,
         STORE_key_taken,          DATE_invalid_format,    STORE_unknown_attribute,
-        OBJ_value_not_understood, FILE_cannot_read,       DSET_unknown_reference_name};
+        OBJ_value_not_understood, FILE_cannot_read,       DSET_unknown_reference_name,
+        STRUCT_contains_itself,   STRUCT_bad_quantity,    STRUCT_text_too_long};
     const bool is_of_the_seed =
         std::count(std::begin(faults_of_a_seed), std::end(faults_of_a_seed), failure.status()) != 0;
     if (!is_of_the_seed) {
@@ -65,6 +67,10 @@ class SeedWriter {
   /** Sets a value and saves, where it is another one. */
   void put(const Node& node, tag object, const char* attribute, const Scalar& value);
   void put_list(const Node& node, tag object, const char* attribute, const Values& values);
+
+  /** Sets several lists and saves once, where one is another one. */
+  void put_lists(const Node& node, tag object,
+                 const std::vector<std::pair<const char*, Values>>& lists);
 
   void remove(tag object);
 
@@ -104,6 +110,9 @@ class SeedWriter {
   /** Relates two objects, unless they are. */
   void ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary);
 
+  /** Owner of what the seed makes: the one it names, or else the site's automatic user. */
+  void take_owner(const Node& node, tag object);
+
   /** {"item": id}, with "revision" one of its revisions, with "dataset" one of that's datasets. */
   tag find_object(const Node& node);
 
@@ -112,9 +121,6 @@ class SeedWriter {
   std::filesystem::path folder_;
 
  private:
-  /** Owner of what the seed makes: the one it names, or else the site's automatic user. */
-  void take_owner(const Node& node, tag object);
-
   tag automatic_user();
 
   /** The list becomes that of the seed; statuses that stay in their place are kept. */

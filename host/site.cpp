@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "failure.h"
+#include "structures.h"
 
 namespace host {
 
@@ -37,7 +38,9 @@ Site::~Site() {
 }
 
 void Site::reload_store() {
+  structures_.reset();
   store_ = std::make_unique<Store>(database_);
+  structures_ = std::make_unique<Structures>(*store_);
   store_->set_identity(session ? Identity{session->user_id, session->user, session->group}
                                : Identity{no_user});
 }
@@ -67,6 +70,10 @@ Site& site() {
     refuse(ORK_site_not_available, "no site is open");
   }
   return *current();
+}
+
+Structures& structures() {
+  return site().structures();
 }
 
 void open_site(const std::string& path) {

@@ -15,6 +15,8 @@
 
 namespace host {
 
+class Structures;
+
 struct Session {
   tag user = NULLTAG;
   tag group = NULLTAG;
@@ -41,7 +43,9 @@ class Site {
   Database& database() { return database_; }
   Store& store() { return *store_; }
   Vault& vault() { return vault_; }
+  Structures& structures() { return *structures_; }
 
+  /** Forgets all that is in memory of the store, unsaved changes and windows too; locks stay. */
   /** The texts of the site's own. */
   const Texts& texts() const { return texts_; }
   void reload_texts();
@@ -60,6 +64,7 @@ class Site {
  private:
   Database database_;
   std::unique_ptr<Store> store_;
+  std::unique_ptr<Structures> structures_; /**< after the store, which it works on */
   Texts texts_;
   Vault vault_;
 };

@@ -30,23 +30,16 @@
 #include <string_view>
 #include <unordered_map>
 #include <utility>
-#include <variant>
 #include <vector>
 
-#include "dates.h"
-#include "ork/date.h"
 #include "ork/ork.h"
 #include "os.h"
 #include "registry.h"
 #include "sqlite.h"
+#include "transients.h"
+#include "values.h"
 
 namespace host {
-
-/** One value of an attribute; the alternatives are in the order of `Kind`. */
-using Scalar = std::variant<std::string, int, double, bool, date_s, tag>;
-
-/** The values of an attribute: any number for a list, otherwise one or none. */
-using Values = std::vector<Scalar>;
 
 struct Attribute : AttributeDefinition {
   std::uint32_t id = 0;
@@ -132,12 +125,12 @@ class Store {
   /** Whether a tag stands for an instance, one that others have not deleted since. */
   bool exists(tag object);
 
-  void load(tag object) { loaded(object); }
+  void load(tag object) { class_of(object); }
 
   /** Drops values from memory; a new or changed instance is refused with STORE_not_saved. */
   void unload(tag object);
   InstanceState state(tag object);
-  const Class& class_of(tag object) { return *loaded(object).type; }
+  const Class& class_of(tag object);
   bool is_a(tag object, const std::string& class_name) {
     return class_of(object).is_a(class_named(class_name));
   }
@@ -183,7 +176,8 @@ class Store {
   void save_all();
   void release_locks();
 
-  // Values. They stay valid until the instance is next changed, refreshed or unloaded.
+  // Values. They stay valid until the instance is next changed, refreshed or unloaded; those of a
+  // transient object, until the values of the next one are read.
 
   const Values& values(tag object, const std::string& attribute);
 
@@ -200,6 +194,14 @@ class Store {
   /** Sets a value; the null reference and the null date stand for none. */
   void set(tag object, const std::string& attribute, Scalar value);
   void set_values(tag object, const std::string& attribute, Values values);
+
+  /** These change one value of a list, for lists that are too long to be set as a whole. */
+  void set_element(tag object, const std::string& attribute, std::size_t position, Scalar value);
+  void append(tag object, const std::string& attribute, Scalar value);
+  void erase(tag object, const std::string& attribute, std::size_t position);
+
+  /** A number that is another one whenever values have changed or were read anew. */
+  std::uint64_t stamp(tag object) { return loaded(object).stamp; }
 
   // Queries. They find what is saved, in the order in which it was created.
 
@@ -219,6 +221,13 @@ class Store {
   /** A type, of objects or of relations, or NULLTAG. Types stay, so a found one is remembered. */
   tag find_type(const std::string& name);
 
+  // Objects that are no instances.
+
+  Transients& transients() { return transients_; }
+
+  /** The object with a tag; null when it is not a transient one. */
+  Transient* find_transient(tag object) const { return transients_.find(object); }
+
   // Settings of the site.
 
   std::optional<std::string> setting(const std::string& name);
@@ -235,6 +244,7 @@ class Store {
     bool locked = false;
     bool changed = false;
     std::int64_t version = 0;
+    std::uint64_t stamp = 0;
     std::vector<Slot> slots;
   };
 
@@ -245,6 +255,7 @@ class Store {
   bool add_missing_classes(bool write);
   bool add_missing_types(bool write);
   bool add_missing_tools(bool write);
+  bool add_missing_objects(bool write);
   void load_classes();
   Class& add_class(std::uint32_t id, const std::string& name, const Class* parent);
   void add_attribute(Class& owner, std::unique_ptr<Attribute> attribute);
@@ -263,6 +274,10 @@ class Store {
   template <typename Value>
   Value single(tag object, const std::string& attribute);
   Slot& slot_of(Instance& instance, const std::string& attribute, const Attribute** definition);
+  Slot& list_of(Instance& instance, tag object, const std::string& attribute, const Scalar* value);
+  void require_changeable(tag object, const Instance& instance) const;
+  void note_change(Instance& instance, Slot& slot);
+  const Values& transient_values(Transient& object, const std::string& attribute);
 
   bool is_own(const LockHolder& holder) const;
   std::optional<LockHolder> read_lock(tag object);
@@ -279,6 +294,9 @@ class Store {
   std::unordered_map<tag, Instance> instances_;
   std::set<tag> new_; /**< those of them that were never saved */
   std::unordered_map<std::string, tag> type_by_name_;
+  std::uint64_t last_stamp_ = 0;
+  Transients transients_;
+  Values transient_values_;
 };
 
 /** Locks an instance for as long as it lives, unless it was locked before. */

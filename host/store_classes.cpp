@@ -1,7 +1,6 @@
 // The store's tables, its classes and its settings.
 
 #include <algorithm>
-#include <limits>
 
 #include "datasets.h"
 #include "failure.h"
@@ -112,7 +111,8 @@ void Store::create_tables() {
 }
 
 void Store::complete_built_ins() {
-  if (!add_missing_classes(false) && !add_missing_tools(false) && !add_missing_types(false)) {
+  if (!add_missing_classes(false) && !add_missing_tools(false) && !add_missing_types(false) &&
+      !add_missing_objects(false)) {
     return;
   }
   Transaction transaction(database_);
@@ -120,6 +120,7 @@ void Store::complete_built_ins() {
   add_missing_classes(true);
   add_missing_tools(true);
   add_missing_types(true);
+  add_missing_objects(true);
   transaction.commit();
 }
 
@@ -191,6 +192,22 @@ bool Store::add_missing_types(bool write) {
     refresh(type, false);
   }
   return missing;
+}
+
+bool Store::add_missing_objects(bool write) {
+  for (const auto& [class_name, attribute, name] : built_in_objects()) {
+    const Criteria key = {{attribute, std::string(name)}};
+    if (find_one(class_name, key) != NULLTAG) {
+      continue;
+    }
+    if (!write) {
+      return true;
+    }
+    const tag object = create(class_named(class_name), key);
+    save(object);
+    refresh(object, false);
+  }
+  return false;
 }
 
 void Store::load_classes() {
@@ -340,7 +357,7 @@ std::uint32_t Store::next_number() {
   query.next();
   const std::int64_t number = query.integer(0);
   query.next();  // runs it to its end, where SQLite commits it
-  if (number > std::numeric_limits<std::uint32_t>::max()) {
+  if (number >= first_transient) {
     refuse(ORK_site_not_available, "the site has used up its object numbers");
   }
   return static_cast<std::uint32_t>(number);

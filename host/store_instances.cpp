@@ -84,6 +84,11 @@ void check_value(const Attribute& attribute, const Scalar& value) {
 
 }  // namespace
 
+const Class& Store::class_of(tag object) {
+  const Transient* transient = find_transient(object);
+  return transient != nullptr ? class_named(transient->class_name()) : *loaded(object).type;
+}
+
 Store::Instance& Store::loaded(tag object) {
   const auto found = instances_.find(object);
   if (found != instances_.end() && found->second.state != InstanceState::not_loaded) {
@@ -92,6 +97,9 @@ Store::Instance& Store::loaded(tag object) {
   Instance fresh;
   if (found != instances_.end()) {
     fresh.locked = found->second.locked;
+  }
+  if (find_transient(object) != nullptr) {
+    refuse(STORE_not_stored, object_text(object));
   }
   read(object, fresh);
   return instances_.insert_or_assign(object, std::move(fresh)).first->second;
@@ -115,6 +123,7 @@ void Store::read(tag object, Instance& instance) {
   fresh.type = &type;
   fresh.locked = instance.locked;
   fresh.version = query.integer(1);
+  fresh.stamp = ++last_stamp_;
   fresh.state = InstanceState::loaded;
   fresh.slots.resize(type.slots.size());
   std::unordered_map<std::int64_t, std::size_t> slot_by_id;
@@ -183,13 +192,17 @@ void Store::unload(tag object) {
 }
 
 bool Store::exists(tag object) {
-  return new_.contains(object) || saved_version(object).has_value();
+  return new_.contains(object) || find_transient(object) != nullptr ||
+         saved_version(object).has_value();
 }
 
 InstanceState Store::state(tag object) {
   const auto found = instances_.find(object);
   if (found != instances_.end() && found->second.state != InstanceState::not_loaded) {
     return found->second.state;
+  }
+  if (find_transient(object) != nullptr) {
+    return InstanceState::loaded;
   }
   if (!saved_version(object)) {
     loaded(object);  // says what is wrong with the tag
@@ -201,9 +214,7 @@ void Store::save(const std::vector<tag>& objects) {
   std::vector<std::pair<tag, Instance*>> changed;
   for (const tag object : objects) {
     Instance& instance = loaded(object);
-    if (instance.state != InstanceState::is_new && !instance.locked) {
-      refuse(STORE_not_locked, object_text(object));
-    }
+    require_changeable(object, instance);
     if (instance.changed) {
       sign(object, instance);
       changed.emplace_back(object, &instance);
@@ -415,7 +426,20 @@ Store::Slot& Store::slot_of(Instance& instance, const std::string& attribute,
   return instance.slots[found->second];
 }
 
+const Values& Store::transient_values(Transient& object, const std::string& attribute) {
+  const Class& type = class_named(object.class_name());
+  if (type.find_attribute(attribute) == nullptr) {
+    refuse(STORE_unknown_attribute, type.name + " has no " + attribute);
+  }
+  transient_values_.clear();
+  object.read(attribute, &transient_values_);
+  return transient_values_;
+}
+
 const Values& Store::values(tag object, const std::string& attribute) {
+  if (Transient* transient = find_transient(object)) {
+    return transient_values(*transient, attribute);
+  }
   return slot_of(loaded(object), attribute, nullptr).values;
 }
 
@@ -453,12 +477,19 @@ bool Store::has_value(tag object, const std::string& attribute, const Scalar& va
 }
 
 void Store::set(tag object, const std::string& attribute, Scalar value) {
-  const Attribute* definition = nullptr;
-  slot_of(loaded(object), attribute, &definition);
+  const Class& type = class_of(object);
+  const Attribute* definition = type.find_attribute(attribute);
+  if (definition == nullptr) {
+    refuse(STORE_unknown_attribute, type.name + " has no " + attribute);
+  }
   if (definition->list) {
     refuse(STORE_wrong_value_type, attribute + " is a list");
   }
   check_value(*definition, value);
+  if (Transient* transient = find_transient(object)) {
+    transient->write(attribute, value);
+    return;
+  }
   Values values;
   if (!is_no_value(value)) {
     values.push_back(std::move(value));
@@ -476,15 +507,65 @@ void Store::set_values(tag object, const std::string& attribute, Values values) 
   for (const Scalar& value : values) {
     check_value(*definition, value);
   }
-  if (instance.state != InstanceState::is_new && !instance.locked) {
-    refuse(STORE_not_locked, object_text(object));
-  }
+  require_changeable(object, instance);
   if (slot.values == values) {
     return;
   }
   slot.values = std::move(values);
+  note_change(instance, slot);
+}
+
+void Store::require_changeable(tag object, const Instance& instance) const {
+  if (instance.state != InstanceState::is_new && !instance.locked) {
+    refuse(STORE_not_locked, object_text(object));
+  }
+}
+
+void Store::note_change(Instance& instance, Slot& slot) {
   slot.changed = true;
   instance.changed = true;
+  instance.stamp = ++last_stamp_;
+}
+
+/** A list that may be changed, by this value if there is one. */
+Store::Slot& Store::list_of(Instance& instance, tag object, const std::string& attribute,
+                            const Scalar* value) {
+  const Attribute* definition = nullptr;
+  Slot& slot = slot_of(instance, attribute, &definition);
+  if (!definition->list) {
+    refuse(STORE_wrong_value_type, attribute + " is not a list");
+  }
+  if (value != nullptr) {
+    check_value(*definition, *value);
+  }
+  require_changeable(object, instance);
+  return slot;
+}
+
+void Store::set_element(tag object, const std::string& attribute, std::size_t position,
+                        Scalar value) {
+  Instance& instance = loaded(object);
+  Slot& list = list_of(instance, object, attribute, &value);
+  if (list.values.at(position) == value) {
+    return;
+  }
+  list.values[position] = std::move(value);
+  note_change(instance, list);
+}
+
+void Store::append(tag object, const std::string& attribute, Scalar value) {
+  Instance& instance = loaded(object);
+  Slot& list = list_of(instance, object, attribute, &value);
+  list.values.push_back(std::move(value));
+  note_change(instance, list);
+}
+
+void Store::erase(tag object, const std::string& attribute, std::size_t position) {
+  Instance& instance = loaded(object);
+  Slot& list = list_of(instance, object, attribute, nullptr);
+  static_cast<void>(list.values.at(position));
+  list.values.erase(list.values.begin() + static_cast<std::ptrdiff_t>(position));
+  note_change(instance, list);
 }
 
 std::vector<tag> Store::find(const std::string& class_name, const Criteria& criteria) {

@@ -29,8 +29,8 @@ struct Place {
 
 /** The name of a source file without the folders that a compiler put in front of it. */
 constexpr const char* file_name(std::string_view path) {
-  const std::size_t backslash = path.rfind('\\');
-  return path.data() + (backslash == std::string_view::npos ? 0 : backslash + 1);
+  const std::size_t separator = path.find_last_of("/\\");
+  return path.data() + (separator == std::string_view::npos ? 0 : separator + 1);
 }
 
 /** The place where this is written. */

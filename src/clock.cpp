@@ -76,6 +76,13 @@ std::tm local_time() {
   return current_calendar();
 }
 
+date_s local_date() {
+  const std::tm now = local_time();
+  return {static_cast<std::int16_t>(now.tm_year + 1900), static_cast<std::uint8_t>(now.tm_mon),
+          static_cast<std::uint8_t>(now.tm_mday),        static_cast<std::uint8_t>(now.tm_hour),
+          static_cast<std::uint8_t>(now.tm_min),         static_cast<std::uint8_t>(now.tm_sec)};
+}
+
 void replace_calendar(Calendar calendar) {
   current_calendar = calendar != nullptr ? calendar : real_calendar;
 }

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <ctime>
 
+#include "ork/date.h"
+
 namespace orktool {
 
 /** A clock: milliseconds since some fixed moment. */
@@ -27,6 +29,9 @@ using Calendar = std::tm (*)();
 
 /** The local time of day. */
 std::tm local_time();
+
+/** The same as the platform's date record. */
+date_s local_date();
 
 /** Puts another calendar in the place of the real one; null brings the real one back. */
 void replace_calendar(Calendar calendar);

@@ -247,7 +247,7 @@ int find_task_in_state(int wanted_state, int count, const tag* tasks, tag* found
     HostPtr<char> display_name;
     status = read_display_name(tasks[i], display_name);
     if (status == ORK_ok) {
-      std::strcpy(name, text_or_empty(display_name.get()));
+      copy_text(name, FLOW_name_size + 1, display_name.get());
       *found = tasks[i];
       ZOLP_TRACE("spCurrentReleaseLevelName=%s\n", name);
     }

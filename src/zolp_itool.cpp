@@ -410,13 +410,7 @@ int ZOLP_ask_attachment_type(tag primary, tag secondary, tag* tagAttType, char* 
 
 void ZOLP_GetTime(date_s* date) {
   const Frame frame("ZOLP_GetTime");
-  const std::tm now = orktool::local_time();
-  date->year = static_cast<std::int16_t>(now.tm_year + 1900);
-  date->month = static_cast<std::uint8_t>(now.tm_mon);
-  date->day = static_cast<std::uint8_t>(now.tm_mday);
-  date->hour = static_cast<std::uint8_t>(now.tm_hour);
-  date->minute = static_cast<std::uint8_t>(now.tm_min);
-  date->second = static_cast<std::uint8_t>(now.tm_sec);
+  *date = orktool::local_date();
   (void)frame.leave(0);
 }
 

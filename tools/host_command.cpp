@@ -19,12 +19,26 @@ namespace tool {
 
 namespace {
 
-const std::vector<std::string> sections = {
-    "site",          "users",      "groups",         "roles",
-    "classes",       "types",      "relation_types", "tools",
-    "dataset_types", "form_types", "objects",        "relations",
-    "preferences",   "texts",      "sites",          "process_templates",
-    "jobs",          "access",     "locks"};
+const std::vector<std::string> sections = {"site",
+                                           "users",
+                                           "groups",
+                                           "roles",
+                                           "classes",
+                                           "types",
+                                           "relation_types",
+                                           "tools",
+                                           "dataset_types",
+                                           "form_types",
+                                           "objects",
+                                           "relations",
+                                           "structures",
+                                           "preferences",
+                                           "texts",
+                                           "sites",
+                                           "process_templates",
+                                           "jobs",
+                                           "access",
+                                           "locks"};
 
 bool is_section(const std::string& name) {
   return std::find(sections.begin(), sections.end(), name) != sections.end();

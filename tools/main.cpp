@@ -56,8 +56,11 @@ int run(int argc, char** argv) {
   tool::add_object_commands(program);
   tool::add_dataset_commands(program);
   tool::add_form_commands(program);
+  tool::add_filter_command(program);
+  tool::add_date_command(program);
   tool::add_job_commands(program);
   tool::add_handler_commands(program);
+  tool::add_bom_commands(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {

@@ -150,35 +150,11 @@ void print_card(const Json& card) {
 // --------------------------------------------------------------------------------------- find
 
 Json find_objects(const std::string& pattern) {
-  int count = 0;
-  tag* objects = nullptr;
-  require(WSO_find(pattern.c_str(), &count, &objects), "the objects");
-  const PlatformBlock<tag> block(objects);
   Json found = Json::array();
-  for (int i = 0; i < count; ++i) {
-    std::array<char, WSO_name_size + 1> type{};
-    std::array<char, ZOLP_NAME_SIZE + 1> status{};
-    std::array<char, ORG_name_size + 1> owner{};
-    std::array<char, ORG_name_size + 1> group{};
-    WSO_get_object_type(objects[i], type.data());
-    ZOLP_ask_latest_status(objects[i], status.data());
-    ZOLP_ask_ownership_names(objects[i], owner.data(), group.data());
-    found.push_back({{"id", id_of(objects[i])},
-                     {"class", class_of(objects[i])},
-                     {"type", type.data()},
-                     {"owner", owner.data()},
-                     {"status", status.data()}});
+  for (const tag object : find_by_pattern(pattern)) {
+    found.push_back(summary_of(object));
   }
   return found;
-}
-
-void print_found(const Json& found) {
-  Table table({"id", "class", "type", "owner", "status"});
-  for (const Json& object : found) {
-    table.add_row(
-        {object["id"], object["class"], object["type"], object["owner"], object["status"]});
-  }
-  table.print();
 }
 
 struct ObjectOptions {
@@ -226,7 +202,7 @@ void add_object_commands(CLI::App& program) {
                      "Id or name; * stands for any text, ? for one character",
                      "\nNothing found is no failure.\n"
                      "Example: zolp find 'GB-1*' --host site.db",
-                     find_objects, print_found);
+                     find_objects, print_summaries);
 }
 
 }  // namespace tool

@@ -5,6 +5,7 @@
 
 #include "error.h"
 #include "ork/obj.h"
+#include "ork/org.h"
 #include "ork/store.h"
 #include "ork/wso.h"
 #include "zolp_orktool.h"
@@ -60,6 +61,36 @@ tag find_object(const std::string& id) {
     throw Error("there is no item or revision " + id, "see \"zolp find '*'\" for what there is");
   }
   return object;
+}
+
+std::vector<tag> find_by_pattern(const std::string& pattern) {
+  return listed("the objects", [&pattern](int* count, tag** objects) {
+    return WSO_find(pattern.c_str(), count, objects);
+  });
+}
+
+Json summary_of(tag object) {
+  std::array<char, WSO_name_size + 1> type{};
+  std::array<char, ZOLP_NAME_SIZE + 1> status{};
+  std::array<char, ORG_name_size + 1> owner{};
+  std::array<char, ORG_name_size + 1> group{};
+  WSO_get_object_type(object, type.data());
+  ZOLP_ask_latest_status(object, status.data());
+  ZOLP_ask_ownership_names(object, owner.data(), group.data());
+  return {{"id", id_of(object)},
+          {"class", class_of(object)},
+          {"type", type.data()},
+          {"owner", owner.data()},
+          {"status", status.data()}};
+}
+
+void print_summaries(const Json& summaries) {
+  Table table({"id", "class", "type", "owner", "status"});
+  for (const Json& object : summaries) {
+    table.add_row(
+        {object["id"], object["class"], object["type"], object["owner"], object["status"]});
+  }
+  table.print();
 }
 
 }  // namespace tool

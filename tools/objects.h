@@ -7,6 +7,7 @@
 #include "ork/date.h"
 #include "ork/ork.h"
 #include "platform_block.h"
+#include "text.h"
 
 namespace tool {
 
@@ -44,5 +45,14 @@ std::string display_value(tag object, const char* attribute);
 
 /** Finds the object of "ID" or "ID/REV". Item ids may hold a "/", so the last one counts. */
 tag find_object(const std::string& id);
+
+/** The objects whose id or name matches a pattern. */
+std::vector<tag> find_by_pattern(const std::string& pattern);
+
+/** An object as a row of a list: id, class, type, owner and latest status. */
+Json summary_of(tag object);
+
+/** Prints such rows as a table. */
+void print_summaries(const Json& summaries);
 
 }  // namespace tool

@@ -71,21 +71,22 @@ ORK_API int FILE_close_text_file(FILE_handle file);
 /**
  * Copies a file into the vault. The new object becomes permanent with `OBJ_save`; its contents go
  * when it is not saved.
- * @param[in] path the file's path in the file system. Directories are refused.
- * @param[in] original_name name under which the platform is to know it; null takes the last part of
- *   the path.
+ * @param[in] path the file's path in the file system. What is no regular file is refused.
+ * @param[in] original_name name under which the platform is to know it; null takes the path. What
+ *   stands behind the last "/" or "\\" counts.
  * @param[in] type #SS_TEXT, #SS_BINARY, or 0 where it is not known.
  * @param[out] file the new object; #NULLTAG on failure.
  * @param[out] descriptor always null on this platform, which keeps no imported file open; may be
  *   null.
  * @return #ORK_ok, #FILE_cannot_read, #FILE_cannot_write when the vault takes nothing,
- *   #FILE_cancelled or #STORE_value_too_long.
+ *   #FILE_cancelled, #STORE_value_too_long, or #ORK_invalid_argument for another type.
  */
 ORK_API int FILE_import_file(const char* path, const char* original_name, int type, tag* file,
                              FILE_handle* descriptor);
 
 /**
- * Copies a file from the vault into the file system. The file appears whole or not at all.
+ * Copies a file from the vault into the file system. The file appears whole or not at all, and only
+ * when its contents are what was imported.
  * @param[in] file the file.
  * @param[in] path where to; nothing may be there.
  * @return #ORK_ok, #FILE_not_a_file, #FILE_exists, #FILE_cannot_open, #FILE_cannot_write,
@@ -104,7 +105,8 @@ ORK_API int FILE_get_original_file_name(tag file, char* name);
 /**
  * Sets that name.
  * @param[in] file a file that this process has locked or made.
- * @param[in] name the name, at most #FILE_original_name_size bytes.
+ * @param[in] name the name, at most #FILE_original_name_size bytes behind its last "/" or "\\",
+ *   which count.
  * @return #ORK_ok, #FILE_not_a_file, #STORE_not_locked or #STORE_value_too_long.
  */
 ORK_API int FILE_set_original_file_name(tag file, const char* name);
@@ -120,7 +122,8 @@ ORK_API int FILE_set_original_file_name(tag file, const char* name);
 ORK_API int FILE_describe(tag file, int64_t* size, int* type, char* digest);
 
 /**
- * A function that imports and exports call now and then.
+ * A function that imports and exports call now and then, first with 0. It must not call the
+ * platform.
  * @param[in] done bytes copied so far.
  * @param[in] total all of them.
  * @param[in] context what it was set with.

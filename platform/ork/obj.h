@@ -59,10 +59,10 @@ ORK_API int OBJ_save(tag object);
 ORK_API int OBJ_unload(tag object);
 
 /**
- * Deletes an object.
+ * Deletes an object; with a dataset those of its parts that no other saved object refers to.
  * @param[in] object an object that this process has locked or made.
  * @return #ORK_ok, #STORE_not_locked, #STORE_locked_by_other, #ACCESS_denied without the privilege
- *   "DELETE", or #STORE_referenced when others refer to it.
+ *   "DELETE" on all that is deleted, or #STORE_referenced when others refer to it.
  */
 ORK_API int OBJ_delete(tag object);
 

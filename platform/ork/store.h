@@ -26,7 +26,8 @@ enum {
   STORE_referenced = 24010,        /**< other objects refer to the object, so it stays */
   STORE_refers_to_unsaved = 24011, /**< the object refers to one that was never saved */
   STORE_not_saved = 24012,         /**< the object has changes that were not saved */
-  STORE_unknown_lock = 24013       /**< there is no such lock */
+  STORE_unknown_lock = 24013,      /**< there is no such lock */
+  STORE_not_stored = 24014         /**< the object lives in this process only, as BOM lines do */
 };
 
 /** The date that stands for none: all members are 0. */
@@ -36,8 +37,8 @@ ORK_API date_s STORE_null_date(void);
 #define STORE_max_string_length 4000
 
 /**
- * The text that stands for an object outside of a session: it stays the same and is never used
- * again.
+ * The text that stands for an object outside of a session: it stays the same, as long as the site
+ * keeps its number, and is never used again.
  * @param[in] object the object.
  * @param[out] uid the text of 14 characters, freed by the caller with `MEM_free`.
  * @return #ORK_ok, #STORE_unknown_tag or #STORE_deleted_tag.

@@ -184,6 +184,11 @@ TEST_F(DataSite, WhatATypeDoesNotNameADatasetMayHoldUnderAnyName) {
 
 TEST_F(DataSite, CopiesShareTheirFilesAndDeletingTheLastDeletesThem) {
   const tag original = dataset("model");
+  ASSERT_EQ(OBJ_lock(original), ORK_ok);
+  EXPECT_EQ(OBJ_delete(original), STORE_referenced) << "its revision refers to it";
+  int lock = -1;
+  EXPECT_EQ(STORE_get_instance_lock(references(original)[0].object, &lock), ORK_ok);
+  EXPECT_EQ(lock, STORE_no_lock) << "its parts are left as they were";
   tag copy = NULLTAG;
   ASSERT_EQ(DSET_copy_dataset_with_id(original, "copy", nullptr, nullptr, &copy), ORK_ok);
   EXPECT_THAT(references(copy), testing::ContainerEq(references(original)));
@@ -201,8 +206,6 @@ TEST_F(DataSite, CopiesShareTheirFilesAndDeletingTheLastDeletesThem) {
   int count = 0;
   REL_record_s* records = nullptr;
   ASSERT_EQ(REL_list_all_related_objects(original, &count, &records), ORK_ok);
-  ASSERT_EQ(OBJ_lock(original), ORK_ok);
-  EXPECT_EQ(OBJ_delete(original), STORE_referenced) << "its revision refers to it";
   for (int i = 0; i < count; ++i) {
     ASSERT_EQ(OBJ_lock(records[i].relation) | OBJ_delete(records[i].relation), ORK_ok);
   }

@@ -257,6 +257,44 @@ TEST_F(Flow, ReviewsWaitForTheirQuorumAndConditionsForTheirResult) {
   EXPECT_THAT(states(other), HasSubstr("Large?:C Inform:S Wait:S File:S Last:C"));
 }
 
+TEST_F(Flow, AStatusIsForAllTargetsOrForNone) {
+  ASSERT_EQ(ork_host_seed(R"({"process_templates": [{"name": "Stamp", "handlers": [
+    {"on": "complete", "name": "set-release-status", "arguments": ["x=1", "status=Stamped"]}]},
+    {"name": "Nameless", "handlers": [{"on": "start", "name": "set-release-status",
+                                       "arguments": ["tatus=x", "status="]}]}]})"),
+            ORK_ok)
+      << last_error();
+  const tag pump = find("000200", "A");
+  const tag held = find("000100", "B");
+  tag user = NULLTAG;
+  tag job = NULLTAG;
+  ASSERT_EQ(ORG_find_user("wagner", &user) | OBJ_refresh(held, 1), ORK_ok);
+  ASSERT_EQ(OBJ_set_value_string(held, "object_desc", "private"), ORK_ok);
+  EXPECT_EQ(start("Stamp", {pump, held, user}, &job), WSO_not_a_workspace_object);
+  EXPECT_EQ(states(job), "Stamp:S ");
+  EXPECT_EQ(statuses(pump) + statuses(held), "");
+  EXPECT_THAT(describe("objects"), Not(HasSubstr("Stamped")));
+  int lock = STORE_no_lock;
+  EXPECT_EQ(STORE_get_instance_lock(held, &lock), ORK_ok);
+  EXPECT_EQ(lock, STORE_modify_lock) << "the caller's lock stays";
+  EXPECT_EQ(STORE_get_instance_lock(pump, &lock), ORK_ok);
+  EXPECT_EQ(lock, STORE_no_lock);
+  char* text = nullptr;
+  EXPECT_EQ(OBJ_get_value_string(held, "object_desc", &text), ORK_ok);
+  EXPECT_EQ(take(text), "private");
+  EXPECT_EQ(FLOW_remove_attachments(root(job), 1, &user), ORK_ok);
+  EXPECT_EQ(FLOW_continue_job(job), ORK_ok) << last_error();
+  EXPECT_EQ(statuses(pump) + statuses(held), "StampedStamped");
+  EXPECT_EQ(start("Nameless", {pump}, &job), FLOW_argument_missing);
+  EXPECT_EQ(OBJ_refresh(held, 0), ORK_ok);
+  EXPECT_EQ(describe("locks"), "[]");
+  ASSERT_EQ(ork_host_seed(R"({"items": [{"id": "000200", "name": "Pump", "revisions": [
+              {"id": "A", "statuses": []}]}]})"),
+            ORK_ok)
+      << last_error() << ": the other target has the same status";
+  EXPECT_EQ(statuses(held), "Stamped");
+}
+
 TEST_F(Flow, MembersOfPoolsAndMembershipsAreKnown) {
   const std::vector<tag> signoffs =
       attachments(task(started("Release"), "Check"), FLOW_signoff_attachment);
@@ -360,6 +398,7 @@ TEST_F(Flow, WrongObjectsAreRefused) {
   EXPECT_EQ(FLOW_get_signoff_member(item, &found, &number), SIGNOFF_not_a_signoff);
   EXPECT_EQ(FLOW_run_handler(task(started("Straight"), "One"), "none", ""), FLOW_unknown_handler);
   EXPECT_EQ(FLOW_register_handler("", note), ORK_invalid_argument);
+  EXPECT_EQ(ork_host_load_handlers(""), FLOW_cannot_load_handlers);
   EXPECT_EQ(ork_host_load_handlers("/no/such/library.so"), FLOW_cannot_load_handlers);
   EXPECT_THAT(last_error(), HasSubstr("/no/such/library.so"));
 }

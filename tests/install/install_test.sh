@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # usage: install_test.sh BUILD_FOLDER EXAMPLES_FOLDER
 # Installs the build, moves the installation, builds the batch example against it with CMake and
-# with pkg-config, and runs it on a site made by the installed program.
+# with pkg-config and the handler example with CMake, and runs them on sites made by the installed
+# program.
 set -euo pipefail
 build=$1
 example=$2/batch
@@ -33,6 +34,17 @@ check() { # PROGRAM
 }
 
 check "$scratch/build/batch"
+
+cmake -S "$2/handler" -B "$scratch/handler" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$scratch/handler"
+export ORK_HOST_DB=$scratch/handler.db
+"$zolp" host init "$ORK_HOST_DB" --seed "$2/handler/site.json"
+"$zolp" job start 'Release of parts' --name R-17 --target GB-1210/C
+"$zolp" handler run "$scratch/handler/libexamine_targets.so" --job R-17 \
+  --argument 'condition=Tested before?'
+"$zolp" job show R-17 | grep -q 'Tested before?  Pending  (condition)  result true'
+"$zolp" show GB-1210/C | grep -q 'Examination report'
+export ORK_HOST_DB=$scratch/site.db
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name zolp_orktool.pc)")
 export PKG_CONFIG_PATH

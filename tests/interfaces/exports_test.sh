@@ -1,13 +1,27 @@
 #!/usr/bin/env bash
-# usage: exports_test.sh LIBRARY HEADER: compares the library's exports with the header's functions.
+# usage: exports_test.sh LIBRARY HEADER COMPILER INCLUDE_FOLDER: compares the library's exports with
+# the header's functions. A source that names each of them shows how its declaration is linked.
 set -euo pipefail
 
-exported=$(nm -D --defined-only "$1" | awk '{ print $3 }' | c++filt |
-  grep -v '^__\|^_init$\|^_fini$' | sed 's/@.*//' | sort)
-declared=$({
-  grep -oE '^ZOLP_API [a-z]+[ *]+[A-Za-z_]+\(' "$2" | sed -E 's/.*[ *]([A-Za-z_]+)\($/\1/'
-  printf '%s\n' 'CZOLP_ParamLine::operator=(CZOLP_ParamLine const&)' \
-    'CZOLP_String::operator=(CZOLP_String const&)'
-} | sort)
-[ -n "$declared" ] && diff <(echo "$declared") <(echo "$exported") &&
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# "RESULT NAME(PARAMETERS)" of each function, on one line: overloads differ by their parameters.
+functions=$(awk '/^ZOLP_API .*\(/ { text = "" } { text = text " " $0 }
+    /;/ { if (text ~ /^ ZOLP_API /) print text; text = "" }' "$2" |
+  sed -E 's/^ ZOLP_API //; s/;.*//; s/ +/ /g')
+{
+  printf '#include "%s"\n' "$2"
+  sed -E 's/^(.*[ *])([A-Za-z_]+)\((.*)\)$/\1(*use_NUMBER)(\3) = \&\2;/' <<<"$functions" |
+    awk '{ sub(/NUMBER/, NR); print }'
+  for class in CZOLP_ParamLine CZOLP_String; do
+    printf 'extern const auto use_%s = &%s::operator=;\n' "$class" "$class"
+  done
+} >"$work/uses.cpp"
+"$3" -std=c++20 -fPIC -I"$4" -c "$work/uses.cpp" -o "$work/uses.o"
+
+declared=$(nm -u "$work/uses.o" | awk '{ print $2 }' | grep -v '^_GLOBAL_' | c++filt | sort)
+exported=$(nm -D --defined-only "$1" | awk '{ print $3 }' | sed 's/@.*//' |
+  grep -v '^__\|^_init$\|^_fini$' | c++filt | sort)
+[ -n "$functions" ] && diff <(echo "$declared") <(echo "$exported") &&
   echo "$(wc -l <<<"$exported") exports, all declared"

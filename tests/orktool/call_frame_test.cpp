@@ -63,10 +63,12 @@ class CallFrame : public testing::Test {
   ~CallFrame() override { orktool::replace_clock(nullptr); }
 
   /** "File:line" of this source as trace lines have it. */
-  static std::string at(int line) { return " " + std::string(__FILE__) + ":" + number(line); }
+  static std::string at(int line) {
+    return " " + std::string("call_frame_test.cpp") + ":" + number(line);
+  }
   static std::string number(int value) { return std::to_string(value); }
   std::string file_line_function() const {
-    return " File:" + std::string(__FILE__) + " Line:" + number(lines.call) +
+    return " File:" + std::string("call_frame_test.cpp") + " Line:" + number(lines.call) +
            " Funktion:call( a, &b)";
   }
 
@@ -169,10 +171,10 @@ TEST_F(CallFrame, SlowFailingCallsWriteTheSlowLineFirst) {
   EXPECT_THAT(trace.lines()[3], testing::HasSubstr("##ORK_err_"));
 }
 
-TEST(FileName, LosesFoldersBeforeBackslashesOnly) {
+TEST(FileName, LosesFolders) {
   EXPECT_STREQ(orktool::file_name("D:\\build\\src\\zolp_itool.cpp"), "zolp_itool.cpp");
   EXPECT_STREQ(orktool::file_name("zolp_itool.cpp"), "zolp_itool.cpp");
-  EXPECT_STREQ(orktool::file_name("src/zolp_itool.cpp"), "src/zolp_itool.cpp");
+  EXPECT_STREQ(orktool::file_name("src/zolp_itool.cpp"), "zolp_itool.cpp");
 }
 
 TEST(Clock, CountsElapsedTimeFromTheStart) {

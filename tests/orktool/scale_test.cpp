@@ -1,36 +1,16 @@
 // Lists as long and as deep as sites have them, on the small stack that a host process may give.
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <cstdio>
 #include <functional>
 #include <string>
 
 #include "support/release_list.h"
+#include "support/small_stack.h"
 #include "support/trace_capture.h"
 
 namespace {
-
-constexpr std::size_t stack_size = std::size_t{1} << 20;
-
-/** Runs a function on a stack of 1 MiB. */
-void on_small_stack(std::function<void()> function) {
-  pthread_attr_t attributes;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, stack_size), 0);
-  pthread_t thread{};
-  ASSERT_EQ(pthread_create(
-                &thread, &attributes,
-                [](void* argument) -> void* {
-                  (*static_cast<std::function<void()>*>(argument))();
-                  return nullptr;
-                },
-                &function),
-            0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-}
 
 class Scale : public testing::Test {
  protected:
@@ -51,7 +31,7 @@ class Scale : public testing::Test {
   /** Reads a list and writes its entries, on a small stack; returns the number of entries. */
   int clone(const std::string& list, int failing_call = 0) {
     int entries = 0;
-    on_small_stack([&] {
+    test::on_small_stack([&] {
       assy_entry* last = nullptr;
       ASSERT_EQ(ZOLP_read_assylist(list.c_str(), &last), 0);
       assy_entry* root = tool::assembly_root(last);

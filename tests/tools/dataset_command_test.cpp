@@ -138,7 +138,7 @@ TEST_F(DatasetCommands, RefusalsSayWhatIsWrongAndLeaveNothing) {
 TEST_F(DatasetCommands, AnInterruptedImportLeavesNothing) {
   const std::string big = folder.path("big.prt");
   std::ofstream(big).close();
-  std::filesystem::resize_file(big, std::uintmax_t{8} << 30);
+  std::filesystem::resize_file(big, std::uintmax_t{2} << 30);
   const std::size_t before = vault_size();
   const pid_t child = fork();
   if (child == 0) {

@@ -20,6 +20,20 @@ TEST(Demo, ShowsACloneRun) {
   }
 }
 
+TEST(Demo, ShowsAJobWithAHandler) {
+  const test::TemporaryFolder scratch;
+  const test::Run demo = test::run_program(
+      {std::string(ZOLP_EXAMPLES) + "/handler/demo.sh", ZOLP_PROGRAM_FOLDER, scratch.path("")});
+  EXPECT_EQ(demo.exit_code, 0);
+  EXPECT_EQ(demo.err, "");
+  for (const char* text :
+       {"├── target GB-1310/B-Intermediate shaft", "examine-targets has run on task Design check",
+        "VELO_reference  Examination report  (Dataset)", "Release check  Started  (review)",
+        "R-17  Completed", "├── status Released", "->ZOLP_isObjectOfClass"}) {
+    EXPECT_THAT(demo.out, HasSubstr(text));
+  }
+}
+
 TEST(Demo, ShowsDatasetsAndAForm) {
   const test::TemporaryFolder scratch;
   const test::Run demo = test::run_program(
@@ -29,6 +43,18 @@ TEST(Demo, ShowsDatasetsAndAForm) {
   for (const char* text :
        {"exported.txt is what was imported", "Check_report__second_shaft.txt",
         "wrote images/SH-200_A_Side_view", "UGepDate     16-Oct-2026", "there is no such date"}) {
+    EXPECT_THAT(demo.out, HasSubstr(text));
+  }
+}
+
+TEST(Demo, ShowsAProductStructure) {
+  const test::TemporaryFolder scratch;
+  const test::Run demo = test::run_program(
+      {std::string(ZOLP_EXAMPLES) + "/structure/demo.sh", ZOLP_PROGRAM_FOLDER, scratch.path("")});
+  EXPECT_EQ(demo.exit_code, 0);
+  EXPECT_EQ(demo.err, "");
+  for (const char* text : {"├── 100 -> 10  MX-110/B  Drive", "next unused: 130", "Planet wheel  x3",
+                           "19 lines, packed 15", "mx110_drive_b"}) {
     EXPECT_THAT(demo.out, HasSubstr(text));
   }
 }

@@ -29,7 +29,8 @@ inline Run run_program(const std::vector<std::string>& command, const Environmen
   const TemporaryFolder output;
   const pid_t child = fork();
   if (child == 0) {
-    for (const char* name : {"ORK_HOST_DB", "ZOLP_TRACE_LEVEL", "ZOLP_TRACE_FILE"}) {
+    for (const char* name : {"ORK_HOST_DB", "ORK_LANGUAGE", "STORE_DATE_FORMAT", "ZOLP_TRACE_LEVEL",
+                             "ZOLP_TRACE_FILE"}) {
       unsetenv(name);
     }
     for (const auto& [name, value] : settings) {

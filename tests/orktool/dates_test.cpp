@@ -1,0 +1,155 @@
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+
+#include "clock.h"
+#include "ork/date.h"
+#include "ork/mem.h"
+#include "support/site.h"
+#include "support/trace_capture.h"
+#include "zolp_orktool.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::StartsWith;
+
+constexpr int failure = 4711;
+
+/** What a function has handed out and its status: "0:text". */
+template <typename Function>
+std::string told(Function function) {
+  char untouched = '?';
+  char* text = &untouched;
+  const int status = function(&text);
+  const std::string all = std::to_string(status) + ":" + (text != nullptr ? text : "(null)");
+  MEM_free(text);
+  return all;
+}
+
+std::string normalised(const char* input) {
+  return told([input](char** text) { return ZOLP_DateStringVELODateString(input, text); });
+}
+
+std::string as_text(const date_s& date) {
+  return told([&](char** text) { return ZOLP_DateDateToString(date, text); });
+}
+
+/** Status and parts, the month as it is. */
+std::string record(const char* input, const char* format = nullptr) {
+  date_s date{1, 1, 1, 1, 1, 1};
+  const int status = ZOLP_UTIL_DateStringToVELODate(input, &date, format);
+  std::string all = std::to_string(status) + ":";
+  for (const int part : {int{date.year}, int{date.month}, int{date.day}, int{date.hour},
+                         int{date.minute}, int{date.second}}) {
+    all += " " + std::to_string(part);
+  }
+  return all;
+}
+
+class DateConversions : public testing::Test {
+ protected:
+  DateConversions() {
+    unsetenv("STORE_DATE_FORMAT");
+    orktool::replace_calendar([] {
+      std::tm time{};
+      time.tm_year = 126;
+      time.tm_mon = 2;
+      time.tm_mday = 5;
+      time.tm_hour = 7;
+      time.tm_min = 8;
+      time.tm_sec = 9;
+      return time;
+    });
+    blocks = ork_host_block_count();
+  }
+  ~DateConversions() override {
+    EXPECT_EQ(ork_host_block_count(), blocks);
+    orktool::replace_calendar(nullptr);
+    unsetenv("STORE_DATE_FORMAT");
+  }
+
+  test::Site site;
+  test::TraceCapture trace;
+  std::size_t blocks = 0;
+};
+
+TEST_F(DateConversions, CurrentDate) {
+  date_s date{};
+  EXPECT_EQ(ZOLP_DateAskCurrentDate(&date), 0);
+  EXPECT_EQ(date.year, 2026);
+  EXPECT_EQ(date.month, 2);
+  EXPECT_EQ(date.day, 5);
+  EXPECT_EQ(date.hour * 10000 + date.minute * 100 + date.second, 70809);
+  ork_host_start_journal();
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateTimeAsString), "0:05.03.2026 07:08");
+  EXPECT_THAT(test::Site::journal(), testing::IsEmpty());
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsString), "0:05-Mar-2026 07:08");
+  EXPECT_THAT(test::Site::journal(), ElementsAre("TEXT_lookup", "DATE_date_to_string"));
+  EXPECT_TRUE(trace.has("  ->ZOLP_DateAskCurrentDate(&date) "));
+  EXPECT_EQ(record(nullptr), "0: 2026 2 5 7 8 9");
+  EXPECT_EQ(record("", "%q"), "0: 2026 2 5 7 8 9");
+  EXPECT_EQ(normalised(nullptr), "0:05-Mar-2026 07:08");
+  EXPECT_EQ(normalised(""), "0:05-Mar-2026 07:08");
+}
+
+TEST_F(DateConversions, FormatsStayAsTheyWereFirstFound) {
+  setenv("STORE_DATE_FORMAT", "%d.%m.%Y", 1);
+  EXPECT_EQ(as_text({2026, 11, 31, 23, 59, 0}), "0:31.12.2026");
+  setenv("STORE_DATE_FORMAT", "%Y/%m/%d", 1);
+  ASSERT_EQ(ork_host_seed(R"({"texts": {"en": {"DefaultDateFormat": "%b %d, %Y"}}})"), ORK_ok);
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsString), "0:05.03.2026");
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString), "0:05-Mar-2026 07:08");
+  EXPECT_EQ(normalised("31.12.2026"), "0:31-Dec-2026 00:00");
+  // Records have formats of their own, which are looked up only now.
+  EXPECT_EQ(record("2026/12/31"), "0: 2026 11 31 0 0 0");
+  EXPECT_EQ(record("Dec 31, 2026"), "0: 2026 11 31 0 0 0");
+  unsetenv("STORE_DATE_FORMAT");
+  EXPECT_EQ(record("2026/12/31"), "0: 2026 11 31 0 0 0");
+  EXPECT_EQ(as_text({}), "0:");
+}
+
+TEST_F(DateConversions, TheSecondFormatIsTriedAfterTheFirst) {
+  setenv("STORE_DATE_FORMAT", "%d.%m.%Y", 1);
+  normalised("");
+  trace.clear();
+  ork_host_start_journal();
+  EXPECT_EQ(normalised("01-Feb-2026 12:34"), "0:01-Feb-2026 12:34");
+  EXPECT_THAT(test::Site::journal(),
+              ElementsAre("DATE_string_to_date", "DATE_string_to_date", "DATE_date_to_string"));
+  EXPECT_EQ(trace.count("->DATE_string_to_date"), 1) << "the first failure is silent";
+  EXPECT_FALSE(trace.has("returned"));
+  EXPECT_EQ(normalised("31.02.2026"), std::to_string(DATE_wrong_text) + ":(null)");
+  EXPECT_TRUE(trace.has(" returned 37003 "));
+
+  EXPECT_EQ(record("01-Feb-2026 12:34"), "0: 2026 1 1 12 34 0");
+  trace.clear();
+  EXPECT_EQ(record("1/2/26"), "37003: 0 0 0 0 0 0");
+  EXPECT_TRUE(trace.has("  ZOLP_UTIL_DateStringToVELODate-E-inputDateString=1/2/26"));
+  EXPECT_THAT(trace.lines().back(), StartsWith(" <-ZOLP_UTIL_DateStringToVELODate "));
+  EXPECT_EQ(record("1/2/26", "%d/%m/%y"), "0: 2026 1 1 0 0 0");
+  ork_host_start_journal();
+  EXPECT_EQ(record("31/2/26", "%d/%m/%y"), "37001: 0 0 0 0 0 0");
+  EXPECT_THAT(test::Site::journal(), ElementsAre("DATE_string_to_date"));
+}
+
+TEST_F(DateConversions, FailuresOfThePlatformAreReturned) {
+  ork_host_fail_call("TEXT_lookup", 1, failure);
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString),
+            std::to_string(ORK_invalid_argument) + ":(null)");
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString), "0:05-Mar-2026 07:08");
+  ork_host_fail_call("DATE_date_to_string", 1, failure);
+  EXPECT_EQ(as_text({2026, 0, 1, 0, 0, 0}), "4711:(null)");
+  ork_host_fail_call("DATE_date_to_string", 1, ORK_ok);  // it succeeds and gives no text
+  EXPECT_EQ(as_text({2026, 0, 1, 0, 0, 0}), "0:(null)");
+  ork_host_fail_call("DATE_date_to_string", 1, failure);
+  EXPECT_EQ(normalised(""), "4711:(null)");
+  EXPECT_EQ(as_text({2026, 12, 1, 0, 0, 0}), std::to_string(DATE_invalid_date) + ":(null)");
+  ork_host_fail_allocation(2);
+  EXPECT_EQ(as_text({2026, 0, 1, 0, 0, 0}), "0:(null)");
+  EXPECT_TRUE(trace.has("ZOLP_CopyString alloc Memory"));
+}
+
+}  // namespace

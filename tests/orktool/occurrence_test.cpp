@@ -1,0 +1,285 @@
+// View types, and the occurrences of view revisions.
+
+#include <gmock/gmock.h>
+
+#include "ork/config.h"
+#include "ork/store.h"
+#include "support/structure_site.h"
+#include "support/trace_capture.h"
+#include "zolp_orktool.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Texts = std::vector<std::string>;
+
+constexpr int failure = 4711;
+
+/** Codes on the error stack, oldest first. */
+std::vector<int> error_codes() {
+  int count = 0;
+  const int* severities = nullptr;
+  const int* codes = nullptr;
+  const char** texts = nullptr;
+  EXPECT_EQ(ERR_get_errors(&count, &severities, &codes, &texts), ORK_ok);
+  return {codes, codes + count};
+}
+
+std::string take(char* text) {
+  const std::string copy = text != nullptr ? text : "(null)";
+  MEM_free(text);
+  return copy;
+}
+
+class Occurrences : public testing::Test {
+ protected:
+  Occurrences() {
+    site.seed(R"({
+      "types": [{"name": "Screw", "parent": "Item"}],
+      "view_types": ["service"], "note_types": ["Torque", "Remark"],
+      "revision_rules": [{"name": "Released", "clauses": [{"status": "Released"}]}],
+      "items": [
+        {"id": "T", "name": "Top", "revisions": [{"id": "A"}]},
+        {"id": "S", "name": "Screw", "type": "Screw",
+         "revisions": [{"id": "A", "statuses": ["Released"]}, {"id": "B"}]}],
+      "structures": [
+        {"item": "T", "revision": "A", "view_type": "service", "lines": [
+          {"item": "S", "sequence": "10", "notes": {"Remark": "Locked", "Torque": "12 Nm"}},
+          {"item": "S", "revision": "B"}]}]})");
+    EXPECT_EQ(STRUCT_find_view_type("view", &view), ORK_ok);
+    EXPECT_EQ(STRUCT_find_view_type("service", &service), ORK_ok);
+    EXPECT_EQ(CONFIG_find("Released", &rule), ORK_ok);
+    int count = 0;
+    tag* found = nullptr;
+    EXPECT_EQ(STRUCT_list_bom_view_revisions(site.find("T", "A"), &count, &found), ORK_ok);
+    bvr = found[0];
+    MEM_free(found);
+    EXPECT_EQ(STRUCT_get_bom_view_of_bvr(bvr, &bv), ORK_ok);
+    EXPECT_EQ(STRUCT_list_occurrences(bvr, &count, &found), ORK_ok);
+    first = found[0];
+    second = found[1];
+    MEM_free(found);
+    EXPECT_EQ(ERR_clear_errors(), ORK_ok);
+    blocks = ork_host_block_count();
+  }
+  ~Occurrences() override { EXPECT_EQ(ork_host_block_count(), blocks); }
+
+  test::StructureSite site;
+  test::TraceCapture trace;
+  tag view = NULLTAG, service = NULLTAG, rule = NULLTAG;
+  tag bv = NULLTAG, bvr = NULLTAG, first = NULLTAG, second = NULLTAG;
+  /** Levels of the trace that were left open. */
+  int open_levels() const { return ZOLP_GetTraceDepth() - depth_before; }
+
+  std::size_t blocks = 0;
+  int depth_before = ZOLP_GetTraceDepth();
+};
+
+// ---------------------------------------------------------------------------------- view types
+
+TEST_F(Occurrences, ViewTypesAreTested) {
+  struct Case {
+    tag object, type;
+    bool verdict;
+    int status;
+    Texts calls;
+  };
+  const Texts class_test = {"STORE_class_id_of_class", "STORE_class_of_instance",
+                            "STORE_is_descendant"};
+  const auto then = [&class_test](Texts calls) {
+    calls.insert(calls.begin(), class_test.begin(), class_test.end());
+    return calls;
+  };
+  for (const Case& example : {
+           Case{bv, service, true, 0, then({"STRUCT_get_bom_view_type"})},
+           Case{bvr, service, true, 0,
+                then({"STRUCT_get_bom_view_of_bvr", "STRUCT_get_bom_view_type"})},
+           Case{bv, view, false, 0, then({"STRUCT_get_bom_view_type"})},
+           Case{bv, NULLTAG, false, 0, class_test},
+           Case{NULLTAG,
+                service,
+                false,
+                STORE_unknown_tag,
+                {"STORE_class_id_of_class", "STORE_class_of_instance"}},
+           Case{site.find("T"), service, false, STRUCT_not_a_view_revision,
+                then({"STRUCT_get_bom_view_of_bvr"})},
+       }) {
+    bool verdict = !example.verdict;
+    ork_host_start_journal();
+    EXPECT_EQ(ZOLP_IsViewOfType(example.object, example.type, &verdict), example.status);
+    EXPECT_EQ(verdict, example.verdict);
+    EXPECT_EQ(test::Site::journal(), example.calls);
+  }
+  bool verdict = true;
+  ork_host_fail_call("STRUCT_get_bom_view_type", 1, failure);
+  EXPECT_EQ(ZOLP_IsViewOfType(bv, service, &verdict), failure);
+  EXPECT_FALSE(verdict);
+  // A failed class test takes the view for a revision of one.
+  verdict = true;
+  ork_host_fail_call("STORE_is_descendant", 1, failure);
+  EXPECT_EQ(ZOLP_IsViewOfType(bv, service, &verdict), STRUCT_not_a_view_revision);
+  EXPECT_FALSE(verdict);
+}
+
+TEST_F(Occurrences, ViewTypesAreTestedByName) {
+  bool verdict = false;
+  trace.clear();
+  EXPECT_EQ(ZOLP_IsViewOfType(bvr, "service", &verdict), 0);
+  EXPECT_TRUE(verdict);
+  EXPECT_TRUE(trace.has("Searching for view type service"));
+  EXPECT_EQ(trace.count("->ZOLP_IsViewOfType(tBVOrBVR, tViewType, p_lVerdict) "), 1);
+  EXPECT_EQ(open_levels(), 0);
+
+  ork_host_start_journal();
+  EXPECT_EQ(ZOLP_IsViewOfType(bvr, "nothing", &verdict), STRUCT_unknown_view_type);
+  EXPECT_FALSE(verdict);
+  EXPECT_THAT(test::Site::journal(), ElementsAre("STRUCT_find_view_type"));
+  EXPECT_EQ(open_levels(), 1);  // the exit line is not written
+
+  const auto verdict_of_default = [&] {
+    EXPECT_EQ(ZOLP_IsViewOfType(bvr, static_cast<const char*>(nullptr), &verdict), 0);
+    return verdict;
+  };
+  EXPECT_FALSE(verdict_of_default());  // the type "view", as the site has no default
+  EXPECT_TRUE(trace.has("->STRUCT_find_view_type(\"view\", &tViewType )"));
+  site.seed(R"({"view_types": [{"name": "service", "default": true}]})");
+  EXPECT_TRUE(verdict_of_default());
+}
+
+// --------------------------------------------------------------------------------- occurrences
+
+TEST_F(Occurrences, ChildrenAreResolvedToItemAndRevision) {
+  const tag item = site.find("S");
+  const tag a = site.find("S", "A");
+  const tag b = site.find("S", "B");
+  struct Case {
+    tag child, rule, item, revision;
+    int status;
+    std::string type;
+  };
+  constexpr tag untouched = 17;
+  for (const Case& example : {
+           Case{item, rule, item, a, 0, "Screw"},
+           Case{b, rule, item, b, 0, "ItemRevision"},  // rules leave revisions alone
+           Case{b, NULLTAG, item, b, 0, "ItemRevision"},
+           Case{item, NULLTAG, untouched, untouched, 2010, "Screw"},
+           Case{item, bv, item, NULLTAG, CONFIG_not_a_rule, "Screw"},
+           Case{bv, rule, untouched, untouched, 2010, "PSBOMView"},
+           Case{NULLTAG, rule, untouched, untouched, 2010, ""},
+       }) {
+    tag found_item = untouched;
+    tag found_revision = untouched;
+    char* type = nullptr;
+    trace.clear();
+    EXPECT_EQ(ZOLP_GetItemAndRevFromOccObj(example.child, example.rule, &found_item,
+                                           &found_revision, &type),
+              example.status);
+    EXPECT_EQ(found_item, example.item);
+    EXPECT_EQ(found_revision, example.revision);
+    EXPECT_EQ(take(type), example.type);
+    EXPECT_TRUE(trace.has("Type is " + example.type));
+  }
+  int count = 0;
+  const int* severities = nullptr;
+  const int* codes = nullptr;
+  const char** texts = nullptr;
+  EXPECT_EQ(ERR_get_errors(&count, &severities, &codes, &texts), ORK_ok);
+  EXPECT_EQ(severities[count - 1], 3);
+  EXPECT_THAT(texts[count - 1],
+              testing::HasSubstr("Revision rule either not specified or not found"));
+}
+
+TEST_F(Occurrences, RulesAreFoundByName) {
+  tag item = NULLTAG;
+  tag revision = NULLTAG;
+  char* type = nullptr;
+  EXPECT_EQ(ZOLP_GetItemAndRevFromOccObj(site.find("S"), "Released", &item, &revision, &type), 0);
+  EXPECT_EQ(revision, site.find("S", "A"));
+  EXPECT_EQ(take(type), "Screw");
+  EXPECT_EQ(ZOLP_GetItemAndRevFromOccObj(site.find("S"), "Wanted", &item, &revision, &type), 2010);
+  MEM_free(type);
+  EXPECT_THAT(error_codes(), ElementsAre(710041, 2010));
+  EXPECT_TRUE(trace.has("unknown revision rule Wanted"));
+  EXPECT_EQ(ERR_clear_errors(), ORK_ok);
+  EXPECT_EQ(ZOLP_GetItemAndRevFromOccObj(site.find("S", "B"), "Wanted", &item, &revision, &type),
+            0);
+  MEM_free(type);
+  EXPECT_EQ(revision, site.find("S", "B"));
+  EXPECT_THAT(error_codes(), ElementsAre(710041));
+  EXPECT_EQ(ERR_clear_errors(), ORK_ok);
+  ork_host_fail_call("CONFIG_find", 1, failure);
+  EXPECT_EQ(ZOLP_GetItemAndRevFromOccObj(site.find("S"), "Released", &item, &revision, &type),
+            2010);
+  MEM_free(type);
+  EXPECT_THAT(error_codes(), ElementsAre(failure, 2010));
+}
+
+TEST_F(Occurrences, ItemsOfChildren) {
+  struct Case {
+    tag child, item;
+    int status;
+  };
+  constexpr tag untouched = 17;
+  for (const Case& example :
+       {Case{site.find("S"), site.find("S"), 0}, Case{site.find("S", "B"), site.find("S"), 0},
+        Case{bv, untouched, 0}}) {
+    tag item = untouched;
+    char* type = nullptr;
+    EXPECT_EQ(ZOLP_GetItemFromOccObj(example.child, &item, &type), example.status);
+    EXPECT_EQ(item, example.item);
+    MEM_free(type);
+  }
+  tag item = untouched;
+  char* type = nullptr;
+  ork_host_fail_call("WSO_get_object_type", 1, failure);
+  EXPECT_EQ(ZOLP_GetItemFromOccObj(site.find("S"), &item, &type), failure);
+  EXPECT_EQ(item, site.find("S"));
+  EXPECT_EQ(take(type), "");
+}
+
+TEST_F(Occurrences, AMissingSequenceNumberIsNoFailure) {
+  char* text = nullptr;
+  EXPECT_EQ(GetSeqNo(bvr, first, &text), 0);
+  EXPECT_EQ(take(text), "10");
+  EXPECT_TRUE(trace.has("Seq No. is [10] "));
+  EXPECT_EQ(ERR_store_error(3, failure), ORK_ok);
+  EXPECT_EQ(GetSeqNo(bvr, second, &text), 0);
+  EXPECT_EQ(text, nullptr);
+  EXPECT_THAT(error_codes(), ElementsAre(failure));  // what was there before stays
+  EXPECT_EQ(GetSeqNo(bvr, bv, &text), STRUCT_not_an_occurrence);
+  EXPECT_THAT(error_codes(), ElementsAre(failure, STRUCT_not_an_occurrence));
+  EXPECT_EQ(ERR_clear_errors(), ORK_ok);
+  EXPECT_THAT(error_codes(), IsEmpty());  // the mark is gone
+}
+
+TEST_F(Occurrences, NotesAreListedOnce) {
+  tag* notes = nullptr;
+  int count = 0;
+  char* text = nullptr;
+  ork_host_start_journal();
+  EXPECT_EQ(ZOLP_GetOccNoteText(bvr, first, "Torque", &notes, &count, &text), 0);
+  EXPECT_EQ(take(text), "12 Nm");
+  EXPECT_TRUE(trace.has("\tFound Value=12 Nm"));
+  EXPECT_EQ(ZOLP_GetOccNoteText(bvr, first, "Remark", &notes, &count, &text), 0);
+  EXPECT_EQ(take(text), "Locked");
+  EXPECT_THAT(test::Site::journal(),
+              ElementsAre("STRUCT_list_occurrence_notes", "STRUCT_get_note_type_name",
+                          "STRUCT_get_note_type_name", "STRUCT_get_occurrence_note_text",
+                          "STRUCT_get_note_type_name", "STRUCT_get_occurrence_note_text"));
+  EXPECT_EQ(ZOLP_GetOccNoteText(bvr, first, "remark", &notes, &count, &text), 0);
+  EXPECT_EQ(text, nullptr);
+  ork_host_fail_call("STRUCT_get_note_type_name", 1, failure);
+  EXPECT_EQ(ZOLP_GetOccNoteText(bvr, first, "Remark", &notes, &count, &text), failure);
+  MEM_free(notes);
+
+  notes = nullptr;
+  count = 9;
+  EXPECT_EQ(ZOLP_GetOccNoteText(bvr, second, "Remark", &notes, &count, &text), 0);
+  EXPECT_EQ(count, 0);
+  ork_host_fail_call("STRUCT_list_occurrence_notes", 1, failure);
+  EXPECT_EQ(ZOLP_GetOccNoteText(bvr, first, "Remark", &notes, &count, &text), failure);
+  EXPECT_EQ(open_levels(), 0);
+}
+
+}  // namespace

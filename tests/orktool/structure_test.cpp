@@ -1,0 +1,474 @@
+// Values of BOM lines, and the walks over the lines below one.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <numeric>
+
+#include "ork/store.h"
+#include "support/structure_site.h"
+#include "support/trace_capture.h"
+#include "zolp_orktool.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Texts = std::vector<std::string>;
+
+constexpr int failure = 4711;
+
+/** A text that the library handed out. */
+std::string take(char* text) {
+  const std::string copy = text != nullptr ? text : "(null)";
+  MEM_free(text);
+  return copy;
+}
+
+/** A list that a walk appends to. */
+struct List {
+  ~List() { MEM_free(array); }
+  std::vector<tag> tags() const { return {array, array + count}; }
+
+  int count = 0;
+  tag* array = nullptr;
+};
+
+class Lines : public testing::Test {
+ protected:
+  ~Lines() override { EXPECT_EQ(ork_host_block_count(), blocks); }
+
+  /** Makes the nth call of an operation fail and starts the journal. */
+  void fail(const char* operation, int nth = 1) {
+    ork_host_fail_call(operation, nth, failure);
+    ork_host_start_journal();
+    trace.clear();
+  }
+
+  /** Trace texts without indentation and places, those of the platform's calls left out. */
+  Texts remarks() const {
+    Texts found;
+    for (std::string line : trace.lines()) {
+      line.erase(0, line.find_first_not_of(' '));
+      const bool is_call = line.rfind("->", 0) == 0 || line.rfind("<-", 0) == 0;
+      if (!is_call && line.rfind("File:", 0) != 0) {
+        found.push_back(line);
+      }
+    }
+    return found;
+  }
+
+  static std::string number(tag line) { return std::to_string(line); }
+
+  test::StructureSite site;
+  test::TraceCapture trace;
+  /** Levels of the trace that were left open. */
+  int open_levels() const { return ZOLP_GetTraceDepth() - depth_before; }
+
+  std::size_t blocks = ork_host_block_count();
+  int depth_before = ZOLP_GetTraceDepth();
+};
+
+// ----------------------------------------------------------------------------- values of a line
+
+TEST_F(Lines, ValuesAreReadAndSet) {
+  const tag line = site.child(site.show("T: A=10"), 0);
+  char* text = nullptr;
+  trace.clear();
+  ork_host_start_journal();
+  EXPECT_EQ(ZOLP_getSequenceNo(line, &text), ORK_ok);
+  EXPECT_EQ(take(text), "10");
+  EXPECT_THAT(test::Site::journal(), ElementsAre("OBJ_get_value_string"));
+  EXPECT_THAT(trace.lines()[0], HasSubstr(" ->ZOLP_getSequenceNo zolp_ps_utils.cpp:"));
+  EXPECT_THAT(remarks(), ElementsAre("seqno <10>"));
+  EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_getSequenceNo zolp_ps_utils.cpp:"));
+
+  EXPECT_EQ(ZOLP_setSequenceNo(line, "20"), ORK_ok);
+  EXPECT_EQ(ZOLP_setQuantity(line, "2.5"), ORK_ok);
+  EXPECT_EQ(ZOLP_getQuantity(line, &text), ORK_ok);
+  EXPECT_EQ(take(text), "2.5");
+  EXPECT_EQ(site.value(line, "bl_sequence_no"), "20");
+
+  tag object = NULLTAG;
+  ork_host_start_journal();
+  trace.clear();
+  EXPECT_EQ(ZOLP_get_bomline_revtag(line, &object), ORK_ok);
+  EXPECT_EQ(object, site.find("A", "A"));
+  EXPECT_THAT(test::Site::journal(),
+              ElementsAre("BOMW_line_look_up_attribute", "BOMW_line_get_attribute_tag"));
+  EXPECT_THAT(remarks(), ElementsAre("Found for BOMLine <" + number(line) + "> rev tag <" +
+                                     number(object) + ">"));
+  EXPECT_EQ(ZOLP_get_bomline_itemtag(line, &object), ORK_ok);
+  EXPECT_EQ(object, site.find("A"));
+
+  char* revision_id = nullptr;
+  trace.clear();
+  EXPECT_EQ(ZOLP_get_bomline_item_and_rev(line, &text, &revision_id), ORK_ok);
+  EXPECT_EQ(take(text) + take(revision_id), "AA");
+  EXPECT_THAT(remarks(), ElementsAre("Found for BOMLine <" + number(line) + "> item <A> rev <A>"));
+}
+
+TEST_F(Lines, ValuesThatCannotBeReadAreReportedAndEmpty) {
+  const tag top = site.show("T: A=10");
+  char* text = nullptr;
+  char* other = nullptr;
+  tag object = 17;
+  const tag no_line = site.find("A");
+  EXPECT_EQ(ZOLP_getSequenceNo(no_line, &text), STORE_unknown_attribute);
+  EXPECT_EQ(text, nullptr);
+  EXPECT_EQ(ZOLP_getQuantity(4000000000U, &text), STORE_unknown_tag);
+  EXPECT_EQ(ZOLP_setQuantity(site.child(top, 0), "many"), STRUCT_bad_quantity);
+  EXPECT_EQ(ZOLP_setSequenceNo(top, "10"), BOMW_not_settable);
+  EXPECT_EQ(ZOLP_get_bomline_itemtag(no_line, &object), BOMW_not_a_line);
+  EXPECT_EQ(object, NULLTAG);
+  EXPECT_TRUE(trace.has("The object is not a line of an open BOM window"));
+
+  fail("BOMW_line_look_up_attribute");
+  EXPECT_EQ(ZOLP_get_bomline_revtag(top, &object), failure);
+  EXPECT_THAT(test::Site::journal(), ElementsAre("BOMW_line_look_up_attribute"));
+  fail("OBJ_get_value_string");
+  EXPECT_EQ(ZOLP_get_bomline_item_and_rev(top, &text, &other), ORK_ok);
+  EXPECT_EQ(text, nullptr);
+  EXPECT_EQ(take(other), "A");
+}
+
+// --------------------------------------------------------------------------------- resequencing
+
+class Resequence : public Lines {
+ protected:
+  int resequence(tag line, logical recursive = 0, int max_depth = 0,
+                 std::vector<tag> not_desired = {}) {
+    trace.clear();
+    ork_host_start_journal();
+    return ZOLP_resequence_bom(line, &start, &increment, recursive, max_depth, &depth,
+                               not_desired.data(), static_cast<int>(not_desired.size()));
+  }
+
+  int start = 10;
+  int increment = 10;
+  int depth = 0;
+};
+
+TEST_F(Resequence, LinesOfOneRevisionShareANumber) {
+  const tag top = site.show("T: A B A C");
+  EXPECT_EQ(resequence(top), 0);
+  const Texts journal = test::Site::journal();
+  EXPECT_THAT(site.sequences(top), ElementsAre("10", "20", "10", "30"));
+  EXPECT_EQ(start, 10);
+  const std::vector<tag> lines = site.children(top);
+  const std::string a = number(site.find("A", "A"));
+  EXPECT_THAT(
+      remarks(),
+      ElementsAre("count_of_not_desired_bomlines:0",
+                  "local_current_seq_no:10: local_seqno_incr:10:", "Count of children:4 ",
+                  "Found for BOMLine <" + number(lines[0]) + "> rev tag <" + a + ">",
+                  "bei j=i, i=0, Seq=10 ", HasSubstr("Found for BOMLine"), "bei j=i, i=1, Seq=20 ",
+                  "Found for BOMLine <" + number(lines[2]) + "> rev tag <" + a + ">", "seqno <>",
+                  testing::StartsWith("i=2 mit Seq=  ->ZOLP_getSequenceNo "), "seqno <10>",
+                  "j=0 mit Seq=10 ", HasSubstr("Found for BOMLine"), "bei j=i, i=3, Seq=30 "));
+  // One reading of each revision, and what sets the numbers.
+  EXPECT_EQ(std::count(journal.begin(), journal.end(), "BOMW_line_get_attribute_tag"), 4);
+  EXPECT_EQ(std::count(journal.begin(), journal.end(), "OBJ_get_value_string"), 2);
+  EXPECT_EQ(std::count(journal.begin(), journal.end(), "OBJ_set_value_string"), 4);
+}
+
+TEST_F(Resequence, NotDesiredLinesKeepTheirNumbers) {
+  struct Case {
+    const char* lines;
+    std::vector<std::size_t> not_desired;
+    Texts numbers;
+  };
+  for (const Case& example : {
+           Case{"T: A X=7 B", {1}, {"10", "7", "20"}},
+           // A pass for each: the numbers run on, and the last pass counts.
+           Case{"T: A=1 B=2 C=3", {0, 1}, {"30", "10", "40"}},
+           // A line that is passed over is still the first of its revision for those behind it.
+           Case{"T: A X=7 X B", {1}, {"10", "7", "7", "20"}},
+           Case{"T: A B", {}, {"10", "20"}},
+       }) {
+    const tag top = site.show(example.lines);
+    std::vector<tag> not_desired;
+    for (const std::size_t index : example.not_desired) {
+      not_desired.push_back(site.child(top, index));
+    }
+    EXPECT_EQ(resequence(top, 0, 0, not_desired), 0);
+    EXPECT_EQ(site.sequences(top), example.numbers) << example.lines;
+    if (!not_desired.empty()) {
+      EXPECT_TRUE(trace.has("of_not_desired_bomlines[0]:" + number(not_desired[0]) +
+                            ": children:" + number(site.children(top).back())));
+    }
+    site.close();
+  }
+}
+
+TEST_F(Resequence, DepthBoundsTheLinesThatDescend) {
+  struct Case {
+    int max_depth;
+    Texts b, c;
+    int depth;
+  };
+  for (const Case& example : {
+           Case{0, {"30", "40"}, {"30"}, 0},
+           Case{9, {"30", "40"}, {"30"}, 5},
+           Case{1, {"30", "40"}, {"30"}, 3},  // T descends; A and B count, but their children stay
+           Case{-1, {"", ""}, {""}, 1},
+       }) {
+    depth = 0;
+    const tag top = site.show("T: B C; B: D E; C: E");
+    EXPECT_EQ(resequence(top, 1, example.max_depth), 0);
+    EXPECT_EQ(site.sequences(top), (Texts{"10", "20"}));
+    EXPECT_EQ(site.sequences(site.child(top, 0)), example.b) << example.max_depth;
+    EXPECT_EQ(site.sequences(site.child(top, 1)), example.c) << example.max_depth;
+    EXPECT_EQ(depth, example.max_depth == 9 ? 6 : example.depth);
+    site.close();
+  }
+}
+
+TEST_F(Resequence, ChildrenThatCannotBeReadAreNone) {
+  const tag top = site.show("T: A B; A: C");
+  fail("BOMW_line_get_child_lines");
+  EXPECT_EQ(ZOLP_resequence_bom(top, &start, &increment, 1, 0, nullptr, nullptr, 0), 0);
+  EXPECT_TRUE(trace.has("BOMW_line_get_child_lines(bomline, &count, &children) returned 4711"));
+  EXPECT_TRUE(trace.has("Count of children:0 "));
+  EXPECT_THAT(test::Site::journal(), ElementsAre("BOMW_line_get_child_lines"));
+  fail("BOMW_line_get_child_lines", 2);
+  EXPECT_EQ(ZOLP_resequence_bom(top, &start, &increment, 1, 0, nullptr, nullptr, 0), 0);
+  EXPECT_THAT(site.sequences(top), ElementsAre("10", "20"));
+  EXPECT_THAT(site.sequences(site.child(top, 0)), ElementsAre(""));
+}
+
+// -------------------------------------------------------------------------------------- packing
+
+TEST_F(Lines, PackingMergesEqualLines) {
+  const tag top = site.show("T: A*2 B A C=5 C; A: D D*0.5; B: D");
+  EXPECT_EQ(ZOLP_pack_bom(top, 1), ORK_ok);
+  EXPECT_THAT(site.values_below(top, "bl_item_item_id"), ElementsAre("A", "B", "C", "C"));
+  EXPECT_THAT(site.values_below(top, "bl_quantity"), ElementsAre("3", "", "", ""));
+  EXPECT_THAT(site.values_below(site.child(top, 0), "bl_quantity"), ElementsAre("1.5"));
+
+  const tag flat = site.show("U: A A A; A: D D", "U");
+  EXPECT_EQ(ZOLP_pack_bom(flat, 0), ORK_ok);
+  EXPECT_THAT(site.values_below(flat, "bl_quantity"), ElementsAre("3"));
+  EXPECT_EQ(site.children(site.child(flat, 0)).size(), 2u);
+}
+
+TEST_F(Lines, PackingAgainIsACallInsideTheCall) {
+  const tag top = site.show("T: A A B B C");
+  trace.clear();
+  ork_host_start_journal();
+  EXPECT_EQ(ZOLP_pack_bom(top, 1), ORK_ok);
+  Texts calls;
+  const auto indentation = static_cast<std::size_t>(2 * depth_before);
+  for (const std::string& line : trace.lines()) {
+    const std::size_t end = line.find(" zolp_ps_utils.cpp");
+    if (line.find("ZOLP_pack_bom") != std::string::npos) {
+      calls.push_back(line.substr(indentation, end - indentation));
+    }
+  }
+  // A merges: again. A is packed and entered, B merges: again. Then all three are entered.
+  EXPECT_THAT(calls, ElementsAre(" ->ZOLP_pack_bom", "   ->ZOLP_pack_bom", "     ->ZOLP_pack_bom",
+                                 "     <-ZOLP_pack_bom", "     ->ZOLP_pack_bom",
+                                 "       ->ZOLP_pack_bom", "       <-ZOLP_pack_bom",
+                                 "       ->ZOLP_pack_bom", "       <-ZOLP_pack_bom",
+                                 "       ->ZOLP_pack_bom", "       <-ZOLP_pack_bom",
+                                 "     <-ZOLP_pack_bom", "   <-ZOLP_pack_bom", " <-ZOLP_pack_bom"));
+  const Texts journal = test::Site::journal();
+  EXPECT_EQ(std::count(journal.begin(), journal.end(), "BOMW_line_pack"), 1 + 2 + 3);
+}
+
+TEST_F(Lines, PackingEndsWithTheFirstFailure) {
+  const tag top = site.show("T: A B; A: C");
+  fail("BOMW_line_get_child_lines");
+  EXPECT_EQ(ZOLP_pack_bom(top, 1), failure);
+  fail("BOMW_line_pack", 2);
+  EXPECT_EQ(ZOLP_pack_bom(top, 0), failure);
+  fail("BOMW_line_get_child_lines", 2);  // after the packing of A
+  EXPECT_EQ(ZOLP_pack_bom(top, 1), failure);
+  EXPECT_TRUE(trace.has("BOMW_line_get_child_lines(bomline, &count2, &childs2) returned 4711"));
+  fail("BOMW_line_get_child_lines", 3);  // of A
+  EXPECT_EQ(ZOLP_pack_bom(top, 1), failure);
+  EXPECT_EQ(open_levels(), 0);
+}
+
+// ------------------------------------------------------------------------------- depth and size
+
+TEST_F(Lines, MaximumDepthIsThatOfTheFirstLevel) {
+  const tag top = site.show("T: A; A: B");
+  int depth = 0;
+  trace.clear();
+  EXPECT_EQ(ZOLP_get_max_depth_of_ps(top, 0, &depth), 0);
+  EXPECT_EQ(depth, 1);
+  EXPECT_THAT(remarks(), ElementsAre("maximale-depth:3", "maximale-depth:2", "maximale-depth:1"));
+  fail("BOMW_line_get_child_lines");
+  EXPECT_EQ(ZOLP_get_max_depth_of_ps(top, 4, &depth), 0);
+  EXPECT_EQ(depth, 5);
+}
+
+TEST_F(Lines, SizeCountsLinesWithinTheLimit) {
+  const tag flat = site.show("T: A B C D E");
+  int counter = 0;
+  int size = 0;
+  EXPECT_EQ(ZOLP_getSizeOfPS(flat, 2, &counter, &size), 0);
+  EXPECT_EQ(size, 3);
+  EXPECT_EQ(counter, 5);
+  size = 0;
+  EXPECT_EQ(ZOLP_getSizeOfPS(flat, 0, nullptr, &size), 0);
+  EXPECT_EQ(size, 6);
+  EXPECT_TRUE(trace.has("size:6"));
+
+  const tag deep = site.show("U: A B; A: C D", "U");
+  size = 0;
+  fail("BOMW_line_get_child_lines", 2);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(ZOLP_getSizeOfPS(deep, 0, nullptr, &size), 0);  // A fails, and B is not reached
+  EXPECT_EQ(size, 2);
+  fail("BOMW_line_get_child_lines");
+  EXPECT_EQ(ZOLP_getSizeOfPS(deep, 0, nullptr, &size), failure);
+  EXPECT_THAT(
+      testing::internal::GetCapturedStdout(),
+      testing::MatchesRegex("(ERROR: File:zolp_ps_utils.cpp .line:[0-9]+. .ifail 4711.\n){2}"));
+}
+
+// ------------------------------------------------------------------------- collecting and finding
+
+TEST_F(Lines, ExcludedLinesAreLeftOutButWalked) {
+  const tag top = site.show("T: A B; A: C D");
+  const std::vector<tag> lines = site.children(top);
+  const std::vector<tag> below = site.children(lines[0]);
+  tag exclude[] = {lines[0], below[1]};
+  List all;
+  int counter = 0;
+  EXPECT_EQ(ZOLP_excludeListFromBom(top, &counter, 0, 2, exclude, &all.count, &all.array), 0);
+  EXPECT_THAT(all.tags(), ElementsAre(below[0], lines[1]));
+  fail("BOMW_line_get_child_lines", 2);
+  List some;
+  EXPECT_EQ(ZOLP_excludeListFromBom(top, &counter, 0, 0, nullptr, &some.count, &some.array),
+            failure);
+  EXPECT_THAT(some.tags(), ElementsAre(lines[0]));
+  ork_host_fail_allocation(3);  // the array, after the children of two lines
+  EXPECT_EQ(ZOLP_excludeListFromBom(top, &counter, 0, 2, exclude, &some.count, &some.array), 1);
+}
+
+TEST_F(Lines, OnlyDirectChildrenExist) {
+  const tag top = site.show("T: A B; A: C; B: C D");
+  const tag a = site.child(top, 0);
+  const tag c = site.child(a, 0);
+  logical found = 0;
+  EXPECT_EQ(ZOLP_existObjectInBom(a, top, &found), 0);
+  EXPECT_EQ(found, 1);
+  EXPECT_EQ(open_levels(), 1);  // a match leaves without an exit line
+  EXPECT_EQ(ZOLP_existObjectInBom(c, top, &found), 0);
+  EXPECT_EQ(found, 0);
+  EXPECT_EQ(ZOLP_existObjectInBom(c, site.child(top, 1), &found), 0);
+  EXPECT_EQ(found, 1);
+  fail("BOMW_line_get_child_lines");
+  EXPECT_EQ(ZOLP_existObjectInBom(a, top, &found), 0);
+  EXPECT_EQ(found, 0);
+  EXPECT_TRUE(trace.has("BOMW_line_get_child_lines (top_line, &iChildCount, &children) returned"));
+}
+
+TEST_F(Lines, SequenceNumbersAreListedUntilOneIsNone) {
+  const tag top = site.show("T: A=10 B=20x C=10; A: D=30");
+  List numbers;
+  int counter = 0;
+  EXPECT_EQ(ZOLP_getSeqNoListOfBom(top, 0, &counter, &numbers.count, &numbers.array), 0);
+  EXPECT_THAT(numbers.tags(), ElementsAre(10u, 30u, 20u));
+  List bounded;
+  EXPECT_EQ(ZOLP_getSeqNoListOfBom(top, -1, &counter, &bounded.count, &bounded.array), 0);
+  EXPECT_THAT(bounded.tags(), ElementsAre(10u, 20u));
+  List ended;
+  const tag without = site.show("U: A=10 B C=30", "U");
+  EXPECT_EQ(ZOLP_getSeqNoListOfBom(without, 0, &counter, &ended.count, &ended.array), 1);
+  EXPECT_THAT(ended.tags(), ElementsAre(10u, 30u));
+  fail("OBJ_get_value_string");
+  EXPECT_EQ(ZOLP_getSeqNoListOfBom(without, 0, &counter, &ended.count, &ended.array), failure);
+}
+
+TEST_F(Lines, UnusedNumberIsTheNextOneNotInTheList) {
+  tag used[] = {10, 20};
+  int number = 10;
+  trace.clear();
+  EXPECT_EQ(ZOLP_getUnusedSeqNo(&number, 10, 2, used), 0);
+  EXPECT_EQ(number, 30);
+  EXPECT_EQ(trace.count(" ->ZOLP_getUnusedSeqNo "), 3);
+  EXPECT_EQ(trace.count(" <-ZOLP_getUnusedSeqNo "), 2);  // the innermost one has no exit line
+  EXPECT_EQ(open_levels(), 1);
+  EXPECT_EQ(ZOLP_getUnusedSeqNo(&number, 0, 2, used), 0);
+  EXPECT_EQ(number, 30);
+  EXPECT_EQ(ZOLP_getUnusedSeqNo(&number, 10, 0, nullptr), 0);
+  number = 10;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(ZOLP_getUnusedSeqNo(&number, 0, 2, used), 1);  // it would never end
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("(ifail 1)"));
+}
+
+class Export : public Lines {
+ protected:
+  Export() {
+    site.seed(test::structure_seed("T: A A; A: B; B: "));
+    site.seed(R"({"types": [{"name": "Drawing", "parent": "Dataset"}], "items": [
+      {"id": "A", "name": "Part", "revisions": [{"id": "A", "datasets": [
+        {"name": "drawing", "type": "Drawing"}, {"name": "notes"}]}]}],
+      "relations": [{"primary": {"item": "A", "revision": "A"}, "type": "VELO_reference",
+                     "secondary": {"item": "B"}}]})");
+    top = site.open("T");
+  }
+
+  int collect(const char* class_name, List& list) {
+    return ZOLP_exportObjectsFromBom(top, class_name, nullptr, 0, &list.count, &list.array);
+  }
+
+  tag top = NULLTAG;
+};
+
+TEST_F(Export, CollectsFromLinesWithChildren) {
+  List items, revisions, datasets, none;
+  EXPECT_EQ(collect("Item", items), 0);
+  EXPECT_THAT(items.tags(), ElementsAre(site.find("T"), site.find("A")));
+  EXPECT_EQ(collect("ItemRevision", revisions), 0);
+  EXPECT_THAT(revisions.tags(), ElementsAre(site.find("T", "A"), site.find("A", "A")));
+  EXPECT_EQ(collect("Dataset", datasets), 0);
+  Texts names;
+  for (const tag dataset : datasets.tags()) {
+    names.push_back(site.value(dataset, "object_name"));
+  }
+  EXPECT_THAT(names, ElementsAre("drawing", "notes"));
+  EXPECT_EQ(collect("item", none), 0);
+  EXPECT_EQ(ZOLP_exportObjectsFromBom(NULLTAG, "Item", nullptr, 0, &none.count, &none.array), 1);
+  top = site.open("B");
+  EXPECT_EQ(collect("Item", none), 0);
+  EXPECT_EQ(none.count, 0);
+}
+
+TEST_F(Export, EndsWithAFailureOfTheVisitedLine) {
+  struct Case {
+    const char* operation;
+    int nth;
+    const char* class_name;
+    int status;
+    bool is_printed;
+  };
+  for (const Case& example : {
+           Case{"BOMW_line_get_child_lines", 1, "Item", failure, false},
+           Case{"BOMW_line_get_child_lines", 2, "Item", 0, false},  // of A
+           Case{"BOMW_line_get_attribute_tag", 1, "Item", failure, true},
+           Case{"BOMW_line_look_up_attribute", 1, "ItemRevision", failure, true},
+           Case{"BOMW_line_get_attribute_tag", 2, "Item", 0, true},  // of A
+           Case{"ITEM_list_all_rev_attachments", 1, "Dataset", failure, false},
+           Case{"STORE_class_of_instance", 1, "Dataset", 0, false},
+           Case{"STORE_is_tag_valid", 1, "Item", 0, false},
+       }) {
+    List list;
+    fail(example.operation, example.nth);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(collect(example.class_name, list), example.status) << example.operation;
+    EXPECT_EQ(testing::internal::GetCapturedStdout().empty(), !example.is_printed);
+  }
+  List list;
+  ork_host_fail_allocation(2);  // the list: the rest of the line is given up
+  EXPECT_EQ(collect("Item", list), 0);
+  EXPECT_THAT(list.tags(), ElementsAre(site.find("A")));
+}
+
+}  // namespace

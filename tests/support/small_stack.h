@@ -1,0 +1,31 @@
+/** @file A stack as small as a host process may give to those who call the library. */
+#pragma once
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <functional>
+
+namespace test {
+
+inline constexpr std::size_t small_stack_size = std::size_t{1} << 20;
+
+/** Runs a function on a stack of 1 MiB. */
+inline void on_small_stack(std::function<void()> function) {
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, small_stack_size), 0);
+  pthread_t thread{};
+  ASSERT_EQ(pthread_create(
+                &thread, &attributes,
+                [](void* argument) -> void* {
+                  (*static_cast<std::function<void()>*>(argument))();
+                  return nullptr;
+                },
+                &function),
+            0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+}  // namespace test

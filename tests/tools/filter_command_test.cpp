@@ -1,0 +1,80 @@
+#include "tests/tools/run_program.h"
+
+namespace {
+
+using test::expect_refusal;
+using test::run_zolp;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* seed = R"({
+  "site": {"automatic_login": "ada"},
+  "groups": ["engineering"], "roles": ["designer"],
+  "users": [{"id": "ada", "password": "ada-secret",
+             "memberships": [{"group": "engineering", "role": "designer"}]}],
+  "types": [{"name": "Report", "parent": "Dataset"}],
+  "items": [
+    {"id": "100", "name": "Press", "revisions": [
+      {"id": "A", "statuses": ["Prototype", "Released"],
+       "datasets": [{"name": "Pressure", "type": "Report"}]}]},
+    {"id": "200", "name": "Pump"
+}],
+  "access_rules": [{"deny": ["READ"], "to": "world", "on": {"item": "200"}}]
+})";
+
+class FilterCommand : public testing::Test {
+ protected:
+  FilterCommand() {
+    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
+              0);
+  }
+
+  test::Run run(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "filter");
+    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
+  }
+
+  /** Ids of what is listed, without the one that cannot be read. */
+  std::vector<std::string> ids(std::vector<std::string> arguments) {
+    arguments.emplace_back("--json");
+    std::vector<std::string> found;
+    for (const auto& row : run(std::move(arguments)).json()) {
+      if (row["error"].is_null()) {
+        found.push_back(row["id"]);
+      }
+    }
+    return found;
+  }
+
+  test::TemporaryFolder folder;
+  const std::string site = folder.path("site.db");
+};
+
+TEST_F(FilterCommand, ListsWhatPasses) {
+  const std::string item = "100-Press";
+  const std::string revision = "100/A-Press";
+  EXPECT_THAT(ids({}), ElementsAre(item, revision, "Pressure"));
+  EXPECT_THAT(ids({"--name", "ress"}), ElementsAre(item, revision, "Pressure"));
+  EXPECT_THAT(ids({"--name", "ress", "--whole"}), IsEmpty());
+  EXPECT_THAT(ids({"--name", "Press", "--whole", "--status", "Pro"}), ElementsAre(revision));
+  EXPECT_THAT(ids({"100/*", "--name", "Press"}), ElementsAre(revision));
+  EXPECT_THAT(ids({"--type", "Item", "--status", "Rel"}), ElementsAre(revision));
+  EXPECT_THAT(ids({"--type", "Item|Report"}), ElementsAre(item, revision, "Pressure"));
+  EXPECT_THAT(ids({"--type", "^Item$"}), IsEmpty());
+  EXPECT_THAT(ids({"--type", "^Item$", "--regex", "--name", "Pr"}), ElementsAre(item));
+  EXPECT_THAT(ids({"--status", "^$", "--regex"}), ElementsAre(item, "Pressure"));
+  EXPECT_THAT(ids({"--status", "(", "--regex"}), IsEmpty());
+}
+
+TEST_F(FilterCommand, TellsWhatCannotBeFiltered) {
+  const auto found = run({"--name", "Press", "--whole", "--json"}).json();
+  ASSERT_EQ(found.size(), 3u);
+  EXPECT_THAT(found[2]["error"].get<std::string>(), HasSubstr("Access is denied"));
+  EXPECT_THAT(run({"--name", "x"}).out, HasSubstr("(1 object among them that cannot be read"));
+  expect_refusal(run({"--whole", "--regex"}), 2, "--whole excludes --regex");
+  expect_refusal(run({"-u=ada"}), 2, "the login is not complete");
+  expect_refusal(run_zolp({"filter"}), 2, "no site given");
+}
+
+}  // namespace
