@@ -5,8 +5,11 @@
 // Each change has a number; what belongs together carries the same one.
 
 #include <cstdio>
+#include <fstream>
 #include <string>
 
+#include "ork/dset.h"
+#include "ork/file.h"
 #include "ork/item.h"
 #include "ork/obj.h"
 #include "ork/ork.h"
@@ -68,6 +71,25 @@ void prefer(int number) {
   progress->preferred.store(number);
 }
 
+/** Imports a file that holds the number into a dataset of that name. */
+void file(const std::string& path, int number) {
+  const std::string text = std::to_string(number);
+  tag type = NULLTAG;
+  tag dataset = NULLTAG;
+  tag imported = NULLTAG;
+  std::ofstream(path) << text;
+  expect(FILE_import_file(path.c_str(), nullptr, SS_TEXT, &imported, nullptr), "import");
+  expect(OBJ_save(imported), "save file");
+  expect(DSET_find_datasettype("Note", &type), "dataset type");
+  expect(DSET_create_dataset_with_id(type, ("F" + text).c_str(), "", nullptr, nullptr, &dataset),
+         "dataset");
+  expect(DSET_add_dataset_named_ref(dataset, "Text", DSET_PART_OF, imported), "reference");
+  expect(OBJ_save(dataset), "save dataset");
+  progress->filed.store(number);
+  expect(OBJ_refresh(dataset, 0), "unlock dataset");
+  expect(OBJ_refresh(imported, 0), "unlock file");
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -87,6 +109,7 @@ int main(int count, char** arguments) {
     create(relation_type, number);
     prefer(number);
     seed(number);
+    file(std::string(arguments[2]) + ".txt", number);
   }
   return 1;
 }

@@ -3,9 +3,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <random>
 #include <thread>
 
+#include "ork/dset.h"
+#include "ork/file.h"
 #include "ork/obj.h"
 #include "ork/store.h"
 #include "progress.h"
@@ -25,7 +28,10 @@ constexpr const char* seed = R"({
   "site": {"automatic_login": "batch"}, "groups": ["all"], "roles": ["any"],
   "users": [{"id": "batch", "memberships": [{"group": "all", "role": "any"}]}],
   "items": [{"id": "kept", "name": "0", "description": "0", "revisions": []}],
-  "preferences": {"Number": ["0", "0", "0"]}
+  "preferences": {"Number": ["0", "0", "0"]},
+  "tools": [{"name": "Editor"}],
+  "dataset_types": [{"name": "Note", "tool": "Editor", "references": [
+    {"name": "Text", "files": [{"template": "*.txt", "format": "TEXT"}]}]}]
 })";
 
 class Kills : public testing::Test {
@@ -44,6 +50,7 @@ class Kills : public testing::Test {
     expect_whole_item();
     expect_whole_lists();
     expect_related_items();
+    expect_whole_files();
     EXPECT_EQ(described("locks"), Json::array());
     ork_host_close();
     host::Database database(site_);
@@ -100,6 +107,26 @@ class Kills : public testing::Test {
     EXPECT_LE(relations, revisions);
     EXPECT_LT(revisions, items);  // one has none
     EXPECT_LE(items - 1 - relations, killed_runs);
+  }
+
+  /** A dataset that was saved has its file, and the file has what was written into it. */
+  void expect_whole_files() const {
+    const int said = progress_.filed.load();
+    for (int number = said > 0 ? said : 1; number <= said + 1; ++number) {
+      const std::string text = std::to_string(number);
+      tag dataset = NULLTAG;
+      tag file = NULLTAG;
+      int type = 0;
+      if (DSET_find_dataset(("F" + text).c_str(), &dataset) != ORK_ok || dataset == NULLTAG) {
+        EXPECT_NE(number, said) << "a dataset that was saved is gone";
+        continue;
+      }
+      ASSERT_EQ(DSET_get_dataset_named_ref(dataset, "Text", &type, &file), ORK_ok);
+      std::filesystem::remove(folder_.path("exported"));
+      ASSERT_EQ(FILE_export_file(file, folder_.path("exported").c_str()), ORK_ok)
+          << test::last_error();
+      EXPECT_EQ(folder_.read("exported"), text);
+    }
   }
 
   test::TemporaryFolder folder_;

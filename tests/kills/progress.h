@@ -17,6 +17,7 @@ struct Progress {
   std::atomic<int> created;
   std::atomic<int> seeded;
   std::atomic<int> preferred;
+  std::atomic<int> filed;
   std::atomic<int> failures; /**< operations that were refused; none should be */
 };
 

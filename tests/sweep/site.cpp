@@ -49,7 +49,21 @@ constexpr const char* seed = R"({
     {"id": "200", "name": "Elsewhere", "owning_site": 2, "revisions": [
       {"id": "A", "owning_site": 2}]},
     {"id": "300", "name": "Drawn", "owner": "ada", "revisions": [
-      {"id": "A", "owner": "ada", "datasets": [{"name": "drawing"}]}]}
+      {"id": "A", "owner": "ada", "datasets": [{"name": "drawing"}]}]},
+    {"id": "T", "name": "Top", "revisions": [{"id": "A"}]},
+    {"id": "S1", "name": "Frame", "revisions": [{"id": "A", "statuses": ["Released"]}]},
+    {"id": "S2", "name": "Cover", "revisions": [{"id": "A"}]},
+    {"id": "S3", "name": "Bolt", "revisions": [{"id": "A"}]}
+  ],
+  "view_types": ["service"],
+  "note_types": ["Torque"],
+  "revision_rules": [{"name": "Released", "clauses": [{"status": "Released"}]}],
+  "structures": [
+    {"item": "T", "revision": "A", "view_type": "service", "lines": [
+      {"item": "S1", "sequence": "10", "quantity": "2", "notes": {"Torque": "12 Nm"}},
+      {"item": "S2", "sequence": "20"}]},
+    {"item": "S1", "revision": "A", "view_type": "service", "lines": [
+      {"item": "S3", "sequence": "30"}]}
   ],
   "relations": [
     {"primary": {"item": "100", "revision": "B"}, "type": "Documents",
@@ -84,8 +98,9 @@ std::map<std::string, tag>& objects() {
 
 void name_objects() {
   const std::pair<const char*, const char*> revisions[] = {
-      {"100", nullptr}, {"100", "A"}, {"100", "B"},     {"100", "C"},
-      {"200", nullptr}, {"200", "A"}, {"300", nullptr}, {"300", "A"}};
+      {"100", nullptr}, {"100", "A"},     {"100", "B"},    {"100", "C"},   {"200", nullptr},
+      {"200", "A"},     {"300", nullptr}, {"300", "A"},    {"T", nullptr}, {"T", "A"},
+      {"S1", nullptr},  {"S1", "A"},      {"S2", nullptr}, {"S2", "A"}};
   for (const auto& [item, revision] : revisions) {
     const std::string name = std::string(item) + (revision != nullptr ? "/" : "");
     prepared(ork_host_find_item(item, revision,

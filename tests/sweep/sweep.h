@@ -227,5 +227,7 @@ void add_type_cases(Cases& cases);
 void add_list_cases(Cases& cases);
 void add_workflow_cases(Cases& cases);
 void add_dataset_cases(Cases& cases);
+void add_filter_cases(Cases& cases);
+void add_structure_cases(Cases& cases);
 
 }  // namespace sweep
