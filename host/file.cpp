@@ -59,11 +59,6 @@ void require_file(tag file) {
   }
 }
 
-/** The part of a name behind its last separator, of whatever operating system. */
-std::string last_part(const std::string& name) {
-  return name.substr(name.find_last_of("/\\") + 1);
-}
-
 /** What a file in the vault is, for refusals. */
 std::string file_text(Store& objects, tag file) {
   return objects.text(file, "original_file_name") + " (object " + std::to_string(file) + ")";
@@ -83,6 +78,10 @@ void export_file(tag file, const std::string& path) {
 }
 
 }  // namespace
+
+std::string last_part(const std::string& name) {
+  return name.substr(name.find_last_of("/\\") + 1);
+}
 
 tag import_file(const std::string& path, const std::string& original_name, int type) {
   Store& objects = store();

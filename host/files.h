@@ -10,6 +10,9 @@ namespace host {
 /** Copies a file into the vault; the object is not saved. */
 tag import_file(const std::string& path, const std::string& original_name, int type);
 
+/** The part of a name behind its last separator, of whatever operating system. */
+std::string last_part(const std::string& name);
+
 /** How files of a format are imported. */
 int file_type(const std::string& format);
 

@@ -53,9 +53,13 @@ void DataSeeder::take_tool(const Node& node) {
 void DataSeeder::take_dataset_type(const Node& node) {
   node.allow_only({"name", "parent", "tool", "references"});
   const Node name = node.at("name");
+  const auto parent = node.find("parent");
   tag type = store_.find_type(name.name());
-  if (const auto parent = node.find("parent"); parent || type == NULLTAG) {
+  if (parent || type == NULLTAG) {
     const tag above = parent ? find_type(*parent) : store_.find_type("Dataset");
+    if (!is_stored_in(store_, above, "Dataset")) {
+      parent->refuse("expected a type of class Dataset");
+    }
     type = ensure_type(name, above, store_.class_named(store_.text(above, "type_class")));
   }
   if (!is_stored_in(store_, type, "Dataset")) {
@@ -124,8 +128,7 @@ void DataSeeder::take_file(const Node& node, tag dataset) {
   const std::string reference = node.at("reference").name();
   const Node path = node.at("path");
   const auto given_name = node.find("name");
-  const std::string name =
-      given_name ? given_name->name() : std::filesystem::path(path.name()).filename().string();
+  const std::string name = last_part(given_name ? given_name->name() : path.name());
   const tag known = find_part(store_, dataset, reference, "VeloFile", [&](tag file) {
     return store_.text(file, "original_file_name") == name;
   });

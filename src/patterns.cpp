@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "zolp_orktool.h"
@@ -283,27 +284,22 @@ bool is_within_limits(const char* pattern) {
   return Scan(pattern).is_within_limits();
 }
 
-/** All patterns by their texts. */
+/** All patterns by their texts, which are their own. */
 class Pattern::Store {
  public:
-  Pattern* find(std::string_view text) {
+  Pattern* find(const char* text) {
     auto found = patterns_.find(text);
     if (found == patterns_.end()) {
-      found = patterns_.emplace(text, nullptr).first;
-      found->second.reset(new Pattern(found->first.c_str()));
+      std::unique_ptr<Pattern> pattern(new Pattern(text));
+      const std::string_view key = pattern->text_;
+      found = patterns_.emplace(key, std::move(pattern)).first;
     }
     Pattern& pattern = *found->second;
     return pattern.is_compiled_ ? &pattern : nullptr;
   }
 
  private:
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const {
-      return std::hash<std::string_view>()(text);
-    }
-  };
-  std::unordered_map<std::string, std::unique_ptr<Pattern>, Hash, std::equal_to<>> patterns_;
+  std::unordered_map<std::string_view, std::unique_ptr<Pattern>> patterns_;
 };
 
 Pattern* Pattern::find(const char* text) noexcept {
@@ -331,7 +327,7 @@ Pattern::~Pattern() {
 
 void Pattern::compile() {
   re_pattern_buffer compiled{};
-  if (regcomp(&compiled, text_, REG_EXTENDED) != 0) {
+  if (regcomp(&compiled, text_.c_str(), REG_EXTENDED) != 0) {
     return;
   }
   if (is_compiled_) {

@@ -34,7 +34,7 @@ class Pattern {
   explicit Pattern(const char* text);
   void compile();
 
-  const char* text_;
+  std::string text_;
   re_pattern_buffer compiled_{};
   bool is_compiled_ = false;
   std::size_t work_ = 0;               /**< since it was compiled */

@@ -251,6 +251,13 @@ TEST_F(DataSite, SeedsAreTakenAnyNumberOfTimesAndFollowTheFiles) {
   ASSERT_EQ(seed(test::data_seed), ORK_ok) << last_error();
   EXPECT_EQ(test::describe("objects"), described);
 
+  // Of a name, the last part counts; so it does when the file is looked for.
+  const std::string renamed = R"({"items": [{"id": "000100", "name": "Bracket", "revisions": [
+      {"id": "A", "datasets": [{"name": "model", "files": [
+        {"reference": "Part", "path": "a.prt", "name": "C:\\x\\b.prt"}]}]}]}]})";
+  ASSERT_EQ(seed(renamed), ORK_ok) << last_error();
+  EXPECT_EQ(test::describe("objects"), described);
+
   folder_.write("a.prt", "part A");
   ASSERT_EQ(seed(test::data_seed), ORK_ok) << last_error();
   log_in();
@@ -272,7 +279,9 @@ TEST_F(DataSite, SeedsAreTakenAnyNumberOfTimesAndFollowTheFiles) {
       {dataset + R"("forms": [{"reference": "Release", "values": {"UGezDate": "x"}}]}]}]}]})",
        "/forms/0/values/UGezDate: The text is not a value of this attribute: UGezDate cannot be "
        "\"x\", expected a date such as \"21-Nov-2026 13:05\""},
-      {R"({"dataset_types": [{"name": "Item"}]})", "expected a type of class Dataset"},
+      {R"({"dataset_types": [{"name": "Item"}]})", "/name: expected a type of class Dataset"},
+      {R"({"dataset_types": [{"name": "X", "parent": "VELO_reference"}]})",
+       "/parent: expected a type of class Dataset"},
       {R"({"dataset_types": [{"name": "Text", "tool": "none"}]})", "there is no tool"},
       {R"({"dataset_types": [{"name": "Text", "references": [{"name": "T", "files": [{}]}]}]})",
        "expected a member \"template\""},
