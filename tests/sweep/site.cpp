@@ -55,14 +55,13 @@ constexpr const char* seed = R"({
     {"id": "S2", "name": "Cover", "revisions": [{"id": "A"}]},
     {"id": "S3", "name": "Bolt", "revisions": [{"id": "A"}]}
   ],
-  "view_types": ["service"],
   "note_types": ["Torque"],
   "revision_rules": [{"name": "Released", "clauses": [{"status": "Released"}]}],
   "structures": [
-    {"item": "T", "revision": "A", "view_type": "service", "lines": [
+    {"item": "T", "revision": "A", "lines": [
       {"item": "S1", "sequence": "10", "quantity": "2", "notes": {"Torque": "12 Nm"}},
       {"item": "S2", "sequence": "20"}]},
-    {"item": "S1", "revision": "A", "view_type": "service", "lines": [
+    {"item": "S1", "revision": "A", "lines": [
       {"item": "S3", "sequence": "30"}]}
   ],
   "relations": [
