@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "basetool/child_program.h"
+#include "support/kills.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -245,7 +246,7 @@ TEST_F(Rotation, MakesLongLinesFilesOfTheirOwn) {
 
 TEST_F(Survival, EveryLineOutlivesAKill) {
   std::mt19937 random(4711);
-  for (int round = 0; round < 20; ++round) {
+  for (int round = 0; round < test::kills(); ++round) {
     TemporaryFolder own;
     std::string counter_file = own.write("counter", std::string(sizeof(int), '\0'));
     int descriptor = open(counter_file.c_str(), O_RDWR | O_CLOEXEC);
