@@ -35,6 +35,8 @@ bool append_printed(LineRoom& room, Print print) {
   return true;
 }
 
+constexpr char all_flags[] = "-+ #0'";
+
 /** One conversion of a format, taken apart. */
 struct Conversion {
   const char* begin;
@@ -63,7 +65,7 @@ int read_number(const char*& at, Arguments& arguments) {
 Conversion read_conversion(const char* begin, Arguments& arguments) {
   Conversion conversion{begin, begin};
   const char* at = begin + 1;
-  for (; *at != '\0' && std::strchr("-+ #0'", *at) != nullptr; ++at) {
+  for (; *at != '\0' && std::strchr(all_flags, *at) != nullptr; ++at) {
     conversion.left |= *at == '-';
   }
   conversion.width = read_number(at, arguments);
@@ -106,18 +108,16 @@ void append_text(LineRoom& room, const Conversion& conversion, const char* text)
 /** Appends a number or pointer as the C library prints it. */
 template <typename Value>
 void append_value(LineRoom& room, const Conversion& conversion, Value value) {
-  // The conversion as it stands, with the numbers in place of its stars.
+  // The conversion as it stands, with each flag once and the numbers in place of its stars.
   char format[64];
   size_t size = 0;
   format[size++] = '%';
-  for (const char* flag = conversion.begin + 1; *flag != '\0' && std::strchr("-+ #0'", *flag);
-       ++flag) {
-    if (size < 16) {
+  const size_t flag_count = std::strspn(conversion.begin + 1, all_flags);
+  for (const char* flag = all_flags; *flag != '\0'; ++flag) {
+    bool is_set = std::memchr(conversion.begin + 1, *flag, flag_count) != nullptr;
+    if (is_set || (*flag == '-' && conversion.left)) {
       format[size++] = *flag;
     }
-  }
-  if (conversion.left) {
-    format[size++] = '-';
   }
   // Left out where they say nothing, since not all libraries print pointers the same with them.
   const bool has_numbers = conversion.width != 0 || conversion.precision >= 0;

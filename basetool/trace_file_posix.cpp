@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdio>
 
 #include "trace_file.h"
@@ -24,23 +25,27 @@ volatile std::sig_atomic_t window_lost = 0;
 
 namespace {
 
-// The file grows by 256 KiB, to a multiple of that, in one writev: the file system then caches it
-// in large units, and one page fault maps many pages. This is several times cheaper than ftruncate
-// or fallocate, smaller steps, or MAP_POPULATE, and a full disk is noticed here, not by a SIGBUS at
-// some later access.
-constexpr uint64_t growth_step = 256 * 1024;
+// The file grows by as much as it has, though by 256 KiB at least and by 2 MiB at most, in one
+// writev: the file system then caches it in large units, and one page fault maps many pages. This
+// is several times cheaper than ftruncate or fallocate, smaller steps, or MAP_POPULATE, and a full
+// disk is noticed here, not by a SIGBUS at some later access.
+constexpr uint64_t smallest_growth = 256 * 1024;
+constexpr uint64_t largest_growth = 2 * 1024 * 1024;
 
 // The window is laid over more than the file has, so that it serves several steps. Its addresses
 // and the file's bytes are aligned alike: the system can map a cached unit at once only where that
 // does not cross a boundary of this size.
 constexpr uint64_t window_step = 2 * 1024 * 1024;
 
-constexpr size_t fill_size = 4096;
-constexpr std::array<char, fill_size> fill = [] {
-  std::array<char, fill_size> line_feeds{};
-  line_feeds.fill('\n');
-  return line_feeds;
-}();
+/** Line feeds to fill the file with, in pieces that the system copies at once. */
+constexpr size_t fill_size = 64 * 1024;
+const char* fill() {
+  static std::array<char, fill_size> line_feeds;
+  if (line_feeds[0] == '\0') {
+    line_feeds.fill('\n');
+  }
+  return line_feeds.data();
+}
 
 // The window, for the signal handler too. There is one in a process.
 char* volatile window_begin = nullptr;
@@ -126,12 +131,12 @@ size_t write_all(int descriptor, const char* text, size_t size) {
 uint64_t append_fill(int descriptor, uint64_t size, uint64_t wanted) {
   WriteSignalShield shield;
   while (size < wanted) {
-    std::array<iovec, growth_step / fill_size> parts;
-    uint64_t left = std::min(wanted - size, growth_step);
+    std::array<iovec, largest_growth / fill_size> parts;
+    uint64_t left = std::min(wanted - size, largest_growth);
     int count = 0;
     for (; left > 0; ++count) {
       size_t part = static_cast<size_t>(std::min<uint64_t>(left, fill_size));
-      parts[static_cast<size_t>(count)] = {const_cast<char*>(fill.data()), part};
+      parts[static_cast<size_t>(count)] = {const_cast<char*>(fill()), part};
       left -= part;
     }
     ssize_t written = writev(descriptor, parts.data(), count);
@@ -390,7 +395,8 @@ char* TraceFile::map(uint64_t from, uint64_t needed, char** end) {
     unmap();
   }
   if (size_ < needed) {
-    size_ = append_fill(descriptor_, size_, round_up(needed, growth_step));
+    const uint64_t growth = std::clamp(std::bit_floor(size_), smallest_growth, largest_growth);
+    size_ = append_fill(descriptor_, size_, round_up(needed, growth));
     error_ = errno;
   }
   bool is_covered =

@@ -1,7 +1,6 @@
 // Arrays of tags: search, growth and the removal of repeated tags.
 
 #include <algorithm>
-#include <chrono>
 #include <numeric>
 #include <vector>
 
@@ -13,12 +12,6 @@
 
 namespace bench {
 namespace {
-
-using Timer = std::chrono::steady_clock;
-
-double seconds_since(Timer::time_point start) {
-  return std::chrono::duration<double>(Timer::now() - start).count();
-}
 
 constexpr int array_size = 100'000;
 
@@ -35,11 +28,11 @@ void search_array(benchmark::State& state, Search search) {
   const std::vector<tag> tags = numbered_tags(array_size);
   constexpr tag step = 1000;
   for (auto _ : state) {
-    const auto start = Timer::now();
+    const Stopwatch stopwatch;
     for (tag element = step; element <= array_size; element += step) {
       benchmark::DoNotOptimize(search(tags, element));
     }
-    state.SetIterationTime(seconds_since(start));
+    state.SetIterationTime(stopwatch.seconds());
   }
   state.SetItemsProcessed(state.iterations() * array_size / step);
 }
@@ -63,11 +56,11 @@ void add_distinct_tags(benchmark::State& state) {
   for (auto _ : state) {
     int count = 0;
     tag* array = nullptr;
-    const auto start = Timer::now();
+    const Stopwatch stopwatch;
     for (tag element = 1; element <= array_size; ++element) {
       ZOLP_addElement(element, &count, &array);
     }
-    state.SetIterationTime(seconds_since(start));
+    state.SetIterationTime(stopwatch.seconds());
     MEM_free(array);
   }
   state.SetItemsProcessed(state.iterations() * array_size);
@@ -76,13 +69,13 @@ void add_distinct_tags(benchmark::State& state) {
 void find_and_push_back(benchmark::State& state) {
   for (auto _ : state) {
     std::vector<tag> tags;
-    const auto start = Timer::now();
+    const Stopwatch stopwatch;
     for (tag element = 1; element <= array_size; ++element) {
       if (std::find(tags.begin(), tags.end(), element) == tags.end()) {
         tags.push_back(element);
       }
     }
-    state.SetIterationTime(seconds_since(start));
+    state.SetIterationTime(stopwatch.seconds());
     benchmark::DoNotOptimize(tags.data());
   }
   state.SetItemsProcessed(state.iterations() * array_size);
@@ -97,9 +90,9 @@ void eliminate(benchmark::State& state, int size) {
   for (auto _ : state) {
     std::vector<tag> tags = all;
     int count = size;
-    const auto start = Timer::now();
+    const Stopwatch stopwatch;
     ZOLP_eliminateRedundances(tags.data(), &count);
-    state.SetIterationTime(seconds_since(start));
+    state.SetIterationTime(stopwatch.seconds());
   }
   state.SetItemsProcessed(state.iterations() * size);
 }

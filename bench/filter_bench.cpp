@@ -2,7 +2,6 @@
 
 #include <regex.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -19,12 +18,6 @@
 
 namespace bench {
 namespace {
-
-using Timer = std::chrono::steady_clock;
-
-double seconds_since(Timer::time_point start) {
-  return std::chrono::duration<double>(Timer::now() - start).count();
-}
 
 /** A hundred patterns as filters make them, and a value for each; every second one matches. */
 struct Samples {
@@ -53,9 +46,9 @@ void match_samples(benchmark::State& state, Match match) {
   };
   all(1);
   for (auto _ : state) {
-    const auto start = Timer::now();
+    const Stopwatch stopwatch;
     all(rounds);
-    state.SetIterationTime(seconds_since(start));
+    state.SetIterationTime(stopwatch.seconds());
   }
   benchmark::DoNotOptimize(found);
   state.SetItemsProcessed(state.iterations() * rounds *
@@ -99,11 +92,11 @@ void use_item(benchmark::State& state, Use use) {
   ZOLP_SetTraceLevel(ZOLP_LEVEL_OFF);
   const tag item = filtered_item();
   for (auto _ : state) {
-    const auto start = Timer::now();
+    const Stopwatch stopwatch;
     for (int i = 0; i < calls; ++i) {
       use(item);
     }
-    state.SetIterationTime(seconds_since(start));
+    state.SetIterationTime(stopwatch.seconds());
   }
   state.SetItemsProcessed(state.iterations() * calls);
 }

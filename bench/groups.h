@@ -7,12 +7,11 @@ namespace bench {
 
 void add_array_benchmarks();
 void add_call_frame_benchmarks(const std::string& folder);
-/** These two work on the site that the benchmarks of release lists open. */
+void add_clone_benchmarks();
 void add_filter_benchmarks();
 void add_job_benchmarks();
-void add_release_list_benchmarks(const std::string& folder);
+void add_release_list_benchmarks();
 
-/** Works on the site that the benchmarks of release lists open. */
 void add_structure_benchmarks();
 
 }  // namespace bench

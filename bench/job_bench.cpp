@@ -1,6 +1,5 @@
 // Jobs with many targets and tasks: brought up to date, listed, and run to give a status.
 
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -17,8 +16,6 @@
 
 namespace bench {
 namespace {
-
-using Timer = std::chrono::steady_clock;
 
 constexpr int few_targets = 1'000;
 constexpr int many_targets = 10'000;
@@ -96,9 +93,9 @@ void measure(benchmark::State& state, int target_count, Action action) {
     for (const tag target : sized.targets) {
       require(OBJ_unload(target));
     }
-    const auto start = Timer::now();
+    const Stopwatch stopwatch;
     action(sized);
-    state.SetIterationTime(std::chrono::duration<double>(Timer::now() - start).count());
+    state.SetIterationTime(stopwatch.seconds());
   }
   state.SetItemsProcessed(state.iterations() * target_count);
 }

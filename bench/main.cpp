@@ -7,15 +7,18 @@
 
 #include "groups.h"
 #include "ratios.h"
+#include "site.h"
 
 int main(int argc, char** argv) {
   std::string folder = (std::filesystem::temp_directory_path() / "zolp-bench-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) {
     return 1;
   }
+  bench::site();
   bench::add_array_benchmarks();
   bench::add_call_frame_benchmarks(folder);
-  bench::add_release_list_benchmarks(folder);
+  bench::add_clone_benchmarks();
+  bench::add_release_list_benchmarks();
   bench::add_filter_benchmarks();
   bench::add_job_benchmarks();
   bench::add_structure_benchmarks();

@@ -58,9 +58,13 @@ void print_table(Times& times) {
     if (ours == 0 || peer == 0) {
       continue;
     }
-    std::printf("%-58s %-58s %9.1f %9.1f %6.2f %8.2f%s\n", ratio.what.c_str(), ratio.peer.c_str(),
-                ours * 1e9, peer * 1e9, ours / peer, ratio.at_most,
-                ours / peer > ratio.at_most ? "  missed" : "");
+    const double allowed = peer * ratio.at_most + ratio.nanoseconds_more * 1e-9;
+    std::printf("%-58s %-58s %9.1f %9.1f %6.2f %8.2f", ratio.what.c_str(), ratio.peer.c_str(),
+                ours * 1e9, peer * 1e9, ours / peer, ratio.at_most);
+    if (ratio.nanoseconds_more > 0) {
+      std::printf(" + %.0f ns", ratio.nanoseconds_more);
+    }
+    std::printf("%s\n", ours > allowed ? "  missed" : "");
   }
 }
 

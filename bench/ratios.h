@@ -3,15 +3,35 @@
 
 #include <benchmark/benchmark.h>
 
+#include <ctime>
 #include <string>
 
 namespace bench {
+
+/**
+ * Measures the processor time of this process, the system's part included: on a machine that is
+ * busy with other things it varies much less than elapsed time.
+ */
+class Stopwatch {
+ public:
+  double seconds() const { return now() - start_; }
+
+ private:
+  static double now() {
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+  }
+
+  double start_ = now();
+};
 
 /** One claim about speed: a benchmark, its peer, and how much longer than the peer it may take. */
 struct Ratio {
   std::string what;
   std::string peer;
   double at_most;
+  double nanoseconds_more = 0; /**< what it may take besides */
 };
 
 /**

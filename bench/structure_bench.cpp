@@ -4,7 +4,6 @@
 // less than that, so the operations alone would say little; the peers read the clock, too.
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -24,8 +23,6 @@
 
 namespace bench {
 namespace {
-
-using Timer = std::chrono::steady_clock;
 
 void require(int status) {
   if (status != ORK_ok) {
@@ -72,9 +69,9 @@ template <typename Walk>
 void measure(benchmark::State& state, const Shown& shown, Walk walk) {
   ZOLP_SetTraceLevel(ZOLP_LEVEL_OFF);
   for (auto _ : state) {
-    const auto start = Timer::now();
+    const Stopwatch stopwatch;
     walk(shown.top);
-    state.SetIterationTime(std::chrono::duration<double>(Timer::now() - start).count());
+    state.SetIterationTime(stopwatch.seconds());
     require(BOMW_save_window(shown.window));
   }
   state.SetItemsProcessed(state.iterations() * shown.lines);

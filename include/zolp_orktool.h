@@ -113,8 +113,8 @@ ZOLP_API int ZOLP_identify_user_and_group(const char* user_name, const char* gro
 
 /**
  * The session's user and group.
- * @param[out] user the user; untouched when the platform fails.
- * @param[out] group the group; untouched when the platform fails.
+ * @param[out] user, group the user and the group; what the platform leaves there when it fails, so
+ *   set them before.
  * @return always 0.
  */
 ZOLP_API int ZOLP_get_current_user_and_group(tag* user, tag* group);
@@ -381,7 +381,7 @@ ZOLP_API int ZOLP_ask_ownership_names(tag object, char* user_id, char* group_nam
  * @param[out] list the objects, freed by the caller with `MEM_free`; null for none. Both are
  *   untouched when the relation type is not known: set them before.
  * @param[in] reverse 0 for the objects attached to it, 1 for those that it is attached to.
- * @return 0 or the platform's status.
+ * @return 0, the platform's status, or 1 when memory is exhausted.
  */
 ZOLP_API int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count, tag** list,
                                   logical reverse);
@@ -390,7 +390,7 @@ ZOLP_API int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count
  * The first of these objects.
  * @param[in] obj, relation_name, reverse as for `ZOLP_GetAttachedObjs`.
  * @param[out] first the object, or 0.
- * @return 0 or the platform's status.
+ * @return 0, the platform's status, or 1 when memory is exhausted.
  */
 ZOLP_API int ZOLP_GetFirstAttachedObj(tag obj, const char* relation_name, tag* first,
                                       logical reverse);

@@ -13,10 +13,13 @@ namespace {
 
 constexpr std::int32_t slow_call_milliseconds = 1000;
 
-/** Time since a call began; the clock may wrap around meanwhile. */
-std::int32_t milliseconds_since(std::int32_t start) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(elapsed_milliseconds()) -
-                                   static_cast<std::uint32_t>(start));
+/** Time since a call began, 0 for one that is not timed; the clock may wrap around meanwhile. */
+std::int32_t duration_of(const StartedCall& call) {
+  if (!call.is_timed) {
+    return 0;
+  }
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticked_milliseconds()) -
+                                   static_cast<std::uint32_t>(call.start_time));
 }
 
 [[gnu::cold]] void report_failed_call(const StartedCall& call, int status) {
@@ -45,16 +48,18 @@ int print_failure(int status, Place place) {
 }
 
 StartedCall start_call(const char* text, Place place) {
-  const std::int32_t start_time = elapsed_milliseconds();
+  const bool is_timed = ZOLP_IsTraced(ZOLP_LEVEL_TRACE) != 0;
+  const std::int32_t start_time = is_timed ? ticked_milliseconds() : 0;
   ZOLP_LOG(1, 1, " ->%s %s:%d\n", text, place.file, place.line);
   ZOLP_IncTraceSpaces();
-  return {text, place, start_time};
+  return {text, place, is_timed, start_time};
 }
 
 int FinishedCall::traced() const {
-  const auto& [text, place, start_time] = started;
+  const char* const text = started.text;
+  const Place& place = started.place;
   ZOLP_TRACE(" File:%s Line:%d Funktion:%s\n", place.file, place.line, text);
-  const std::int32_t duration = milliseconds_since(start_time);
+  const std::int32_t duration = duration_of(started);
   if (duration > slow_call_milliseconds) [[unlikely]] {
     ZOLP_TRACE("%ds for call File:%s Line:%d Funktion:%s\n", duration / 1000, place.file,
                place.line, text);
@@ -67,8 +72,9 @@ int FinishedCall::traced() const {
 }
 
 int FinishedCall::guarded() const {
-  const auto& [text, place, start_time] = started;
-  const std::int32_t duration = milliseconds_since(start_time);
+  const char* const text = started.text;
+  const Place& place = started.place;
+  const std::int32_t duration = duration_of(started);
   if (duration > slow_call_milliseconds) [[unlikely]] {
     ZOLP_TRACE("##Long Call: %s   %ds %s:%d\n", text, duration / 1000, place.file, place.line);
   }

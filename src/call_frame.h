@@ -75,6 +75,7 @@ int print_failure(int status, Place place = here());
 struct StartedCall {
   const char* text;
   Place place;
+  bool is_timed; /**< a slow call would be shown; otherwise nobody reads the clock */
   std::int32_t start_time;
 };
 

@@ -12,20 +12,32 @@ std::int32_t real_clock() {
   return static_cast<std::int32_t>(std::clock());
 }
 
+std::int32_t real_tick() {
+  return real_clock();
+}
+
 #else
 
 // Elsewhere clock() counts processor time, which would hide a call that waits for a server.
-std::uint32_t monotonic_milliseconds() {
+std::uint32_t milliseconds_of(clockid_t clock) {
   timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
+  clock_gettime(clock, &now);
   return static_cast<std::uint32_t>(now.tv_sec) * 1000U +
          static_cast<std::uint32_t>(now.tv_nsec) / 1'000'000U;
 }
 
-const std::uint32_t load_time = monotonic_milliseconds();
+const std::uint32_t load_time = milliseconds_of(CLOCK_MONOTONIC);
 
 std::int32_t real_clock() {
-  return static_cast<std::int32_t>(monotonic_milliseconds() - load_time);
+  return static_cast<std::int32_t>(milliseconds_of(CLOCK_MONOTONIC) - load_time);
+}
+
+std::int32_t real_tick() {
+#if defined(CLOCK_MONOTONIC_COARSE)
+  return static_cast<std::int32_t>(milliseconds_of(CLOCK_MONOTONIC_COARSE) - load_time);
+#else
+  return real_clock();
+#endif
 }
 
 #endif
@@ -42,6 +54,7 @@ std::tm real_calendar() {
 }
 
 Clock current_clock = real_clock;
+Clock current_tick = real_tick;
 Calendar current_calendar = real_calendar;
 
 }  // namespace
@@ -50,8 +63,13 @@ std::int32_t elapsed_milliseconds() {
   return current_clock();
 }
 
+std::int32_t ticked_milliseconds() {
+  return current_tick();
+}
+
 void replace_clock(Clock clock) {
   current_clock = clock != nullptr ? clock : real_clock;
+  current_tick = clock != nullptr ? clock : real_tick;
 }
 
 std::tm local_time() {

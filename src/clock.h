@@ -14,7 +14,14 @@ using Clock = std::int32_t (*)();
 /** Milliseconds of elapsed time since the library was loaded. */
 std::int32_t elapsed_milliseconds();
 
-/** Puts another clock in the place of the real one; null brings the real one back. */
+/**
+ * The same by the system's clock tick, which is several times cheaper to read and may be late by a
+ * tick (a few milliseconds): for the durations of calls, of which only those of a second and more
+ * are reported.
+ */
+std::int32_t ticked_milliseconds();
+
+/** Puts another clock in the place of both; null brings the real ones back. */
 void replace_clock(Clock clock);
 
 /** A calendar: the local time of day. */

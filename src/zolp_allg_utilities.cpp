@@ -637,7 +637,10 @@ int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count, tag** l
            REL_list_primary_objects(obj, type, count, out(relations)));
     if (status == ORK_ok && *count > 0) {
       *list = primary_objects(relations.get(), *count);
-      *count = *list != nullptr ? *count : 0;
+      if (*list == nullptr) {
+        *count = 0;
+        status = 1;
+      }
     }
   } else {
     TRACED(status, "REL_list_secondary_objects_only(objTag, relType, p_count, p_objList)",
@@ -668,8 +671,11 @@ int ZOLP_isWorkspaceObject(tag obj, logical* answer) {
 
 namespace {
 
-/** Appends identifiers to the caller's array, which grows to exactly what it must hold. */
-void append_attributes(const tag* added, int added_count, int* count, tag** attributes,
+/**
+ * Appends identifiers to the caller's array, which grows to exactly what it must hold. False when
+ * memory is exhausted.
+ */
+bool append_attributes(const tag* added, int added_count, int* count, tag** attributes,
                        int* capacity) {
   const int needed = *count + added_count;
   if (needed > *capacity) {
@@ -677,13 +683,14 @@ void append_attributes(const tag* added, int added_count, int* count, tag** attr
         static_cast<tag*>(MEM_realloc(*attributes, static_cast<std::size_t>(needed) * sizeof(tag)));
     if (grown == nullptr) {
       ZOLP_CRERROR("ListAllClassAttributes alloc Memory");
-      return;
+      return false;
     }
     *attributes = grown;
     *capacity = needed;
   }
   std::copy_n(added, added_count, *attributes + *count);
   *count = needed;
+  return true;
 }
 
 }  // namespace
@@ -707,8 +714,9 @@ int ListAllClassAttributes(tag class_id, int* attr_count, tag** attr_ids, int* m
          "&CurAttrIds)",
          STORE_describe_class(class_id, 0, nullptr, out(application), &descriptor, &own_count,
                               out(own_attributes)));
-  append_attributes(own_attributes.get(), own_count, attr_count, attr_ids, max_count);
-  if (status == ORK_ok) {
+  const bool is_appended =
+      append_attributes(own_attributes.get(), own_count, attr_count, attr_ids, max_count);
+  if (status == ORK_ok && is_appended) {
     TRACED(status, "STORE_superclasses_of_class(tClassId, &iParentCount, &ParentIds)",
            STORE_superclasses_of_class(class_id, &parent_count, out(parents)));
   }

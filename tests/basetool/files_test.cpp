@@ -6,6 +6,7 @@
 
 #include "basetool/shared_counter.h"
 #include "basetool/traces.h"
+#include "support/kills.h"
 
 namespace {
 
@@ -175,7 +176,7 @@ TEST_F(Rotation, MakesLongLinesFilesOfTheirOwn) {
 
 TEST_F(Survival, EveryLineOutlivesAKill) {
   std::mt19937 random(4711);
-  for (int round = 0; round < 20; ++round) {
+  for (int round = 0; round < test::kills(); ++round) {
     TemporaryFolder own;
     std::string counter_file = own.write("counter", std::string(sizeof(int), '\0'));
     const test::SharedCounter counter(counter_file);

@@ -1,0 +1,39 @@
+// Seeds of the embedded host. An input is the JSON text of a seed.
+
+#include "fuzz/support.h"
+#include "ork/mem.h"
+#include "ork_host.h"
+
+namespace {
+
+std::string describe_site() {
+  char* json = nullptr;
+  fuzz::check(ork_host_describe(nullptr, &json) == ORK_ok, "a site is described");
+  const std::string description = json;
+  MEM_free(json);
+  return description;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  // Most inputs are refused, and a site that has refused one serves the next.
+  static bool is_open = false;
+  static std::string empty;
+  if (!is_open) {
+    fuzz::check(ork_host_open(":memory:") == ORK_ok, "a site opens");
+    empty = describe_site();
+    is_open = true;
+  }
+  const std::string seed = fuzz::terminated(fuzz::text_of(data, size));
+  if (ork_host_seed(seed.c_str()) == ORK_ok) {
+    const std::string once = describe_site();
+    fuzz::check(ork_host_seed(seed.c_str()) == ORK_ok, "a seed is taken twice");
+    fuzz::check(describe_site() == once, "seeding twice is seeding once");
+    ork_host_close();
+    is_open = false;
+  } else {
+    fuzz::check(describe_site() == empty, "a refused seed leaves nothing behind");
+  }
+  return 0;
+}

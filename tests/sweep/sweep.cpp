@@ -1,0 +1,548 @@
+// Tries out the tables: each case once as it is, once for each of its platform calls with that call
+// failing, and once for each allocation with that one failing. Every run is a process of its own,
+// forked off the prepared site, so that a crash ends one run, and flags that live as long as a
+// process start anew. Writes a matrix of what was tried and what held.
+
+#include "sweep.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <optional>
+#include <set>
+
+#include "ork/mem.h"
+#include "ork_host.h"
+#include "support/trace_capture.h"
+#include "zolp_basetool.h"
+
+extern "C" {
+/** Looks for blocks of the C heap that nothing points to; there with the leak checker only. */
+[[gnu::weak]] int __lsan_do_recoverable_leak_check(void);
+}
+
+namespace sweep {
+
+namespace {
+
+// ------------------------------------------------------------------------------ one run
+
+/** What is to fail in a run: a call, an allocation, or nothing. */
+struct Fault {
+  const Step* step = nullptr;
+  int nth_call = 0;               /**< which call of the step's operation */
+  std::size_t at_step = 0;        /**< index of the step */
+  int allocation = 0;             /**< which allocation, from 1 */
+  std::size_t own_allocation = 0; /**< which of the library's own it is, if it is one */
+};
+
+/** How a run ended, as its process's exit code. */
+enum Ending { as_promised = 0, otherwise = 10, no_such_allocation = 11, own_allocation = 12 };
+
+std::string locks() {
+  char* json = nullptr;
+  prepared(ork_host_describe("locks", &json), "locks");
+  const std::string text = json;
+  MEM_free(json);
+  return text;
+}
+
+class Trial : public Run {
+ public:
+  explicit Trial(const Fault& fault) : fault_(fault) {}
+
+  /** Makes the call of a case. `locks_before` are those that do not count. */
+  void make(const Case& tried, const std::string& locks_before) {
+    const int blocks_before = static_cast<int>(ork_host_block_count());
+    const int depth_before = ZOLP_GetTraceDepth();
+    if (!tried.is_told) {
+      starts();
+    }
+    tried.make_call(*this);
+    for (const std::string& output : outputs_) {
+      outcome.outputs += (&output == &outputs_.front() ? "" : "|") + output;
+    }
+    outcome.open_levels -= depth_before;
+    outcome.kept_blocks = static_cast<int>(ork_host_block_count()) - blocks_before;
+    outcome.holds_locks = locks() != locks_before;
+  }
+
+  void starts() override {
+    ork_host_start_journal();
+    if (fault_.step != nullptr) {
+      ork_host_fail_call(fault_.step->operation.c_str(), fault_.nth_call, injected_status);
+    } else if (fault_.allocation > 0) {
+      ork_host_fail_allocation(fault_.allocation);
+    }
+  }
+
+  void returned(int status) override {
+    outcome.status = status;
+    outcome.open_levels = ZOLP_GetTraceDepth();
+    // A fault that the call did not reach meets one of as many allocations.
+    for (int i = 0; i < fault_.allocation && !allocation_is_past_end; ++i) {
+      void* probe = MEM_alloc(1);
+      allocation_is_past_end = probe == nullptr;
+      MEM_free(probe);
+    }
+    ork_host_stop_journal();
+    ork_host_clear_faults();
+    const char* operation = nullptr;
+    int call_status = ORK_ok;
+    for (int i = 0; ork_host_journal_entry(i, &operation, &call_status) != 0; ++i) {
+      calls.emplace_back(operation);
+      if (call_status == ORK_out_of_memory && !out_of_memory) {
+        out_of_memory = static_cast<std::size_t>(i);
+      }
+    }
+    const int failure = fault_.step != nullptr ? injected_status : ORK_out_of_memory;
+    shows_failure = trace_.has("returned " + std::to_string(failure) + " ") ||
+                    trace_.has("##ORK_err_" + std::to_string(failure) + ":");
+  }
+
+  Outcome outcome;
+  std::vector<std::string> calls;
+  std::optional<std::size_t> out_of_memory; /**< index of the call whose allocation failed */
+  bool allocation_is_past_end = false;
+  bool shows_failure = false; /**< an error line of the trace has the failed call's status */
+
+ private:
+  const Fault& fault_;
+  test::TraceCapture trace_;
+};
+
+std::string listed(const std::vector<std::string>& calls) {
+  std::string text;
+  for (const std::string& call : calls) {
+    text += (text.empty() ? "" : ", ") + call;
+  }
+  return text.empty() ? "no calls" : text;
+}
+
+/** What differs between a promise and what came. */
+class Differences {
+ public:
+  explicit Differences(std::string when) : when_(std::move(when)) {}
+
+  template <typename Value>
+  void compare(const char* what, const Value& promised, const Value& came) {
+    if (promised == came) {
+      return;
+    }
+    if constexpr (std::is_same_v<Value, std::string>) {
+      say(std::string(what) + " \"" + came + "\" instead of \"" + promised + "\"");
+    } else {
+      say(std::string(what) + " " + std::to_string(came) + " instead of " +
+          std::to_string(promised));
+    }
+  }
+
+  void compare_calls(const std::vector<std::string>& promised,
+                     const std::vector<std::string>& came) {
+    if (promised != came) {
+      say("calls " + listed(came) + "\n      instead of " + listed(promised));
+    }
+  }
+
+  void compare(const Outcome& promised, const Outcome& came) {
+    compare("status", promised.status, came.status);
+    compare("outputs", promised.outputs, came.outputs);
+    compare("open levels", promised.open_levels, came.open_levels);
+    compare("kept blocks", promised.kept_blocks, came.kept_blocks);
+    compare("locks held", promised.holds_locks, came.holds_locks);
+  }
+
+  void say(const std::string& difference) {
+    std::fprintf(stderr, "%s: %s\n", when_.c_str(), difference.c_str());
+    any_ = true;
+  }
+
+  bool any() const { return any_; }
+
+ private:
+  std::string when_;
+  bool any_ = false;
+};
+
+std::vector<std::string> recorded_calls(const Case& tried) {
+  std::vector<std::string> calls;
+  for (const Step& step : tried.all_steps) {
+    if (step.is_recorded) {
+      calls.push_back(step.operation);
+    }
+  }
+  return calls;
+}
+
+/** What a step promises for a failure of its call with a status. */
+Outcome promise_of(const Case& tried, const Step& step, int failure) {
+  Outcome promised = step.outcome;
+  if (step.returns == Step::Returns::failure) {
+    promised.status = failure;
+  } else if (step.returns == Step::Returns::good) {
+    promised.status = tried.good_outcome.status;
+  }
+  return promised;
+}
+
+void check_failed_call(const Case& tried, const Trial& trial, std::size_t at, int failure,
+                       Differences& differences) {
+  const Step& step = tried.all_steps[at];
+  differences.compare(promise_of(tried, step, failure), trial.outcome);
+  if (step.is_wrapped != trial.shows_failure) {
+    differences.say(step.is_wrapped ? "no error line in the trace" : "an error line in the trace");
+  }
+  std::vector<std::string> promised = recorded_calls(tried);
+  if (step.then != Then::goes_on) {
+    const auto unrecorded = std::count_if(
+        tried.all_steps.begin(), tried.all_steps.begin() + static_cast<std::ptrdiff_t>(at + 1),
+        [](const Step& other) { return !other.is_recorded; });
+    promised.resize(at + 1 - static_cast<std::size_t>(unrecorded));
+  }
+  promised.insert(promised.end(), step.calls_after.begin(), step.calls_after.end());
+  differences.compare_calls(promised, trial.calls);
+}
+
+/** Index of the step behind the n-th recorded call. */
+std::size_t step_of_call(const Case& tried, std::size_t call) {
+  std::size_t step = 0;
+  for (std::size_t recorded = 0; step < tried.all_steps.size(); ++step) {
+    if (tried.all_steps[step].is_recorded && recorded++ == call) {
+      break;
+    }
+  }
+  return step;
+}
+
+std::string title(const Case& tried) {
+  return std::string(tried.function) + (*tried.what != '\0' ? ", " : "") + tried.what;
+}
+
+std::string words(const Case& tried, const Fault& fault) {
+  if (fault.step != nullptr) {
+    return title(tried) + ": failing " + fault.step->operation + ", step " +
+           std::to_string(fault.at_step + 1);
+  }
+  return title(tried) + (fault.allocation > 0
+                             ? ": failing allocation " + std::to_string(fault.allocation)
+                             : ": good call");
+}
+
+/** Checks a run with a failing allocation. Returns whether it was one of the library's own. */
+bool check_failed_allocation(const Case& tried, const Trial& trial, const Fault& fault,
+                             Differences& differences) {
+  if (trial.out_of_memory) {
+    const std::size_t step = step_of_call(tried, *trial.out_of_memory);
+    if (step < tried.all_steps.size()) {
+      check_failed_call(tried, trial, step, ORK_out_of_memory, differences);
+    }
+    return false;
+  }
+  if (fault.own_allocation < tried.own_allocations.size()) {
+    differences.compare(tried.own_allocations[fault.own_allocation], trial.outcome);
+  } else {
+    differences.say("the table has no such allocation of the library's own");
+  }
+  return true;
+}
+
+/** Makes one run, in its process. */
+int run(const Case& tried, const Fault& fault) {
+  if (tried.make_ready) {
+    tried.make_ready();
+  }
+  const std::string locks_before = locks();
+  Differences differences(words(tried, fault));
+  Ending ending = as_promised;
+  {
+    Trial trial(fault);
+    trial.make(tried, locks_before);
+    if (fault.step != nullptr) {
+      check_failed_call(tried, trial, fault.at_step, injected_status, differences);
+    } else if (trial.allocation_is_past_end) {
+      return no_such_allocation;
+    } else if (fault.allocation > 0) {
+      ending = check_failed_allocation(tried, trial, fault, differences) ? own_allocation : ending;
+    } else {
+      differences.compare(tried.good_outcome, trial.outcome);
+      differences.compare_calls(recorded_calls(tried), trial.calls);
+    }
+  }
+  if (tried.make_ready_again) {
+    tried.make_ready_again();
+  }
+  const Fault none;
+  Trial second(none);
+  second.number = 1;
+  second.make(tried, locks());
+  Differences later(words(tried, fault) + ", then a good call");
+  later.compare(tried.good_outcome, second.outcome);
+  if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) {
+    later.say("leaks blocks of the C heap");
+  }
+  return differences.any() || later.any() ? otherwise : ending;
+}
+
+int run_in_process(const Case& tried, const Fault& fault) {
+  constexpr unsigned patience_in_seconds = 120;
+  std::fflush(stdout);
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(patience_in_seconds);
+    if (std::freopen("/dev/null", "w", stdout) == nullptr) {
+      _exit(otherwise);
+    }
+    _exit(run(tried, fault));
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (WIFEXITED(status)) {
+    return WEXITSTATUS(status);
+  }
+  std::fprintf(stderr, "%s: ended by signal %d\n", words(tried, fault).c_str(), WTERMSIG(status));
+  return otherwise;
+}
+
+// ---------------------------------------------------------------------------- all runs
+
+/** What was tried of a case. */
+struct Tally {
+  const Case* tried = nullptr;
+  int call_faults = 0;
+  int allocation_faults = 0;
+  int runs = 0;
+  int held = 0;
+
+  void count(int ending) {
+    ++runs;
+    held += ending == as_promised || ending == own_allocation ? 1 : 0;
+  }
+};
+
+void try_calls(Tally& tally) {
+  std::map<std::string, int> calls;
+  for (std::size_t i = 0; i < tally.tried->all_steps.size(); ++i) {
+    const Step& step = tally.tried->all_steps[i];
+    ++tally.call_faults;
+    tally.count(run_in_process(*tally.tried, {&step, ++calls[step.operation], i, 0, 0}));
+  }
+}
+
+void try_allocations(Tally& tally) {
+  std::size_t own_allocations = 0;
+  for (int nth = 1;; ++nth) {
+    const int ending = run_in_process(*tally.tried, {nullptr, 0, 0, nth, own_allocations});
+    if (ending == no_such_allocation) {
+      break;
+    }
+    ++tally.allocation_faults;
+    tally.count(ending);
+    if (ending != as_promised && ending != own_allocation) {
+      break;
+    }
+    own_allocations += ending == own_allocation ? 1 : 0;
+  }
+  if (tally.runs == tally.held && own_allocations != tally.tried->own_allocations.size()) {
+    std::fprintf(stderr, "%s: %zu allocations of its own, where the table has %zu\n",
+                 title(*tally.tried).c_str(), own_allocations, tally.tried->own_allocations.size());
+    --tally.held;
+  }
+}
+
+Tally try_case(const Case& tried) {
+  Tally tally{&tried};
+  tally.count(run_in_process(tried, {}));
+  if (tally.held == tally.runs) {
+    try_calls(tally);
+    try_allocations(tally);
+  }
+  return tally;
+}
+
+void write_matrix(const std::vector<Tally>& tallies) {
+  std::ofstream report(SWEEP_REPORT);
+  report << "# Fault sweep\n\nEach function's good call, and the same with each of its platform "
+            "calls and each of its allocations failing.\n\n"
+            "| function | good call | platform calls | failed calls | failed allocations | held |\n"
+            "|---|---|--:|--:|--:|---|\n";
+  Tally sum;
+  for (const Tally& tally : tallies) {
+    report << "| `" << tally.tried->function << "` | " << tally.tried->what << " | "
+           << tally.tried->all_steps.size() << " | " << tally.call_faults << " | "
+           << tally.allocation_faults << " | "
+           << (tally.held == tally.runs
+                   ? "all"
+                   : std::to_string(tally.held) + " of " + std::to_string(tally.runs))
+           << " |\n";
+    sum.call_faults += tally.call_faults;
+    sum.allocation_faults += tally.allocation_faults;
+    sum.runs += tally.runs;
+    sum.held += tally.held;
+  }
+  report << "\n"
+         << tallies.size() << " good calls, " << sum.call_faults << " failed calls, "
+         << sum.allocation_faults << " failed allocations: " << sum.held << " of " << sum.runs
+         << " runs went as promised.\n";
+  std::printf(
+      "%zu good calls, %d failed calls, %d failed allocations: %d of %d runs went as "
+      "promised\n%s\n",
+      tallies.size(), sum.call_faults, sum.allocation_faults, sum.held, sum.runs, SWEEP_REPORT);
+}
+
+// ------------------------------------------------------------------------------ coverage
+
+/** The functions that the library exports, as its list of exports names them. */
+std::set<std::string> exported_functions() {
+  std::ifstream list(SWEEP_EXPORTS);
+  std::set<std::string> names;
+  for (std::string line; std::getline(list, line);) {
+    const std::size_t begin = line.find_first_not_of(" \"");
+    const std::size_t end = line.find_last_not_of("\"; ");
+    const bool is_name = begin != std::string::npos && line.ends_with(';') && line[begin] != '*' &&
+                         line[begin] != '}';
+    if (is_name) {
+      names.insert(line.substr(begin, end + 1 - begin));
+    }
+  }
+  return names;
+}
+
+/** Functions that have no case yet. To be empty. */
+const std::vector<std::string> functions_without_a_case = {};
+
+/** Requires that each exported function has a case, but for those that are listed. */
+bool is_complete(const Cases& cases) {
+  std::set<std::string> missing = exported_functions();
+  bool complete = missing.size() > 50;
+  for (const Case& one : cases.all) {
+    missing.erase(one.function);
+  }
+  for (const std::string& function : functions_without_a_case) {
+    if (missing.erase(function) == 0) {
+      std::fprintf(stderr, "%s has a case, or is not exported: take it off the list\n",
+                   function.c_str());
+      complete = false;
+    }
+  }
+  for (const std::string& function : missing) {
+    std::fprintf(stderr, "%s has no case\n", function.c_str());
+    complete = false;
+  }
+  return complete;
+}
+
+int sweep(const std::string& wanted) {
+  Cases cases;
+  add_session_cases(cases);
+  add_preference_cases(cases);
+  add_text_and_array_cases(cases);
+  add_access_cases(cases);
+  add_relation_cases(cases);
+  add_type_cases(cases);
+  add_list_cases(cases);
+  add_workflow_cases(cases);
+  add_dataset_cases(cases);
+  add_filter_cases(cases);
+  add_structure_cases(cases);
+  open_site();
+  std::vector<Tally> tallies;
+  for (const Case& one : cases.all) {
+    if (wanted.empty() || wanted == one.function) {
+      tallies.push_back(try_case(one));
+    }
+  }
+  write_matrix(tallies);
+  const bool held = std::all_of(tallies.begin(), tallies.end(),
+                                [](const Tally& tally) { return tally.held == tally.runs; });
+  const bool complete = !wanted.empty() || is_complete(cases);
+  return held && complete && !tallies.empty() ? 0 : 1;
+}
+
+}  // namespace
+
+// -------------------------------------------------------------------------- parts of tables
+
+Step passes(const char* operation, const char* outputs) {
+  Step step;
+  step.operation = operation;
+  step.outcome.outputs = outputs;
+  return step;
+}
+
+Step aborts(const char* operation, const char* outputs) {
+  return passes(operation, outputs).open(1);
+}
+
+Step answers(const char* operation, int status, const char* outputs) {
+  Step step = passes(operation, outputs);
+  step.returns = Step::Returns::own;
+  step.outcome.status = status;
+  return step;
+}
+
+Step ignores(const char* operation, const char* outputs) {
+  Step step = passes(operation, outputs).goes_on();
+  step.returns = Step::Returns::good;
+  return step;
+}
+
+Outcome exhausted(int status, const char* outputs, int open_levels) {
+  return {status, outputs, open_levels};
+}
+
+Run& Run::out(std::string_view text) {
+  outputs_.emplace_back(text);
+  return *this;
+}
+
+Run& Run::out(const char* text) {
+  return out(std::string_view(text != nullptr ? text : "null"));
+}
+
+Run& Run::out(int value) {
+  return out(std::string_view(std::to_string(value)));
+}
+
+Run& Run::out_tag(tag object) {
+  return out(std::string_view(name(object)));
+}
+
+namespace {
+
+/** Joins the elements of an array with blanks. */
+template <typename Element, typename Name>
+std::string joined(int count, const Element* array, Name name) {
+  if (array == nullptr) {
+    return "null";
+  }
+  if (array == untouched<Element>()) {
+    return "untouched";
+  }
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += (i == 0 ? "" : " ") + std::string(name(array[i]));
+  }
+  return text;
+}
+
+}  // namespace
+
+Run& Run::out_tags(int count, const tag* objects) {
+  return out(std::string_view(joined(count, objects, [this](tag one) { return name(one); })));
+}
+
+Run& Run::out_texts(int count, char* const* texts) {
+  return out(std::string_view(
+      joined(count, texts, [](const char* text) { return text != nullptr ? text : "null"; })));
+}
+
+}  // namespace sweep
+
+int main(int count, char** arguments) {
+  return sweep::sweep(count > 1 ? arguments[1] : "");
+}
