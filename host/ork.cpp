@@ -10,6 +10,7 @@
 #include "os.h"
 #include "password.h"
 #include "texts.h"
+#include "utf8_path.h"
 
 namespace host {
 
@@ -25,7 +26,7 @@ void open_site_of_environment() {
   }
   // A login does not make a site: a slip in the path would yield one without users.
   std::error_code ignored;
-  if (!std::filesystem::exists(path, ignored)) {
+  if (!std::filesystem::exists(utf8_path(path), ignored)) {
     refuse(ORK_site_not_available, "the file that ORK_HOST_DB names does not exist: " + path);
   }
   open_site(path);

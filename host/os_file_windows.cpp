@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "os_file.h"
+#include "utf8_path.h"
 
 namespace host::os {
 
@@ -40,7 +41,7 @@ int open_source(const std::filesystem::path& path) {
 
 /** The system deletes no file that is read-only, so that contents are kept writable. */
 int open_new(const std::string& folder, const std::string& own_name, std::string* own_path) {
-  const std::filesystem::path path = std::filesystem::path(folder) / own_name;
+  const std::filesystem::path path = utf8_path(folder) / own_name;
   const int file = open_file_at(path, _O_CREAT | _O_EXCL | _O_WRONLY);
   check(file);
   *own_path = path.string();
@@ -76,7 +77,7 @@ void FileDescriptor::close() {
   check(_close(number));
 }
 
-SourceFile::SourceFile(const std::string& path) : file_(open_source(path)) {
+SourceFile::SourceFile(const std::string& path) : file_(open_source(utf8_path(path))) {
   const HANDLE handle = reinterpret_cast<HANDLE>(_get_osfhandle(file_.number()));
   is_regular_ = GetFileType(handle) == FILE_TYPE_DISK;
   LARGE_INTEGER size{};
@@ -100,7 +101,7 @@ NewFile::~NewFile() {
         file_.close();  // an open file cannot be deleted
       }
       std::error_code ignored;
-      std::filesystem::remove(own_path_, ignored);
+      std::filesystem::remove(utf8_path(own_path_), ignored);
     } catch (const std::exception&) {
       // It stays under its own name, which nobody takes for contents.
     }
@@ -113,15 +114,15 @@ void NewFile::sync() const {
 
 void NewFile::publish(const std::string& path) {
   file_.close();
-  if (MoveFileExW(std::filesystem::path(own_path_).c_str(), std::filesystem::path(path).c_str(),
-                  MOVEFILE_WRITE_THROUGH) == 0) {
+  if (MoveFileExW(utf8_path(own_path_).c_str(), utf8_path(path).c_str(), MOVEFILE_WRITE_THROUGH) ==
+      0) {
     throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
   }
   own_path_.clear();
 }
 
 FileDescriptor open_for_appending(const std::string& path) {
-  return FileDescriptor(open_file_at(path, _O_CREAT | _O_APPEND | _O_WRONLY));
+  return FileDescriptor(open_file_at(utf8_path(path), _O_CREAT | _O_APPEND | _O_WRONLY));
 }
 
 void sync_folder(const std::string&) {

@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "os.h"
+#include "utf8_path.h"
 
 namespace host::os {
 
@@ -20,7 +21,7 @@ std::string utf8(const wchar_t* text) {
 }
 
 std::wstring wide(const std::string& text) {
-  return std::filesystem::path(text).wstring();
+  return utf8_path(text).wstring();
 }
 
 /** Start time of a running process, in units of 100 nanoseconds. */
@@ -79,7 +80,8 @@ void sleep_milliseconds(int milliseconds) {
 
 void* symbol_of_library(const std::string& path, const char* symbol, std::string* error) {
   // The library finds those that it needs beside itself.
-  const std::filesystem::path whole_path = std::filesystem::absolute(path).make_preferred();
+  const std::filesystem::path whole_path =
+      std::filesystem::absolute(utf8_path(path)).make_preferred();
   const HMODULE library =
       LoadLibraryExW(whole_path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   const FARPROC found = library != nullptr ? GetProcAddress(library, symbol) : nullptr;

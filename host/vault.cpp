@@ -12,6 +12,7 @@
 
 #include "crypto.h"
 #include "failure.h"
+#include "utf8_path.h"
 
 namespace host {
 
@@ -137,14 +138,14 @@ std::vector<std::string> names_in(const std::filesystem::path& list) {
 }
 
 std::string parent_folder(const std::string& path) {
-  const std::string folder = std::filesystem::path(path).parent_path().string();
+  const std::string folder = utf8_path(path).parent_path().string();
   return folder.empty() ? "." : folder;
 }
 
 /** Whether something has a path, be it a link that leads nowhere. */
 bool is_taken(const std::string& path) {
   std::error_code ignored;
-  return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+  return std::filesystem::exists(std::filesystem::symlink_status(utf8_path(path), ignored));
 }
 
 void publish(os::NewFile& file, const std::string& path) {
@@ -176,13 +177,14 @@ Contents read_contents(const std::string& path) {
 Vault::Vault(const std::string& site_path)
     : is_temporary_(site_path == ":memory:"),
       // One vault by whatever path the site is opened, and if the program changes its folder.
-      folder_(is_temporary_ ? std::string()
-                            : std::filesystem::weakly_canonical(site_path).string() + ".vault") {}
+      folder_(is_temporary_
+                  ? std::string()
+                  : std::filesystem::weakly_canonical(utf8_path(site_path)).string() + ".vault") {}
 
 Vault::~Vault() {
   if (is_temporary_ && !folder_.empty()) {
     std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
+    std::filesystem::remove_all(utf8_path(folder_), ignored);
   }
 }
 
@@ -197,7 +199,7 @@ void Vault::make_folder() {
   if (folder_.empty()) {
     folder_ = os::make_temporary_folder();
   }
-  std::filesystem::create_directories(folder_ + "/importing");
+  std::filesystem::create_directories(utf8_path(folder_ + "/importing"));
 }
 
 void Vault::announce(const std::string& name) {
@@ -269,8 +271,8 @@ void Vault::remove_unclaimed(Store& store, const std::vector<std::string>& names
   for (const std::string& name : names) {
     if (is_name(name) && store.find_one("VeloFile", {{"contents", name}}) == NULLTAG) {
       std::error_code ignored;
-      std::filesystem::remove(path_of(name), ignored);
-      std::filesystem::remove(path_of(name) + own_name_ending, ignored);
+      std::filesystem::remove(utf8_path(path_of(name)), ignored);
+      std::filesystem::remove(utf8_path(path_of(name) + own_name_ending), ignored);
     }
   }
 }
@@ -282,7 +284,7 @@ void Vault::settle(Store& store) {
   remove_unclaimed(store, announced_);
   announced_.clear();
   std::error_code ignored;
-  std::filesystem::remove(list_path(list_name(os::this_process())), ignored);
+  std::filesystem::remove(utf8_path(list_path(list_name(os::this_process()))), ignored);
 }
 
 void Vault::sweep(Store& store) const {
@@ -290,7 +292,8 @@ void Vault::sweep(Store& store) const {
   if (folder_.empty()) {
     return;
   }
-  for (const auto& list : std::filesystem::directory_iterator(folder_ + "/importing", none)) {
+  for (const auto& list :
+       std::filesystem::directory_iterator(utf8_path(folder_ + "/importing"), none)) {
     const auto process = process_of(list.path().filename().string());
     if (!process || *process == os::this_process() || os::is_running(*process)) {
       continue;

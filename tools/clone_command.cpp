@@ -15,6 +15,7 @@
 #include "release_list.h"
 #include "site.h"
 #include "text.h"
+#include "utf8_path.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -105,7 +106,9 @@ void require(int status, const std::string& what, const std::string& cause_of_1,
 class CloneRun {
  public:
   explicit CloneRun(const CloneOptions& options)
-      : options_(options), site_(site_file(options.login.site)), files_(options.folder) {}
+      : options_(options),
+        site_(site_file(options.login.site)),
+        files_(host::utf8_path(options.folder)) {}
 
   void prepare() {
     progress_.step("checking " + options_.release_list);
@@ -150,10 +153,11 @@ class CloneRun {
 
  private:
   void check_list_is_kept() const {
-    const std::filesystem::path folder(options_.folder);
+    const std::filesystem::path folder = host::utf8_path(options_.folder);
     for (const char* name : {log_name, batch_name, entries_name}) {
       std::error_code ignored;
-      if (std::filesystem::equivalent(options_.release_list, folder / name, ignored)) {
+      if (std::filesystem::equivalent(host::utf8_path(options_.release_list), folder / name,
+                                      ignored)) {
         throw Error("the run would replace list " + options_.release_list,
                     "rename the list, or choose another output folder");
       }

@@ -9,6 +9,7 @@
 #include <cerrno>
 
 #include "os.h"
+#include "utf8_path.h"
 
 namespace tool::os {
 
@@ -36,12 +37,12 @@ bool is_error_on_terminal() {
 
 bool is_accessible(const std::string& path) {
   constexpr int read_and_write = 6;
-  return _waccess(std::filesystem::path(path).c_str(), read_and_write) == 0;
+  return _waccess(host::utf8_path(path).c_str(), read_and_write) == 0;
 }
 
 bool fits_file_template(const std::string& name, const std::string& file_template) {
-  return PathMatchSpecW(std::filesystem::path(name).c_str(),
-                        std::filesystem::path(file_template).c_str()) != FALSE;
+  return PathMatchSpecW(host::utf8_path(name).c_str(), host::utf8_path(file_template).c_str()) !=
+         FALSE;
 }
 
 void set_variable(const char* name, const std::string& value) {

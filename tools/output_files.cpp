@@ -45,7 +45,7 @@ WorkFolder::~WorkFolder() {
 }
 
 std::string OutputFiles::add(const std::string& name) {
-  const fs::path target = target_ / name;
+  const fs::path target = target_ / host::utf8_path(name);
   std::error_code problem;
   if (fs::is_directory(target, problem)) {
     throw Error(target.string() + " is a folder", "remove it or write somewhere else");
@@ -55,8 +55,8 @@ std::string OutputFiles::add(const std::string& name) {
 }
 
 void OutputFiles::keep_earlier_file(const std::string& name) const {
-  const fs::path target = target_ / name;
-  const fs::path kept = work_.file(earlier_name(name));
+  const fs::path target = target_ / host::utf8_path(name);
+  const fs::path kept = host::utf8_path(work_.file(earlier_name(name)));
   if (!fs::exists(target)) {
     return;
   }
@@ -74,12 +74,13 @@ void OutputFiles::publish() {
       keep_earlier_file(name);
     }
     for (; placed < names_.size(); ++placed) {
-      fs::rename(work_.file(names_[placed]), target_ / names_[placed]);
+      fs::rename(host::utf8_path(work_.file(names_[placed])),
+                 target_ / host::utf8_path(names_[placed]));
     }
   } catch (const fs::filesystem_error& problem) {
     while (placed-- > 0) {
-      const fs::path target = target_ / names_[placed];
-      const fs::path kept = work_.file(earlier_name(names_[placed]));
+      const fs::path target = target_ / host::utf8_path(names_[placed]);
+      const fs::path kept = host::utf8_path(work_.file(earlier_name(names_[placed])));
       std::error_code ignored;
       if (fs::exists(kept, ignored)) {
         fs::rename(kept, target, ignored);

@@ -7,6 +7,7 @@
 #include "host/ork_host.h"
 #include "os.h"
 #include "platform_block.h"
+#include "utf8_path.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
@@ -39,7 +40,7 @@ std::string site_file(const std::string& given) {
 
 Site::Site(const std::string& path, Open how) {
   std::error_code ignored;
-  if (how == Open::existing && !std::filesystem::is_regular_file(path, ignored)) {
+  if (how == Open::existing && !std::filesystem::is_regular_file(host::utf8_path(path), ignored)) {
     throw Error("site " + path + " does not exist", "create it with \"zolp host init\"");
   }
   require(ork_host_open(path.c_str()), "cannot open site " + path,
@@ -56,7 +57,7 @@ void Site::seed(const std::string& json) {
 
 void Site::seed_file(const std::string& path) {
   std::error_code ignored;
-  if (!std::filesystem::is_regular_file(path, ignored)) {
+  if (!std::filesystem::is_regular_file(host::utf8_path(path), ignored)) {
     throw Error("seed " + path + " is not there, or is no file", "check the path");
   }
   require(ork_host_seed_file(path.c_str()), "seed " + path + " is not taken", "correct it");

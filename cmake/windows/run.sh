@@ -13,6 +13,8 @@ case ${1:-} in
     mkdir -p "$WINEPREFIX"
     [ -f "$WINEPREFIX/system.reg" ] || wine wineboot --init 2>/dev/null
     wineserver --persistent
+    # The first program starts the services; what comes later finds them there.
+    wine cmd /c exit
     ;;
   --stop)
     # There may be none.

@@ -1,12 +1,13 @@
 // What a process leaves behind: levels, prefixes, files, rotation, and what survives.
 
+#include <atomic>
 #include <cstdio>
 #include <random>
 #include <thread>
 
-#include "basetool/shared_counter.h"
 #include "basetool/traces.h"
 #include "support/kills.h"
+#include "support/shared_memory.h"
 
 namespace {
 
@@ -179,15 +180,15 @@ TEST_F(Survival, EveryLineOutlivesAKill) {
   for (int round = 0; round < test::kills(); ++round) {
     TemporaryFolder own;
     std::string counter_file = own.write("counter", std::string(sizeof(int), '\0'));
-    const test::SharedCounter counter(counter_file);
+    const test::SharedMemory<std::atomic<int>> counter(counter_file);
     ChildProgram child(own, {"ZOLP_TRACE_FILE=" + own.path("trace")}, {"count", counter_file});
     int wanted = std::uniform_int_distribution(1, 50000)(random);
-    while (counter.value() < wanted) {
+    while (counter->load() < wanted) {
       std::this_thread::yield();
     }
     child.kill();
     EXPECT_EQ(child.wait(), ChildProgram::killed);
-    int count = counter.value();
+    int count = counter->load();
     std::string expected;
     for (int i = 0; i < count; ++i) {
       expected += "line " + std::to_string(i) + " is whole\n";

@@ -13,12 +13,13 @@
 #include <unistd.h>
 #endif
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
-#include "basetool/shared_counter.h"
+#include "support/shared_memory.h"
 #include "zolp_basetool.h"
 
 namespace {
@@ -51,11 +52,11 @@ void lines(const char* name, int count) {
 
 /** Writes lines until it is killed, and counts them in a file that outlives it. */
 void count_lines(const char* counter_file) {
-  test::SharedCounter counter(counter_file);
+  const test::SharedMemory<std::atomic<int>> counter(counter_file);
   for (int i = 0;; ++i) {
     ZOLP_ERROR("line %d ", i);
     ZOLP_ERROR("%s\n", "is whole");
-    counter.set(i + 1);
+    counter->store(i + 1);
   }
 }
 

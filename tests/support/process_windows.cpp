@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "host/utf8_path.h"
 #include "process.h"
 
 namespace test {
@@ -23,7 +24,7 @@ std::intptr_t as_number(HANDLE handle) {
 }
 
 std::wstring wide(const std::string& text) {
-  return std::filesystem::path(text).wstring();
+  return host::utf8_path(text).wstring();
 }
 
 /** A word as the C runtime takes it off a command line again. */
@@ -130,7 +131,8 @@ Process::Process(const Launch& launch) {
   PROCESS_INFORMATION made{};
   if (CreateProcessW(wide(launch.command[0]).c_str(), line.data(), nullptr, nullptr, TRUE,
                      CREATE_UNICODE_ENVIRONMENT, environment.data(), nullptr, &start, &made) == 0) {
-    throw std::runtime_error("cannot start " + launch.command[0]);
+    throw std::runtime_error("cannot start " + launch.command[0] + ": error " +
+                             std::to_string(GetLastError()));
   }
   CloseHandle(made.hThread);
   id_ = made.dwProcessId;

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "host/utf8_path.h"
+
 namespace test {
 
 class TemporaryFolder {
@@ -18,7 +20,7 @@ class TemporaryFolder {
     if (mkdtemp(pattern.data()) == nullptr) {
       throw std::runtime_error("no temporary folder");
     }
-    path_ = pattern;
+    path_ = host::utf8_path(pattern);
   }
   ~TemporaryFolder() {
     std::error_code ignored;
@@ -29,18 +31,18 @@ class TemporaryFolder {
 
   /** Path of a file in the folder. */
   std::string path(const std::string& name) const {
-    return (path_ / name).make_preferred().string();
+    return (path_ / host::utf8_path(name)).make_preferred().string();
   }
 
   /** Writes a file and returns its path. */
   std::string write(const std::string& name, const std::string& contents) const {
-    std::ofstream(path_ / name, std::ios::binary) << contents;
+    std::ofstream(path_ / host::utf8_path(name), std::ios::binary) << contents;
     return path(name);
   }
 
   /** Contents of a file in the folder; empty when it does not exist. */
   std::string read_bytes(const std::string& name) const {
-    std::ifstream file(path_ / name, std::ios::binary);
+    std::ifstream file(path_ / host::utf8_path(name), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
@@ -57,7 +59,7 @@ class TemporaryFolder {
   }
 
   bool has(const std::string& name) const {
-    return std::filesystem::exists(path_ / name);
+    return std::filesystem::exists(path_ / host::utf8_path(name));
   }
 
  private:

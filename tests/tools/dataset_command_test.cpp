@@ -87,6 +87,13 @@ TEST_F(DatasetCommands, FilesComeOutAsTheyWentIn) {
   const test::Run copy = dataset({"show", "Body 2"});
   EXPECT_THAT(copy.out, HasSubstr("Part       part   5      Body_2.PRT\n"));
   EXPECT_THAT(on_site({"show", "1/00/A"}).out, HasSubstr("VELO_reference  Body 2  (Dataset)"));
+
+  const std::string measured = folder.write("Maße.txt", "12 mm");
+  std::filesystem::create_directory(host::utf8_path(folder.path("größer")));
+  EXPECT_EQ(dataset({"import", measured}).exit_code, 0);
+  EXPECT_EQ(dataset({"export", "Maße", "--out", folder.path("größer")}).out,
+            "wrote " + folder.path("größer/Maße.txt") + "\n");
+  EXPECT_EQ(folder.read("größer/Maße.txt"), "12 mm");
 }
 
 TEST_F(DatasetCommands, ExportsAreWholeAndOverwriteNothing) {
