@@ -15,11 +15,11 @@ constexpr std::int32_t slow_call_milliseconds = 1000;
 
 /** Time since a call began, 0 for one that is not timed; the clock may wrap around meanwhile. */
 std::int32_t duration_of(const StartedCall& call) {
-  if (!call.is_timed) {
+  if (!call.start_time.is_known) {
     return 0;
   }
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticked_milliseconds()) -
-                                   static_cast<std::uint32_t>(call.start_time));
+                                   static_cast<std::uint32_t>(call.start_time.milliseconds));
 }
 
 [[gnu::cold]] void report_failed_call(const StartedCall& call, int status) {
@@ -32,14 +32,12 @@ std::int32_t duration_of(const StartedCall& call) {
 
 }  // namespace
 
-Frame::Frame(const char* name, Place start) : name_(name) {
-  ZOLP_LOG(1, 1, " ->%s %s:%d\n", name, start.file, start.line);
-  ZOLP_IncTraceSpaces();
+void write_entry(const char* text, Place place) {
+  ZOLP_LOG(1, 1, " ->%s %s:%d\n", text, place.file, place.line);
 }
 
-void leave_frame(const char* name, Place end) {
-  ZOLP_DecTraceSpaces();
-  ZOLP_LOG(1, 1, " <-%s %s:%d\n", name, end.file, end.line);
+void write_exit(const char* text, Place place) {
+  ZOLP_LOG(1, 1, " <-%s %s:%d\n", text, place.file, place.line);
 }
 
 int print_failure(int status, Place place) {
@@ -47,43 +45,42 @@ int print_failure(int status, Place place) {
   return status;
 }
 
-StartedCall start_call(const char* text, Place place) {
+StartTime write_start(const char* text, Place place) {
   const bool is_timed = ZOLP_IsTraced(ZOLP_LEVEL_TRACE) != 0;
   const std::int32_t start_time = is_timed ? ticked_milliseconds() : 0;
-  ZOLP_LOG(1, 1, " ->%s %s:%d\n", text, place.file, place.line);
-  ZOLP_IncTraceSpaces();
-  return {text, place, is_timed, start_time};
+  write_entry(text, place);
+  return {is_timed, start_time};
 }
 
-int FinishedCall::traced() const {
-  const char* const text = started.text;
-  const Place& place = started.place;
+int finish_traced(FinishedCall call) {
+  const char* const text = call.started.text;
+  const Place& place = call.started.place;
   ZOLP_TRACE(" File:%s Line:%d Funktion:%s\n", place.file, place.line, text);
-  const std::int32_t duration = duration_of(started);
+  const std::int32_t duration = duration_of(call.started);
   if (duration > slow_call_milliseconds) [[unlikely]] {
     ZOLP_TRACE("%ds for call File:%s Line:%d Funktion:%s\n", duration / 1000, place.file,
                place.line, text);
   }
-  if (status != ORK_ok) {
-    report_failed_call(started, status);
+  if (call.status != ORK_ok) {
+    report_failed_call(call.started, call.status);
   }
   leave_frame(text, place);
-  return status;
+  return call.status;
 }
 
-int FinishedCall::guarded() const {
-  const char* const text = started.text;
-  const Place& place = started.place;
-  const std::int32_t duration = duration_of(started);
+int finish_guarded(FinishedCall call) {
+  const char* const text = call.started.text;
+  const Place& place = call.started.place;
+  const std::int32_t duration = duration_of(call.started);
   if (duration > slow_call_milliseconds) [[unlikely]] {
     ZOLP_TRACE("##Long Call: %s   %ds %s:%d\n", text, duration / 1000, place.file, place.line);
   }
-  if (status != ORK_ok) {
-    ZOLP_ERROR("##ORK_err_%d: %s   %s:%d\n", status, text, place.file, place.line);
-    ZOLP_ReportLastOrkError(status);
+  if (call.status != ORK_ok) {
+    ZOLP_ERROR("##ORK_err_%d: %s   %s:%d\n", call.status, text, place.file, place.line);
+    ZOLP_ReportLastOrkError(call.status);
   }
   leave_frame(text, place);
-  return status;
+  return call.status;
 }
 
 }  // namespace orktool

@@ -17,7 +17,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
+#include <cstring>
+
+#include "ork/ork.h"
+#include "zolp_basetool.h"
 
 namespace orktool {
 
@@ -27,19 +30,55 @@ struct Place {
   int line;
 };
 
-/** The name of a source file without the folders that a compiler put in front of it. */
-constexpr const char* file_name(std::string_view path) {
-  const std::size_t separator = path.find_last_of("/\\");
-  return path.data() + (separator == std::string_view::npos ? 0 : separator + 1);
+/** What follows the last separator in a path. */
+inline const char* after_last(const char* path, char separator) {
+  const char* found = std::strrchr(path, separator);
+  return found != nullptr ? found + 1 : path;
+}
+
+/**
+ * The name of a source file without the folders that a compiler put in front of it. Compilers know
+ * the result for a literal.
+ */
+inline const char* file_name(const char* path) {
+  return after_last(after_last(path, '/'), '\\');
 }
 
 /** The place where this is written. */
-constexpr Place here(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+inline Place here(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
   return {file_name(file), line};
 }
 
+/**
+ * Whether entry and exit lines may be shown; if not, nothing but errors is. While they are not, a
+ * call costs as good as nothing: this and the depth are looked at in place.
+ */
+inline bool shows_calls() {
+  return ZOLP_trace_state.level >= ZOLP_LEVEL_LOG;
+}
+
+/** One level of indentation more. */
+inline void indent() {
+  ++ZOLP_trace_state.depth;
+}
+
+/** One level of indentation less. */
+inline void unindent() {
+  if (ZOLP_trace_state.depth > 0) [[likely]] {
+    --ZOLP_trace_state.depth;
+  }
+}
+
+void write_entry(const char* text, Place place);
+void write_exit(const char* text, Place place);
+
 /** Writes the exit line of a frame, one level of indentation less. */
-void leave_frame(const char* name, Place end = here());
+inline void leave_frame(const char* name, Place end = here()) {
+  unindent();
+  if (shows_calls()) [[unlikely]] {
+    write_exit(name, end);
+  }
+}
 
 /**
  * The frame of an exported function: the entry line, one level of indentation and the exit line.
@@ -47,7 +86,12 @@ void leave_frame(const char* name, Place end = here());
  */
 class Frame {
  public:
-  explicit Frame(const char* name, Place start = here());
+  explicit Frame(const char* name, Place start = here()) : name_(name) {
+    if (shows_calls()) [[unlikely]] {
+      write_entry(name, start);
+    }
+    indent();
+  }
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
 
@@ -71,28 +115,53 @@ class Frame {
  */
 int print_failure(int status, Place place = here());
 
+/** When a call began. */
+struct StartTime {
+  bool is_known; /**< a slow call would be shown; otherwise nobody reads the clock */
+  std::int32_t milliseconds;
+};
+
 /** A platform call that is about to be made. */
 struct StartedCall {
   const char* text;
   Place place;
-  bool is_timed; /**< a slow call would be shown; otherwise nobody reads the clock */
-  std::int32_t start_time;
+  StartTime start_time;
 };
 
-/** Reads the clock, writes the entry line of a call and indents. */
-StartedCall start_call(const char* text, Place place);
-
-/** A platform call that was made. Its members are evaluated in this order: start, call. */
+/** A platform call that was made. */
 struct FinishedCall {
   StartedCall started;
   int status;
-
-  /** Writes what follows a traced call; returns its status. */
-  int traced() const;
-
-  /** Writes what follows a guarded call; returns its status. */
-  int guarded() const;
 };
+
+StartTime write_start(const char* text, Place place);
+int finish_traced(FinishedCall call);
+int finish_guarded(FinishedCall call);
+
+/** Reads the clock, writes the entry line of a call and indents. */
+inline StartedCall start_call(const char* text, Place place) {
+  const StartTime start_time = shows_calls() ? write_start(text, place) : StartTime{};
+  indent();
+  return {text, place, start_time};
+}
+
+/** Writes what follows a traced call; returns its status. */
+inline int traced(const FinishedCall& call) {
+  if (call.status != ORK_ok || shows_calls()) [[unlikely]] {
+    return finish_traced(call);
+  }
+  unindent();
+  return ORK_ok;
+}
+
+/** Writes what follows a guarded call; returns its status. */
+inline int guarded(const FinishedCall& call) {
+  if (call.status != ORK_ok || shows_calls()) [[unlikely]] {
+    return finish_guarded(call);
+  }
+  unindent();
+  return ORK_ok;
+}
 
 /** The text of a guarded call: what was written, from its first parenthesis on "(...)". */
 template <std::size_t N>
@@ -114,19 +183,19 @@ struct ShortenedCall {
 
 }  // namespace orktool
 
+// The members of a finished call are evaluated in their order: start, call.
+
 /** Makes a platform call, traces it and keeps its status; goes on whatever the status is. */
 #define TRACED(status, text, call) \
-  ((status) = orktool::FinishedCall{orktool::start_call(text, orktool::here()), (call)}.traced())
+  ((status) = orktool::traced({orktool::start_call(text, orktool::here()), (call)}))
 
 /** Makes a platform call and traces it; returns its status from the function if it failed. */
-#define GUARDED(text_literal, call)                                                          \
-  do {                                                                                       \
-    static constexpr orktool::ShortenedCall shortened_call(text_literal);                    \
-    if (const int guarded_status =                                                           \
-            orktool::FinishedCall{orktool::start_call(shortened_call.text, orktool::here()), \
-                                  (call)}                                                    \
-                .guarded();                                                                  \
-        guarded_status != ORK_ok) {                                                          \
-      return guarded_status;                                                                 \
-    }                                                                                        \
+#define GUARDED(text_literal, call)                                                                \
+  do {                                                                                             \
+    static constexpr orktool::ShortenedCall shortened_call(text_literal);                          \
+    if (const int guarded_status =                                                                 \
+            orktool::guarded({orktool::start_call(shortened_call.text, orktool::here()), (call)}); \
+        guarded_status != ORK_ok) {                                                                \
+      return guarded_status;                                                                       \
+    }                                                                                              \
   } while (false)
