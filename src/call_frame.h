@@ -17,7 +17,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <initializer_list>
 
 #include "ork/ork.h"
 #include "zolp_basetool.h"
@@ -31,16 +31,14 @@ struct Place {
 };
 
 /** What follows the last separator in a path. */
-inline const char* after_last(const char* path, char separator) {
-  const char* found = std::strrchr(path, separator);
+constexpr const char* after_last(const char* path, char separator) {
+  // The library's search is one that compilers evaluate for a literal wherever it stands.
+  const char* found = __builtin_strrchr(path, separator);
   return found != nullptr ? found + 1 : path;
 }
 
-/**
- * The name of a source file without the folders that a compiler put in front of it. Compilers know
- * the result for a literal.
- */
-inline const char* file_name(const char* path) {
+/** The name of a source file without the folders that a compiler put in front of it. */
+constexpr const char* file_name(const char* path) {
   return after_last(after_last(path, '/'), '\\');
 }
 
@@ -115,34 +113,97 @@ class Frame {
  */
 int print_failure(int status, Place place = here());
 
+/** A platform call as trace lines name it. */
+struct Call {
+  const char* text;
+  Place place;
+  const char* with_place; /**< "TEXT FILE:LINE" */
+  const char* in_detail;  /**< "File:FILE Line:LINE Funktion:TEXT" */
+};
+
+/** These texts, put together when compiling: a traced call needs no more than to copy them. */
+template <std::size_t TextSize, std::size_t PathSize>
+class CallTexts {
+ public:
+  consteval CallTexts(const char (&text)[TextSize], const char (&path)[PathSize], int line)
+      : text_(text), place_{file_name(path), line} {
+    put(with_place_, {text, " ", place_.file, ":"}, line, "");
+    put(in_detail_, {"File:", place_.file, " Line:"}, line, " Funktion:", text);
+  }
+
+  constexpr Call as_call() const { return {text_, place_, with_place_, in_detail_}; }
+
+ private:
+  static consteval void put(char* to, std::initializer_list<const char*> before, int line,
+                            const char* after, const char* last = "") {
+    for (const char* part : before) {
+      to = put(to, part);
+    }
+    int place_value = 1;
+    while (line / place_value >= 10) {
+      place_value *= 10;
+    }
+    for (; place_value > 0; place_value /= 10) {
+      *to++ = static_cast<char>('0' + line / place_value % 10);
+    }
+    put(put(to, after), last);
+  }
+
+  static consteval char* put(char* to, const char* part) {
+    while (*part != '\0') {
+      *to++ = *part++;
+    }
+    return to;
+  }
+
+  static constexpr std::size_t most_digits = 10;
+
+  const char* text_;
+  Place place_;
+  char with_place_[TextSize + PathSize + sizeof(" :") + most_digits]{};
+  char in_detail_[TextSize + PathSize + sizeof("File: Line: Funktion:") + most_digits]{};
+};
+
+/** The text of a guarded call: what was written, from its first parenthesis on "(...)". */
+template <std::size_t N>
+struct ShortenedCall {
+  static_assert(N + 5 <= 1024, "longer than the trace shows");
+  char text[N + 5]{};
+
+  consteval explicit ShortenedCall(const char (&written)[N]) {
+    std::size_t length = 0;
+    while (written[length] != '(' && written[length] != '\0') {
+      text[length] = written[length];
+      ++length;
+    }
+    for (const char character : {'(', '.', '.', '.', ')'}) {
+      text[length++] = character;
+    }
+  }
+};
+
 /** When a call began. */
 struct StartTime {
   bool is_known; /**< a slow call would be shown; otherwise nobody reads the clock */
   std::int32_t milliseconds;
 };
 
-/** A platform call that is about to be made. */
-struct StartedCall {
-  const char* text;
-  Place place;
-  StartTime start_time;
-};
-
-/** A platform call that was made. */
+/** A platform call that was made. Its members are evaluated in this order. */
 struct FinishedCall {
-  StartedCall started;
+  const Call& call;
+  StartTime start_time;
   int status;
 };
 
-StartTime write_start(const char* text, Place place);
+StartTime write_start(const Call& call);
 int finish_traced(FinishedCall call);
 int finish_guarded(FinishedCall call);
 
 /** Reads the clock, writes the entry line of a call and indents. */
-inline StartedCall start_call(const char* text, Place place) {
-  const StartTime start_time = shows_calls() ? write_start(text, place) : StartTime{};
+inline StartTime start_call(const Call& call) {
+  const StartTime start_time = shows_calls() ? write_start(call) : StartTime{};
   indent();
-  return {text, place, start_time};
+  return start_time;
 }
 
 /** Writes what follows a traced call; returns its status. */
@@ -163,39 +224,25 @@ inline int guarded(const FinishedCall& call) {
   return ORK_ok;
 }
 
-/** The text of a guarded call: what was written, from its first parenthesis on "(...)". */
-template <std::size_t N>
-struct ShortenedCall {
-  static_assert(N + 5 <= 1024, "longer than the trace shows");
-  char text[N + 5]{};
-
-  consteval explicit ShortenedCall(const char (&written)[N]) {
-    std::size_t length = 0;
-    while (written[length] != '(' && written[length] != '\0') {
-      text[length] = written[length];
-      ++length;
-    }
-    for (const char character : {'(', '.', '.', '.', ')'}) {
-      text[length++] = character;
-    }
-  }
-};
-
 }  // namespace orktool
 
-// The members of a finished call are evaluated in their order: start, call.
-
 /** Makes a platform call, traces it and keeps its status; goes on whatever the status is. */
-#define TRACED(status, text, call) \
-  ((status) = orktool::traced({orktool::start_call(text, orktool::here()), (call)}))
+#define TRACED(status, text_literal, call)                                               \
+  do {                                                                                   \
+    static constexpr orktool::CallTexts call_texts(text_literal, __FILE__, __LINE__);    \
+    static constexpr orktool::Call traced_call = call_texts.as_call();                   \
+    (status) = orktool::traced({traced_call, orktool::start_call(traced_call), (call)}); \
+  } while (false)
 
 /** Makes a platform call and traces it; returns its status from the function if it failed. */
-#define GUARDED(text_literal, call)                                                                \
-  do {                                                                                             \
-    static constexpr orktool::ShortenedCall shortened_call(text_literal);                          \
-    if (const int guarded_status =                                                                 \
-            orktool::guarded({orktool::start_call(shortened_call.text, orktool::here()), (call)}); \
-        guarded_status != ORK_ok) {                                                                \
-      return guarded_status;                                                                       \
-    }                                                                                              \
+#define GUARDED(text_literal, call)                                                          \
+  do {                                                                                       \
+    static constexpr orktool::ShortenedCall shortened_call(text_literal);                    \
+    static constexpr orktool::CallTexts call_texts(shortened_call.text, __FILE__, __LINE__); \
+    static constexpr orktool::Call guarded_call = call_texts.as_call();                      \
+    if (const int guarded_status =                                                           \
+            orktool::guarded({guarded_call, orktool::start_call(guarded_call), (call)});     \
+        guarded_status != ORK_ok) {                                                          \
+      return guarded_status;                                                                 \
+    }                                                                                        \
   } while (false)
