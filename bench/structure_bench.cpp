@@ -275,8 +275,8 @@ void add_structure_benchmarks() {
   ZOLP_SetTraceLevel(ZOLP_LEVEL_OFF);
   large = show("large-", 5);
   small = show("small-", 4);
-  compare_walk<library_size, plain_children>("size of a structure", 1.3, 1.3);
-  compare_walk<library_depth, plain_children>("depth of a structure", 1.3, 1.3);
+  compare_walk<library_size, plain_children>("size of a structure", 1.15, 1.3);
+  compare_walk<library_depth, plain_children>("depth of a structure", 1.15, 1.3);
   compare_walk<library_resequence, plain_resequence>("structure resequenced", 1.3, 1.3);
   compare_walk<library_pack, plain_pack>("structure packed", 1.3, 1.3);
   compare_walk<library_exist, plain_exist>("object sought in a structure", 1.3, 1.3);
