@@ -17,7 +17,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
+#include <type_traits>
 
 #include "ork/ork.h"
 #include "zolp_basetool.h"
@@ -30,11 +32,20 @@ struct Place {
   int line;
 };
 
-/** What follows the last separator in a path. */
+/**
+ * What follows the last separator in a path. Where the language does not evaluate it when
+ * compiling, optimisers know the result of the library's search for a literal.
+ */
 constexpr const char* after_last(const char* path, char separator) {
-  // The library's search is one that compilers evaluate for a literal wherever it stands.
-  const char* found = __builtin_strrchr(path, separator);
-  return found != nullptr ? found + 1 : path;
+  if (!std::is_constant_evaluated()) {
+    const char* found = std::strrchr(path, separator);
+    return found != nullptr ? found + 1 : path;
+  }
+  const char* name = path;
+  for (; *path != '\0'; ++path) {
+    name = *path == separator ? path + 1 : name;
+  }
+  return name;
 }
 
 /** The name of a source file without the folders that a compiler put in front of it. */
