@@ -210,32 +210,54 @@ void append_by_library(LineRoom& room, const char* format, Arguments& arguments)
   }
 }
 
+/** Copies as many bytes as a word has and marks those that are line feeds. */
+template <typename Word>
+inline void copy_word(char* to, const char* from, Word& marks) {
+  Word word;
+  std::memcpy(&word, from, sizeof word);
+  std::memcpy(to, &word, sizeof word);
+  if constexpr (sizeof word == 16) {
+    marks |= reinterpret_cast<Word>(word == '\n');
+  } else {
+    // A byte's highest bit gets set where it was a line feed.
+    constexpr Word every_byte = static_cast<Word>(-1) / 0xff;
+    word ^= every_byte * '\n';
+    marks |= (word - every_byte) & ~word & (every_byte << 7);
+  }
+}
+
+/** Copies at least a word word by word, the last one overlapping the one before. */
+template <typename Word>
+inline Word copy_words(char* to, const char* from, size_t size) {
+  Word marks{};
+  for (size_t at = 0; at + sizeof(Word) < size; at += sizeof(Word)) {
+    copy_word(to + at, from + at, marks);
+  }
+  copy_word(to + size - sizeof(Word), from + size - sizeof(Word), marks);
+  return marks;
+}
+
 /** Copies a text and looks for line feeds on the way. @return true if there are any. */
 inline bool copy_and_search(char* to, const char* from, size_t size) {
-  if (size < sizeof(uint64_t)) {
-    bool found = false;
-    for (size_t i = 0; i < size; ++i) {
-      to[i] = from[i];
-      found |= from[i] == '\n';
-    }
-    return found;
+  using LongWord = unsigned char __attribute__((vector_size(16)));
+  if (size >= sizeof(LongWord)) {
+    uint64_t halves[2];
+    const LongWord marks = copy_words<LongWord>(to, from, size);
+    std::memcpy(halves, &marks, sizeof halves);
+    return (halves[0] | halves[1]) != 0;
   }
-  // Eight bytes at a time, the last eight overlapping the ones before; a byte's highest bit gets
-  // set where it was a line feed.
-  constexpr uint64_t every_byte = 0x0101010101010101;
-  uint64_t found = 0;
-  auto copy_word = [&](size_t at) {
-    uint64_t word;
-    std::memcpy(&word, from + at, sizeof word);
-    std::memcpy(to + at, &word, sizeof word);
-    word ^= every_byte * '\n';
-    found |= (word - every_byte) & ~word & (every_byte << 7);
-  };
-  for (size_t at = 0; at + sizeof(uint64_t) < size; at += sizeof(uint64_t)) {
-    copy_word(at);
+  if (size >= sizeof(uint64_t)) {
+    return copy_words<uint64_t>(to, from, size) != 0;
   }
-  copy_word(size - sizeof(uint64_t));
-  return found != 0;
+  if (size >= sizeof(uint32_t)) {
+    return copy_words<uint32_t>(to, from, size) != 0;
+  }
+  bool found = false;
+  for (size_t i = 0; i < size; ++i) {
+    to[i] = from[i];
+    found |= from[i] == '\n';
+  }
+  return found;
 }
 
 /** The plain conversions, written with the cursor in a register. */

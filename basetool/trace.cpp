@@ -4,6 +4,7 @@
 // known and stands above all others, so that it is found out then. All state is trivially
 // constructed and never destroyed: programs trace before main and until the very end.
 
+#include <algorithm>
 #include <chrono>
 #include <climits>
 #include <cstdarg>
@@ -18,6 +19,8 @@
 #include "trace_file.h"
 #include "zolp_basetool.h"
 
+constinit ZOLP_TraceState ZOLP_trace_state = {INT_MAX, 0};
+
 namespace basetool {
 namespace {
 
@@ -25,8 +28,8 @@ constexpr int unknown_level = INT_MAX;
 constexpr int widest_depth = 32;
 constexpr int blanks_per_level = 2;
 
-constinit int shown_level = unknown_level;
-constinit int depth = 0;
+constinit int& shown_level = ZOLP_trace_state.level;
+constinit long long& depth = ZOLP_trace_state.depth;
 constinit Settings settings;
 constinit Destination destination;
 constinit int line_level = ZOLP_LEVEL_OFF;
@@ -87,8 +90,8 @@ size_t begin_line(int level) {
   if (has_prefix) {
     append_prefix(level);
   }
-  int indentation = blanks_per_level * (depth < widest_depth ? depth : widest_depth);
-  destination.append_repeated(' ', static_cast<size_t>(indentation));
+  const long long levels = depth < widest_depth ? depth : widest_depth;
+  destination.append_repeated(' ', blanks_per_level * static_cast<size_t>(levels));
   return destination.length();
 }
 
@@ -255,9 +258,7 @@ void ZOLP_CRERROR(const char* text) {
 }
 
 void ZOLP_IncTraceSpaces(void) {
-  if (basetool::depth < INT_MAX) {
-    ++basetool::depth;
-  }
+  ++basetool::depth;
 }
 
 void ZOLP_DecTraceSpaces(void) {
@@ -278,7 +279,7 @@ void ZOLP_SetTraceLevel(int level) {
 }
 
 int ZOLP_GetTraceDepth(void) {
-  return basetool::depth;
+  return static_cast<int>(std::min<long long>(basetool::depth, INT_MAX));
 }
 
 void ZOLP_SetTraceWriter(ZOLP_TraceWriter writer, void* context) {

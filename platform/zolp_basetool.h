@@ -52,6 +52,19 @@ enum {
   ZOLP_LEVEL_DEBUG = 5  /**< remarks of functions */
 };
 
+/** What the trace shows, and how deep it is. */
+typedef struct ZOLP_TraceState {
+  int level;       /**< highest level that is shown; above all levels until the first text */
+  long long depth; /**< depth of indentation in levels, 0 at the margin */
+} ZOLP_TraceState;
+
+/**
+ * The state of this process's trace, for callers to whom a function call per question is too much:
+ * what is above its level need not be passed on. Its level is set by `ZOLP_SetTraceLevel` only;
+ * its depth may be changed in place, by as much as is taken back later.
+ */
+ZOLP_TRACE_API extern ZOLP_TraceState ZOLP_trace_state;
+
 /**
  * Writes an entry or exit line, on level #ZOLP_LEVEL_LOG.
  * @param[in] area, detail kept for sites that tell areas of the trace apart; pass 1 and 1.
@@ -99,7 +112,10 @@ ZOLP_TRACE_API int ZOLP_IsTraced(int level);
  */
 ZOLP_TRACE_API void ZOLP_SetTraceLevel(int level);
 
-/** Current depth of indentation in levels; it counts on where the indentation stops widening. */
+/**
+ * Current depth of indentation in levels; it counts on where the indentation stops widening, up to
+ * the largest `int`.
+ */
 ZOLP_TRACE_API int ZOLP_GetTraceDepth(void);
 
 /**

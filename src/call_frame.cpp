@@ -14,32 +14,34 @@ namespace {
 constexpr std::int32_t slow_call_milliseconds = 1000;
 
 /** Time since a call began, 0 for one that is not timed; the clock may wrap around meanwhile. */
-std::int32_t duration_of(const StartedCall& call) {
-  if (!call.is_timed) {
+std::int32_t duration_of(const FinishedCall& call) {
+  if (!call.start_time.is_known) {
     return 0;
   }
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticked_milliseconds()) -
-                                   static_cast<std::uint32_t>(call.start_time));
+                                   static_cast<std::uint32_t>(call.start_time.milliseconds));
 }
 
-[[gnu::cold]] void report_failed_call(const StartedCall& call, int status) {
-  ZOLP_ERROR(" File:%s Line:%d Funktion:%s returned %d \n", call.place.file, call.place.line,
-             call.text, status);
+void write_call_exit(const Call& call) {
+  unindent();
+  ZOLP_LOG(1, 1, " <-%s\n", call.with_place);
+}
+
+[[gnu::cold]] void report_failed_call(const FinishedCall& finished) {
+  ZOLP_ERROR(" %s returned %d \n", finished.call.in_detail, finished.status);
   HostPtr<char> text;
-  ERR_get_error_text(status, out(text));
+  ERR_get_error_text(finished.status, out(text));
   ZOLP_ERROR("--%s--\n", text.get());
 }
 
 }  // namespace
 
-Frame::Frame(const char* name, Place start) : name_(name) {
-  ZOLP_LOG(1, 1, " ->%s %s:%d\n", name, start.file, start.line);
-  ZOLP_IncTraceSpaces();
+void write_entry(const char* text, Place place) {
+  ZOLP_LOG(1, 1, " ->%s %s:%d\n", text, place.file, place.line);
 }
 
-void leave_frame(const char* name, Place end) {
-  ZOLP_DecTraceSpaces();
-  ZOLP_LOG(1, 1, " <-%s %s:%d\n", name, end.file, end.line);
+void write_exit(const char* text, Place place) {
+  ZOLP_LOG(1, 1, " <-%s %s:%d\n", text, place.file, place.line);
 }
 
 int print_failure(int status, Place place) {
@@ -47,42 +49,40 @@ int print_failure(int status, Place place) {
   return status;
 }
 
-StartedCall start_call(const char* text, Place place) {
-  const bool is_timed = ZOLP_IsTraced(ZOLP_LEVEL_TRACE) != 0;
+StartTime write_start(const Call& call) {
+  const bool is_timed = ZOLP_trace_state.level >= ZOLP_LEVEL_TRACE;
   const std::int32_t start_time = is_timed ? ticked_milliseconds() : 0;
-  ZOLP_LOG(1, 1, " ->%s %s:%d\n", text, place.file, place.line);
-  ZOLP_IncTraceSpaces();
-  return {text, place, is_timed, start_time};
+  ZOLP_LOG(1, 1, " ->%s\n", call.with_place);
+  return {is_timed, start_time};
 }
 
-int FinishedCall::traced() const {
-  const char* const text = started.text;
-  const Place& place = started.place;
-  ZOLP_TRACE(" File:%s Line:%d Funktion:%s\n", place.file, place.line, text);
-  const std::int32_t duration = duration_of(started);
+int finish_traced(FinishedCall finished) {
+  const Call& call = finished.call;
+  ZOLP_TRACE(" %s\n", call.in_detail);
+  const std::int32_t duration = duration_of(finished);
   if (duration > slow_call_milliseconds) [[unlikely]] {
-    ZOLP_TRACE("%ds for call File:%s Line:%d Funktion:%s\n", duration / 1000, place.file,
-               place.line, text);
+    ZOLP_TRACE("%ds for call %s\n", duration / 1000, call.in_detail);
   }
-  if (status != ORK_ok) {
-    report_failed_call(started, status);
+  if (finished.status != ORK_ok) [[unlikely]] {
+    report_failed_call(finished);
   }
-  leave_frame(text, place);
-  return status;
+  write_call_exit(call);
+  return finished.status;
 }
 
-int FinishedCall::guarded() const {
-  const char* const text = started.text;
-  const Place& place = started.place;
-  const std::int32_t duration = duration_of(started);
+int finish_guarded(FinishedCall finished) {
+  const Call& call = finished.call;
+  const int status = finished.status;
+  const std::int32_t duration = duration_of(finished);
   if (duration > slow_call_milliseconds) [[unlikely]] {
-    ZOLP_TRACE("##Long Call: %s   %ds %s:%d\n", text, duration / 1000, place.file, place.line);
+    ZOLP_TRACE("##Long Call: %s   %ds %s:%d\n", call.text, duration / 1000, call.place.file,
+               call.place.line);
   }
   if (status != ORK_ok) {
-    ZOLP_ERROR("##ORK_err_%d: %s   %s:%d\n", status, text, place.file, place.line);
+    ZOLP_ERROR("##ORK_err_%d: %s   %s:%d\n", status, call.text, call.place.file, call.place.line);
     ZOLP_ReportLastOrkError(status);
   }
-  leave_frame(text, place);
+  write_call_exit(call);
   return status;
 }
 

@@ -17,7 +17,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
+#include <cstring>
+#include <initializer_list>
+#include <type_traits>
+
+#include "ork/ork.h"
+#include "zolp_basetool.h"
 
 namespace orktool {
 
@@ -27,19 +32,62 @@ struct Place {
   int line;
 };
 
+/**
+ * What follows the last separator in a path. Where the language does not evaluate it when
+ * compiling, optimisers know the result of the library's search for a literal.
+ */
+constexpr const char* after_last(const char* path, char separator) {
+  if (!std::is_constant_evaluated()) {
+    const char* found = std::strrchr(path, separator);
+    return found != nullptr ? found + 1 : path;
+  }
+  const char* name = path;
+  for (; *path != '\0'; ++path) {
+    name = *path == separator ? path + 1 : name;
+  }
+  return name;
+}
+
 /** The name of a source file without the folders that a compiler put in front of it. */
-constexpr const char* file_name(std::string_view path) {
-  const std::size_t separator = path.find_last_of("/\\");
-  return path.data() + (separator == std::string_view::npos ? 0 : separator + 1);
+constexpr const char* file_name(const char* path) {
+  return after_last(after_last(path, '/'), '\\');
 }
 
 /** The place where this is written. */
-constexpr Place here(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+inline Place here(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
   return {file_name(file), line};
 }
 
+/**
+ * Whether entry and exit lines may be shown; if not, nothing but errors is. While they are not, a
+ * call costs as good as nothing: this and the depth are looked at in place.
+ */
+inline bool shows_calls() {
+  return ZOLP_trace_state.level >= ZOLP_LEVEL_LOG;
+}
+
+/** One level of indentation more. */
+inline void indent() {
+  ++ZOLP_trace_state.depth;
+}
+
+/** One level of indentation less. */
+inline void unindent() {
+  if (ZOLP_trace_state.depth > 0) [[likely]] {
+    --ZOLP_trace_state.depth;
+  }
+}
+
+void write_entry(const char* text, Place place);
+void write_exit(const char* text, Place place);
+
 /** Writes the exit line of a frame, one level of indentation less. */
-void leave_frame(const char* name, Place end = here());
+inline void leave_frame(const char* name, Place end = here()) {
+  unindent();
+  if (shows_calls()) [[unlikely]] {
+    write_exit(name, end);
+  }
+}
 
 /**
  * The frame of an exported function: the entry line, one level of indentation and the exit line.
@@ -47,7 +95,12 @@ void leave_frame(const char* name, Place end = here());
  */
 class Frame {
  public:
-  explicit Frame(const char* name, Place start = here());
+  explicit Frame(const char* name, Place start = here()) : name_(name) {
+    if (shows_calls()) [[unlikely]] {
+      write_entry(name, start);
+    }
+    indent();
+  }
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
 
@@ -71,27 +124,55 @@ class Frame {
  */
 int print_failure(int status, Place place = here());
 
-/** A platform call that is about to be made. */
-struct StartedCall {
+/** A platform call as trace lines name it. */
+struct Call {
   const char* text;
   Place place;
-  bool is_timed; /**< a slow call would be shown; otherwise nobody reads the clock */
-  std::int32_t start_time;
+  const char* with_place; /**< "TEXT FILE:LINE" */
+  const char* in_detail;  /**< "File:FILE Line:LINE Funktion:TEXT" */
 };
 
-/** Reads the clock, writes the entry line of a call and indents. */
-StartedCall start_call(const char* text, Place place);
+/** These texts, put together when compiling: a traced call needs no more than to copy them. */
+template <std::size_t TextSize, std::size_t PathSize>
+class CallTexts {
+ public:
+  consteval CallTexts(const char (&text)[TextSize], const char (&path)[PathSize], int line)
+      : text_(text), place_{file_name(path), line} {
+    put(with_place_, {text, " ", place_.file, ":"}, line, "");
+    put(in_detail_, {"File:", place_.file, " Line:"}, line, " Funktion:", text);
+  }
 
-/** A platform call that was made. Its members are evaluated in this order: start, call. */
-struct FinishedCall {
-  StartedCall started;
-  int status;
+  constexpr Call as_call() const { return {text_, place_, with_place_, in_detail_}; }
 
-  /** Writes what follows a traced call; returns its status. */
-  int traced() const;
+ private:
+  static consteval void put(char* to, std::initializer_list<const char*> before, int line,
+                            const char* after, const char* last = "") {
+    for (const char* part : before) {
+      to = put(to, part);
+    }
+    int place_value = 1;
+    while (line / place_value >= 10) {
+      place_value *= 10;
+    }
+    for (; place_value > 0; place_value /= 10) {
+      *to++ = static_cast<char>('0' + line / place_value % 10);
+    }
+    put(put(to, after), last);
+  }
 
-  /** Writes what follows a guarded call; returns its status. */
-  int guarded() const;
+  static consteval char* put(char* to, const char* part) {
+    while (*part != '\0') {
+      *to++ = *part++;
+    }
+    return to;
+  }
+
+  static constexpr std::size_t most_digits = 10;
+
+  const char* text_;
+  Place place_;
+  char with_place_[TextSize + PathSize + sizeof(" :") + most_digits]{};
+  char in_detail_[TextSize + PathSize + sizeof("File: Line: Funktion:") + most_digits]{};
 };
 
 /** The text of a guarded call: what was written, from its first parenthesis on "(...)". */
@@ -112,20 +193,66 @@ struct ShortenedCall {
   }
 };
 
+/** When a call began. */
+struct StartTime {
+  bool is_known; /**< a slow call would be shown; otherwise nobody reads the clock */
+  std::int32_t milliseconds;
+};
+
+/** A platform call that was made. Its members are evaluated in this order. */
+struct FinishedCall {
+  const Call& call;
+  StartTime start_time;
+  int status;
+};
+
+StartTime write_start(const Call& call);
+int finish_traced(FinishedCall call);
+int finish_guarded(FinishedCall call);
+
+/** Reads the clock, writes the entry line of a call and indents. */
+inline StartTime start_call(const Call& call) {
+  const StartTime start_time = shows_calls() ? write_start(call) : StartTime{};
+  indent();
+  return start_time;
+}
+
+/** Writes what follows a traced call; returns its status. */
+inline int traced(const FinishedCall& call) {
+  if (call.status != ORK_ok || shows_calls()) [[unlikely]] {
+    return finish_traced(call);
+  }
+  unindent();
+  return ORK_ok;
+}
+
+/** Writes what follows a guarded call; returns its status. */
+inline int guarded(const FinishedCall& call) {
+  if (call.status != ORK_ok || shows_calls()) [[unlikely]] {
+    return finish_guarded(call);
+  }
+  unindent();
+  return ORK_ok;
+}
+
 }  // namespace orktool
 
 /** Makes a platform call, traces it and keeps its status; goes on whatever the status is. */
-#define TRACED(status, text, call) \
-  ((status) = orktool::FinishedCall{orktool::start_call(text, orktool::here()), (call)}.traced())
+#define TRACED(status, text_literal, call)                                               \
+  do {                                                                                   \
+    static constexpr orktool::CallTexts call_texts(text_literal, __FILE__, __LINE__);    \
+    static constexpr orktool::Call traced_call = call_texts.as_call();                   \
+    (status) = orktool::traced({traced_call, orktool::start_call(traced_call), (call)}); \
+  } while (false)
 
 /** Makes a platform call and traces it; returns its status from the function if it failed. */
 #define GUARDED(text_literal, call)                                                          \
   do {                                                                                       \
     static constexpr orktool::ShortenedCall shortened_call(text_literal);                    \
+    static constexpr orktool::CallTexts call_texts(shortened_call.text, __FILE__, __LINE__); \
+    static constexpr orktool::Call guarded_call = call_texts.as_call();                      \
     if (const int guarded_status =                                                           \
-            orktool::FinishedCall{orktool::start_call(shortened_call.text, orktool::here()), \
-                                  (call)}                                                    \
-                .guarded();                                                                  \
+            orktool::guarded({guarded_call, orktool::start_call(guarded_call), (call)});     \
         guarded_status != ORK_ok) {                                                          \
       return guarded_status;                                                                 \
     }                                                                                        \

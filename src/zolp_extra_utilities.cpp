@@ -72,38 +72,52 @@ namespace {
 
 using orktool::Pattern;
 
+/** The characters of a text, to be asked for many times. */
+class CharacterSet {
+ public:
+  consteval explicit CharacterSet(const char* characters) {
+    for (; *characters != '\0'; ++characters) {
+      members_[static_cast<unsigned char>(*characters)] = true;
+    }
+  }
+
+  bool has(char character) const { return members_[static_cast<unsigned char>(character)]; }
+
+ private:
+  bool members_[256]{};
+};
+
 /**
  * Copies a text with an escape character before each of the special characters.
- * @param[out] result the copy; untouched when text or specials are null.
+ * @return the copy; null when the text is, or when memory is exhausted.
  */
-int EscapeInString(const char* text, const char* specials, HostPtr<char>& result,
-                   char escape_char) {
-  if (text == nullptr || specials == nullptr) {
-    return ORK_ok;
+HostPtr<char> EscapeInString(const char* text, const CharacterSet& specials, char escape_char) {
+  if (text == nullptr) {
+    return nullptr;
   }
-  const std::size_t size = 2 * (std::strlen(text) + 1) - 1;
-  result.reset(static_cast<char*>(MEM_alloc(size)));
+  HostPtr<char> result(static_cast<char*>(MEM_alloc(2 * std::strlen(text) + 1)));
   if (result == nullptr) {
     ZOLP_CRERROR("EscapeInString alloc Memory");
-    return ORK_ok;
+    return nullptr;
   }
-  std::memset(result.get(), 0, size);
   char* end = result.get();
   for (; *text != '\0'; ++text) {
-    if (std::strchr(specials, *text) != nullptr) {
+    if (specials.has(*text)) {
       *end++ = escape_char;
     }
     *end++ = *text;
   }
+  *end = '\0';
   ZOLP_TRACE("Result: %s (length=%d) \n", result.get(), static_cast<int>(end - result.get()));
-  return ORK_ok;
+  return result;
 }
 
 /** One condition of a filter: the text of its pattern, and the pattern where that compiles. */
 struct Condition {
   Condition(const char* filter, bool escape) {
+    static constexpr CharacterSet operators("*.+[]{}^$\\");
     if (escape) {
-      EscapeInString(filter, "*.+[]{}^$\\", text, '\\');
+      text = EscapeInString(filter, operators, '\\');
     } else {
       text.reset(ZOLP_CopyString(filter));
     }
