@@ -11,10 +11,10 @@ export WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe=d'
 case ${1:-} in
   --serve)
     mkdir -p "$WINEPREFIX"
-    [ -f "$WINEPREFIX/system.reg" ] || wine wineboot --init 2>/dev/null
-    wineserver --persistent
-    # The first program starts the services; what comes later finds them there.
-    wine cmd /c exit
+    # There may be one already.
+    wineserver --persistent || true
+    # The first program sets the installation up and starts the services; the others find them there.
+    wine cmd /c exit 2>/dev/null
     ;;
   --stop)
     # There may be none.
