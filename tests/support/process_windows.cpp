@@ -129,8 +129,17 @@ Process::Process(const Launch& launch) {
   std::wstring line = command_line(launch.command);
   std::wstring environment = environment_block(launch.environment);
   PROCESS_INFORMATION made{};
-  if (CreateProcessW(wide(launch.command[0]).c_str(), line.data(), nullptr, nullptr, TRUE,
-                     CREATE_UNICODE_ENVIRONMENT, environment.data(), nullptr, &start, &made) == 0) {
+  const auto start_program = [&] {
+    return CreateProcessW(wide(launch.command[0]).c_str(), line.data(), nullptr, nullptr, TRUE,
+                          CREATE_UNICODE_ENVIRONMENT, environment.data(), nullptr, &start,
+                          &made) != 0;
+  };
+  // Wine loses a new process now and then before it has begun, and calls that an internal error.
+  bool has_started = start_program();
+  for (int i = 0; i < 5 && !has_started && GetLastError() == ERROR_INTERNAL_ERROR; ++i) {
+    has_started = start_program();
+  }
+  if (!has_started) {
     throw std::runtime_error("cannot start " + launch.command[0] + ": error " +
                              std::to_string(GetLastError()));
   }
