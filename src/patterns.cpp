@@ -96,7 +96,8 @@ class Scan {
 
   bool are_parts_within_limits() const {
     return atom_.is_within_limits() && sequence_.extent.is_within_limits() &&
-           (!is_hazardous_ || longest_run_ <= pattern_limits::run_of_hazardous);
+           (!is_hazardous_ || longest_run_ <= pattern_limits::run_of_hazardous) &&
+           (!is_anchored_ || longest_run_ <= pattern_limits::run_of_anchored);
   }
 
   void take_next() {
@@ -122,8 +123,9 @@ class Scan {
       case '\\':
         return take_escape();
       case '^':
+        return begin_anchor(at_ == 1);
       case '$':
-        return begin_anchor();
+        return begin_anchor(at_ == pattern_.size());
       default:
         return begin_atom(character);
     }
@@ -134,7 +136,8 @@ class Scan {
   /** Repeats the atom. */
   void repeat(std::uint64_t copies, Repeated how, std::uint64_t new_choices = 1,
               bool can_be_empty = true) {
-    is_hazardous_ = is_hazardous_ || (how == Repeated::any_number && atom_.can_be_empty);
+    is_hazardous_ =
+        is_hazardous_ || atom_.anchors > 0 || (how == Repeated::any_number && atom_.can_be_empty);
     atom_.repeat(copies, new_choices);
     atom_.can_be_empty = can_be_empty;
   }
@@ -145,9 +148,9 @@ class Scan {
     atom_ = extent;
   }
 
-  void begin_anchor() {
+  void begin_anchor(bool is_at_edge = false) {
     begin_atom(anchor);
-    is_hazardous_ = true;
+    (is_at_edge ? is_anchored_ : is_hazardous_) = true;
   }
 
   void end_atom() {
@@ -255,7 +258,8 @@ class Scan {
 
   std::string_view pattern_;
   std::size_t at_ = 0;
-  bool is_hazardous_ = false; /**< see pattern_limits::run_of_hazardous */
+  bool is_hazardous_ = false; /**< see pattern_limits::run_of_hazardous ... */
+  bool is_anchored_ = false;  /**< ... and run_of_anchored */
   std::uint64_t longest_run_ = 0;
   std::vector<Sequence> open_groups_;
   Sequence sequence_;
@@ -327,7 +331,10 @@ Pattern::~Pattern() {
 
 void Pattern::compile() {
   re_pattern_buffer compiled{};
-  if (regcomp(&compiled, text_.c_str(), REG_EXTENDED) != 0) {
+  if (const int error = regcomp(&compiled, text_.c_str(), REG_EXTENDED); error != 0) {
+    if (error == REG_ESPACE && !is_compiled_) {
+      throw std::bad_alloc();  // not for ever, then
+    }
     return;
   }
   if (is_compiled_) {

@@ -149,7 +149,7 @@ bool test_statuses(tag object, const Condition& condition, int* count, int* stat
     return condition.passes("");
   }
   bool passes = false;
-  for (int inx = 0; inx < *count && *status == ORK_ok && !passes; ++inx) {
+  for (int inx = 0; statuses != nullptr && inx < *count && *status == ORK_ok && !passes; ++inx) {
     HostPtr<char> name;
     TRACED(*status, "OBJ_get_value_string(statuses[inx], \"name\", &name)",
            OBJ_get_value_string(statuses.get()[inx], "name", out(name)));
@@ -216,7 +216,7 @@ bool MatchPattern(re_pattern_buffer pattern, const char* text) {
 }
 
 char* regmatch_dup(regmatch_t* match, const char* text) {
-  if (match == nullptr || match->rm_so < 0) {
+  if (match == nullptr || match->rm_so < 0 || match->rm_eo < match->rm_so) {
     return nullptr;
   }
   const auto length = static_cast<std::size_t>(match->rm_eo - match->rm_so);
@@ -567,7 +567,7 @@ int ZOLP_GetOccNoteText(tag bvr, tag occ, const char* note_type, tag** notes, in
            STRUCT_list_occurrence_notes(bvr, occ, note_count, notes));
   }
   bool found = false;
-  for (int i = 0; i < *note_count && status == ORK_ok && !found; ++i) {
+  for (int i = 0; *notes != nullptr && i < *note_count && status == ORK_ok && !found; ++i) {
     HostPtr<char> name;
     TRACED(status, "STRUCT_get_note_type_name((*tNotes)[i], &szName)",
            STRUCT_get_note_type_name((*notes)[i], out(name)));
