@@ -234,6 +234,10 @@ inline int guarded(const FinishedCall& call) {
 
 }  // namespace orktool
 
+/** A detail that is not shown costs a comparison; its arguments are not evaluated then. */
+#define ZOLP_TRACE(...) \
+  (ZOLP_trace_state.level >= ZOLP_LEVEL_TRACE ? (ZOLP_TRACE)(__VA_ARGS__) : static_cast<void>(0))
+
 /** Makes a platform call, traces it and keeps its status; goes on whatever the status is. */
 #define TRACED(status, text_literal, call)                                               \
   do {                                                                                   \

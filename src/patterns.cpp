@@ -3,6 +3,7 @@
 #if !defined(_WIN32)
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstdint>
 #include <cstdlib>
@@ -291,19 +292,35 @@ bool is_within_limits(const char* pattern) {
 /** All patterns by their texts, which are their own. */
 class Pattern::Store {
  public:
-  Pattern* find(const char* text) {
+  Pattern* find(std::string_view text) {
+    Pattern*& recent = recent_[place_of(text)];
+    if (recent == nullptr || recent->text_ != text) {
+      recent = known(text);
+    }
+    return recent->is_compiled_ ? recent : nullptr;
+  }
+
+ private:
+  Pattern* known(std::string_view text) {
     auto found = patterns_.find(text);
     if (found == patterns_.end()) {
       std::unique_ptr<Pattern> pattern(new Pattern(text));
       const std::string_view key = pattern->text_;
       found = patterns_.emplace(key, std::move(pattern)).first;
     }
-    Pattern& pattern = *found->second;
-    return pattern.is_compiled_ ? &pattern : nullptr;
+    return found->second.get();
   }
 
- private:
+  static std::size_t place_of(std::string_view text) {
+    const auto edges = text.empty() ? 0 : static_cast<unsigned char>(text.front() + text.back());
+    return (4 * text.size() + edges) % recent_count;
+  }
+
+  static constexpr std::size_t recent_count = 64;
+
   std::unordered_map<std::string_view, std::unique_ptr<Pattern>> patterns_;
+  // A walk tries its objects with the same few patterns.
+  std::array<Pattern*, recent_count> recent_{};
 };
 
 Pattern* Pattern::find(const char* text) noexcept {
@@ -316,10 +333,10 @@ Pattern* Pattern::find(const char* text) noexcept {
   }
 }
 
-Pattern::Pattern(const char* text) : text_(text) {
-  if (is_within_limits(text)) {
+Pattern::Pattern(std::string_view text) : text_(text) {
+  if (is_within_limits(text_.c_str())) {
     compile();
-    literal_ = literal_of(text);
+    literal_ = literal_of(text_.c_str());
   }
 }
 

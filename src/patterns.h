@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace orktool {
 
@@ -31,7 +32,7 @@ class Pattern {
   class Store;
 
  private:
-  explicit Pattern(const char* text);
+  explicit Pattern(std::string_view text);
   void compile();
 
   std::string text_;

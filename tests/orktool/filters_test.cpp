@@ -125,7 +125,7 @@ TEST_F(Filters, TakeEscapedTextsAnywhere) {
   EXPECT_TRUE(trace.has("Result: \\*\\.\\+\\[\\]\\{\\}\\^\\$\\\\()|? (length=24) "));
   trace.clear();
   ork_host_fail_allocation(3);  // after name and type
-  EXPECT_THAT(find(plain, "AB", nullptr), ElementsAre("NO Match for name <(null)>.", "0:0"));
+  EXPECT_THAT(find(plain, "A.B", nullptr), ElementsAre("NO Match for name <(null)>.", "0:0"));
 }
 
 TEST_F(Filters, TakeExpressions) {
