@@ -95,7 +95,8 @@ ZOLP_API int ZOLP_shutdown_ork_environment(void);
  * Asks for the bypass of access checks to be switched on or off. Bypass that is on stays on,
  * whatever is asked for.
  * @param[in] flag 1 for on, 0 for off.
- * @return 1 when bypass was on before, or a system administrator switched it on; otherwise 0.
+ * @return 1 when bypass was on before, or a system administrator asks for it, even if the platform
+ *   then refuses; otherwise 0.
  *   Failures show in the trace only.
  */
 ZOLP_API logical ZOLP_set_ork_bypass(logical flag);
@@ -113,8 +114,7 @@ ZOLP_API int ZOLP_identify_user_and_group(const char* user_name, const char* gro
 
 /**
  * The session's user and group.
- * @param[out] user, group the user and the group; what the platform leaves there when it fails, so
- *   set them before.
+ * @param[out] user, group the user and the group; 0 when the platform cannot tell.
  * @return always 0.
  */
 ZOLP_API int ZOLP_get_current_user_and_group(tag* user, tag* group);
@@ -148,7 +148,8 @@ ZOLP_API int ZOLP_GetPreferenceArray(const char* name, int* count, char*** value
  *   when there is neither.
  * @param[in] default_value taken when the preference has no value or cannot be read; null for none.
  * @param[in] scope accepted and not used; pass `PREF_SCOPE_SITE`.
- * @return 0 or the platform's status; with a default, the copy is there in both cases.
+ * @return 0 or the platform's status; with a default, the copy is there in both cases unless memory
+ *   is exhausted.
  */
 ZOLP_API int ZOLP_GetPreferenceValue(const char* name, char** value, const char* default_value,
                                      int scope);
@@ -180,7 +181,7 @@ ZOLP_API int ZOLP_get_logical_pref(int option, const char* name, logical* value,
  * @param[in] option accepted and not used.
  * @param[in] name the preference.
  * @param[out] value the value or a copy of the default, freed by the caller with `MEM_free`;
- *   untouched when the default is null.
+ *   untouched when the default is null, null when memory is exhausted.
  * @param[in] default_value the default; null is refused with an error line.
  * @return status of starting the preference module; 0 when the default is null.
  */
@@ -192,7 +193,8 @@ ZOLP_API int ZOLP_get_string_pref(int option, const char* name, char** value,
  * @param[in] option accepted and not used.
  * @param[in] name the preference.
  * @param[in] value the text, compared whole and with its case.
- * @return 1 if so, otherwise 0; a preference without values is warned about in the trace.
+ * @return 1 if so, otherwise 0; a preference that has no values or cannot be read is warned about
+ * in the trace.
  */
 ZOLP_API logical ZOLP_check_preference(int option, const char* name, const char* value);
 
@@ -379,7 +381,7 @@ ZOLP_API int ZOLP_ask_ownership_names(tag object, char* user_id, char* group_nam
  * @param[in] relation_name name of the relation type; null or "" takes all.
  * @param[out] count number of objects.
  * @param[out] list the objects, freed by the caller with `MEM_free`; null for none. Both are
- *   untouched when the relation type is not known: set them before.
+ *   untouched when the relation type is not known or cannot be looked up: set them before.
  * @param[in] reverse 0 for the objects attached to it, 1 for those that it is attached to.
  * @return 0, the platform's status, or 1 when memory is exhausted.
  */
@@ -600,7 +602,8 @@ ZOLP_API int ZOLP_read_itemrevlist(const char* file, int* count, char*** item_id
  * Copies a release list without its empty "Where" blocks. Needs no session.
  * @param[in] in_file path of the list, which must be writable.
  * @param[in] out_file path of the copy; an existing file is replaced.
- * @return 0, or 1 when a file cannot be opened.
+ * @return 0; 1 when a file cannot be opened, read or written to its end, when both are one file, or
+ *   when memory is exhausted.
  */
 ZOLP_API int ZOLP_clean_list(const char* in_file, const char* out_file);
 
@@ -609,18 +612,18 @@ ZOLP_API int ZOLP_clean_list(const char* in_file, const char* out_file);
  * Needs no session, but the column positions from `ZOLP_create_clonelogheader`.
  * @param[in] in_file path of the list, which must be writable.
  * @param[in] out_file path of the copy; an existing file is replaced.
- * @return 0, or 1 when a file cannot be opened.
+ * @return as for `ZOLP_clean_list`.
  */
 ZOLP_API int ZOLP_remove_doubles_from_list(const char* in_file, const char* out_file);
 
 /**
  * Copies a release list and drops from its "Where" blocks the lines that contain one of several
- * texts. Needs no session.
+ * texts, the "Where" lines among them. Needs no session.
  * @param[in] in_file path of the list, which must be writable.
  * @param[in] out_file path of the copy; an existing file is replaced.
  * @param[in] n_patterns number of texts.
  * @param[in] patterns the texts.
- * @return 0, or 1 when a file cannot be opened.
+ * @return as for `ZOLP_clean_list`.
  */
 ZOLP_API int ZOLP_scan_usage(const char* in_file, const char* out_file, int n_patterns,
                              char** patterns);
@@ -676,8 +679,9 @@ ZOLP_API int read_dataset_basic_data(const char* line, const char* dataset_type,
  * @param[in] out_file path of the clone log; an existing file is replaced.
  * @param[in] header_pref preference that holds the path of the header template, which must be
  *   writable.
- * @return 0; 1 when a file cannot be opened or a template line would not fit its buffer of 500
- *   bytes; or the platform's status.
+ * @return 0; 1 when a file cannot be opened, read or written to its end, when the clone log is one
+ *   of the other files, when the list has no item line or its first one no separator, or when a
+ *   template line would not fit its buffer of 500 bytes; or the platform's status.
  */
 ZOLP_API int ZOLP_create_clonelogheader(const char* release_list_file, const char* out_file,
                                         const char* header_pref);
@@ -685,8 +689,10 @@ ZOLP_API int ZOLP_create_clonelogheader(const char* release_list_file, const cha
 /**
  * Writes one line to the clone log for each object that is related to an item revision.
  * @param[in] item_rev the item revision.
- * @param[in] relation_type_name name of the relation type.
- * @param[in] prefix text in front of each object's id in the column "Tarn Info".
+ * @param[in] relation_type_name name of the relation type; one that the site does not have takes
+ *   the objects of all types.
+ * @param[in] prefix text in front of each object's id in the column "Tarn Info", which shows 32
+ *   bytes of both.
  * @param[in] log address of the open clone log, a text file of the platform.
  * @return the status of the last platform operation.
  */
@@ -699,8 +705,9 @@ ZOLP_API int ZOLP_write_info_about_relation(tag item_rev, const char* relation_t
  * "ZOLP_postcloneactionsfile".
  * @param[in] batch_file path of the batch file; an existing file is replaced.
  * @param[in] top record of the top assembly.
- * @return 0; 1 when a file cannot be opened; or the platform's status. A CAD version other than v15
- *   or v16 leaves an empty batch file.
+ * @return 0; 1 when there is no record, when a file cannot be opened, read or written to its end,
+ * or when the batch file is one of the others; or the platform's status. A CAD version other than
+ * v15 or v16 leaves an empty batch file.
  */
 ZOLP_API int ZOLP_write_startbat(const char* batch_file, assy_entry* top);
 
@@ -709,8 +716,9 @@ ZOLP_API int ZOLP_write_startbat(const char* batch_file, assy_entry* top);
  * @param[in] out address of the open output stream.
  * @param[in] item_id, item_rev values for the placeholders "%%ITEM_ID%%" and "%%ITEM_REV%%".
  * @param[in] template_pref preference that holds the path of the template, which must be writable.
- * @return 0; 1 when the template cannot be opened or a line would not fit its buffer of 500 bytes;
- *   or the platform's status. The same holds for the other writers of entries.
+ * @return 0; 1 when there is no stream or it cannot be written, when the template cannot be opened
+ * or read to its end, or when a line would not fit its buffer of 500 bytes; or the platform's
+ * status. The same holds for the other writers of entries.
  */
 ZOLP_API int ZOLP_write_item(FILE** out, const char* item_id, const char* item_rev,
                              const char* template_pref);
@@ -765,7 +773,8 @@ ZOLP_API int ZOLP_write_assylist(FILE* out, assy_entry* entry);
  * @param[in] dataset_format its format, of which the first 32 bytes are taken; null takes the first
  *   output format of the default tool.
  * @param[in] description its description; null for none.
- * @param[out] dataset_tag the new dataset; untouched when none was made.
+ * @param[out] dataset_tag the new dataset; untouched when a failure came before it was to be made,
+ *   #NULLTAG when making it failed.
  * @return 0; 919246 (the type cannot be looked up), 919247 (it has no default tool, or the tool's
  *   formats cannot be read), 919248 (the tool has no output format), 919249 (the type has no such
  *   reference), all but an unreadable tool's 919247 on the error stack with the name concerned; or
@@ -778,7 +787,7 @@ ZOLP_API int ZOLP_createDataset(const char* datasettype, const char* dataset_nam
 /**
  * Attaches a file to a dataset, in place of what the reference refers to, if anything, and as a
  * part of the dataset otherwise. Leaves the dataset saved, unlocked and unloaded; a failure leaves
- * it as far as it got, and locked.
+ * it as far as it got, and locked unless it only could not be unloaded.
  * @param[in] dataset the dataset; the function locks it.
  * @param[in] file_tag the file.
  * @param[in] reference name of the reference.
@@ -790,7 +799,7 @@ ZOLP_API int ZOLP_attachNamedReference(tag dataset, tag file_tag, const char* re
  * Looks up what a dataset refers to.
  * @param[in] dataset_name name of the dataset, the first of several.
  * @param[in] ref_name name of the reference.
- * @param[out] ref_tag what it refers to.
+ * @param[out] ref_tag what it refers to; 0 on failure.
  * @return 0, or 1 when there is no such dataset or reference, and for every other failure.
  */
 ZOLP_API int ZOLP_findDatasetNamedRef(const char* dataset_name, const char* ref_name, tag* ref_tag);
@@ -807,7 +816,7 @@ ZOLP_API int ZOLP_createRelation(tag destObject, tag tDataset, const char* relat
 /**
  * Imports a text file into a new dataset of the type "Text", related to nothing. A file that cannot
  * be imported, saved or locked is reported in the trace, and the function goes on. A failure leaves
- * what was made in the database, and the file locked.
+ * what was made in the database, and locked unless only the end of the work failed.
  * @param[in] reserved not used.
  * @param[in] dataset_name name of the dataset.
  * @param[in] path path of the text file.
@@ -820,7 +829,8 @@ ZOLP_API int ZOLP_importTextDataset(const char* reserved, const char* dataset_na
 
 /**
  * Imports a text file into a new dataset of the type "Text" and the format "TEXT", related to an
- * object as "VELO_reference". The first failure ends the work; what was made stays, unlocked.
+ * object as "VELO_reference". The first failure ends the work; what was made stays. The
+ * dataset is left unlocked, the file locked.
  * @param[in] destObject the object that gets the dataset.
  * @param[in] szDatasetName name of the dataset.
  * @param[in] szDatasetDesc its description; null for none.
@@ -859,7 +869,8 @@ ZOLP_API int ZOLP_exportImage(tag* list, int count, char* export_file_path, cons
 
 /**
  * Copies a dataset so that the copy has files of its own, each with the copy's name and its old
- * extension as original name; other objects that it refers to are shared. The environment variable
+ * extension as original name; other objects that it refers to are shared, and so are files whose
+ * reference has no format in the dataset's type. The environment variable
  * "VK_TMP_DIR" names the folder that the files pass through; the system's own is used without it.
  * Paths there have at most 260 bytes, original names at most 100; what is longer is cut.
  * @param[in] tagOldDS the dataset, which stays as it is.
@@ -911,7 +922,8 @@ ZOLP_API int ZOLP_GetMasterForm(tag tagObj, tag* form);
 
 /**
  * Form that a dataset holds under a named reference; made if need be, both then saved. Unsaved
- * changes of the dataset are dropped. The form is left unlocked, and so is the dataset.
+ * changes of the dataset are dropped. A form that is made is left unlocked, and so is the
+ * dataset.
  * @param[in] tagObj the dataset.
  * @param[in] cNamedRef name of the reference, and of a form that is made.
  * @param[out] ptagForm the form; #NULLTAG when there is none. One that was made stays here when a
@@ -1034,8 +1046,8 @@ ZOLP_API int ZOLP_set_named_condition_task_result(tag job, const char* task_name
  * that is pending.
  * @param[in] job the job.
  * @param[out] release_level the review task, or 0 when there is none.
- * @param[out] release_level_name caller's buffer of #FLOW_name_size + 1 bytes for its name; ""
- *   when there is none.
+ * @param[out] release_level_name caller's buffer of #FLOW_name_size + 1 bytes for its name, cut to
+ *   that; "" when there is none.
  * @return 0, also when there is none, or the platform's status.
  */
 ZOLP_API int ZOLP_ask_current_release_level(tag job, tag* release_level, char* release_level_name);
@@ -1084,9 +1096,11 @@ ZOLP_API int ZOLP_ask_reviewers_resourcepools(tag job, const char* release_level
  * no date; otherwise the user who runs the handler, with the date of the signoff of the handler's
  * task that was examined last. Signoffs are examined up to the first one that approves.
  * @param[in] msg the handler's message; its task counts.
- * @param[out] user_name caller's buffer of #ORG_name_size + 1 (33) bytes for the user's id.
+ * @param[out] user_name caller's buffer of #ORG_name_size + 1 (33) bytes for the user's id. The
+ *   owner's id stays in it when that user is not found.
  * @param[out] signoff_date the date; the null date when there is none.
- * @param[out] user the user; 0 on failure.
+ * @param[out] user the user; 0 when the owner's id belongs to nobody, or when a failure came before
+ *   the user was known.
  * @return 0 or the platform's status.
  */
 ZOLP_API int ZOLP_getJobInfo(const FLOW_action_message_s* msg, char* user_name,
@@ -1308,7 +1322,7 @@ ZOLP_API int ZOLP_getSeqNoListOfBom(tag line, int limit, int* counter, int* coun
  *   list.
  * @param[in] increment the increment.
  * @param[in] count, list the numbers in use.
- * @return 0, or 1 when the number is in use and the increment is 0.
+ * @return 0, or 1 when all numbers that the increment leads to are in use.
  */
 ZOLP_API int ZOLP_getUnusedSeqNo(int* seq_no, int increment, int count, tag* list);
 
@@ -1322,7 +1336,8 @@ ZOLP_API int ZOLP_getUnusedSeqNo(int* seq_no, int increment, int count, tag* lis
  * @param[in,out] count, list the objects, appended to an array as `ZOLP_addElement` does, each
  * once.
  * @return 0, 1 for a null line, or the status of a failure on this very line; failures to read a
- *   line's object are printed to standard output too.
+ *   line's object are printed to standard output too. Also 0 when memory is exhausted or the
+ * platform cannot tell whether an object exists: such objects are missing from the list.
  */
 ZOLP_API int ZOLP_exportObjectsFromBom(tag line, const char* class_name, void* reserved,
                                        int reserved2, int* count, tag** list);

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "clock.h"
 #include "host_memory.h"
 #include "ork/err.h"
 #include "zolp_basetool.h"
@@ -13,17 +12,8 @@ namespace {
 
 constexpr std::int32_t slow_call_milliseconds = 1000;
 
-/** Time since a call began, 0 for one that is not timed; the clock may wrap around meanwhile. */
-std::int32_t duration_of(const FinishedCall& call) {
-  if (!call.start_time.is_known) {
-    return 0;
-  }
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticked_milliseconds()) -
-                                   static_cast<std::uint32_t>(call.start_time.milliseconds));
-}
-
 void write_call_exit(const Call& call) {
-  unindent();
+  ZOLP_DecTraceSpaces();
   ZOLP_LOG(1, 1, " <-%s\n", call.with_place);
 }
 
@@ -38,9 +28,11 @@ void write_call_exit(const Call& call) {
 
 void write_entry(const char* text, Place place) {
   ZOLP_LOG(1, 1, " ->%s %s:%d\n", text, place.file, place.line);
+  ZOLP_IncTraceSpaces();
 }
 
 void write_exit(const char* text, Place place) {
+  ZOLP_DecTraceSpaces();
   ZOLP_LOG(1, 1, " <-%s %s:%d\n", text, place.file, place.line);
 }
 
@@ -49,17 +41,17 @@ int print_failure(int status, Place place) {
   return status;
 }
 
-StartTime write_start(const Call& call) {
-  const bool is_timed = ZOLP_trace_state.level >= ZOLP_LEVEL_TRACE;
-  const std::int32_t start_time = is_timed ? ticked_milliseconds() : 0;
+Moment write_start(const Call& call) {
+  const Moment start = ZOLP_trace_state.level >= ZOLP_LEVEL_TRACE ? this_moment() : unknown_moment;
   ZOLP_LOG(1, 1, " ->%s\n", call.with_place);
-  return {is_timed, start_time};
+  ZOLP_IncTraceSpaces();
+  return start;
 }
 
 int finish_traced(FinishedCall finished) {
   const Call& call = finished.call;
   ZOLP_TRACE(" %s\n", call.in_detail);
-  const std::int32_t duration = duration_of(finished);
+  const std::int32_t duration = milliseconds_since(finished.start);
   if (duration > slow_call_milliseconds) [[unlikely]] {
     ZOLP_TRACE("%ds for call %s\n", duration / 1000, call.in_detail);
   }
@@ -73,7 +65,7 @@ int finish_traced(FinishedCall finished) {
 int finish_guarded(FinishedCall finished) {
   const Call& call = finished.call;
   const int status = finished.status;
-  const std::int32_t duration = duration_of(finished);
+  const std::int32_t duration = milliseconds_since(finished.start);
   if (duration > slow_call_milliseconds) [[unlikely]] {
     ZOLP_TRACE("##Long Call: %s   %ds %s:%d\n", call.text, duration / 1000, call.place.file,
                call.place.line);

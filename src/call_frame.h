@@ -21,6 +21,7 @@
 #include <initializer_list>
 #include <type_traits>
 
+#include "clock.h"
 #include "ork/ork.h"
 #include "zolp_basetool.h"
 
@@ -58,34 +59,39 @@ inline Place here(const char* file = __builtin_FILE(), int line = __builtin_LINE
   return {file_name(file), line};
 }
 
-/**
- * Whether entry and exit lines may be shown; if not, nothing but errors is. While they are not, a
- * call costs as good as nothing: this and the depth are looked at in place.
- */
+/** Whether entry and exit lines may be shown; if not, nothing but errors is. */
 inline bool shows_calls() {
   return ZOLP_trace_state.level >= ZOLP_LEVEL_LOG;
-}
-
-/** One level of indentation more. */
-inline void indent() {
-  ++ZOLP_trace_state.depth;
-}
-
-/** One level of indentation less. */
-inline void unindent() {
-  if (ZOLP_trace_state.depth > 0) [[likely]] {
-    --ZOLP_trace_state.depth;
-  }
 }
 
 void write_entry(const char* text, Place place);
 void write_exit(const char* text, Place place);
 
+// While calls are not shown, they cost as good as nothing: no function of the trace library is
+// called, and the depth that errors are shown at is counted in place.
+
+/** Writes the entry line of a frame, and indents. */
+inline void enter_frame(const char* name, Place start) {
+  if (shows_calls()) [[unlikely]] {
+    write_entry(name, start);
+  } else {
+    ++ZOLP_trace_state.depth;
+  }
+}
+
+/** The end of what was indented while calls are not shown. */
+inline void unindent_silently() {
+  if (ZOLP_trace_state.depth > 0) [[likely]] {
+    --ZOLP_trace_state.depth;
+  }
+}
+
 /** Writes the exit line of a frame, one level of indentation less. */
 inline void leave_frame(const char* name, Place end = here()) {
-  unindent();
   if (shows_calls()) [[unlikely]] {
     write_exit(name, end);
+  } else {
+    unindent_silently();
   }
 }
 
@@ -95,12 +101,7 @@ inline void leave_frame(const char* name, Place end = here()) {
  */
 class Frame {
  public:
-  explicit Frame(const char* name, Place start = here()) : name_(name) {
-    if (shows_calls()) [[unlikely]] {
-      write_entry(name, start);
-    }
-    indent();
-  }
+  explicit Frame(const char* name, Place start = here()) : name_(name) { enter_frame(name, start); }
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
 
@@ -193,28 +194,24 @@ struct ShortenedCall {
   }
 };
 
-/** When a call began. */
-struct StartTime {
-  bool is_known; /**< a slow call would be shown; otherwise nobody reads the clock */
-  std::int32_t milliseconds;
-};
-
 /** A platform call that was made. Its members are evaluated in this order. */
 struct FinishedCall {
   const Call& call;
-  StartTime start_time;
+  Moment start; /**< `unknown_moment` when a slow call would not be shown */
   int status;
 };
 
-StartTime write_start(const Call& call);
+Moment write_start(const Call& call);
 int finish_traced(FinishedCall call);
 int finish_guarded(FinishedCall call);
 
 /** Reads the clock, writes the entry line of a call and indents. */
-inline StartTime start_call(const Call& call) {
-  const StartTime start_time = shows_calls() ? write_start(call) : StartTime{};
-  indent();
-  return start_time;
+inline Moment start_call(const Call& call) {
+  if (shows_calls()) [[unlikely]] {
+    return write_start(call);
+  }
+  ++ZOLP_trace_state.depth;
+  return unknown_moment;
 }
 
 /** Writes what follows a traced call; returns its status. */
@@ -222,7 +219,7 @@ inline int traced(const FinishedCall& call) {
   if (call.status != ORK_ok || shows_calls()) [[unlikely]] {
     return finish_traced(call);
   }
-  unindent();
+  unindent_silently();
   return ORK_ok;
 }
 
@@ -231,11 +228,15 @@ inline int guarded(const FinishedCall& call) {
   if (call.status != ORK_ok || shows_calls()) [[unlikely]] {
     return finish_guarded(call);
   }
-  unindent();
+  unindent_silently();
   return ORK_ok;
 }
 
 }  // namespace orktool
+
+/** A detail that is not shown costs a comparison; its arguments are not evaluated then. */
+#define ZOLP_TRACE(...) \
+  (ZOLP_trace_state.level >= ZOLP_LEVEL_TRACE ? (ZOLP_TRACE)(__VA_ARGS__) : static_cast<void>(0))
 
 /** Makes a platform call, traces it and keeps its status; goes on whatever the status is. */
 #define TRACED(status, text_literal, call)                                               \

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <limits>
 
 #include "ork/date.h"
 
@@ -14,18 +15,27 @@ using Clock = std::int32_t (*)();
 /** Milliseconds of elapsed time since the library was loaded. */
 std::int32_t elapsed_milliseconds();
 
-/**
- * The same by the system's clock tick, which is several times cheaper to read and may be late by a
- * tick (a few milliseconds): for the durations of calls, of which only those of a second and more
- * are reported.
- */
-std::int32_t ticked_milliseconds();
+/** A moment by a clock that is cheap to read. */
+using Moment = std::int64_t;
+constexpr Moment unknown_moment = std::numeric_limits<Moment>::min();
 
-/** Puts another clock in the place of both; null brings the real ones back. */
+/** This moment. */
+Moment this_moment();
+
+/**
+ * Milliseconds since a moment, exact from half a second on: only calls that take longer than a
+ * second are reported. 0 for less, and for an unknown moment.
+ */
+std::int32_t milliseconds_since(Moment start);
+
+/** Puts another clock in the place of the real one, for all three; null brings it back. */
 void replace_clock(Clock clock);
 
 /** A calendar: the local time of day. */
 using Calendar = std::tm (*)();
+
+/** Seconds since the epoch. */
+std::time_t current_seconds();
 
 /** The local time of day. */
 std::tm local_time();
@@ -33,7 +43,7 @@ std::tm local_time();
 /** The same as the platform's date record. */
 date_s local_date();
 
-/** Puts another calendar in the place of the real one; null brings the real one back. */
+/** Puts another calendar in the place of the real one, for all three; null brings it back. */
 void replace_calendar(Calendar calendar);
 
 }  // namespace orktool

@@ -1,6 +1,7 @@
 #include "patterns.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstdint>
 #include <cstdlib>
@@ -94,7 +95,8 @@ class Scan {
 
   bool are_parts_within_limits() const {
     return atom_.is_within_limits() && sequence_.extent.is_within_limits() &&
-           (!is_hazardous_ || longest_run_ <= pattern_limits::run_of_hazardous);
+           (!is_hazardous_ || longest_run_ <= pattern_limits::run_of_hazardous) &&
+           (!is_anchored_ || longest_run_ <= pattern_limits::run_of_anchored);
   }
 
   void take_next() {
@@ -120,8 +122,9 @@ class Scan {
       case '\\':
         return take_escape();
       case '^':
+        return begin_anchor(at_ == 1);
       case '$':
-        return begin_anchor();
+        return begin_anchor(at_ == pattern_.size());
       default:
         return begin_atom(character);
     }
@@ -132,7 +135,8 @@ class Scan {
   /** Repeats the atom. */
   void repeat(std::uint64_t copies, Repeated how, std::uint64_t new_choices = 1,
               bool can_be_empty = true) {
-    is_hazardous_ = is_hazardous_ || (how == Repeated::any_number && atom_.can_be_empty);
+    is_hazardous_ =
+        is_hazardous_ || atom_.anchors > 0 || (how == Repeated::any_number && atom_.can_be_empty);
     atom_.repeat(copies, new_choices);
     atom_.can_be_empty = can_be_empty;
   }
@@ -143,9 +147,9 @@ class Scan {
     atom_ = extent;
   }
 
-  void begin_anchor() {
+  void begin_anchor(bool is_at_edge = false) {
     begin_atom(anchor);
-    is_hazardous_ = true;
+    (is_at_edge ? is_anchored_ : is_hazardous_) = true;
   }
 
   void end_atom() {
@@ -253,7 +257,8 @@ class Scan {
 
   std::string_view pattern_;
   std::size_t at_ = 0;
-  bool is_hazardous_ = false; /**< see pattern_limits::run_of_hazardous */
+  bool is_hazardous_ = false; /**< see pattern_limits::run_of_hazardous ... */
+  bool is_anchored_ = false;  /**< ... and run_of_anchored */
   std::uint64_t longest_run_ = 0;
   std::vector<Sequence> open_groups_;
   Sequence sequence_;
@@ -285,19 +290,35 @@ bool is_within_limits(const char* pattern) {
 /** All patterns by their texts, which are their own. */
 class Pattern::Store {
  public:
-  Pattern* find(const char* text) {
+  Pattern* find(std::string_view text) {
+    Pattern*& recent = recent_[place_of(text)];
+    if (recent == nullptr || recent->text_ != text) {
+      recent = known(text);
+    }
+    return recent->is_compiled_ ? recent : nullptr;
+  }
+
+ private:
+  Pattern* known(std::string_view text) {
     auto found = patterns_.find(text);
     if (found == patterns_.end()) {
       std::unique_ptr<Pattern> pattern(new Pattern(text));
       const std::string_view key = pattern->text_;
       found = patterns_.emplace(key, std::move(pattern)).first;
     }
-    Pattern& pattern = *found->second;
-    return pattern.is_compiled_ ? &pattern : nullptr;
+    return found->second.get();
   }
 
- private:
+  static std::size_t place_of(std::string_view text) {
+    const auto edges = text.empty() ? 0 : static_cast<unsigned char>(text.front() + text.back());
+    return (4 * text.size() + edges) % recent_count;
+  }
+
+  static constexpr std::size_t recent_count = 64;
+
   std::unordered_map<std::string_view, std::unique_ptr<Pattern>> patterns_;
+  // A walk tries its objects with the same few patterns.
+  std::array<Pattern*, recent_count> recent_{};
 };
 
 Pattern* Pattern::find(const char* text) noexcept {
@@ -310,10 +331,10 @@ Pattern* Pattern::find(const char* text) noexcept {
   }
 }
 
-Pattern::Pattern(const char* text) : text_(text) {
-  if (is_within_limits(text)) {
+Pattern::Pattern(std::string_view text) : text_(text) {
+  if (is_within_limits(text_.c_str())) {
     compile();
-    literal_ = literal_of(text);
+    literal_ = literal_of(text_.c_str());
   }
 }
 
@@ -325,7 +346,10 @@ Pattern::~Pattern() {
 
 void Pattern::compile() {
   re_pattern_buffer compiled{};
-  if (regcomp(&compiled, text_.c_str(), REG_EXTENDED) != 0) {
+  if (const int error = regcomp(&compiled, text_.c_str(), REG_EXTENDED); error != 0) {
+    if (error == REG_ESPACE && !is_compiled_) {
+      throw std::bad_alloc();  // not for ever, then
+    }
     return;
   }
   if (is_compiled_) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace orktool {
 
@@ -29,7 +30,7 @@ class Pattern {
   class Store;
 
  private:
-  explicit Pattern(const char* text);
+  explicit Pattern(std::string_view text);
   void compile();
 
   std::string text_;
@@ -56,6 +57,8 @@ struct pattern_limits {
   static constexpr std::size_t branches = 1000;
   /** The same, passed in a row without a character, beside an anchor or a loop over nothing. */
   static constexpr std::size_t run_of_hazardous = 16;
+  /** The same, beside a "^" at the pattern's beginning or a "$" at its end alone. */
+  static constexpr std::size_t run_of_anchored = 64;
   static constexpr std::size_t references = 3; /**< back-references */
   static constexpr std::size_t choices_beside_references = 1;
 };

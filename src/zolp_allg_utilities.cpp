@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <string_view>
 
 #include "call_frame.h"
@@ -39,7 +40,7 @@ int ZOLP_ReportLastOrkError(int status) {
   const int* codes = nullptr;
   const char** texts = nullptr;
   ERR_get_errors(&count, &severities, &codes, &texts);
-  for (int i = count - 1; i >= 0; --i) {
+  for (int i = count - 1; i >= 0 && codes != nullptr && texts != nullptr; --i) {
     if (codes[i] == status) {
       ZOLP_ERROR("--%s--\n", texts[i]);
       return ORK_ok;
@@ -63,7 +64,7 @@ int ZOLP_list_errors(int print) {
   TRACED(status, "ERR_get_errors(&n_ifails, &severities, &ifails, &texts)",
          ERR_get_errors(&count, &severities, &codes, &texts));
   ZOLP_TRACE("list_errors:\n");
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; i < count && codes != nullptr && texts != nullptr; ++i) {
     ZOLP_TRACE("\t\"%d\":\"%s\"\n", codes[i], texts[i]);
   }
   return status;
@@ -216,6 +217,8 @@ int ZOLP_identify_user_and_group(const char* user_name, const char* group_name, 
 
 int ZOLP_get_current_user_and_group(tag* user, tag* group) {
   const Frame frame("ZOLP_get_current_user_and_group");
+  *user = NULLTAG;
+  *group = NULLTAG;
   [[maybe_unused]] int status = ORK_ok;
   HostPtr<char> user_name;
   TRACED(status, "STORE_get_user(&of_current_user_name, user)",
@@ -448,8 +451,11 @@ int ZOLP_splitToFirstSeparator(const char* text, char separator, char* head, cha
   const std::string_view whole(text);
   const std::size_t at = std::min(whole.find(separator), whole.size());
   const std::string_view rest = whole.substr(std::min(at + 1, whole.size()));
-  head[whole.copy(head, at)] = '\0';
-  tail[rest.copy(tail, rest.size())] = '\0';
+  // The rest may go where the text stands.
+  std::memmove(head, whole.data(), at);
+  head[at] = '\0';
+  std::memmove(tail, rest.data(), rest.size());
+  tail[rest.size()] = '\0';
   return frame.leave(0);
 }
 
@@ -627,7 +633,7 @@ int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count, tag** l
            REL_find_relation_type(relation_name, &type));
     ZOLP_TRACE("REL_find_relation_type returned %d for %s\n", status, relation_name);
     if (status != ORK_ok || type == NULLTAG) {
-      return frame.leave(status);
+      return status;  // without the exit line
     }
   }
   if (reverse != 0) {
@@ -635,6 +641,9 @@ int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count, tag** l
     *list = nullptr;
     TRACED(status, "REL_list_primary_objects(objTag, relType, p_count, &relations)",
            REL_list_primary_objects(obj, type, count, out(relations)));
+    if (relations == nullptr) {
+      *count = 0;
+    }
     if (status == ORK_ok && *count > 0) {
       *list = primary_objects(relations.get(), *count);
       if (*list == nullptr) {
@@ -677,6 +686,13 @@ namespace {
  */
 bool append_attributes(const tag* added, int added_count, int* count, tag** attributes,
                        int* capacity) {
+  if (added == nullptr || added_count < 1) {
+    return true;
+  }
+  if (added_count > std::numeric_limits<int>::max() - *count) {
+    ZOLP_CRERROR("ListAllClassAttributes alloc Memory");
+    return false;
+  }
   const int needed = *count + added_count;
   if (needed > *capacity) {
     auto* grown =
@@ -720,7 +736,7 @@ int ListAllClassAttributes(tag class_id, int* attr_count, tag** attr_ids, int* m
     TRACED(status, "STORE_superclasses_of_class(tClassId, &iParentCount, &ParentIds)",
            STORE_superclasses_of_class(class_id, &parent_count, out(parents)));
   }
-  if (status == ORK_ok && parent_count > 0) {
+  if (status == ORK_ok && parent_count > 0 && parents != nullptr) {
     TRACED(status, "ListAllClassAttributes(ParentIds[0],p_iAttrCount, p_AttrIds, p_iMaxCount)",
            ListAllClassAttributes(parents.get()[0], attr_count, attr_ids, max_count));
   }

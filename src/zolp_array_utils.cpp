@@ -90,7 +90,7 @@ int ZOLP_addElement(tag element, int* count, tag** array) {
   logical found = 0;
   ZOLP_searchElement(element, array, count, &found);
   if (found == 0) {
-    const int index = *count;
+    const int index = *array != nullptr ? std::max(*count, 0) : 0;
     auto* grown =
         static_cast<tag*>(MEM_crealloc(*array, static_cast<std::size_t>(index) + 1, sizeof(tag)));
     if (grown == nullptr) {
@@ -109,8 +109,10 @@ int ZOLP_removeElement(tag element, int* count, tag** array) {
   const Frame frame("ZOLP_removeElement");
   if (*array != nullptr) {
     *count = static_cast<int>(std::remove(*array, *array + std::max(*count, 0), element) - *array);
+  } else {
+    *count = 0;
   }
-  const int status = shrink(*array != nullptr ? *count : 0, array);
+  const int status = shrink(*count, array);
   if (status != 0) {
     std::printf("System Panik!\n");
   }
@@ -136,7 +138,7 @@ int ZOLP_excludeObjects(int count, const tag* objects, int exclude_count, const 
                         int* out_count, tag** out_array) {
   const Frame frame("ZOLP_excludeObjects");
   int status = 0;
-  for (int i = 0; i < count && status == 0; ++i) {
+  for (int i = 0; objects != nullptr && i < count && status == 0; ++i) {
     logical found = 0;
     ZOLP_searchElementInArray(objects[i], exclude, exclude_count, &found);
     if (found == 0) {
@@ -149,7 +151,8 @@ int ZOLP_excludeObjects(int count, const tag* objects, int exclude_count, const 
 int ZOLP_ifStringInArray(const char* text, int count, char** strings, logical* found) {
   const Frame frame("ZOLP_ifStringInArray");
   // Callers pass the text that they look for first in the list; only that one has ever counted.
-  const bool has_first = count > 0 && text != nullptr && strings[0] != nullptr;
+  const bool has_first =
+      count > 0 && text != nullptr && strings != nullptr && strings[0] != nullptr;
   *found = has_first && std::strcmp(text, strings[0]) == 0 ? 1 : 0;
   return frame.leave(0);
 }

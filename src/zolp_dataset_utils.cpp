@@ -21,6 +21,7 @@ using orktool::Frame;
 using orktool::HostPtr;
 using orktool::out;
 using orktool::print_failure;
+using orktool::text_or_empty;
 
 // ------------------------------------------------------------------------ creation and references
 
@@ -35,7 +36,9 @@ enum {
 };
 
 int store_error(int code, const char* detail) {
-  ERR_store_error_s1(ERR_severity_error, code, detail);
+  [[maybe_unused]] int status = ORK_ok;
+  TRACED(status, "ERR_store_error_s1(3, code, detail)",
+         ERR_store_error_s1(ERR_severity_error, code, detail));
   return code;
 }
 
@@ -55,7 +58,7 @@ int choose_format(const char* type_name, tag tool, const char* wanted, FormatNam
   if (status != ORK_ok) {
     return no_default_tool;
   }
-  if (count == 0) {
+  if (count < 1 || formats == nullptr) {
     return store_error(no_output_format, type_name);
   }
   orktool::copy_text(format, formats.get()[0]);
@@ -67,8 +70,8 @@ int check_reference_name(tag type, const char* reference_name) {
   HostPtr<char*> names;
   GUARDED("DSET_get_datasettype_refs(datasettype_tag, &ref_count, &ref_names)",
           DSET_get_datasettype_refs(type, &count, out(names)));
-  for (int i = 0; i < count; ++i) {
-    if (std::strcmp(names.get()[i], reference_name) == 0) {
+  for (int i = 0; names != nullptr && i < count; ++i) {
+    if (std::strcmp(text_or_empty(names.get()[i]), text_or_empty(reference_name)) == 0) {
       return ORK_ok;
     }
   }
@@ -105,26 +108,6 @@ int complete_dataset(tag dataset, tag tool, const char* format) {
   return ORK_ok;
 }
 
-/** Adds a file to a dataset, or puts it in the place of what the reference refers to. */
-int put_named_reference(tag dataset, const char* reference, tag file) {
-  int status = ORK_ok;
-  int reference_type = 0;
-  tag replaced = NULLTAG;
-  TRACED(status, "DSET_get_dataset_named_ref(dataset, reference, &reference_type, &old_ref)",
-         DSET_get_dataset_named_ref(dataset, reference, &reference_type, &replaced));
-  if (status == DSET_no_named_reference || replaced == NULLTAG) {
-    GUARDED("DSET_add_dataset_named_ref(dataset, reference, DSET_PART_OF, file_tag)",
-            DSET_add_dataset_named_ref(dataset, reference, DSET_PART_OF, file));
-    return ORK_ok;
-  }
-  if (status != ORK_ok) {
-    return status;
-  }
-  GUARDED("DSET_replace_dataset_named_ref(dataset, old_ref, reference, reference_type, file_tag)",
-          DSET_replace_dataset_named_ref(dataset, replaced, reference, reference_type, file));
-  return ORK_ok;
-}
-
 }  // namespace
 
 int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
@@ -147,7 +130,7 @@ int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
     return leave(store_error(type_not_found, datasettype));
   }
   if (type == NULLTAG) {
-    return leave(ORK_ok);
+    return ORK_ok;  // quietly, without the exit line
   }
   tag tool = NULLTAG;
   TRACED(status, "DSET_get_datasettype_def_tool(datasettype_tag, &default_tool)",
@@ -162,7 +145,7 @@ int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
   }
   status = check_reference_name(type, reference_name);
   if (status != ORK_ok) {
-    return leave(status);
+    return status == no_such_reference_name ? leave(status) : status;
   }
   status = create_described(type, dataset_name, description, dataset_tag);
   if (status != ORK_ok) {
@@ -175,11 +158,22 @@ int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
 int ZOLP_attachNamedReference(tag dataset, tag file_tag, const char* reference) {
   const Frame frame("ZOLP_attachNamedReference");
   ZOLP_TRACE("reference = <%s>\n", reference);
-  if (const int status = ZOLP_verify_state_and_lock_of_object(dataset); status != ORK_ok) {
+  int status = ZOLP_verify_state_and_lock_of_object(dataset);
+  if (status != ORK_ok) {
     return frame.leave(print_failure(status));
   }
-  if (const int status = put_named_reference(dataset, reference, file_tag); status != ORK_ok) {
-    return status;
+  int reference_type = 0;
+  tag replaced = NULLTAG;
+  TRACED(status, "DSET_get_dataset_named_ref(dataset, reference, &reference_type, &old_ref)",
+         DSET_get_dataset_named_ref(dataset, reference, &reference_type, &replaced));
+  if (status == DSET_no_named_reference || replaced == NULLTAG) {
+    GUARDED("DSET_add_dataset_named_ref(dataset, reference, DSET_PART_OF, file_tag)",
+            DSET_add_dataset_named_ref(dataset, reference, DSET_PART_OF, file_tag));
+  } else if (status != ORK_ok) {
+    return frame.leave(status);
+  } else {
+    GUARDED("DSET_replace_dataset_named_ref(dataset, old_ref, reference, reference_type, file_tag)",
+            DSET_replace_dataset_named_ref(dataset, replaced, reference, reference_type, file_tag));
   }
   GUARDED("OBJ_save(dataset)", OBJ_save(dataset));
   GUARDED("OBJ_unlock(dataset)", OBJ_refresh(dataset, 0));
@@ -189,6 +183,7 @@ int ZOLP_attachNamedReference(tag dataset, tag file_tag, const char* reference) 
 
 int ZOLP_findDatasetNamedRef(const char* dataset_name, const char* ref_name, tag* ref_tag) {
   const Frame frame("ZOLP_findDatasetNamedRef");
+  *ref_tag = NULLTAG;
   int status = ORK_ok;
   tag dataset = NULLTAG;
   TRACED(status, "DSET_find_dataset(dataset_name, &dataset)",
@@ -374,8 +369,8 @@ int ZOLP_fct_import_text_dataset_desc(tag destObject, const char* szDatasetName,
   HostPtr<char> uid;
   if (status == ORK_ok) {
     TRACED(status, "STORE_tag_to_uid(tDataset, &szUid)", STORE_tag_to_uid(dataset, out(uid)));
+    ZOLP_TRACE("created dataset tag=%s\n", uid != nullptr ? uid.get() : "AAAAAAAAAAAAAA");
   }
-  ZOLP_TRACE("created dataset tag=%s\n", uid != nullptr ? uid.get() : "AAAAAAAAAAAAAA");
   if (status == ORK_ok) {
     TRACED(status, "ZOLP_createRelation(destObject, tDataset, \"VELO_reference\")",
            ZOLP_createRelation(destObject, dataset, "VELO_reference"));
@@ -396,8 +391,9 @@ int ZOLP_fct_import_text_dataset(tag destObject, const char* szDatasetName, cons
 int ZOLP_exportImage(tag* list, int count, char* export_file_path, const char* ref_name,
                      const char* mode, tag itemrev) {
   const Frame frame("ZOLP_export_image");
-  if (std::strcmp(orktool::text_or_empty(mode), "no") != 0 || itemrev == NULLTAG) {
-    return frame.leave(1);
+  if (std::strcmp(text_or_empty(mode), "no") != 0 || itemrev == NULLTAG) {
+    frame.leave_as("ZOLP_exportImage");
+    return 1;
   }
   RevisionName revision;
   if (const int status = ask_revision_name(itemrev, revision); status != ORK_ok) {
@@ -412,7 +408,7 @@ int ZOLP_exportImage(tag* list, int count, char* export_file_path, const char* r
     // Each dataset yields the reference at the dataset's own place in the list.
     TRACED(status, "DSET_find_dataset_named_ref(list[j], j, reference_name, &reference_type, &ref)",
            DSET_find_dataset_named_ref(list[j], j, reference_name, &reference_type, &reference));
-    if (status != ORK_ok || std::strcmp(reference_name, ref_name) != 0) {
+    if (status != ORK_ok || std::strcmp(reference_name, text_or_empty(ref_name)) != 0) {
       continue;
     }
     status = export_image(list[j], reference, revision, export_file_path);
@@ -420,5 +416,6 @@ int ZOLP_exportImage(tag* list, int count, char* export_file_path, const char* r
       return status;
     }
   }
-  return frame.leave(ORK_ok);
+  frame.leave_as("ZOLP_exportImage");
+  return ORK_ok;
 }

@@ -38,7 +38,9 @@ int ZOLP_add_attachments(tag job, int attachment_type, int count, tag* objects) 
   const HostPtr<int> types = orktool::attachment_types(count, attachment_type);
   if (types == nullptr) {
     ZOLP_ERROR("ERROR: not enough memory available");
-    ERR_store_error(ERR_severity_error, exhausted_memory);
+    [[maybe_unused]] int status = ORK_ok;
+    TRACED(status, "ERR_store_error(3, 2002)",
+           ERR_store_error(ERR_severity_error, exhausted_memory));
     return frame.leave(exhausted_memory);
   }
   GUARDED("FLOW_add_attachments(root, count, objects, types)",
@@ -619,7 +621,7 @@ int ZOLP_getJobInfo(const FLOW_action_message_s* msg, char* user_name, date_s* s
   if (status != ORK_ok) {
     return frame.leave(status);
   }
-  if (count == 0) {
+  if (count < 1) {
     return frame.leave(ask_job_owner(job, user_name, user));
   }
   tag reviewer = NULLTAG;

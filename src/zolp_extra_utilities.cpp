@@ -1,9 +1,11 @@
 // Filters on objects, dates as text, view types and occurrences.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "call_frame.h"
 #include "clock.h"
@@ -88,27 +90,38 @@ class CharacterSet {
 };
 
 /**
- * Copies a text with an escape character before each of the special characters.
- * @return the copy; null when the text is, or when memory is exhausted.
+ * A text with an escape character before each of the special characters. One that has none of them
+ * stands for itself.
+ * @param[out] copy the text, where it is another one.
+ * @return the text; null when it is null, or when memory is exhausted.
  */
-HostPtr<char> EscapeInString(const char* text, const CharacterSet& specials, char escape_char) {
+const char* EscapeInString(const char* text, const CharacterSet& specials, HostPtr<char>& copy,
+                           char escape_char) {
   if (text == nullptr) {
     return nullptr;
   }
-  HostPtr<char> result(static_cast<char*>(MEM_alloc(2 * std::strlen(text) + 1)));
-  if (result == nullptr) {
-    ZOLP_CRERROR("EscapeInString alloc Memory");
-    return nullptr;
-  }
-  char* end = result.get();
-  for (; *text != '\0'; ++text) {
-    if (specials.has(*text)) {
-      *end++ = escape_char;
+  const std::string_view whole(text);
+  const auto is_special = [&specials](char character) { return specials.has(character); };
+  const char* result = text;
+  auto length = whole.size();
+  if (std::any_of(whole.begin(), whole.end(), is_special)) {
+    copy.reset(static_cast<char*>(MEM_alloc(2 * whole.size() + 1)));
+    if (copy == nullptr) {
+      ZOLP_CRERROR("EscapeInString alloc Memory");
+      return nullptr;
     }
-    *end++ = *text;
+    char* end = copy.get();
+    for (const char character : whole) {
+      if (is_special(character)) {
+        *end++ = escape_char;
+      }
+      *end++ = character;
+    }
+    *end = '\0';
+    result = copy.get();
+    length = static_cast<std::size_t>(end - result);
   }
-  *end = '\0';
-  ZOLP_TRACE("Result: %s (length=%d) \n", result.get(), static_cast<int>(end - result.get()));
+  ZOLP_TRACE("Result: %s (length=%d) \n", result, static_cast<int>(length));
   return result;
 }
 
@@ -116,21 +129,18 @@ HostPtr<char> EscapeInString(const char* text, const CharacterSet& specials, cha
 struct Condition {
   Condition(const char* filter, bool escape) {
     static constexpr CharacterSet operators("*.+[]{}^$\\");
-    if (escape) {
-      text = EscapeInString(filter, operators, '\\');
-    } else {
-      text.reset(ZOLP_CopyString(filter));
-    }
+    text = escape ? EscapeInString(filter, operators, escaped, '\\') : filter;
     if (text != nullptr) {
-      pattern = Pattern::find(text.get());
+      pattern = Pattern::find(text);
     }
   }
 
   bool passes(const char* value) const { return pattern != nullptr && pattern->matches(value); }
 
-  const char* shown() const { return text != nullptr ? text.get() : "(null)"; }
+  const char* shown() const { return text != nullptr ? text : "(null)"; }
 
-  HostPtr<char> text;
+  HostPtr<char> escaped;
+  const char* text = nullptr; /**< the filter or what it is when it is escaped */
   Pattern* pattern = nullptr;
 };
 
@@ -147,7 +157,7 @@ bool test_statuses(tag object, const Condition& condition, int* count, int* stat
     return condition.passes("");
   }
   bool passes = false;
-  for (int inx = 0; inx < *count && *status == ORK_ok && !passes; ++inx) {
+  for (int inx = 0; statuses != nullptr && inx < *count && *status == ORK_ok && !passes; ++inx) {
     HostPtr<char> name;
     TRACED(*status, "OBJ_get_value_string(statuses[inx], \"name\", &name)",
            OBJ_get_value_string(statuses.get()[inx], "name", out(name)));
@@ -214,7 +224,7 @@ bool MatchPattern(re_pattern_buffer pattern, const char* text) {
 }
 
 char* regmatch_dup(regmatch_t* match, const char* text) {
-  if (match == nullptr || match->rm_so < 0) {
+  if (match == nullptr || match->rm_so < 0 || match->rm_eo < match->rm_so) {
     return nullptr;
   }
   const auto length = static_cast<std::size_t>(match->rm_eo - match->rm_so);
@@ -563,7 +573,7 @@ int ZOLP_GetOccNoteText(tag bvr, tag occ, const char* note_type, tag** notes, in
            STRUCT_list_occurrence_notes(bvr, occ, note_count, notes));
   }
   bool found = false;
-  for (int i = 0; i < *note_count && status == ORK_ok && !found; ++i) {
+  for (int i = 0; *notes != nullptr && i < *note_count && status == ORK_ok && !found; ++i) {
     HostPtr<char> name;
     TRACED(status, "STRUCT_get_note_type_name((*tNotes)[i], &szName)",
            STRUCT_get_note_type_name((*notes)[i], out(name)));

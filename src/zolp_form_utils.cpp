@@ -18,6 +18,7 @@ using orktool::HostTexts;
 int ZOLP_createForm(const char* form_name, const char* form_type, const char* description,
                     tag* form) {
   const Frame frame("ZOLP_createForm");
+  *form = NULLTAG;
   GUARDED("FORM_create(form_name, description, form_type, form)",
           FORM_create(form_name, description, form_type, form));
   GUARDED("FORM_initialize(*form, form_name, NULL, form_type)",

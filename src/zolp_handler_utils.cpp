@@ -56,7 +56,8 @@ int ZOLP_getRHTargetObjects(const FLOW_action_message_s* msg, tag* job, int* tar
   GUARDED("ZOLP_ask_target_objects(*job, target_count, targets)",
           ZOLP_ask_target_objects(*job, target_count, targets));
   ZOLP_TRACE("NUMBER OF TARGETS = [%d]\n", *target_count);
-  if (*target_count == 0) {
+  if (*target_count < 1) {
+    *target_count = 0;
     const orktool::Place place = orktool::here();
     ZOLP_TRACE("Error FLOW_target_object_not_attached! File:%s [Line:%d]\n", place.file,
                place.line);
@@ -120,7 +121,7 @@ int report_if_dataset(tag attachment, const char* target_id, std::FILE* report) 
   return ORK_ok;
 }
 
-int report_datasets(tag revision, std::FILE* report) {
+int report_datasets(const Frame& frame, tag revision, std::FILE* report) {
   int status = ORK_ok;
   HostPtr<char> id;
   int count = 0;
@@ -128,6 +129,9 @@ int report_datasets(tag revision, std::FILE* report) {
   GUARDED("WSO_get_object_id_string(target, &id)", WSO_get_object_id_string(revision, out(id)));
   TRACED(status, "ITEM_list_all_rev_attachments(target, &attach_count, &attachments)",
          ITEM_list_all_rev_attachments(revision, &count, out(attachments)));
+  if (status != ORK_ok) {
+    return frame.leave(status);
+  }
   for (int i = 0; i < count && status == ORK_ok; ++i) {
     status = report_if_dataset(attachments.get()[i].attachment, text_or_empty(id.get()), report);
   }
@@ -153,7 +157,7 @@ int ZOLP_HasTargetADrawing(tag job, FILE** report) {
     if (is_revision == 0) {
       continue;
     }
-    if (const int status = report_datasets(target, *report); status != ORK_ok) {
+    if (const int status = report_datasets(frame, target, *report); status != ORK_ok) {
       return status;
     }
   }
@@ -215,7 +219,7 @@ int ZOLP_moveTargetToFolder(tag job, const char* folder_name, const char* descri
           ZOLP_ask_target_objects(job, &count, out(targets)));
   GUARDED("OBJ_refresh(folder_tag, true)", OBJ_refresh(folder, 1));
   if (insert_at_beginning(folder, count, targets.get()) != ORK_ok) {
-    return failed;
+    return frame.leave(failed);
   }
   GUARDED("OBJ_save(folder_tag)", OBJ_save(folder));
   GUARDED("OBJ_unlock(folder_tag)", OBJ_refresh(folder, 0));
@@ -227,9 +231,8 @@ namespace {
 
 /** Appends the current time in seconds, as far as a job's name has room. */
 void append_seconds(char* job_name) {
-  std::tm now = orktool::local_time();
   char seconds[16];
-  std::snprintf(seconds, sizeof seconds, "%d", static_cast<int>(std::mktime(&now)));
+  std::snprintf(seconds, sizeof seconds, "%d", static_cast<int>(orktool::current_seconds()));
   const std::size_t length = std::strlen(job_name);
   if (length < ZOLP_JOB_NAME_SIZE) {
     orktool::copy_text(job_name + length, ZOLP_JOB_NAME_SIZE + 1 - length, seconds);

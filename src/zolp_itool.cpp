@@ -31,6 +31,7 @@ using orktool::Frame;
 using orktool::HostPtr;
 using orktool::HostTexts;
 using orktool::out;
+using orktool::text_or_empty;
 
 int ZOLP_get_logical_pref(int /*option*/, const char* name, logical* value, logical default_value) {
   const Frame frame("ZOLP_get_logical_pref");
@@ -94,6 +95,9 @@ int list_statuses(tag object, int* count, HostPtr<tag>& statuses) {
   GUARDED("OBJ_load(object)", OBJ_load(object));
   GUARDED("OBJ_get_value_tags(object, \"release_status_list\", &count, &statuses)",
           OBJ_get_value_tags(object, status_list_attribute, count, out(statuses)));
+  if (statuses == nullptr && *count > 0) {
+    *count = 0;
+  }
   return ORK_ok;
 }
 
@@ -173,6 +177,7 @@ int ZOLP_ask_latest_status(tag object, char* status_name) {
     GUARDED("OBJ_get_value_string(statuses[count - 1], \"name\", &name)",
             OBJ_get_value_string(statuses.get()[count - 1], "name", out(name)));
     orktool::copy_text(status_name, ZOLP_NAME_SIZE + 1, name.get());
+    status_name[ZOLP_NAME_SIZE] = '\0';
   }
   return frame.leave(ORK_ok);
 }
@@ -226,7 +231,7 @@ int ZOLP_isObjectOfTypeExt(tag tObj, const char* szWantedType, logical* p_lAnswe
     TRACED(status, "TYPE_get_object_type(tObj, &object_type)",
            TYPE_get_object_type(tObj, &object_type));
   }
-  if (wanted_type != NULLTAG && object_type == wanted_type) {
+  if (status == ORK_ok && wanted_type != NULLTAG && object_type == wanted_type) {
     *p_lAnswer = 1;
   } else if (wanted_type != NULLTAG && include_subtypes != 0 && status == ORK_ok) {
     TRACED(status, "TYPE_is_type_of(object_type, wanted_type, p_lAnswer)",
@@ -281,23 +286,22 @@ enum { is_checked_out = 919340, lacks_privilege = 919341, is_refused = 919342 };
 
 /** 0 when the object may be changed; one of the codes above, or the platform's status. */
 int test_modifiable_and_not_checkout(tag object) {
-  const Frame frame("test_modifiable_and_not_checkout");
   int status = ORK_ok;
   logical granted = 0;
   if (RSV_assert_object_modifiable(object) != ORK_ok) {
-    return frame.leave(static_cast<int>(is_refused));
+    return is_refused;
   }
   TRACED(status, "ACCESS_check_privilege(object, \"WRITE\", &granted)",
          ACCESS_check_privilege(object, ACCESS_privilege_write, &granted));
   if (status != ORK_ok) {
-    return frame.leave(status);
+    return status;
   }
   if (granted != 1) {
-    return frame.leave(static_cast<int>(lacks_privilege));
+    return lacks_privilege;
   }
   logical checked_out = 0;
   RSV_is_checked_out(object, &checked_out);
-  return frame.leave(checked_out != 0 ? static_cast<int>(is_checked_out) : 0);
+  return checked_out != 0 ? is_checked_out : 0;
 }
 
 }  // namespace
@@ -392,7 +396,7 @@ int ZOLP_ask_attachment_type(tag primary, tag secondary, tag* tagAttType, char* 
   if (status != ORK_ok) {
     return frame.leave(ORK_ok);
   }
-  const REL_record_s* end = relations.get() + count;
+  const REL_record_s* end = relations.get() + (relations != nullptr ? std::max(count, 0) : 0);
   const REL_record_s* relation =
       std::find_if(static_cast<const REL_record_s*>(relations.get()), end,
                    [primary, secondary](const REL_record_s& record) {
@@ -484,12 +488,12 @@ int ask_import_type(tag dataset_type, const char* type_name, const char* referen
   GUARDED("DSET_get_datasettype_file_refs(tagDSType, refname, &count, &templates, &formats)",
           DSET_get_datasettype_file_refs(dataset_type, reference_name, &count, out(templates),
                                          out(formats)));
-  *is_known = count != 0;
+  *is_known = count > 0 && formats != nullptr;
   if (!*is_known) {
     ZOLP_ERROR("no FileRefs Found DSType=%s namedref=%s\n", type_name, reference_name);
     return ORK_ok;
   }
-  const char* const format = formats.get()[0];
+  const char* const format = text_or_empty(formats.get()[0]);
   *import_type = std::strcmp(format, "TEXT") == 0     ? static_cast<int>(SS_TEXT)
                  : std::strcmp(format, "BINARY") == 0 ? static_cast<int>(SS_BINARY)
                                                       : 0;
@@ -553,7 +557,7 @@ int copy_reference(tag copy, int index, tag dataset_type, const char* type_name,
           STORE_class_of_instance(reference.object, &class_id));
   GUARDED("STORE_name_of_class(class_id, &class_name)",
           STORE_name_of_class(class_id, out(class_name)));
-  if (std::strcmp(orktool::text_or_empty(class_name.get()), file_class) != 0) {
+  if (std::strcmp(text_or_empty(class_name.get()), file_class) != 0) {
     return ORK_ok;
   }
   int import_type = 0;
@@ -609,8 +613,10 @@ int ZOLP_GetMasterForm(tag tagObj, tag* form) {
   const Frame frame("ZOLP_GetMasterForm");
   *form = NULLTAG;
   if (master_form_relation == NULLTAG) {
+    tag found = NULLTAG;
     GUARDED("TYPE_find_type(\"VELO_master_form\", NULL, &VK_master_form_rtype)",
-            TYPE_find_type("VELO_master_form", nullptr, &master_form_relation));
+            TYPE_find_type("VELO_master_form", nullptr, &found));
+    master_form_relation = found;
     if (master_form_relation == NULLTAG) {
       ZOLP_ERROR("ZOLP_GetMasterForm VK_master_form_rtype not found\n");
       return frame.leave(no_single_master_form);
@@ -620,7 +626,7 @@ int ZOLP_GetMasterForm(tag tagObj, tag* form) {
   HostPtr<tag> objects;
   GUARDED("REL_list_secondary_objects_only(tagObj, VK_master_form_rtype, &count, &objects)",
           REL_list_secondary_objects_only(tagObj, master_form_relation, &count, out(objects)));
-  if (count != 1) {
+  if (count != 1 || objects == nullptr) {
     ZOLP_ERROR("ZOLP_GetMasterForm REL_list_secondary_objects_only return %d Objects\n", count);
     return frame.leave(no_single_master_form);
   }
@@ -692,6 +698,7 @@ int ZOLP_FORM_ask_value(tag form, const char* field_name, int len, char* value, 
           OBJ_UIF_get_value(form, field_name, out(display_value)));
   if (display_value != nullptr && len > 0) {
     orktool::copy_text(value, static_cast<std::size_t>(len) + 1, display_value.get());
+    value[len] = '\0';
   }
   *actual_chars = static_cast<int>(std::strlen(value));
   ZOLP_TRACE("get form field \"%s\" to value \"%s\"\n", field_name, value);

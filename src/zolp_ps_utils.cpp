@@ -124,6 +124,9 @@ namespace {
   int status = ORK_ok;
   TRACED(status, "BOMW_line_get_child_lines(bomline, &count, &children)",
          BOMW_line_get_child_lines(line, count, out(children)));
+  if (status != ORK_ok || children == nullptr) {
+    *count = 0;
+  }
   return status;
 }
 
@@ -136,7 +139,7 @@ int next_number(int number, int increment) {
 class FirstOfRevision {
  public:
   explicit FirstOfRevision(int count)
-      : slots_(std::bit_ceil(2 * static_cast<std::size_t>(count) + 2)) {}
+      : slots_(std::bit_ceil(2 * static_cast<std::size_t>(std::max(count, 0)) + 2)) {}
 
   /** Index of the first child of a revision; this one's where there was none. */
   int find_or_add(tag revision, int index) {
@@ -310,7 +313,7 @@ int pack_children(tag line, logical recursive, bool* merged) {
   HostPtr<tag> children;
   TRACED(status, "BOMW_line_get_child_lines(bomline, &count, &childs)",
          BOMW_line_get_child_lines(line, &count, out(children)));
-  for (int i = 0; i < count && status == ORK_ok; ++i) {
+  for (int i = 0; children != nullptr && i < count && status == ORK_ok; ++i) {
     TRACED(status, "BOMW_line_pack(childs[i])", BOMW_line_pack(children.get()[i]));
     if (status != ORK_ok || recursive == 0) {
       continue;
@@ -358,7 +361,7 @@ int ZOLP_get_max_depth_of_ps(tag line, int level, int* max_depth) {
   int count = 0;
   HostPtr<tag> children;
   read_children(line, &count, children);
-  const int below = level + 1;
+  const int below = next_number(level, 1);
   if (*max_depth < below) {
     *max_depth = below;
   }
@@ -425,13 +428,16 @@ int ZOLP_excludeListFromBom(tag line, int* counter, int limit, int exclude_count
 
 int ZOLP_existObjectInBom(tag line, tag top_line, logical* found) {
   const Frame frame("ZOLP_existObjectInBom");
-  [[maybe_unused]] int status = ORK_ok;
+  int status = ORK_ok;
   tag wanted = NULLTAG;
   int count = 0;
   HostPtr<tag> children;
   ZOLP_get_bomline_revtag(line, &wanted);
   TRACED(status, "BOMW_line_get_child_lines (top_line, &iChildCount, &children)",
          BOMW_line_get_child_lines(top_line, &count, out(children)));
+  if (status != ORK_ok || children == nullptr) {
+    count = 0;
+  }
   for (int i = 0; i < count; ++i) {
     tag revision = NULLTAG;
     ZOLP_get_bomline_revtag(children.get()[i], &revision);
@@ -494,8 +500,13 @@ int ZOLP_getUnusedSeqNo(int* seq_no, int increment, int count, tag* list) {
       }
       return 0;
     }
-    if (increment == 0) {
-      return frame.leave(print_failure(1));  // it would try the same number for ever
+    if (increment == 0 || open_frames >= count) {
+      // It has come back to a number that it has tried, and would go on for ever.
+      const int failed = frame.leave(print_failure(1));
+      for (; open_frames > 0; --open_frames) {
+        leave_frame(name);
+      }
+      return failed;
     }
     *seq_no = next_number(*seq_no, increment);
   }
@@ -529,7 +540,7 @@ int add_datasets(tag revision, ObjectList& list) {
   HostPtr<ITEM_attached_object_s> attachments;
   GUARDED("ITEM_list_all_rev_attachments(item_rev, &count, &attachments)",
           ITEM_list_all_rev_attachments(revision, &count, out(attachments)));
-  for (int i = 0; i < count && !list.is_exhausted; ++i) {
+  for (int i = 0; attachments != nullptr && i < count && !list.is_exhausted; ++i) {
     const tag attachment = attachments.get()[i].attachment;
     logical is_dataset = 0;
     ZOLP_isObjectOfClass(attachment, "Dataset", &is_dataset);
@@ -541,7 +552,8 @@ int add_datasets(tag revision, ObjectList& list) {
 }
 
 /** Adds the objects of one line that belong to a class. Not part of the recursion's frames. */
-[[gnu::noinline]] int add_objects_of_line(tag line, const char* class_name, ObjectList& list) {
+[[gnu::noinline]] int add_objects_of_line(const Frame& frame, tag line, const char* class_name,
+                                          ObjectList& list) {
   const bool wants_item = std::strcmp(class_name, "Item") == 0;
   const bool wants_datasets = std::strcmp(class_name, "Dataset") == 0;
   if (!wants_item && !wants_datasets && std::strcmp(class_name, "ItemRevision") != 0) {
@@ -551,7 +563,7 @@ int add_datasets(tag revision, ObjectList& list) {
   const int status =
       wants_item ? ZOLP_get_bomline_itemtag(line, &object) : ZOLP_get_bomline_revtag(line, &object);
   if (status != ORK_ok) {
-    return print_failure(status);
+    return frame.leave(print_failure(status));
   }
   if (wants_datasets) {
     return add_datasets(object, list);
@@ -574,10 +586,11 @@ int ZOLP_exportObjectsFromBom(tag line, const char* class_name, void* reserved, 
           BOMW_line_get_child_lines(line, &child_count, out(children)));
   int status = ORK_ok;
   ObjectList objects{count, list};
-  for (int i = 0; i < child_count && status == ORK_ok && !objects.is_exhausted; ++i) {
-    status = add_objects_of_line(line, orktool::text_or_empty(class_name), objects);
+  for (int i = 0;
+       children != nullptr && i < child_count && status == ORK_ok && !objects.is_exhausted; ++i) {
+    status = add_objects_of_line(frame, line, orktool::text_or_empty(class_name), objects);
     if (status != ORK_ok) {
-      return frame.leave(status);
+      return status;
     }
     status =
         ZOLP_exportObjectsFromBom(children.get()[i], class_name, reserved, reserved2, count, list);

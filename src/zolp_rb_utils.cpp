@@ -104,6 +104,7 @@ using File = std::unique_ptr<std::FILE, FileClose>;
 
 constexpr char open_error[] = "Error from open file:<%s>! File:%s [Line:%d]\n";
 constexpr char write_error[] = "Error from write file:<%s>! File:%s [Line:%d]\n";
+constexpr char read_error[] = "Error from read file:<%s>! File:%s [Line:%d]\n";
 
 File open_file(const char* path, const char* mode) {
   return File(std::fopen(text_or_empty(path), mode));
@@ -112,6 +113,15 @@ File open_file(const char* path, const char* mode) {
 bool is_at_end(std::FILE* file) {
   const int next = std::getc(file);
   return next == EOF || std::ungetc(next, file) == EOF;
+}
+
+/** Reports a file that could not be read to its end. */
+bool is_read_completely(std::FILE* file, const char* path, Place place = here()) {
+  if (std::ferror(file) == 0) {
+    return true;
+  }
+  ZOLP_ERROR(read_error, path, place.file, place.line);
+  return false;
 }
 
 /** Closes a file that was written; says whether everything arrived in it. */
@@ -310,6 +320,9 @@ int ZOLP_read_itemrevlist(const char* file, int* count, char*** item_ids, char**
   return with_memory_check(frame, "ZOLP_read_itemrevlist alloc Memory", [&] {
     ItemListArrays items;
     read_item_list(list.get(), items);
+    if (!is_read_completely(list.get(), file)) {
+      return 1;
+    }
     items.hand_over(count, item_ids, levels, counts);
     return 0;
   });
@@ -332,7 +345,8 @@ int copy_list(const Frame& frame, const char* failed_open, const char* in_file,
   return with_memory_check(frame, "release list alloc Memory", [&] {
     LineReader reader(files.in.get());
     copy(reader, files.out);
-    return close_list_copy(files, out_file);
+    const int status = close_list_copy(files, out_file);
+    return is_read_completely(files.in.get(), in_file) ? status : 1;
   });
 }
 
@@ -372,7 +386,7 @@ class SeenItems {
   /** Adds an item; false when it was there before. Traces the search as a look at each item. */
   bool add(const std::string& item) {
     const auto [position, is_new] = order_.try_emplace(item, order_.size());
-    if (ZOLP_IsTraced(ZOLP_LEVEL_TRACE) != 0) {
+    if (ZOLP_trace_state.level >= ZOLP_LEVEL_TRACE) {
       const std::size_t looks = is_new ? order_.size() - 1 : position->second + 1;
       for (std::size_t i = 0; i < looks; ++i) {
         ZOLP_TRACE("IN test itemlist");
@@ -744,10 +758,13 @@ int replace_string(Line& line, std::string_view search, std::string_view replace
   return frame.leave(0);
 }
 
-/** Reads a template's next line; an empty line at its end. False when it was at its end before. */
+/**
+ * Reads a template's next line; an empty line at its end. False when it was at its end before, or
+ * when reading has failed.
+ */
 bool read_template_line(std::FILE* file, Line& line) {
   line[0] = '\0';
-  if (std::feof(file) != 0) {
+  if (std::feof(file) != 0 || std::ferror(file) != 0) {
     return false;
   }
   if (std::fgets(line, sizeof line, file) == nullptr) {
@@ -813,8 +830,14 @@ void default_container(Field& container, std::string_view insert_preference, con
 }
 
 int write_clone_log_header(const Frame& frame, const TopAssembly& top, const char* container,
-                           const char* template_path, const char* out_file) {
-  File clone_log = open_file(out_file, "w");
+                           const char* template_path, const char* release_list_file,
+                           const char* out_file) {
+  File clone_log;
+  // Opening the clone log empties it: it must not be one of the files that it is made from.
+  if (!is_same_file(text_or_empty(out_file), text_or_empty(template_path)) &&
+      !is_same_file(text_or_empty(out_file), release_list_file)) {
+    clone_log = open_file(out_file, "w");
+  }
   if (clone_log == nullptr) {
     const Place place = here();
     ZOLP_ERROR(open_error, out_file, place.file, place.line);
@@ -828,13 +851,16 @@ int write_clone_log_header(const Frame& frame, const TopAssembly& top, const cha
                place.file, place.line);
     return frame.leave(1);
   }
-  const int status = write_header_lines(header_template.get(), clone_log.get(),
-                                        {{"%%DEFAULT_CONTAINER%%", container, "outputfolder"},
-                                         {"%%INPUTASSY_ID%%", top.item_id, "inputassy_id"},
-                                         {"%%INPUTASSY_REV%%", top.item_rev, "inputassy_rev"},
-                                         {"%%OUTPUTASSY_REV%%", top.new_item_rev, "outputassy_rev"},
-                                         {"%%OUTPUTASSY_ID%%", top.new_item_id, "outputassy_id"},
-                                         {"%%NEW_NAME%%", top.new_name, "new_name"}});
+  int status = write_header_lines(header_template.get(), clone_log.get(),
+                                  {{"%%DEFAULT_CONTAINER%%", container, "outputfolder"},
+                                   {"%%INPUTASSY_ID%%", top.item_id, "inputassy_id"},
+                                   {"%%INPUTASSY_REV%%", top.item_rev, "inputassy_rev"},
+                                   {"%%OUTPUTASSY_REV%%", top.new_item_rev, "outputassy_rev"},
+                                   {"%%OUTPUTASSY_ID%%", top.new_item_id, "outputassy_id"},
+                                   {"%%NEW_NAME%%", top.new_name, "new_name"}});
+  if (!is_read_completely(header_template.get(), template_path)) {
+    status = 1;
+  }
   header_template.reset();
   ZOLP_TRACE("%s closed", template_path);
   if (!close_written(std::move(clone_log)) && status == 0) {
@@ -881,7 +907,8 @@ int ZOLP_create_clonelogheader(const char* release_list_file, const char* out_fi
   }
   Field container;
   default_container(container, text_or_empty(insert_preference.get()), user_id.get());
-  return write_clone_log_header(frame, top, container, template_path.get(), out_file);
+  return write_clone_log_header(frame, top, container, template_path.get(), release_list_file,
+                                out_file);
 }
 
 namespace {
@@ -910,7 +937,7 @@ int ZOLP_write_info_about_relation(tag item_rev, const char* relation_type_name,
          REL_find_relation_type(relation_type_name, &relation_type));
   TRACED(status, "REL_list_secondary_objects_only(item_rev, relation_type, &count, &objects)",
          REL_list_secondary_objects_only(item_rev, relation_type, &count, out(objects)));
-  for (int i = 0; i < count && status == ORK_ok; ++i) {
+  for (int i = 0; objects != nullptr && i < count && status == ORK_ok; ++i) {
     HostPtr<char> id;
     TRACED(status, "WSO_get_object_id_string(objects[i], &id)",
            WSO_get_object_id_string(objects.get()[i], out(id)));
@@ -935,11 +962,13 @@ File open_action_file(const char* path, const char* kind, Place place = here()) 
   return file;
 }
 
-void copy_lines(std::FILE* from, const File& to) {
-  LineReader reader(from);
+/** Copies the lines of an action file; 1 when it cannot be read to its end. */
+int copy_lines(const File& from, const char* path, const File& to) {
+  LineReader reader(from.get());
   while (reader.next()) {
     write_text(to, reader.line());
   }
+  return is_read_completely(from.get(), path) ? 0 : 1;
 }
 
 /** What the batch file is made of. */
@@ -966,10 +995,12 @@ int write_batch(const BatchSettings& settings, const assy_entry& top, const File
     if (post == nullptr) {
       return 1;
     }
-    copy_lines(pre.get(), batch);
+    if (copy_lines(pre, settings.pre_actions.get(), batch) != 0) {
+      return 1;
+    }
     std::fprintf(batch.get(), "%s -pim=yes -o=CLONE -l=%s 1>clone.out 2>clone.log\n", program,
                  log_file);
-    copy_lines(post.get(), batch);
+    return copy_lines(post, settings.post_actions.get(), batch);
   }
   return 0;
 }
@@ -998,7 +1029,12 @@ int ZOLP_write_startbat(const char* batch_file, assy_entry* top) {
   std::printf("post-action-file:%s\n", text_or_empty(settings.post_actions.get()));
   std::printf("pre-action-file:%s\n", text_or_empty(settings.pre_actions.get()));
 
-  File batch = open_file(batch_file, "w");
+  File batch;
+  // Opening the batch file empties it: it must not be one of the files that go into it.
+  if (!is_same_file(text_or_empty(batch_file), text_or_empty(settings.pre_actions.get())) &&
+      !is_same_file(text_or_empty(batch_file), text_or_empty(settings.post_actions.get()))) {
+    batch = open_file(batch_file, "w");
+  }
   if (batch == nullptr) {
     const Place place = here();
     ZOLP_ERROR(open_error, batch_file, place.file, place.line);
@@ -1073,7 +1109,10 @@ int write_entry(const Frame& frame, std::FILE** entries, const char* template_pr
                place.file, place.line);
     return frame.leave(1);
   }
-  const int status = write_entry_lines(entry_template.get(), *entries, replacements);
+  int status = write_entry_lines(entry_template.get(), *entries, replacements);
+  if (!is_read_completely(entry_template.get(), path.get())) {
+    status = 1;
+  }
   entry_template.reset();
   ZOLP_TRACE(texts.closed, path.get());
   return frame.leave(status);
@@ -1193,6 +1232,17 @@ void end_calls(const OpenCalls& calls, int status) {
   }
 }
 
+/** Adds a level to those of a walk; false when memory is exhausted. */
+bool add_level(std::vector<OpenCalls>& levels, const assy_entry* first) {
+  try {
+    levels.push_back({first, first});
+    return true;
+  } catch (const std::bad_alloc&) {
+    ZOLP_CRERROR("ZOLP_write_assylist alloc Memory");
+    return false;
+  }
+}
+
 /**
  * Writes the entries of a record, of its children and of its later siblings. The trace is that of a
  * function which calls itself for the child and for the next sibling. A loop makes it: a list can
@@ -1200,7 +1250,10 @@ void end_calls(const OpenCalls& calls, int status) {
  * children, and no stack holds a million calls.
  */
 int walk_tree(std::FILE* out, const assy_entry& root) {
-  std::vector<OpenCalls> levels{{&root, &root}};
+  std::vector<OpenCalls> levels;
+  if (!add_level(levels, &root)) {
+    return 1;
+  }
   int status = begin_record(out, root);
   while (true) {
     OpenCalls& level = levels.back();
@@ -1208,8 +1261,7 @@ int walk_tree(std::FILE* out, const assy_entry& root) {
     if (status == 0 && child != nullptr) {
       ZOLP_TRACE("---> One Level down\n");
       level.is_below_done = true;
-      levels.push_back({child, child});
-      status = begin_record(out, *child);
+      status = add_level(levels, child) ? begin_record(out, *child) : 1;
     } else if (status == 0 && level.last->next != nullptr) {
       ZOLP_TRACE("Next knot\n");
       level.last = level.last->next;
@@ -1238,10 +1290,5 @@ int ZOLP_write_assylist(FILE* out, assy_entry* entry) {
     const Frame frame(walk_name);
     return frame.leave(0);
   }
-  try {
-    return walk_tree(out, *entry);
-  } catch (const std::bad_alloc&) {
-    ZOLP_CRERROR("ZOLP_write_assylist alloc Memory");
-    return 1;
-  }
+  return walk_tree(out, *entry);
 }

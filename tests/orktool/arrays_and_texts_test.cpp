@@ -71,10 +71,27 @@ TEST_F(Arrays, SearchFindsInArraysAndInNone) {
   EXPECT_EQ(ZOLP_searchElementInArray(5, tags.array, tags.count, &found), 0);
   EXPECT_EQ(found, 0);
   EXPECT_EQ(trace.lines()[4], "  Object does not exist in array");
-  none.count = 3;  // a null array is empty whatever its count says
+}
+
+TEST_F(Arrays, NullArraysAndNegativeCountsAreEmpty) {
+  Tags none;
+  logical found = 9;
+  none.count = 3;
   EXPECT_EQ(ZOLP_searchElement(4, &none.array, &none.count, &found), 0);
   EXPECT_EQ(found, 0);
-  none.count = 0;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(ZOLP_removeElement(4, &none.count, &none.array), 1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "System Panik!\n");
+  EXPECT_EQ(none.count, 0);
+  EXPECT_EQ(ZOLP_excludeObjects(2, nullptr, 0, nullptr, &none.count, &none.array), 0);
+  EXPECT_EQ(ZOLP_ifStringInArray("text", 2, nullptr, &found), 0);
+  EXPECT_EQ(found, 0);
+  for (const int count : {3, -1}) {
+    Tags tags;
+    tags.count = count;
+    EXPECT_EQ(ZOLP_addElement(4, &tags.count, &tags.array), 0);
+    EXPECT_THAT(tags.elements(), ElementsAre(4));
+  }
 }
 
 TEST_F(Arrays, RemoveShrinksAndPanicsOverNothingLeft) {

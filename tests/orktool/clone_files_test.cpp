@@ -226,6 +226,14 @@ TEST_F(CloneFiles, BatchFileFailures) {
   site.preference("ZOLP_precloneactionfile", folder.write("pre.txt", ""));
   EXPECT_EQ(write_startbat(top), 1);
   EXPECT_TRUE(trace.has("Error from open postcloneactionsfile:<"));
+  // A folder opens on some systems and cannot be read on any.
+  site.preference("ZOLP_postcloneactionsfile", folder.path("."));
+  EXPECT_EQ(write_startbat(top), 1);
+  // A file that goes into the batch file is not emptied by it.
+  const std::string actions = folder.write("clone.bat", "actions");
+  site.preference("ZOLP_postcloneactionsfile", actions);
+  EXPECT_EQ(write_startbat(top), 1);
+  EXPECT_EQ(folder.read("clone.bat"), "actions");
   EXPECT_EQ(ZOLP_write_startbat(folder.path("clone.bat").c_str(), nullptr), 1);
   testing::internal::GetCapturedStdout();
   EXPECT_EQ(ork_host_block_count(), 0U);

@@ -125,7 +125,7 @@ TEST_F(Filters, TakeEscapedTextsAnywhere) {
   EXPECT_TRUE(trace.has("Result: \\*\\.\\+\\[\\]\\{\\}\\^\\$\\\\()|? (length=24) "));
   trace.clear();
   ork_host_fail_allocation(3);  // after name and type
-  EXPECT_THAT(find(plain, "AB", nullptr), ElementsAre("NO Match for name <(null)>.", "0:0"));
+  EXPECT_THAT(find(plain, "A.B", nullptr), ElementsAre("NO Match for name <(null)>.", "0:0"));
 }
 
 TEST_F(Filters, TakeExpressions) {
@@ -247,7 +247,10 @@ TEST_F(Filters, LimitsOfPatternsHoldForWhatTheyAmountTo) {
       {"((a?){6})*", true},
       {"((a?){8})*", false},
       {"^a?(b?)?(c?)?(d?)?$", true},
-      {"^a?(b?)?(c?)?(d?)?(e?)?$", false},
+      {"^[A-Z]*(-[A-Z]+)?(te)?(m)?( .*)?(x+)?$", true},
+      {"^" + repeated("(a?)?", 16) + "$", true},
+      {"^" + repeated("(a?)?", 20) + "$", false},
+      {"(^a?(b?)?(c?)?(d?)?(e?)?$)*", false},
       {repeated("^a$|", 140) + "b", true},
       {"(a)\\1\\1\\1", true},
       {"(a)\\1\\1\\1\\1", false},
@@ -346,6 +349,9 @@ TEST_F(Filters, SmallExpressionFunctions) {
   MEM_free(part);
   EXPECT_EQ(regmatch_dup(&parts[2], "ab12cd"), nullptr);
   EXPECT_EQ(regmatch_dup(nullptr, "ab12cd"), nullptr);
+  for (regmatch_t backwards : {regmatch_t{0, -1}, regmatch_t{5, 2}}) {
+    EXPECT_EQ(regmatch_dup(&backwards, "ab12cd"), nullptr);
+  }
   regmatch_t nothing{2, 2};
   part = regmatch_dup(&nothing, "ab12cd");
   EXPECT_STREQ(part, "");

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <limits>
 #include <numeric>
 
 #include "ork/store.h"
@@ -400,6 +401,8 @@ TEST_F(Lines, UnusedNumberIsTheNextOneNotInTheList) {
   number = 10;
   testing::internal::CaptureStdout();
   EXPECT_EQ(ZOLP_getUnusedSeqNo(&number, 0, 2, used), 1);  // it would never end
+  tag circle[] = {10, 0x8000000A};
+  EXPECT_EQ(ZOLP_getUnusedSeqNo(&number, std::numeric_limits<int>::min(), 2, circle), 1);
   EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("(ifail 1)"));
 }
 
@@ -448,21 +451,25 @@ TEST_F(Export, EndsWithAFailureOfTheVisitedLine) {
     const char* class_name;
     int status;
     bool is_printed;
+    int open_levels; /**< 1 after a failure that ends the function by itself */
   };
   for (const Case& example : {
-           Case{"BOMW_line_get_child_lines", 1, "Item", failure, false},
-           Case{"BOMW_line_get_child_lines", 2, "Item", 0, false},  // of A
-           Case{"BOMW_line_get_attribute_tag", 1, "Item", failure, true},
-           Case{"BOMW_line_look_up_attribute", 1, "ItemRevision", failure, true},
-           Case{"BOMW_line_get_attribute_tag", 2, "Item", 0, true},  // of A
-           Case{"ITEM_list_all_rev_attachments", 1, "Dataset", failure, false},
-           Case{"STORE_class_of_instance", 1, "Dataset", 0, false},
-           Case{"STORE_is_tag_valid", 1, "Item", 0, false},
+           Case{"BOMW_line_get_child_lines", 1, "Item", failure, false, 1},
+           Case{"BOMW_line_get_child_lines", 2, "Item", 0, false, 1},  // of A
+           Case{"BOMW_line_get_attribute_tag", 1, "Item", failure, true, 0},
+           Case{"BOMW_line_look_up_attribute", 1, "ItemRevision", failure, true, 0},
+           Case{"BOMW_line_get_attribute_tag", 2, "Item", 0, true, 0},  // of A
+           Case{"ITEM_list_all_rev_attachments", 1, "Dataset", failure, false, 1},
+           Case{"STORE_class_of_instance", 1, "Dataset", 0, false, 0},
+           Case{"STORE_is_tag_valid", 1, "Item", 0, false, 0},
        }) {
+    SCOPED_TRACE(example.operation);
     List list;
     fail(example.operation, example.nth);
     testing::internal::CaptureStdout();
-    EXPECT_EQ(collect(example.class_name, list), example.status) << example.operation;
+    const int levels_before = open_levels();
+    EXPECT_EQ(collect(example.class_name, list), example.status);
+    EXPECT_EQ(open_levels() - levels_before, example.open_levels);
     EXPECT_EQ(testing::internal::GetCapturedStdout().empty(), !example.is_printed);
   }
   List list;

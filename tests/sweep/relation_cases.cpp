@@ -31,7 +31,7 @@ auto find_first_related(const char* name, logical reverse) {
 }
 
 void add_relations(Cases& cases) {
-  const Step unknown_type = passes("REL_find_relation_type", "99|untouched");
+  const Step unknown_type = aborts("REL_find_relation_type", "99|untouched");
   cases.add("ZOLP_GetAttachedObjs", "attached objects")
       .good({0, "2|100/C 100/A"})
       .steps({unknown_type, passes("REL_list_secondary_objects_only", "0|null")})
@@ -47,12 +47,13 @@ void add_relations(Cases& cases) {
       .call(list_related("100/A", "Documents", 1));
   cases.add("ZOLP_GetFirstAttachedObj", "attached objects")
       .good({0, "100/C"})
-      .steps(
-          {passes("REL_find_relation_type", "0"), passes("REL_list_secondary_objects_only", "0")})
+      .steps({passes("REL_find_relation_type", "0").open(1),
+              passes("REL_list_secondary_objects_only", "0")})
       .call(find_first_related("100/B", 0));
   cases.add("ZOLP_GetFirstAttachedObj", "objects that it is attached to")
       .good({0, "100/B"})
-      .steps({passes("REL_find_relation_type", "0"), passes("REL_list_primary_objects", "0")})
+      .steps(
+          {passes("REL_find_relation_type", "0").open(1), passes("REL_list_primary_objects", "0")})
       .allocations({exhausted(1, "0")})
       .call(find_first_related("100/A", 1));
 }

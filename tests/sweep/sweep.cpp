@@ -243,6 +243,8 @@ bool check_failed_allocation(const Case& tried, const Trial& trial, const Fault&
     const std::size_t step = step_of_call(tried, *trial.out_of_memory);
     if (step < tried.all_steps.size()) {
       check_failed_call(tried, trial, step, ORK_out_of_memory, differences);
+    } else {
+      differences.say("a call beyond the table's steps");
     }
     return false;
   }

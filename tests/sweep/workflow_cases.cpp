@@ -411,7 +411,7 @@ void add_drawings(Cases& cases) {
               // the target's class
               ends("STORE_class_id_of_class", 1, "0"), ends("STORE_class_of_instance", 1, "0"),
               ends("STORE_is_descendant", 1, "0"), ends("WSO_get_object_id_string", 1, "0"),
-              ends("ITEM_list_all_rev_attachments", 1, "0"),
+              ends("ITEM_list_all_rev_attachments", 0, "0"),
               // the dataset
               ignores("STORE_class_id_of_class", "0")
                   .calls({"STORE_class_id_of_class", "STORE_class_of_instance",
@@ -453,7 +453,7 @@ void add_folders(Cases& cases) {
       .good({0, "1"})
       .steps({ends("WSO_find"), ends("WSO_get_name"), ends("WSO_get_object_type"),
               ends("FLOW_get_root_task").open(2), ends("FLOW_get_attachments").open(2),
-              ends("OBJ_refresh"), answers("FOLDER_insert_instances", 1, "0").open(1).locks(),
+              ends("OBJ_refresh"), answers("FOLDER_insert_instances", 1, "0").locks(),
               ends("OBJ_save", "1").locks(), ends("OBJ_refresh", "1").locks(),
               ends("OBJ_unload", "1")})
       .call([](Run& run) {
