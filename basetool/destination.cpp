@@ -11,7 +11,7 @@ namespace basetool {
 // ---- The room.
 
 bool Destination::grow(size_t size) {
-  ErrnoKeeper errno_keeper;
+  ErrorKeeper error_keeper;
   if (size > SIZE_MAX / 4) {
     return false;
   }
@@ -250,10 +250,10 @@ bool Destination::rename_files() {
     }
     return text.data();
   };
-  bool is_done = std::remove(name(older, settings_.kept_files)) == 0;
+  bool is_done = remove_file(name(older, settings_.kept_files));
   // There may be fewer old files than are kept; the last renaming is the one that counts.
   for (unsigned age = settings_.kept_files; age > 0; --age) {
-    is_done = std::rename(name(newer, age - 1), name(older, age)) == 0;
+    is_done = rename_file(name(newer, age - 1), name(older, age));
   }
   return is_done;
 }
@@ -283,7 +283,7 @@ void Destination::set_writer(ZOLP_TraceWriter writer, void* context) {
 }
 
 void Destination::deliver(int level) {
-  ErrnoKeeper errno_keeper;
+  ErrorKeeper error_keeper;
   if (mode_ == Mode::writer) {
     cursor[-1] = '\0';
     writer_(level, line, length() - 1, writer_context_);
@@ -335,7 +335,7 @@ void Destination::drop_line() {
 }
 
 void Destination::finish() {
-  ErrnoKeeper errno_keeper;
+  ErrorKeeper error_keeper;
   is_finished_ = true;
   if (mode_ == Mode::writer) {
     // What it writes to may be gone by now.

@@ -119,9 +119,14 @@ void append_value(LineRoom& room, const Conversion& conversion, Value value) {
       format[size++] = *flag;
     }
   }
-  std::snprintf(format + size, sizeof format - size, "*.*%s%c", conversion.length, conversion.kind);
+  // Left out where they say nothing, since not all libraries print pointers the same with them.
+  const bool has_numbers = conversion.width != 0 || conversion.precision >= 0;
+  std::snprintf(format + size, sizeof format - size, "%s%s%c", has_numbers ? "*.*" : "",
+                conversion.length, conversion.kind);
   append_printed(room, [&](char* buffer, size_t room_size) {
-    return std::snprintf(buffer, room_size, format, conversion.width, conversion.precision, value);
+    return has_numbers ? std::snprintf(buffer, room_size, format, conversion.width,
+                                       conversion.precision, value)
+                       : std::snprintf(buffer, room_size, format, value);
   });
 }
 

@@ -47,7 +47,7 @@ void start() {
   if (shown_level != unknown_level) {
     return;
   }
-  ErrnoKeeper errno_keeper;
+  ErrorKeeper error_keeper;
   settings = read_settings();
   shown_level = settings.level;
   has_prefix = settings.shows_time || settings.shows_level || settings.shows_process;

@@ -13,14 +13,19 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "zolp_basetool.h"
+
 namespace basetool {
 
-/** Writes one line on standard error: a trace that does not go where it should must say so. */
-void complain(const char* format, ...)
-#if defined(__GNUC__)
-    __attribute__((format(printf, 1, 2)))
+/** The system's name for an open file or stream; -1 is none. */
+#if defined(_WIN32)
+using Descriptor = std::intptr_t;
+#else
+using Descriptor = int;
 #endif
-    ;
+
+/** Writes one line on standard error: a trace that does not go where it should must say so. */
+void complain(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
 
 /** Value of an environment variable, or null; null as well in a process of raised privileges. */
 const char* environment(const char* variable);
@@ -30,16 +35,25 @@ unsigned long process_id();
 /** Has a function called in each child process that a fork makes. */
 void call_in_forked_child(void (*function)());
 
-/** Keeps the calling program's `errno` over what is done here. */
-class ErrnoKeeper {
+/** Deletes a file. @return false when it is still there, or was not. */
+bool remove_file(const char* path);
+
+/** Renames a file, in place of one that has the new name. @return false on failure. */
+bool rename_file(const char* path, const char* new_path);
+
+/** Keeps the calling program's last error codes over what is done here. */
+class ErrorKeeper {
  public:
-  ErrnoKeeper();
-  ~ErrnoKeeper();
-  ErrnoKeeper(const ErrnoKeeper&) = delete;
-  ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
+  ErrorKeeper();
+  ~ErrorKeeper();
+  ErrorKeeper(const ErrorKeeper&) = delete;
+  ErrorKeeper& operator=(const ErrorKeeper&) = delete;
 
  private:
-  int kept_;
+  int kept_errno_;
+#if defined(_WIN32)
+  unsigned long kept_last_error_;
+#endif
 };
 
 /** Set by the signal handler that replaces a window whose file is gone; see `is_window_lost`. */
@@ -115,7 +129,7 @@ class TraceFile {
   void trim();
   bool lay_window(uint64_t from);
 
-  int descriptor_ = -1;
+  Descriptor descriptor_ = -1;
   bool is_owned_ = false;
   bool is_regular_ = false;
   int error_ = 0;

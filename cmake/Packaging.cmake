@@ -45,3 +45,37 @@ if(TARGET ork_host)
   install(FILES "${PROJECT_BINARY_DIR}/ork_host.pc"
           DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 endif()
+
+if(WIN32)
+  # The libraries that the project's own ones load, import libraries for other compilers, and the
+  # notices of all that is inside.
+  install(DIRECTORY "${ZOLP_WINDOWS_DEPENDENCIES}/bin/" DESTINATION "${CMAKE_INSTALL_BINDIR}"
+          FILES_MATCHING PATTERN "*.dll")
+  install(FILES "${ZOLP_WINDOWS_DEPENDENCIES}/include/gnu_regex/regex.h"
+          DESTINATION "${zolp_header_dir}")
+  install(FILES "${ZOLP_WINDOWS_DEPENDENCIES}/lib/libgnu_regex.dll.a"
+          DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+  install(DIRECTORY "${PROJECT_BINARY_DIR}/lib/" DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+          FILES_MATCHING PATTERN "*.lib")
+  install(DIRECTORY "${ZOLP_WINDOWS_DEPENDENCIES}/licences"
+          DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+endif()
+
+# Packages: `cpack` in the build folder.
+set(CPACK_PACKAGE_VENDOR "The zolp_orktool developers")
+set(CPACK_PACKAGE_CONTACT "The zolp_orktool developers")
+set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_SOURCE_DIR}/build/packages")
+set(CPACK_STRIP_FILES ON)
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME "${PROJECT_NAME}-${PROJECT_VERSION}-windows-x86_64")
+else()
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/lib")
+endif()
+include(CPack)

@@ -1,3 +1,10 @@
+# ZOLP_SYSTEM: the part of a source's name that tells for which operating system it is.
+if(WIN32)
+  set(ZOLP_SYSTEM windows)
+else()
+  set(ZOLP_SYSTEM posix)
+endif()
+
 # zolp_target_options(TARGET): the compile and link options that all targets of the project share.
 
 add_library(zolp_options INTERFACE)
@@ -28,6 +35,10 @@ function(zolp_target_options target)
                C_VISIBILITY_PRESET hidden
                CXX_VISIBILITY_PRESET hidden
                VISIBILITY_INLINES_HIDDEN ON)
+  get_target_property(type ${target} TYPE)
+  if(WIN32 AND type STREQUAL "EXECUTABLE")
+    target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/cmake/windows/program.rc")
+  endif()
 endfunction()
 
 # zolp_shared_library(TARGET EXPORTS FILE): options, version and export list of a shared library.
@@ -36,7 +47,10 @@ function(zolp_shared_library target)
   zolp_target_options(${target})
   set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION}
                                              SOVERSION ${PROJECT_VERSION_MAJOR})
-  if(arg_EXPORTS AND NOT WIN32)
+  if(WIN32)
+    zolp_describe_library(${target})
+    zolp_import_library(${target})
+  elseif(arg_EXPORTS)
     cmake_path(ABSOLUTE_PATH arg_EXPORTS)
     target_link_options(${target} PRIVATE "LINKER:--version-script=${arg_EXPORTS}")
     set_target_properties(${target} PROPERTIES LINK_DEPENDS "${arg_EXPORTS}")

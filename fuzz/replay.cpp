@@ -16,7 +16,7 @@ int inputs = 0;
 void run(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   const std::vector<char> input{std::istreambuf_iterator<char>(file), {}};
-  std::fprintf(stderr, "%s\n", path.filename().c_str());
+  std::fprintf(stderr, "%s\n", path.filename().string().c_str());
   LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
   ++inputs;
 }

@@ -1,13 +1,16 @@
 /** @file What the fuzzers share: inputs as texts, files without a disk, checks, a site. */
 #pragma once
 
+#if !defined(_WIN32)
 #include <sys/mman.h>
 #include <unistd.h>
+#endif
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -34,35 +37,61 @@ inline void trace_into_nothing() {
 
 /** Shuts the functions up that print to standard output. */
 inline void print_into_nothing() {
-  if (std::freopen("/dev/null", "w", stdout) == nullptr) {
+#if defined(_WIN32)
+  constexpr const char* nothing = "NUL";
+#else
+  constexpr const char* nothing = "/dev/null";
+#endif
+  if (std::freopen(nothing, "w", stdout) == nullptr) {
     std::abort();
   }
 }
 
-/** A file in memory with a path. */
+/** A file with a path; in memory, where the system has such files. */
 class MemoryFile {
  public:
+#if defined(_WIN32)
+  MemoryFile()
+      : path_((std::filesystem::temp_directory_path() /
+               ("fuzz-" + std::to_string(_getpid()) + "-" + std::to_string(count_++)))
+                  .string()) {
+    write("");
+  }
+  ~MemoryFile() {
+    std::remove(path_.c_str());
+  }
+#else
   MemoryFile() : descriptor_(memfd_create("fuzz", MFD_CLOEXEC)) {
     path_ = "/proc/self/fd/" + std::to_string(descriptor_);
   }
-  ~MemoryFile() { close(descriptor_); }
+  ~MemoryFile() {
+    close(descriptor_);
+  }
+#endif
   MemoryFile(const MemoryFile&) = delete;
   MemoryFile& operator=(const MemoryFile&) = delete;
 
-  const char* path() const { return path_.c_str(); }
+  const char* path() const {
+    return path_.c_str();
+  }
 
   void write(std::string_view contents) const {
-    std::ofstream(path_, std::ios::binary | std::ios::trunc)
+    // Text files, as those of the library: some systems end lines in their own way.
+    std::ofstream(path_, std::ios::trunc)
         .write(contents.data(), static_cast<std::streamsize>(contents.size()));
   }
 
   std::string read() const {
-    std::ifstream file(path_, std::ios::binary);
+    std::ifstream file(path_);
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
  private:
+#if defined(_WIN32)
+  inline static int count_ = 0;
+#else
   int descriptor_;
+#endif
   std::string path_;
 };
 

@@ -80,6 +80,11 @@ void check_copies(const std::string& text, const std::string& addition) {
 }
 
 void check_path(const std::string& path, const std::string& value) {
+#if defined(_WIN32)
+  if (value.empty()) {
+    return;  // a variable without a value is none
+  }
+#endif
   constexpr const char* variable = "ZOLP_FUZZ";
   setenv(variable, value.c_str(), 1);
   const std::string with_variable = std::string("%") + variable + "%\\" + path;

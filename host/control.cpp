@@ -12,6 +12,7 @@
 #include "object_id.h"
 #include "operation.h"
 #include "seed.h"
+#include "utf8_path.h"
 
 using host::guarded;
 
@@ -44,12 +45,13 @@ int ork_host_seed(const char* json) {
 int ork_host_seed_file(const char* path) {
   return guarded([&] {
     host::require_all(path);
-    std::ifstream file(path, std::ios::binary);
+    // A path object, so that names of all languages are found on all systems.
+    std::ifstream file(host::utf8_path(path), std::ios::binary);
     if (!file) {
       host::refuse(ORK_invalid_argument, std::string(path) + " cannot be read");
     }
     const std::string json{std::istreambuf_iterator<char>(file), {}};
-    host::seed(host::site(), json, std::filesystem::path(path).parent_path());
+    host::seed(host::site(), json, host::utf8_path(path).parent_path());
   });
 }
 

@@ -15,6 +15,7 @@
 #include "handout.h"
 #include "operation.h"
 #include "ork/access.h"
+#include "os.h"
 #include "vault.h"
 
 namespace host {
@@ -125,7 +126,7 @@ int FILE_create_text_file(const char* path, FILE_handle* file) {
     const std::uintptr_t handle = ++files.last_handle;
     auto& opened = files.by_handle[handle];
     opened.path = path;
-    opened.stream = std::fopen(path, "w");
+    opened.stream = host::os::open_file(path, "w");
     if (opened.stream == nullptr) {
       const int error = errno;
       files.by_handle.erase(handle);

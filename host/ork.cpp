@@ -2,14 +2,15 @@
 
 #include "ork/ork.h"
 
-#include <cstdlib>
 #include <filesystem>
 
 #include "arguments.h"
 #include "error_stack.h"
 #include "operation.h"
+#include "os.h"
 #include "password.h"
 #include "texts.h"
+#include "utf8_path.h"
 
 namespace host {
 
@@ -19,15 +20,14 @@ void open_site_of_environment() {
   if (open_site() != nullptr) {
     return;
   }
-  const char* path = std::getenv("ORK_HOST_DB");
-  if (path == nullptr || *path == '\0') {
+  const std::string path = os::environment("ORK_HOST_DB");
+  if (path.empty()) {
     refuse(ORK_site_not_available, "no site is open; set ORK_HOST_DB to the path of a site's file");
   }
   // A login does not make a site: a slip in the path would yield one without users.
   std::error_code ignored;
-  if (!std::filesystem::exists(path, ignored)) {
-    refuse(ORK_site_not_available,
-           std::string("the file that ORK_HOST_DB names does not exist: ") + path);
+  if (!std::filesystem::exists(utf8_path(path), ignored)) {
+    refuse(ORK_site_not_available, "the file that ORK_HOST_DB names does not exist: " + path);
   }
   open_site(path);
   site().belongs_to_session = true;

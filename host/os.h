@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -39,5 +41,14 @@ void* symbol_of_library(const std::string& path, const char* symbol, std::string
 
 /** The current local time. */
 date_s local_time();
+
+/** Value of an environment variable; empty when it is not set. */
+std::string environment(const char* variable);
+
+/** Bytes that nobody can foretell. @throws std::system_error */
+void make_random(std::span<unsigned char> bytes);
+
+/** As `fopen`, for paths in UTF-8. */
+std::FILE* open_file(const std::string& path, const char* mode);
 
 }  // namespace host::os

@@ -9,6 +9,7 @@
 
 #include "crypto.h"
 #include "failure.h"
+#include "os.h"
 
 namespace host {
 
@@ -82,7 +83,7 @@ void store_password(Database& database, tag user, const std::string& password) {
   start_crypto_library();
   PasswordHash made;
   made.salt.resize(16);
-  gcry_create_nonce(made.salt.data(), made.salt.size());
+  os::make_random(made.salt);
   made.hash = derive(password, made, 32);
   const std::string text = "scrypt$" + std::to_string(made.cost) + "$" +
                            std::to_string(made.parallelism) + "$" + hex_text(made.salt) + "$" +

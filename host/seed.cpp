@@ -15,6 +15,7 @@
 #include "seed_writer.h"
 #include "structure_seeder.h"
 #include "types.h"
+#include "utf8_path.h"
 
 namespace host {
 
@@ -259,7 +260,7 @@ class Seeder : private SeedWriter {
       node.refuse_kind("a string, true or false, {\"file\": path} or an array of these");
     }
     node.allow_only({"file"});
-    const std::filesystem::path path = folder_ / node.at("file").name();
+    const std::filesystem::path path = folder_ / utf8_path(node.at("file").name());
     return std::filesystem::absolute(path).lexically_normal().string();
   }
 

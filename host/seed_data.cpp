@@ -4,6 +4,7 @@
 #include "files.h"
 #include "ork/dset.h"
 #include "types.h"
+#include "utf8_path.h"
 
 namespace host {
 
@@ -133,7 +134,8 @@ void DataSeeder::take_file(const Node& node, tag dataset) {
     return store_.text(file, "original_file_name") == name;
   });
   if (known != NULLTAG) {
-    const Contents wanted = at_place(path, [&] { return read_contents(folder_ / path.text()); });
+    const Contents wanted =
+        at_place(path, [&] { return read_contents((folder_ / utf8_path(path.text())).string()); });
     if (wanted.digest == contents_of(store_, known).digest) {
       return;
     }
@@ -153,7 +155,8 @@ tag DataSeeder::import(const Node& path, const std::string& name, const std::str
     }
   }
   return at_place(path, [&] {
-    const tag file = import_file(folder_ / path.name(), name, file_type(format));
+    const tag file =
+        import_file((folder_ / utf8_path(path.name())).string(), name, file_type(format));
     for (const char* attribute : {"owning_user", "owning_group"}) {
       store_.set(file, attribute, store_.reference(dataset, attribute));
     }

@@ -12,6 +12,7 @@
 
 #include "crypto.h"
 #include "failure.h"
+#include "utf8_path.h"
 
 namespace host {
 
@@ -91,9 +92,8 @@ void require_regular(const os::SourceFile& source, const std::string& path) {
 }
 
 std::string random_name() {
-  start_crypto_library();
   unsigned char bytes[name_bytes];
-  gcry_create_nonce(bytes, sizeof bytes);
+  os::make_random(bytes);
   return hex_text(bytes);
 }
 
@@ -127,15 +127,25 @@ std::optional<os::Process> process_of(const std::string& name) {
   return list_name(process) == name ? std::optional(process) : std::nullopt;
 }
 
+/** What a list names. It is closed again, for some systems remove no open file. */
+std::vector<std::string> names_in(const std::filesystem::path& list) {
+  std::ifstream lines(list);
+  std::vector<std::string> names;
+  for (std::string line; std::getline(lines, line);) {
+    names.push_back(line);
+  }
+  return names;
+}
+
 std::string parent_folder(const std::string& path) {
-  const std::string folder = std::filesystem::path(path).parent_path().string();
+  const std::string folder = utf8_path(path).parent_path().string();
   return folder.empty() ? "." : folder;
 }
 
 /** Whether something has a path, be it a link that leads nowhere. */
 bool is_taken(const std::string& path) {
   std::error_code ignored;
-  return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+  return std::filesystem::exists(std::filesystem::symlink_status(utf8_path(path), ignored));
 }
 
 void publish(os::NewFile& file, const std::string& path) {
@@ -167,13 +177,14 @@ Contents read_contents(const std::string& path) {
 Vault::Vault(const std::string& site_path)
     : is_temporary_(site_path == ":memory:"),
       // One vault by whatever path the site is opened, and if the program changes its folder.
-      folder_(is_temporary_ ? std::string()
-                            : std::filesystem::weakly_canonical(site_path).string() + ".vault") {}
+      folder_(is_temporary_
+                  ? std::string()
+                  : std::filesystem::weakly_canonical(utf8_path(site_path)).string() + ".vault") {}
 
 Vault::~Vault() {
   if (is_temporary_ && !folder_.empty()) {
     std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
+    std::filesystem::remove_all(utf8_path(folder_), ignored);
   }
 }
 
@@ -188,7 +199,7 @@ void Vault::make_folder() {
   if (folder_.empty()) {
     folder_ = os::make_temporary_folder();
   }
-  std::filesystem::create_directories(folder_ + "/importing");
+  std::filesystem::create_directories(utf8_path(folder_ + "/importing"));
 }
 
 void Vault::announce(const std::string& name) {
@@ -260,8 +271,8 @@ void Vault::remove_unclaimed(Store& store, const std::vector<std::string>& names
   for (const std::string& name : names) {
     if (is_name(name) && store.find_one("VeloFile", {{"contents", name}}) == NULLTAG) {
       std::error_code ignored;
-      std::filesystem::remove(path_of(name), ignored);
-      std::filesystem::remove(path_of(name) + own_name_ending, ignored);
+      std::filesystem::remove(utf8_path(path_of(name)), ignored);
+      std::filesystem::remove(utf8_path(path_of(name) + own_name_ending), ignored);
     }
   }
 }
@@ -273,7 +284,7 @@ void Vault::settle(Store& store) {
   remove_unclaimed(store, announced_);
   announced_.clear();
   std::error_code ignored;
-  std::filesystem::remove(list_path(list_name(os::this_process())), ignored);
+  std::filesystem::remove(utf8_path(list_path(list_name(os::this_process()))), ignored);
 }
 
 void Vault::sweep(Store& store) const {
@@ -281,17 +292,13 @@ void Vault::sweep(Store& store) const {
   if (folder_.empty()) {
     return;
   }
-  for (const auto& list : std::filesystem::directory_iterator(folder_ + "/importing", none)) {
+  for (const auto& list :
+       std::filesystem::directory_iterator(utf8_path(folder_ + "/importing"), none)) {
     const auto process = process_of(list.path().filename().string());
     if (!process || *process == os::this_process() || os::is_running(*process)) {
       continue;
     }
-    std::ifstream lines(list.path());
-    std::vector<std::string> names;
-    for (std::string line; std::getline(lines, line);) {
-      names.push_back(line);
-    }
-    remove_unclaimed(store, names);
+    remove_unclaimed(store, names_in(list.path()));
     std::filesystem::remove(list.path(), none);
   }
 }

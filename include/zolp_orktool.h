@@ -1345,9 +1345,7 @@ ZOLP_API int ZOLP_exportObjectsFromBom(tag line, const char* class_name, void* r
 #ifdef __cplusplus
 }
 
-#if !defined(_WIN32)
 #include <regex.h>
-#endif
 
 /* ----------------------------------------------------------------------------------- filters -- */
 
@@ -1368,8 +1366,6 @@ ZOLP_API int ZOLP_exportObjectsFromBom(tag line, const char* class_name, void* r
  */
 ZOLP_API int ZOLP_ApplyFilter(tag object, const char* name_filter, const char* type_filter,
                               bool* match, bool prefix_check);
-
-#if !defined(_WIN32)
 
 /**
  * Asks whether texts occur in an object's name and type: `ZOLP_ApplyRegExpFilterExt` with escaping
@@ -1420,8 +1416,6 @@ ZOLP_API bool MatchPattern(re_pattern_buffer pattern, const char* text);
  *   match, or when memory is exhausted.
  */
 ZOLP_API char* regmatch_dup(regmatch_t* match, const char* text);
-
-#endif
 
 /* ------------------------------------------------------------------------------------- dates -- */
 

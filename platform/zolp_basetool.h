@@ -28,7 +28,10 @@
 #define ZOLP_TRACE_API __attribute__((visibility("default")))
 #endif
 
-#if defined(__GNUC__)
+#if defined(__MINGW32__) && !defined(__clang__)
+#define ZOLP_PRINTF_LIKE(format_index, first_argument) \
+  __attribute__((format(gnu_printf, format_index, first_argument)))
+#elif defined(__GNUC__)
 #define ZOLP_PRINTF_LIKE(format_index, first_argument) \
   __attribute__((format(printf, format_index, first_argument)))
 #else

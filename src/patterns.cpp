@@ -1,7 +1,5 @@
 #include "patterns.h"
 
-#if !defined(_WIN32)
-
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -379,5 +377,3 @@ bool Pattern::matches(const char* value) {
 }
 
 }  // namespace orktool
-
-#endif

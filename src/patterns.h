@@ -1,8 +1,6 @@
 /** @file Regular expressions, compiled once for the life of the process. */
 #pragma once
 
-#if !defined(_WIN32)
-
 #include <regex.h>
 
 #include <cstddef>
@@ -69,5 +67,3 @@ struct pattern_limits {
 bool is_within_limits(const char* pattern);
 
 }  // namespace orktool
-
-#endif

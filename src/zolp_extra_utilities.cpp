@@ -70,8 +70,6 @@ int ZOLP_ApplyFilter(tag object, const char* name_filter, const char* type_filte
   return frame.leave(status);
 }
 
-#if !defined(_WIN32)
-
 namespace {
 
 using orktool::Pattern;
@@ -239,8 +237,6 @@ char* regmatch_dup(regmatch_t* match, const char* text) {
   part[length] = '\0';
   return part;
 }
-
-#endif
 
 // --------------------------------------------------------------------------------------- dates
 

@@ -1,6 +1,4 @@
 /** @file `zolp clone`: prepares a clone run from a release list. */
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,10 +10,12 @@
 #include "commands.h"
 #include "error.h"
 #include "login.h"
+#include "os.h"
 #include "output_files.h"
 #include "release_list.h"
 #include "site.h"
 #include "text.h"
+#include "utf8_path.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -49,7 +49,7 @@ class Progress {
   }
 
  private:
-  bool is_shown_ = isatty(STDERR_FILENO) != 0;
+  bool is_shown_ = os::is_error_on_terminal();
 };
 
 void check_file_opens(const std::string& path, const char* mode, const std::string& preference) {
@@ -106,7 +106,9 @@ void require(int status, const std::string& what, const std::string& cause_of_1,
 class CloneRun {
  public:
   explicit CloneRun(const CloneOptions& options)
-      : options_(options), site_(site_file(options.login.site)), files_(options.folder) {}
+      : options_(options),
+        site_(site_file(options.login.site)),
+        files_(host::utf8_path(options.folder)) {}
 
   void prepare() {
     progress_.step("checking " + options_.release_list);
@@ -151,10 +153,11 @@ class CloneRun {
 
  private:
   void check_list_is_kept() const {
-    const std::filesystem::path folder(options_.folder);
+    const std::filesystem::path folder = host::utf8_path(options_.folder);
     for (const char* name : {log_name, batch_name, entries_name}) {
       std::error_code ignored;
-      if (std::filesystem::equivalent(options_.release_list, folder / name, ignored)) {
+      if (std::filesystem::equivalent(host::utf8_path(options_.release_list), folder / name,
+                                      ignored)) {
         throw Error("the run would replace list " + options_.release_list,
                     "rename the list, or choose another output folder");
       }

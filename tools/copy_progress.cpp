@@ -1,10 +1,9 @@
 #include "copy_progress.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 
 #include "ork/file.h"
+#include "os.h"
 #include "output_files.h"
 #include "text.h"
 
@@ -18,7 +17,7 @@ constexpr std::int64_t large_file = 64 << 20;
 }  // namespace
 
 CopyProgress::CopyProgress(std::string what)
-    : what_(printable(what)), is_terminal_(isatty(STDERR_FILENO) != 0) {
+    : what_(printable(what)), is_terminal_(os::is_error_on_terminal()) {
   watch_for_interruption();
   FILE_set_progress(
       [](int64_t done, int64_t total, void* context) {

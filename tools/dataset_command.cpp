@@ -1,6 +1,4 @@
 /** @file `zolp dataset`: files into datasets and out of them. */
-#include <fnmatch.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -21,10 +19,12 @@
 #include "ork/obj.h"
 #include "ork/rel.h"
 #include "ork/wso.h"
+#include "os.h"
 #include "output_files.h"
 #include "platform_block.h"
 #include "site.h"
 #include "text.h"
+#include "utf8_path.h"
 #include "zolp_orktool.h"
 
 namespace fs = std::filesystem;
@@ -269,7 +269,7 @@ FileKind choose_kind(tag type, const DatasetOptions& options) {
   int count = 0;
   char** texts = nullptr;
   require(DSET_get_datasettype_refs(type, &count, &texts), "dataset type " + options.type);
-  const std::string file_name = fs::path(options.file).filename().string();
+  const std::string file_name = host::utf8_path(options.file).filename().string();
   std::optional<FileKind> found;
   for (const std::string& reference : texts_of(count, texts)) {
     if (!options.reference.empty() && reference != options.reference) {
@@ -283,7 +283,7 @@ FileKind choose_kind(tag type, const DatasetOptions& options) {
     const std::vector<std::string> all_templates = texts_of(files, templates);
     const std::vector<std::string> all_formats = texts_of(files, formats);
     for (std::size_t i = 0; i < all_templates.size(); ++i) {
-      if (fnmatch(all_templates[i].c_str(), file_name.c_str(), FNM_CASEFOLD) == 0) {
+      if (os::fits_file_template(file_name, all_templates[i])) {
         return {reference, all_formats[i]};
       }
     }
@@ -325,7 +325,7 @@ class MadeObjects {
 };
 
 void import_text(const DatasetOptions& options, const std::string& name, tag owner) {
-  const std::string file_name = fs::path(options.file).filename().string();
+  const std::string file_name = host::utf8_path(options.file).filename().string();
   const LibraryCall call;
   require_done(ZOLP_fct_import_text_dataset_desc(owner, name.c_str(), options.description.c_str(),
                                                  options.file.c_str(), file_name.c_str()),
@@ -370,7 +370,7 @@ void check_length(const char* what, const std::string& text, std::size_t limit) 
 void import_dataset(const DatasetOptions& options) {
   const tag owner = find_owner(options);
   const std::string name =
-      options.name.empty() ? fs::path(options.file).stem().string() : options.name;
+      options.name.empty() ? host::utf8_path(options.file).stem().string() : options.name;
   check_length("name", name, WSO_name_size);
   check_length("description", options.description, WSO_description_size);
   if (find_dataset_of(owner, name) != NULLTAG) {
@@ -421,15 +421,16 @@ fs::path numbered(const fs::path& path, const std::vector<fs::path>& given) {
   fs::path candidate = path;
   for (int number = 2; std::find(given.begin(), given.end(), candidate) != given.end(); ++number) {
     candidate = path;
-    candidate.replace_filename(path.stem().string() + "-" + std::to_string(number) +
-                               path.extension().string());
+    candidate.replace_filename(path.stem());
+    candidate += "-" + std::to_string(number);
+    candidate += path.extension();
   }
   return candidate;
 }
 
 /** Where a file is to go: into a folder under its own name, or to the path that is given. */
 fs::path target_of(const DatasetOptions& options, tag file) {
-  const fs::path target(options.target.empty() ? "." : options.target);
+  const fs::path target = host::utf8_path(options.target.empty() ? "." : options.target);
   std::error_code ignored;
   if (!fs::is_directory(target, ignored)) {
     return target;
@@ -438,7 +439,7 @@ fs::path target_of(const DatasetOptions& options, tag file) {
   if (name.empty() || name == "." || name == "..") {
     throw Error("the file has the name \"" + name + "\"", "give a path for it with --out");
   }
-  return target / name;
+  return target / host::utf8_path(name);
 }
 
 void export_dataset(const DatasetOptions& options) {
@@ -464,7 +465,8 @@ void export_dataset(const DatasetOptions& options) {
                   "name a folder with --out, or one of them with --reference");
     }
     const CopyProgress progress("exporting " + target.string());
-    require_done(FILE_export_file(file, target.c_str()), "cannot export " + target.string());
+    require_done(FILE_export_file(file, target.string().c_str()),
+                 "cannot export " + target.string());
     exported.add(target);
     paths.push_back(target.string());
   }
@@ -482,7 +484,7 @@ void export_dataset(const DatasetOptions& options) {
 fs::path image_path(const DatasetOptions& options, tag dataset) {
   std::string name = options.item + "_" + options.revision + "_" + name_of(dataset);
   ZOLP_RepSpecialChar(name.data());
-  return fs::path(options.folder) / name.c_str();
+  return host::utf8_path(options.folder) / host::utf8_path(name.c_str());
 }
 
 struct Image {
@@ -530,12 +532,12 @@ void print_images(const DatasetOptions& options, const std::vector<Image>& image
 void export_images(const DatasetOptions& options) {
   const tag revision = find_owner(options);
   std::error_code ignored;
-  if (!fs::is_directory(options.folder, ignored)) {
+  if (!fs::is_directory(host::utf8_path(options.folder), ignored)) {
     throw Error(options.folder + " is no folder", "name one with --out");
   }
   std::vector<tag> datasets = datasets_of(revision);
   const std::vector<Image> images = expected_images(options, datasets);
-  std::string path = (fs::path(options.folder) / "").string();
+  std::string path = (host::utf8_path(options.folder) / "").string();
   path.resize(path.size() + ZOLP_IMAGE_NAME_SIZE);
   {
     const CopyProgress progress("exporting images");
@@ -560,12 +562,12 @@ void export_images(const DatasetOptions& options) {
 /** Files of a copy pass through a folder of its own, so that none is left when it fails. */
 class PassageFolder {
  public:
-  PassageFolder() : folder_(parent()) { setenv("VK_TMP_DIR", folder_.path().c_str(), 1); }
+  PassageFolder() : folder_(parent()) { os::set_variable("VK_TMP_DIR", folder_.path().string()); }
 
  private:
   static fs::path parent() {
     const char* const given = std::getenv("VK_TMP_DIR");
-    return given != nullptr ? fs::path(given) : fs::temp_directory_path();
+    return given != nullptr ? host::utf8_path(given) : fs::temp_directory_path();
   }
 
   WorkFolder folder_;

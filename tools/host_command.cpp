@@ -12,6 +12,7 @@
 #include "output_files.h"
 #include "site.h"
 #include "text.h"
+#include "utf8_path.h"
 
 namespace fs = std::filesystem;
 
@@ -55,8 +56,8 @@ std::string take_site_file(std::vector<std::string>& arguments) {
     return site_file("");
   }
   std::string first = arguments.front();
-  const bool looks_like_path =
-      first.find_first_of("/.") != std::string::npos || fs::is_regular_file(first);
+  const bool looks_like_path = first.find_first_of("/\\.") != std::string::npos ||
+                               fs::is_regular_file(host::utf8_path(first));
   if (!looks_like_path && has_default) {
     return site_file("");
   }
@@ -85,7 +86,7 @@ void move_site(const fs::path& from, const fs::path& to) {
 }
 
 void init_site(const SeedOptions& options) {
-  const fs::path target(options.file);
+  const fs::path target = host::utf8_path(options.file);
   if (!target.has_filename()) {
     throw usage_error("FILE names no file", "name one");
   }
@@ -213,8 +214,8 @@ struct ShowOptions {
 
 void show_site(const ShowOptions& options) {
   std::vector<std::string> arguments = given(options.file, options.section);
-  const bool only_section =
-      arguments.size() == 1 && is_section(arguments[0]) && !fs::is_regular_file(arguments[0]);
+  const bool only_section = arguments.size() == 1 && is_section(arguments[0]) &&
+                            !fs::is_regular_file(host::utf8_path(arguments[0]));
   const Site site(only_section ? site_file("") : take_site_file(arguments));
   const std::string section = arguments.empty() ? "" : arguments[0];
   if (!section.empty() && !is_section(section)) {

@@ -15,6 +15,7 @@
 #include "release_list.h"
 #include "site.h"
 #include "text.h"
+#include "utf8_path.h"
 #include "zolp_orktool.h"
 
 namespace fs = std::filesystem;
@@ -35,8 +36,8 @@ class ColumnSession {
       : work_(fs::temp_directory_path()), site_(":memory:", Site::Open::anew) {
     const std::string header_template = work_.file("header_template");
     const std::string list = work_.file("list");
-    std::ofstream empty(header_template);
-    std::ofstream(list) << "1     ;A" << separator << "A\n";
+    std::ofstream empty(host::utf8_path(header_template));
+    std::ofstream(host::utf8_path(list)) << "1     ;A" << separator << "A\n";
     site_.seed(site_description(separator, header_template).dump());
     session_.emplace();
     LibraryCall call;
@@ -77,10 +78,10 @@ using Copy = std::function<int(const char* in_file, const char* out_file)>;
 
 void check_target(const CopyOptions& options) {
   std::error_code ignored;
-  if (fs::equivalent(options.in, options.out, ignored)) {
+  if (fs::equivalent(host::utf8_path(options.in), host::utf8_path(options.out), ignored)) {
     throw usage_error("IN and OUT are the same file", "name another file for OUT");
   }
-  if (fs::exists(options.out, ignored) && !options.force) {
+  if (fs::exists(host::utf8_path(options.out), ignored) && !options.force) {
     throw Error("file " + options.out + " already exists", "name another one, or say --force");
   }
 }
@@ -89,7 +90,7 @@ void check_target(const CopyOptions& options) {
 void copy_list(const CopyOptions& options, const Copy& copy) {
   const size_t lines = check_list_file(options.in);
   check_target(options);
-  const fs::path target(options.out);
+  const fs::path target = host::utf8_path(options.out);
   if (!target.has_filename()) {
     throw usage_error("OUT names no file", "name one");
   }
@@ -102,7 +103,7 @@ void copy_list(const CopyOptions& options, const Copy& copy) {
                   "check that the list is writable and that there is room");
     }
   }
-  const std::uintmax_t size = fs::file_size(written);
+  const std::uintmax_t size = fs::file_size(host::utf8_path(written));
   const size_t kept = size == 0 ? 0 : check_list_file(written);
   stop_if_interrupted();
   files.publish();

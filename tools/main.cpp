@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "error.h"
+#include "os.h"
 #include "site.h"
 #include "text.h"
 
@@ -48,6 +49,8 @@ int run(int argc, char** argv) {
   CLI::App program("Works with release lists, clone runs, workflow jobs and embedded host sites.",
                    "zolp");
   program.footer(general_help);
+  // Paths may begin with a slash.
+  program.allow_windows_style_options(false);
   program.set_version_flag("--version", "zolp " ZOLP_TOOL_VERSION, "Print the version and exit");
   program.require_subcommand(1);
   tool::add_host_commands(program);
@@ -78,6 +81,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
+    tool::os::prepare_terminal();
     tool::silence_trace_unless_wanted();
     return run(argc, argv);
   } catch (const tool::Error& error) {

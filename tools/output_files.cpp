@@ -1,20 +1,16 @@
 #include "output_files.h"
 
-#include <signal.h>
-#include <stdlib.h>
-
 #include <cerrno>
 #include <cstring>
 
 #include "error.h"
+#include "os.h"
 
 namespace fs = std::filesystem;
 
 namespace tool {
 
 namespace {
-
-volatile sig_atomic_t interrupted = 0;
 
 std::string earlier_name(const std::string& name) {
   return name + ".earlier";
@@ -23,14 +19,7 @@ std::string earlier_name(const std::string& name) {
 }  // namespace
 
 void watch_for_interruption() {
-  struct sigaction action = {};
-  action.sa_handler = [](int) { interrupted = 1; };
-  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaction(signal_number, &action, nullptr);
-  }
-  // A file that gets too large is a write that fails, to be reported like a full disk.
-  signal(SIGXFSZ, SIG_IGN);
+  os::watch_for_interruption();
 }
 
 WorkFolder::WorkFolder(const fs::path& parent) {
@@ -42,13 +31,12 @@ WorkFolder::WorkFolder(const fs::path& parent) {
   if (!fs::is_directory(parent, problem)) {
     throw Error(shown + " is not a folder", "name a folder");
   }
-  std::string pattern = (parent / ".zolp-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) {
+  path_ = os::make_work_folder(parent);
+  if (path_.empty()) {
     throw Error("cannot write to folder " + shown + " (" + std::strerror(errno) + ")",
                 "make it writable or name another one");
   }
-  path_ = pattern;
-  watch_for_interruption();
+  os::watch_for_interruption();
 }
 
 WorkFolder::~WorkFolder() {
@@ -57,7 +45,7 @@ WorkFolder::~WorkFolder() {
 }
 
 std::string OutputFiles::add(const std::string& name) {
-  const fs::path target = target_ / name;
+  const fs::path target = target_ / host::utf8_path(name);
   std::error_code problem;
   if (fs::is_directory(target, problem)) {
     throw Error(target.string() + " is a folder", "remove it or write somewhere else");
@@ -67,8 +55,8 @@ std::string OutputFiles::add(const std::string& name) {
 }
 
 void OutputFiles::keep_earlier_file(const std::string& name) const {
-  const fs::path target = target_ / name;
-  const fs::path kept = work_.file(earlier_name(name));
+  const fs::path target = target_ / host::utf8_path(name);
+  const fs::path kept = host::utf8_path(work_.file(earlier_name(name)));
   if (!fs::exists(target)) {
     return;
   }
@@ -86,12 +74,13 @@ void OutputFiles::publish() {
       keep_earlier_file(name);
     }
     for (; placed < names_.size(); ++placed) {
-      fs::rename(work_.file(names_[placed]), target_ / names_[placed]);
+      fs::rename(host::utf8_path(work_.file(names_[placed])),
+                 target_ / host::utf8_path(names_[placed]));
     }
   } catch (const fs::filesystem_error& problem) {
     while (placed-- > 0) {
-      const fs::path target = target_ / names_[placed];
-      const fs::path kept = work_.file(earlier_name(names_[placed]));
+      const fs::path target = target_ / host::utf8_path(names_[placed]);
+      const fs::path kept = host::utf8_path(work_.file(earlier_name(names_[placed])));
       std::error_code ignored;
       if (fs::exists(kept, ignored)) {
         fs::rename(kept, target, ignored);
@@ -106,7 +95,7 @@ void OutputFiles::publish() {
 }
 
 bool is_interrupted() {
-  return interrupted != 0;
+  return os::was_interrupted();
 }
 
 void stop_if_interrupted() {

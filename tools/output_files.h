@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "utf8_path.h"
+
 namespace tool {
 
 /** A folder with a name of its own, removed with its contents at the end. */
@@ -17,7 +19,9 @@ class WorkFolder {
   WorkFolder& operator=(const WorkFolder&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
-  std::string file(const std::string& name) const { return (path_ / name).string(); }
+  std::string file(const std::string& name) const {
+    return (path_ / host::utf8_path(name)).string();
+  }
 
  private:
   std::filesystem::path path_;

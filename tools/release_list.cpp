@@ -1,14 +1,14 @@
 #include "release_list.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
 #include "error.h"
+#include "os.h"
 #include "text.h"
+#include "utf8_path.h"
 
 namespace tool {
 
@@ -20,7 +20,8 @@ constexpr size_t longest_line = 498;
 /** Reads a list's lines and knows where it is. */
 class LineReader {
  public:
-  explicit LineReader(const std::string& path) : path_(path), file_(path, std::ios::binary) {}
+  explicit LineReader(const std::string& path)
+      : path_(path), file_(host::utf8_path(path), std::ios::binary) {}
 
   bool next() {
     if (!std::getline(file_, line_)) {
@@ -55,17 +56,17 @@ class LineReader {
 
 void check_file_access(const std::string& path) {
   std::error_code problem;
-  if (!std::filesystem::exists(path, problem)) {
+  if (!std::filesystem::exists(host::utf8_path(path), problem)) {
     throw Error("list " + path + " does not exist", "check the path");
   }
-  if (!std::filesystem::is_regular_file(path, problem)) {
+  if (!std::filesystem::is_regular_file(host::utf8_path(path), problem)) {
     throw Error("list " + path + " is not a file", "name a text file");
   }
-  if (access(path.c_str(), R_OK | W_OK) != 0) {
+  if (!os::is_accessible(path)) {
     throw Error("list " + path + " cannot be opened for update (" + std::strerror(errno) + ")",
                 "make it readable and writable, or work on a copy");
   }
-  if (std::filesystem::file_size(path, problem) == 0) {
+  if (std::filesystem::file_size(host::utf8_path(path), problem) == 0) {
     throw Error("list " + path + " is empty", "export the list again");
   }
 }

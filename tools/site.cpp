@@ -1,14 +1,13 @@
 #include "site.h"
 
-#include <unistd.h>
-
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 
 #include "error.h"
 #include "host/ork_host.h"
+#include "os.h"
 #include "platform_block.h"
+#include "utf8_path.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
@@ -41,7 +40,7 @@ std::string site_file(const std::string& given) {
 
 Site::Site(const std::string& path, Open how) {
   std::error_code ignored;
-  if (how == Open::existing && !std::filesystem::is_regular_file(path, ignored)) {
+  if (how == Open::existing && !std::filesystem::is_regular_file(host::utf8_path(path), ignored)) {
     throw Error("site " + path + " does not exist", "create it with \"zolp host init\"");
   }
   require(ork_host_open(path.c_str()), "cannot open site " + path,
@@ -58,7 +57,7 @@ void Site::seed(const std::string& json) {
 
 void Site::seed_file(const std::string& path) {
   std::error_code ignored;
-  if (!std::filesystem::is_regular_file(path, ignored)) {
+  if (!std::filesystem::is_regular_file(host::utf8_path(path), ignored)) {
     throw Error("seed " + path + " is not there, or is no file", "check the path");
   }
   require(ork_host_seed_file(path.c_str()), "seed " + path + " is not taken", "correct it");
@@ -104,24 +103,13 @@ std::string Session::preference(const std::string& name) const {
 }
 
 LibraryCall::LibraryCall() {
-  std::fflush(stdout);
-  standard_output_ = dup(STDOUT_FILENO);
   const bool trace_is_on_screen = trace_is_wanted() && std::getenv("ZOLP_TRACE_FILE") == nullptr;
-  if (trace_is_on_screen) {
-    dup2(STDERR_FILENO, STDOUT_FILENO);
-  } else if (std::FILE* const nowhere = std::fopen("/dev/null", "w")) {
-    dup2(fileno(nowhere), STDOUT_FILENO);
-    std::fclose(nowhere);
-  }
+  standard_output_ = os::redirect_standard_output(
+      trace_is_on_screen ? os::Redirection::to_standard_error : os::Redirection::to_nowhere);
 }
 
 LibraryCall::~LibraryCall() {
-  std::fflush(stdout);
-  if (standard_output_ < 0) {
-    return;
-  }
-  dup2(standard_output_, STDOUT_FILENO);
-  close(standard_output_);
+  os::restore_standard_output(standard_output_);
 }
 
 void silence_trace_unless_wanted() {

@@ -6,11 +6,12 @@
  *
  * The commands are carried out in order.
  */
+#if !defined(_WIN32)
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <atomic>
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "support/shared_memory.h"
 #include "zolp_basetool.h"
 
 namespace {
@@ -50,18 +52,15 @@ void lines(const char* name, int count) {
 
 /** Writes lines until it is killed, and counts them in a file that outlives it. */
 void count_lines(const char* counter_file) {
-  int file = open(counter_file, O_RDWR);
-  void* memory = mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-  if (memory == MAP_FAILED) {
-    _exit(1);
-  }
-  auto* counter = static_cast<std::atomic<int>*>(memory);
+  const test::SharedMemory<std::atomic<int>> counter(counter_file);
   for (int i = 0;; ++i) {
     ZOLP_ERROR("line %d ", i);
     ZOLP_ERROR("%s\n", "is whole");
     counter->store(i + 1);
   }
 }
+
+#if !defined(_WIN32)
 
 void fork_child() {
   ZOLP_ERROR("begun by the parent, ");
@@ -124,20 +123,48 @@ void trace_late(int, void*) {
   on_exit(trace_late, nullptr);
 };
 
+/** Carries a command out for which there is no like on other systems. @return false if unknown. */
+bool carry_out_on_posix(const std::string& command, char**& argument) {
+  if (command == "fork") {
+    fork_child();
+  } else if (command == "limit") {
+    limit_file_size(std::atoi(*++argument));
+  } else if (command == "truncate") {
+    return truncate(*++argument, 0) == 0;
+  } else if (command == "take-descriptors") {
+    take_descriptors(*++argument);
+  } else if (command == "exhaust-memory") {
+    exhaust_memory();
+  } else if (command == "late") {
+    is_late = true;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+#else
+
+bool carry_out_on_posix(const std::string&, char**&) {
+  return false;
+}
+
+#endif
+
 }  // namespace
 
-int main(int argc, char** argv) {
-  for (int i = 1; i < argc; ++i) {
-    std::string command = argv[i];
+int main(int, char** argument) {
+  while (*++argument != nullptr) {
+    const std::string command = *argument;
     if (command == "levels") {
       levels();
     } else if (command == "lines") {
-      lines(argv[i + 1], std::atoi(argv[i + 2]));
-      i += 2;
+      lines(argument[1], std::atoi(argument[2]));
+      argument += 2;
     } else if (command == "text") {
-      ZOLP_ERROR("%s", argv[++i]);
+      ZOLP_ERROR("%s", *++argument);
     } else if (command == "long") {
-      ZOLP_ERROR("%s|\n", std::string(static_cast<size_t>(std::atoi(argv[++i])), 'x').c_str());
+      ZOLP_ERROR("%s|\n", std::string(static_cast<size_t>(std::atoi(*++argument)), 'x').c_str());
     } else if (command == "deeper") {
       ZOLP_IncTraceSpaces();
     } else if (command == "capture") {
@@ -153,22 +180,8 @@ int main(int argc, char** argv) {
     } else if (command == "meet") {
       meet();
     } else if (command == "count") {
-      count_lines(argv[++i]);
-    } else if (command == "fork") {
-      fork_child();
-    } else if (command == "limit") {
-      limit_file_size(std::atoi(argv[++i]));
-    } else if (command == "truncate") {
-      if (truncate(argv[++i], 0) != 0) {
-        return 1;
-      }
-    } else if (command == "take-descriptors") {
-      take_descriptors(argv[++i]);
-    } else if (command == "exhaust-memory") {
-      exhaust_memory();
-    } else if (command == "late") {
-      is_late = true;
-    } else {
+      count_lines(*++argument);
+    } else if (!carry_out_on_posix(command, argument)) {
       return 2;
     }
   }

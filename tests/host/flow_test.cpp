@@ -2,10 +2,13 @@
 
 #include "ork/flow.h"
 
+#if !defined(_WIN32)
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 
 #include "objects_site.h"
@@ -400,7 +403,9 @@ TEST_F(Flow, WrongObjectsAreRefused) {
   EXPECT_EQ(FLOW_register_handler("", note), ORK_invalid_argument);
   EXPECT_EQ(ork_host_load_handlers(""), FLOW_cannot_load_handlers);
   EXPECT_EQ(ork_host_load_handlers("/no/such/library.so"), FLOW_cannot_load_handlers);
-  EXPECT_THAT(last_error(), HasSubstr("/no/such/library.so"));
+  EXPECT_THAT(
+      last_error(),
+      HasSubstr(std::filesystem::absolute("/no/such/library.so").make_preferred().string()));
 }
 
 TEST_F(Flow, AHandlerThatFailsStopsTheJobWhereItIs) {
@@ -588,6 +593,8 @@ TEST_F(Flow, WrongTemplatesAreRefusedWithTheirPlace) {
   EXPECT_THAT(last_error(), HasSubstr("nested more than 32 deep"));
 }
 
+#if !defined(_WIN32)
+
 // A process that dies inside a handler leaves the last step that was completed.
 TEST(FlowProcess, AKilledProcessLeavesTheLastStep) {
   const test::TemporaryFolder folder;
@@ -623,3 +630,5 @@ TEST(FlowProcess, AKilledProcessLeavesTheLastStep) {
   EXPECT_EQ(states(found[0]), "Straight:C One:C Two:C Inner:C ");
   ork_host_close();
 }
+
+#endif

@@ -169,7 +169,7 @@ TEST(LockOfProcess, IsSeenWithItsHolderUntilThatDies) {
                           std::to_string(item) + ", by user partner on " + holder_of(item).node));
     EXPECT_EQ(OBJ_delete(item), STORE_locked_by_other);
     EXPECT_THAT(test::describe("locks"), HasSubstr("000100/B-Stiff bracket"));
-    partner.kill_and_keep();
+    partner.kill();
     EXPECT_EQ(holder_of(item).user_id, "(null)");
     EXPECT_EQ(test::describe("locks"), "[]");
   }

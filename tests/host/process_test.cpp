@@ -58,7 +58,7 @@ TEST_F(ProcessTest, ALockOfAnotherProcessIsRefusedWithItsHolderUntilThatEnds) {
   expect_locked_by_partner(first);
   expect_locked_by_partner(second);
 
-  killed.kill_and_keep();
+  killed.kill();
   EXPECT_FALSE(store_.lock_holder(first).has_value());
   store_.lock(first);
   ended.close_input();
@@ -82,7 +82,7 @@ TEST_F(ProcessTest, AKilledProcessLeavesWholeSaves) {
       last_said = saving.read_line();
     }
     ASSERT_EQ(last_said, std::to_string(saves));
-    saving.kill_and_keep();
+    saving.kill();
 
     store_.refresh(item, false);
     const std::string name = store_.text(item, "object_name");

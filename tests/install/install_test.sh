@@ -1,55 +1,88 @@
 #!/usr/bin/env bash
-# usage: install_test.sh BUILD_FOLDER EXAMPLES_FOLDER
-# Installs the build, moves the installation, builds the batch example against it with CMake and
-# with pkg-config and the handler example with CMake, and runs them on sites made by the installed
-# program.
+# usage: install_test.sh SOURCE_FOLDER WHAT
+# Installs what was built into a clean folder, moves the installation, builds the batch example
+# against it with CMake and with pkg-config and the handler example with CMake, and runs them on
+# sites made by the installed program.
+# WHAT is a build folder, or a package: .deb for this system or .zip for 64-bit Windows.
 set -euo pipefail
-build=$1
-example=$2/batch
+source=$1
+what=$2
+example=$source/examples/batch
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-cmake --install "$build" --prefix "$scratch/first" >/dev/null
-mv "$scratch/first" "$scratch/prefix"
+case $what in
+  *.deb)
+    dpkg-deb --extract "$what" "$scratch/first"
+    mv "$scratch/first/usr" "$scratch/prefix"
+    ;;
+  *.zip)
+    mkdir "$scratch/first"
+    (cd "$scratch/first" && cmake -E tar xf "$what")
+    mv "$scratch/first"/* "$scratch/prefix"
+    ;;
+  *)
+    cmake --install "$what" --prefix "$scratch/first" >/dev/null
+    mv "$scratch/first" "$scratch/prefix"
+    ;;
+esac
 prefix=$scratch/prefix
-zolp=$prefix/bin/zolp
 
-cmake -S "$example" -B "$scratch/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+configure=()
+compiler=cc
+run=()
+ending=
+library_ending=.so
+if [ -f "$prefix/bin/zolp.exe" ]; then
+  configure=(-DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows/toolchain.cmake"
+    -DCMAKE_FIND_ROOT_PATH="$prefix")
+  compiler=x86_64-w64-mingw32-gcc
+  run=("$source/cmake/windows/run.sh")
+  ending=.exe
+  library_ending=.dll
+fi
+zolp=("${run[@]}" "$prefix/bin/zolp$ending")
+
+cmake -S "$example" -B "$scratch/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" "${configure[@]}" >/dev/null
 cmake --build "$scratch/build"
 
-"$zolp" --version
-"$zolp" host init "$scratch/site.db" --seed "$2/clone-run/site.json"
-"$zolp" host pref "$scratch/site.db" ZOLP_clonelogfile expected.log
+"${zolp[@]}" --version
+"${zolp[@]}" host init "$scratch/site.db" --seed "$source/examples/clone-run/site.json"
+"${zolp[@]}" host pref "$scratch/site.db" ZOLP_clonelogfile expected.log
 export ORK_HOST_DB=$scratch/site.db
 
 check() { # PROGRAM
+  # Programs for Windows find the libraries that stand beside them.
+  [ -z "$ending" ] || cp "$prefix"/bin/*.dll "$(dirname "$1")"
   local output
-  output=$("$1" ZOLP_clonelogfile)
+  output=$("${run[@]}" "$1" ZOLP_clonelogfile)
   echo "$output"
   grep -q 'expected\.log' <<<"$output"
-  if "$1" -u=nobody -p=nothing -g=nowhere ZOLP_clonelogfile; then
+  if "${run[@]}" "$1" -u=nobody -p=nothing -g=nowhere ZOLP_clonelogfile; then
     echo "a wrong login must fail" >&2
     exit 1
   fi
 }
 
-check "$scratch/build/batch"
+check "$scratch/build/batch$ending"
 
-cmake -S "$2/handler" -B "$scratch/handler" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake -S "$source/examples/handler" -B "$scratch/handler" -G Ninja \
+  -DCMAKE_PREFIX_PATH="$prefix" "${configure[@]}" >/dev/null
 cmake --build "$scratch/handler"
 export ORK_HOST_DB=$scratch/handler.db
-"$zolp" host init "$ORK_HOST_DB" --seed "$2/handler/site.json"
-"$zolp" job start 'Release of parts' --name R-17 --target GB-1210/C
-"$zolp" handler run "$scratch/handler/libexamine_targets.so" --job R-17 \
+"${zolp[@]}" host init "$ORK_HOST_DB" --seed "$source/examples/handler/site.json"
+"${zolp[@]}" job start 'Release of parts' --name R-17 --target GB-1210/C
+"${zolp[@]}" handler run "$scratch/handler/libexamine_targets$library_ending" --job R-17 \
   --argument 'condition=Tested before?'
-"$zolp" job show R-17 | grep -q 'Tested before?  Pending  (condition)  result true'
-"$zolp" show GB-1210/C | grep -q 'Examination report'
+"${zolp[@]}" job show R-17 | grep -q 'Tested before?  Pending  (condition)  result true'
+"${zolp[@]}" show GB-1210/C | grep -q 'Examination report'
 export ORK_HOST_DB=$scratch/site.db
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name zolp_orktool.pc)")
 export PKG_CONFIG_PATH
-cp "$example"/*.c "$scratch/"
+mkdir "$scratch/plain"
 # shellcheck disable=SC2046
-cc -o "$scratch/batch" "$scratch"/*.c $(pkg-config --cflags --libs zolp_orktool ork_host)
-LD_LIBRARY_PATH=$(pkg-config --variable=libdir zolp_orktool) check "$scratch/batch"
+"$compiler" -o "$scratch/plain/batch$ending" "$example"/*.c \
+  $(pkg-config --cflags --libs zolp_orktool ork_host)
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir zolp_orktool) check "$scratch/plain/batch$ending"
 echo "the example runs on the installation"

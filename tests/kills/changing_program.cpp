@@ -96,7 +96,8 @@ int main(int count, char** arguments) {
   if (count != 3) {
     return 2;
   }
-  progress = &test::map_progress(arguments[2]);
+  const test::SharedMemory<test::Progress> shared(arguments[2]);
+  progress = &*shared;
   expect(ork_host_open(arguments[1]), "open");
   expect(ORK_auto_login(), "login");
   tag item = NULLTAG;

@@ -78,7 +78,8 @@ TEST_F(CloneFiles, HeaderIsMadeFromTheFirstItemLine) {
   EXPECT_TRUE(trace.has(" <-get_format_positions zolp_rb_utils.cpp:"));
   EXPECT_TRUE(trace.has("OUTSTRING:ada:Newstuff %%DEFAULT_CONTAINER%%"));
   EXPECT_THAT(trace.lines().back(),
-              HasSubstr("/clone.log closed <-ZOLP_create_clonelogheader zolp_rb_utils.cpp:"));
+              HasSubstr(folder.path("clone.log") +
+                        " closed <-ZOLP_create_clonelogheader zolp_rb_utils.cpp:"));
 
   folder.write("header.txt", "[%%DEFAULT_CONTAINER%%]");
   for (const auto& [insert, container] : {std::pair{"2", "[ada]"}, std::pair{"3", "[]"}}) {

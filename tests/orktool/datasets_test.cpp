@@ -74,7 +74,7 @@ class Datasets : public testing::Test {
   std::string exported(tag file) const {
     const std::string name = "out" + std::to_string(file);
     EXPECT_EQ(FILE_export_file(file, folder.path(name).c_str()), ORK_ok);
-    return folder.read(name);
+    return folder.read_bytes(name);
   }
 
   static tag reference_of(tag dataset, const char* name, int* type = nullptr) {
@@ -391,7 +391,7 @@ TEST_F(Datasets, ImagesAreExportedUnderGeneratedNames) {
 TEST_F(Datasets, ARealCopyHasFilesOfItsOwn) {
   const std::filesystem::path temporary = folder.path("tmp");
   std::filesystem::create_directory(temporary);
-  setenv("VK_TMP_DIR", temporary.c_str(), 1);
+  setenv("VK_TMP_DIR", temporary.string().c_str(), 1);
   const tag original = make_dataset("Part", "X", "Model");
   const std::string binary("\0\x01\xff", 3);
   tag form = NULLTAG;
@@ -442,7 +442,7 @@ TEST_F(Datasets, AFailedCopyStaysAndIsReported) {
   attach(original, "Model", DSET_PART_OF, make_file("a.prt", "model", SS_BINARY));
   const std::filesystem::path temporary = folder.path("tmp");
   std::filesystem::create_directory(temporary);
-  setenv("VK_TMP_DIR", temporary.c_str(), 1);
+  setenv("VK_TMP_DIR", temporary.string().c_str(), 1);
   tag copy = NULLTAG;
   expect_end_at_each(
       {"DSET_copy_dataset_with_id", "OBJ_save", "OBJ_refresh", "WSO_get_object_type",
@@ -458,7 +458,7 @@ TEST_F(Datasets, AFailedCopyStaysAndIsReported) {
   // A folder that does not fit a path, and one that is not there.
   setenv("VK_TMP_DIR", std::string(300, 'x').c_str(), 1);
   EXPECT_EQ(ZOLP_RealCopyDataset(original, "Copy", &copy), FILE_cannot_open);
-  setenv("VK_TMP_DIR", (temporary / "gone").c_str(), 1);
+  setenv("VK_TMP_DIR", (temporary / "gone").string().c_str(), 1);
   EXPECT_EQ(ZOLP_RealCopyDataset(original, "Copy", &copy), FILE_cannot_open);
 }
 

@@ -270,6 +270,16 @@ std::size_t held_memory() {
   return __sanitizer_get_current_allocated_bytes();
 }
 constexpr int many = 20'000;
+#elif defined(_WIN32)
+std::size_t held_memory() {
+  std::size_t held = 0;
+  _HEAPINFO block{};
+  while (_heapwalk(&block) == _HEAPOK) {
+    held += block._useflag == _USEDENTRY ? block._size : 0;
+  }
+  return held;
+}
+constexpr int many = 20'000;
 #else
 std::size_t held_memory() {
   return mallinfo2().uordblks;

@@ -208,9 +208,11 @@ TEST_F(ListCopies, FilesThatCannotBeOpened) {
     // Onto itself: the list must survive.
     EXPECT_EQ(function(in.c_str(), in.c_str()), 1);
     EXPECT_EQ(folder.read("in.txt"), "contents\n");
+#if !defined(_WIN32)
     // A disk that is full.
     EXPECT_EQ(function(in.c_str(), "/dev/full"), 1);
     EXPECT_TRUE(trace.has("Error from write file:</dev/full>!"));
+#endif
     trace.clear();
   }
 }

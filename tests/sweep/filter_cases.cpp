@@ -1,15 +1,13 @@
 // Filters and dates.
 
+#include <regex.h>
+
 #include <cstdlib>
 
 #include "ork/date.h"
 #include "ork/mem.h"
 #include "sweep.h"
 #include "zolp_orktool.h"
-
-#if !defined(_WIN32)
-#include <regex.h>
-#endif
 
 namespace sweep {
 
@@ -50,7 +48,6 @@ void add_filters(Cases& cases) {
       .call(filter([](bool* match) {
         return ZOLP_ApplyRegExpFilterExt(object("100/A"), "", "", "Released", match, true);
       }));
-#if !defined(_WIN32)
   cases.add("MatchPattern(re_pattern_buffer, char const*)", "").good({1, ""}).call([](Run& run) {
     regex_t pattern;
     prepared(regcomp(&pattern, "b+", REG_EXTENDED), "pattern");
@@ -67,7 +64,6 @@ void add_filters(Cases& cases) {
         run.out(part);
         MEM_free(part);
       });
-#endif
 }
 
 template <typename Ask>

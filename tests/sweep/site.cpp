@@ -1,7 +1,5 @@
 // The site that all runs of the sweep start from.
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -127,7 +125,7 @@ const test::TemporaryFolder& folder() {
 void prepared(int status, const char* what) {
   if (status != ORK_ok) {
     std::fprintf(stderr, "  cannot prepare: %s ended with status %d\n", what, status);
-    _exit(1);
+    std::_Exit(1);
   }
 }
 
@@ -162,7 +160,7 @@ std::string path(const std::string& name) {
 }
 
 std::string contents(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
+  std::ifstream stream(file);
   return stream ? std::string{std::istreambuf_iterator<char>(stream), {}} : "none";
 }
 

@@ -1,12 +1,12 @@
 // Tries out the tables: each case once as it is, once for each of its platform calls with that call
 // failing, and once for each allocation with that one failing. Every run is a process of its own,
-// forked off the prepared site, so that a crash ends one run, and flags that live as long as a
-// process start anew. Writes a matrix of what was tried and what held.
+// so that a crash ends one run, and flags that live as long as a process start anew. Writes a
+// matrix of what was tried and what held.
+//
+//     fault_sweep [FUNCTION]
+//     fault_sweep --run CASE STEP ALLOCATION OWN   makes one run (see words_of)
 
 #include "sweep.h"
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -18,13 +18,16 @@
 
 #include "ork/mem.h"
 #include "ork_host.h"
+#include "process.h"
 #include "support/trace_capture.h"
 #include "zolp_basetool.h"
 
+#if !defined(_WIN32)
 extern "C" {
 /** Looks for blocks of the C heap that nothing points to; there with the leak checker only. */
 [[gnu::weak]] int __lsan_do_recoverable_leak_check(void);
 }
+#endif
 
 namespace sweep {
 
@@ -253,8 +256,20 @@ bool check_failed_allocation(const Case& tried, const Trial& trial, const Fault&
   return true;
 }
 
+/** Whether blocks of the C heap are lost, as far as somebody looks for them. */
+bool has_leaks() {
+#if defined(_WIN32)
+  return false;
+#else
+  return __lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0;
+#endif
+}
+
 /** Makes one run, in its process. */
 int run(const Case& tried, const Fault& fault) {
+  if (!silence_standard_output()) {
+    return otherwise;
+  }
   if (tried.make_ready) {
     tried.make_ready();
   }
@@ -284,37 +299,44 @@ int run(const Case& tried, const Fault& fault) {
   second.make(tried, locks());
   Differences later(words(tried, fault) + ", then a good call");
   later.compare(tried.good_outcome, second.outcome);
-  if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) {
+  if (has_leaks()) {
     later.say("leaks blocks of the C heap");
   }
   return differences.any() || later.any() ? otherwise : ending;
 }
 
-int run_in_process(const Case& tried, const Fault& fault) {
-  constexpr unsigned patience_in_seconds = 120;
-  std::fflush(stdout);
-  const pid_t child = fork();
-  if (child == 0) {
-    alarm(patience_in_seconds);
-    if (std::freopen("/dev/null", "w", stdout) == nullptr) {
-      _exit(otherwise);
-    }
-    _exit(run(tried, fault));
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (WIFEXITED(status)) {
-    return WEXITSTATUS(status);
-  }
-  std::fprintf(stderr, "%s: ended by signal %d\n", words(tried, fault).c_str(), WTERMSIG(status));
-  return otherwise;
+// ---------------------------------------------------------------------------- all runs
+
+/** The fault of a case's step. */
+Fault failing_step(const Case& tried, std::size_t at) {
+  const Step& step = tried.all_steps[at];
+  const auto end = tried.all_steps.begin() + static_cast<std::ptrdiff_t>(at);
+  const auto earlier = std::count_if(tried.all_steps.begin(), end, [&](const Step& other) {
+    return other.operation == step.operation;
+  });
+  return {&step, static_cast<int>(earlier) + 1, at, 0, 0};
 }
 
-// ---------------------------------------------------------------------------- all runs
+/** A run in words: the number of its case, that of the failing step or -1, and the allocation. */
+std::vector<std::string> words_of(std::size_t number, const Fault& fault) {
+  return {"--run", std::to_string(number),
+          fault.step != nullptr ? std::to_string(fault.at_step) : "-1",
+          std::to_string(fault.allocation), std::to_string(fault.own_allocation)};
+}
+
+/** Makes the run of such words, in this process. */
+int run_in_words(const Cases& cases, const std::vector<std::string>& words) {
+  const Case& tried = cases.all.at(std::stoul(words.at(1)));
+  const int step = std::stoi(words.at(2));
+  return run(tried, step >= 0
+                        ? failing_step(tried, static_cast<std::size_t>(step))
+                        : Fault{nullptr, 0, 0, std::stoi(words.at(3)), std::stoul(words.at(4))});
+}
 
 /** What was tried of a case. */
 struct Tally {
   const Case* tried = nullptr;
+  std::size_t number = 0; /**< which case it is */
   int call_faults = 0;
   int allocation_faults = 0;
   int runs = 0;
@@ -324,21 +346,27 @@ struct Tally {
     ++runs;
     held += ending == as_promised || ending == own_allocation ? 1 : 0;
   }
+
+  int run_in_process(const Fault& fault) const {
+    const int ending = in_process([&] { return run(*tried, fault); }, words_of(number, fault));
+    if (ending == crashed) {
+      std::fprintf(stderr, "%s: crashed\n", words(*tried, fault).c_str());
+    }
+    return ending;
+  }
 };
 
 void try_calls(Tally& tally) {
-  std::map<std::string, int> calls;
   for (std::size_t i = 0; i < tally.tried->all_steps.size(); ++i) {
-    const Step& step = tally.tried->all_steps[i];
     ++tally.call_faults;
-    tally.count(run_in_process(*tally.tried, {&step, ++calls[step.operation], i, 0, 0}));
+    tally.count(tally.run_in_process(failing_step(*tally.tried, i)));
   }
 }
 
 void try_allocations(Tally& tally) {
   std::size_t own_allocations = 0;
   for (int nth = 1;; ++nth) {
-    const int ending = run_in_process(*tally.tried, {nullptr, 0, 0, nth, own_allocations});
+    const int ending = tally.run_in_process({nullptr, 0, 0, nth, own_allocations});
     if (ending == no_such_allocation) {
       break;
     }
@@ -356,9 +384,9 @@ void try_allocations(Tally& tally) {
   }
 }
 
-Tally try_case(const Case& tried) {
-  Tally tally{&tried};
-  tally.count(run_in_process(tried, {}));
+Tally try_case(const Case& tried, std::size_t number) {
+  Tally tally{&tried, number};
+  tally.count(tally.run_in_process({}));
   if (tally.held == tally.runs) {
     try_calls(tally);
     try_allocations(tally);
@@ -438,7 +466,7 @@ bool is_complete(const Cases& cases) {
   return complete;
 }
 
-int sweep(const std::string& wanted) {
+int sweep(const std::vector<std::string>& arguments) {
   Cases cases;
   add_session_cases(cases);
   add_preference_cases(cases);
@@ -452,10 +480,14 @@ int sweep(const std::string& wanted) {
   add_filter_cases(cases);
   add_structure_cases(cases);
   open_site();
+  if (!arguments.empty() && arguments[0] == "--run") {
+    return run_in_words(cases, arguments);
+  }
+  const std::string wanted = arguments.empty() ? "" : arguments[0];
   std::vector<Tally> tallies;
-  for (const Case& one : cases.all) {
-    if (wanted.empty() || wanted == one.function) {
-      tallies.push_back(try_case(one));
+  for (std::size_t i = 0; i < cases.all.size(); ++i) {
+    if (wanted.empty() || wanted == cases.all[i].function) {
+      tallies.push_back(try_case(cases.all[i], i));
     }
   }
   write_matrix(tallies);
@@ -546,5 +578,5 @@ Run& Run::out_texts(int count, char* const* texts) {
 }  // namespace sweep
 
 int main(int count, char** arguments) {
-  return sweep::sweep(count > 1 ? arguments[1] : "");
+  return sweep::sweep({arguments + 1, arguments + count});
 }

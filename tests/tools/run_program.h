@@ -2,15 +2,13 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "support/process.h"
 #include "support/temporary_folder.h"
 
 namespace test {
@@ -27,31 +25,24 @@ using Environment = std::map<std::string, std::string>;
 /** Runs a program with the environment of the tests, without what steers the program under test. */
 inline Run run_program(const std::vector<std::string>& command, const Environment& settings = {}) {
   const TemporaryFolder output;
-  const pid_t child = fork();
-  if (child == 0) {
-    for (const char* name : {"ORK_HOST_DB", "ORK_LANGUAGE", "STORE_DATE_FORMAT", "ZOLP_TRACE_LEVEL",
-                             "ZOLP_TRACE_FILE"}) {
-      unsetenv(name);
-    }
-    for (const auto& [name, value] : settings) {
-      setenv(name.c_str(), value.c_str(), 1);
-    }
-    std::vector<char*> arguments;
-    for (const std::string& word : command) {
-      arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-    const bool redirected = std::freopen("/dev/null", "r", stdin) != nullptr &&
-                            std::freopen(output.path("out").c_str(), "w", stdout) != nullptr &&
-                            std::freopen(output.path("err").c_str(), "w", stderr) != nullptr;
-    if (redirected) {
-      execv(arguments[0], arguments.data());
-    }
-    _exit(127);
+  Environment environment = settings;
+  for (const std::string& variable : own_environment()) {
+    const std::size_t name_end = variable.find('=', 1);  // on Windows some names begin with one
+    environment.emplace(variable.substr(0, name_end), variable.substr(name_end + 1));
   }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output.read("out"), output.read("err")};
+  for (const char* name : {"ORK_HOST_DB", "ORK_LANGUAGE", "STORE_DATE_FORMAT", "ZOLP_TRACE_LEVEL",
+                           "ZOLP_TRACE_FILE"}) {
+    if (settings.count(name) == 0) {
+      environment.erase(name);
+    }
+  }
+  Launch launch{command, {}, output.path("out"), output.path("err")};
+  for (const auto& [name, value] : environment) {
+    launch.environment.push_back(name + "=" + value);
+  }
+  Process program(launch);
+  const int result = program.wait();
+  return {result >= 0 ? result : -1, output.read("out"), output.read("err")};
 }
 
 inline Run run_zolp(std::vector<std::string> arguments, const Environment& settings = {}) {

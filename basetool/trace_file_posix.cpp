@@ -1,5 +1,3 @@
-#include "trace_file.h"
-
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -17,6 +15,9 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdio>
+
+#include "trace_file.h"
 
 namespace basetool {
 
@@ -268,9 +269,17 @@ void call_in_forked_child(void (*function)()) {
   pthread_atfork(nullptr, nullptr, function);
 }
 
-ErrnoKeeper::ErrnoKeeper() : kept_(errno) {}
-ErrnoKeeper::~ErrnoKeeper() {
-  errno = kept_;
+bool remove_file(const char* path) {
+  return std::remove(path) == 0;
+}
+
+bool rename_file(const char* path, const char* new_path) {
+  return std::rename(path, new_path) == 0;
+}
+
+ErrorKeeper::ErrorKeeper() : kept_errno_(errno) {}
+ErrorKeeper::~ErrorKeeper() {
+  errno = kept_errno_;
 }
 
 TraceFile::Opening TraceFile::open(const char* path) {

@@ -1,18 +1,21 @@
-#include "os.h"
-
 #include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
 #include <sstream>
+#include <system_error>
 #include <thread>
+
+#include "os.h"
 
 namespace host::os {
 
@@ -101,6 +104,21 @@ date_s local_time() {
   return {static_cast<std::int16_t>(parts.tm_year + 1900), static_cast<std::uint8_t>(parts.tm_mon),
           static_cast<std::uint8_t>(parts.tm_mday),        static_cast<std::uint8_t>(parts.tm_hour),
           static_cast<std::uint8_t>(parts.tm_min),         static_cast<std::uint8_t>(parts.tm_sec)};
+}
+
+std::string environment(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value != nullptr ? value : "";
+}
+
+void make_random(std::span<unsigned char> bytes) {
+  if (getentropy(bytes.data(), bytes.size()) != 0) {
+    throw std::system_error(errno, std::generic_category());
+  }
+}
+
+std::FILE* open_file(const std::string& path, const char* mode) {
+  return std::fopen(path.c_str(), mode);
 }
 
 }  // namespace host::os

@@ -1,0 +1,2 @@
+/* As stdio.h here. */
+#include <stddef.h>

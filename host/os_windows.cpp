@@ -1,0 +1,119 @@
+#include <windows.h>
+// These need the types of windows.h.
+#include <bcrypt.h>
+#include <shellapi.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+#include "os.h"
+#include "utf8_path.h"
+
+namespace host::os {
+
+namespace {
+
+std::string utf8(const wchar_t* text) {
+  return std::filesystem::path(text).string();
+}
+
+std::wstring wide(const std::string& text) {
+  return utf8_path(text).wstring();
+}
+
+/** Start time of a running process, in units of 100 nanoseconds. */
+std::optional<std::int64_t> start_of(std::int64_t id) {
+  HANDLE process =
+      OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, static_cast<DWORD>(id));
+  if (process == nullptr) {
+    return std::nullopt;
+  }
+  FILETIME start{};
+  FILETIME ignored{};
+  // A process that has ended is there until the last handle to it is closed.
+  const bool is_running = WaitForSingleObject(process, 0) == WAIT_TIMEOUT &&
+                          GetProcessTimes(process, &start, &ignored, &ignored, &ignored) != 0;
+  CloseHandle(process);
+  if (!is_running) {
+    return std::nullopt;
+  }
+  return static_cast<std::int64_t>(std::uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime);
+}
+
+}  // namespace
+
+Process this_process() {
+  const std::int64_t id = GetCurrentProcessId();
+  return {id, start_of(id).value_or(0)};
+}
+
+bool is_running(const Process& process) {
+  return start_of(process.id) == process.start;
+}
+
+std::string node_name() {
+  wchar_t name[256] = L"";
+  DWORD size = 256;
+  if (GetComputerNameExW(ComputerNameDnsHostname, name, &size) == 0) {
+    return "unknown";
+  }
+  return utf8(name);
+}
+
+std::vector<std::string> command_line() {
+  int count = 0;
+  wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+  std::vector<std::string> arguments;
+  for (int i = 0; words != nullptr && i < count; ++i) {
+    arguments.push_back(utf8(words[i]));
+  }
+  LocalFree(words);
+  return arguments;
+}
+
+void sleep_milliseconds(int milliseconds) {
+  Sleep(static_cast<DWORD>(milliseconds));
+}
+
+void* symbol_of_library(const std::string& path, const char* symbol, std::string* error) {
+  // The library finds those that it needs beside itself.
+  const std::filesystem::path whole_path =
+      std::filesystem::absolute(utf8_path(path)).make_preferred();
+  const HMODULE library =
+      LoadLibraryExW(whole_path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  const FARPROC found = library != nullptr ? GetProcAddress(library, symbol) : nullptr;
+  if (found == nullptr) {
+    *error = whole_path.string() + ", " + symbol + ": " +
+             std::error_code(static_cast<int>(GetLastError()), std::system_category()).message();
+  }
+  return reinterpret_cast<void*>(found);
+}
+
+date_s local_time() {
+  SYSTEMTIME now;
+  GetLocalTime(&now);
+  return {static_cast<std::int16_t>(now.wYear),   static_cast<std::uint8_t>(now.wMonth - 1),
+          static_cast<std::uint8_t>(now.wDay),    static_cast<std::uint8_t>(now.wHour),
+          static_cast<std::uint8_t>(now.wMinute), static_cast<std::uint8_t>(now.wSecond)};
+}
+
+std::string environment(const char* variable) {
+  const wchar_t* const value = _wgetenv(wide(variable).c_str());
+  return value != nullptr ? utf8(value) : "";
+}
+
+void make_random(std::span<unsigned char> bytes) {
+  if (BCryptGenRandom(nullptr, bytes.data(), static_cast<ULONG>(bytes.size()),
+                      BCRYPT_USE_SYSTEM_PREFERRED_RNG) < 0) {
+    throw std::system_error(std::make_error_code(std::errc::io_error));
+  }
+}
+
+std::FILE* open_file(const std::string& path, const char* mode) {
+  return _wfopen(wide(path).c_str(), wide(mode).c_str());
+}
+
+}  // namespace host::os

@@ -1,0 +1,80 @@
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "os.h"
+
+namespace tool::os {
+
+namespace {
+
+volatile sig_atomic_t interrupted = 0;
+
+}  // namespace
+
+void prepare_terminal() {
+  // Terminals show UTF-8.
+}
+
+bool is_error_on_terminal() {
+  return isatty(STDERR_FILENO) != 0;
+}
+
+bool is_accessible(const std::string& path) {
+  return access(path.c_str(), R_OK | W_OK) == 0;
+}
+
+bool fits_file_template(const std::string& name, const std::string& file_template) {
+  return fnmatch(file_template.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
+}
+
+void set_variable(const char* name, const std::string& value) {
+  setenv(name, value.c_str(), 1);
+}
+
+std::filesystem::path make_work_folder(const std::filesystem::path& parent) {
+  std::string pattern = (parent / ".zolp-XXXXXX").string();
+  return mkdtemp(pattern.data()) != nullptr ? pattern : "";
+}
+
+void watch_for_interruption() {
+  struct sigaction action = {};
+  action.sa_handler = [](int) { interrupted = 1; };
+  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaction(signal_number, &action, nullptr);
+  }
+  // A file that gets too large is a write that fails, to be reported like a full disk.
+  signal(SIGXFSZ, SIG_IGN);
+}
+
+bool was_interrupted() {
+  return interrupted != 0;
+}
+
+int redirect_standard_output(Redirection where) {
+  std::fflush(stdout);
+  const int earlier = dup(STDOUT_FILENO);
+  if (where == Redirection::to_standard_error) {
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+  } else if (const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC); nowhere >= 0) {
+    dup2(nowhere, STDOUT_FILENO);
+    close(nowhere);
+  }
+  return earlier;
+}
+
+void restore_standard_output(int earlier) {
+  std::fflush(stdout);
+  if (earlier < 0) {
+    return;
+  }
+  dup2(earlier, STDOUT_FILENO);
+  close(earlier);
+}
+
+}  // namespace tool::os
