@@ -1,7 +1,7 @@
 #include "files.h"
 
 #include <filesystem>
-#include <new>
+#include <exception>
 
 #include "host_memory.h"
 
@@ -55,7 +55,7 @@ bool path_exists(const char* path) {
   try {
     std::error_code error;
     return std::filesystem::exists(std::filesystem::status(as_path(path), error));
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return true;  // the answer that overwrites nothing
   }
 }
@@ -66,7 +66,7 @@ void remove_file(const char* path) {
     if (!std::filesystem::is_directory(std::filesystem::symlink_status(as_path(path), error))) {
       std::filesystem::remove(as_path(path), error);
     }
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     // It stays, and whoever writes to it next is told that it is there.
   }
 }
@@ -75,7 +75,7 @@ bool is_same_file(const char* path, const char* other) {
   try {
     std::error_code ignored;
     return std::filesystem::equivalent(as_path(path), as_path(other), ignored);
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return true;
   }
 }
@@ -83,7 +83,7 @@ bool is_same_file(const char* path, const char* other) {
 void copy_temporary_folder(char* buffer, std::size_t size) {
   try {
     copy_text(buffer, size, temporary_folder().c_str());
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     copy_text(buffer, size, "");
   }
 }
