@@ -1,7 +1,7 @@
 #include "files.h"
 
-#include <filesystem>
 #include <exception>
+#include <filesystem>
 
 #include "host_memory.h"
 
