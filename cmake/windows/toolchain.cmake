@@ -28,4 +28,4 @@ endforeach()
 set(ENV{PKG_CONFIG_LIBDIR} "${dependencies}/lib/pkgconfig:/usr/${triple}/lib/pkgconfig")
 set(ENV{PKG_CONFIG_PATH} "")
 
-set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/run.sh")
+set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/run.sh" --test)
