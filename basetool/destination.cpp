@@ -154,8 +154,8 @@ void Destination::open() {
   if (settings_.file == nullptr || !expand_file_name()) {
     return use_standard_error();
   }
-  TraceFile::Opening opening = file_.open(path_.data());
-  if (opening == TraceFile::Opening::taken) {
+  Opening opening = file_.open(path_.data());
+  if (opening == Opening::taken) {
     // Two processes would overwrite each other's lines.
     size_t size = std::strlen(path_.data());
     std::snprintf(path_.data() + size, path_.size() - size, ".pid%lu", process_id());
@@ -163,12 +163,11 @@ void Destination::open() {
              path_.data(), path_.data());
     opening = file_.open(path_.data());
   }
-  if (opening == TraceFile::Opening::done) {
+  if (opening == Opening::done) {
     return start_file();
   }
-  complain(
-      "cannot open %s: %s; the trace goes to standard error", path_.data(),
-      opening == TraceFile::Opening::taken ? "it belongs to another process" : file_.last_error());
+  complain("cannot open %s: %s; the trace goes to standard error", path_.data(),
+           opening == Opening::taken ? "it belongs to another process" : file_.last_error());
   use_standard_error();
 }
 
@@ -231,7 +230,7 @@ void Destination::rotate() {
   }
   // The lock goes with the descriptor: nobody takes the old file for theirs before it is renamed.
   file_.close();
-  if (file_.open(path_.data()) == TraceFile::Opening::done) {
+  if (file_.open(path_.data()) == Opening::done) {
     start_file();
   } else {
     open();

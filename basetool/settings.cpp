@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "system.h"
 #include "trace_file.h"
 
 namespace basetool {

@@ -15,8 +15,8 @@
 #include "destination.h"
 #include "line_room.h"
 #include "settings.h"
+#include "system.h"
 #include "text_format.h"
-#include "trace_file.h"
 #include "zolp_basetool.h"
 
 constinit ZOLP_TraceState ZOLP_trace_state = {INT_MAX, 0};

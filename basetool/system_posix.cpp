@@ -2,8 +2,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
-#include <stdarg.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/file.h>
@@ -17,7 +15,7 @@
 #include <bit>
 #include <cstdio>
 
-#include "trace_file.h"
+#include "system.h"
 
 namespace basetool {
 
@@ -105,53 +103,6 @@ bool wait_until_writable(int descriptor) {
   return poll(&polled, 1, patience_in_ms) > 0;
 }
 
-/** Writes all of a text. @return number of bytes written; fewer with the reason in `errno`. */
-size_t write_all(int descriptor, const char* text, size_t size) {
-  WriteSignalShield shield;
-  size_t done = 0;
-  while (done < size) {
-    ssize_t written = ::write(descriptor, text + done, size - done);
-    if (written >= 0) {
-      done += static_cast<size_t>(written);
-    } else if (errno == EAGAIN) {
-      if (!wait_until_writable(descriptor)) {
-        break;
-      }
-    } else if (errno != EINTR) {
-      int error = errno;
-      shield.take_back(error);
-      errno = error;
-      break;
-    }
-  }
-  return done;
-}
-
-/** Appends line feeds to a file until it has a size. @return the size that it got to. */
-uint64_t append_fill(int descriptor, uint64_t size, uint64_t wanted) {
-  WriteSignalShield shield;
-  while (size < wanted) {
-    std::array<iovec, largest_growth / fill_size> parts;
-    uint64_t left = std::min(wanted - size, largest_growth);
-    int count = 0;
-    for (; left > 0; ++count) {
-      size_t part = static_cast<size_t>(std::min<uint64_t>(left, fill_size));
-      parts[static_cast<size_t>(count)] = {const_cast<char*>(fill()), part};
-      left -= part;
-    }
-    ssize_t written = writev(descriptor, parts.data(), count);
-    if (written > 0) {
-      size += static_cast<uint64_t>(written);
-    } else if (written == 0 || errno != EINTR) {
-      int error = errno;
-      shield.take_back(error);
-      errno = error;
-      break;
-    }
-  }
-  return size;
-}
-
 uint64_t round_down(uint64_t number, uint64_t step) {
   return number / step * step;
 }
@@ -164,10 +115,8 @@ uint64_t page_size() {
   return size;
 }
 
-/** Asks whether a path names the file that a descriptor is open for. */
-bool leads_to(const char* path, uint64_t device, uint64_t inode) {
-  struct stat there;
-  return stat(path, &there) == 0 && there.st_dev == device && there.st_ino == inode;
+FileState state_of(const struct stat& status) {
+  return {status.st_dev, status.st_ino, static_cast<uint64_t>(status.st_size)};
 }
 
 /** Moves a descriptor out of the range in which programs expect their standard streams. */
@@ -180,10 +129,10 @@ int beyond_standard_streams(int descriptor) {
   return moved;
 }
 
-int open_for_appending(const char* path) {
+int open_file(const char* path) {
   struct stat there;
-  bool is_stream = stat(path, &there) == 0 && !S_ISREG(there.st_mode);
-  int flags = O_APPEND | O_CLOEXEC | O_NOCTTY;
+  const bool is_stream = stat(path, &there) == 0 && !S_ISREG(there.st_mode);
+  const int flags = O_APPEND | O_CLOEXEC | O_NOCTTY;
   // A pipe that nobody reads must not hold the program up.
   if (is_stream) {
     return ::open(path, flags | O_WRONLY | O_NONBLOCK);
@@ -238,21 +187,6 @@ void watch_for_bus_errors() {
 
 }  // namespace
 
-void complain(const char* format, ...) {
-  char line[1024] = "zolp_basetool: ";
-  size_t size = strlen(line);
-  va_list arguments;
-  va_start(arguments, format);
-  int length = vsnprintf(line + size, sizeof line - size - 1, format, arguments);
-  va_end(arguments);
-  if (length < 0) {
-    return;
-  }
-  size = std::min(size + static_cast<size_t>(length), sizeof line - 2);
-  line[size++] = '\n';
-  write_all(STDERR_FILENO, line, size);
-}
-
 const char* environment(const char* variable) {
 #if defined(__GLIBC__)
   return secure_getenv(variable);
@@ -282,138 +216,124 @@ ErrorKeeper::~ErrorKeeper() {
   errno = kept_errno_;
 }
 
-TraceFile::Opening TraceFile::open(const char* path) {
-  constexpr int tries = 10;
-  for (int i = 0; i < tries; ++i) {
-    descriptor_ = beyond_standard_streams(open_for_appending(path));
-    error_ = errno;
-    struct stat opened;
-    if (descriptor_ < 0 || fstat(descriptor_, &opened) != 0) {
-      return Opening::failed;
-    }
-    is_owned_ = true;
-    device_ = opened.st_dev;
-    inode_ = opened.st_ino;
-    is_regular_ = S_ISREG(opened.st_mode);
-    for (int stream : {STDOUT_FILENO, STDERR_FILENO}) {
-      struct stat standard;
-      if (fstat(stream, &standard) == 0 && standard.st_dev == device_ &&
-          standard.st_ino == inode_) {
-        // The program writes there too, at its own position: share it.
-        close();
-        descriptor_ = stream;
-        return Opening::done;
-      }
-    }
-    if (!is_regular_) {
-      fcntl(descriptor_, F_SETFL, fcntl(descriptor_, F_GETFL) & ~O_NONBLOCK);
+int system_error() {
+  return errno;
+}
+
+const char* text_of_error(int code) {
+  return strerror(code);
+}
+
+Opening open_for_appending(const char* path, OpenFile& opened) {
+  const int descriptor = beyond_standard_streams(open_file(path));
+  struct stat status;
+  if (descriptor < 0 || fstat(descriptor, &status) != 0) {
+    return Opening::failed;
+  }
+  for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+    FileState standard;
+    if (read_state(stream, standard) && standard.is_same_file(state_of(status))) {
+      // The program writes there too, at its own position: share it.
+      ::close(descriptor);
+      opened = {.descriptor = stream};
       return Opening::done;
     }
-    if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-      close();
-      return Opening::taken;
-    }
-    // Between opening and locking its owner may have renamed it, to start a new one.
-    if (leads_to(path, device_, inode_)) {
-      trim();
-      return Opening::done;
-    }
-    close();
   }
-  return Opening::taken;
+  opened = {descriptor, true, S_ISREG(status.st_mode), state_of(status)};
+  if (!opened.is_regular) {
+    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+    return Opening::done;
+  }
+  if (flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    ::close(descriptor);
+    return Opening::taken;
+  }
+  // Its owner until now may have shortened it.
+  read_state(descriptor, opened.state);
+  return Opening::done;
 }
 
-void TraceFile::use_standard_error() {
-  descriptor_ = STDERR_FILENO;
-  is_owned_ = false;
-  is_regular_ = false;
+Descriptor standard_error() {
+  return STDERR_FILENO;
 }
 
-/** Cuts line feeds off that a crashed process has left, and ends a line that it has left open. */
-void TraceFile::trim() {
+void close_file(Descriptor file) {
+  ::close(file);
+}
+
+bool read_state(Descriptor file, FileState& state) {
   struct stat status;
-  size_ = fstat(descriptor_, &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
-  std::array<char, 16 * 1024> block;
-  uint64_t end = size_;
-  while (end > 0) {
-    size_t part = static_cast<size_t>(std::min<uint64_t>(end, block.size()));
-    ssize_t count = pread(descriptor_, block.data(), part, static_cast<off_t>(end - part));
-    if (count != static_cast<ssize_t>(part)) {
-      return;
-    }
-    while (part > 0 && block[part - 1] == '\n') {
-      --part, --end;
-    }
-    if (part > 0) {
-      break;
-    }
-  }
-  if (end == size_ && end > 0) {
-    write("\n", 1);
-  } else if (size_ > end + 1 || end == 0) {
-    shorten(end == 0 ? 0 : end + 1);
-  }
-}
-
-bool TraceFile::refresh() {
-  struct stat status;
-  if (fstat(descriptor_, &status) != 0 || status.st_dev != device_ || status.st_ino != inode_) {
+  if (fstat(file, &status) != 0) {
     return false;
   }
-  size_ = static_cast<uint64_t>(status.st_size);
+  state = state_of(status);
   return true;
 }
 
-bool TraceFile::write(const char* text, size_t size) {
-  size_t written = write_all(descriptor_, text, size);
-  uint64_t size_before = size_;
-  size_ += written;
-  if (written == size) {
-    return true;
-  }
-  int error = errno;
-  if (is_regular_) {
-    shorten(size_before);
-  }
-  error_ = error;
-  return false;
+bool leads_to(const char* path, const FileState& file) {
+  struct stat status;
+  return stat(path, &status) == 0 && state_of(status).is_same_file(file);
 }
 
-void TraceFile::shorten(uint64_t size) {
-  if (size >= size_) {
-    return;  // somebody else shortened it already
-  }
-  if (ftruncate(descriptor_, static_cast<off_t>(size)) == 0) {
-    size_ = size;
-  } else {
-    error_ = errno;
-  }
+bool read_at(Descriptor file, uint64_t offset, char* bytes, size_t size) {
+  return pread(file, bytes, size, static_cast<off_t>(offset)) == static_cast<ssize_t>(size);
 }
 
-char* TraceFile::map(uint64_t from, uint64_t needed, char** end) {
-  if (is_window_lost()) {
-    unmap();
+size_t append(const OpenFile& file, const char* text, size_t size) {
+  WriteSignalShield shield;
+  size_t done = 0;
+  while (done < size) {
+    ssize_t written = ::write(file.descriptor, text + done, size - done);
+    if (written >= 0) {
+      done += static_cast<size_t>(written);
+    } else if (errno == EAGAIN) {
+      if (!wait_until_writable(file.descriptor)) {
+        break;
+      }
+    } else if (errno != EINTR) {
+      int error = errno;
+      shield.take_back(error);
+      errno = error;
+      break;
+    }
   }
-  if (size_ < needed) {
-    const uint64_t growth = std::clamp(std::bit_floor(size_), smallest_growth, largest_growth);
-    size_ = append_fill(descriptor_, size_, round_up(needed, growth));
-    error_ = errno;
-  }
-  bool is_covered =
-      window_begin != nullptr && from >= window_offset && size_ <= window_offset + window_size;
-  if (size_ < needed || !(is_covered || lay_window(from))) {
-    unmap();
-    return nullptr;
-  }
-  *end = window_begin + (size_ - window_offset);
-  return window_begin + (from - window_offset);
+  return done;
 }
 
-/** Lays the window over the file from the page of a byte to its end and beyond. */
-bool TraceFile::lay_window(uint64_t from) {
-  unmap();
+uint64_t append_line_feeds(Descriptor file, uint64_t size, uint64_t needed) {
+  const uint64_t growth = std::clamp(std::bit_floor(size), smallest_growth, largest_growth);
+  const uint64_t wanted = round_up(needed, growth);
+  WriteSignalShield shield;
+  while (size < wanted) {
+    std::array<iovec, largest_growth / fill_size> parts;
+    uint64_t left = std::min(wanted - size, largest_growth);
+    int count = 0;
+    for (; left > 0; ++count) {
+      size_t part = static_cast<size_t>(std::min<uint64_t>(left, fill_size));
+      parts[static_cast<size_t>(count)] = {const_cast<char*>(fill()), part};
+      left -= part;
+    }
+    ssize_t written = writev(file, parts.data(), count);
+    if (written > 0) {
+      size += static_cast<uint64_t>(written);
+    } else if (written == 0 || errno != EINTR) {
+      int error = errno;
+      shield.take_back(error);
+      errno = error;
+      break;
+    }
+  }
+  return size;
+}
+
+bool cut_off(Descriptor file, uint64_t size) {
+  return ftruncate(file, static_cast<off_t>(size)) == 0;
+}
+
+bool lay_window(Descriptor file, uint64_t from, uint64_t file_size) {
+  take_window_away();
   uint64_t begin = round_down(from, page_size());
-  size_t size = static_cast<size_t>(round_up(size_, window_step) - begin);
+  size_t size = static_cast<size_t>(round_up(file_size, window_step) - begin);
   // Reserve enough to find the right address in it.
   void* reserved = mmap(nullptr, size + window_step, PROT_NONE,
                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
@@ -421,9 +341,8 @@ bool TraceFile::lay_window(uint64_t from) {
     char* first = static_cast<char*>(reserved);
     uint64_t skipped = (begin - reinterpret_cast<uintptr_t>(first)) % window_step;
     char* window = first + skipped;
-    void* mapped = mmap(window, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, descriptor_,
+    void* mapped = mmap(window, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file,
                         static_cast<off_t>(begin));
-    error_ = errno;
     if (mapped != MAP_FAILED) {
       if (skipped > 0) {
         munmap(first, skipped);
@@ -437,42 +356,26 @@ bool TraceFile::lay_window(uint64_t from) {
       window_begin = window;
       return true;
     }
+    const int error = errno;
     munmap(reserved, size + window_step);
+    errno = error;
   }
   return false;
 }
 
-void TraceFile::unmap() {
+char* in_window(uint64_t from, uint64_t end) {
+  const bool is_covered =
+      window_begin != nullptr && from >= window_offset && end <= window_offset + window_size;
+  return is_covered ? window_begin + (from - window_offset) : nullptr;
+}
+
+void take_window_away() {
   char* begin = window_begin;
   window_begin = nullptr;
   if (begin != nullptr) {
     munmap(begin, window_size);
   }
   window_lost = 0;
-}
-
-bool TraceFile::is_at(const char* path) const {
-  return leads_to(path, device_, inode_);
-}
-
-void TraceFile::close() {
-  unmap();
-  if (is_owned_) {
-    ::close(descriptor_);
-  }
-  forget();
-}
-
-void TraceFile::forget() {
-  unmap();
-  descriptor_ = -1;
-  is_owned_ = false;
-  is_regular_ = false;
-  size_ = 0;
-}
-
-const char* TraceFile::last_error() const {
-  return strerror(error_);
 }
 
 }  // namespace basetool

@@ -1,0 +1,119 @@
+/** @file What the trace library needs of the operating system. */
+#pragma once
+
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+
+namespace basetool {
+
+/** The system's name for an open file or stream; -1 is none. */
+#if defined(_WIN32)
+using Descriptor = std::intptr_t;
+#else
+using Descriptor = int;
+#endif
+
+/** Value of an environment variable, or null; null as well in a process of raised privileges. */
+const char* environment(const char* variable);
+
+unsigned long process_id();
+
+/** Has a function called in each child process that a fork makes. */
+void call_in_forked_child(void (*function)());
+
+/** Keeps the calling program's last error codes over what is done here. */
+class ErrorKeeper {
+ public:
+  ErrorKeeper();
+  ~ErrorKeeper();
+  ErrorKeeper(const ErrorKeeper&) = delete;
+  ErrorKeeper& operator=(const ErrorKeeper&) = delete;
+
+ private:
+  int kept_errno_;
+#if defined(_WIN32)
+  unsigned long kept_last_error_;
+#endif
+};
+
+/** The system's code of the last failure of a function of this file. */
+int system_error();
+
+/** Readable reason for such a code. */
+const char* text_of_error(int code);
+
+/** Deletes a file. @return false when it is still there, or was not. */
+bool remove_file(const char* path);
+
+/** Renames a file, in place of one that has the new name. @return false on failure. */
+bool rename_file(const char* path, const char* new_path);
+
+// ------------------------------------------------------------------------------ open files
+
+/** Identity and size of a file. */
+struct FileState {
+  uint64_t device = 0;
+  uint64_t inode = 0;
+  uint64_t size = 0;
+
+  bool is_same_file(const FileState& other) const {
+    return device == other.device && inode == other.inode;
+  }
+};
+
+struct OpenFile {
+  Descriptor descriptor = -1;
+  bool is_owned = false;   /**< to be closed by who opened it */
+  bool is_regular = false; /**< a file of its own, not a stream or one that the program has open */
+  FileState state{};       /**< of a regular file, as of its opening */
+};
+
+enum class Opening { done, taken, failed };
+
+/**
+ * Opens a file or stream for appending. A regular file is created when it does not exist, and
+ * belongs to this process alone until it is closed. A file that the program's standard output or
+ * error goes to is shared with them.
+ * @return `taken` when another process writes to the file.
+ */
+Opening open_for_appending(const char* path, OpenFile& opened);
+
+Descriptor standard_error();
+
+void close_file(Descriptor file);
+
+bool read_state(Descriptor file, FileState& state);
+
+/** Asks whether a path leads to a file. */
+bool leads_to(const char* path, const FileState& file);
+
+/** Reads exactly so many bytes. */
+bool read_at(Descriptor file, uint64_t offset, char* bytes, size_t size);
+
+/** Writes all of a text at the end of a file or stream. @return bytes written; fewer on failure. */
+size_t append(const OpenFile& file, const char* text, size_t size);
+
+/**
+ * Appends line feeds to a file until it has a size, and as many more as make that cheap.
+ * @return the size that it got to; less than needed on failure.
+ */
+uint64_t append_line_feeds(Descriptor file, uint64_t size, uint64_t needed);
+
+/** Shortens a file; where the system needs that, the window is taken away first. */
+bool cut_off(Descriptor file, uint64_t size);
+
+// -------------------------------------------------------------------------------- the window
+
+/** Lays the window over a file of some size, from a byte at the latest to the end at least. */
+bool lay_window(Descriptor file, uint64_t from, uint64_t file_size);
+
+/** Where a byte stands in the window; null when the window does not reach from it to the end. */
+char* in_window(uint64_t from, uint64_t end);
+
+void take_window_away();
+
+/** Set by the signal handler that replaces a window whose file is gone. */
+extern volatile std::sig_atomic_t window_lost;
+
+}  // namespace basetool

@@ -1,0 +1,326 @@
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
+#include "system.h"
+
+namespace basetool {
+
+// Never set: the system refuses to shorten a file over which a window lies.
+volatile std::sig_atomic_t window_lost = 0;
+
+namespace {
+
+// The file grows by 256 KiB, to a multiple of that, and the window ends where the file ends: the
+// system does not lay one over more. A full disk is noticed when the line feeds are written.
+constexpr uint64_t growth_step = 256 * 1024;
+
+constexpr size_t fill_size = 64 * 1024;
+constexpr std::array<char, fill_size> fill = [] {
+  std::array<char, fill_size> line_feeds{};
+  line_feeds.fill('\n');
+  return line_feeds;
+}();
+
+// The window. There is one in a process.
+char* window_begin = nullptr;
+uint64_t window_size = 0;
+uint64_t window_offset = 0;  // the byte of the file that stands at its begin
+
+HANDLE as_handle(Descriptor descriptor) {
+  return reinterpret_cast<HANDLE>(descriptor);
+}
+
+Descriptor as_descriptor(HANDLE handle) {
+  return reinterpret_cast<Descriptor>(handle);
+}
+
+/** A path in the form in which the system takes names of all languages; empty when too long. */
+struct WidePath {
+  explicit WidePath(const char* path) {
+    const int size = static_cast<int>(text.size());
+    // What is no UTF-8 comes from a program that uses the system's older encodings.
+    if (MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, text.data(), size) == 0 &&
+        MultiByteToWideChar(CP_ACP, 0, path, -1, text.data(), size) == 0) {
+      text[0] = L'\0';
+    }
+  }
+  std::array<wchar_t, 4200> text;
+};
+
+/** Where the system is to write: an offset, or the end of the file. */
+OVERLAPPED place(uint64_t offset) {
+  OVERLAPPED result{};
+  result.Offset = static_cast<DWORD>(offset);
+  result.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  return result;
+}
+constexpr uint64_t end_of_file = UINT64_MAX;
+
+uint64_t round_down(uint64_t number, uint64_t step) {
+  return number / step * step;
+}
+uint64_t round_up(uint64_t number, uint64_t step) {
+  return round_down(number + step - 1, step);
+}
+
+/** Windows begin at multiples of this. */
+uint64_t window_step() {
+  static const uint64_t step = [] {
+    SYSTEM_INFO info;
+    GetSystemInfo(&info);
+    return uint64_t{info.dwAllocationGranularity};
+  }();
+  return step;
+}
+
+bool is_on_disk(HANDLE file) {
+  return GetFileType(file) == FILE_TYPE_DISK;
+}
+
+/** Identity of the file that a path names. It may be open elsewhere, whatever for. */
+bool read_state_at(const char* path, FileState& state) {
+  constexpr DWORD shared_with_all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  HANDLE file = CreateFileW(WidePath(path).text.data(), FILE_READ_ATTRIBUTES, shared_with_all,
+                            nullptr, OPEN_EXISTING, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    return false;
+  }
+  const bool is_known = is_on_disk(file) && read_state(as_descriptor(file), state);
+  CloseHandle(file);
+  return is_known;
+}
+
+/** The standard stream that goes to the file at a path; null when none does. */
+HANDLE stream_at(const char* path) {
+  FileState there;
+  if (!read_state_at(path, there)) {
+    return nullptr;
+  }
+  for (const DWORD which : {STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
+    FileState standard;
+    HANDLE stream = GetStdHandle(which);
+    if (is_on_disk(stream) && read_state(as_descriptor(stream), standard) &&
+        standard.is_same_file(there)) {
+      return stream;
+    }
+  }
+  return nullptr;
+}
+
+/** Opens for writing. Others may read and rename the file meanwhile, but not write to it. */
+HANDLE open_file(const char* path) {
+  const WidePath wide_path(path);
+  constexpr DWORD sharing = FILE_SHARE_READ | FILE_SHARE_DELETE;
+  HANDLE file = CreateFileW(wide_path.text.data(), GENERIC_READ | GENERIC_WRITE, sharing, nullptr,
+                            OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE && GetLastError() == ERROR_ACCESS_DENIED) {
+    file = CreateFileW(wide_path.text.data(), GENERIC_WRITE, sharing, nullptr, OPEN_ALWAYS,
+                       FILE_ATTRIBUTE_NORMAL, nullptr);
+  }
+  return file;
+}
+
+}  // namespace
+
+const char* environment(const char* variable) {
+  const WidePath name(variable);
+  const DWORD wide_size = GetEnvironmentVariableW(name.text.data(), nullptr, 0);
+  if (wide_size == 0) {
+    return nullptr;
+  }
+  // The values are kept for the life of the process; each is asked for once.
+  const size_t most_bytes = 3 * size_t{wide_size};
+  auto* wide = static_cast<wchar_t*>(malloc(wide_size * sizeof(wchar_t)));
+  auto* value = static_cast<char*>(malloc(most_bytes));
+  if (value != nullptr) {
+    value[0] = '\0';
+  }
+  if (wide != nullptr && value != nullptr) {
+    GetEnvironmentVariableW(name.text.data(), wide, wide_size);
+    WideCharToMultiByte(CP_UTF8, 0, wide, -1, value, static_cast<int>(most_bytes), nullptr,
+                        nullptr);
+  }
+  free(wide);
+  return value;
+}
+
+unsigned long process_id() {
+  return GetCurrentProcessId();
+}
+
+void call_in_forked_child(void (*)()) {
+  // There are no forks here.
+}
+
+bool remove_file(const char* path) {
+  // A file that somebody has open keeps its name until that one closes it; so it gets another one.
+  std::array<char, 4200> doomed;
+  snprintf(doomed.data(), doomed.size(), "%s.%lu-%lu", path, process_id(), GetTickCount());
+  return rename_file(path, doomed.data()) && DeleteFileW(WidePath(doomed.data()).text.data()) != 0;
+}
+
+bool rename_file(const char* path, const char* new_path) {
+  return MoveFileExW(WidePath(path).text.data(), WidePath(new_path).text.data(),
+                     MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
+ErrorKeeper::ErrorKeeper() : kept_errno_(errno), kept_last_error_(GetLastError()) {}
+ErrorKeeper::~ErrorKeeper() {
+  errno = kept_errno_;
+  SetLastError(kept_last_error_);
+}
+
+int system_error() {
+  return static_cast<int>(GetLastError());
+}
+
+const char* text_of_error(int code) {
+  static std::array<char, 256> text;
+  constexpr DWORD english = MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US);
+  DWORD size = FormatMessageA(
+      FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
+      nullptr, static_cast<DWORD>(code), english, text.data(), static_cast<DWORD>(text.size()),
+      nullptr);
+  while (size > 0 && (text[size - 1] == ' ' || text[size - 1] == '.')) {
+    text[--size] = '\0';
+  }
+  if (size == 0) {
+    snprintf(text.data(), text.size(), "error %d", code);
+  }
+  return text.data();
+}
+
+Opening open_for_appending(const char* path, OpenFile& opened) {
+  HANDLE file = open_file(path);
+  if (file == INVALID_HANDLE_VALUE) {
+    if (GetLastError() != ERROR_SHARING_VIOLATION) {
+      return Opening::failed;
+    }
+    HANDLE stream = stream_at(path);
+    if (stream == nullptr) {
+      return Opening::taken;
+    }
+    // The program writes there too, at its own position: share it.
+    opened = {.descriptor = as_descriptor(stream)};
+    return Opening::done;
+  }
+  opened = {.descriptor = as_descriptor(file), .is_owned = true, .is_regular = is_on_disk(file)};
+  if (opened.is_regular && !read_state(opened.descriptor, opened.state)) {
+    const DWORD error = GetLastError();
+    CloseHandle(file);
+    SetLastError(error);
+    return Opening::failed;
+  }
+  return Opening::done;
+}
+
+Descriptor standard_error() {
+  return as_descriptor(GetStdHandle(STD_ERROR_HANDLE));
+}
+
+void close_file(Descriptor file) {
+  CloseHandle(as_handle(file));
+}
+
+bool read_state(Descriptor file, FileState& state) {
+  BY_HANDLE_FILE_INFORMATION information;
+  if (GetFileInformationByHandle(as_handle(file), &information) == 0) {
+    return false;
+  }
+  const auto join = [](DWORD high, DWORD low) { return uint64_t{high} << 32 | low; };
+  state.device = information.dwVolumeSerialNumber;
+  state.inode = join(information.nFileIndexHigh, information.nFileIndexLow);
+  state.size = join(information.nFileSizeHigh, information.nFileSizeLow);
+  return true;
+}
+
+bool leads_to(const char* path, const FileState& file) {
+  FileState there;
+  return read_state_at(path, there) && there.is_same_file(file);
+}
+
+bool read_at(Descriptor file, uint64_t offset, char* bytes, size_t size) {
+  OVERLAPPED where = place(offset);
+  DWORD count = 0;
+  return ReadFile(as_handle(file), bytes, static_cast<DWORD>(size), &count, &where) != 0 &&
+         count == size;
+}
+
+size_t append(const OpenFile& file, const char* text, size_t size) {
+  constexpr size_t most_at_once = 1 << 30;
+  size_t done = 0;
+  while (done < size) {
+    OVERLAPPED end = place(end_of_file);
+    DWORD written = 0;
+    const DWORD part = static_cast<DWORD>(std::min(size - done, most_at_once));
+    if (WriteFile(as_handle(file.descriptor), text + done, part, &written,
+                  file.is_regular ? &end : nullptr) == 0 ||
+        written == 0) {
+      break;
+    }
+    done += written;
+  }
+  return done;
+}
+
+uint64_t append_line_feeds(Descriptor file, uint64_t size, uint64_t needed) {
+  const uint64_t wanted = round_up(needed, growth_step);
+  while (size < wanted) {
+    const size_t part = static_cast<size_t>(std::min<uint64_t>(wanted - size, fill.size()));
+    const size_t written = append({.descriptor = file, .is_regular = true}, fill.data(), part);
+    size += written;
+    if (written < part) {
+      break;
+    }
+  }
+  return size;
+}
+
+bool cut_off(Descriptor file, uint64_t size) {
+  take_window_away();  // no file is shortened below a window
+  LARGE_INTEGER end;
+  end.QuadPart = static_cast<LONGLONG>(size);
+  return SetFilePointerEx(as_handle(file), end, nullptr, FILE_BEGIN) != 0 &&
+         SetEndOfFile(as_handle(file)) != 0;
+}
+
+bool lay_window(Descriptor file, uint64_t from, uint64_t file_size) {
+  take_window_away();
+  HANDLE section = CreateFileMappingW(as_handle(file), nullptr, PAGE_READWRITE, 0, 0, nullptr);
+  if (section == nullptr) {
+    return false;
+  }
+  const uint64_t begin = round_down(from, window_step());
+  const OVERLAPPED where = place(begin);
+  void* view = MapViewOfFile(section, FILE_MAP_WRITE, where.OffsetHigh, where.Offset,
+                             static_cast<SIZE_T>(file_size - begin));
+  const DWORD error = GetLastError();
+  CloseHandle(section);
+  SetLastError(error);
+  window_begin = static_cast<char*>(view);
+  window_offset = begin;
+  window_size = file_size - begin;
+  return view != nullptr;
+}
+
+char* in_window(uint64_t from, uint64_t end) {
+  const bool is_covered =
+      window_begin != nullptr && from >= window_offset && end <= window_offset + window_size;
+  return is_covered ? window_begin + (from - window_offset) : nullptr;
+}
+
+void take_window_away() {
+  if (window_begin != nullptr) {
+    UnmapViewOfFile(window_begin);
+  }
+  window_begin = nullptr;
+}
+
+}  // namespace basetool
