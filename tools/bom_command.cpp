@@ -393,15 +393,8 @@ CLI::App* add_bom_command(CLI::App& group, const Options& options, const char* n
       ->type_name("NAME");
   command->add_option("--view", options->view, "View type; the site's usual one without")
       ->type_name("NAME");
-  add_login_options(*command, options->login);
-  command->add_flag("--json", options->json, "Print JSON");
+  work_in_session(*command, options, run);
   command->footer(footer);
-  command->callback([options, command, run] {
-    check_login_options(*command);
-    const Site site(site_file(options->login.site));
-    const Session session;
-    run(*options);
-  });
   return command;
 }
 

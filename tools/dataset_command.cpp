@@ -610,15 +610,8 @@ CLI::App* add_command(CLI::App& parent, const char* name, const char* descriptio
                       const char* footer, const Options& options,
                       void (*work)(const DatasetOptions&)) {
   CLI::App* const command = parent.add_subcommand(name, description);
-  add_login_options(*command, options->login);
-  command->add_flag("--json", options->json, "Print JSON");
+  work_in_session(*command, options, work);
   command->footer(footer);
-  command->callback([options, command, work] {
-    check_login_options(*command);
-    const Site site(site_file(options->login.site));
-    const Session session;
-    work(*options);
-  });
   return command;
 }
 

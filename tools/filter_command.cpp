@@ -7,7 +7,6 @@
 #include "error.h"
 #include "login.h"
 #include "objects.h"
-#include "site.h"
 #include "text.h"
 #include "zolp_orktool.h"
 
@@ -50,8 +49,6 @@ Answer filter(tag object, const FilterOptions& options) {
 }
 
 void list_objects(const FilterOptions& options) {
-  const Site site(site_file(options.login.site));
-  const Session session;
   Json found = Json::array();
   size_t unreadable = 0;
   for (const tag object : find_by_pattern(options.candidates)) {
@@ -91,18 +88,13 @@ void add_filter_command(CLI::App& program) {
       command->add_flag("--whole", options->whole, "Compare name and type as a whole");
   command->add_flag("--regex", options->expressions, "Take type and status for regular expressions")
       ->excludes(whole);
-  add_login_options(*command, options->login);
-  command->add_flag("--json", options->json, "Print JSON");
+  work_in_session(*command, options, list_objects);
   command->footer(
       "\nCase counts. In texts that may occur anywhere, \"a|b\" means either, \"(ab)?\" none or "
       "one.\n"
       "Examples: zolp filter --name Gear --status Released --host site.db\n"
       "          zolp filter 'GB-1*' --type '^(Item|Dataset)$' --regex --host site.db\n"
       "          zolp filter --type Item --status '^$' --regex --host site.db   without a status");
-  command->callback([options, command] {
-    check_login_options(*command);
-    list_objects(*options);
-  });
 }
 
 }  // namespace tool

@@ -12,7 +12,6 @@
 #include "login.h"
 #include "objects.h"
 #include "ork/flow.h"
-#include "site.h"
 #include "text.h"
 
 namespace tool {
@@ -61,7 +60,6 @@ void run(const HandlerOptions& options) {
     throw Error(options.library + " registers no handler of its own", "name one with --handler");
   }
   Json results = Json::array();
-  const Session session;
   const tag job = find_job(options.job);
   const tag task = options.task.empty() ? current_task(job) : find_task(job, options.task);
   const std::string arguments = lines_of(options.arguments);
@@ -110,15 +108,9 @@ void add_handler_commands(CLI::App& program) {
                    "Argument of the handlers, NAME=VALUE; may be repeated")
       ->type_name("TEXT")
       ->take_all();
-  add_login_options(*command, options->login);
-  command->add_flag("--json", options->json, "Print JSON");
+  work_in_session(*command, options, run);
   command->footer(
       "\nExample: zolp handler run ./libcheck.so --job R-17 --argument limit=20 --host site.db");
-  command->callback([options, command] {
-    check_login_options(*command);
-    const Site site(site_file(options->login.site));
-    run(*options);
-  });
 }
 
 }  // namespace tool

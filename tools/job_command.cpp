@@ -16,7 +16,6 @@
 #include "ork/org.h"
 #include "ork/signoff.h"
 #include "ork/store.h"
-#include "site.h"
 #include "text.h"
 #include "zolp_orktool.h"
 
@@ -302,21 +301,16 @@ JobCommand add(CLI::App& group, const char* name, const char* description,
                void (*action)(const JobOptions&)) {
   CLI::App* const command = group.add_subcommand(name, description);
   const auto options = std::make_shared<JobOptions>();
-  add_login_options(*command, options->login);
   command
       ->add_option("--handlers", options->handlers,
                    "Library of workflow handlers to load; may be repeated")
       ->type_name("LIBRARY")
       ->take_all();
-  command->add_flag("--json", options->json, "Print JSON");
-  command->callback([options, command, action] {
-    check_login_options(*command);
-    const Site site(site_file(options->login.site));
-    for (const std::string& library : options->handlers) {
+  work_in_session(*command, options, [action](const JobOptions& given) {
+    for (const std::string& library : given.handlers) {
       load_handlers(library);
     }
-    const Session session;
-    action(*options);
+    action(given);
   });
   return {command, options};
 }

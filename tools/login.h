@@ -2,7 +2,10 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <string>
+
+#include "site.h"
 
 namespace tool {
 
@@ -21,5 +24,21 @@ void add_login_options(CLI::App& command, LoginOptions& options);
  * would log in as the site's user for automatic login instead.
  */
 void check_login_options(const CLI::App& command);
+
+/**
+ * Adds the login options and --json to a command, and has it do its work in a session on the site.
+ * @param options with the members `login` and `json`.
+ */
+template <typename Options, typename Work>
+void work_in_session(CLI::App& command, const std::shared_ptr<Options>& options, Work work) {
+  add_login_options(command, options->login);
+  command.add_flag("--json", options->json, "Print JSON");
+  command.callback([&command, options, work] {
+    check_login_options(command);
+    const Site site(site_file(options->login.site));
+    const Session session;
+    work(*options);
+  });
+}
 
 }  // namespace tool

@@ -16,7 +16,6 @@
 #include "ork/store.h"
 #include "ork/wso.h"
 #include "platform_block.h"
-#include "site.h"
 #include "text.h"
 #include "zolp_orktool.h"
 
@@ -170,18 +169,10 @@ void add_object_command(CLI::App& program, const char* name, const char* descrip
   CLI::App* const command = program.add_subcommand(name, description);
   const auto options = std::make_shared<ObjectOptions>();
   command->add_option(argument, options->what, argument_description)->required()->type_name("");
-  add_login_options(*command, options->login);
-  command->add_flag("--json", options->json, "Print JSON");
   command->footer(footer);
-  command->callback([options, command, read, print] {
-    check_login_options(*command);
-    const Site site(site_file(options->login.site));
-    Json result;
-    {
-      const Session session;
-      result = read(options->what);
-    }
-    if (options->json) {
+  work_in_session(*command, options, [read, print](const ObjectOptions& given) {
+    const Json result = read(given.what);
+    if (given.json) {
       print_json(result);
     } else {
       print(result);
