@@ -4,9 +4,9 @@
 #include <ctime>
 #include <string>
 
-#include "clock.h"
 #include "ork/date.h"
 #include "ork/mem.h"
+#include "support/fixed_time.h"
 #include "support/site.h"
 #include "support/trace_capture.h"
 #include "zolp_orktool.h"
@@ -53,25 +53,15 @@ class DateConversions : public testing::Test {
  protected:
   DateConversions() {
     unsetenv("STORE_DATE_FORMAT");
-    orktool::replace_calendar([] {
-      std::tm time{};
-      time.tm_year = 126;
-      time.tm_mon = 2;
-      time.tm_mday = 5;
-      time.tm_hour = 7;
-      time.tm_min = 8;
-      time.tm_sec = 9;
-      return time;
-    });
     blocks = ork_host_block_count();
   }
   ~DateConversions() override {
     EXPECT_EQ(ork_host_block_count(), blocks);
-    orktool::replace_calendar(nullptr);
     unsetenv("STORE_DATE_FORMAT");
   }
 
   test::Site site;
+  test::FixedTime fixed_time;
   test::TraceCapture trace;
   std::size_t blocks = 0;
 };
@@ -79,20 +69,20 @@ class DateConversions : public testing::Test {
 TEST_F(DateConversions, CurrentDate) {
   date_s date{};
   EXPECT_EQ(ZOLP_DateAskCurrentDate(&date), 0);
-  EXPECT_EQ(date.year, 2026);
+  EXPECT_EQ(date.year, 2013);
   EXPECT_EQ(date.month, 2);
-  EXPECT_EQ(date.day, 5);
-  EXPECT_EQ(date.hour * 10000 + date.minute * 100 + date.second, 70809);
+  EXPECT_EQ(date.day, 14);
+  EXPECT_EQ(date.hour * 10000 + date.minute * 100 + date.second, 90507);
   ork_host_start_journal();
-  EXPECT_EQ(told(ZOLP_DateAskCurrentDateTimeAsString), "0:05.03.2026 07:08");
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateTimeAsString), "0:14.03.2013 09:05");
   EXPECT_THAT(test::Site::journal(), testing::IsEmpty());
-  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsString), "0:05-Mar-2026 07:08");
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsString), "0:14-Mar-2013 09:05");
   EXPECT_THAT(test::Site::journal(), ElementsAre("TEXT_lookup", "DATE_date_to_string"));
   EXPECT_TRUE(trace.has("  ->ZOLP_DateAskCurrentDate(&date) "));
-  EXPECT_EQ(record(nullptr), "0: 2026 2 5 7 8 9");
-  EXPECT_EQ(record("", "%q"), "0: 2026 2 5 7 8 9");
-  EXPECT_EQ(normalised(nullptr), "0:05-Mar-2026 07:08");
-  EXPECT_EQ(normalised(""), "0:05-Mar-2026 07:08");
+  EXPECT_EQ(record(nullptr), "0: 2013 2 14 9 5 7");
+  EXPECT_EQ(record("", "%q"), "0: 2013 2 14 9 5 7");
+  EXPECT_EQ(normalised(nullptr), "0:14-Mar-2013 09:05");
+  EXPECT_EQ(normalised(""), "0:14-Mar-2013 09:05");
 }
 
 TEST_F(DateConversions, FormatsStayAsTheyWereFirstFound) {
@@ -100,8 +90,8 @@ TEST_F(DateConversions, FormatsStayAsTheyWereFirstFound) {
   EXPECT_EQ(as_text({2026, 11, 31, 23, 59, 0}), "0:31.12.2026");
   setenv("STORE_DATE_FORMAT", "%Y/%m/%d", 1);
   ASSERT_EQ(ork_host_seed(R"({"texts": {"en": {"DefaultDateFormat": "%b %d, %Y"}}})"), ORK_ok);
-  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsString), "0:05.03.2026");
-  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString), "0:05-Mar-2026 07:08");
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsString), "0:14.03.2013");
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString), "0:14-Mar-2013 09:05");
   EXPECT_EQ(normalised("31.12.2026"), "0:31-Dec-2026 00:00");
   // Records have formats of their own, which are looked up only now.
   EXPECT_EQ(record("2026/12/31"), "0: 2026 11 31 0 0 0");
@@ -139,7 +129,7 @@ TEST_F(DateConversions, FailuresOfThePlatformAreReturned) {
   ork_host_fail_call("TEXT_lookup", 1, failure);
   EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString),
             std::to_string(ORK_invalid_argument) + ":(null)");
-  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString), "0:05-Mar-2026 07:08");
+  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString), "0:14-Mar-2013 09:05");
   ork_host_fail_call("DATE_date_to_string", 1, failure);
   EXPECT_EQ(as_text({2026, 0, 1, 0, 0, 0}), "4711:(null)");
   ork_host_fail_call("DATE_date_to_string", 1, ORK_ok);  // it succeeds and gives no text

@@ -15,6 +15,7 @@
 #include "ork/rel.h"
 #include "ork/store.h"
 #include "ork/type.h"
+#include "support/fixed_time.h"
 #include "support/site.h"
 #include "support/trace_capture.h"
 #include "zolp_orktool.h"
@@ -532,23 +533,7 @@ TEST_F(Objects, AttributesComeFromTheClassUpToTheRoot) {
 
 class FileNames : public Objects {
  protected:
-  FileNames() {
-    orktool::replace_clock([] { return 1234; });
-    orktool::replace_calendar([] {
-      std::tm time{};
-      time.tm_year = 113;
-      time.tm_mon = 2;
-      time.tm_mday = 14;
-      time.tm_hour = 9;
-      time.tm_min = 5;
-      time.tm_sec = 7;
-      return time;
-    });
-  }
-  ~FileNames() override {
-    orktool::replace_clock(nullptr);
-    orktool::replace_calendar(nullptr);
-  }
+  test::FixedTime fixed_time;
 
   static std::string name(tag revision, const std::string& path, const std::string& extension) {
     std::array<char, ZOLP_FILE_NAME_SIZE> buffer{"untouched"};

@@ -1,12 +1,12 @@
 // The walks, compared with plain recursive models on made-up structures; long and deep structures.
 
 #include <gmock/gmock.h>
-#include <pthread.h>
 
 #include <cstdlib>
 #include <functional>
 #include <map>
 
+#include "support/small_stack.h"
 #include "support/structure_generator.h"
 #include "support/structure_site.h"
 #include "support/trace_capture.h"
@@ -289,31 +289,6 @@ TEST_F(Walks, PackAsAPlainWalkDoes) {
 
 // ------------------------------------------------------------------------------- long and deep
 
-#if defined(__SANITIZE_ADDRESS__)
-// Their frames are several times as large.
-constexpr std::size_t stack_size = std::size_t{4} << 20;
-#else
-constexpr std::size_t stack_size = std::size_t{1} << 20;
-#endif
-
-/** Runs a function on a small stack, as a host process may give. */
-void on_small_stack(std::function<void()> function) {
-  pthread_attr_t attributes;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, stack_size), 0);
-  pthread_t thread{};
-  ASSERT_EQ(pthread_create(
-                &thread, &attributes,
-                [](void* argument) -> void* {
-                  (*static_cast<std::function<void()>*>(argument))();
-                  return nullptr;
-                },
-                &function),
-            0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-}
-
 TEST(StructureScale, TwoThousandLevels) {
   constexpr int levels = 2000;
   test::StructureSite site;
@@ -321,7 +296,7 @@ TEST(StructureScale, TwoThousandLevels) {
   GeneratedStructure chain({1, levels, 1, 1, true});
   site.seed(chain.seed());
   const tag top = site.open("I0");
-  on_small_stack([&] {
+  test::on_small_stack([&] {
     int counter = 0;
     int size = 0;
     EXPECT_EQ(ZOLP_getSizeOfPS(top, 0, &counter, &size), 0);
@@ -361,7 +336,7 @@ TEST(StructureScale, ManySiblingsAndNumbers) {
   for (int i = 0; i < used; ++i) {
     numbers[static_cast<std::size_t>(i)] = static_cast<tag>(i + 1);
   }
-  on_small_stack([&] {
+  test::on_small_stack([&] {
     EXPECT_EQ(ZOLP_pack_bom(top, 1), 0);  // begins anew for each pair
     int number = 1;
     EXPECT_EQ(ZOLP_getUnusedSeqNo(&number, 1, used, numbers.data()), 0);

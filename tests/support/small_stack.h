@@ -8,9 +8,14 @@
 
 namespace test {
 
+#if defined(__SANITIZE_ADDRESS__)
+// Their frames are several times as large.
+inline constexpr std::size_t small_stack_size = std::size_t{4} << 20;
+#else
 inline constexpr std::size_t small_stack_size = std::size_t{1} << 20;
+#endif
 
-/** Runs a function on a stack of 1 MiB. */
+/** Runs a function on such a stack. */
 inline void on_small_stack(std::function<void()> function) {
   pthread_attr_t attributes;
   ASSERT_EQ(pthread_attr_init(&attributes), 0);

@@ -7,7 +7,7 @@ using test::run_zolp;
 using testing::HasSubstr;
 using testing::Not;
 
-class BomCommands : public testing::Test {
+class BomCommands : public test::ZolpTest {
  protected:
   BomCommands() {
     EXPECT_EQ(run_zolp({"host", "init", site, "--seed",
@@ -16,17 +16,11 @@ class BomCommands : public testing::Test {
               0);
   }
 
-  test::Run bom(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "bom");
-    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
-  }
+  test::Run bom(std::vector<std::string> arguments) { return on_site("bom", std::move(arguments)); }
 
   std::string number_of_drive() {
     return bom({"tree", "MX-100/B", "--json"}).json()["lines"][0]["sequence"];
   }
-
-  test::TemporaryFolder folder;
-  const std::string site = folder.path("site.db");
 };
 
 TEST_F(BomCommands, TreeIsThatOfTheRule) {

@@ -35,7 +35,7 @@ constexpr const char* seed = R"({
     "ZOLP_precloneactionfile": {"file": "pre.txt"},
     "ZOLP_postcloneactionsfile": {"file": "post.txt"}}})";
 
-class CloneCommand : public testing::Test {
+class CloneCommand : public test::ZolpTest {
  protected:
   CloneCommand() {
     folder.write("header.txt", "%%DEFAULT_CONTAINER%% %%OUTPUTASSY_ID%%\n");
@@ -43,8 +43,7 @@ class CloneCommand : public testing::Test {
     folder.write("retain.txt", "R %%ITEM_ID%%\n");
     folder.write("pre.txt", "before\n");
     folder.write("post.txt", "after\n");
-    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
-              0);
+    make_site(seed);
     std::filesystem::create_directory(out);
   }
 
@@ -62,8 +61,6 @@ class CloneCommand : public testing::Test {
                                         item_row(2, "KEPT", "Released") + item_row(2, "NEW"));
   }
 
-  test::TemporaryFolder folder;
-  const std::string site = folder.path("site.db");
   const std::string out = folder.path("out");
 };
 

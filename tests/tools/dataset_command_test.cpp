@@ -37,18 +37,13 @@ constexpr const char* seed = R"({
         {"name": "Frame", "type": "Model",
          "forms": [{"reference": "Mass", "type": "Mass"}]}]}]}]})";
 
-class DatasetCommands : public testing::Test {
+class DatasetCommands : public test::ZolpTest {
  protected:
   DatasetCommands() {
     folder.write("front.png", "front");
     folder.write("side.png", "side");
     std::filesystem::create_directory(target);
-    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
-              0);
-  }
-
-  test::Run on_site(std::vector<std::string> arguments) const {
-    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
+    make_site(seed);
   }
 
   /** A run of a dataset command for revision 1/00/A. */
@@ -60,8 +55,6 @@ class DatasetCommands : public testing::Test {
 
   std::size_t vault_size() const { return files_in(site + ".vault").size(); }
 
-  test::TemporaryFolder folder;
-  const std::string site = folder.path("site.db");
   const std::string target = folder.path("out");
 };
 

@@ -23,16 +23,12 @@ constexpr const char* seed = R"({
   "access_rules": [{"deny": ["READ"], "to": "world", "on": {"item": "200"}}]
 })";
 
-class FilterCommand : public testing::Test {
+class FilterCommand : public test::ZolpTest {
  protected:
-  FilterCommand() {
-    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
-              0);
-  }
+  FilterCommand() { make_site(seed); }
 
   test::Run run(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "filter");
-    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
+    return on_site("filter", std::move(arguments));
   }
 
   /** Ids of what is listed, without the one that cannot be read. */
@@ -46,9 +42,6 @@ class FilterCommand : public testing::Test {
     }
     return found;
   }
-
-  test::TemporaryFolder folder;
-  const std::string site = folder.path("site.db");
 };
 
 TEST_F(FilterCommand, ListsWhatPasses) {

@@ -16,24 +16,16 @@ constexpr const char* seed = R"({
              "memberships": [{"group": "engineering", "role": "designer"}]}],
   "preferences": {"One": "first", "Many": ["a", "b"], "File": {"file": "x.txt"}}})";
 
-class HostCommand : public testing::Test {
+class HostCommand : public test::ZolpTest {
  protected:
-  std::string make_site() {
-    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
-              0);
-    return site;
-  }
   test::Run pref(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"host", "pref", site});
     return run_zolp(arguments);
   }
-
-  test::TemporaryFolder folder;
-  const std::string site = folder.path("site.db");
 };
 
 TEST_F(HostCommand, InitSeedAndShow) {
-  make_site();
+  make_site(seed);
   const test::Run users = run_zolp({"host", "show", site, "users", "--json"});
   ASSERT_EQ(users.json().size(), 1u);
   EXPECT_EQ(users.json()[0]["name"], "Ada Example");
@@ -54,7 +46,7 @@ TEST_F(HostCommand, InitSeedAndShow) {
 }
 
 TEST_F(HostCommand, Preferences) {
-  make_site();
+  make_site(seed);
   EXPECT_EQ(pref({"Many"}).out, "a\nb\n");
   EXPECT_EQ(pref({"File"}).out, folder.path("x.txt") + "\n");
   EXPECT_EQ(pref({"One", "other", "-1", "[a,b]"}).exit_code, 0);
@@ -76,7 +68,7 @@ TEST_F(HostCommand, Preferences) {
 #if !defined(_WIN32)
 // Arguments on Windows are texts, not bytes.
 TEST_F(HostCommand, BytesThatAreNotUtf8MakeValidJson) {
-  make_site();
+  make_site(seed);
   EXPECT_EQ(pref({"Latin", "Getriebegeh\xE4use"}).exit_code, 0);
   EXPECT_THAT(pref({"Latin", "--json"}).json()[0].get<std::string>(), HasSubstr("Getriebegeh"));
 }
@@ -91,7 +83,7 @@ TEST_F(HostCommand, FailuresLeaveNoSite) {
   expect_refusal(run_zolp({"host", "init", folder.path("no/site.db")}), 1, "does not exist");
   EXPECT_THAT(files_in(folder.path("")), ElementsAre("bad.json"));
 
-  make_site();
+  make_site(seed);
   expect_refusal(run_zolp({"host", "init", site}), 1, "already exists");
   expect_refusal(run_zolp({"host", "seed", site, folder.path("bad.json")}), 1, "/users");
   EXPECT_EQ(pref({"One"}).out, "first\n");
@@ -105,7 +97,7 @@ TEST_F(HostCommand, OtherFilesAndWrongUsage) {
   EXPECT_FALSE(folder.has("none.db"));
 
   expect_refusal(run_zolp({"host", "show"}), 2, "ORK_HOST_DB");
-  expect_refusal(run_zolp({"host", "show", make_site(), "nonsense"}), 2, "nonsense");
+  expect_refusal(run_zolp({"host", "show", make_site(seed), "nonsense"}), 2, "nonsense");
   expect_refusal(run_zolp({"host", "init"}), 2, "FILE");
   expect_refusal(run_zolp({"host", "init", ""}), 2, "FILE");
   expect_refusal(run_zolp({"host", "polish"}), 2, "zolp --help");

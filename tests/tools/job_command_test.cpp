@@ -32,21 +32,11 @@ constexpr const char* seed = R"({
       {"name": "Large?", "type": "condition"}]},
     {"name": "Gone", "handlers": [{"on": "start", "name": "test-delete-job"}]}]})";
 
-class JobCommands : public testing::Test {
+class JobCommands : public test::ZolpTest {
  protected:
-  JobCommands() {
-    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
-              0);
-  }
+  JobCommands() { make_site(seed); }
 
-  test::Run on_site(std::vector<std::string> arguments) {
-    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
-  }
-
-  test::Run job(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "job");
-    return on_site(std::move(arguments));
-  }
+  test::Run job(std::vector<std::string> arguments) { return on_site("job", std::move(arguments)); }
 
   /** What a command prints that succeeds. */
   std::string done(std::vector<std::string> arguments) {
@@ -55,9 +45,6 @@ class JobCommands : public testing::Test {
     EXPECT_EQ(run.err, "");
     return run.out;
   }
-
-  test::TemporaryFolder folder;
-  const std::string site = folder.path("site.db");
 };
 
 TEST_F(JobCommands, AJobFromItsStartToItsEnd) {

@@ -13,14 +13,13 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-class ListCommand : public testing::Test {
+class ListCommand : public test::ZolpTest {
  protected:
   test::Run list(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "list");
     return run_zolp(arguments);
   }
 
-  test::TemporaryFolder folder;
   const std::string out = folder.path("out.txt");
 };
 

@@ -25,19 +25,9 @@ constexpr const char* seed = R"({
        "datasets": [{"name": "report", "type": "Report", "relation": "Documents"}]}]},
     {"id": "2/00", "name": "Slashed\u001b[31m", "owning_site": 2}]})";
 
-class ObjectCommands : public testing::Test {
+class ObjectCommands : public test::ZolpTest {
  protected:
-  ObjectCommands() {
-    EXPECT_EQ(run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)}).exit_code,
-              0);
-  }
-
-  test::Run on_site(std::vector<std::string> arguments) {
-    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
-  }
-
-  test::TemporaryFolder folder;
-  const std::string site = folder.path("site.db");
+  ObjectCommands() { make_site(seed); }
 };
 
 TEST_F(ObjectCommands, ShowPrintsACard) {

@@ -50,6 +50,32 @@ inline Run run_zolp(std::vector<std::string> arguments, const Environment& setti
   return run_program(arguments, settings);
 }
 
+/** A folder with a site, worked on with zolp. */
+class ZolpTest : public testing::Test {
+ protected:
+  /** Makes the site. @return its path. */
+  std::string make_site(const std::string& seed) const {
+    const test::Run made =
+        run_zolp({"host", "init", site, "--seed", folder.write("seed.json", seed)});
+    EXPECT_EQ(made.exit_code, 0) << made.err;
+    return site;
+  }
+
+  /** Runs zolp on that site. */
+  test::Run on_site(std::vector<std::string> arguments) const {
+    return run_zolp(std::move(arguments), {{"ORK_HOST_DB", site}});
+  }
+
+  /** The same for a command whose name comes before the arguments. */
+  test::Run on_site(const char* command, std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), command);
+    return on_site(std::move(arguments));
+  }
+
+  TemporaryFolder folder;
+  const std::string site = folder.path("site.db");
+};
+
 /** A run that ends with an exit code and one line on standard error that begins with "zolp: ". */
 inline void expect_refusal(const Run& run, int exit_code, const std::string& text) {
   EXPECT_EQ(run.exit_code, exit_code) << run.err;
