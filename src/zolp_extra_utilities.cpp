@@ -250,9 +250,9 @@ class DateFormats {
  public:
   void fetch() {
     if (!is_site_format_fetched_) {
-      is_site_format_fetched_ = true;
       const char* format = std::getenv("STORE_DATE_FORMAT");
       site_format_ = format != nullptr ? strdup(format) : nullptr;
+      is_site_format_fetched_ = format == nullptr || site_format_ != nullptr;
     }
     if (default_format_ == nullptr) {
       [[maybe_unused]] int status = ORK_ok;  // the text tells

@@ -263,6 +263,7 @@ void add_image_export(Cases& cases) {
   const auto ends = [](const char* operation) { return aborts(operation, "same|none"); };
   cases.add("ZOLP_exportImage", "")
       .good({0, "same|a note\n"})
+      .makes_do("same|none")
       .steps({ends("ITEM_get_item_of_rev"), ends("ITEM_get_id"), ends("ITEM_get_rev_id"),
               ignores("DSET_find_dataset_named_ref", "same|none").calls({}), ends("WSO_get_name"),
               ignores("FILE_export_file", "same|none")})

@@ -60,38 +60,49 @@ void fix_columns() {
 }
 
 void add_list_readers(Cases& cases) {
-  cases.add("ZOLP_read_itemrevlist", "").good({0, "1|100\n|     1|1"}).call([](Run& run) {
+  const auto read = [](Run& run) {
     const std::string list = file("items.txt", "     1100\n");
     int count = untouched_number;
     char** ids = nullptr;
     char** levels = nullptr;
     int* counts = nullptr;
+    run.starts();
     run.returned(ZOLP_read_itemrevlist(list.c_str(), &count, &ids, &levels, &counts));
-    run.out(count).out(ids[0]).out(levels[0]).out(counts[0]);
-    std::free(ids[0]);
-    std::free(levels[0]);
+    run.out(count);
+    if (ids != nullptr) {
+      run.out(ids[0]).out(levels[0]).out(counts[0]);
+      std::free(ids[0]);
+      std::free(levels[0]);
+    }
     std::free(ids);
     std::free(levels);
     std::free(counts);
-  });
+  };
+  cases.add("ZOLP_read_itemrevlist", "")
+      .good({0, "1|100\n|     1|1"})
+      .call(read)
+      .starts_when_told();
   const auto copy = [](auto function) {
     return [function](Run& run) {
       const std::string list = list_of_two();
       const std::string copied = path("copy.txt");
+      run.starts();
       run.returned(function(list.c_str(), copied.c_str()));
       run.out(contents(copied) == contents(list) ? "same" : "different");
     };
   };
-  cases.add("ZOLP_clean_list", "").good({0, "same"}).call(copy(ZOLP_clean_list));
+  cases.add("ZOLP_clean_list", "").good({0, "same"}).call(copy(ZOLP_clean_list)).starts_when_told();
   cases.add("ZOLP_remove_doubles_from_list", "")
       .good({0, "same"})
       .call(copy(ZOLP_remove_doubles_from_list))
-      .prepare(fix_columns);
+      .prepare(fix_columns)
+      .starts_when_told();
   cases.add("ZOLP_scan_usage", "")
       .good({0, "same"})
       .call(copy([](const char* list, const char* copied) {
         return ZOLP_scan_usage(list, copied, 0, nullptr);
-      }));
+      }))
+      .starts_when_told();
 }
 
 void add_tree_readers(Cases& cases) {
@@ -99,36 +110,45 @@ void add_tree_readers(Cases& cases) {
       .good({0, "part"})
       .steps({aborts("PREF_initialize", "null"), aborts("PREF_get_char_value", "null")})
       .call([](Run& run) {
+        const std::string list = path("list.txt");
         assy_entry* last = nullptr;
-        run.returned(ZOLP_read_assylist(path("list.txt").c_str(), &last));
+        run.starts();
+        run.returned(ZOLP_read_assylist(list.c_str(), &last));
         run.out(last != nullptr ? last->item_id : "null");
         if (last != nullptr) {
           tool::free_assembly(tool::assembly_root(last));
         }
       })
-      .prepare(fix_columns);
+      .prepare(fix_columns)
+      .starts_when_told();
   cases.add("read_item_basic_data", "")
       .good({0, "top|new"})
       .call([](Run& run) {
+        const std::string line = item_line("1", "top");
         char id[129];
         char revision[129];
         char new_id[129];
         char new_revision[129];
-        run.returned(read_item_basic_data(item_line("1", "top").c_str(), "/", id, revision, new_id,
-                                          new_revision));
+        run.starts();
+        run.returned(read_item_basic_data(line.c_str(), "/", id, revision, new_id, new_revision));
         run.out(id).out(new_id);
       })
-      .prepare(fix_columns);
+      .prepare(fix_columns)
+      .starts_when_told();
   cases.add("read_dataset_basic_data", "")
       .good({0, "QNPART"})
+      .makes_do("none")
       .call([](Run& run) {
+        const std::string line = item_line("", "");
         assy_entry item{};
         std::snprintf(item.type, sizeof item.type, "ItemRev");
-        run.returned(read_dataset_basic_data(item_line("", "").c_str(), "QNPART", 0, &item));
-        run.out(item.child->type);
+        run.starts();
+        run.returned(read_dataset_basic_data(line.c_str(), "QNPART", 0, &item));
+        run.out(item.child != nullptr ? item.child->type : "none");
         std::free(item.child);
       })
-      .prepare(fix_columns);
+      .prepare(fix_columns)
+      .starts_when_told();
 }
 
 void add_clone_log(Cases& cases) {
@@ -138,12 +158,15 @@ void add_clone_log(Cases& cases) {
       .steps({ends("PREF_initialize"), ends("PREF_get_char_value"), ends("PREF_get_char_value"),
               ends("PREF_get_char_value"), ends("STORE_get_user_id")})
       .call([](Run& run) {
+        const std::string list = list_of_two();
         const std::string log = path("clone.log");
         std::remove(log.c_str());
-        run.returned(ZOLP_create_clonelogheader(list_of_two().c_str(), log.c_str(), "Header"));
+        run.starts();
+        run.returned(ZOLP_create_clonelogheader(list.c_str(), log.c_str(), "Header"));
         run.out(contents(log));
       })
-      .prepare(set_templates);
+      .prepare(set_templates)
+      .starts_when_told();
   // A relation type that cannot be found stands for all of them.
   cases.add("ZOLP_write_info_about_relation", "two related objects")
       .good({0, "2"})
@@ -182,10 +205,12 @@ void add_clone_batch(Cases& cases) {
         const std::string batch = path("start.bat");
         std::remove(batch.c_str());
         assy_entry top = record("CLONE");
+        run.starts();
         run.returned(ZOLP_write_startbat(batch.c_str(), &top));
         run.out(contents(batch));
       })
-      .prepare(set_templates);
+      .prepare(set_templates)
+      .starts_when_told();
 }
 
 /** Writes entries into a file and shows it. */
@@ -193,6 +218,7 @@ template <typename Write>
 auto write_entries(Write write) {
   return [write](Run& run) {
     std::FILE* out = std::fopen(path("entries.txt").c_str(), "w");
+    run.starts();
     run.returned(write(out));
     std::fclose(out);
     run.out(contents(path("entries.txt")));
@@ -207,7 +233,8 @@ void add_clone_entries(Cases& cases) {
       .call(write_entries([](std::FILE* out) {
         return ZOLP_write_item(&out, "100", "A", "VPD_retain_itemtemplate");
       }))
-      .prepare(set_templates);
+      .prepare(set_templates)
+      .starts_when_told();
   cases.add("ZOLP_write_replace_and_cloneitem", "")
       .good({0, "clone 100\n"})
       .steps(ends)
@@ -215,21 +242,24 @@ void add_clone_entries(Cases& cases) {
         return ZOLP_write_replace_and_cloneitem(&out, "100", "A", "200", "B", "New",
                                                 "VPD_clone_itemtemplate");
       }))
-      .prepare(set_templates);
+      .prepare(set_templates)
+      .starts_when_told();
   cases.add("ZOLP_write_retaindataset", "")
       .good({0, "retain part\n"})
       .steps(ends)
       .call(write_entries([](std::FILE* out) {
         return ZOLP_write_retaindataset(&out, "100", "A", "relation", "part");
       }))
-      .prepare(set_templates);
+      .prepare(set_templates)
+      .starts_when_told();
   cases.add("ZOLP_write_clonedataset", "")
       .good({0, "clone name\n"})
       .steps(ends)
       .call(write_entries([](std::FILE* out) {
         return ZOLP_write_clonedataset(&out, "100", "A", "name", "relation", "200", "B", "New");
       }))
-      .prepare(set_templates);
+      .prepare(set_templates)
+      .starts_when_told();
   // A record with a child: what was written before a failure stands.
   cases.add("ZOLP_write_assylist", "a record and its child")
       .good({0, "clone CLONE\nretain RETAIN\n"})
@@ -243,7 +273,8 @@ void add_clone_entries(Cases& cases) {
         child.parent = &top;
         return ZOLP_write_assylist(out, &top);
       }))
-      .prepare(set_templates);
+      .prepare(set_templates)
+      .starts_when_told();
 }
 
 }  // namespace

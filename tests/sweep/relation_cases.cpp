@@ -2,9 +2,9 @@
 
 #include <ctime>
 
-#include "clock.h"
 #include "ork/mem.h"
 #include "ork/store.h"
+#include "support/fixed_time.h"
 #include "sweep.h"
 #include "zolp_orktool.h"
 
@@ -131,20 +131,6 @@ void add_attributes(Cases& cases) {
       .starts_when_told();
 }
 
-void fix_time() {
-  orktool::replace_clock([] { return 1234; });
-  orktool::replace_calendar([] {
-    std::tm time{};
-    time.tm_year = 113;
-    time.tm_mon = 2;
-    time.tm_mday = 14;
-    time.tm_hour = 9;
-    time.tm_min = 5;
-    time.tm_sec = 7;
-    return time;
-  });
-}
-
 void add_file_names(Cases& cases) {
   cases.add("ZOLP_buildFileName", "")
       .good({0, "p\\100_B_14032013090507_1234.txt"})
@@ -157,7 +143,7 @@ void add_file_names(Cases& cases) {
         run.returned(ZOLP_buildFileName(object("100/B"), "p", name, "txt"));
         run.out(name);
       })
-      .prepare(fix_time);
+      .prepare([] { static const test::FixedTime fixed_time; });
 }
 
 }  // namespace

@@ -1,10 +1,11 @@
 // Tries out the tables: each case once as it is, once for each of its platform calls with that call
-// failing, and once for each allocation with that one failing. Every run is a process of its own,
-// so that a crash ends one run, and flags that live as long as a process start anew. Writes a
-// matrix of what was tried and what held.
+// failing, and once for each allocation with that one failing. What the library asks the C heap for
+// is refused as well, request by request. Every run is a process of its own, so that a crash ends
+// one run, and flags that live as long as a process start anew. Writes a matrix of what was tried
+// and what held.
 //
 //     fault_sweep [FUNCTION]
-//     fault_sweep --run CASE STEP ALLOCATION OWN   makes one run (see words_of)
+//     fault_sweep --run CASE STEP ALLOCATION OWN REQUEST   makes one run (see words_of)
 
 #include "sweep.h"
 
@@ -16,6 +17,7 @@
 #include <optional>
 #include <set>
 
+#include "heap.h"
 #include "ork/mem.h"
 #include "ork_host.h"
 #include "process.h"
@@ -35,17 +37,18 @@ namespace {
 
 // ------------------------------------------------------------------------------ one run
 
-/** What is to fail in a run: a call, an allocation, or nothing. */
+/** What is to fail in a run: a call, an allocation, a request to the C heap, or nothing. */
 struct Fault {
   const Step* step = nullptr;
   int nth_call = 0;               /**< which call of the step's operation */
   std::size_t at_step = 0;        /**< index of the step */
   int allocation = 0;             /**< which allocation, from 1 */
   std::size_t own_allocation = 0; /**< which of the library's own it is, if it is one */
+  int heap_request = 0;           /**< which request to the C heap, from 1 */
 };
 
 /** How a run ended, as its process's exit code. */
-enum Ending { as_promised = 0, otherwise = 10, no_such_allocation = 11, own_allocation = 12 };
+enum Ending { as_promised = 0, otherwise = 10, none_such = 11, own_allocation = 12 };
 
 std::string locks() {
   char* json = nullptr;
@@ -57,7 +60,9 @@ std::string locks() {
 
 class Trial : public Run {
  public:
-  explicit Trial(const Fault& fault) : fault_(fault) {}
+  explicit Trial(const Fault& fault)
+      // The capture asks the C heap, too.
+      : fault_(fault), trace_(fault.heap_request > 0 ? ZOLP_LEVEL_OFF : ZOLP_LEVEL_DEBUG) {}
 
   /** Makes the call of a case. `locks_before` are those that do not count. */
   void make(const Case& tried, const std::string& locks_before) {
@@ -82,15 +87,17 @@ class Trial : public Run {
     } else if (fault_.allocation > 0) {
       ork_host_fail_allocation(fault_.allocation);
     }
+    refuse_heap_request(fault_.heap_request);
   }
 
   void returned(int status) override {
+    is_past_end = fault_.heap_request > 0 && !stop_refusing_heap_requests();
     outcome.status = status;
     outcome.open_levels = ZOLP_GetTraceDepth();
     // A fault that the call did not reach meets one of as many allocations.
-    for (int i = 0; i < fault_.allocation && !allocation_is_past_end; ++i) {
+    for (int i = 0; i < fault_.allocation && !is_past_end; ++i) {
       void* probe = MEM_alloc(1);
-      allocation_is_past_end = probe == nullptr;
+      is_past_end = probe == nullptr;
       MEM_free(probe);
     }
     ork_host_stop_journal();
@@ -111,7 +118,7 @@ class Trial : public Run {
   Outcome outcome;
   std::vector<std::string> calls;
   std::optional<std::size_t> out_of_memory; /**< index of the call whose allocation failed */
-  bool allocation_is_past_end = false;
+  bool is_past_end = false;                 /**< what was to fail was not reached */
   bool shows_failure = false; /**< an error line of the trace has the failed call's status */
 
  private:
@@ -231,6 +238,9 @@ std::string words(const Case& tried, const Fault& fault) {
     return title(tried) + ": failing " + fault.step->operation + ", step " +
            std::to_string(fault.at_step + 1);
   }
+  if (fault.heap_request > 0) {
+    return title(tried) + ": refused heap request " + std::to_string(fault.heap_request);
+  }
   return title(tried) + (fault.allocation > 0
                              ? ": failing allocation " + std::to_string(fault.allocation)
                              : ": good call");
@@ -254,6 +264,14 @@ bool check_failed_allocation(const Case& tried, const Trial& trial, const Fault&
     differences.say("the table has no such allocation of the library's own");
   }
   return true;
+}
+
+/** Where a call says that all went well although a request was refused, all must have done so. */
+void check_refused_request(const Case& tried, const Trial& trial, Differences& differences) {
+  const bool is_made_do = tried.made_do_outputs && trial.outcome.outputs == tried.made_do_outputs;
+  if (trial.outcome.status == tried.good_outcome.status && !is_made_do) {
+    differences.compare(tried.good_outcome, trial.outcome);
+  }
 }
 
 /** Whether blocks of the C heap are lost, as far as somebody looks for them. */
@@ -281,8 +299,10 @@ int run(const Case& tried, const Fault& fault) {
     trial.make(tried, locks_before);
     if (fault.step != nullptr) {
       check_failed_call(tried, trial, fault.at_step, injected_status, differences);
-    } else if (trial.allocation_is_past_end) {
-      return no_such_allocation;
+    } else if (trial.is_past_end) {
+      return none_such;
+    } else if (fault.heap_request > 0) {
+      check_refused_request(tried, trial, differences);
     } else if (fault.allocation > 0) {
       ending = check_failed_allocation(tried, trial, fault, differences) ? own_allocation : ending;
     } else {
@@ -314,23 +334,27 @@ Fault failing_step(const Case& tried, std::size_t at) {
   const auto earlier = std::count_if(tried.all_steps.begin(), end, [&](const Step& other) {
     return other.operation == step.operation;
   });
-  return {&step, static_cast<int>(earlier) + 1, at, 0, 0};
+  return {.step = &step, .nth_call = static_cast<int>(earlier) + 1, .at_step = at};
 }
 
-/** A run in words: the number of its case, that of the failing step or -1, and the allocation. */
+/** A run in words: the numbers of its case, of the failing step or -1, and of what else fails. */
 std::vector<std::string> words_of(std::size_t number, const Fault& fault) {
-  return {"--run", std::to_string(number),
+  return {"--run",
+          std::to_string(number),
           fault.step != nullptr ? std::to_string(fault.at_step) : "-1",
-          std::to_string(fault.allocation), std::to_string(fault.own_allocation)};
+          std::to_string(fault.allocation),
+          std::to_string(fault.own_allocation),
+          std::to_string(fault.heap_request)};
 }
 
 /** Makes the run of such words, in this process. */
 int run_in_words(const Cases& cases, const std::vector<std::string>& words) {
   const Case& tried = cases.all.at(std::stoul(words.at(1)));
   const int step = std::stoi(words.at(2));
-  return run(tried, step >= 0
-                        ? failing_step(tried, static_cast<std::size_t>(step))
-                        : Fault{nullptr, 0, 0, std::stoi(words.at(3)), std::stoul(words.at(4))});
+  return run(tried, step >= 0 ? failing_step(tried, static_cast<std::size_t>(step))
+                              : Fault{.allocation = std::stoi(words.at(3)),
+                                      .own_allocation = std::stoul(words.at(4)),
+                                      .heap_request = std::stoi(words.at(5))});
 }
 
 /** What was tried of a case. */
@@ -339,6 +363,7 @@ struct Tally {
   std::size_t number = 0; /**< which case it is */
   int call_faults = 0;
   int allocation_faults = 0;
+  int refused_requests = 0;
   int runs = 0;
   int held = 0;
 
@@ -366,8 +391,8 @@ void try_calls(Tally& tally) {
 void try_allocations(Tally& tally) {
   std::size_t own_allocations = 0;
   for (int nth = 1;; ++nth) {
-    const int ending = tally.run_in_process({nullptr, 0, 0, nth, own_allocations});
-    if (ending == no_such_allocation) {
+    const int ending = tally.run_in_process({.allocation = nth, .own_allocation = own_allocations});
+    if (ending == none_such) {
       break;
     }
     ++tally.allocation_faults;
@@ -384,12 +409,24 @@ void try_allocations(Tally& tally) {
   }
 }
 
+void try_heap_requests(Tally& tally) {
+  for (int nth = 1; can_refuse_heap_requests(); ++nth) {
+    const int ending = tally.run_in_process({.heap_request = nth});
+    if (ending == none_such) {
+      break;
+    }
+    ++tally.refused_requests;
+    tally.count(ending);
+  }
+}
+
 Tally try_case(const Case& tried, std::size_t number) {
   Tally tally{&tried, number};
   tally.count(tally.run_in_process({}));
   if (tally.held == tally.runs) {
     try_calls(tally);
     try_allocations(tally);
+    try_heap_requests(tally);
   }
   return tally;
 }
@@ -397,31 +434,33 @@ Tally try_case(const Case& tried, std::size_t number) {
 void write_matrix(const std::vector<Tally>& tallies) {
   std::ofstream report(SWEEP_REPORT);
   report << "# Fault sweep\n\nEach function's good call, and the same with each of its platform "
-            "calls and each of its allocations failing.\n\n"
-            "| function | good call | platform calls | failed calls | failed allocations | held |\n"
-            "|---|---|--:|--:|--:|---|\n";
+            "calls and each of its allocations failing, and each of its requests to the C heap "
+            "refused.\n\n"
+            "| function | good call | platform calls | failed calls | failed allocations | "
+            "refused heap requests | held |\n"
+            "|---|---|--:|--:|--:|--:|---|\n";
   Tally sum;
   for (const Tally& tally : tallies) {
     report << "| `" << tally.tried->function << "` | " << tally.tried->what << " | "
            << tally.tried->all_steps.size() << " | " << tally.call_faults << " | "
-           << tally.allocation_faults << " | "
+           << tally.allocation_faults << " | " << tally.refused_requests << " | "
            << (tally.held == tally.runs
                    ? "all"
                    : std::to_string(tally.held) + " of " + std::to_string(tally.runs))
            << " |\n";
     sum.call_faults += tally.call_faults;
     sum.allocation_faults += tally.allocation_faults;
+    sum.refused_requests += tally.refused_requests;
     sum.runs += tally.runs;
     sum.held += tally.held;
   }
-  report << "\n"
-         << tallies.size() << " good calls, " << sum.call_faults << " failed calls, "
-         << sum.allocation_faults << " failed allocations: " << sum.held << " of " << sum.runs
-         << " runs went as promised.\n";
-  std::printf(
-      "%zu good calls, %d failed calls, %d failed allocations: %d of %d runs went as "
-      "promised\n%s\n",
-      tallies.size(), sum.call_faults, sum.allocation_faults, sum.held, sum.runs, SWEEP_REPORT);
+  const std::string summary =
+      std::to_string(tallies.size()) + " good calls, " + std::to_string(sum.call_faults) +
+      " failed calls, " + std::to_string(sum.allocation_faults) + " failed allocations, " +
+      std::to_string(sum.refused_requests) + " refused heap requests: " + std::to_string(sum.held) +
+      " of " + std::to_string(sum.runs) + " runs went as promised";
+  report << "\n" << summary << ".\n";
+  std::printf("%s\n%s\n", summary.c_str(), SWEEP_REPORT);
 }
 
 // ------------------------------------------------------------------------------ coverage

@@ -147,6 +147,12 @@ class Case {
     own_allocations = std::move(outcomes);
     return *this;
   }
+
+  /** What the call leaves where it makes do without memory of the C heap, with a good status. */
+  Case& makes_do(const char* outputs) {
+    made_do_outputs = outputs;
+    return *this;
+  }
   Case& call(std::function<void(Run&)> tested) {
     make_call = std::move(tested);
     return *this;
@@ -175,6 +181,7 @@ class Case {
   Outcome good_outcome;
   std::vector<Step> all_steps;
   std::vector<Outcome> own_allocations;
+  const char* made_do_outputs = nullptr;
   std::function<void(Run&)> make_call;
   std::function<void()> make_ready;
   std::function<void()> make_ready_again;

@@ -181,12 +181,15 @@ void add_array_changes(Cases& cases) {
         run.out(count).out_tags(count, array);
         MEM_free(array);
       });
-  cases.add("ZOLP_eliminateRedundances", "").good({0, "2|200 100"}).call([](Run& run) {
-    tag array[] = {object("100"), object("200"), object("100")};
-    int count = 3;
-    run.returned(ZOLP_eliminateRedundances(array, &count));
-    run.out(count).out_tags(count, array);
-  });
+  cases.add("ZOLP_eliminateRedundances", "")
+      .good({0, "2|200 100"})
+      .makes_do("3|100 200 100")
+      .call([](Run& run) {
+        tag array[] = {object("100"), object("200"), object("100")};
+        int count = 3;
+        run.returned(ZOLP_eliminateRedundances(array, &count));
+        run.out(count).out_tags(count, array);
+      });
 }
 
 void add_shrinking_arrays(Cases& cases) {
