@@ -12,8 +12,7 @@ namespace {
 void add_access(Cases& cases) {
   const auto check = [](const char* privilege) {
     return [privilege](Run& run) {
-      run.returned(
-          ZOLP_check_access(object("ada"), object("engineering"), object("100/B"), privilege));
+      run.call(ZOLP_check_access, object("ada"), object("engineering"), object("100/B"), privilege);
     };
   };
   cases.add("ZOLP_check_access", "granted")
@@ -37,7 +36,7 @@ void add_locks(Cases& cases) {
       .steps({ignores("STORE_get_instance_state").calls(without_load).locks(),
               ignores("OBJ_load").locks(), ignores("STORE_get_instance_lock").locks(),
               ignores("OBJ_lock"), ignores("STORE_who_locked_instance").locks()})
-      .call([](Run& run) { run.returned(ZOLP_verify_state_and_lock_of_object(object("100/B"))); })
+      .call([](Run& run) { run.call(ZOLP_verify_state_and_lock_of_object, object("100/B")); })
       .prepare([] { OBJ_unload(object("100/B")); })
       .again([] {
         OBJ_refresh(object("100/B"), 0);
@@ -55,7 +54,7 @@ void add_statuses(Cases& cases) {
       .allocations({exhausted(1, "99", 1), exhausted(1, "99", 1), exhausted(1, "99", 1)})
       .call([](Run& run) {
         logical has_status = untouched_number;
-        run.returned(ZOLP_checkObjectStatus(object("100/A"), &has_status));
+        run.call(ZOLP_checkObjectStatus, object("100/A"), &has_status);
         run.out(has_status);
       });
 }
@@ -67,7 +66,7 @@ void add_owners(Cases& cases) {
       .call([](Run& run) {
         tag owner = untouched_tag;
         tag group = untouched_tag;
-        run.returned(ZOLP_ask_ownership(object("100/A"), &owner, &group));
+        run.call(ZOLP_ask_ownership, object("100/A"), &owner, &group);
         run.out_tag(owner).out_tag(group);
       });
   cases.add("ZOLP_ask_ownership_names", "")
@@ -77,7 +76,7 @@ void add_owners(Cases& cases) {
       .call([](Run& run) {
         char user[33] = "x";
         char group[33] = "x";
-        run.returned(ZOLP_ask_ownership_names(object("100/A"), user, group));
+        run.call(ZOLP_ask_ownership_names, object("100/A"), user, group);
         run.out(user).out(group);
       });
 }

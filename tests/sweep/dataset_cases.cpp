@@ -85,8 +85,8 @@ void add_creation(Cases& cases) {
               aborts("OBJ_refresh", "made").locks()})
       .call([](Run& run) {
         tag dataset = NULLTAG;
-        run.returned(ZOLP_createDataset("Note", numbered("dataset", run).c_str(), "Text", nullptr,
-                                        nullptr, &dataset));
+        run.call(ZOLP_createDataset, "Note", numbered("dataset", run).c_str(), "Text", nullptr,
+                 nullptr, &dataset);
         run.out(dataset != NULLTAG ? "made" : "none");
       });
   cases.add("ZOLP_createRelation", "")
@@ -95,11 +95,9 @@ void add_creation(Cases& cases) {
               passes("REL_save_relation", "1")})
       .call([](Run& run) {
         const tag dataset = make_dataset(numbered("primary", run));
-        run.starts();
-        run.returned(ZOLP_createRelation(dataset, object("100"), "Documents"));
+        run.call(ZOLP_createRelation, dataset, object("100"), "Documents");
         run.out(count_related(dataset));
-      })
-      .starts_when_told();
+      });
 }
 
 void add_references(Cases& cases) {
@@ -121,11 +119,9 @@ void add_references(Cases& cases) {
       .call([](Run& run) {
         const tag dataset = make_dataset(numbered("holder", run));
         const tag file = make_file();
-        run.starts();
-        run.returned(ZOLP_attachNamedReference(dataset, file, "Text"));
+        run.call(ZOLP_attachNamedReference, dataset, file, "Text");
         out_reference(run, dataset, "Text");
-      })
-      .starts_when_told();
+      });
   cases.add("ZOLP_findDatasetNamedRef", "")
       .good({0, "there"})
       .steps({answers("DSET_find_dataset", 1, "none"),
@@ -134,11 +130,9 @@ void add_references(Cases& cases) {
         const std::string name = numbered("found", run);
         refer(make_dataset(name), "Text", make_file());
         tag found = NULLTAG;
-        run.starts();
-        run.returned(ZOLP_findDatasetNamedRef(name.c_str(), "Text", &found));
+        run.call(ZOLP_findDatasetNamedRef, name.c_str(), "Text", &found);
         run.out(found != NULLTAG ? "there" : "none");
-      })
-      .starts_when_told();
+      });
 }
 
 std::vector<std::string> calls_to_attach() {
@@ -157,12 +151,6 @@ std::vector<std::string> calls_to_create() {
           "WSO_set_revision_limit",
           "OBJ_save",
           "OBJ_refresh"};
-}
-
-std::vector<std::string> joined(std::vector<std::string> first,
-                                const std::vector<std::string>& second) {
-  first.insert(first.end(), second.begin(), second.end());
-  return first;
 }
 
 /** The import goes on without a file; the attachment of none is what fails then. */
@@ -201,12 +189,10 @@ void add_text_import(Cases& cases) {
       .call([](Run& run) {
         tag dataset = untouched_tag;
         const std::string file = text_file();
-        run.starts();
-        run.returned(
-            ZOLP_importTextDataset(nullptr, numbered("text", run).c_str(), file.c_str(), &dataset));
+        run.call(ZOLP_importTextDataset, nullptr, numbered("text", run).c_str(), file.c_str(),
+                 &dataset);
         run.out(dataset != NULLTAG ? "made" : "none");
-      })
-      .starts_when_told();
+      });
 }
 
 std::vector<Step> described_import_steps() {
@@ -236,8 +222,7 @@ auto import_for(Import import) {
   return [import](Run& run) {
     const tag holder = make_dataset(numbered("holder", run));
     const std::string file = text_file();
-    run.starts();
-    run.returned(import(holder, numbered("described", run).c_str(), file.c_str()));
+    run.call(import, holder, numbered("described", run).c_str(), file.c_str());
     run.out(count_related(holder) > 0 ? "related" : "none");
   };
 }
@@ -248,15 +233,13 @@ void add_described_import(Cases& cases) {
       .steps(described_import_steps())
       .call(import_for([](tag holder, const char* name, const char* file) {
         return ZOLP_fct_import_text_dataset_desc(holder, name, "described", file, "note");
-      }))
-      .starts_when_told();
+      }));
   cases.add("ZOLP_fct_import_text_dataset", "")
       .good({0, "related", 0, 0, true})
       .steps(described_import_steps())
       .call(import_for([](tag holder, const char* name, const char* file) {
         return ZOLP_fct_import_text_dataset(holder, name, file, "note");
-      }))
-      .starts_when_told();
+      }));
 }
 
 void add_image_export(Cases& cases) {
@@ -277,11 +260,9 @@ void add_image_export(Cases& cases) {
         buffer.resize(directory.size() + ZOLP_IMAGE_NAME_SIZE);
         const std::string exported = path("100_B_" + name);
         std::remove(exported.c_str());
-        run.starts();
-        run.returned(ZOLP_exportImage(list, 1, buffer.data(), "Text", "no", object("100/B")));
+        run.call(ZOLP_exportImage, list, 1, buffer.data(), "Text", "no", object("100/B"));
         run.out(buffer.c_str() == directory ? "same" : "changed").out(contents(exported));
-      })
-      .starts_when_told();
+      });
 }
 
 void add_dataset_copy(Cases& cases) {
@@ -313,12 +294,10 @@ void add_dataset_copy(Cases& cases) {
         const tag dataset = make_dataset(numbered("original", run));
         refer(dataset, "Text", make_file());
         tag copy = untouched_tag;
-        run.starts();
-        run.returned(ZOLP_RealCopyDataset(dataset, numbered("copy", run).c_str(), &copy));
+        run.call(ZOLP_RealCopyDataset, dataset, numbered("copy", run).c_str(), &copy);
         run.out(copy != NULLTAG ? "made" : "none");
       })
-      .prepare([] { setenv("VK_TMP_DIR", path("").c_str(), 1); })
-      .starts_when_told();
+      .prepare([] { setenv("VK_TMP_DIR", path("").c_str(), 1); });
 }
 
 tag make_form(const std::string& name) {
@@ -335,7 +314,7 @@ void add_forms(Cases& cases) {
               aborts("OBJ_save", "made")})
       .call([](Run& run) {
         tag form = NULLTAG;
-        run.returned(ZOLP_createForm(numbered("form", run).c_str(), "Sheet", "", &form));
+        run.call(ZOLP_createForm, numbered("form", run).c_str(), "Sheet", "", &form);
         run.out(form != NULLTAG ? "made" : "none");
       });
   cases.add("ZOLP_GetMasterForm", "")
@@ -346,11 +325,9 @@ void add_forms(Cases& cases) {
         const tag holder = make_dataset(numbered("holder", run));
         prepared(ZOLP_createRelation(holder, master, "VELO_master_form"), "relation");
         tag form = untouched_tag;
-        run.starts();
-        run.returned(ZOLP_GetMasterForm(holder, &form));
+        run.call(ZOLP_GetMasterForm, holder, &form);
         run.out(form == master ? "found" : "none");
-      })
-      .starts_when_told();
+      });
 }
 
 void add_named_forms(Cases& cases) {
@@ -371,11 +348,9 @@ void add_named_forms(Cases& cases) {
       .call([](Run& run) {
         const tag dataset = make_dataset(numbered("sheets", run));
         tag form = untouched_tag;
-        run.starts();
-        run.returned(ZOLP_GetNamedRefForm(dataset, "Sheet", &form, 1, ""));
+        run.call(ZOLP_GetNamedRefForm, dataset, "Sheet", &form, logical{1}, "");
         run.out(form != NULLTAG ? "made" : "none");
-      })
-      .starts_when_told();
+      });
 }
 
 void add_form_values(Cases& cases) {
@@ -390,21 +365,15 @@ void add_form_values(Cases& cases) {
         prepared(OBJ_refresh(form, 0), "unlock");
         char value[81] = "x";
         int length = untouched_number;
-        run.starts();
-        run.returned(ZOLP_FORM_ask_value(form, "note", 80, value, &length));
+        run.call(ZOLP_FORM_ask_value, form, "note", 80, value, &length);
         run.out(length).out(value);
-      })
-      .starts_when_told();
-  cases.add("ZOLP_FORM_set_value", "")
-      .steps({aborts("OBJ_UIF_set_value")})
-      .call([](Run& run) {
-        const tag form = make_form(numbered("set", run));
-        prepared(OBJ_lock(form), "lock");
-        run.starts();
-        run.returned(ZOLP_FORM_set_value(form, "note", "text"));
-        prepared(OBJ_refresh(form, 0), "unlock");
-      })
-      .starts_when_told();
+      });
+  cases.add("ZOLP_FORM_set_value", "").steps({aborts("OBJ_UIF_set_value")}).call([](Run& run) {
+    const tag form = make_form(numbered("set", run));
+    prepared(OBJ_lock(form), "lock");
+    run.call(ZOLP_FORM_set_value, form, "note", "text");
+    prepared(OBJ_refresh(form, 0), "unlock");
+  });
 }
 
 /** Shows the values of a description, joined, and frees all of it. */
@@ -416,9 +385,7 @@ void describe_form(Run& run) {
   char** display_names = untouched<char*>();
   int* lengths = untouched<int>();
   char** values = untouched<char*>();
-  run.starts();
-  run.returned(
-      ZOLP_FORM_describe(form, &type_name, &count, &names, &display_names, &lengths, &values));
+  run.call(ZOLP_FORM_describe, form, &type_name, &count, &names, &display_names, &lengths, &values);
   run.out(type_name).out(count).out(values == nullptr ? "null" : "values");
   for (char** array : {names, display_names, values}) {
     for (int i = 0; i < count; ++i) {
@@ -452,8 +419,7 @@ void add_form_description(Cases& cases) {
       .good(good)
       .steps(steps)
       .allocations(outcomes)
-      .call(describe_form)
-      .starts_when_told();
+      .call(describe_form);
 }
 
 }  // namespace

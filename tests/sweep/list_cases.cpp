@@ -66,8 +66,7 @@ void add_list_readers(Cases& cases) {
     char** ids = nullptr;
     char** levels = nullptr;
     int* counts = nullptr;
-    run.starts();
-    run.returned(ZOLP_read_itemrevlist(list.c_str(), &count, &ids, &levels, &counts));
+    run.call(ZOLP_read_itemrevlist, list.c_str(), &count, &ids, &levels, &counts);
     run.out(count);
     if (ids != nullptr) {
       run.out(ids[0]).out(levels[0]).out(counts[0]);
@@ -78,31 +77,25 @@ void add_list_readers(Cases& cases) {
     std::free(levels);
     std::free(counts);
   };
-  cases.add("ZOLP_read_itemrevlist", "")
-      .good({0, "1|100\n|     1|1"})
-      .call(read)
-      .starts_when_told();
+  cases.add("ZOLP_read_itemrevlist", "").good({0, "1|100\n|     1|1"}).call(read);
   const auto copy = [](auto function) {
     return [function](Run& run) {
       const std::string list = list_of_two();
       const std::string copied = path("copy.txt");
-      run.starts();
-      run.returned(function(list.c_str(), copied.c_str()));
+      run.call(function, list.c_str(), copied.c_str());
       run.out(contents(copied) == contents(list) ? "same" : "different");
     };
   };
-  cases.add("ZOLP_clean_list", "").good({0, "same"}).call(copy(ZOLP_clean_list)).starts_when_told();
+  cases.add("ZOLP_clean_list", "").good({0, "same"}).call(copy(ZOLP_clean_list));
   cases.add("ZOLP_remove_doubles_from_list", "")
       .good({0, "same"})
       .call(copy(ZOLP_remove_doubles_from_list))
-      .prepare(fix_columns)
-      .starts_when_told();
+      .prepare(fix_columns);
   cases.add("ZOLP_scan_usage", "")
       .good({0, "same"})
       .call(copy([](const char* list, const char* copied) {
         return ZOLP_scan_usage(list, copied, 0, nullptr);
-      }))
-      .starts_when_told();
+      }));
 }
 
 void add_tree_readers(Cases& cases) {
@@ -112,15 +105,13 @@ void add_tree_readers(Cases& cases) {
       .call([](Run& run) {
         const std::string list = path("list.txt");
         assy_entry* last = nullptr;
-        run.starts();
-        run.returned(ZOLP_read_assylist(list.c_str(), &last));
+        run.call(ZOLP_read_assylist, list.c_str(), &last);
         run.out(last != nullptr ? last->item_id : "null");
         if (last != nullptr) {
           tool::free_assembly(tool::assembly_root(last));
         }
       })
-      .prepare(fix_columns)
-      .starts_when_told();
+      .prepare(fix_columns);
   cases.add("read_item_basic_data", "")
       .good({0, "top|new"})
       .call([](Run& run) {
@@ -129,12 +120,10 @@ void add_tree_readers(Cases& cases) {
         char revision[129];
         char new_id[129];
         char new_revision[129];
-        run.starts();
-        run.returned(read_item_basic_data(line.c_str(), "/", id, revision, new_id, new_revision));
+        run.call(read_item_basic_data, line.c_str(), "/", id, revision, new_id, new_revision);
         run.out(id).out(new_id);
       })
-      .prepare(fix_columns)
-      .starts_when_told();
+      .prepare(fix_columns);
   cases.add("read_dataset_basic_data", "")
       .good({0, "QNPART"})
       .makes_do("none")
@@ -142,13 +131,11 @@ void add_tree_readers(Cases& cases) {
         const std::string line = item_line("", "");
         assy_entry item{};
         std::snprintf(item.type, sizeof item.type, "ItemRev");
-        run.starts();
-        run.returned(read_dataset_basic_data(line.c_str(), "QNPART", 0, &item));
+        run.call(read_dataset_basic_data, line.c_str(), "QNPART", 0, &item);
         run.out(item.child != nullptr ? item.child->type : "none");
         std::free(item.child);
       })
-      .prepare(fix_columns)
-      .starts_when_told();
+      .prepare(fix_columns);
 }
 
 void add_clone_log(Cases& cases) {
@@ -161,12 +148,10 @@ void add_clone_log(Cases& cases) {
         const std::string list = list_of_two();
         const std::string log = path("clone.log");
         std::remove(log.c_str());
-        run.starts();
-        run.returned(ZOLP_create_clonelogheader(list.c_str(), log.c_str(), "Header"));
+        run.call(ZOLP_create_clonelogheader, list.c_str(), log.c_str(), "Header");
         run.out(contents(log));
       })
-      .prepare(set_templates)
-      .starts_when_told();
+      .prepare(set_templates);
   // A relation type that cannot be found stands for all of them.
   cases.add("ZOLP_write_info_about_relation", "two related objects")
       .good({0, "2"})
@@ -177,13 +162,11 @@ void add_clone_log(Cases& cases) {
       .call([](Run& run) {
         FILE_handle log = nullptr;
         prepared(FILE_create_text_file(path("info.log").c_str(), &log), "log");
-        run.starts();
-        run.returned(ZOLP_write_info_about_relation(object("100/B"), "Documents", "p ", &log));
+        run.call(ZOLP_write_info_about_relation, object("100/B"), "Documents", "p ", &log);
         prepared(FILE_close_text_file(log), "log");
         const std::string text = contents(path("info.log"));
         run.out(static_cast<int>(std::count(text.begin(), text.end(), '\n')));
-      })
-      .starts_when_told();
+      });
 }
 
 assy_entry record(const char* mode) {
@@ -205,12 +188,10 @@ void add_clone_batch(Cases& cases) {
         const std::string batch = path("start.bat");
         std::remove(batch.c_str());
         assy_entry top = record("CLONE");
-        run.starts();
-        run.returned(ZOLP_write_startbat(batch.c_str(), &top));
+        run.call(ZOLP_write_startbat, batch.c_str(), &top);
         run.out(contents(batch));
       })
-      .prepare(set_templates)
-      .starts_when_told();
+      .prepare(set_templates);
 }
 
 /** Writes entries into a file and shows it. */
@@ -218,8 +199,7 @@ template <typename Write>
 auto write_entries(Write write) {
   return [write](Run& run) {
     std::FILE* out = std::fopen(path("entries.txt").c_str(), "w");
-    run.starts();
-    run.returned(write(out));
+    run.call(write, out);
     std::fclose(out);
     run.out(contents(path("entries.txt")));
   };
@@ -233,8 +213,7 @@ void add_clone_entries(Cases& cases) {
       .call(write_entries([](std::FILE* out) {
         return ZOLP_write_item(&out, "100", "A", "VPD_retain_itemtemplate");
       }))
-      .prepare(set_templates)
-      .starts_when_told();
+      .prepare(set_templates);
   cases.add("ZOLP_write_replace_and_cloneitem", "")
       .good({0, "clone 100\n"})
       .steps(ends)
@@ -242,24 +221,21 @@ void add_clone_entries(Cases& cases) {
         return ZOLP_write_replace_and_cloneitem(&out, "100", "A", "200", "B", "New",
                                                 "VPD_clone_itemtemplate");
       }))
-      .prepare(set_templates)
-      .starts_when_told();
+      .prepare(set_templates);
   cases.add("ZOLP_write_retaindataset", "")
       .good({0, "retain part\n"})
       .steps(ends)
       .call(write_entries([](std::FILE* out) {
         return ZOLP_write_retaindataset(&out, "100", "A", "relation", "part");
       }))
-      .prepare(set_templates)
-      .starts_when_told();
+      .prepare(set_templates);
   cases.add("ZOLP_write_clonedataset", "")
       .good({0, "clone name\n"})
       .steps(ends)
       .call(write_entries([](std::FILE* out) {
         return ZOLP_write_clonedataset(&out, "100", "A", "name", "relation", "200", "B", "New");
       }))
-      .prepare(set_templates)
-      .starts_when_told();
+      .prepare(set_templates);
   // A record with a child: what was written before a failure stands.
   cases.add("ZOLP_write_assylist", "a record and its child")
       .good({0, "clone CLONE\nretain RETAIN\n"})
@@ -273,8 +249,7 @@ void add_clone_entries(Cases& cases) {
         child.parent = &top;
         return ZOLP_write_assylist(out, &top);
       }))
-      .prepare(set_templates)
-      .starts_when_told();
+      .prepare(set_templates);
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ void add_arrays(Cases& cases) {
       .call([](Run& run) {
         int count = untouched_number;
         char** values = untouched<char*>();
-        run.returned(ZOLP_GetPreferenceArray("Several", &count, &values));
+        run.call(ZOLP_GetPreferenceArray, "Several", &count, &values);
         run.out(count).out_texts(count, values);
         MEM_free(values);
       });
@@ -24,14 +24,14 @@ void add_arrays(Cases& cases) {
       .good({1, ""})
       .steps({answers("PREF_get_value_count", 0), ignores("PREF_get_char_value"),
               answers("PREF_get_char_value", 0).calls({"PREF_get_char_value"})})
-      .call([](Run& run) { run.returned(ZOLP_check_preference(0, "Several", "second")); });
+      .call([](Run& run) { run.call(ZOLP_check_preference, 0, "Several", "second"); });
 }
 
 template <typename Read>
 auto read_text(Read read) {
   return [read](Run& run) {
     char* value = untouched<char>();
-    run.returned(read(&value));
+    run.call(read, &value);
     run.out(value == untouched<char>() ? "untouched" : value);
     MEM_free(value == untouched<char>() ? nullptr : value);
   };
@@ -79,7 +79,7 @@ void add_readers_that_initialize(Cases& cases) {
               ignores("PREF_get_logical_value", "0").unwrapped()})
       .call([](Run& run) {
         logical value = untouched_number;
-        run.returned(ZOLP_get_logical_pref(0, "Switch", &value, 0));
+        run.call(ZOLP_get_logical_pref, 0, "Switch", &value, logical{0});
         run.out(value);
       });
   cases.add("ZOLP_get_string_pref", "")
@@ -92,11 +92,11 @@ void add_readers_that_initialize(Cases& cases) {
   cases.add("ZOLP_run_modul", "switched off")
       .good({1, "", 0, 1})
       .steps({ignores("PREF_initialize").keeps(1), ignores("PREF_get_char_value")})
-      .call([](Run& run) { run.returned(ZOLP_run_modul("Off")); });
+      .call([](Run& run) { run.call(ZOLP_run_modul, "Off"); });
   cases.add("ZOLP_run_modul", "not switched off")
       .good({0, "", 0, 1})
       .steps({ignores("PREF_initialize").keeps(1), answers("PREF_get_char_value", 1)})
-      .call([](Run& run) { run.returned(ZOLP_run_modul("On")); });
+      .call([](Run& run) { run.call(ZOLP_run_modul, "On"); });
 }
 
 }  // namespace

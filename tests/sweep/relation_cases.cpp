@@ -16,7 +16,7 @@ auto list_related(const char* name, const char* relation, logical reverse) {
   return [=](Run& run) {
     int count = untouched_number;
     tag* list = untouched<tag>();
-    run.returned(ZOLP_GetAttachedObjs(object(name), relation, &count, &list, reverse));
+    run.call(ZOLP_GetAttachedObjs, object(name), relation, &count, &list, reverse);
     run.out(count).out_tags(count, list);
     MEM_free(list == untouched<tag>() ? nullptr : list);
   };
@@ -25,7 +25,7 @@ auto list_related(const char* name, const char* relation, logical reverse) {
 auto find_first_related(const char* name, logical reverse) {
   return [=](Run& run) {
     tag first = untouched_tag;
-    run.returned(ZOLP_GetFirstAttachedObj(object(name), "Documents", &first, reverse));
+    run.call(ZOLP_GetFirstAttachedObj, object(name), "Documents", &first, reverse);
     run.out_tag(first);
   };
 }
@@ -84,8 +84,7 @@ auto list_attributes(int capacity) {
     int room = capacity;
     int count = 0;
     auto* ids = static_cast<tag*>(capacity > 0 ? MEM_alloc(sizeof(tag)) : nullptr);
-    run.starts();
-    run.returned(ListAllClassAttributes(revisions, &count, &ids, &room));
+    run.call(ListAllClassAttributes, revisions, &count, &ids, &room);
     int left = count;
     int classes = 0;
     for (const char* name : {"ItemRevision", "WorkspaceObject", "Object"}) {
@@ -115,8 +114,7 @@ void add_attributes(Cases& cases) {
               ends("STORE_superclasses_of_class", "3|whole|100")})
       .allocations(  // Without the first room, there is another try with as much as is needed.
           {exhausted(0, "3|whole|as needed")})
-      .call(list_attributes(0))
-      .starts_when_told();
+      .call(list_attributes(0));
   cases.add("ListAllClassAttributes", "into a caller's array that must grow")
       .good({0, "3|whole|as needed"})
       .steps({ends("STORE_describe_class", "0|whole|1"),
@@ -127,8 +125,7 @@ void add_attributes(Cases& cases) {
               ends("STORE_superclasses_of_class", "3|whole|as needed")})
       .allocations({exhausted(0, "0|whole|1"), exhausted(0, "1|whole|as needed"),
                     exhausted(0, "2|whole|as needed")})
-      .call(list_attributes(1))
-      .starts_when_told();
+      .call(list_attributes(1));
 }
 
 void add_file_names(Cases& cases) {
@@ -140,7 +137,7 @@ void add_file_names(Cases& cases) {
               ignores("ITEM_get_rev_id", "p\\100__14032013090507_1234.txt")})
       .call([](Run& run) {
         char name[ZOLP_FILE_NAME_SIZE] = "x";
-        run.returned(ZOLP_buildFileName(object("100/B"), "p", name, "txt"));
+        run.call(ZOLP_buildFileName, object("100/B"), "p", name, "txt");
         run.out(name);
       })
       .prepare([] { static const test::FixedTime fixed_time; });

@@ -22,7 +22,7 @@ std::string session_user() {
 }
 
 void start_up(Run& run) {
-  run.returned(ZOLP_startup_ork_environment());
+  run.call(ZOLP_startup_ork_environment);
   run.out(session_user());
 }
 
@@ -76,7 +76,7 @@ void add_start_up(Cases& cases) {
       .good({0, "nobody"})
       .steps({aborts("ORK_exit_module", "ada")})
       .call([](Run& run) {
-        run.returned(ZOLP_shutdown_ork_environment());
+        run.call(ZOLP_shutdown_ork_environment);
         run.out(session_user());
       })
       .again([] {
@@ -86,7 +86,7 @@ void add_start_up(Cases& cases) {
 }
 
 void set_bypass(Run& run, logical flag) {
-  run.returned(ZOLP_set_ork_bypass(flag));
+  run.call(ZOLP_set_ork_bypass, flag);
   logical is_on = 0;
   prepared(ORK_get_bypass(&is_on), "bypass");
   run.out(is_on);
@@ -119,7 +119,7 @@ void add_login(Cases& cases) {
       .call([](Run& run) {
         tag user = untouched_tag;
         tag group = untouched_tag;
-        run.returned(ZOLP_identify_user_and_group("ada", "quality", &user, &group));
+        run.call(ZOLP_identify_user_and_group, "ada", "quality", &user, &group);
         run.out_tag(user).out_tag(group);
       });
   cases.add("ZOLP_get_current_user_and_group", "")
@@ -128,7 +128,7 @@ void add_login(Cases& cases) {
       .call([](Run& run) {
         tag user = untouched_tag;
         tag group = untouched_tag;
-        run.returned(ZOLP_get_current_user_and_group(&user, &group));
+        run.call(ZOLP_get_current_user_and_group, &user, &group);
         run.out_tag(user).out_tag(group);
       });
   cases.add("ZOLP_ask_login", "")
@@ -140,7 +140,7 @@ void add_login(Cases& cases) {
         char user[33] = "x";
         char group[33] = "x";
         char role[33] = "x";
-        run.returned(ZOLP_ask_login(user, group, role));
+        run.call(ZOLP_ask_login, user, group, role);
         run.out(user).out(group).out(role);
       });
 }

@@ -48,11 +48,6 @@ tag rule() {
   return found;
 }
 
-std::vector<Step> joined(std::vector<Step> first, const std::vector<Step>& second) {
-  first.insert(first.end(), second.begin(), second.end());
-  return first;
-}
-
 // ------------------------------------------------------------------ view types and occurrences
 
 /** The test of a view revision's class: one that fails says no. */
@@ -71,22 +66,18 @@ void add_view_types(Cases& cases) {
         const tag view = view_revision();
         const tag type = view_type();
         bool verdict = false;
-        run.starts();
-        run.returned(ZOLP_IsViewOfType(view, type, &verdict));
+        run.call([&] { return ZOLP_IsViewOfType(view, type, &verdict); });
         run.out(verdict ? 1 : 0);
-      })
-      .starts_when_told();
+      });
   cases.add("ZOLP_IsViewOfType(unsigned int, char const*, bool*)", "")
       .good({0, "1"})
       .steps(joined({aborts("STRUCT_find_view_type", "0")}, view_steps()))
       .call([](Run& run) {
         const tag view = view_revision();
         bool verdict = false;
-        run.starts();
-        run.returned(ZOLP_IsViewOfType(view, "view", &verdict));
+        run.call([&] { return ZOLP_IsViewOfType(view, "view", &verdict); });
         run.out(verdict ? 1 : 0);
-      })
-      .starts_when_told();
+      });
 }
 
 /** What a call makes of an item that stands for a child. */
@@ -97,8 +88,7 @@ auto ask_child(Ask ask) {
     tag item = untouched_tag;
     tag revision = untouched_tag;
     char* type_name = untouched<char>();
-    run.starts();
-    run.returned(ask(released, &item, &revision, &type_name));
+    run.call(ask, released, &item, &revision, &type_name);
     run.out_tag(item).out_tag(revision).out(type_name);
     MEM_free(type_name);
   };
@@ -107,18 +97,12 @@ auto ask_child(Ask ask) {
 const std::vector<std::string> class_test = {"STORE_class_id_of_class", "STORE_class_of_instance",
                                              "STORE_is_descendant"};
 
-std::vector<std::string> then(std::vector<std::string> first,
-                              const std::vector<std::string>& second) {
-  first.insert(first.end(), second.begin(), second.end());
-  return first;
-}
-
 /** An item for which a rule gives the revision. */
 std::vector<Step> configured_steps() {
   const char* good = "S1|S1/A|Item";
   const char* neither = "untouched|untouched|Item";
   const std::vector<std::string> rest =
-      then(class_test, {"WSO_get_object_type", "CONFIG_item_get_configured"});
+      joined(class_test, {"WSO_get_object_type", "CONFIG_item_get_configured"});
   return {ignores("STORE_class_id_of_class", good).calls(rest),
           ignores("STORE_class_of_instance", good).calls(rest),
           ignores("STORE_is_descendant", good),
@@ -141,8 +125,7 @@ void add_children(Cases& cases) {
       .allocations({without_type})
       .call(ask_child([](tag released, tag* item, tag* revision, char** type_name) {
         return ZOLP_GetItemAndRevFromOccObj(object("S1"), released, item, revision, type_name);
-      }))
-      .starts_when_told();
+      }));
   cases
       .add(
           "ZOLP_GetItemAndRevFromOccObj(unsigned int, char const*, unsigned int*, unsigned int*, "
@@ -150,15 +133,14 @@ void add_children(Cases& cases) {
           "an item")
       .good({0, "S1|S1/A|Item"})
       .steps(joined({answers("CONFIG_find", 2010, "untouched|untouched|Item")
-                         .calls(then(then(class_test, class_test), {"WSO_get_object_type"}))},
+                         .calls(joined(joined(class_test, class_test), {"WSO_get_object_type"}))},
                     configured_steps()))
       .allocations({without_type})
       .call(ask_child([](tag, tag* item, tag* revision, char** type_name) {
         return ZOLP_GetItemAndRevFromOccObj(object("S1"), "Released", item, revision, type_name);
-      }))
-      .starts_when_told();
+      }));
   const char* neither = "untouched|untouched|ItemRevision";
-  const std::vector<std::string> rest = then(class_test, {"WSO_get_object_type"});
+  const std::vector<std::string> rest = joined(class_test, {"WSO_get_object_type"});
   const char* good = "S1|untouched|ItemRevision";
   const std::vector<std::string> rest_of_good = {"WSO_get_object_type", "ITEM_get_item_of_rev"};
   cases.add("ZOLP_GetItemFromOccObj(unsigned int, unsigned int*, char**)", "a revision")
@@ -173,8 +155,7 @@ void add_children(Cases& cases) {
       .allocations({exhausted(0, "S1|untouched|null")})
       .call(ask_child([](tag, tag* item, tag*, char** type_name) {
         return ZOLP_GetItemFromOccObj(object("S1/A"), item, type_name);
-      }))
-      .starts_when_told();
+      }));
 }
 
 void add_occurrences(Cases& cases) {
@@ -185,12 +166,10 @@ void add_occurrences(Cases& cases) {
         const tag view = view_revision();
         const tag first = occurrence();
         char* number = untouched<char>();
-        run.starts();
-        run.returned(GetSeqNo(view, first, &number));
+        run.call(GetSeqNo, view, first, &number);
         run.out(number);
         MEM_free(number);
-      })
-      .starts_when_told();
+      });
   cases
       .add(
           "ZOLP_GetOccNoteText(unsigned int, unsigned int, char const*, unsigned int**, int*, "
@@ -206,13 +185,11 @@ void add_occurrences(Cases& cases) {
         tag* notes = nullptr;
         int count = 0;
         char* text = untouched<char>();
-        run.starts();
-        run.returned(ZOLP_GetOccNoteText(view, first, "Torque", &notes, &count, &text));
+        run.call(ZOLP_GetOccNoteText, view, first, "Torque", &notes, &count, &text);
         run.out(text);
         MEM_free(text);
         MEM_free(notes);
-      })
-      .starts_when_told();
+      });
 }
 
 // ------------------------------------------------------------------------------- values of lines
@@ -245,8 +222,7 @@ auto ask_line_text(Ask ask) {
   return [ask](Run& run) {
     const tag line = child_of(top_line());
     char* text = untouched<char>();
-    run.starts();
-    run.returned(ask(line, &text));
+    run.call(ask, line, &text);
     run.out(text);
     MEM_free(text);
   };
@@ -257,8 +233,7 @@ auto ask_line_object(Ask ask) {
   return [ask](Run& run) {
     const tag line = child_of(top_line());
     tag found = untouched_tag;
-    run.starts();
-    run.returned(ask(line, &found));
+    run.call(ask, line, &found);
     run.out_tag(found);
   };
 }
@@ -267,8 +242,7 @@ template <typename Set>
 auto set_line_text(const char* attribute, Set set) {
   return [attribute, set](Run& run) {
     const tag line = child_of(top_line());
-    run.starts();
-    run.returned(set(line, "7"));
+    run.call(set, line, "7");
     run.out(std::string_view(value(line, attribute)));
     prepared(BOMW_close_window(window), "close");
   };
@@ -279,35 +253,29 @@ void add_line_values(Cases& cases) {
   cases.add("ZOLP_getSequenceNo", "")
       .good({0, "10"})
       .steps(text)
-      .call(ask_line_text(ZOLP_getSequenceNo))
-      .starts_when_told();
+      .call(ask_line_text(ZOLP_getSequenceNo));
   cases.add("ZOLP_getQuantity", "")
       .good({0, "2"})
       .steps(text)
-      .call(ask_line_text(ZOLP_getQuantity))
-      .starts_when_told();
+      .call(ask_line_text(ZOLP_getQuantity));
   cases.add("ZOLP_setSequenceNo", "")
       .good({0, "7"})
       .steps({passes("OBJ_set_value_string", "10")})
-      .call(set_line_text("bl_sequence_no", ZOLP_setSequenceNo))
-      .starts_when_told();
+      .call(set_line_text("bl_sequence_no", ZOLP_setSequenceNo));
   cases.add("ZOLP_setQuantity", "")
       .good({0, "7"})
       .steps({passes("OBJ_set_value_string", "2")})
-      .call(set_line_text("bl_quantity", ZOLP_setQuantity))
-      .starts_when_told();
+      .call(set_line_text("bl_quantity", ZOLP_setQuantity));
   const std::vector<Step> look_up = {passes("BOMW_line_look_up_attribute", "0"),
                                      passes("BOMW_line_get_attribute_tag", "0")};
   cases.add("ZOLP_get_bomline_revtag", "")
       .good({0, "S1/A"})
       .steps(look_up)
-      .call(ask_line_object(ZOLP_get_bomline_revtag))
-      .starts_when_told();
+      .call(ask_line_object(ZOLP_get_bomline_revtag));
   cases.add("ZOLP_get_bomline_itemtag", "")
       .good({0, "S1"})
       .steps(look_up)
-      .call(ask_line_object(ZOLP_get_bomline_itemtag))
-      .starts_when_told();
+      .call(ask_line_object(ZOLP_get_bomline_itemtag));
   cases.add("ZOLP_get_bomline_item_and_rev", "")
       .good({0, "S1|A"})
       .steps({ignores("OBJ_get_value_string", "null|A"), passes("OBJ_get_value_string", "S1|null")})
@@ -315,13 +283,11 @@ void add_line_values(Cases& cases) {
         const tag line = child_of(top_line());
         char* item_id = untouched<char>();
         char* revision_id = untouched<char>();
-        run.starts();
-        run.returned(ZOLP_get_bomline_item_and_rev(line, &item_id, &revision_id));
+        run.call(ZOLP_get_bomline_item_and_rev, line, &item_id, &revision_id);
         run.out(item_id).out(revision_id);
         MEM_free(item_id);
         MEM_free(revision_id);
-      })
-      .starts_when_told();
+      });
 }
 
 // ----------------------------------------------------------------------------------------- walks
@@ -345,17 +311,17 @@ void add_numbering(Cases& cases) {
         const tag top = top_line();
         int number = 100;
         int increment = 10;
-        run.starts();
-        run.returned(ZOLP_resequence_bom(top, &number, &increment, 0, 0, nullptr, nullptr, 0));
+        run.call([&] {
+          return ZOLP_resequence_bom(top, &number, &increment, 0, 0, nullptr, nullptr, 0);
+        });
         run.out(std::string_view(value(child_of(top), "bl_sequence_no")));
         prepared(BOMW_close_window(window), "close");
-      })
-      .starts_when_told();
+      });
   // A number that is free ends it without its exit line.
   cases.add("ZOLP_getUnusedSeqNo", "").good({0, "30", 1}).call([](Run& run) {
     tag used[] = {10, 20};
     int number = 10;
-    run.returned(ZOLP_getUnusedSeqNo(&number, 10, 2, used));
+    run.call(ZOLP_getUnusedSeqNo, &number, 10, 2, used);
     run.out(number);
   });
 }
@@ -370,10 +336,8 @@ void add_packing(Cases& cases) {
               ends("BOMW_line_pack"), ends(children), ends(children)})
       .call([](Run& run) {
         const tag top = top_line();
-        run.starts();
-        run.returned(ZOLP_pack_bom(top, 1));
-      })
-      .starts_when_told();
+        run.call(ZOLP_pack_bom, top, logical{1});
+      });
 }
 
 void add_measures(Cases& cases) {
@@ -385,11 +349,9 @@ void add_measures(Cases& cases) {
       .call([](Run& run) {
         const tag top = top_line();
         int depth = 0;
-        run.starts();
-        run.returned(ZOLP_get_max_depth_of_ps(top, 0, &depth));
+        run.call(ZOLP_get_max_depth_of_ps, top, 0, &depth);
         run.out(depth);
-      })
-      .starts_when_told();
+      });
   // A failure ends the walk over the siblings, and is no failure of the line above.
   cases.add("ZOLP_getSizeOfPS", "")
       .good({0, "4"})
@@ -398,11 +360,9 @@ void add_measures(Cases& cases) {
       .call([](Run& run) {
         const tag top = top_line();
         int size = 0;
-        run.starts();
-        run.returned(ZOLP_getSizeOfPS(top, 0, nullptr, &size));
+        run.call(ZOLP_getSizeOfPS, top, 0, nullptr, &size);
         run.out(size);
-      })
-      .starts_when_told();
+      });
 }
 
 /** A list that a walk appends to, shown by its length. */
@@ -412,8 +372,7 @@ auto collect(Walk walk) {
     const tag top = top_line();
     int count = 0;
     tag* list = nullptr;
-    run.starts();
-    run.returned(walk(top, &count, &list));
+    run.call(walk, top, &count, &list);
     run.out(count);
     MEM_free(list);
   };
@@ -427,8 +386,7 @@ void add_collections(Cases& cases) {
       .allocations({exhausted(1, "0"), exhausted(1, "1"), exhausted(1, "2")})
       .call(collect([](tag top, int* count, tag** list) {
         return ZOLP_excludeListFromBom(top, nullptr, 0, 0, nullptr, count, list);
-      }))
-      .starts_when_told();
+      }));
   cases.add("ZOLP_getSeqNoListOfBom", "")
       .good({0, "3"})
       .steps({passes(children, "0"), passes(get_text, "0"), passes(children, "1"),
@@ -437,8 +395,7 @@ void add_collections(Cases& cases) {
       .allocations({exhausted(1, "0"), exhausted(1, "1"), exhausted(1, "2")})
       .call(collect([](tag top, int* count, tag** list) {
         return ZOLP_getSeqNoListOfBom(top, 0, nullptr, count, list);
-      }))
-      .starts_when_told();
+      }));
   // T once for each of its children, S1 for its child.
   cases.add("ZOLP_exportObjectsFromBom", "items")
       .good({0, "2"})
@@ -453,8 +410,7 @@ void add_collections(Cases& cases) {
       .allocations({exhausted(0, "1"), exhausted(0, "1")})
       .call(collect([](tag top, int* count, tag** list) {
         return ZOLP_exportObjectsFromBom(top, "Item", nullptr, 0, count, list);
-      }))
-      .starts_when_told();
+      }));
 }
 
 void add_search(Cases& cases) {
@@ -463,19 +419,17 @@ void add_search(Cases& cases) {
   // One that is found ends the walk without its exit line.
   cases.add("ZOLP_existObjectInBom", "a child")
       .good({0, "1", 1})
-      .steps({answers(look_up, 0, "0").calls(then({children, look_up, get_tag}, below)),
-              answers(get_tag, 0, "0").calls(then({children, look_up, get_tag}, below)),
+      .steps({answers(look_up, 0, "0").calls(joined({children, look_up, get_tag}, below)),
+              answers(get_tag, 0, "0").calls(joined({children, look_up, get_tag}, below)),
               answers(children, 0, "0"), answers(look_up, 0, "0").calls(below),
               answers(get_tag, 0, "0").calls(below)})
       .call([](Run& run) {
         const tag line = child_of(top_line());
         const tag below_line = child_of(line);
         logical found = untouched_number;
-        run.starts();
-        run.returned(ZOLP_existObjectInBom(below_line, line, &found));
+        run.call(ZOLP_existObjectInBom, below_line, line, &found);
         run.out(found);
-      })
-      .starts_when_told();
+      });
 }
 
 }  // namespace

@@ -68,9 +68,6 @@ class Trial : public Run {
   void make(const Case& tried, const std::string& locks_before) {
     const int blocks_before = static_cast<int>(ork_host_block_count());
     const int depth_before = ZOLP_GetTraceDepth();
-    if (!tried.is_told) {
-      starts();
-    }
     tried.make_call(*this);
     for (const std::string& output : outputs_) {
       outcome.outputs += (&output == &outputs_.front() ? "" : "|") + output;
@@ -80,6 +77,13 @@ class Trial : public Run {
     outcome.holds_locks = locks() != locks_before;
   }
 
+  Outcome outcome;
+  std::vector<std::string> calls;
+  std::optional<std::size_t> out_of_memory; /**< index of the call whose allocation failed */
+  bool is_past_end = false;                 /**< what was to fail was not reached */
+  bool shows_failure = false; /**< an error line of the trace has the failed call's status */
+
+ private:
   void starts() override {
     ork_host_start_journal();
     if (fault_.step != nullptr) {
@@ -115,13 +119,6 @@ class Trial : public Run {
                     trace_.has("##ORK_err_" + std::to_string(failure) + ":");
   }
 
-  Outcome outcome;
-  std::vector<std::string> calls;
-  std::optional<std::size_t> out_of_memory; /**< index of the call whose allocation failed */
-  bool is_past_end = false;                 /**< what was to fail was not reached */
-  bool shows_failure = false; /**< an error line of the trace has the failed call's status */
-
- private:
   const Fault& fault_;
   test::TraceCapture trace_;
 };

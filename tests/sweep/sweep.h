@@ -14,6 +14,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -102,11 +103,27 @@ class Run {
  public:
   virtual ~Run() = default;
 
-  /** To be called right before the tested call by calls that make something up first. */
-  virtual void starts() = 0;
-
-  /** To be called right after the tested call: ends the recording and takes the faults back. */
-  virtual void returned(int status) = 0;
+  /**
+   * Makes the tested call: what the platform does in it is recorded, and the fault is there for it
+   * alone. The status is what the function returns, or 0 where that is no number.
+   */
+  template <typename Function, typename... Arguments>
+  auto call(const Function& function, Arguments&&... arguments) {
+    using Result = std::invoke_result_t<Function, Arguments...>;
+    starts();
+    if constexpr (std::is_void_v<Result>) {
+      function(std::forward<Arguments>(arguments)...);
+      returned(0);
+    } else {
+      const Result result = function(std::forward<Arguments>(arguments)...);
+      if constexpr (std::is_integral_v<Result>) {
+        returned(static_cast<int>(result));
+      } else {
+        returned(0);
+      }
+      return result;
+    }
+  }
 
   /** Name of an object of the site; "0" for none, "untouched" for the preset tag. */
   std::string name(tag object) const;
@@ -125,6 +142,9 @@ class Run {
   int number = 0;
 
  protected:
+  virtual void starts() = 0;
+  virtual void returned(int status) = 0;
+
   std::vector<std::string> outputs_;
 };
 
@@ -170,12 +190,6 @@ class Case {
     return *this;
   }
 
-  /** Of the call, only what follows `Run::starts` is tested. */
-  Case& starts_when_told() {
-    is_told = true;
-    return *this;
-  }
-
   const char* function; /**< its exported name */
   const char* what;     /**< which of its good calls; may be empty */
   Outcome good_outcome;
@@ -185,7 +199,6 @@ class Case {
   std::function<void(Run&)> make_call;
   std::function<void()> make_ready;
   std::function<void()> make_ready_again;
-  bool is_told = false;
 };
 
 class Cases {
@@ -194,6 +207,13 @@ class Cases {
 
   std::deque<Case> all;
 };
+
+/** One list behind the other: of steps, or of operations. */
+template <typename T>
+std::vector<T> joined(std::vector<T> first, const std::vector<T>& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
 
 /** A tag that no function hands out: what an out-parameter is set to before the call. */
 constexpr tag untouched_tag = 0x7fffffff;

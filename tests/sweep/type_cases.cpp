@@ -21,7 +21,7 @@ void add_statuses(Cases& cases) {
       .call([](Run& run) {
         int count = untouched_number;
         char** names = untouched<char*>();
-        run.returned(ZOLP_ask_status_names(object("100/A"), &count, &names));
+        run.call(ZOLP_ask_status_names, object("100/A"), &count, &names);
         run.out(count).out_texts(count, names);
         if (names != untouched<char*>()) {
           MEM_free(names[0]);
@@ -38,7 +38,7 @@ void add_statuses(Cases& cases) {
       .call([](Run& run) {
         int count = untouched_number;
         ZOLP_status_record* records = untouched<ZOLP_status_record>();
-        run.returned(ZOLP_ask_status(object("100/A"), &count, &records));
+        run.call(ZOLP_ask_status, object("100/A"), &count, &records);
         run.out(count);
         if (records == untouched<ZOLP_status_record>()) {
           run.out("untouched");
@@ -54,7 +54,7 @@ void add_statuses(Cases& cases) {
       .steps({aborts("OBJ_load"), aborts("OBJ_get_value_tags"), aborts("OBJ_get_value_string")})
       .call([](Run& run) {
         char name[ZOLP_NAME_SIZE + 1] = "x";
-        run.returned(ZOLP_ask_latest_status(object("100/A"), name));
+        run.call(ZOLP_ask_latest_status, object("100/A"), name);
         run.out(name);
       });
 }
@@ -63,7 +63,7 @@ template <typename Ask>
 auto ask(Ask ask_one) {
   return [ask_one](Run& run) {
     logical answer = untouched_number;
-    run.returned(ask_one(&answer));
+    run.call(ask_one, &answer);
     run.out(answer);
   };
 }
@@ -76,11 +76,9 @@ void add_classes_and_types(Cases& cases) {
         tag type = NULLTAG;
         prepared(TYPE_find_type("Press", nullptr, &type), "type");
         char name[ZOLP_NAME_SIZE + 1] = "";
-        run.starts();
-        run.returned(ZOLP_TYPE_ask_name(type, name));
+        run.call(ZOLP_TYPE_ask_name, type, name);
         run.out(name);
-      })
-      .starts_when_told();
+      });
   const std::vector<Step> class_test = {passes("STORE_class_id_of_class", "99"),
                                         passes("STORE_class_of_instance", "99"),
                                         passes("STORE_is_descendant", "99")};
@@ -115,8 +113,7 @@ void ask_about_new_item(Run& run) {
   const std::string id = "new " + std::to_string(run.number);
   prepared(ITEM_create_item(id.c_str(), "New", nullptr, "A", &item, &revision), "item");
   logical is_new = untouched_number;
-  run.starts();
-  run.returned(ZOLP_Test_STORE_instance_isNew(revision, &is_new));
+  run.call(ZOLP_Test_STORE_instance_isNew, revision, &is_new);
   run.out(is_new);
 }
 
@@ -128,8 +125,7 @@ void add_states(Cases& cases) {
                   .calls({"STORE_get_instance_state"}),
               passes("STORE_get_instance_state", "0"),
               passes("REL_find_relation_type", "1").goes_on(), passes("REL_list_relations", "0")})
-      .call(ask_about_new_item)
-      .starts_when_told();
+      .call(ask_about_new_item);
   cases.add("ZOLP_TestModifiableAndNotCheckout", "modifiable")
       .good({1, ""})
       .steps({answers("RSV_assert_object_modifiable", 0)
@@ -137,7 +133,7 @@ void add_states(Cases& cases) {
                   .calls({"WSO_get_object_id_string"}),
               answers("ACCESS_check_privilege", 0).calls({"WSO_get_object_id_string"}),
               ignores("RSV_is_checked_out").unwrapped()})
-      .call([](Run& run) { run.returned(ZOLP_TestModifiableAndNotCheckout(object("100/B"))); });
+      .call([](Run& run) { run.call(ZOLP_TestModifiableAndNotCheckout, object("100/B")); });
   cases.add("ZOLP_TestModifiableAndNotCheckout", "checked out")
       .good({0, ""})
       .steps({answers("RSV_assert_object_modifiable", 0)
@@ -145,7 +141,7 @@ void add_states(Cases& cases) {
                   .calls({"WSO_get_object_id_string"}),
               answers("ACCESS_check_privilege", 0).calls({"WSO_get_object_id_string"}),
               answers("RSV_is_checked_out", 1).unwrapped(), ignores("WSO_get_object_id_string")})
-      .call([](Run& run) { run.returned(ZOLP_TestModifiableAndNotCheckout(object("100/C"))); });
+      .call([](Run& run) { run.call(ZOLP_TestModifiableAndNotCheckout, object("100/C")); });
   cases.add("ZOLP_isItemReplica", "a replica")
       .good({0, "1"})
       .steps({passes("STORE_site_id", "0"), passes("STORE_lookup_imc", "0"),
@@ -157,7 +153,7 @@ template <typename Find>
 auto find(Find find_one) {
   return [find_one](Run& run) {
     tag found = untouched_tag;
-    run.returned(find_one(&found));
+    run.call(find_one, &found);
     run.out_tag(found);
   };
 }
@@ -178,7 +174,7 @@ void add_lookups(Cases& cases) {
       .call([](Run& run) {
         tag type = NULLTAG;
         char name[ZOLP_NAME_SIZE + 1] = "";
-        run.returned(ZOLP_ask_attachment_type(object("100/B"), object("100/A"), &type, name));
+        run.call(ZOLP_ask_attachment_type, object("100/B"), object("100/A"), &type, name);
         run.out_tag(type).out(name);
       });
 }

@@ -58,8 +58,7 @@ auto change_attachments(int type, Change change) {
   return [type, change](Run& run) {
     const tag job = start_job("Sweep", "100/A");
     tag objects[] = {object("100/B")};
-    run.starts();
-    run.returned(change(job, objects));
+    run.call(change, job, objects);
     out_attachments(run, job, type);
   };
 }
@@ -69,40 +68,33 @@ void add_attachments(Cases& cases) {
       .good({0, "1"})
       .steps({aborts("FLOW_get_root_task", "0"), aborts("FLOW_add_attachments", "0")})
       .allocations({exhausted(2002, "0")})
-      .call(change_attachments(FLOW_reference_attachment,
-                               [](tag job, tag* objects) {
-                                 return ZOLP_add_attachments(job, FLOW_reference_attachment, 1,
-                                                             objects);
-                               }))
-      .starts_when_told();
+      .call(change_attachments(FLOW_reference_attachment, [](tag job, tag* objects) {
+        return ZOLP_add_attachments(job, FLOW_reference_attachment, 1, objects);
+      }));
   // A guarded call of a function whose own calls are guarded: both frames stay open.
   cases.add("ZOLP_add_reference_objects", "")
       .good({0, "1"})
       .steps(
           {aborts("FLOW_get_root_task", "0").open(2), aborts("FLOW_add_attachments", "0").open(2)})
       .allocations({exhausted(2002, "0", 1)})
-      .call(change_attachments(
-          FLOW_reference_attachment,
-          [](tag job, tag* objects) { return ZOLP_add_reference_objects(job, 1, objects); }))
-      .starts_when_told();
+      .call(change_attachments(FLOW_reference_attachment, [](tag job, tag* objects) {
+        return ZOLP_add_reference_objects(job, 1, objects);
+      }));
   cases.add("ZOLP_add_target_objects", "")
       .good({0, "2"})
       .steps(
           {aborts("FLOW_get_root_task", "1").open(2), aborts("FLOW_add_attachments", "1").open(2)})
       .allocations({exhausted(2002, "1", 1)})
-      .call(change_attachments(
-          FLOW_target_attachment,
-          [](tag job, tag* objects) { return ZOLP_add_target_objects(job, 1, objects); }))
-      .starts_when_told();
+      .call(change_attachments(FLOW_target_attachment, [](tag job, tag* objects) {
+        return ZOLP_add_target_objects(job, 1, objects);
+      }));
   cases.add("ZOLP_remove_attachments", "")
       .good({0, "0"})
       .steps({aborts("FLOW_get_root_task", "1"), aborts("FLOW_remove_attachments", "1")})
-      .call(change_attachments(FLOW_target_attachment,
-                               [](tag job, tag*) {
-                                 tag attached[] = {object("100/A")};
-                                 return ZOLP_remove_attachments(job, 1, attached);
-                               }))
-      .starts_when_told();
+      .call(change_attachments(FLOW_target_attachment, [](tag job, tag*) {
+        tag attached[] = {object("100/A")};
+        return ZOLP_remove_attachments(job, 1, attached);
+      }));
 }
 
 template <typename Ask>
@@ -113,8 +105,7 @@ auto ask_objects(Ask ask) {
     prepared(ZOLP_add_reference_objects(job, 1, reference), "reference");
     int count = untouched_number;
     tag* objects = untouched<tag>();
-    run.starts();
-    run.returned(ask(job, &count, &objects));
+    run.call(ask, job, &count, &objects);
     run.out(count).out_tags(count, objects);
     MEM_free(objects != untouched<tag>() ? objects : nullptr);
   };
@@ -126,13 +117,11 @@ void add_attachment_lists(Cases& cases) {
   cases.add("ZOLP_ask_target_objects", "")
       .good({0, "1|100/A"})
       .steps(ends)
-      .call(ask_objects(ZOLP_ask_target_objects))
-      .starts_when_told();
+      .call(ask_objects(ZOLP_ask_target_objects));
   cases.add("ZOLP_ask_reference_objects", "")
       .good({0, "1|100/B"})
       .steps(ends)
-      .call(ask_objects(ZOLP_ask_reference_objects))
-      .starts_when_told();
+      .call(ask_objects(ZOLP_ask_reference_objects));
 }
 
 void add_job_refresh(Cases& cases) {
@@ -153,10 +142,8 @@ void add_job_refresh(Cases& cases) {
               ends("FLOW_refresh_entire_job")})
       .call([](Run& run) {
         const tag job = start_job("Sweep", "100/A");
-        run.starts();
-        run.returned(ZOLP_refresh_entire_job(job));
-      })
-      .starts_when_told();
+        run.call(ZOLP_refresh_entire_job, job);
+      });
 }
 
 /** Shows the result of a job's condition task. */
@@ -173,40 +160,28 @@ void add_condition_tasks(Cases& cases) {
       .call([](Run& run) {
         const tag job = start_job("Sweep");
         tag task = untouched_tag;
-        run.starts();
-        run.returned(ZOLP_get_condition_task_by_name(job, "Large?", &task));
+        run.call(ZOLP_get_condition_task_by_name, job, "Large?", &task);
         run.out(task_name(task));
-      })
-      .starts_when_told();
+      });
   // Only giving the lock back counts.
   const std::vector<Step> set = {
       answers("OBJ_refresh", 0, "0").calls({"OBJ_refresh"}),
       answers("FLOW_set_condition_task_result", 0, "0").calls({"OBJ_refresh"}),
       answers("OBJ_save", 0, "0").calls({"OBJ_refresh"}), passes("OBJ_refresh", "1").locks()};
-  cases.add("ZOLP_set_condition_task_result", "")
-      .good({0, "1"})
-      .steps(set)
-      .call([](Run& run) {
-        const tag job = start_job("Sweep");
-        const tag task = task_of(job, eFLOWConditionTask);
-        run.starts();
-        run.returned(ZOLP_set_condition_task_result(task, FLOW_condition_true));
-        out_result(run, job);
-      })
-      .starts_when_told();
-  std::vector<Step> find_and_set = {passes("FLOW_get_type_tasks", "0"),
-                                    passes("FLOW_get_name", "0")};
-  find_and_set.insert(find_and_set.end(), set.begin(), set.end());
+  cases.add("ZOLP_set_condition_task_result", "").good({0, "1"}).steps(set).call([](Run& run) {
+    const tag job = start_job("Sweep");
+    const tag task = task_of(job, eFLOWConditionTask);
+    run.call(ZOLP_set_condition_task_result, task, FLOW_condition_true);
+    out_result(run, job);
+  });
   cases.add("ZOLP_set_named_condition_task_result", "")
       .good({0, "1"})
-      .steps(find_and_set)
+      .steps(joined({passes("FLOW_get_type_tasks", "0"), passes("FLOW_get_name", "0")}, set))
       .call([](Run& run) {
         const tag job = start_job("Sweep");
-        run.starts();
-        run.returned(ZOLP_set_named_condition_task_result(job, "Large?", FLOW_condition_true));
+        run.call(ZOLP_set_named_condition_task_result, job, "Large?", FLOW_condition_true);
         out_result(run, job);
-      })
-      .starts_when_told();
+      });
 }
 
 void add_release_levels(Cases& cases) {
@@ -218,33 +193,27 @@ void add_release_levels(Cases& cases) {
         const tag job = start_job("Sweep");
         tag level = untouched_tag;
         char name[FLOW_name_size + 1] = "x";
-        run.starts();
-        run.returned(ZOLP_ask_current_release_level(job, &level, name));
+        run.call(ZOLP_ask_current_release_level, job, &level, name);
         run.out(task_name(level)).out(name);
-      })
-      .starts_when_told();
+      });
   cases.add("ZOLP_ask_current_release_level_name", "")
       .good({0, "Check"})
       .steps({passes("FLOW_get_type_tasks"), passes("FLOW_get_state"), passes("OBJ_UIF_get_value")})
       .call([](Run& run) {
         const tag job = start_job("Sweep");
         char name[FLOW_name_size + 1] = "x";
-        run.starts();
-        run.returned(ZOLP_ask_current_release_level_name(job, name));
+        run.call(ZOLP_ask_current_release_level_name, job, name);
         run.out(name);
-      })
-      .starts_when_told();
+      });
   cases.add("ZOLP_find_release_level", "")
       .good({0, "Check"})
       .steps({passes("FLOW_get_type_tasks", "0"), passes("OBJ_UIF_get_value", "0")})
       .call([](Run& run) {
         const tag job = start_job("Sweep");
         tag level = untouched_tag;
-        run.starts();
-        run.returned(ZOLP_find_release_level(job, "Check", &level));
+        run.call(ZOLP_find_release_level, job, "Check", &level);
         run.out(task_name(level));
-      })
-      .starts_when_told();
+      });
 }
 
 template <typename Ask>
@@ -253,8 +222,7 @@ auto ask_members(Ask ask) {
     const tag job = start_job("Sweep");
     int count = untouched_number;
     tag* members = untouched<tag>();
-    run.starts();
-    run.returned(ask(job, &count, &members));
+    run.call(ask, job, &count, &members);
     run.out(count).out(members == nullptr ? "null" : "some");
     MEM_free(members);
   };
@@ -281,32 +249,28 @@ void add_reviewers(Cases& cases) {
       .allocations({exhausted(2002, "0|null"), exhausted(2002, "1|some")})
       .call(ask_members([](tag job, int* count, tag** members) {
         return ZOLP_ask_reviewers(job, "Check", count, members);
-      }))
-      .starts_when_told();
+      }));
   cases.add("ZOLP_ask_reviewers_by_type", "pools, a pool and a user")
       .good({0, "1|some"})
       .steps(reviewer_steps("1|some"))
       .allocations({exhausted(2002, "0|null")})
       .call(ask_members([](tag job, int* count, tag** members) {
         return ZOLP_ask_reviewers_by_type(job, "Check", SIGNOFF_resource_pool, count, members);
-      }))
-      .starts_when_told();
+      }));
   cases.add("ZOLP_ask_reviewers_groupmembers", "a pool and a user")
       .good({0, "1|some"})
       .steps(reviewer_steps("0|null"))
       .allocations({exhausted(2002, "0|null")})
       .call(ask_members([](tag job, int* count, tag** members) {
         return ZOLP_ask_reviewers_groupmembers(job, "Check", count, members);
-      }))
-      .starts_when_told();
+      }));
   cases.add("ZOLP_ask_reviewers_resourcepools", "a pool and a user")
       .good({0, "1|some"})
       .steps(reviewer_steps("0|null"))
       .allocations({exhausted(2002, "0|null")})
       .call(ask_members([](tag job, int* count, tag** members) {
         return ZOLP_ask_reviewers_resourcepools(job, "Check", count, members);
-      }))
-      .starts_when_told();
+      }));
 }
 
 auto ask_job_info(const char* process, int task_type) {
@@ -317,8 +281,7 @@ auto ask_job_info(const char* process, int task_type) {
     char name[33] = "x";
     date_s date{};
     tag user = untouched_tag;
-    run.starts();
-    run.returned(ZOLP_getJobInfo(&message, name, &date, &user));
+    run.call(ZOLP_getJobInfo, &message, name, &date, &user);
     run.out(name).out_tag(user);
   };
 }
@@ -329,8 +292,7 @@ void add_job_info(Cases& cases) {
       .good({0, "ada|ada"})
       .steps({ends("FLOW_get_job"), ends("FLOW_get_type_tasks"), ends("WSO_describe"),
               passes("ORG_find_user", "ada|0")})
-      .call(ask_job_info("Plain", eFLOWRootTask))
-      .starts_when_told();
+      .call(ask_job_info("Plain", eFLOWRootTask));
   cases.add("ZOLP_getJobInfo", "a team of a pool and a user, nobody has decided")
       .good({0, "ada|ada"})
       .steps({ends("FLOW_get_job"), ends("FLOW_get_type_tasks"), ends("FLOW_get_attachments"),
@@ -346,8 +308,7 @@ void add_job_info(Cases& cases) {
               // the user who runs the handler
               ends("ORG_get_current_groupmember"), ends("ORG_get_groupmember_user"),
               passes("ORG_get_user_identifier", "|ada")})
-      .call(ask_job_info("Sweep", eFLOWReviewTask))
-      .starts_when_told();
+      .call(ask_job_info("Sweep", eFLOWReviewTask));
 }
 
 void add_handler_targets(Cases& cases) {
@@ -364,36 +325,30 @@ void add_handler_targets(Cases& cases) {
         tag found = untouched_tag;
         int count = untouched_number;
         tag* targets = untouched<tag>();
-        run.starts();
-        const int status = ZOLP_getRHTargetObjects(&message, &found, &count, &targets);
-        run.returned(status);
+        const int status = run.call(ZOLP_getRHTargetObjects, &message, &found, &count, &targets);
         if (status == ORK_ok) {
           run.out(count).out_tags(count, targets);
           MEM_free(targets);
         }
-      })
-      .starts_when_told();
+      });
   cases.add("ZOLP_deleteJob", "")
       .good({0, "gone"})
       .steps({aborts("STORE_instance_exists", "there"), passes("STORE_refresh_instances", "there"),
               aborts("OBJ_delete", "there").locks()})
       .call([](Run& run) {
         const tag job = start_job("Sweep");
-        run.starts();
-        run.returned(ZOLP_deleteJob(job));
+        run.call(ZOLP_deleteJob, job);
         logical exists = 0;
         prepared(STORE_instance_exists(job, &exists), "exists");
         run.out(exists != 0 ? "there" : "gone");
-      })
-      .starts_when_told();
+      });
 }
 
 /** Writes a report about the targets and shows how many lines it has. */
 void report_drawings(Run& run) {
   const tag job = start_job("Sweep", "300/A");
   std::FILE* report = std::fopen(path("report.txt").c_str(), "w");
-  run.starts();
-  run.returned(ZOLP_HasTargetADrawing(job, &report));
+  run.call(ZOLP_HasTargetADrawing, job, &report);
   std::fclose(report);
   const std::string lines = contents(path("report.txt"));
   run.out(static_cast<int>(lines.size()) / 78);
@@ -427,8 +382,7 @@ void add_drawings(Cases& cases) {
               ignores("STORE_class_id_of_class", "1").calls({}),
               ignores("STORE_class_of_instance", "1").calls({}),
               ignores("STORE_is_descendant", "1")})
-      .call(report_drawings)
-      .starts_when_told();
+      .call(report_drawings);
 }
 
 int count_in_folder(const char* name) {
@@ -463,22 +417,18 @@ void add_folders(Cases& cases) {
         prepared(FOLDER_create(name.c_str(), "", &folder), "folder");
         prepared(OBJ_save(folder), "folder");
         prepared(OBJ_refresh(folder, 0), "folder");
-        run.starts();
-        run.returned(ZOLP_moveTargetToFolder(job, name.c_str(), ""));
+        run.call(ZOLP_moveTargetToFolder, job, name.c_str(), "");
         run.out(count_in_folder(name.c_str()));
-      })
-      .starts_when_told();
+      });
   cases.add("ZOLP_moveTargetToFolder", "a folder is made")
       .good({0, "there", 0, 0, true})  // unlocking it is left to the caller
       .steps({ends("WSO_find", "none"), ends("FOLDER_create", "none"), ends("OBJ_save", "none")})
       .call([](Run& run) {
         const tag job = start_job("Sweep", "100/A");
         const std::string name = "New folder " + std::to_string(run.number);
-        run.starts();
-        run.returned(ZOLP_moveTargetToFolder(job, name.c_str(), ""));
+        run.call(ZOLP_moveTargetToFolder, job, name.c_str(), "");
         run.out(count_in_folder(name.c_str()) < 0 ? "none" : "there");
-      })
-      .starts_when_told();
+      });
 }
 
 void add_temporary_jobs(Cases& cases) {
@@ -494,7 +444,7 @@ void add_temporary_jobs(Cases& cases) {
       .call([started](Run& run) {
         tag objects[] = {object("100/B")};
         char name[ZOLP_JOB_NAME_SIZE + 1] = "TMP";
-        run.returned(ZOLP_addReleaseStatusWithTmpJob(1, objects, name, "Plain"));
+        run.call(ZOLP_addReleaseStatusWithTmpJob, 1, objects, name, "Plain");
         run.out(std::strlen(name) > 10 ? started : name);
       });
 }
