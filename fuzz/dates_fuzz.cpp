@@ -17,15 +17,15 @@ bool is_same(const date_s& one, const date_s& other) {
          one.hour == other.hour && one.minute == other.minute && one.second == other.second;
 }
 
-void prepare() {
-  static const bool is_ready = (fuzz::open_site(), fuzz::trace_into_nothing(), true);
-  static_cast<void>(is_ready);
-}
-
 }  // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  fuzz::open_site();
+  fuzz::trace_into_nothing();
+  return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  prepare();
   const std::string_view input = fuzz::text_of(data, size);
   const std::size_t first_line = std::min(input.find('\n'), size);
   const std::string format = fuzz::terminated(input.substr(0, first_line));

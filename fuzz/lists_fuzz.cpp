@@ -113,27 +113,23 @@ void check_tree(const char* path, std::string_view list) {
   tool::free_assembly(root);
 }
 
-void prepare() {
-  static const bool is_ready = [] {
-    fuzz::open_site();
-    fuzz::print_into_nothing();
-    const fuzz::MemoryFile list;
-    const fuzz::MemoryFile log;
-    const fuzz::MemoryFile header;
-    list.write("1     ;4711/A                          ;\n");
-    header.write("\n");
-    fuzz::set_preference("Header", header.path());
-    fuzz::check(ZOLP_create_clonelogheader(list.path(), log.path(), "Header") == 0, "columns");
-    fuzz::trace_into_nothing();
-    return true;
-  }();
-  static_cast<void>(is_ready);
-}
-
 }  // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  fuzz::open_site();
+  fuzz::print_into_nothing();
+  const fuzz::MemoryFile list;
+  const fuzz::MemoryFile log;
+  const fuzz::MemoryFile header;
+  list.write("1     ;4711/A                          ;\n");
+  header.write("\n");
+  fuzz::set_preference("Header", header.path());
+  fuzz::check(ZOLP_create_clonelogheader(list.path(), log.path(), "Header") == 0, "columns");
+  fuzz::trace_into_nothing();
+  return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  prepare();
   const std::string_view list = fuzz::text_of(data, size);
   const fuzz::MemoryFile in;
   in.write(list);

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <vector>
 
+extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
@@ -24,6 +25,7 @@ void run(const std::filesystem::path& path) {
 }  // namespace
 
 int main(int count, char** arguments) {
+  LLVMFuzzerInitialize(&count, &arguments);
   for (int i = 1; i < count; ++i) {
     if (!std::filesystem::is_directory(arguments[i])) {
       run(arguments[i]);

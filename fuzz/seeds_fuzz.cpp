@@ -14,24 +14,29 @@ std::string describe_site() {
   return description;
 }
 
+void open_empty_site() {
+  fuzz::check(ork_host_open(":memory:") == ORK_ok, "a site opens");
+}
+
+std::string empty; /**< description of such a site */
+
 }  // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  open_empty_site();
+  empty = describe_site();
+  return 0;
+}
+
+// Most inputs are refused, and a site that has refused one serves the next.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // Most inputs are refused, and a site that has refused one serves the next.
-  static bool is_open = false;
-  static std::string empty;
-  if (!is_open) {
-    fuzz::check(ork_host_open(":memory:") == ORK_ok, "a site opens");
-    empty = describe_site();
-    is_open = true;
-  }
   const std::string seed = fuzz::terminated(fuzz::text_of(data, size));
   if (ork_host_seed(seed.c_str()) == ORK_ok) {
     const std::string once = describe_site();
     fuzz::check(ork_host_seed(seed.c_str()) == ORK_ok, "a seed is taken twice");
     fuzz::check(describe_site() == once, "seeding twice is seeding once");
     ork_host_close();
-    is_open = false;
+    open_empty_site();
   } else {
     fuzz::check(describe_site() == empty, "a refused seed leaves nothing behind");
   }

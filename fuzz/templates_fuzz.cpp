@@ -64,20 +64,16 @@ void check_batch(const fuzz::MemoryFile& actions, const std::array<std::string, 
   fuzz::check(ZOLP_write_startbat(batch.path(), &top) == 0, "the batch file");
 }
 
-void prepare() {
-  static const bool is_ready = [] {
-    fuzz::open_site();
-    fuzz::print_into_nothing();
-    fuzz::trace_into_nothing();
-    return true;
-  }();
-  static_cast<void>(is_ready);
-}
-
 }  // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  fuzz::open_site();
+  fuzz::print_into_nothing();
+  fuzz::trace_into_nothing();
+  return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  prepare();
   const std::string_view input = fuzz::text_of(data, size);
   const std::size_t first_line = std::min(input.find('\n'), size);
   std::array<std::string, 7> values;

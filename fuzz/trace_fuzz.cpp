@@ -172,11 +172,15 @@ std::vector<std::string> traced;
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
   ZOLP_SetTraceLevel(ZOLP_LEVEL_DEBUG);
   ZOLP_SetTraceWriter(
       [](int, const char* line, size_t length, void*) { traced.emplace_back(line, length); },
       nullptr);
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   traced.clear();
   Lines expected;
   int depth = 0;
