@@ -310,7 +310,8 @@ class Pattern::Store {
   }
 
   static std::size_t place_of(std::string_view text) {
-    const auto edges = text.empty() ? 0 : static_cast<unsigned char>(text.front() + text.back());
+    const std::size_t edges =
+        text.empty() ? 0U : static_cast<unsigned char>(text.front() + text.back());
     return (4 * text.size() + edges) % recent_count;
   }
 

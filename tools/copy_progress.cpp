@@ -16,7 +16,7 @@ constexpr std::int64_t large_file = 64 << 20;
 
 }  // namespace
 
-CopyProgress::CopyProgress(std::string what)
+CopyProgress::CopyProgress(const std::string& what)
     : what_(printable(what)), is_terminal_(os::is_error_on_terminal()) {
   watch_for_interruption();
   FILE_set_progress(

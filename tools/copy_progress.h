@@ -15,7 +15,7 @@ namespace tool {
 class CopyProgress {
  public:
   /** @param what what is told, for example "importing a.txt". */
-  explicit CopyProgress(std::string what);
+  explicit CopyProgress(const std::string& what);
   ~CopyProgress();
   CopyProgress(const CopyProgress&) = delete;
   CopyProgress& operator=(const CopyProgress&) = delete;
