@@ -8,14 +8,10 @@
 
 #include "basetool/traces.h"
 
+namespace test {
+
 namespace {
 
-using test::ChildProgram;
-using test::expected_lines;
-using test::run_program;
-using test::split;
-using test::TemporaryFolder;
-using test::TraceFolder;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
@@ -134,3 +130,5 @@ TEST_F(Survival, ProgramsOutliveExhaustedMemory) {
 #endif
 
 }  // namespace
+
+}  // namespace test

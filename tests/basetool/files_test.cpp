@@ -9,14 +9,10 @@
 #include "support/kills.h"
 #include "support/shared_memory.h"
 
+namespace test {
+
 namespace {
 
-using test::ChildProgram;
-using test::expected_lines;
-using test::run_program;
-using test::split;
-using test::TemporaryFolder;
-using test::TraceFolder;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
@@ -177,10 +173,10 @@ TEST_F(Rotation, MakesLongLinesFilesOfTheirOwn) {
 
 TEST_F(Survival, EveryLineOutlivesAKill) {
   std::mt19937 random(4711);
-  for (int round = 0; round < test::kills(); ++round) {
+  for (int round = 0; round < kills(); ++round) {
     TemporaryFolder own;
     std::string counter_file = own.write("counter", std::string(sizeof(int), '\0'));
-    const test::SharedMemory<std::atomic<int>> counter(counter_file);
+    const SharedMemory<std::atomic<int>> counter(counter_file);
     ChildProgram child(own, {"ZOLP_TRACE_FILE=" + own.path("trace")}, {"count", counter_file});
     int wanted = std::uniform_int_distribution(1, 50000)(random);
     while (counter->load() < wanted) {
@@ -209,3 +205,5 @@ TEST_F(Survival, EveryLineOutlivesAKill) {
 }
 
 }  // namespace
+
+}  // namespace test

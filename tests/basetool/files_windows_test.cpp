@@ -4,12 +4,10 @@
 
 #include "basetool/traces.h"
 
+namespace test {
+
 namespace {
 
-using test::ChildProgram;
-using test::expected_lines;
-using test::run_program;
-using test::TraceFolder;
 using testing::MatchesRegex;
 
 using File = TraceFolder;
@@ -83,3 +81,5 @@ TEST_F(File, MayBeAStream) {
 }
 
 }  // namespace
+
+}  // namespace test

@@ -35,7 +35,7 @@ const void* file_of(const void* address) {
 }
 
 /** Whether the library stands nearer on the stack than the platform. */
-bool is_from_library() {
+[[gnu::noinline]] bool is_from_library() {
   // The library's objects are linked into this program. The platform is a library of its own.
   const void* const own_file = file_of(&requests_until_refusal);
   const void* const platform_file = file_of(reinterpret_cast<const void*>(&ork_host_block_count));
