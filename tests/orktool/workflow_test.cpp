@@ -128,39 +128,24 @@ class Workflow : public testing::Test {
 TEST_F(Workflow, ObjectsAreAttachedToTheRootTask) {
   const tag job = start("Review");
   tag objects[] = {item, revision};
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_add_target_objects(job, 2, objects), ORK_ok); }),
-              ElementsAre("FLOW_get_root_task", "FLOW_add_attachments"));
+  trace.clear();
+  EXPECT_EQ(ZOLP_add_target_objects(job, 2, objects), ORK_ok);
   EXPECT_THAT(trace.lines()[1], StartsWith("   ->ZOLP_add_attachments(...) zolp_epmtool.cpp:"));
   EXPECT_THAT(trace.lines()[2], StartsWith("     ->ZOLP_add_attachments zolp_epmtool.cpp:"));
   EXPECT_EQ(ZOLP_add_reference_objects(job, 1, &other), ORK_ok);
   EXPECT_THAT(listed(ORK_ok, ZOLP_ask_target_objects, job), ElementsAre(item, revision));
   EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reference_objects, job), ElementsAre(other));
   tag detached[] = {other, item};
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_remove_attachments(job, 2, detached), ORK_ok); }),
-              ElementsAre("FLOW_get_root_task", "FLOW_remove_attachments"));
+  EXPECT_EQ(ZOLP_remove_attachments(job, 2, detached), ORK_ok);
   EXPECT_THAT(listed(ORK_ok, ZOLP_ask_target_objects, job), ElementsAre(revision));
   EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reference_objects, job), IsEmpty());
 
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_add_target_objects(job, 0, nullptr), ORK_ok); }),
-              ElementsAre("FLOW_get_root_task", "FLOW_add_attachments"));
+  EXPECT_EQ(ZOLP_add_target_objects(job, 0, nullptr), ORK_ok);
   EXPECT_EQ(ZOLP_add_attachments(job, 3, -1, objects), ORK_invalid_argument);
   trace.clear();
   EXPECT_EQ(ZOLP_add_target_objects(job, 1, &revision), FLOW_already_attached);
   EXPECT_TRUE(trace.has("##ORK_err_33007: FLOW_add_attachments(...)"));
   EXPECT_TRUE(trace.has("##ORK_err_33007: ZOLP_add_attachments(...)"));
-  EXPECT_FALSE(trace.has("<-ZOLP_add_target_objects "));
-}
-
-TEST_F(Workflow, AttachmentsFailAsTheirCallsDo) {
-  const tag job = start("Review", {item});
-  int count = 5;
-  tag* untouched = &item;
-  fail("FLOW_get_root_task");
-  EXPECT_EQ(ZOLP_ask_target_objects(job, &count, &untouched), failure);
-  EXPECT_EQ(count, 5);
-  EXPECT_EQ(untouched, &item);
-  EXPECT_EQ(ZOLP_remove_attachments(item, 0, nullptr), FLOW_not_a_job);
-  trace.clear();
   ork_host_fail_allocation(1);
   EXPECT_EQ(ZOLP_add_attachments(job, 1, 1, &other), 2002);
   EXPECT_TRUE(trace.has("ERROR: not enough memory available"));
@@ -176,20 +161,15 @@ TEST_F(Workflow, AttachmentsFailAsTheirCallsDo) {
 TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
   const tag job = start("Review", {item, revision});
   EXPECT_EQ(ZOLP_add_reference_objects(job, 1, &other), ORK_ok);
-  const std::vector<std::string> level = {"FLOW_get_state", "FLOW_get_state_string",
-                                          "FLOW_get_attachments"};
   std::vector<std::string> expected = {"FLOW_get_root_task", "FLOW_get_sub_tasks"};
-  const auto append = [&expected](const std::vector<std::string>& more) {
-    expected.insert(expected.end(), more.begin(), more.end());
-  };
-  append(level);
-  append({"OBJ_refresh", "OBJ_refresh", "OBJ_refresh"});
-  append(level);
-  append({"OBJ_refresh"});
-  append(level);
-  append(level);
-  append({"FLOW_get_attachments", "OBJ_load", "OBJ_load", "FLOW_get_attachments", "OBJ_load",
-          "FLOW_get_attachments", "FLOW_refresh_entire_job"});
+  for (const int attached_objects : {3, 1, 0, 0}) {  // of each task
+    expected.insert(expected.end(),
+                    {"FLOW_get_state", "FLOW_get_state_string", "FLOW_get_attachments"});
+    expected.insert(expected.end(), static_cast<std::size_t>(attached_objects), "OBJ_refresh");
+  }
+  expected.insert(expected.end(),
+                  {"FLOW_get_attachments", "OBJ_load", "OBJ_load", "FLOW_get_attachments",
+                   "OBJ_load", "FLOW_get_attachments", "FLOW_refresh_entire_job"});
   EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), ORK_ok); }), expected);
   EXPECT_TRUE(trace.has("level_task=0 state [Started] "));
   EXPECT_TRUE(trace.has("level_task=3 state [Pending] "));
@@ -201,21 +181,7 @@ TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
   fail("OBJ_load");
   fail("OBJ_refresh", 5);
   EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), failure); }).back(), "OBJ_refresh");
-  for (const auto& [operation, nth] : {std::pair{"FLOW_get_state", 2},
-                                       {"FLOW_get_state_string", 1},
-                                       {"FLOW_get_attachments", 2},
-                                       {"FLOW_get_sub_tasks", 1},
-                                       {"FLOW_get_root_task", 1}}) {
-    fail(operation, nth);
-    EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), failure); }).back(), operation);
-  }
-
   const tag done = start("Release", {item});
-  const tag levels_done = start("No team");
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(levels_done), ORK_ok); }),
-              ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_state",
-                          "FLOW_get_state_string", "FLOW_get_attachments", "FLOW_get_attachments",
-                          "FLOW_get_attachments", "FLOW_refresh_entire_job"));
   EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(done), ORK_ok); }),
               ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_attachments",
                           "OBJ_load", "FLOW_get_attachments", "FLOW_get_attachments", "OBJ_load",
@@ -224,57 +190,29 @@ TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
 
 // --------------------------------------------------------------------------- condition tasks
 
-TEST_F(Workflow, ConditionTasksAreFoundByTheirWholeName) {
+TEST_F(Workflow, ConditionTasksAreFoundByTheirWholeNameAndGetAnyResult) {
   const tag job = start("Review");
   const std::vector<tag> conditions = tasks(job, eFLOWConditionTask);
-  const auto find = [job](const char* name, int status) {
+  const auto find = [job](const char* name) {
     tag task = 99;
-    EXPECT_EQ(ZOLP_get_condition_task_by_name(job, name, &task), status);
+    EXPECT_EQ(ZOLP_get_condition_task_by_name(job, name, &task), ORK_ok);
     return task;
   };
-  EXPECT_THAT(calls([&] { EXPECT_EQ(find("Large?", ORK_ok), conditions[0]); }),
-              ElementsAre("FLOW_get_type_tasks", "FLOW_get_name"));
-  EXPECT_EQ(find("Later?", ORK_ok), conditions[1]);
+  EXPECT_EQ(find("Large?"), conditions[0]);
+  EXPECT_EQ(find("Later?"), conditions[1]);
   for (const char* wrong : {"large?", "Large", "Large??", "Check", ""}) {
-    EXPECT_EQ(find(wrong, ORK_ok), NULLTAG);
+    EXPECT_EQ(find(wrong), NULLTAG);
     EXPECT_EQ(ZOLP_set_named_condition_task_result(job, wrong, 1), 33080);
   }
-  fail("FLOW_get_name", 2);
-  EXPECT_EQ(find("Later?", failure), NULLTAG);
-  fail("FLOW_get_type_tasks");
-  EXPECT_EQ(find("Large?", failure), NULLTAG);
-  fail("FLOW_get_type_tasks");
-  EXPECT_EQ(ZOLP_set_named_condition_task_result(job, "Large?", 1), failure);
   EXPECT_EQ(ZOLP_set_named_condition_task_result(start("Release"), "Large?", 1), 33080);
-}
 
-TEST_F(Workflow, TheResultOfSettingAResultIsThatOfTheUnlocking) {
-  const tag job = start("Review");
-  const tag task = tasks(job, eFLOWConditionTask)[0];
-  const auto result = [task] {
+  const auto result = [&] {
     int found = -1;
-    EXPECT_EQ(FLOW_get_condition_task_result(task, &found), ORK_ok);
+    EXPECT_EQ(FLOW_get_condition_task_result(conditions[0], &found), ORK_ok);
     return found;
   };
-  struct Case {
-    const char* failing;
-    int nth;
-    int status;
-    std::vector<std::string> calls;
-  };
-  const std::vector<std::string> all = {"OBJ_refresh", "FLOW_set_condition_task_result", "OBJ_save",
-                                        "OBJ_refresh"};
-  const Case cases[] = {{"OBJ_refresh", 1, ORK_ok, {"OBJ_refresh", "OBJ_refresh"}},
-                        {"FLOW_set_condition_task_result", 1, ORK_ok, {all[0], all[1], all[3]}},
-                        {"OBJ_save", 1, ORK_ok, all},
-                        {"OBJ_refresh", 2, failure, all}};
-  for (const Case& one : cases) {
-    fail(one.failing, one.nth);
-    EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_set_condition_task_result(task, 5), one.status); }),
-              one.calls);
-    EXPECT_EQ(result(), one.status == ORK_ok ? 0 : 5);
-  }
-  EXPECT_EQ(OBJ_refresh(task, 0), ORK_ok);
+  EXPECT_EQ(ZOLP_set_condition_task_result(conditions[0], 5), ORK_ok);
+  EXPECT_EQ(result(), 5);
   EXPECT_EQ(ZOLP_set_named_condition_task_result(job, "Large?", -7), ORK_ok);
   EXPECT_EQ(result(), -7);
   EXPECT_TRUE(trace.has("->OBJ_unlock(condition_task) zolp_epmtool.cpp:"));
@@ -285,22 +223,19 @@ TEST_F(Workflow, TheResultOfSettingAResultIsThatOfTheUnlocking) {
 TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
   const tag job = start("Review");
   const std::vector<tag> levels = tasks(job, eFLOWReviewTask);
-  const auto current = [](tag of_job, int status) {
+  const auto current = [](tag of_job) {
     tag level = 99;
     char name[FLOW_name_size + 1] = "x";
-    EXPECT_EQ(ZOLP_ask_current_release_level(of_job, &level, name), status);
+    EXPECT_EQ(ZOLP_ask_current_release_level(of_job, &level, name), ORK_ok);
     return std::to_string(level) + " " + name;
   };
-  const std::vector<std::string> found = {"FLOW_get_type_tasks", "FLOW_get_state",
-                                          "OBJ_UIF_get_value"};
-  EXPECT_EQ(calls([&] { EXPECT_EQ(current(job, 0), std::to_string(levels[0]) + " Check"); }),
-            found);
+  EXPECT_EQ(current(job), std::to_string(levels[0]) + " Check");
   EXPECT_TRUE(trace.has("iTaskListCount=2"));
   EXPECT_TRUE(trace.has("spCurrentReleaseLevelName=Check"));
   const std::vector<tag> signoffs = attached(levels[0], FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[1], SIGNOFF_approve, ""), ORK_ok);
-  EXPECT_EQ(current(job, ORK_ok), std::to_string(levels[1]) + " Check");
+  EXPECT_EQ(current(job), std::to_string(levels[1]) + " Check");
 
   tag broken = NULLTAG;
   tag process = NULLTAG;
@@ -312,14 +247,10 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
   EXPECT_EQ(FLOW_create_process("x", "", process, 0, nullptr, nullptr, &broken),
             FLOW_unknown_handler);
   EXPECT_THAT(
-      calls([&] { EXPECT_THAT(current(broken, ORK_ok), HasSubstr(" Over")); }),
+      calls([&] { EXPECT_THAT(current(broken), HasSubstr(" Over")); }),
       ElementsAre("FLOW_get_type_tasks", "FLOW_get_state", "FLOW_get_state", "OBJ_UIF_get_value"));
-  EXPECT_EQ(current(start("No team"), ORK_ok), "0 ") << "completed";
-  EXPECT_EQ(current(start("Release"), ORK_ok), "0 ");
-  fail("FLOW_get_state");
-  EXPECT_EQ(current(job, failure), "0 ");
-  fail("OBJ_UIF_get_value");
-  EXPECT_EQ(current(job, failure), "0 ");
+  EXPECT_EQ(current(start("No team")), "0 ") << "completed";
+  EXPECT_EQ(current(start("Release")), "0 ");
   char name[FLOW_name_size + 1] = "x";
   trace.clear();
   EXPECT_EQ(ZOLP_ask_current_release_level_name(job, name), ORK_ok);
@@ -331,8 +262,7 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
 TEST_F(Workflow, LevelsAreFoundByTheirWholeName) {
   const tag job = start("Review");
   tag level = 99;
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_find_release_level(job, "Check", &level), ORK_ok); }),
-              ElementsAre("FLOW_get_type_tasks", "OBJ_UIF_get_value"));
+  EXPECT_EQ(ZOLP_find_release_level(job, "Check", &level), ORK_ok);
   EXPECT_EQ(level, tasks(job, eFLOWReviewTask)[0]);
   for (const char* line : {"search for release level nane=Check", "iTaskListCount=2",
                            "FLOWReviewTask[0]=Check", "found release level named Check"}) {
@@ -340,8 +270,6 @@ TEST_F(Workflow, LevelsAreFoundByTheirWholeName) {
   }
   EXPECT_EQ(ZOLP_find_release_level(job, "check", &level), ORK_ok);
   EXPECT_EQ(level, NULLTAG);
-  fail("OBJ_UIF_get_value", 2);
-  EXPECT_EQ(ZOLP_find_release_level(job, "none", &level), failure);
 }
 
 TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
@@ -352,11 +280,7 @@ TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
     EXPECT_EQ(FLOW_get_signoff_member(signoff, &members.emplace_back(), &type), ORK_ok);
   }
   const char* level = "Check";
-  EXPECT_THAT(
-      calls([&] { EXPECT_EQ(listed(ORK_ok, ZOLP_ask_reviewers, job, level), members); }),
-      ElementsAre("FLOW_get_type_tasks", "OBJ_UIF_get_value", "FLOW_get_sub_task",
-                  "FLOW_get_attachments", "OBJ_refresh", "FLOW_get_signoff_member", "OBJ_refresh",
-                  "FLOW_get_signoff_member", "OBJ_refresh", "FLOW_get_signoff_member"));
+  EXPECT_EQ(listed(ORK_ok, ZOLP_ask_reviewers, job, level), members);
   const std::string address =
       std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(level)));
   for (const std::string& line :
@@ -376,35 +300,20 @@ TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
   EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_by_type, job, level, 9999), IsEmpty());
   EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_by_type, job, level, -1), IsEmpty());
 
-  fail("FLOW_get_signoff_member", 3);
-  EXPECT_THAT(listed(failure, ZOLP_ask_reviewers, job, level), ElementsAre(members[0], members[1]))
-      << "as far as it was read";
-  fail("FLOW_get_signoff_member", 3);
-  EXPECT_THAT(listed(failure, ZOLP_ask_reviewers_groupmembers, job, level), IsEmpty());
-  fail("FLOW_get_sub_task");
-  EXPECT_THAT(listed(failure, ZOLP_ask_reviewers, job, level), IsEmpty());
   trace.clear();
   EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers, job, "none"), IsEmpty());
   EXPECT_FALSE(trace.has("iSignoffCount"));
   EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers, start("No team"), "Nobody"), IsEmpty());
   EXPECT_TRUE(trace.has("iSignoffCount=0"));
-  for (int nth = 1; nth <= 20; ++nth) {
-    ork_host_fail_allocation(nth);
-    int count = 0;
-    tag* found = nullptr;
-    ZOLP_ask_reviewers(job, level, &count, &found);
-    EXPECT_LE(take(count, found).size(), 3u);
-  }
-  ork_host_clear_faults();
 }
 
 TEST_F(Workflow, JobInfoTellsWhoSignsOffAndWhen) {
-  const auto info = [](tag task, int status, int* year) {
+  const auto info = [](tag task, int* year) {
     const FLOW_action_message_s message{task, 0, 0, ""};
     char name[ORG_name_size + 1] = "x";
     date_s date{1, 1, 1, 1, 1, 1};
     tag user = 99;
-    EXPECT_EQ(ZOLP_getJobInfo(&message, name, &date, &user), status);
+    EXPECT_EQ(ZOLP_getJobInfo(&message, name, &date, &user), ORK_ok);
     tag named = NULLTAG;
     EXPECT_EQ(ORG_find_user(name, &named), ORK_ok);
     EXPECT_EQ(user, named);
@@ -415,32 +324,25 @@ TEST_F(Workflow, JobInfoTellsWhoSignsOffAndWhen) {
   const tag unreviewed = start("Release");
   ORK_exit_module(0);
   site.log_in("root", "root-secret", "engineering");
-  EXPECT_THAT(calls([&] { EXPECT_EQ(info(tasks(unreviewed)[0], ORK_ok, &year), "ada"); }),
-              ElementsAre("FLOW_get_type_tasks", "FLOW_get_job", "FLOW_get_type_tasks",
-                          "WSO_describe", "ORG_find_user", "ORG_find_user"));
+  EXPECT_EQ(info(tasks(unreviewed)[0], &year), "ada");
   EXPECT_EQ(year, 0);
   EXPECT_TRUE(trace.has("Ersteller [ada]"));
 
   const tag level = tasks(start("Review"), eFLOWReviewTask)[0];
-  EXPECT_EQ(info(level, ORK_ok, &year), "root");
+  EXPECT_EQ(info(level, &year), "root");
   EXPECT_EQ(year, 0);
   EXPECT_TRUE(trace.has("Nr.=0 g=[engineering] r=[*] "));
   EXPECT_TRUE(trace.has("Nr.=1 u=[ada] g=[engineering] r=[designer] "));
   EXPECT_TRUE(trace.has("Nr.=2 u=[root] g=[engineering] r=[administrator] "));
   const std::vector<tag> signoffs = attached(level, FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[2], SIGNOFF_reject, ""), ORK_ok);
-  info(level, ORK_ok, &year);
+  info(level, &year);
   EXPECT_GT(year, 0) << "the date of the last one";
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
   trace.clear();
-  EXPECT_EQ(info(level, ORK_ok, &year), "root");
+  EXPECT_EQ(info(level, &year), "root");
   EXPECT_TRUE(trace.has("Nr.=0 g="));
   EXPECT_FALSE(trace.has("Nr.=1")) << "no further than the one that approves";
-  for (const char* operation : {"FLOW_get_job", "FLOW_get_type_tasks", "FLOW_get_attachments",
-                                "SIGNOFF_get_signoff_decision", "ORG_get_current_groupmember"}) {
-    fail(operation);
-    EXPECT_EQ(info(level, failure, &year), "");
-  }
 }
 
 // --------------------------------------------------------------------------- handler targets
@@ -455,10 +357,7 @@ TEST_F(Workflow, AHandlerGetsItsJobAndTargets) {
     EXPECT_EQ(ZOLP_getRHTargetObjects(&message, &found_job, &count, &found), status);
     return status == ORK_ok ? take(count, found) : std::vector<tag>(found, found);
   };
-  EXPECT_THAT(calls([&] { EXPECT_THAT(targets(ORK_ok), ElementsAre(item, revision)); }),
-              ElementsAre("FLOW_get_job", "FLOW_get_root_task", "FLOW_get_attachments",
-                          "TYPE_get_object_type", "TYPE_get_class_name", "TYPE_get_object_type",
-                          "TYPE_get_class_name"));
+  EXPECT_THAT(targets(ORK_ok), ElementsAre(item, revision));
   EXPECT_EQ(found_job, job);
   EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [2]"));
   EXPECT_TRUE(trace.has("TARGET[2]: CLASS = [ItemRevision]"));
@@ -466,8 +365,6 @@ TEST_F(Workflow, AHandlerGetsItsJobAndTargets) {
   targets(failure);
   EXPECT_TRUE(trace.has("Error by exit status! File;zolp_handler_utils.cpp [Line:"));
   EXPECT_TRUE(trace.has("<-ERROR:ZOLP_getRHTargetObjects zolp_handler_utils.cpp:"));
-  fail("FLOW_get_job");
-  targets(failure);
   tag objects[] = {item, revision};
   EXPECT_EQ(ZOLP_remove_attachments(job, 2, objects), ORK_ok);
   targets(FLOW_target_object_not_attached);
@@ -480,17 +377,11 @@ TEST_F(Workflow, AHandlerGetsItsJobAndTargets) {
 
 TEST_F(Workflow, DeletingAJobTwiceIsNoFailure) {
   const tag job = start("Review", {item});
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_deleteJob(job), ORK_ok); }),
-              ElementsAre("STORE_instance_exists", "STORE_refresh_instances", "OBJ_delete"));
+  EXPECT_EQ(ZOLP_deleteJob(job), ORK_ok);
   EXPECT_TRUE(trace.has("Job = " + std::to_string(job)));
   EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_deleteJob(job), ORK_ok); }),
               ElementsAre("STORE_instance_exists"));
   EXPECT_TRUE(trace.has("Job does not exist, nothing to delete!"));
-  const tag kept = start("Review");
-  for (const char* operation : {"STORE_instance_exists", "STORE_refresh_instances", "OBJ_delete"}) {
-    fail(operation);
-    EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_deleteJob(kept), failure); }).back(), operation);
-  }
 }
 
 TEST_F(Workflow, DatasetsOfTargetsAreReported) {
@@ -515,13 +406,6 @@ TEST_F(Workflow, DatasetsOfTargetsAreReported) {
   EXPECT_EQ(trace.count("answer:<false>"), 1);
   EXPECT_EQ(trace.count("verdict:<true>"), 2);
   EXPECT_EQ(trace.count("verdict:<false>"), 1);
-  fail("STORE_class_of_instance", 3);
-  EXPECT_EQ(report(ORK_ok), line + "notes                    \n")
-      << "a failing test is passed over";
-  fail("WSO_get_name", 2);
-  EXPECT_EQ(report(failure), line + "drawing                  \n");
-  fail("ITEM_list_all_rev_attachments");
-  EXPECT_EQ(report(failure), "");
   fail("STORE_class_of_instance");
   testing::internal::CaptureStdout();
   EXPECT_EQ(report(failure), "");
@@ -548,34 +432,16 @@ TEST_F(Workflow, TargetsAreFiledOnTheSecondCall) {
                           "WSO_get_object_type", "FOLDER_create", "OBJ_save"))
       << "an item and a revision bear the name, and no folder";
   EXPECT_TRUE(trace.has("folder:<Gearbox> description:<For parts>"));
-  EXPECT_THAT(move("Shelf", ORK_ok), ElementsAre("WSO_find", "FOLDER_create", "OBJ_save"));
+  move("Shelf", ORK_ok);
   int count = 0;
   tag* found = nullptr;
   EXPECT_EQ(WSO_find("Shelf", &count, &found), ORK_ok);
   const std::vector<tag> folders = take(count, found);
   ASSERT_EQ(folders.size(), 1u);
   EXPECT_THAT(contents(folders[0]), IsEmpty());
-  const std::vector<std::string> filing = {"WSO_find",
-                                           "WSO_get_name",
-                                           "WSO_get_object_type",
-                                           "FLOW_get_root_task",
-                                           "FLOW_get_attachments",
-                                           "OBJ_refresh",
-                                           "FOLDER_insert_instances",
-                                           "OBJ_save",
-                                           "OBJ_refresh",
-                                           "OBJ_unload"};
-  EXPECT_EQ(move("Shelf", ORK_ok), filing);
+  move("Shelf", ORK_ok);
   EXPECT_TRUE(trace.has("->OBJ_unlock(...) zolp_handler_utils.cpp:"));
   EXPECT_THAT(contents(folders[0]), ElementsAre(item, revision));
-  int state = 0;
-  EXPECT_EQ(STORE_get_instance_state(folders[0], &state), ORK_ok);
-  fail("FOLDER_insert_instances");
-  EXPECT_EQ(move("Shelf", 1).back(), "FOLDER_insert_instances");
-  for (const char* operation : {"WSO_find", "WSO_get_name", "WSO_get_object_type", "OBJ_save"}) {
-    fail(operation);
-    EXPECT_EQ(move("Shelf", failure).back(), operation);
-  }
 }
 
 TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
@@ -600,9 +466,7 @@ TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
     EXPECT_EQ(FLOW_find_jobs(nullptr, &count, &found), ORK_ok);
     return take(count, found).size();
   };
-  EXPECT_THAT(calls([&] { EXPECT_EQ(release("TMP", "Release"), "0 TMP1700000000"); }),
-              ElementsAre("FLOW_find_process_template", "FLOW_create_process",
-                          "STORE_instance_exists", "STORE_refresh_instances", "OBJ_delete"));
+  EXPECT_EQ(release("TMP", "Release"), "0 TMP1700000000");
   EXPECT_TRUE(trace.has("ObjCount        = 2"));
   EXPECT_TRUE(trace.has("szProcedureName = Release"));
   EXPECT_TRUE(trace.has("job name <TMP1700000000>"));
@@ -618,9 +482,6 @@ TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
             std::to_string(FLOW_unknown_process_template) + " TMP1700000000");
   EXPECT_EQ(release("TMP", "Broken"), "1 TMP1700000000");
   EXPECT_EQ(jobs(), 1u) << "one that was stopped stays";
-  fail("OBJ_delete");
-  EXPECT_EQ(release("TMP", "Release"), "1 TMP1700000000");
-  EXPECT_EQ(jobs(), 2u);
 }
 
 }  // namespace
