@@ -15,16 +15,7 @@
 namespace {
 
 using test::GeneratedStructure;
-using Texts = std::vector<std::string>;
-
-/** A list that a walk appends to. */
-struct List {
-  ~List() { MEM_free(array); }
-  std::vector<tag> tags() const { return {array, array + count}; }
-
-  int count = 0;
-  tag* array = nullptr;
-};
+using test::List;
 
 /** A line as a plain tree has it; the occurrence is shared like the platform's. */
 struct Node {

@@ -55,6 +55,22 @@ inline std::string structure_seed(const std::string& description) {
   return seed + R"(], "structures": [)" + structures + "]}";
 }
 
+/** A list that a walk over lines appends to. */
+struct List {
+  ~List() { MEM_free(array); }
+  std::vector<tag> tags() const { return {array, array + count}; }
+
+  int count = 0;
+  tag* array = nullptr;
+};
+
+/** A text that the library handed out. */
+inline std::string take(char* text) {
+  const std::string copy = text != nullptr ? text : "(null)";
+  MEM_free(text);
+  return copy;
+}
+
 class StructureSite : public Site {
  public:
   StructureSite() { log_in(); }
@@ -99,9 +115,7 @@ class StructureSite : public Site {
   static std::string value(tag line, const char* attribute) {
     char* text = nullptr;
     EXPECT_EQ(OBJ_get_value_string(line, attribute, &text), ORK_ok);
-    const std::string found = text != nullptr ? text : "(null)";
-    MEM_free(text);
-    return found;
+    return take(text);
   }
 
   /** Values of the lines right below a line. */
