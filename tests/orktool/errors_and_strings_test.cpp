@@ -100,17 +100,6 @@ TEST(Strings, AppendGrowsTheText) {
   EXPECT_EQ(ork_host_block_count(), 0U);
 }
 
-TEST(Strings, AppendWithoutMemoryLosesTheTextButNoBlock) {
-  for (const int failing_allocation : {1, 2}) {  // the copy, the larger block
-    char* text = ZOLP_CopyString("one");
-    ork_host_fail_allocation(failing_allocation);
-    EXPECT_EQ(ZOLP_string_append(&text, "two"), nullptr);
-    EXPECT_EQ(text, nullptr);
-    EXPECT_EQ(ork_host_block_count(), 0U);
-    ork_host_clear_faults();
-  }
-}
-
 TEST(SmallClasses, ParamLineCopiesTheWholeRecord) {
   static_assert(sizeof(CZOLP_ParamLine) == 1026);
   CZOLP_ParamLine line{};

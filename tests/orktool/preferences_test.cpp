@@ -63,21 +63,6 @@ TEST_F(Preferences, ArrayHasAllValuesInOneBlock) {
   EXPECT_EQ(values, nullptr);
 }
 
-TEST_F(Preferences, ArrayStopsAtEachFailingCall) {
-  for (const char* operation :
-       {"PREF_initialize", "PREF_get_value_count", "PREF_get_char_values"}) {
-    int count = 99;
-    char** values = nullptr;
-    ork_host_fail_call(operation, 1, 4711);
-    ork_host_start_journal();
-    EXPECT_EQ(ZOLP_GetPreferenceArray("Colours", &count, &values), 4711);
-    EXPECT_EQ(test::Site::journal().back(), operation);
-    EXPECT_EQ(count, 0);
-    EXPECT_EQ(values, nullptr);
-    EXPECT_THAT(trace.lines().back(), StartsWith(" <-ZOLP_GetPreferenceArray "));
-  }
-}
-
 TEST_F(Preferences, ArrayAndValueInitializeOnceEach) {
   int count = 0;
   char** values = nullptr;
@@ -100,12 +85,6 @@ TEST_F(Preferences, ValueFallsBackToACopyOfTheDefault) {
   EXPECT_EQ(value("Empty", "x"), "0:");
   EXPECT_EQ(value("None", "x"), "0:x");
   EXPECT_EQ(value("None", nullptr), "0:null");
-  for (const char* operation : {"PREF_get_value_count", "PREF_get_char_value"}) {
-    ork_host_fail_call(operation, 1, 4711);
-    EXPECT_EQ(value("Colours", "x"), "4711:x");
-    ork_host_fail_call(operation, 1, 4711);
-    EXPECT_EQ(value("Colours", nullptr), "4711:null");
-  }
 }
 
 TEST_F(Preferences, ShortcutsNeverFail) {
@@ -133,8 +112,6 @@ TEST_F(Preferences, LogicalTakesTheDefaultWhenUnreadable) {
   EXPECT_EQ(ZOLP_get_logical_pref(0, "Colours", &value, 0), ORK_ok);
   EXPECT_EQ(value, 0);
   EXPECT_EQ(trace.count("Preference [Switch] = [TRUE]"), 1);
-  ork_host_fail_call("PREF_initialize", 1, 4711);
-  EXPECT_EQ(ZOLP_get_logical_pref(0, "Switch", &value, 1), 4711);
   EXPECT_EQ(ZOLP_get_logical_pref(0, "Switch", nullptr, 1), ORK_ok);
   EXPECT_EQ(trace.count("Preference [Switch] = [FALSE]"), 1);
 }
@@ -144,8 +121,6 @@ TEST_F(Preferences, StringNeedsADefault) {
   EXPECT_EQ(string_value("Empty", "x"), "0:");
   EXPECT_EQ(string_value("None", "x"), "0:x");
   EXPECT_TRUE(trace.has("Preference [None] = [x]"));
-  ork_host_fail_call("PREF_get_char_value", 1, 4711);
-  EXPECT_EQ(string_value("Colours", "x"), "0:x");
 
   trace.clear();
   char untouched = 'u';
@@ -162,7 +137,6 @@ TEST_F(Preferences, CheckLooksAtEachValueWhole) {
   EXPECT_EQ(ZOLP_check_preference(0, "Colours", "Green"), 0);
   EXPECT_EQ(ZOLP_check_preference(0, "Colours", "gree"), 0);
   EXPECT_FALSE(trace.has("not found"));
-  ork_host_fail_call("PREF_get_char_value", 1, 4711);
   EXPECT_EQ(ZOLP_check_preference(0, "Colours", "green"), 1);
   EXPECT_EQ(ZOLP_check_preference(0, "None", "red"), 0);
   EXPECT_EQ(trace.lines().back(), "Preference None not found");
