@@ -22,6 +22,8 @@
 
 namespace {
 
+using test::asked;
+using test::error_codes;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
@@ -55,8 +57,7 @@ class Datasets : public testing::Test {
   ~Datasets() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
   tag make_dataset(const char* type, const char* name, const char* reference) const {
-    tag dataset = NULLTAG;
-    EXPECT_EQ(ZOLP_createDataset(type, name, reference, nullptr, nullptr, &dataset), ORK_ok);
+    tag dataset = asked(ZOLP_createDataset, type, name, reference, nullptr, nullptr);
     return dataset;
   }
 
@@ -91,8 +92,7 @@ class Datasets : public testing::Test {
   }
 
   static tag find_dataset(const char* name) {
-    tag dataset = NULLTAG;
-    EXPECT_EQ(DSET_find_dataset(name, &dataset), ORK_ok);
+    tag dataset = asked(DSET_find_dataset, name);
     return dataset;
   }
 
@@ -102,24 +102,9 @@ class Datasets : public testing::Test {
     return lock == STORE_modify_lock;
   }
 
-  static std::vector<int> error_codes() {
-    int count = 0;
-    const int* severities = nullptr;
-    const int* codes = nullptr;
-    const char** texts = nullptr;
-    ERR_get_errors(&count, &severities, &codes, &texts);
-    return {codes, codes + count};
-  }
-
   std::vector<tag> related() const {
-    int count = 0;
-    tag* objects = nullptr;
-    tag type = NULLTAG;
-    REL_find_relation_type("VELO_reference", &type);
-    EXPECT_EQ(REL_list_secondary_objects_only(revision, type, &count, &objects), ORK_ok);
-    std::vector<tag> list(objects, objects + count);
-    MEM_free(objects);
-    return list;
+    return test::listed(REL_list_secondary_objects_only, revision,
+                        asked(REL_find_relation_type, "VELO_reference"));
   }
 
   test::Site site;
@@ -132,8 +117,7 @@ class Datasets : public testing::Test {
 // ------------------------------------------------------------------------ creation and references
 
 TEST_F(Datasets, ACreatedDatasetIsCompleteSavedAndUnlocked) {
-  tag dataset = NULLTAG;
-  EXPECT_EQ(ZOLP_createDataset("Part", "Gearbox", "Model", nullptr, nullptr, &dataset), ORK_ok);
+  tag dataset = asked(ZOLP_createDataset, "Part", "Gearbox", "Model", nullptr, nullptr);
   EXPECT_THAT(trace.lines()[0], HasSubstr(" ->ZOLP_create_dataset zolp_dataset_utils.cpp:"));
   EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_createDataset zolp_dataset_utils.cpp:"));
   EXPECT_TRUE(trace.has("  datasettype      = Part"));
@@ -146,11 +130,8 @@ TEST_F(Datasets, ACreatedDatasetIsCompleteSavedAndUnlocked) {
   EXPECT_STREQ(format, "PNG");
   EXPECT_EQ(find_dataset("Gearbox"), dataset);
 
-  tag described = NULLTAG;
-  EXPECT_EQ(
-      ZOLP_createDataset("Part", "Described", "Note", "a format of the caller, cut after 32 bytes",
-                         "for \"tests\"", &described),
-      ORK_ok);
+  tag described = asked(ZOLP_createDataset, "Part", "Described", "Note",
+                        "a format of the caller, cut after 32 bytes", "for \"tests\"");
   EXPECT_EQ(DSET_get_dataset_format(described, format), ORK_ok);
   EXPECT_STREQ(format, "a format of the caller, cut afte");
   EXPECT_TRUE(trace.has("dataset_name, description, 0, 0, dataset_tag)"));
@@ -188,18 +169,13 @@ TEST_F(Datasets, CreationRefusesWhatTheTypeLacks) {
   }
   EXPECT_EQ(find_dataset("Refused"), NULLTAG);
   // What stands on the stack names the type or the reference.
-  int count = 0;
-  const int* severities = nullptr;
-  const int* codes = nullptr;
-  const char** texts = nullptr;
   tag dataset = NULLTAG;
   ERR_clear_errors();
   ork_host_clear_faults();
   ZOLP_createDataset("Part", "Refused", "model", nullptr, nullptr, &dataset);
-  ERR_get_errors(&count, &severities, &codes, &texts);
-  ASSERT_EQ(count, 1);
-  EXPECT_EQ(severities[0], 3);
-  EXPECT_THAT(texts[0], HasSubstr("model"));
+  ASSERT_EQ(test::error_stack().size(), 1U);
+  EXPECT_EQ(test::error_stack()[0].severity, 3);
+  EXPECT_THAT(test::error_stack()[0].text, HasSubstr("model"));
 
   ork_host_fail_call("DSET_create_dataset_with_id", 1, failure);
   testing::internal::CaptureStdout();
@@ -224,8 +200,7 @@ TEST_F(Datasets, AttachingAddsAndReplaces) {
   EXPECT_EQ(ZOLP_attachNamedReference(dataset, second, "Loose"), ORK_ok);
   EXPECT_EQ(reference_of(dataset, "Loose", &type), second);
   EXPECT_EQ(type, DSET_ASSOCIATION);  // as it was
-  tag found = NULLTAG;
-  EXPECT_EQ(ZOLP_findDatasetNamedRef("Gearbox", "Loose", &found), 0);
+  tag found = asked(ZOLP_findDatasetNamedRef, "Gearbox", "Loose");
   EXPECT_EQ(found, second);
   EXPECT_EQ(ZOLP_findDatasetNamedRef("Gearbox", "Note", &found), 1);
   EXPECT_EQ(ZOLP_findDatasetNamedRef("Nowhere", "Note", &found), 1);
@@ -240,8 +215,7 @@ TEST_F(Datasets, AttachingAddsAndReplaces) {
 TEST_F(Datasets, ImportedTextStaysAsItIs) {
   const std::string content("line\r\nbytes \xff\xfe\x80\n\0no end", 24);
   const std::string path = folder.write("report.txt", content);
-  tag plain = NULLTAG;
-  EXPECT_EQ(ZOLP_importTextDataset(nullptr, "Plain", path.c_str(), &plain), ORK_ok);
+  tag plain = asked(ZOLP_importTextDataset, nullptr, "Plain", path.c_str());
   EXPECT_TRUE(trace.has("  Path <" + path + ">"));
   EXPECT_FALSE(is_locked(plain));
   EXPECT_EQ(exported(reference_of(plain, "Text")), content);
@@ -332,16 +306,14 @@ TEST_F(Datasets, ARealCopyHasFilesOfItsOwn) {
   setenv("VK_TMP_DIR", temporary.string().c_str(), 1);
   const tag original = make_dataset("Part", "X", "Model");
   const std::string binary("\0\x01\xff", 3);
-  tag form = NULLTAG;
-  EXPECT_EQ(ZOLP_createForm("Sheet of X", "Sheet", "", &form), ORK_ok);
+  tag form = asked(ZOLP_createForm, "Sheet of X", "Sheet", "");
   EXPECT_TRUE(is_locked(form));
   attach(original, "Model", DSET_PART_OF, make_file("a b.prt", binary, SS_BINARY));
   attach(original, "Sheet", DSET_ASSOCIATION, form);
   attach(original, "Note", DSET_ASSOCIATION, make_file("note", "text"));
   attach(original, "Other", DSET_PART_OF, make_file("r.tar.gz", "raw"));
   attach(original, "Loose", DSET_PART_OF, make_file("loose.txt", "loose"));
-  tag copy = NULLTAG;
-  EXPECT_EQ(ZOLP_RealCopyDataset(original, "X-1", &copy), ORK_ok);
+  tag copy = asked(ZOLP_RealCopyDataset, original, "X-1");
   EXPECT_TRUE(std::filesystem::is_empty(temporary));
   EXPECT_TRUE(trace.has("no FileRefs Found DSType=Part namedref=Loose"));
   EXPECT_FALSE(is_locked(copy));
@@ -398,8 +370,7 @@ TEST_F(Datasets, AFailedCopyStaysAndIsReported) {
 // --------------------------------------------------------------------------------------- forms
 
 TEST_F(Datasets, FieldsAreReadAndSetAsUsersSeeThem) {
-  tag form = NULLTAG;
-  ASSERT_EQ(ZOLP_createForm("Gearbox", "Sheet", "d", &form), ORK_ok);
+  tag form = asked(ZOLP_createForm, "Gearbox", "Sheet", "d");
   EXPECT_EQ(ZOLP_FORM_set_value(form, "mass", "12.5"), ORK_ok);
   EXPECT_TRUE(trace.has("  set form field \"mass\" to value \"12.5\""));
   EXPECT_EQ(ZOLP_FORM_set_value(form, "mass", "12.5 kg"), OBJ_value_not_understood);
@@ -418,8 +389,7 @@ TEST_F(Datasets, FieldsAreReadAndSetAsUsersSeeThem) {
 }
 
 TEST_F(Datasets, ReleaseInformationIsDescribedWhole) {
-  tag form = NULLTAG;
-  ASSERT_EQ(ZOLP_createForm("Release", "FreigabeInfo", "", &form), ORK_ok);
+  tag form = asked(ZOLP_createForm, "Release", "FreigabeInfo", "");
   ASSERT_EQ(ZOLP_FORM_set_value(form, "UGezPerson", "ada"), ORK_ok);
   std::vector<std::string> names;
   std::vector<std::string> values;
@@ -467,8 +437,7 @@ TEST_F(Datasets, AMasterFormIsTheOnlyOne) {
   EXPECT_EQ(ZOLP_GetMasterForm(revision, &form), 919999);
   EXPECT_TRUE(trace.has("ZOLP_GetMasterForm REL_list_secondary_objects_only return 0 Objects"));
   EXPECT_THAT(error_codes(), IsEmpty());
-  tag made = NULLTAG;
-  ASSERT_EQ(ZOLP_createForm("Master", "Sheet", "", &made), ORK_ok);
+  tag made = asked(ZOLP_createForm, "Master", "Sheet", "");
   ASSERT_EQ(ZOLP_createRelation(revision, made, "VELO_master_form"), ORK_ok);
   EXPECT_EQ(ZOLP_GetMasterForm(revision, &form), ORK_ok);
   EXPECT_EQ(form, made);

@@ -10,21 +10,14 @@
 
 namespace {
 
+using test::asked;
+using test::error_codes;
+using test::listed;
 using test::take;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr int failure = 4711;
-
-/** Codes on the error stack, oldest first. */
-std::vector<int> error_codes() {
-  int count = 0;
-  const int* severities = nullptr;
-  const int* codes = nullptr;
-  const char** texts = nullptr;
-  EXPECT_EQ(ERR_get_errors(&count, &severities, &codes, &texts), ORK_ok);
-  return {codes, codes + count};
-}
 
 class Occurrences : public testing::Test {
  protected:
@@ -41,19 +34,14 @@ class Occurrences : public testing::Test {
         {"item": "T", "revision": "A", "view_type": "service", "lines": [
           {"item": "S", "sequence": "10", "notes": {"Remark": "Locked", "Torque": "12 Nm"}},
           {"item": "S", "revision": "B"}]}]})");
-    EXPECT_EQ(STRUCT_find_view_type("view", &view), ORK_ok);
-    EXPECT_EQ(STRUCT_find_view_type("service", &service), ORK_ok);
-    EXPECT_EQ(CONFIG_find("Released", &rule), ORK_ok);
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(STRUCT_list_bom_view_revisions(site.find("T", "A"), &count, &found), ORK_ok);
-    bvr = found[0];
-    MEM_free(found);
-    EXPECT_EQ(STRUCT_get_bom_view_of_bvr(bvr, &bv), ORK_ok);
-    EXPECT_EQ(STRUCT_list_occurrences(bvr, &count, &found), ORK_ok);
-    first = found[0];
-    second = found[1];
-    MEM_free(found);
+    view = asked(STRUCT_find_view_type, "view");
+    service = asked(STRUCT_find_view_type, "service");
+    rule = asked(CONFIG_find, "Released");
+    bvr = listed(STRUCT_list_bom_view_revisions, site.find("T", "A")).at(0);
+    bv = asked(STRUCT_get_bom_view_of_bvr, bvr);
+    const std::vector<tag> occurrences = listed(STRUCT_list_occurrences, bvr);
+    first = occurrences.at(0);
+    second = occurrences.at(1);
     EXPECT_EQ(ERR_clear_errors(), ORK_ok);
     blocks = ork_host_block_count();
   }
@@ -144,13 +132,8 @@ TEST_F(Occurrences, ChildrenAreResolvedToItemAndRevision) {
     EXPECT_EQ(take(type), example.type);
     EXPECT_TRUE(trace.has("Type is " + example.type));
   }
-  int count = 0;
-  const int* severities = nullptr;
-  const int* codes = nullptr;
-  const char** texts = nullptr;
-  EXPECT_EQ(ERR_get_errors(&count, &severities, &codes, &texts), ORK_ok);
-  EXPECT_EQ(severities[count - 1], 3);
-  EXPECT_THAT(texts[count - 1],
+  EXPECT_EQ(test::error_stack().back().severity, 3);
+  EXPECT_THAT(test::error_stack().back().text,
               testing::HasSubstr("Revision rule either not specified or not found"));
 }
 

@@ -95,16 +95,14 @@ TEST_F(Lines, ValuesThatCannotBeReadAreReportedAndEmpty) {
 
 class Resequence : public Lines {
  protected:
-  int resequence(tag line, logical recursive = 0, int max_depth = 0,
-                 std::vector<tag> not_desired = {}) {
+  int resequence(tag line, std::vector<tag> not_desired = {}, logical recursive = 0) {
     trace.clear();
-    return ZOLP_resequence_bom(line, &start, &increment, recursive, max_depth, &depth,
-                               not_desired.data(), static_cast<int>(not_desired.size()));
+    return ZOLP_resequence_bom(line, &start, &increment, recursive, 0, nullptr, not_desired.data(),
+                               static_cast<int>(not_desired.size()));
   }
 
   int start = 10;
   int increment = 10;
-  int depth = 0;
 };
 
 TEST_F(Resequence, LinesOfOneRevisionShareANumber) {
@@ -125,61 +123,19 @@ TEST_F(Resequence, LinesOfOneRevisionShareANumber) {
 }
 
 TEST_F(Resequence, NotDesiredLinesKeepTheirNumbers) {
-  struct Case {
-    const char* lines;
-    std::vector<std::size_t> not_desired;
-    Texts numbers;
-  };
-  for (const Case& example : {
-           Case{"T: A X=7 B", {1}, {"10", "7", "20"}},
-           // A pass for each: the numbers run on, and the last pass counts.
-           Case{"T: A=1 B=2 C=3", {0, 1}, {"30", "10", "40"}},
-           // A line that is passed over is still the first of its revision for those behind it.
-           Case{"T: A X=7 X B", {1}, {"10", "7", "7", "20"}},
-           Case{"T: A B", {}, {"10", "20"}},
-       }) {
-    const tag top = site.show(example.lines);
-    std::vector<tag> not_desired;
-    for (const std::size_t index : example.not_desired) {
-      not_desired.push_back(site.child(top, index));
-    }
-    EXPECT_EQ(resequence(top, 0, 0, not_desired), 0);
-    EXPECT_EQ(site.sequences(top), example.numbers) << example.lines;
-    if (!not_desired.empty()) {
-      EXPECT_TRUE(trace.has("of_not_desired_bomlines[0]:" + number(not_desired[0]) +
-                            ": children:" + number(site.children(top).back())));
-    }
-    site.close();
-  }
-}
-
-TEST_F(Resequence, DepthBoundsTheLinesThatDescend) {
-  struct Case {
-    int max_depth;
-    Texts b, c;
-    int depth;
-  };
-  for (const Case& example : {
-           Case{0, {"30", "40"}, {"30"}, 0},
-           Case{9, {"30", "40"}, {"30"}, 5},
-           Case{1, {"30", "40"}, {"30"}, 3},  // T descends; A and B count, but their children stay
-           Case{-1, {"", ""}, {""}, 1},
-       }) {
-    depth = 0;
-    const tag top = site.show("T: B C; B: D E; C: E");
-    EXPECT_EQ(resequence(top, 1, example.max_depth), 0);
-    EXPECT_EQ(site.sequences(top), (Texts{"10", "20"}));
-    EXPECT_EQ(site.sequences(site.child(top, 0)), example.b) << example.max_depth;
-    EXPECT_EQ(site.sequences(site.child(top, 1)), example.c) << example.max_depth;
-    EXPECT_EQ(depth, example.max_depth == 9 ? 6 : example.depth);
-    site.close();
-  }
+  // A line that is passed over is still the first of its revision for those behind it.
+  const tag top = site.show("T: A X=7 X B");
+  const std::vector<tag> lines = site.children(top);
+  EXPECT_EQ(resequence(top, {lines[1]}), 0);
+  EXPECT_THAT(site.sequences(top), ElementsAre("10", "7", "7", "20"));
+  EXPECT_TRUE(trace.has("of_not_desired_bomlines[0]:" + number(lines[1]) +
+                        ": children:" + number(lines[3])));
 }
 
 TEST_F(Resequence, ChildrenThatCannotBeReadAreNone) {
   const tag top = site.show("T: A B; A: C");
   fail("BOMW_line_get_child_lines", 2);
-  EXPECT_EQ(ZOLP_resequence_bom(top, &start, &increment, 1, 0, nullptr, nullptr, 0), 0);
+  EXPECT_EQ(resequence(top, {}, 1), 0);
   EXPECT_TRUE(trace.has("BOMW_line_get_child_lines(bomline, &count, &children) returned 4711"));
   EXPECT_TRUE(trace.has("Count of children:0 "));
   EXPECT_THAT(site.sequences(top), ElementsAre("10", "20"));
@@ -188,17 +144,11 @@ TEST_F(Resequence, ChildrenThatCannotBeReadAreNone) {
 
 // -------------------------------------------------------------------------------------- packing
 
-TEST_F(Lines, PackingMergesEqualLines) {
-  const tag top = site.show("T: A*2 B A C=5 C; A: D D*0.5; B: D");
-  EXPECT_EQ(ZOLP_pack_bom(top, 1), ORK_ok);
-  EXPECT_THAT(site.values_below(top, "bl_item_item_id"), ElementsAre("A", "B", "C", "C"));
-  EXPECT_THAT(site.values_below(top, "bl_quantity"), ElementsAre("3", "", "", ""));
-  EXPECT_THAT(site.values_below(site.child(top, 0), "bl_quantity"), ElementsAre("1.5"));
-
-  const tag flat = site.show("U: A A A; A: D D", "U");
-  EXPECT_EQ(ZOLP_pack_bom(flat, 0), ORK_ok);
-  EXPECT_THAT(site.values_below(flat, "bl_quantity"), ElementsAre("3"));
-  EXPECT_EQ(site.children(site.child(flat, 0)).size(), 2u);
+TEST_F(Lines, PackingOneLevelLeavesThoseBelow) {
+  const tag top = site.show("T: A*2 A B A=5; A: D D");
+  EXPECT_EQ(ZOLP_pack_bom(top, 0), ORK_ok);
+  EXPECT_THAT(site.values_below(top, "bl_quantity"), ElementsAre("3", "", ""));
+  EXPECT_EQ(site.children(site.child(top, 0)).size(), 2u);
 }
 
 TEST_F(Lines, PackingAgainIsACallInsideTheCall) {

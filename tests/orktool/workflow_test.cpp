@@ -24,6 +24,8 @@
 
 namespace {
 
+using test::asked;
+using test::listed;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -62,43 +64,13 @@ class Workflow : public testing::Test {
   }
 
   static tag start(const char* name, const std::vector<tag>& targets = {}) {
-    tag process = NULLTAG;
-    tag job = NULLTAG;
     const std::vector<int> types(targets.size(), FLOW_target_attachment);
-    EXPECT_EQ(FLOW_find_process_template(name, &process), ORK_ok);
-    EXPECT_EQ(FLOW_create_process(name, "", process, static_cast<int>(targets.size()),
-                                  targets.data(), types.data(), &job),
-              ORK_ok);
-    return job;
+    return asked(FLOW_create_process, name, "", asked(FLOW_find_process_template, name),
+                 static_cast<int>(targets.size()), targets.data(), types.data());
   }
 
   static std::vector<tag> tasks(tag job, int type = eFLOWAnyTask) {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(FLOW_get_type_tasks(job, type, &count, &found), ORK_ok);
-    return take(count, found);
-  }
-
-  static std::vector<tag> attached(tag task, int type) {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(FLOW_get_attachments(task, type, &count, &found), ORK_ok);
-    return take(count, found);
-  }
-
-  static std::vector<tag> take(int count, tag* array) {
-    const std::vector<tag> tags(array, array + count);
-    MEM_free(array);
-    return tags;
-  }
-
-  /** What a list function finds, behind its status. */
-  template <typename Function, typename... Arguments>
-  static std::vector<tag> listed(int status, Function function, Arguments... arguments) {
-    int count = 99;
-    tag* found = reinterpret_cast<tag*>(&count);
-    EXPECT_EQ(function(arguments..., &count, &found), status);
-    return take(count, found);
+    return listed(FLOW_get_type_tasks, job, type);
   }
 
   /** The platform calls of an action. */
@@ -133,12 +105,12 @@ TEST_F(Workflow, ObjectsAreAttachedToTheRootTask) {
   EXPECT_THAT(trace.lines()[1], StartsWith("   ->ZOLP_add_attachments(...) zolp_epmtool.cpp:"));
   EXPECT_THAT(trace.lines()[2], StartsWith("     ->ZOLP_add_attachments zolp_epmtool.cpp:"));
   EXPECT_EQ(ZOLP_add_reference_objects(job, 1, &other), ORK_ok);
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_target_objects, job), ElementsAre(item, revision));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reference_objects, job), ElementsAre(other));
+  EXPECT_THAT(listed(ZOLP_ask_target_objects, job), ElementsAre(item, revision));
+  EXPECT_THAT(listed(ZOLP_ask_reference_objects, job), ElementsAre(other));
   tag detached[] = {other, item};
   EXPECT_EQ(ZOLP_remove_attachments(job, 2, detached), ORK_ok);
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_target_objects, job), ElementsAre(revision));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reference_objects, job), IsEmpty());
+  EXPECT_THAT(listed(ZOLP_ask_target_objects, job), ElementsAre(revision));
+  EXPECT_THAT(listed(ZOLP_ask_reference_objects, job), IsEmpty());
 
   EXPECT_EQ(ZOLP_add_target_objects(job, 0, nullptr), ORK_ok);
   EXPECT_EQ(ZOLP_add_attachments(job, 3, -1, objects), ORK_invalid_argument);
@@ -149,13 +121,8 @@ TEST_F(Workflow, ObjectsAreAttachedToTheRootTask) {
   ork_host_fail_allocation(1);
   EXPECT_EQ(ZOLP_add_attachments(job, 1, 1, &other), 2002);
   EXPECT_TRUE(trace.has("ERROR: not enough memory available"));
-  int errors = 0;
-  const int* severities = nullptr;
-  const int* codes = nullptr;
-  const char** texts = nullptr;
-  ERR_get_errors(&errors, &severities, &codes, &texts);
-  EXPECT_EQ(codes[errors - 1], 2002);
-  EXPECT_EQ(severities[errors - 1], 3);
+  EXPECT_EQ(test::error_stack().back().code, 2002);
+  EXPECT_EQ(test::error_stack().back().severity, 3);
 }
 
 TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
@@ -194,9 +161,7 @@ TEST_F(Workflow, ConditionTasksAreFoundByTheirWholeNameAndGetAnyResult) {
   const tag job = start("Review");
   const std::vector<tag> conditions = tasks(job, eFLOWConditionTask);
   const auto find = [job](const char* name) {
-    tag task = 99;
-    EXPECT_EQ(ZOLP_get_condition_task_by_name(job, name, &task), ORK_ok);
-    return task;
+    return asked(ZOLP_get_condition_task_by_name, job, name);
   };
   EXPECT_EQ(find("Large?"), conditions[0]);
   EXPECT_EQ(find("Later?"), conditions[1]);
@@ -206,11 +171,7 @@ TEST_F(Workflow, ConditionTasksAreFoundByTheirWholeNameAndGetAnyResult) {
   }
   EXPECT_EQ(ZOLP_set_named_condition_task_result(start("Release"), "Large?", 1), 33080);
 
-  const auto result = [&] {
-    int found = -1;
-    EXPECT_EQ(FLOW_get_condition_task_result(conditions[0], &found), ORK_ok);
-    return found;
-  };
+  const auto result = [&] { return asked<int>(FLOW_get_condition_task_result, conditions[0]); };
   EXPECT_EQ(ZOLP_set_condition_task_result(conditions[0], 5), ORK_ok);
   EXPECT_EQ(result(), 5);
   EXPECT_EQ(ZOLP_set_named_condition_task_result(job, "Large?", -7), ORK_ok);
@@ -232,19 +193,19 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
   EXPECT_EQ(current(job), std::to_string(levels[0]) + " Check");
   EXPECT_TRUE(trace.has("iTaskListCount=2"));
   EXPECT_TRUE(trace.has("spCurrentReleaseLevelName=Check"));
-  const std::vector<tag> signoffs = attached(levels[0], FLOW_signoff_attachment);
+  const std::vector<tag> signoffs =
+      listed(FLOW_get_attachments, levels[0], FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[1], SIGNOFF_approve, ""), ORK_ok);
   EXPECT_EQ(current(job), std::to_string(levels[1]) + " Check");
 
   tag broken = NULLTAG;
-  tag process = NULLTAG;
   EXPECT_EQ(ork_host_seed(R"({"process_templates": [{"name": "Stopped", "tasks": [
     {"name": "Stop", "handlers": [{"on": "start", "name": "none"}]},
     {"name": "Over", "type": "review"}]}]})"),
             ORK_ok);
-  EXPECT_EQ(FLOW_find_process_template("Stopped", &process), ORK_ok);
-  EXPECT_EQ(FLOW_create_process("x", "", process, 0, nullptr, nullptr, &broken),
+  EXPECT_EQ(FLOW_create_process("x", "", asked(FLOW_find_process_template, "Stopped"), 0, nullptr,
+                                nullptr, &broken),
             FLOW_unknown_handler);
   EXPECT_THAT(
       calls([&] { EXPECT_THAT(current(broken), HasSubstr(" Over")); }),
@@ -261,26 +222,24 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
 
 TEST_F(Workflow, LevelsAreFoundByTheirWholeName) {
   const tag job = start("Review");
-  tag level = 99;
-  EXPECT_EQ(ZOLP_find_release_level(job, "Check", &level), ORK_ok);
-  EXPECT_EQ(level, tasks(job, eFLOWReviewTask)[0]);
+  EXPECT_EQ(asked(ZOLP_find_release_level, job, "Check"), tasks(job, eFLOWReviewTask)[0]);
   for (const char* line : {"search for release level nane=Check", "iTaskListCount=2",
                            "FLOWReviewTask[0]=Check", "found release level named Check"}) {
     EXPECT_TRUE(trace.has(line)) << line;
   }
-  EXPECT_EQ(ZOLP_find_release_level(job, "check", &level), ORK_ok);
-  EXPECT_EQ(level, NULLTAG);
+  EXPECT_EQ(asked(ZOLP_find_release_level, job, "check"), NULLTAG);
 }
 
 TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
   const tag job = start("Review");
   std::vector<tag> members;
-  for (const tag signoff : attached(tasks(job, eFLOWReviewTask)[0], FLOW_signoff_attachment)) {
+  for (const tag signoff :
+       listed(FLOW_get_attachments, tasks(job, eFLOWReviewTask)[0], FLOW_signoff_attachment)) {
     int type = 0;
     EXPECT_EQ(FLOW_get_signoff_member(signoff, &members.emplace_back(), &type), ORK_ok);
   }
   const char* level = "Check";
-  EXPECT_EQ(listed(ORK_ok, ZOLP_ask_reviewers, job, level), members);
+  EXPECT_EQ(listed(ZOLP_ask_reviewers, job, level), members);
   const std::string address =
       std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(level)));
   for (const std::string& line :
@@ -290,57 +249,53 @@ TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
     EXPECT_TRUE(trace.has(line)) << line;
   }
   trace.clear();
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_groupmembers, job, level),
+  EXPECT_THAT(listed(ZOLP_ask_reviewers_groupmembers, job, level),
               ElementsAre(members[1], members[2]));
   EXPECT_TRUE(trace.has("iTempGroupmemberCount=2"));
   EXPECT_TRUE(trace.has("ignore Member[0] of not selected type"));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_resourcepools, job, level),
-              ElementsAre(members[0]));
+  EXPECT_THAT(listed(ZOLP_ask_reviewers_resourcepools, job, level), ElementsAre(members[0]));
   EXPECT_TRUE(trace.has("iTempResourcepoolCount=1"));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_by_type, job, level, 9999), IsEmpty());
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_by_type, job, level, -1), IsEmpty());
+  EXPECT_THAT(listed(ZOLP_ask_reviewers_by_type, job, level, 9999), IsEmpty());
+  EXPECT_THAT(listed(ZOLP_ask_reviewers_by_type, job, level, -1), IsEmpty());
 
   trace.clear();
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers, job, "none"), IsEmpty());
+  EXPECT_THAT(listed(ZOLP_ask_reviewers, job, "none"), IsEmpty());
   EXPECT_FALSE(trace.has("iSignoffCount"));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers, start("No team"), "Nobody"), IsEmpty());
+  EXPECT_THAT(listed(ZOLP_ask_reviewers, start("No team"), "Nobody"), IsEmpty());
   EXPECT_TRUE(trace.has("iSignoffCount=0"));
 }
 
 TEST_F(Workflow, JobInfoTellsWhoSignsOffAndWhen) {
-  const auto info = [](tag task, int* year) {
+  int year = -1;
+  const auto info = [&year](tag task) {
     const FLOW_action_message_s message{task, 0, 0, ""};
     char name[ORG_name_size + 1] = "x";
     date_s date{1, 1, 1, 1, 1, 1};
-    tag user = 99;
-    EXPECT_EQ(ZOLP_getJobInfo(&message, name, &date, &user), ORK_ok);
-    tag named = NULLTAG;
-    EXPECT_EQ(ORG_find_user(name, &named), ORK_ok);
-    EXPECT_EQ(user, named);
-    *year = date.year;
+    const tag user = asked(ZOLP_getJobInfo, &message, name, &date);
+    EXPECT_EQ(user, asked(ORG_find_user, name));
+    year = date.year;
     return std::string(name);
   };
-  int year = -1;
   const tag unreviewed = start("Release");
   ORK_exit_module(0);
   site.log_in("root", "root-secret", "engineering");
-  EXPECT_EQ(info(tasks(unreviewed)[0], &year), "ada");
+  EXPECT_EQ(info(tasks(unreviewed)[0]), "ada");
   EXPECT_EQ(year, 0);
   EXPECT_TRUE(trace.has("Ersteller [ada]"));
 
   const tag level = tasks(start("Review"), eFLOWReviewTask)[0];
-  EXPECT_EQ(info(level, &year), "root");
+  EXPECT_EQ(info(level), "root");
   EXPECT_EQ(year, 0);
   EXPECT_TRUE(trace.has("Nr.=0 g=[engineering] r=[*] "));
   EXPECT_TRUE(trace.has("Nr.=1 u=[ada] g=[engineering] r=[designer] "));
   EXPECT_TRUE(trace.has("Nr.=2 u=[root] g=[engineering] r=[administrator] "));
-  const std::vector<tag> signoffs = attached(level, FLOW_signoff_attachment);
+  const std::vector<tag> signoffs = listed(FLOW_get_attachments, level, FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[2], SIGNOFF_reject, ""), ORK_ok);
-  info(level, &year);
+  info(level);
   EXPECT_GT(year, 0) << "the date of the last one";
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
   trace.clear();
-  EXPECT_EQ(info(level, &year), "root");
+  EXPECT_EQ(info(level), "root");
   EXPECT_TRUE(trace.has("Nr.=0 g="));
   EXPECT_FALSE(trace.has("Nr.=1")) << "no further than the one that approves";
 }
@@ -351,23 +306,22 @@ TEST_F(Workflow, AHandlerGetsItsJobAndTargets) {
   const tag job = start("Review", {item, revision});
   const FLOW_action_message_s message{tasks(job)[1], 0, 0, ""};
   tag found_job = NULLTAG;
-  const auto targets = [&](int status) {
+  const auto fails = [&](int status) {
     int count = 99;
     tag* found = nullptr;
     EXPECT_EQ(ZOLP_getRHTargetObjects(&message, &found_job, &count, &found), status);
-    return status == ORK_ok ? take(count, found) : std::vector<tag>(found, found);
   };
-  EXPECT_THAT(targets(ORK_ok), ElementsAre(item, revision));
+  EXPECT_THAT(listed(ZOLP_getRHTargetObjects, &message, &found_job), ElementsAre(item, revision));
   EXPECT_EQ(found_job, job);
   EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [2]"));
   EXPECT_TRUE(trace.has("TARGET[2]: CLASS = [ItemRevision]"));
   fail("TYPE_get_object_type", 2);
-  targets(failure);
+  fails(failure);
   EXPECT_TRUE(trace.has("Error by exit status! File;zolp_handler_utils.cpp [Line:"));
   EXPECT_TRUE(trace.has("<-ERROR:ZOLP_getRHTargetObjects zolp_handler_utils.cpp:"));
   tag objects[] = {item, revision};
   EXPECT_EQ(ZOLP_remove_attachments(job, 2, objects), ORK_ok);
-  targets(FLOW_target_object_not_attached);
+  fails(FLOW_target_object_not_attached);
   EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [0]"));
   EXPECT_TRUE(
       trace.has("Error FLOW_target_object_not_attached! File:zolp_handler_utils.cpp [Line"));
@@ -393,10 +347,8 @@ TEST_F(Workflow, DatasetsOfTargetsAreReported) {
     std::fclose(file);
     return folder.read("report");
   };
-  tag type = NULLTAG;
-  tag relation = NULLTAG;
-  EXPECT_EQ(REL_find_relation_type("Documents", &type), ORK_ok);
-  EXPECT_EQ(REL_create_relation(revision, item, type, NULLTAG, &relation), ORK_ok);
+  const tag relation = asked(REL_create_relation, revision, item,
+                             asked(REL_find_relation_type, "Documents"), NULLTAG);
   const std::string id = "4711/A-Gearbox            ";
   const std::string line = id + "Dataset                   ";
   const std::string expected =
@@ -417,12 +369,6 @@ TEST_F(Workflow, DatasetsOfTargetsAreReported) {
 
 TEST_F(Workflow, TargetsAreFiledOnTheSecondCall) {
   const tag job = start("Review", {item, revision});
-  const auto contents = [](tag folder) {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(FOLDER_list_instances(folder, &count, &found), ORK_ok);
-    return take(count, found);
-  };
   const auto move = [&](const char* name, int status) {
     return calls([&] { EXPECT_EQ(ZOLP_moveTargetToFolder(job, name, "For parts"), status); });
   };
@@ -433,15 +379,12 @@ TEST_F(Workflow, TargetsAreFiledOnTheSecondCall) {
       << "an item and a revision bear the name, and no folder";
   EXPECT_TRUE(trace.has("folder:<Gearbox> description:<For parts>"));
   move("Shelf", ORK_ok);
-  int count = 0;
-  tag* found = nullptr;
-  EXPECT_EQ(WSO_find("Shelf", &count, &found), ORK_ok);
-  const std::vector<tag> folders = take(count, found);
+  const std::vector<tag> folders = listed(WSO_find, "Shelf");
   ASSERT_EQ(folders.size(), 1u);
-  EXPECT_THAT(contents(folders[0]), IsEmpty());
+  EXPECT_THAT(listed(FOLDER_list_instances, folders[0]), IsEmpty());
   move("Shelf", ORK_ok);
   EXPECT_TRUE(trace.has("->OBJ_unlock(...) zolp_handler_utils.cpp:"));
-  EXPECT_THAT(contents(folders[0]), ElementsAre(item, revision));
+  EXPECT_THAT(listed(FOLDER_list_instances, folders[0]), ElementsAre(item, revision));
 }
 
 TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
@@ -460,12 +403,7 @@ TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
     EXPECT_EQ(buffer[ZOLP_JOB_NAME_SIZE + 1], '#');
     return std::to_string(status) + " " + buffer;
   };
-  const auto jobs = [] {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(FLOW_find_jobs(nullptr, &count, &found), ORK_ok);
-    return take(count, found).size();
-  };
+  const auto jobs = [] { return listed(FLOW_find_jobs, nullptr).size(); };
   EXPECT_EQ(release("TMP", "Release"), "0 TMP1700000000");
   EXPECT_TRUE(trace.has("ObjCount        = 2"));
   EXPECT_TRUE(trace.has("szProcedureName = Release"));

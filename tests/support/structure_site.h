@@ -96,19 +96,10 @@ class StructureSite : public Site {
   }
 
   static tag find(const char* item_id, const char* revision_id = nullptr) {
-    tag object = NULLTAG;
-    EXPECT_EQ(ork_host_find_item(item_id, revision_id, &object), ORK_ok);
-    return object;
+    return asked(ork_host_find_item, item_id, revision_id);
   }
 
-  static std::vector<tag> children(tag line) {
-    int count = 0;
-    tag* lines = nullptr;
-    EXPECT_EQ(BOMW_line_get_child_lines(line, &count, &lines), ORK_ok);
-    const std::vector<tag> found(lines, lines + count);
-    MEM_free(lines);
-    return found;
-  }
+  static std::vector<tag> children(tag line) { return listed(BOMW_line_get_child_lines, line); }
 
   static tag child(tag line, std::size_t index) { return children(line).at(index); }
 
