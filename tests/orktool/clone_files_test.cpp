@@ -116,11 +116,7 @@ TEST_F(CloneFiles, HeaderFailures) {
 }
 
 TEST_F(CloneFiles, ReplacementsThatDoNotFitAreRefused) {
-  const std::string placeholder = "%%INPUTASSY_ID%%";  // becomes "4711", 12 characters less
-  const auto line_of = [&](std::size_t size) {
-    return std::string(size - placeholder.size(), 'x') + placeholder;
-  };
-  folder.write("header.txt", line_of(499));
+  folder.write("header.txt", std::string(483, 'x') + "%%INPUTASSY_ID%%");
   EXPECT_EQ(create_header(item_row(1, "4711")), 0);
   EXPECT_EQ(folder.read("clone.log"), std::string(483, 'x') + "4711");
 
@@ -137,16 +133,12 @@ TEST_F(CloneFiles, ReplacementsThatDoNotFitAreRefused) {
 // --------------------------------------------------------------------------- relation lines
 
 TEST_F(CloneFiles, RelationInfoHasALineForEachObject) {
-  tag gearbox = NULLTAG;
-  tag housing = NULLTAG;
-  tag type = NULLTAG;
-  tag relation = NULLTAG;
-  ork_host_find_item("4711", "A", &gearbox);
-  ork_host_find_item("4712", "B", &housing);
-  REL_find_relation_type("Documents", &type);
-  for (const tag secondary : {housing, gearbox}) {
-    ASSERT_EQ(REL_create_relation(gearbox, secondary, type, NULLTAG, &relation), ORK_ok);
-    ASSERT_EQ(REL_save_relation(relation), ORK_ok);
+  const tag gearbox = test::asked(ork_host_find_item, "4711", "A");
+  for (const tag secondary : {test::asked(ork_host_find_item, "4712", "B"), gearbox}) {
+    ASSERT_EQ(
+        REL_save_relation(test::asked(REL_create_relation, gearbox, secondary,
+                                      test::asked(REL_find_relation_type, "Documents"), NULLTAG)),
+        ORK_ok);
   }
   FILE_handle log = nullptr;
   ASSERT_EQ(FILE_create_text_file(folder.path("clone.log").c_str(), &log), ORK_ok);
@@ -320,10 +312,10 @@ TEST_F(CloneFiles, WalkTracesLikeARecursionAlsoWhenItFails) {
                 &last),
             0);
   assy_entry* root = tool::assembly_root(last);
+  // A line that the long id of the record that fails does not fit into.
+  site.preference("VPD_clone_itemtemplate",
+                  folder.write("clone.txt", std::string(485, 'x') + "%%ITEM_ID%%\n"));
   for (const std::string failing_id : {"none", "A", "D", "F", "G", "H", "I"}) {
-    // The failing record's template: a line that its long id does not fit into.
-    site.preference("VPD_clone_itemtemplate",
-                    folder.write("clone.txt", std::string(497, 'x') + "\n%%ITEM_ID%%\n"));
     assy_entry* failing = nullptr;
     tool::visit_assembly(root, [&](const assy_entry& entry, std::size_t) {
       if (entry.item_id == failing_id) {
@@ -332,7 +324,6 @@ TEST_F(CloneFiles, WalkTracesLikeARecursionAlsoWhenItFails) {
       return true;
     });
     if (failing != nullptr) {
-      folder.write("clone.txt", std::string(485, 'x') + "%%ITEM_ID%%\n");
       std::strcpy(failing->item_id, std::string(20, failing_id[0]).c_str());
     }
     bool failed = false;

@@ -375,17 +375,16 @@ TEST_F(Datasets, FieldsAreReadAndSetAsUsersSeeThem) {
   EXPECT_TRUE(trace.has("  set form field \"mass\" to value \"12.5\""));
   EXPECT_EQ(ZOLP_FORM_set_value(form, "mass", "12.5 kg"), OBJ_value_not_understood);
   EXPECT_EQ(ZOLP_FORM_set_value(form, "note", "Schwei\xc3\x9fnaht"), ORK_ok);
-  char value[11];
-  int length = -1;
-  EXPECT_EQ(ZOLP_FORM_ask_value(form, "mass", 10, value, &length), ORK_ok);
-  EXPECT_STREQ(value, "12.5");
-  EXPECT_EQ(ZOLP_FORM_ask_value(form, "note", 5, value, &length), ORK_ok);
-  EXPECT_STREQ(value, "Schwe");
-  EXPECT_EQ(length, 5);
-  EXPECT_EQ(ZOLP_FORM_ask_value(form, "note", 0, value, &length), ORK_ok);
-  EXPECT_STREQ(value, "");
-  EXPECT_EQ(ZOLP_FORM_ask_value(form, "colour", 5, value, &length), STORE_unknown_attribute);
-  EXPECT_EQ(length, 0);
+  const auto ask = [form](const char* field, int size, int status = ORK_ok) {
+    char value[11] = "x";
+    int length = -1;
+    EXPECT_EQ(ZOLP_FORM_ask_value(form, field, size, value, &length), status);
+    return std::to_string(length) + ":" + (status == ORK_ok ? value : "");
+  };
+  EXPECT_EQ(ask("mass", 10), "4:12.5");
+  EXPECT_EQ(ask("note", 5), "5:Schwe");
+  EXPECT_EQ(ask("note", 0), "0:");
+  EXPECT_EQ(ask("colour", 5, STORE_unknown_attribute), "0:");
 }
 
 TEST_F(Datasets, ReleaseInformationIsDescribedWhole) {

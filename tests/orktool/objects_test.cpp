@@ -368,9 +368,7 @@ TEST_F(FileNames, AreBuiltFromIdsTimeAndClock) {
 TEST_F(FileNames, TimeHasMonthsFromZero) {
   date_s date{};
   ZOLP_GetTime(&date);
-  EXPECT_EQ(date.year, 2013);
-  EXPECT_EQ(date.month, 2);
-  EXPECT_EQ(date.day, 14);
+  EXPECT_EQ(date.year * 10000 + date.month * 100 + date.day, 20130214);
   EXPECT_EQ(date.hour * 10000 + date.minute * 100 + date.second, 90507);
 }
 

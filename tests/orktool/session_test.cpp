@@ -48,15 +48,16 @@ TEST(Startup, LogsInFromTheCommandLineInItsOrder) {
 TEST(Startup, LogsInAutomaticallyUnlessAllThreeOptionsAreThere) {
   const test::Site site;
   const test::TraceCapture trace(ZOLP_LEVEL_OFF);
-  for (const auto& arguments :
-       {std::vector<const char*>{}, {"-u=ada", "-p=ada-secret"}, {"-u=ada", "-g=engineering"}}) {
-    std::vector<const char*> all{"program"};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    ork_host_set_arguments(static_cast<int>(all.size()), all.data());
+  const auto user_with = [&](std::initializer_list<const char*> arguments) {
+    site.arguments(arguments);
     EXPECT_EQ(ZOLP_startup_ork_environment(), ORK_ok);
-    EXPECT_EQ(session_user(), "batch/quality/designer");
+    const std::string user = session_user();
     EXPECT_EQ(ZOLP_shutdown_ork_environment(), ORK_ok);
-  }
+    return user;
+  };
+  EXPECT_EQ(user_with({}), "batch/quality/designer");
+  EXPECT_EQ(user_with({"-u=ada", "-p=ada-secret"}), "batch/quality/designer");
+  EXPECT_EQ(user_with({"-u=ada", "-g=engineering"}), "batch/quality/designer");
 }
 
 TEST(Startup, TellsWrongLoginsApart) {
