@@ -148,6 +148,11 @@ TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
   fail("OBJ_load");
   fail("OBJ_refresh", 5);
   EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), failure); }).back(), "OBJ_refresh");
+  const tag levels_done = start("No team");
+  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(levels_done), ORK_ok); }),
+              ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_state",
+                          "FLOW_get_state_string", "FLOW_get_attachments", "FLOW_get_attachments",
+                          "FLOW_get_attachments", "FLOW_refresh_entire_job"));
   const tag done = start("Release", {item});
   EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(done), ORK_ok); }),
               ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_attachments",
