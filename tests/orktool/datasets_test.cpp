@@ -152,6 +152,7 @@ TEST_F(Datasets, CreationRefusesWhatTheTypeLacks) {
       {"Part", "Model", "DSET_get_tool_output_formats", 919247, {failure}},
       {"MuteTool", "Text", nullptr, 919248, {919248}},
       {"Part", "model", nullptr, 919249, {919249}},
+      {"Part", "Model", "DSET_get_datasettype_refs", failure, {failure}},
   };
   for (const Case& refused : cases) {
     SCOPED_TRACE(std::string(refused.type) + " " + refused.reference);
