@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,16 +23,17 @@ using testing::StartsWith;
 
 class CloneFiles : public testing::Test {
  protected:
-  /** Runs a writer of entries and returns what it wrote, or "status N". */
-  std::string entries(const std::function<int(FILE**)>& writer) {
+  /** What a writer of entries writes, or "status N". */
+  template <typename Writer, typename... Arguments>
+  std::string written(Writer writer, Arguments... arguments) {
     FILE* out = std::fopen(folder.path("entries.txt").c_str(), "w");
-    const int status = writer(&out);
+    const int status = writer(&out, arguments...);
     std::fclose(out);
     return status == 0 ? folder.read("entries.txt") : "status " + std::to_string(status);
   }
 
   std::string write_assylist(assy_entry* entry) {
-    return entries([entry](FILE** out) { return ZOLP_write_assylist(*out, entry); });
+    return written([entry](FILE** out) { return ZOLP_write_assylist(*out, entry); });
   }
 
   /** Builds the clone log's head for a list. */
@@ -91,9 +91,10 @@ TEST_F(CloneFiles, HeaderIsMadeFromTheFirstItemLine) {
 
 TEST_F(CloneFiles, HeaderFailures) {
   const std::string top = item_row(1, "4711");
-  EXPECT_EQ(ZOLP_create_clonelogheader(folder.path("missing").c_str(),
-                                       folder.path("clone.log").c_str(), "Header"),
-            1);
+  const auto create = [&](const std::string& list, const char* log) {
+    return ZOLP_create_clonelogheader(list.c_str(), folder.path(log).c_str(), "Header");
+  };
+  EXPECT_EQ(create(folder.path("missing"), "clone.log"), 1);
   EXPECT_TRUE(trace.has("Error from open file:<" + folder.path("missing") + ">!"));
   EXPECT_THAT(trace.lines().back(), StartsWith(" <-ERROR: ZOLP_create_clonelogheader "));
   for (const char* list : {"", "no list\n\n", "     0;x\n", "    -1;x/y\n"}) {
@@ -103,15 +104,12 @@ TEST_F(CloneFiles, HeaderFailures) {
   EXPECT_EQ(create_header(row("1", "no separator")), 1);
   EXPECT_FALSE(folder.has("clone.log"));
 
-  EXPECT_EQ(ZOLP_create_clonelogheader(folder.write("list.txt", top).c_str(),
-                                       folder.path("no-folder/clone.log").c_str(), "Header"),
-            1);
+  EXPECT_EQ(create(folder.write("list.txt", top), "no-folder/clone.log"), 1);
   EXPECT_THAT(trace.lines().back(), StartsWith(" <-ERROR: ZOLP_create_clonelogheader "));
   site.preference("Header", folder.path("no-template"));
   EXPECT_EQ(create_header(top), 1);
   EXPECT_TRUE(trace.has("ERROR: Unable to open headertemplate " + folder.path("no-template")));
   EXPECT_EQ(ZOLP_create_clonelogheader("list", "log", "None"), PREF_value_not_found);
-
   EXPECT_EQ(ork_host_block_count(), 0U);
 }
 
@@ -224,49 +222,36 @@ TEST_F(CloneFiles, EntryWritersReplaceTheirPlaceholders) {
   for (const char* name : {"Item", "VPD_retain_datasettemplate", "VPD_clone_datasettemplate"}) {
     site.preference(name, path);
   }
-  EXPECT_EQ(entries([](FILE** out) { return ZOLP_write_item(out, "ID", "REV", "Item"); }),
+  EXPECT_EQ(written(ZOLP_write_item, "ID", "REV", "Item"),
             "ID,%%ITEM_ID%%,REV,%%NEW_REV%%,%%NEW_ID%%,%%NEW_NAME%%,%%NEW_NAME%%,%%QNPARTNAME%%,"
             "%%RELATIONNAME%%,%%RELATION%%,%%DATASET_NAME%%\n");
   EXPECT_TRUE(trace.has("mode:Item = " + path));
   EXPECT_TRUE(trace.has(path + " closed"));
-  EXPECT_EQ(entries([](FILE** out) {
-              return ZOLP_write_replace_and_cloneitem(out, "ID", "REV", "NID", "NREV", "NAME",
-                                                      "Item");
-            }),
+  EXPECT_EQ(written(ZOLP_write_replace_and_cloneitem, "ID", "REV", "NID", "NREV", "NAME", "Item"),
             "ID,%%ITEM_ID%%,REV,NREV,NID,NAME,%%NEW_NAME%%,%%QNPARTNAME%%,%%RELATIONNAME%%,"
             "%%RELATION%%,%%DATASET_NAME%%\n");
-  EXPECT_EQ(entries([](FILE** out) {
-              return ZOLP_write_retaindataset(out, "ID", "REV", "RELATION", "PART");
-            }),
+  EXPECT_EQ(written(ZOLP_write_retaindataset, "ID", "REV", "RELATION", "PART"),
             "ID,%%ITEM_ID%%,REV,%%NEW_REV%%,%%NEW_ID%%,%%NEW_NAME%%,%%NEW_NAME%%,PART,RELATION,"
             "%%RELATION%%,%%DATASET_NAME%%\n");
-  EXPECT_EQ(entries([](FILE** out) {
-              return ZOLP_write_clonedataset(out, "ID", "REV", "SET", "RELATION", "NID", "NREV",
-                                             "NAME");
-            }),
-            "ID,%%ITEM_ID%%,REV,NREV,NID,NAME,NAME,%%QNPARTNAME%%,%%RELATIONNAME%%,RELATION,"
-            "SET\n");
+  EXPECT_EQ(written(ZOLP_write_clonedataset, "ID", "REV", "SET", "RELATION", "NID", "NREV", "NAME"),
+            "ID,%%ITEM_ID%%,REV,NREV,NID,NAME,NAME,%%QNPARTNAME%%,%%RELATIONNAME%%,RELATION,SET\n");
   EXPECT_TRUE(trace.has("preference:VPD_clone_datasettemplate = " + path));
   EXPECT_TRUE(trace.has(path + " geschlossen"));
   folder.write("all.txt", "[%%ITEM_ID%%]");
-  EXPECT_EQ(entries([](FILE** out) { return ZOLP_write_item(out, nullptr, "", "Item"); }), "[]");
+  EXPECT_EQ(written(ZOLP_write_item, nullptr, "", "Item"), "[]");
 }
 
 TEST_F(CloneFiles, EntryWritersFail) {
-  const auto write = [](FILE** out) { return ZOLP_write_item(out, "ID", "REV", "Item"); };
   site.preference("Item", folder.path("missing"));
-  EXPECT_EQ(entries(write), "status 1");
+  EXPECT_EQ(written(ZOLP_write_item, "ID", "REV", "Item"), "status 1");
   EXPECT_TRUE(trace.has("ERROR: Unable to open cloneitem template " + folder.path("missing") +
                         "! File:zolp_rb_utils.cpp [Line:"));
   EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_write_item "));
   site.preference("Item", folder.write("long.txt", std::string(480, 'x') + "%%ITEM_ID%%"));
-  EXPECT_EQ(entries([](FILE** out) {
-              return ZOLP_write_item(out, std::string(128, 'i').c_str(), "", "Item");
-            }),
-            "status 1");
+  EXPECT_EQ(written(ZOLP_write_item, std::string(128, 'i').c_str(), "", "Item"), "status 1");
   FILE* none = nullptr;
-  EXPECT_EQ(write(&none), 1);
-  EXPECT_EQ(write(nullptr), 1);
+  EXPECT_EQ(ZOLP_write_item(&none, "ID", "REV", "Item"), 1);
+  EXPECT_EQ(ZOLP_write_item(nullptr, "ID", "REV", "Item"), 1);
   EXPECT_EQ(ork_host_block_count(), 0U);
 }
 
