@@ -23,6 +23,8 @@ using testing::StartsWith;
 
 class CloneFiles : public testing::Test {
  protected:
+  ~CloneFiles() override { EXPECT_EQ(ork_host_block_count(), 0U); }
+
   /** What a writer of entries writes, or "status N". */
   template <typename Writer, typename... Arguments>
   std::string written(Writer writer, Arguments... arguments) {
@@ -110,7 +112,6 @@ TEST_F(CloneFiles, HeaderFailures) {
   EXPECT_EQ(create_header(top), 1);
   EXPECT_TRUE(trace.has("ERROR: Unable to open headertemplate " + folder.path("no-template")));
   EXPECT_EQ(ZOLP_create_clonelogheader("list", "log", "None"), PREF_value_not_found);
-  EXPECT_EQ(ork_host_block_count(), 0U);
 }
 
 TEST_F(CloneFiles, ReplacementsThatDoNotFitAreRefused) {
@@ -150,7 +151,6 @@ TEST_F(CloneFiles, RelationInfoHasALineForEachObject) {
   };
   EXPECT_EQ(folder.read("clone.log"), info_line("see 4712/B-Housing with a name that is longer") +
                                           info_line("see 4711/A-Gearbox"));
-  EXPECT_EQ(ork_host_block_count(), 0U);
 }
 
 // ------------------------------------------------------------------------------ batch file
@@ -209,7 +209,6 @@ TEST_F(CloneFiles, BatchFileFailures) {
   EXPECT_EQ(folder.read("clone.bat"), "actions");
   EXPECT_EQ(ZOLP_write_startbat(folder.path("clone.bat").c_str(), nullptr), 1);
   testing::internal::GetCapturedStdout();
-  EXPECT_EQ(ork_host_block_count(), 0U);
 }
 
 // -------------------------------------------------------------------------------- entries
@@ -252,7 +251,6 @@ TEST_F(CloneFiles, EntryWritersFail) {
   FILE* none = nullptr;
   EXPECT_EQ(ZOLP_write_item(&none, "ID", "REV", "Item"), 1);
   EXPECT_EQ(ZOLP_write_item(nullptr, "ID", "REV", "Item"), 1);
-  EXPECT_EQ(ork_host_block_count(), 0U);
 }
 
 /** What the walk would write if it called itself for each sibling, without lines' numbers. */

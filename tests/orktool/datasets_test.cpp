@@ -57,7 +57,7 @@ class Datasets : public testing::Test {
   ~Datasets() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
   tag make_dataset(const char* type, const char* name, const char* reference) const {
-    tag dataset = asked(ZOLP_createDataset, type, name, reference, nullptr, nullptr);
+    const tag dataset = asked(ZOLP_createDataset, type, name, reference, nullptr, nullptr);
     return dataset;
   }
 
@@ -92,14 +92,18 @@ class Datasets : public testing::Test {
   }
 
   static tag find_dataset(const char* name) {
-    tag dataset = asked(DSET_find_dataset, name);
+    const tag dataset = asked(DSET_find_dataset, name);
     return dataset;
   }
 
   static bool is_locked(tag object) {
-    int lock = 0;
-    EXPECT_EQ(STORE_get_instance_lock(object, &lock), ORK_ok);
-    return lock == STORE_modify_lock;
+    return asked<int>(STORE_get_instance_lock, object) == STORE_modify_lock;
+  }
+
+  static std::string format_of(tag dataset) {
+    char format[DSET_name_size + 1];
+    EXPECT_EQ(DSET_get_dataset_format(dataset, format), ORK_ok);
+    return format;
   }
 
   std::vector<tag> related() const {
@@ -117,7 +121,7 @@ class Datasets : public testing::Test {
 // ------------------------------------------------------------------------ creation and references
 
 TEST_F(Datasets, ACreatedDatasetIsCompleteSavedAndUnlocked) {
-  tag dataset = asked(ZOLP_createDataset, "Part", "Gearbox", "Model", nullptr, nullptr);
+  const tag dataset = asked(ZOLP_createDataset, "Part", "Gearbox", "Model", nullptr, nullptr);
   EXPECT_THAT(trace.lines()[0], HasSubstr(" ->ZOLP_create_dataset zolp_dataset_utils.cpp:"));
   EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_createDataset zolp_dataset_utils.cpp:"));
   EXPECT_TRUE(trace.has("  datasettype      = Part"));
@@ -125,15 +129,12 @@ TEST_F(Datasets, ACreatedDatasetIsCompleteSavedAndUnlocked) {
   EXPECT_TRUE(trace.has("dataset_name, \"\", 0, 0, dataset_tag)"));
   EXPECT_TRUE(trace.has("->OBJ_unlock(...)"));
   EXPECT_FALSE(is_locked(dataset));
-  char format[DSET_name_size + 1];
-  EXPECT_EQ(DSET_get_dataset_format(dataset, format), ORK_ok);
-  EXPECT_STREQ(format, "PNG");
+  EXPECT_EQ(format_of(dataset), "PNG");
   EXPECT_EQ(find_dataset("Gearbox"), dataset);
 
-  tag described = asked(ZOLP_createDataset, "Part", "Described", "Note",
-                        "a format of the caller, cut after 32 bytes", "for \"tests\"");
-  EXPECT_EQ(DSET_get_dataset_format(described, format), ORK_ok);
-  EXPECT_STREQ(format, "a format of the caller, cut afte");
+  const tag described = asked(ZOLP_createDataset, "Part", "Described", "Note",
+                              "a format of the caller, cut after 32 bytes", "for \"tests\"");
+  EXPECT_EQ(format_of(described), "a format of the caller, cut afte");
   EXPECT_TRUE(trace.has("dataset_name, description, 0, 0, dataset_tag)"));
 }
 
@@ -216,7 +217,7 @@ TEST_F(Datasets, AttachingAddsAndReplaces) {
 TEST_F(Datasets, ImportedTextStaysAsItIs) {
   const std::string content("line\r\nbytes \xff\xfe\x80\n\0no end", 24);
   const std::string path = folder.write("report.txt", content);
-  tag plain = asked(ZOLP_importTextDataset, nullptr, "Plain", path.c_str());
+  const tag plain = asked(ZOLP_importTextDataset, nullptr, "Plain", path.c_str());
   EXPECT_TRUE(trace.has("  Path <" + path + ">"));
   EXPECT_FALSE(is_locked(plain));
   EXPECT_EQ(exported(reference_of(plain, "Text")), content);
@@ -231,9 +232,7 @@ TEST_F(Datasets, ImportedTextStaysAsItIs) {
   for (const tag dataset : datasets) {
     EXPECT_EQ(exported(reference_of(dataset, "Text")), content);
     EXPECT_FALSE(is_locked(dataset));
-    char format[DSET_name_size + 1];
-    DSET_get_dataset_format(dataset, format);
-    EXPECT_STREQ(format, "TEXT");
+    EXPECT_EQ(format_of(dataset), "TEXT");
   }
   WSO_description_s description;
   WSO_describe(datasets[0], &description);
@@ -307,14 +306,14 @@ TEST_F(Datasets, ARealCopyHasFilesOfItsOwn) {
   setenv("VK_TMP_DIR", temporary.string().c_str(), 1);
   const tag original = make_dataset("Part", "X", "Model");
   const std::string binary("\0\x01\xff", 3);
-  tag form = asked(ZOLP_createForm, "Sheet of X", "Sheet", "");
+  const tag form = asked(ZOLP_createForm, "Sheet of X", "Sheet", "");
   EXPECT_TRUE(is_locked(form));
   attach(original, "Model", DSET_PART_OF, make_file("a b.prt", binary, SS_BINARY));
   attach(original, "Sheet", DSET_ASSOCIATION, form);
   attach(original, "Note", DSET_ASSOCIATION, make_file("note", "text"));
   attach(original, "Other", DSET_PART_OF, make_file("r.tar.gz", "raw"));
   attach(original, "Loose", DSET_PART_OF, make_file("loose.txt", "loose"));
-  tag copy = asked(ZOLP_RealCopyDataset, original, "X-1");
+  const tag copy = asked(ZOLP_RealCopyDataset, original, "X-1");
   EXPECT_TRUE(std::filesystem::is_empty(temporary));
   EXPECT_TRUE(trace.has("no FileRefs Found DSType=Part namedref=Loose"));
   EXPECT_FALSE(is_locked(copy));
@@ -371,7 +370,7 @@ TEST_F(Datasets, AFailedCopyStaysAndIsReported) {
 // --------------------------------------------------------------------------------------- forms
 
 TEST_F(Datasets, FieldsAreReadAndSetAsUsersSeeThem) {
-  tag form = asked(ZOLP_createForm, "Gearbox", "Sheet", "d");
+  const tag form = asked(ZOLP_createForm, "Gearbox", "Sheet", "d");
   EXPECT_EQ(ZOLP_FORM_set_value(form, "mass", "12.5"), ORK_ok);
   EXPECT_TRUE(trace.has("  set form field \"mass\" to value \"12.5\""));
   EXPECT_EQ(ZOLP_FORM_set_value(form, "mass", "12.5 kg"), OBJ_value_not_understood);
@@ -389,7 +388,7 @@ TEST_F(Datasets, FieldsAreReadAndSetAsUsersSeeThem) {
 }
 
 TEST_F(Datasets, ReleaseInformationIsDescribedWhole) {
-  tag form = asked(ZOLP_createForm, "Release", "FreigabeInfo", "");
+  const tag form = asked(ZOLP_createForm, "Release", "FreigabeInfo", "");
   ASSERT_EQ(ZOLP_FORM_set_value(form, "UGezPerson", "ada"), ORK_ok);
   std::vector<std::string> names;
   std::vector<std::string> values;

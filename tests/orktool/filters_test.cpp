@@ -40,7 +40,7 @@ class Filters : public testing::Test {
   ~Filters() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
   static tag item(const char* id) {
-    tag found = test::asked(ork_host_find_item, id, nullptr);
+    const tag found = test::asked(ork_host_find_item, id, nullptr);
     return found;
   }
 
@@ -337,8 +337,6 @@ TEST_F(Filters, SmallExpressionFunctions) {
   part = regmatch_dup(&nothing, "ab12cd");
   EXPECT_STREQ(part, "");
   MEM_free(part);
-  ork_host_fail_allocation(1);
-  EXPECT_EQ(regmatch_dup(&parts[1], "ab12cd"), nullptr);
 }
 
 }  // namespace

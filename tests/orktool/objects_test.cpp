@@ -287,7 +287,7 @@ TEST_F(Objects, RelatedObjectsInBothDirections) {
 
 TEST_F(Objects, RemovedObjectsLeaveTheArray) {
   tag doomed = NULLTAG;
-  tag doomed_revision = asked(ITEM_create_item, "900", "Doomed", nullptr, "A", &doomed);
+  const tag doomed_revision = asked(ITEM_create_item, "900", "Doomed", nullptr, "A", &doomed);
   ASSERT_EQ(OBJ_save(doomed), ORK_ok);
   ASSERT_EQ(OBJ_save(doomed_revision), ORK_ok);
   int count = 0;

@@ -54,7 +54,7 @@ class Lines : public testing::Test {
 
 // ----------------------------------------------------------------------------- values of a line
 
-TEST_F(Lines, ValuesAreReadAndSet) {
+TEST_F(Lines, ValuesAreTraced) {
   const tag line = site.child(site.show("T: A=10"), 0);
   char* text = nullptr;
   trace.clear();
@@ -64,11 +64,10 @@ TEST_F(Lines, ValuesAreReadAndSet) {
   EXPECT_THAT(remarks(), ElementsAre("seqno <10>"));
   EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_getSequenceNo zolp_ps_utils.cpp:"));
 
-  tag object = NULLTAG;
   trace.clear();
-  EXPECT_EQ(ZOLP_get_bomline_revtag(line, &object), ORK_ok);
+  const tag revision = test::asked(ZOLP_get_bomline_revtag, line);
   EXPECT_THAT(remarks(), ElementsAre("Found for BOMLine <" + number(line) + "> rev tag <" +
-                                     number(object) + ">"));
+                                     number(revision) + ">"));
   char* revision_id = nullptr;
   trace.clear();
   EXPECT_EQ(ZOLP_get_bomline_item_and_rev(line, &text, &revision_id), ORK_ok);
