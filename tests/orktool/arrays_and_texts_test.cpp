@@ -16,7 +16,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::StartsWith;
 
 /** An array of tags as the library's callers have it. */

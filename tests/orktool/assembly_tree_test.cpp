@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -12,7 +11,6 @@ namespace {
 using test::header_row;
 using test::item_row;
 using test::row;
-using testing::HasSubstr;
 using testing::StartsWith;
 
 /** A field as a reader of the list sees it: up to its padding. */

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "ork/rel.h"
 #include "support/release_list.h"
@@ -16,8 +14,6 @@ namespace {
 using test::header_row;
 using test::item_row;
 using test::row;
-using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 

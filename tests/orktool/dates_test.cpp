@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <ctime>
 #include <string>
 
 #include "ork/date.h"

@@ -13,7 +13,6 @@ using test::header_row;
 using test::item_row;
 using test::row;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::StartsWith;
 
 struct ItemList {

@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <array>
-#include <cstdlib>
-#include <ctime>
 #include <string>
 #include <vector>
 

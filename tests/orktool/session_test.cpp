@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <string>
-#include <vector>
 
 #include "ork/org.h"
 #include "ork/store.h"

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <numeric>
 
 #include "ork/store.h"
 #include "support/structure_site.h"

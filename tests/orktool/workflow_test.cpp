@@ -10,7 +10,6 @@
 #include "clock.h"
 #include "ork/flow.h"
 #include "ork/folder.h"
-#include "ork/mem.h"
 #include "ork/obj.h"
 #include "ork/org.h"
 #include "ork/rel.h"
