@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -12,7 +11,6 @@ namespace {
 using test::header_row;
 using test::item_row;
 using test::row;
-using testing::HasSubstr;
 using testing::StartsWith;
 
 /** A field as a reader of the list sees it: up to its padding. */
@@ -178,14 +176,6 @@ TEST_F(AssemblyTree, FailuresKeepWhatWasRead) {
   EXPECT_TRUE(trace.has("Error from reading item basic informations from "));
   tool::free_assembly(root);
 
-  last = nullptr;
-  for (const char* operation : {"PREF_initialize", "PREF_get_char_value"}) {
-    trace.clear();
-    ork_host_fail_call(operation, 1, 4711);
-    EXPECT_EQ(ZOLP_read_assylist(folder.write("list.txt", item_row(1, "A")).c_str(), &last), 4711);
-    EXPECT_EQ(last, nullptr);
-    EXPECT_TRUE(trace.has("##ORK_err_4711: " + std::string(operation) + "(...)"));
-  }
   EXPECT_EQ(ork_host_block_count(), 0U);
 }
 

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <ctime>
 #include <string>
 
 #include "ork/date.h"
@@ -15,8 +14,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::StartsWith;
-
-constexpr int failure = 4711;
 
 /** What a function has handed out and its status: "0:text". */
 template <typename Function>
@@ -38,15 +35,19 @@ std::string as_text(const date_s& date) {
 }
 
 /** Status and parts, the month as it is. */
-std::string record(const char* input, const char* format = nullptr) {
-  date_s date{1, 1, 1, 1, 1, 1};
-  const int status = ZOLP_UTIL_DateStringToVELODate(input, &date, format);
+std::string told(int status, const date_s& date) {
   std::string all = std::to_string(status) + ":";
   for (const int part : {int{date.year}, int{date.month}, int{date.day}, int{date.hour},
                          int{date.minute}, int{date.second}}) {
     all += " " + std::to_string(part);
   }
   return all;
+}
+
+std::string record(const char* input, const char* format = nullptr) {
+  date_s date{1, 1, 1, 1, 1, 1};
+  const int status = ZOLP_UTIL_DateStringToVELODate(input, &date, format);
+  return told(status, date);
 }
 
 class DateConversions : public testing::Test {
@@ -68,11 +69,8 @@ class DateConversions : public testing::Test {
 
 TEST_F(DateConversions, CurrentDate) {
   date_s date{};
-  EXPECT_EQ(ZOLP_DateAskCurrentDate(&date), 0);
-  EXPECT_EQ(date.year, 2013);
-  EXPECT_EQ(date.month, 2);
-  EXPECT_EQ(date.day, 14);
-  EXPECT_EQ(date.hour * 10000 + date.minute * 100 + date.second, 90507);
+  const int status = ZOLP_DateAskCurrentDate(&date);
+  EXPECT_EQ(told(status, date), "0: 2013 2 14 9 5 7");
   ork_host_start_journal();
   EXPECT_EQ(told(ZOLP_DateAskCurrentDateTimeAsString), "0:14.03.2013 09:05");
   EXPECT_THAT(test::Site::journal(), testing::IsEmpty());
@@ -125,21 +123,10 @@ TEST_F(DateConversions, TheSecondFormatIsTriedAfterTheFirst) {
   EXPECT_THAT(test::Site::journal(), ElementsAre("DATE_string_to_date"));
 }
 
-TEST_F(DateConversions, FailuresOfThePlatformAreReturned) {
-  ork_host_fail_call("TEXT_lookup", 1, failure);
-  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString),
-            std::to_string(ORK_invalid_argument) + ":(null)");
-  EXPECT_EQ(told(ZOLP_DateAskCurrentDateAsVELOString), "0:14-Mar-2013 09:05");
-  ork_host_fail_call("DATE_date_to_string", 1, failure);
-  EXPECT_EQ(as_text({2026, 0, 1, 0, 0, 0}), "4711:(null)");
+TEST_F(DateConversions, ADateMayHaveNoText) {
   ork_host_fail_call("DATE_date_to_string", 1, ORK_ok);  // it succeeds and gives no text
   EXPECT_EQ(as_text({2026, 0, 1, 0, 0, 0}), "0:(null)");
-  ork_host_fail_call("DATE_date_to_string", 1, failure);
-  EXPECT_EQ(normalised(""), "4711:(null)");
   EXPECT_EQ(as_text({2026, 12, 1, 0, 0, 0}), std::to_string(DATE_invalid_date) + ":(null)");
-  ork_host_fail_allocation(2);
-  EXPECT_EQ(as_text({2026, 0, 1, 0, 0, 0}), "0:(null)");
-  EXPECT_TRUE(trace.has("ZOLP_CopyString alloc Memory"));
 }
 
 }  // namespace

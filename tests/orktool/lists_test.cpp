@@ -13,7 +13,6 @@ using test::header_row;
 using test::item_row;
 using test::row;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::StartsWith;
 
 struct ItemList {
@@ -73,18 +72,6 @@ TEST(ItemList, CutsLongIdsAndReadsLongLinesInPieces) {
   EXPECT_EQ(items.item_ids[0], std::string(128, '7'));
   EXPECT_EQ(items.levels[1], "777777");
   EXPECT_EQ(items.item_ids[1], std::string(600 - 493 - 6, '7') + "\n");
-}
-
-TEST(ItemList, GrowsPastItsFirstArrays) {
-  const test::TemporaryFolder folder;
-  std::string list;
-  for (int i = 0; i < 120; ++i) {
-    list += "     1" + std::to_string(i % 60) + "\n";
-  }
-  const ItemList items = read_items(folder.write("list.txt", list));
-  ASSERT_EQ(items.count, 120);
-  EXPECT_THAT(items.counts, testing::Each(2));
-  EXPECT_EQ(items.item_ids[102], "42\n");
 }
 
 TEST(ItemList, BadFiles) {

@@ -1,10 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
-#include <cstdlib>
-#include <ctime>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "clock.h"
@@ -22,9 +19,9 @@
 
 namespace {
 
+using test::asked;
+using test::take;
 using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 
 constexpr int failure = 4711;
@@ -63,35 +60,18 @@ class Objects : public testing::Test {
   }
   ~Objects() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
-  static tag find_item(const char* id) {
-    tag found = NULLTAG;
-    EXPECT_EQ(ZOLP_ITEM_find_item(id, &found), ORK_ok);
-    return found;
-  }
+  static tag find_item(const char* id) { return asked(ZOLP_ITEM_find_item, id); }
 
   static tag find_revision(const char* id, const char* revision) {
-    tag found = NULLTAG;
-    EXPECT_EQ(ZOLP_ITEM_find_rev(id, revision, &found), ORK_ok);
-    return found;
+    return asked(ZOLP_ITEM_find_rev, id, revision);
   }
 
-  static tag relation_type(const char* name) {
-    tag type = NULLTAG;
-    EXPECT_EQ(REL_find_relation_type(name, &type), ORK_ok);
-    return type;
-  }
+  static tag relation_type(const char* name) { return asked(REL_find_relation_type, name); }
 
   static void relate(tag primary, tag secondary, const char* type) {
-    tag relation = NULLTAG;
-    ASSERT_EQ(REL_create_relation(primary, secondary, relation_type(type), NULLTAG, &relation),
+    ASSERT_EQ(REL_save_relation(
+                  asked(REL_create_relation, primary, secondary, relation_type(type), NULLTAG)),
               ORK_ok);
-    ASSERT_EQ(REL_save_relation(relation), ORK_ok);
-  }
-
-  /** Makes the next call of an operation fail and starts the journal. */
-  static void fail(const char* operation) {
-    ork_host_fail_call(operation, 1, failure);
-    ork_host_start_journal();
   }
 
   test::Site site;
@@ -110,16 +90,11 @@ TEST_F(Objects, AccessIsCheckedForUserAndGroup) {
   tag group = NULLTAG;
   ZOLP_identify_user_and_group("ada", "engineering", &user, &group);
   trace.clear();
-  ork_host_start_journal();
   EXPECT_EQ(ZOLP_check_access(user, group, own, ACCESS_privilege_write), 0);
-  EXPECT_THAT(test::Site::journal(), ElementsAre("ACCESS_check_accessors_privilege"));
   EXPECT_EQ(trace.lines()[1],
             "  user_tag:" + std::to_string(user) + ":\tgroup_tag:" + std::to_string(group) +
                 ":\tobj_tag:" + std::to_string(own) + ":\tn_accessors:2:\tprivileg:WRITE:");
-  ork_host_start_journal();
   EXPECT_EQ(ZOLP_check_access(user, group, reserved, ACCESS_privilege_write), 1);
-  EXPECT_THAT(test::Site::journal(), ElementsAre("ACCESS_check_accessors_privilege", "WSO_get_name",
-                                                 "WSO_get_object_type"));
   EXPECT_TRUE(trace.has("  You do not have access on the object:Press"));
   EXPECT_EQ(ZOLP_check_access(user, group, own, "FLY"), 1);
   EXPECT_EQ(ZOLP_check_access(user, group, 4000000000U, ACCESS_privilege_write), 1);
@@ -127,9 +102,7 @@ TEST_F(Objects, AccessIsCheckedForUserAndGroup) {
 }
 
 TEST_F(Objects, VerifyLoadsAndLocksOnlyWhatIsNot) {
-  ork_host_start_journal();
   EXPECT_EQ(ZOLP_verify_state_and_lock_of_object(own), ORK_ok);
-  EXPECT_THAT(test::Site::journal(), testing::Contains("OBJ_lock"));
   EXPECT_THAT(trace.lines()[0],
               StartsWith(" ->ZOLP_verify_state_and_lock zolp_allg_utilities.cpp"));
   EXPECT_TRUE(trace.has("  object:" + std::to_string(own) + ": locked by :ada:"));
@@ -141,38 +114,7 @@ TEST_F(Objects, VerifyLoadsAndLocksOnlyWhatIsNot) {
                           "STORE_who_locked_instance"));
   EXPECT_TRUE(trace.has("  Object: " + std::to_string(own) + " is loaded!"));
   EXPECT_TRUE(trace.has("  Object: " + std::to_string(own) + " is locked!"));
-  for (const char* operation :
-       {"STORE_get_instance_state", "STORE_get_instance_lock", "STORE_who_locked_instance"}) {
-    fail(operation);
-    EXPECT_EQ(ZOLP_verify_state_and_lock_of_object(own), ORK_ok);
-    EXPECT_EQ(test::Site::journal().back(), "STORE_who_locked_instance");
-  }
   EXPECT_EQ(OBJ_refresh(own, 0), ORK_ok);
-}
-
-TEST_F(Objects, OwnershipAsTagsAndAsText) {
-  std::array<char, 33> user{};
-  std::array<char, 33> group{};
-  const auto names = [&] {
-    user[0] = group[0] = 'x';
-    const int status = ZOLP_ask_ownership_names(released, user.data(), group.data());
-    return std::to_string(status) + ":" + user.data() + "/" + group.data();
-  };
-  EXPECT_EQ(names(), "0:ada/quality");
-  fail("ORG_get_group_name");
-  EXPECT_EQ(names(), "0:ada/");
-  fail("ORG_get_user_identifier");
-  EXPECT_EQ(names(), "0:/");
-  EXPECT_EQ(test::Site::journal().back(), "ORG_get_user_identifier");
-  fail("OBJ_get_group");
-  EXPECT_EQ(names(), "4711:/");
-  tag owner = 99;
-  tag owning_group = 99;
-  fail("OBJ_get_owner");
-  EXPECT_EQ(ZOLP_ask_ownership(released, &owner, &owning_group), failure);
-  EXPECT_EQ(test::Site::journal().back(), "OBJ_get_owner");
-  EXPECT_EQ(owner, NULLTAG);
-  EXPECT_EQ(owning_group, NULLTAG);
 }
 
 // ------------------------------------------------------------------------ release statuses
@@ -181,13 +123,12 @@ TEST_F(Objects, StatusesComeInTheOrderOfAttachment) {
   int count = 9;
   char** names = nullptr;
   ASSERT_EQ(ZOLP_ask_status_names(released, &count, &names), ORK_ok);
-  ASSERT_EQ(count, 2);
-  EXPECT_STREQ(names[0], "Released");
-  EXPECT_STREQ(names[1], "A status with a name of more than 32 characters");
-  MEM_free(names[0]);
-  MEM_free(names[1]);
-  MEM_free(names);
-
+  EXPECT_THAT(std::vector<std::string>(names, names + count),
+              ElementsAre("Released", "A status with a name of more than 32 characters"));
+  for (void* block :
+       {static_cast<void*>(names[0]), static_cast<void*>(names[1]), static_cast<void*>(names)}) {
+    MEM_free(block);
+  }
   ZOLP_status_record* records = nullptr;
   ASSERT_EQ(ZOLP_ask_status(released, &count, &records), ORK_ok);
   ASSERT_EQ(count, 2);
@@ -200,9 +141,7 @@ TEST_F(Objects, StatusesComeInTheOrderOfAttachment) {
   std::array<char, 33> latest{};
   EXPECT_EQ(ZOLP_ask_latest_status(released, latest.data()), ORK_ok);
   EXPECT_STREQ(latest.data(), "A status with a name of more tha");
-  logical has_status = 9;
-  EXPECT_EQ(ZOLP_checkObjectStatus(released, &has_status), ORK_ok);
-  EXPECT_EQ(has_status, 1);
+  EXPECT_EQ(asked<logical>(ZOLP_checkObjectStatus, released), 1);
   EXPECT_TRUE(trace.has("  of_status[0]:<Released>"));
 }
 
@@ -213,7 +152,6 @@ TEST_F(Objects, ObjectsWithoutStatusesLeaveTheArraysAlone) {
   ZOLP_status_record untouched{};
   ZOLP_status_record* records = &untouched;
   std::array<char, 33> latest{'x'};
-  logical has_status = 9;
   EXPECT_EQ(ZOLP_ask_status_names(own, &count, &names), ORK_ok);
   EXPECT_EQ(count, 0);
   EXPECT_EQ(names, &preset);
@@ -221,71 +159,16 @@ TEST_F(Objects, ObjectsWithoutStatusesLeaveTheArraysAlone) {
   EXPECT_EQ(records, &untouched);
   EXPECT_EQ(ZOLP_ask_latest_status(own, latest.data()), ORK_ok);
   EXPECT_STREQ(latest.data(), "");
-  EXPECT_EQ(ZOLP_checkObjectStatus(own, &has_status), ORK_ok);
-  EXPECT_EQ(has_status, 0);
-}
-
-TEST_F(Objects, StatusQueriesEndAtTheFirstFailureAndKeepNothing) {
-  const struct {
-    const char* operation;
-    int nth;
-  } faults[] = {{"OBJ_load", 1},
-                {"OBJ_get_value_tags", 1},
-                {"OBJ_get_value_string", 1},
-                {"OBJ_get_value_string", 2},
-                {"OBJ_get_value_date", 2}};
-  for (const auto& [operation, nth] : faults) {
-    int count = 9;
-    char** names = nullptr;
-    ZOLP_status_record* records = nullptr;
-    std::array<char, 33> latest{'x'};
-    logical has_status = 9;
-    const bool is_date = std::string(operation) == "OBJ_get_value_date";
-    ork_host_fail_call(operation, nth, failure);
-    EXPECT_EQ(ZOLP_ask_status(released, &count, &records), failure);
-    ork_host_clear_faults();
-    if (!is_date) {
-      ork_host_fail_call(operation, nth, failure);
-      EXPECT_EQ(ZOLP_ask_status_names(released, &count, &names), failure);
-      ork_host_clear_faults();
-      ork_host_fail_call(operation, nth, failure);
-      EXPECT_EQ(ZOLP_checkObjectStatus(released, &has_status), failure);
-      ork_host_clear_faults();
-    }
-    if (!is_date && nth == 1) {
-      ork_host_fail_call(operation, nth, failure);
-      EXPECT_EQ(ZOLP_ask_latest_status(released, latest.data()), failure);
-      EXPECT_STREQ(latest.data(), "");
-      ork_host_clear_faults();
-    }
-    EXPECT_EQ(count, 9);
-    EXPECT_EQ(names, nullptr);
-    EXPECT_EQ(records, nullptr);
-    EXPECT_EQ(has_status, 9);
-    EXPECT_EQ(ork_host_block_count(), blocks) << operation << nth;
-  }
-  EXPECT_TRUE(trace.has("##ORK_err_4711: OBJ_get_value_string(...)"));
+  EXPECT_EQ(asked<logical>(ZOLP_checkObjectStatus, own), 0);
 }
 
 // -------------------------------------------------------------------------- types and classes
 
 TEST_F(Objects, ClassesAndTypes) {
-  const auto is_of_class = [](tag object, const char* name) {
-    logical answer = 9;
-    const int status = ZOLP_isObjectOfClass(object, name, &answer);
-    return status == ORK_ok ? static_cast<int>(answer) : status;
-  };
-  EXPECT_EQ(is_of_class(item, "Item"), 1);
-  EXPECT_EQ(is_of_class(item, "WorkspaceObject"), 1);
-  EXPECT_EQ(is_of_class(item, "ItemRevision"), 0);
-  EXPECT_EQ(is_of_class(item, "NoClass"), STORE_unknown_class);
-  EXPECT_EQ(is_of_class(4000000000U, "Item"), STORE_unknown_tag);
+  EXPECT_EQ(asked<logical>(ZOLP_isObjectOfClass, item, "Item"), 1);
+  EXPECT_EQ(asked<logical>(ZOLP_isObjectOfClass, item, "ItemRevision"), 0);
   logical answer = 9;
-  fail("STORE_class_of_instance");
-  EXPECT_EQ(ZOLP_isWorkspaceObject(item, &answer), failure);
-  EXPECT_EQ(test::Site::journal().back(), "STORE_class_of_instance");
-  EXPECT_EQ(answer, 9);
-
+  EXPECT_EQ(ZOLP_isObjectOfClass(item, "NoClass", &answer), STORE_unknown_class);
   const auto is_of_type = [](tag object, const char* name, logical include_subtypes) {
     logical type_answer = 9;
     const int status = ZOLP_isObjectOfTypeExt(object, name, &type_answer, include_subtypes);
@@ -299,56 +182,33 @@ TEST_F(Objects, ClassesAndTypes) {
   trace.clear();
   EXPECT_EQ(is_of_type(item, "NoType", 1), std::to_string(TYPE_unknown_type) + ":0");
   EXPECT_TRUE(trace.has("  Object is NOT of type NoType"));
-  EXPECT_EQ(ZOLP_isObjectOfType(item, "Machine", &answer), ORK_ok);
-  EXPECT_EQ(answer, 0);
-  fail("TYPE_get_object_type");
-  EXPECT_EQ(is_of_type(item, "Machine", 1), "4711:0");
-  EXPECT_EQ(test::Site::journal().back(), "TYPE_get_object_type");
+  EXPECT_EQ(asked<logical>(ZOLP_isObjectOfType, item, "Machine"), 0);
 }
 
 TEST_F(Objects, TypeNamesAreCutAt32Characters) {
   const std::string long_name = "A_type_with_a_name_of_32_letters";
-  tag type = NULLTAG;
-  ASSERT_EQ(TYPE_find_type("Press", nullptr, &type), ORK_ok);
+  const std::string seed = R"({"types": [{"name": ")" + long_name + R"(", "parent": "Item"}]})";
+  ASSERT_EQ(ork_host_seed(seed.c_str()), ORK_ok);
   std::array<char, 33> name{};
-  EXPECT_EQ(ZOLP_TYPE_ask_name(type, name.data()), ORK_ok);
-  EXPECT_STREQ(name.data(), "Press");
-  ASSERT_EQ(ork_host_seed(
-                ("{\"types\": [{\"name\": \"" + long_name + "\", \"parent\": \"Item\"}]}").c_str()),
-            ORK_ok);
-  ASSERT_EQ(TYPE_find_type(long_name.c_str(), nullptr, &type), ORK_ok);
   name.fill('x');
-  EXPECT_EQ(ZOLP_TYPE_ask_name(type, name.data()), ORK_ok);
+  EXPECT_EQ(ZOLP_TYPE_ask_name(asked(TYPE_find_type, long_name.c_str(), nullptr), name.data()),
+            ORK_ok);
   EXPECT_EQ(std::string(name.data(), 33), long_name + "x");  // not terminated, not overrun
-  EXPECT_EQ(ZOLP_TYPE_ask_name(item, name.data()), TYPE_not_a_type);
 }
 
 TEST_F(Objects, NewItemsAreThoseNeitherRevisedNorSavedAs) {
   const auto is_new = [](tag revision) {
-    logical answer = 9;
-    const int status = ZOLP_Test_STORE_instance_isNew(revision, &answer);
-    return std::to_string(status) + ":" + std::to_string(answer);
+    return asked<logical>(ZOLP_Test_STORE_instance_isNew, revision);
   };
   tag new_item = NULLTAG;
-  tag new_revision = NULLTAG;
-  tag revised = NULLTAG;
-  ASSERT_EQ(ITEM_create_item("300", "New", nullptr, "A", &new_item, &new_revision), ORK_ok);
-  ASSERT_EQ(ITEM_create_rev(item, "D", &revised), ORK_ok);
-  EXPECT_EQ(is_new(new_revision), "0:1");
+  const tag new_revision = asked(ITEM_create_item, "300", "New", nullptr, "A", &new_item);
+  const tag revised = asked(ITEM_create_rev, item, "D");
+  EXPECT_EQ(is_new(new_revision), 1);
   EXPECT_TRUE(trace.has("  STORE_get_instance_state returned 7003 "));
-  EXPECT_EQ(is_new(revised), "0:0");
+  EXPECT_EQ(is_new(revised), 0);
   EXPECT_TRUE(trace.has("  Skip Revise case. "));
-  fail("REL_list_relations");
-  EXPECT_EQ(is_new(new_revision), "4711:0");
-  fail("REL_find_relation_type");  // logged, and returned at the end
-  EXPECT_EQ(is_new(new_revision), "4711:1");
-  fail("ITEM_get_item_of_rev");
-  EXPECT_EQ(is_new(new_revision), std::to_string(STORE_unknown_tag) + ":0");
-  EXPECT_EQ(test::Site::journal().back(), "STORE_get_instance_state");
-  tag relation = NULLTAG;
-  ASSERT_EQ(REL_create_relation(new_item, item, relation_type("VELO_based_on"), NULLTAG, &relation),
-            ORK_ok);
-  EXPECT_EQ(is_new(new_revision), "0:0");
+  asked(REL_create_relation, new_item, item, relation_type("VELO_based_on"), NULLTAG);
+  EXPECT_EQ(is_new(new_revision), 0);
   EXPECT_TRUE(trace.has("  Found VELO_based_on relation. Skip SaveAs case. "));
   EXPECT_EQ(ZOLP_Test_STORE_instance_isNew(new_revision, nullptr), ORK_ok);
 }
@@ -363,27 +223,15 @@ TEST_F(Objects, ModifiableAreUnreservedWritableUnfrozenObjects) {
   EXPECT_EQ(ZOLP_TestModifiableAndNotCheckout(reserved), 0);
   EXPECT_TRUE(trace.has("TestModifiableAndNotCheckout=919340 on Object:100/C-Press"));
   ork_host_fail_call("WSO_get_object_id_string", 1, failure);
-  fail("ACCESS_check_privilege");
+  ork_host_fail_call("ACCESS_check_privilege", 1, failure);
   EXPECT_EQ(ZOLP_TestModifiableAndNotCheckout(own), 0);
   EXPECT_TRUE(trace.has("TestModifiableAndNotCheckout=4711"));
 }
 
 TEST_F(Objects, ReplicasBelongToOtherSites) {
-  const auto is_replica = [](tag object) {
-    logical answer = 9;
-    const int status = ZOLP_isItemReplica(object, &answer);
-    return std::to_string(status) + ":" + std::to_string(answer);
-  };
-  const tag elsewhere = find_item("200");
-  EXPECT_EQ(is_replica(item), "0:0");
-  EXPECT_EQ(is_replica(elsewhere), "0:1");
-  EXPECT_EQ(is_replica(NULLTAG), "0:0");
-  for (const char* operation :
-       {"STORE_site_id", "STORE_lookup_imc", "STORE_location_of_instance"}) {
-    fail(operation);
-    EXPECT_EQ(is_replica(elsewhere), "4711:0");
-    EXPECT_EQ(test::Site::journal().back(), operation);
-  }
+  EXPECT_EQ(asked<logical>(ZOLP_isItemReplica, item), 0);
+  EXPECT_EQ(asked<logical>(ZOLP_isItemReplica, find_item("200")), 1);
+  EXPECT_EQ(asked<logical>(ZOLP_isItemReplica, NULLTAG), 0);
 }
 
 // -------------------------------------------------------------------------- lookup, relations
@@ -392,10 +240,6 @@ TEST_F(Objects, LookupOfNothingIsNoFailure) {
   EXPECT_EQ(find_item("nothing"), NULLTAG);
   EXPECT_EQ(find_revision("100", "Z"), NULLTAG);
   EXPECT_EQ(find_revision("nothing", "A"), NULLTAG);
-  tag found = 99;
-  fail("ITEM_find_items_by_key_attributes");
-  EXPECT_EQ(ZOLP_ITEM_find_item("100", &found), failure);
-  EXPECT_EQ(found, NULLTAG);
 }
 
 TEST_F(Objects, RelatedObjectsInBothDirections) {
@@ -406,9 +250,7 @@ TEST_F(Objects, RelatedObjectsInBothDirections) {
     int count = 0;
     tag* list = nullptr;
     EXPECT_EQ(ZOLP_GetAttachedObjs(object, type, &count, &list, reverse), ORK_ok);
-    const std::vector<tag> result(list, list + count);
-    MEM_free(list);
-    return result;
+    return take(count, list);
   };
   EXPECT_THAT(related(own, "Documents", 0), ElementsAre(reserved, released));
   EXPECT_THAT(related(own, "", 0), ElementsAre(reserved, released, released));
@@ -417,26 +259,16 @@ TEST_F(Objects, RelatedObjectsInBothDirections) {
   int count = 9;
   tag* list = &own;
   EXPECT_EQ(ZOLP_GetAttachedObjs(own, "Documents", &count, &list, 1), ORK_ok);
-  EXPECT_EQ(count, 0);
   EXPECT_EQ(list, nullptr);
-  count = 9;
   list = &own;
   EXPECT_EQ(ZOLP_GetAttachedObjs(own, "NoRelation", &count, &list, 0), ORK_ok);
-  EXPECT_EQ(count, 9);
   EXPECT_EQ(list, &own);
   EXPECT_TRUE(trace.has("  REL_find_relation_type returned 0 for NoRelation"));
-  fail("REL_find_relation_type");
-  EXPECT_EQ(ZOLP_GetAttachedObjs(own, "Documents", &count, &list, 0), failure);
-  EXPECT_EQ(test::Site::journal().back(), "REL_find_relation_type");
-  EXPECT_EQ(list, &own);
 
   tag first = 99;
   EXPECT_EQ(ZOLP_GetFirstAttachedObj(own, "Drawings", &first, 0), ORK_ok);
   EXPECT_EQ(first, released);
   EXPECT_EQ(ZOLP_GetFirstAttachedObj(released, "Drawings", &first, 0), ORK_ok);
-  EXPECT_EQ(first, NULLTAG);
-  fail("REL_list_primary_objects");
-  EXPECT_EQ(ZOLP_GetFirstAttachedObj(released, "Drawings", &first, 1), failure);
   EXPECT_EQ(first, NULLTAG);
 
   tag type = NULLTAG;
@@ -449,17 +281,11 @@ TEST_F(Objects, RelatedObjectsInBothDirections) {
   EXPECT_EQ(ZOLP_ask_attachment_type(released, own, &type, name.data()), ORK_ok);
   EXPECT_EQ(type, NULLTAG);
   EXPECT_STREQ(name.data(), "x");
-  name = {};
-  fail("REL_list_all_related_objects");
-  EXPECT_EQ(ZOLP_ask_attachment_type(own, released, &type, name.data()), ORK_ok);
-  EXPECT_EQ(type, NULLTAG);
-  EXPECT_STREQ(name.data(), "");
 }
 
 TEST_F(Objects, RemovedObjectsLeaveTheArray) {
   tag doomed = NULLTAG;
-  tag doomed_revision = NULLTAG;
-  ASSERT_EQ(ITEM_create_item("900", "Doomed", nullptr, "A", &doomed, &doomed_revision), ORK_ok);
+  const tag doomed_revision = asked(ITEM_create_item, "900", "Doomed", nullptr, "A", &doomed);
   ASSERT_EQ(OBJ_save(doomed), ORK_ok);
   ASSERT_EQ(OBJ_save(doomed_revision), ORK_ok);
   int count = 0;
@@ -469,63 +295,37 @@ TEST_F(Objects, RemovedObjectsLeaveTheArray) {
   }
   ASSERT_EQ(OBJ_delete(doomed_revision), ORK_ok);
   EXPECT_EQ(ZOLP_removeInvalidTags(&count, &array), 0);
-  EXPECT_THAT(std::vector<tag>(array, array + count), ElementsAre(item, own));
-  MEM_free(array);
+  EXPECT_THAT(take(count, array), ElementsAre(item, own));
 }
 
 TEST_F(Objects, AttributesComeFromTheClassUpToTheRoot) {
-  const auto attributes_of = [](const char* class_name, int* capacity) {
-    tag class_id = NULLTAG;
+  int capacity = 0;
+  const auto attributes_of = [&](const char* class_name) {
+    capacity = 0;
     int count = 0;
     tag* ids = nullptr;
-    EXPECT_EQ(STORE_class_id_of_class(class_name, &class_id), ORK_ok);
-    EXPECT_EQ(ListAllClassAttributes(class_id, &count, &ids, capacity), 0);
-    const std::vector<tag> result(ids, ids + count);
-    MEM_free(ids);
-    return result;
+    EXPECT_EQ(
+        ListAllClassAttributes(asked(STORE_class_id_of_class, class_name), &count, &ids, &capacity),
+        0);
+    return take(count, ids);
   };
-  int capacity = 0;
-  const std::vector<tag> of_root = attributes_of("Object", &capacity);
+  const std::vector<tag> of_root = attributes_of("Object");
   EXPECT_EQ(capacity, 100);
-  capacity = 0;
-  const std::vector<tag> of_workspace = attributes_of("WorkspaceObject", &capacity);
-  capacity = 0;
-  const std::vector<tag> of_item = attributes_of("Item", &capacity);
+  const std::vector<tag> of_workspace = attributes_of("WorkspaceObject");
+  const std::vector<tag> of_item = attributes_of("Item");
   ASSERT_GT(of_item.size(), of_workspace.size());
   ASSERT_GT(of_workspace.size(), of_root.size());
   EXPECT_TRUE(std::equal(of_workspace.rbegin(), of_workspace.rend(), of_item.rbegin()));
   EXPECT_TRUE(std::equal(of_root.rbegin(), of_root.rend(), of_item.rbegin()));
 
-  // Room for one attribute only: it grows to exactly what is needed.
-  tag class_id = NULLTAG;
-  STORE_class_id_of_class("Item", &class_id);
-  int count = 0;
-  capacity = 1;
-  auto* ids = static_cast<tag*>(MEM_alloc(sizeof(tag)));
-  EXPECT_EQ(ListAllClassAttributes(class_id, &count, &ids, &capacity), 0);
-  EXPECT_EQ(std::vector<tag>(ids, ids + count), of_item);
-  EXPECT_EQ(capacity, count);
-  MEM_free(ids);
-  for (const int nth : {1, 2}) {
-    count = 0;
-    capacity = 0;
-    ork_host_fail_call("STORE_superclasses_of_class", nth, failure);
-    EXPECT_EQ(ListAllClassAttributes(class_id, &count, &ids, &capacity), 0);
-    EXPECT_LT(count, static_cast<int>(of_item.size()));
-    MEM_free(ids);
-  }
   // A chain of more attributes than the first room holds.
-  std::string attributes;
+  std::string seed = R"({"classes": [{"name": "Wide", "parent": "Item", "attributes": [)";
   for (int i = 0; i < 120; ++i) {
-    attributes += (i == 0 ? "" : ",") + ("{\"name\": \"a" + std::to_string(i)) +
-                  "\", \"kind\": \"text\", \"length\": 8}";
+    seed += (i == 0 ? R"({"name": "a)" : R"(,{"name": "a)") + std::to_string(i) +
+            R"(", "kind": "text", "length": 8})";
   }
-  ASSERT_EQ(ork_host_seed((R"({"classes": [{"name": "Wide", "parent": "Item", "attributes": [)" +
-                           attributes + "]}]}")
-                              .c_str()),
-            ORK_ok);
-  capacity = 0;
-  EXPECT_EQ(attributes_of("Wide", &capacity).size(), 120 + of_item.size());
+  ASSERT_EQ(ork_host_seed((seed + "]}]}").c_str()), ORK_ok);
+  EXPECT_EQ(attributes_of("Wide").size(), 120 + of_item.size());
   EXPECT_EQ(capacity, static_cast<int>(120 + of_item.size()));
 }
 
@@ -552,10 +352,6 @@ TEST_F(FileNames, AreBuiltFromIdsTimeAndClock) {
   EXPECT_TRUE(trace.has("  before strcpy filenamefileName:<C:\\tmp\\100_B_"));
   EXPECT_EQ(name(own, "C:\\", ""), "0:C:\\\\100_B_14032013090507_1234.");
   EXPECT_EQ(name(NULLTAG, "p", "x"), "0:p\\__14032013090507_1234.x");
-  fail("ITEM_get_rev_id");
-  EXPECT_EQ(name(own, "p", "x"), "0:p\\100__14032013090507_1234.x");
-  fail("ITEM_get_item_of_rev");
-  EXPECT_EQ(name(own, "p", "x"), "0:p\\_B_14032013090507_1234.x");
 
   const std::size_t fixed = std::string("\\100_B_14032013090507_1234.x").size();
   const std::string longest(255 - fixed, 'p');
@@ -570,13 +366,8 @@ TEST_F(FileNames, AreBuiltFromIdsTimeAndClock) {
 TEST_F(FileNames, TimeHasMonthsFromZero) {
   date_s date{};
   ZOLP_GetTime(&date);
-  EXPECT_EQ(date.year, 2013);
-  EXPECT_EQ(date.month, 2);
-  EXPECT_EQ(date.day, 14);
+  EXPECT_EQ(date.year * 10000 + date.month * 100 + date.day, 20130214);
   EXPECT_EQ(date.hour * 10000 + date.minute * 100 + date.second, 90507);
-  orktool::replace_calendar([] { return std::tm{}; });
-  ZOLP_GetTime(&date);
-  EXPECT_EQ(date.month, 0);
 }
 
 }  // namespace

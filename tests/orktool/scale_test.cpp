@@ -89,6 +89,8 @@ TEST_F(Scale, ListFunctionsTakeALookAtEachItemOnce) {
   ASSERT_EQ(ZOLP_read_itemrevlist(copy.c_str(), &count, &item_ids, &levels, &counts), 0);
   EXPECT_EQ(count, many);
   for (int i = 0; i < count; ++i) {
+    ASSERT_EQ(std::atoi(item_ids[i] + 1), i) << item_ids[i];
+    ASSERT_EQ(counts[i], 1);
     std::free(item_ids[i]);
     std::free(levels[i]);
   }

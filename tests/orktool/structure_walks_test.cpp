@@ -15,16 +15,7 @@
 namespace {
 
 using test::GeneratedStructure;
-using Texts = std::vector<std::string>;
-
-/** A list that a walk appends to. */
-struct List {
-  ~List() { MEM_free(array); }
-  std::vector<tag> tags() const { return {array, array + count}; }
-
-  int count = 0;
-  tag* array = nullptr;
-};
+using test::List;
 
 /** A line as a plain tree has it; the occurrence is shared like the platform's. */
 struct Node {
@@ -242,7 +233,7 @@ TEST_F(Walks, NumberAsAPlainWalkDoes) {
     some_lines(top, some);
     some.resize(std::min<std::size_t>(some.size(), 3));
     for (const auto& [max_depth, not_desired] :
-         {std::pair{0, std::vector<tag>()}, std::pair{3, std::vector<tag>()}, std::pair{0, some}}) {
+         {std::pair{0, std::vector<tag>()}, {-1, {}}, {1, {}}, {3, {}}, {0, some}}) {
       int start = 5;
       int step = 3;
       int depth = 0;

@@ -10,7 +10,6 @@
 #include "clock.h"
 #include "ork/flow.h"
 #include "ork/folder.h"
-#include "ork/mem.h"
 #include "ork/obj.h"
 #include "ork/org.h"
 #include "ork/rel.h"
@@ -24,6 +23,8 @@
 
 namespace {
 
+using test::asked;
+using test::listed;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -62,43 +63,13 @@ class Workflow : public testing::Test {
   }
 
   static tag start(const char* name, const std::vector<tag>& targets = {}) {
-    tag process = NULLTAG;
-    tag job = NULLTAG;
     const std::vector<int> types(targets.size(), FLOW_target_attachment);
-    EXPECT_EQ(FLOW_find_process_template(name, &process), ORK_ok);
-    EXPECT_EQ(FLOW_create_process(name, "", process, static_cast<int>(targets.size()),
-                                  targets.data(), types.data(), &job),
-              ORK_ok);
-    return job;
+    return asked(FLOW_create_process, name, "", asked(FLOW_find_process_template, name),
+                 static_cast<int>(targets.size()), targets.data(), types.data());
   }
 
   static std::vector<tag> tasks(tag job, int type = eFLOWAnyTask) {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(FLOW_get_type_tasks(job, type, &count, &found), ORK_ok);
-    return take(count, found);
-  }
-
-  static std::vector<tag> attached(tag task, int type) {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(FLOW_get_attachments(task, type, &count, &found), ORK_ok);
-    return take(count, found);
-  }
-
-  static std::vector<tag> take(int count, tag* array) {
-    const std::vector<tag> tags(array, array + count);
-    MEM_free(array);
-    return tags;
-  }
-
-  /** What a list function finds, behind its status. */
-  template <typename Function, typename... Arguments>
-  static std::vector<tag> listed(int status, Function function, Arguments... arguments) {
-    int count = 99;
-    tag* found = reinterpret_cast<tag*>(&count);
-    EXPECT_EQ(function(arguments..., &count, &found), status);
-    return take(count, found);
+    return listed(FLOW_get_type_tasks, job, type);
   }
 
   /** The platform calls of an action. */
@@ -128,68 +99,43 @@ class Workflow : public testing::Test {
 TEST_F(Workflow, ObjectsAreAttachedToTheRootTask) {
   const tag job = start("Review");
   tag objects[] = {item, revision};
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_add_target_objects(job, 2, objects), ORK_ok); }),
-              ElementsAre("FLOW_get_root_task", "FLOW_add_attachments"));
+  trace.clear();
+  EXPECT_EQ(ZOLP_add_target_objects(job, 2, objects), ORK_ok);
   EXPECT_THAT(trace.lines()[1], StartsWith("   ->ZOLP_add_attachments(...) zolp_epmtool.cpp:"));
   EXPECT_THAT(trace.lines()[2], StartsWith("     ->ZOLP_add_attachments zolp_epmtool.cpp:"));
   EXPECT_EQ(ZOLP_add_reference_objects(job, 1, &other), ORK_ok);
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_target_objects, job), ElementsAre(item, revision));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reference_objects, job), ElementsAre(other));
+  EXPECT_THAT(listed(ZOLP_ask_target_objects, job), ElementsAre(item, revision));
+  EXPECT_THAT(listed(ZOLP_ask_reference_objects, job), ElementsAre(other));
   tag detached[] = {other, item};
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_remove_attachments(job, 2, detached), ORK_ok); }),
-              ElementsAre("FLOW_get_root_task", "FLOW_remove_attachments"));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_target_objects, job), ElementsAre(revision));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reference_objects, job), IsEmpty());
+  EXPECT_EQ(ZOLP_remove_attachments(job, 2, detached), ORK_ok);
+  EXPECT_THAT(listed(ZOLP_ask_target_objects, job), ElementsAre(revision));
+  EXPECT_THAT(listed(ZOLP_ask_reference_objects, job), IsEmpty());
 
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_add_target_objects(job, 0, nullptr), ORK_ok); }),
-              ElementsAre("FLOW_get_root_task", "FLOW_add_attachments"));
+  EXPECT_EQ(ZOLP_add_target_objects(job, 0, nullptr), ORK_ok);
   EXPECT_EQ(ZOLP_add_attachments(job, 3, -1, objects), ORK_invalid_argument);
   trace.clear();
   EXPECT_EQ(ZOLP_add_target_objects(job, 1, &revision), FLOW_already_attached);
   EXPECT_TRUE(trace.has("##ORK_err_33007: FLOW_add_attachments(...)"));
   EXPECT_TRUE(trace.has("##ORK_err_33007: ZOLP_add_attachments(...)"));
-  EXPECT_FALSE(trace.has("<-ZOLP_add_target_objects "));
-}
-
-TEST_F(Workflow, AttachmentsFailAsTheirCallsDo) {
-  const tag job = start("Review", {item});
-  int count = 5;
-  tag* untouched = &item;
-  fail("FLOW_get_root_task");
-  EXPECT_EQ(ZOLP_ask_target_objects(job, &count, &untouched), failure);
-  EXPECT_EQ(count, 5);
-  EXPECT_EQ(untouched, &item);
-  EXPECT_EQ(ZOLP_remove_attachments(item, 0, nullptr), FLOW_not_a_job);
-  trace.clear();
   ork_host_fail_allocation(1);
   EXPECT_EQ(ZOLP_add_attachments(job, 1, 1, &other), 2002);
   EXPECT_TRUE(trace.has("ERROR: not enough memory available"));
-  int errors = 0;
-  const int* severities = nullptr;
-  const int* codes = nullptr;
-  const char** texts = nullptr;
-  ERR_get_errors(&errors, &severities, &codes, &texts);
-  EXPECT_EQ(codes[errors - 1], 2002);
-  EXPECT_EQ(severities[errors - 1], 3);
+  EXPECT_EQ(test::error_stack().back().code, 2002);
+  EXPECT_EQ(test::error_stack().back().severity, 3);
 }
 
 TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
   const tag job = start("Review", {item, revision});
   EXPECT_EQ(ZOLP_add_reference_objects(job, 1, &other), ORK_ok);
-  const std::vector<std::string> level = {"FLOW_get_state", "FLOW_get_state_string",
-                                          "FLOW_get_attachments"};
   std::vector<std::string> expected = {"FLOW_get_root_task", "FLOW_get_sub_tasks"};
-  const auto append = [&expected](const std::vector<std::string>& more) {
-    expected.insert(expected.end(), more.begin(), more.end());
-  };
-  append(level);
-  append({"OBJ_refresh", "OBJ_refresh", "OBJ_refresh"});
-  append(level);
-  append({"OBJ_refresh"});
-  append(level);
-  append(level);
-  append({"FLOW_get_attachments", "OBJ_load", "OBJ_load", "FLOW_get_attachments", "OBJ_load",
-          "FLOW_get_attachments", "FLOW_refresh_entire_job"});
+  for (const int attached_objects : {3, 1, 0, 0}) {  // of each task
+    expected.insert(expected.end(),
+                    {"FLOW_get_state", "FLOW_get_state_string", "FLOW_get_attachments"});
+    expected.insert(expected.end(), static_cast<std::size_t>(attached_objects), "OBJ_refresh");
+  }
+  expected.insert(expected.end(),
+                  {"FLOW_get_attachments", "OBJ_load", "OBJ_load", "FLOW_get_attachments",
+                   "OBJ_load", "FLOW_get_attachments", "FLOW_refresh_entire_job"});
   EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), ORK_ok); }), expected);
   EXPECT_TRUE(trace.has("level_task=0 state [Started] "));
   EXPECT_TRUE(trace.has("level_task=3 state [Pending] "));
@@ -201,21 +147,12 @@ TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
   fail("OBJ_load");
   fail("OBJ_refresh", 5);
   EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), failure); }).back(), "OBJ_refresh");
-  for (const auto& [operation, nth] : {std::pair{"FLOW_get_state", 2},
-                                       {"FLOW_get_state_string", 1},
-                                       {"FLOW_get_attachments", 2},
-                                       {"FLOW_get_sub_tasks", 1},
-                                       {"FLOW_get_root_task", 1}}) {
-    fail(operation, nth);
-    EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), failure); }).back(), operation);
-  }
-
-  const tag done = start("Release", {item});
   const tag levels_done = start("No team");
   EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(levels_done), ORK_ok); }),
               ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_state",
                           "FLOW_get_state_string", "FLOW_get_attachments", "FLOW_get_attachments",
                           "FLOW_get_attachments", "FLOW_refresh_entire_job"));
+  const tag done = start("Release", {item});
   EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(done), ORK_ok); }),
               ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_attachments",
                           "OBJ_load", "FLOW_get_attachments", "FLOW_get_attachments", "OBJ_load",
@@ -224,57 +161,23 @@ TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
 
 // --------------------------------------------------------------------------- condition tasks
 
-TEST_F(Workflow, ConditionTasksAreFoundByTheirWholeName) {
+TEST_F(Workflow, ConditionTasksAreFoundByTheirWholeNameAndGetAnyResult) {
   const tag job = start("Review");
   const std::vector<tag> conditions = tasks(job, eFLOWConditionTask);
-  const auto find = [job](const char* name, int status) {
-    tag task = 99;
-    EXPECT_EQ(ZOLP_get_condition_task_by_name(job, name, &task), status);
-    return task;
+  const auto find = [job](const char* name) {
+    return asked(ZOLP_get_condition_task_by_name, job, name);
   };
-  EXPECT_THAT(calls([&] { EXPECT_EQ(find("Large?", ORK_ok), conditions[0]); }),
-              ElementsAre("FLOW_get_type_tasks", "FLOW_get_name"));
-  EXPECT_EQ(find("Later?", ORK_ok), conditions[1]);
+  EXPECT_EQ(find("Large?"), conditions[0]);
+  EXPECT_EQ(find("Later?"), conditions[1]);
   for (const char* wrong : {"large?", "Large", "Large??", "Check", ""}) {
-    EXPECT_EQ(find(wrong, ORK_ok), NULLTAG);
+    EXPECT_EQ(find(wrong), NULLTAG);
     EXPECT_EQ(ZOLP_set_named_condition_task_result(job, wrong, 1), 33080);
   }
-  fail("FLOW_get_name", 2);
-  EXPECT_EQ(find("Later?", failure), NULLTAG);
-  fail("FLOW_get_type_tasks");
-  EXPECT_EQ(find("Large?", failure), NULLTAG);
-  fail("FLOW_get_type_tasks");
-  EXPECT_EQ(ZOLP_set_named_condition_task_result(job, "Large?", 1), failure);
   EXPECT_EQ(ZOLP_set_named_condition_task_result(start("Release"), "Large?", 1), 33080);
-}
 
-TEST_F(Workflow, TheResultOfSettingAResultIsThatOfTheUnlocking) {
-  const tag job = start("Review");
-  const tag task = tasks(job, eFLOWConditionTask)[0];
-  const auto result = [task] {
-    int found = -1;
-    EXPECT_EQ(FLOW_get_condition_task_result(task, &found), ORK_ok);
-    return found;
-  };
-  struct Case {
-    const char* failing;
-    int nth;
-    int status;
-    std::vector<std::string> calls;
-  };
-  const std::vector<std::string> all = {"OBJ_refresh", "FLOW_set_condition_task_result", "OBJ_save",
-                                        "OBJ_refresh"};
-  const Case cases[] = {{"OBJ_refresh", 1, ORK_ok, {"OBJ_refresh", "OBJ_refresh"}},
-                        {"FLOW_set_condition_task_result", 1, ORK_ok, {all[0], all[1], all[3]}},
-                        {"OBJ_save", 1, ORK_ok, all},
-                        {"OBJ_refresh", 2, failure, all}};
-  for (const Case& one : cases) {
-    fail(one.failing, one.nth);
-    EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_set_condition_task_result(task, 5), one.status); }),
-              one.calls);
-    EXPECT_EQ(result(), one.status == ORK_ok ? 0 : 5);
-  }
-  EXPECT_EQ(OBJ_refresh(task, 0), ORK_ok);
+  const auto result = [&] { return asked<int>(FLOW_get_condition_task_result, conditions[0]); };
+  EXPECT_EQ(ZOLP_set_condition_task_result(conditions[0], 5), ORK_ok);
+  EXPECT_EQ(result(), 5);
   EXPECT_EQ(ZOLP_set_named_condition_task_result(job, "Large?", -7), ORK_ok);
   EXPECT_EQ(result(), -7);
   EXPECT_TRUE(trace.has("->OBJ_unlock(condition_task) zolp_epmtool.cpp:"));
@@ -285,41 +188,34 @@ TEST_F(Workflow, TheResultOfSettingAResultIsThatOfTheUnlocking) {
 TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
   const tag job = start("Review");
   const std::vector<tag> levels = tasks(job, eFLOWReviewTask);
-  const auto current = [](tag of_job, int status) {
+  const auto current = [](tag of_job) {
     tag level = 99;
     char name[FLOW_name_size + 1] = "x";
-    EXPECT_EQ(ZOLP_ask_current_release_level(of_job, &level, name), status);
+    EXPECT_EQ(ZOLP_ask_current_release_level(of_job, &level, name), ORK_ok);
     return std::to_string(level) + " " + name;
   };
-  const std::vector<std::string> found = {"FLOW_get_type_tasks", "FLOW_get_state",
-                                          "OBJ_UIF_get_value"};
-  EXPECT_EQ(calls([&] { EXPECT_EQ(current(job, 0), std::to_string(levels[0]) + " Check"); }),
-            found);
+  EXPECT_EQ(current(job), std::to_string(levels[0]) + " Check");
   EXPECT_TRUE(trace.has("iTaskListCount=2"));
   EXPECT_TRUE(trace.has("spCurrentReleaseLevelName=Check"));
-  const std::vector<tag> signoffs = attached(levels[0], FLOW_signoff_attachment);
+  const std::vector<tag> signoffs =
+      listed(FLOW_get_attachments, levels[0], FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[1], SIGNOFF_approve, ""), ORK_ok);
-  EXPECT_EQ(current(job, ORK_ok), std::to_string(levels[1]) + " Check");
+  EXPECT_EQ(current(job), std::to_string(levels[1]) + " Check");
 
   tag broken = NULLTAG;
-  tag process = NULLTAG;
   EXPECT_EQ(ork_host_seed(R"({"process_templates": [{"name": "Stopped", "tasks": [
     {"name": "Stop", "handlers": [{"on": "start", "name": "none"}]},
     {"name": "Over", "type": "review"}]}]})"),
             ORK_ok);
-  EXPECT_EQ(FLOW_find_process_template("Stopped", &process), ORK_ok);
-  EXPECT_EQ(FLOW_create_process("x", "", process, 0, nullptr, nullptr, &broken),
+  EXPECT_EQ(FLOW_create_process("x", "", asked(FLOW_find_process_template, "Stopped"), 0, nullptr,
+                                nullptr, &broken),
             FLOW_unknown_handler);
   EXPECT_THAT(
-      calls([&] { EXPECT_THAT(current(broken, ORK_ok), HasSubstr(" Over")); }),
+      calls([&] { EXPECT_THAT(current(broken), HasSubstr(" Over")); }),
       ElementsAre("FLOW_get_type_tasks", "FLOW_get_state", "FLOW_get_state", "OBJ_UIF_get_value"));
-  EXPECT_EQ(current(start("No team"), ORK_ok), "0 ") << "completed";
-  EXPECT_EQ(current(start("Release"), ORK_ok), "0 ");
-  fail("FLOW_get_state");
-  EXPECT_EQ(current(job, failure), "0 ");
-  fail("OBJ_UIF_get_value");
-  EXPECT_EQ(current(job, failure), "0 ");
+  EXPECT_EQ(current(start("No team")), "0 ") << "completed";
+  EXPECT_EQ(current(start("Release")), "0 ");
   char name[FLOW_name_size + 1] = "x";
   trace.clear();
   EXPECT_EQ(ZOLP_ask_current_release_level_name(job, name), ORK_ok);
@@ -330,33 +226,24 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
 
 TEST_F(Workflow, LevelsAreFoundByTheirWholeName) {
   const tag job = start("Review");
-  tag level = 99;
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_find_release_level(job, "Check", &level), ORK_ok); }),
-              ElementsAre("FLOW_get_type_tasks", "OBJ_UIF_get_value"));
-  EXPECT_EQ(level, tasks(job, eFLOWReviewTask)[0]);
+  EXPECT_EQ(asked(ZOLP_find_release_level, job, "Check"), tasks(job, eFLOWReviewTask)[0]);
   for (const char* line : {"search for release level nane=Check", "iTaskListCount=2",
                            "FLOWReviewTask[0]=Check", "found release level named Check"}) {
     EXPECT_TRUE(trace.has(line)) << line;
   }
-  EXPECT_EQ(ZOLP_find_release_level(job, "check", &level), ORK_ok);
-  EXPECT_EQ(level, NULLTAG);
-  fail("OBJ_UIF_get_value", 2);
-  EXPECT_EQ(ZOLP_find_release_level(job, "none", &level), failure);
+  EXPECT_EQ(asked(ZOLP_find_release_level, job, "check"), NULLTAG);
 }
 
 TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
   const tag job = start("Review");
   std::vector<tag> members;
-  for (const tag signoff : attached(tasks(job, eFLOWReviewTask)[0], FLOW_signoff_attachment)) {
+  for (const tag signoff :
+       listed(FLOW_get_attachments, tasks(job, eFLOWReviewTask)[0], FLOW_signoff_attachment)) {
     int type = 0;
     EXPECT_EQ(FLOW_get_signoff_member(signoff, &members.emplace_back(), &type), ORK_ok);
   }
   const char* level = "Check";
-  EXPECT_THAT(
-      calls([&] { EXPECT_EQ(listed(ORK_ok, ZOLP_ask_reviewers, job, level), members); }),
-      ElementsAre("FLOW_get_type_tasks", "OBJ_UIF_get_value", "FLOW_get_sub_task",
-                  "FLOW_get_attachments", "OBJ_refresh", "FLOW_get_signoff_member", "OBJ_refresh",
-                  "FLOW_get_signoff_member", "OBJ_refresh", "FLOW_get_signoff_member"));
+  EXPECT_EQ(listed(ZOLP_ask_reviewers, job, level), members);
   const std::string address =
       std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(level)));
   for (const std::string& line :
@@ -366,81 +253,55 @@ TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
     EXPECT_TRUE(trace.has(line)) << line;
   }
   trace.clear();
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_groupmembers, job, level),
+  EXPECT_THAT(listed(ZOLP_ask_reviewers_groupmembers, job, level),
               ElementsAre(members[1], members[2]));
   EXPECT_TRUE(trace.has("iTempGroupmemberCount=2"));
   EXPECT_TRUE(trace.has("ignore Member[0] of not selected type"));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_resourcepools, job, level),
-              ElementsAre(members[0]));
+  EXPECT_THAT(listed(ZOLP_ask_reviewers_resourcepools, job, level), ElementsAre(members[0]));
   EXPECT_TRUE(trace.has("iTempResourcepoolCount=1"));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_by_type, job, level, 9999), IsEmpty());
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers_by_type, job, level, -1), IsEmpty());
+  EXPECT_THAT(listed(ZOLP_ask_reviewers_by_type, job, level, 9999), IsEmpty());
+  EXPECT_THAT(listed(ZOLP_ask_reviewers_by_type, job, level, -1), IsEmpty());
 
-  fail("FLOW_get_signoff_member", 3);
-  EXPECT_THAT(listed(failure, ZOLP_ask_reviewers, job, level), ElementsAre(members[0], members[1]))
-      << "as far as it was read";
-  fail("FLOW_get_signoff_member", 3);
-  EXPECT_THAT(listed(failure, ZOLP_ask_reviewers_groupmembers, job, level), IsEmpty());
-  fail("FLOW_get_sub_task");
-  EXPECT_THAT(listed(failure, ZOLP_ask_reviewers, job, level), IsEmpty());
   trace.clear();
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers, job, "none"), IsEmpty());
+  EXPECT_THAT(listed(ZOLP_ask_reviewers, job, "none"), IsEmpty());
   EXPECT_FALSE(trace.has("iSignoffCount"));
-  EXPECT_THAT(listed(ORK_ok, ZOLP_ask_reviewers, start("No team"), "Nobody"), IsEmpty());
+  EXPECT_THAT(listed(ZOLP_ask_reviewers, start("No team"), "Nobody"), IsEmpty());
   EXPECT_TRUE(trace.has("iSignoffCount=0"));
-  for (int nth = 1; nth <= 20; ++nth) {
-    ork_host_fail_allocation(nth);
-    int count = 0;
-    tag* found = nullptr;
-    ZOLP_ask_reviewers(job, level, &count, &found);
-    EXPECT_LE(take(count, found).size(), 3u);
-  }
-  ork_host_clear_faults();
 }
 
 TEST_F(Workflow, JobInfoTellsWhoSignsOffAndWhen) {
-  const auto info = [](tag task, int status, int* year) {
+  int year = -1;
+  const auto info = [&year](tag task) {
     const FLOW_action_message_s message{task, 0, 0, ""};
     char name[ORG_name_size + 1] = "x";
     date_s date{1, 1, 1, 1, 1, 1};
-    tag user = 99;
-    EXPECT_EQ(ZOLP_getJobInfo(&message, name, &date, &user), status);
-    tag named = NULLTAG;
-    EXPECT_EQ(ORG_find_user(name, &named), ORK_ok);
-    EXPECT_EQ(user, named);
-    *year = date.year;
+    const tag user = asked(ZOLP_getJobInfo, &message, name, &date);
+    EXPECT_EQ(user, asked(ORG_find_user, name));
+    year = date.year;
     return std::string(name);
   };
-  int year = -1;
   const tag unreviewed = start("Release");
   ORK_exit_module(0);
   site.log_in("root", "root-secret", "engineering");
-  EXPECT_THAT(calls([&] { EXPECT_EQ(info(tasks(unreviewed)[0], ORK_ok, &year), "ada"); }),
-              ElementsAre("FLOW_get_type_tasks", "FLOW_get_job", "FLOW_get_type_tasks",
-                          "WSO_describe", "ORG_find_user", "ORG_find_user"));
+  EXPECT_EQ(info(tasks(unreviewed)[0]), "ada");
   EXPECT_EQ(year, 0);
   EXPECT_TRUE(trace.has("Ersteller [ada]"));
 
   const tag level = tasks(start("Review"), eFLOWReviewTask)[0];
-  EXPECT_EQ(info(level, ORK_ok, &year), "root");
+  EXPECT_EQ(info(level), "root");
   EXPECT_EQ(year, 0);
   EXPECT_TRUE(trace.has("Nr.=0 g=[engineering] r=[*] "));
   EXPECT_TRUE(trace.has("Nr.=1 u=[ada] g=[engineering] r=[designer] "));
   EXPECT_TRUE(trace.has("Nr.=2 u=[root] g=[engineering] r=[administrator] "));
-  const std::vector<tag> signoffs = attached(level, FLOW_signoff_attachment);
+  const std::vector<tag> signoffs = listed(FLOW_get_attachments, level, FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[2], SIGNOFF_reject, ""), ORK_ok);
-  info(level, ORK_ok, &year);
+  info(level);
   EXPECT_GT(year, 0) << "the date of the last one";
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
   trace.clear();
-  EXPECT_EQ(info(level, ORK_ok, &year), "root");
+  EXPECT_EQ(info(level), "root");
   EXPECT_TRUE(trace.has("Nr.=0 g="));
   EXPECT_FALSE(trace.has("Nr.=1")) << "no further than the one that approves";
-  for (const char* operation : {"FLOW_get_job", "FLOW_get_type_tasks", "FLOW_get_attachments",
-                                "SIGNOFF_get_signoff_decision", "ORG_get_current_groupmember"}) {
-    fail(operation);
-    EXPECT_EQ(info(level, failure, &year), "");
-  }
 }
 
 // --------------------------------------------------------------------------- handler targets
@@ -449,28 +310,22 @@ TEST_F(Workflow, AHandlerGetsItsJobAndTargets) {
   const tag job = start("Review", {item, revision});
   const FLOW_action_message_s message{tasks(job)[1], 0, 0, ""};
   tag found_job = NULLTAG;
-  const auto targets = [&](int status) {
+  const auto fails = [&](int status) {
     int count = 99;
     tag* found = nullptr;
     EXPECT_EQ(ZOLP_getRHTargetObjects(&message, &found_job, &count, &found), status);
-    return status == ORK_ok ? take(count, found) : std::vector<tag>(found, found);
   };
-  EXPECT_THAT(calls([&] { EXPECT_THAT(targets(ORK_ok), ElementsAre(item, revision)); }),
-              ElementsAre("FLOW_get_job", "FLOW_get_root_task", "FLOW_get_attachments",
-                          "TYPE_get_object_type", "TYPE_get_class_name", "TYPE_get_object_type",
-                          "TYPE_get_class_name"));
+  EXPECT_THAT(listed(ZOLP_getRHTargetObjects, &message, &found_job), ElementsAre(item, revision));
   EXPECT_EQ(found_job, job);
   EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [2]"));
   EXPECT_TRUE(trace.has("TARGET[2]: CLASS = [ItemRevision]"));
   fail("TYPE_get_object_type", 2);
-  targets(failure);
+  fails(failure);
   EXPECT_TRUE(trace.has("Error by exit status! File;zolp_handler_utils.cpp [Line:"));
   EXPECT_TRUE(trace.has("<-ERROR:ZOLP_getRHTargetObjects zolp_handler_utils.cpp:"));
-  fail("FLOW_get_job");
-  targets(failure);
   tag objects[] = {item, revision};
   EXPECT_EQ(ZOLP_remove_attachments(job, 2, objects), ORK_ok);
-  targets(FLOW_target_object_not_attached);
+  fails(FLOW_target_object_not_attached);
   EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [0]"));
   EXPECT_TRUE(
       trace.has("Error FLOW_target_object_not_attached! File:zolp_handler_utils.cpp [Line"));
@@ -480,17 +335,11 @@ TEST_F(Workflow, AHandlerGetsItsJobAndTargets) {
 
 TEST_F(Workflow, DeletingAJobTwiceIsNoFailure) {
   const tag job = start("Review", {item});
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_deleteJob(job), ORK_ok); }),
-              ElementsAre("STORE_instance_exists", "STORE_refresh_instances", "OBJ_delete"));
+  EXPECT_EQ(ZOLP_deleteJob(job), ORK_ok);
   EXPECT_TRUE(trace.has("Job = " + std::to_string(job)));
   EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_deleteJob(job), ORK_ok); }),
               ElementsAre("STORE_instance_exists"));
   EXPECT_TRUE(trace.has("Job does not exist, nothing to delete!"));
-  const tag kept = start("Review");
-  for (const char* operation : {"STORE_instance_exists", "STORE_refresh_instances", "OBJ_delete"}) {
-    fail(operation);
-    EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_deleteJob(kept), failure); }).back(), operation);
-  }
 }
 
 TEST_F(Workflow, DatasetsOfTargetsAreReported) {
@@ -502,10 +351,8 @@ TEST_F(Workflow, DatasetsOfTargetsAreReported) {
     std::fclose(file);
     return folder.read("report");
   };
-  tag type = NULLTAG;
-  tag relation = NULLTAG;
-  EXPECT_EQ(REL_find_relation_type("Documents", &type), ORK_ok);
-  EXPECT_EQ(REL_create_relation(revision, item, type, NULLTAG, &relation), ORK_ok);
+  const tag relation = asked(REL_create_relation, revision, item,
+                             asked(REL_find_relation_type, "Documents"), NULLTAG);
   const std::string id = "4711/A-Gearbox            ";
   const std::string line = id + "Dataset                   ";
   const std::string expected =
@@ -515,13 +362,6 @@ TEST_F(Workflow, DatasetsOfTargetsAreReported) {
   EXPECT_EQ(trace.count("answer:<false>"), 1);
   EXPECT_EQ(trace.count("verdict:<true>"), 2);
   EXPECT_EQ(trace.count("verdict:<false>"), 1);
-  fail("STORE_class_of_instance", 3);
-  EXPECT_EQ(report(ORK_ok), line + "notes                    \n")
-      << "a failing test is passed over";
-  fail("WSO_get_name", 2);
-  EXPECT_EQ(report(failure), line + "drawing                  \n");
-  fail("ITEM_list_all_rev_attachments");
-  EXPECT_EQ(report(failure), "");
   fail("STORE_class_of_instance");
   testing::internal::CaptureStdout();
   EXPECT_EQ(report(failure), "");
@@ -533,12 +373,6 @@ TEST_F(Workflow, DatasetsOfTargetsAreReported) {
 
 TEST_F(Workflow, TargetsAreFiledOnTheSecondCall) {
   const tag job = start("Review", {item, revision});
-  const auto contents = [](tag folder) {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(FOLDER_list_instances(folder, &count, &found), ORK_ok);
-    return take(count, found);
-  };
   const auto move = [&](const char* name, int status) {
     return calls([&] { EXPECT_EQ(ZOLP_moveTargetToFolder(job, name, "For parts"), status); });
   };
@@ -548,34 +382,13 @@ TEST_F(Workflow, TargetsAreFiledOnTheSecondCall) {
                           "WSO_get_object_type", "FOLDER_create", "OBJ_save"))
       << "an item and a revision bear the name, and no folder";
   EXPECT_TRUE(trace.has("folder:<Gearbox> description:<For parts>"));
-  EXPECT_THAT(move("Shelf", ORK_ok), ElementsAre("WSO_find", "FOLDER_create", "OBJ_save"));
-  int count = 0;
-  tag* found = nullptr;
-  EXPECT_EQ(WSO_find("Shelf", &count, &found), ORK_ok);
-  const std::vector<tag> folders = take(count, found);
+  move("Shelf", ORK_ok);
+  const std::vector<tag> folders = listed(WSO_find, "Shelf");
   ASSERT_EQ(folders.size(), 1u);
-  EXPECT_THAT(contents(folders[0]), IsEmpty());
-  const std::vector<std::string> filing = {"WSO_find",
-                                           "WSO_get_name",
-                                           "WSO_get_object_type",
-                                           "FLOW_get_root_task",
-                                           "FLOW_get_attachments",
-                                           "OBJ_refresh",
-                                           "FOLDER_insert_instances",
-                                           "OBJ_save",
-                                           "OBJ_refresh",
-                                           "OBJ_unload"};
-  EXPECT_EQ(move("Shelf", ORK_ok), filing);
+  EXPECT_THAT(listed(FOLDER_list_instances, folders[0]), IsEmpty());
+  move("Shelf", ORK_ok);
   EXPECT_TRUE(trace.has("->OBJ_unlock(...) zolp_handler_utils.cpp:"));
-  EXPECT_THAT(contents(folders[0]), ElementsAre(item, revision));
-  int state = 0;
-  EXPECT_EQ(STORE_get_instance_state(folders[0], &state), ORK_ok);
-  fail("FOLDER_insert_instances");
-  EXPECT_EQ(move("Shelf", 1).back(), "FOLDER_insert_instances");
-  for (const char* operation : {"WSO_find", "WSO_get_name", "WSO_get_object_type", "OBJ_save"}) {
-    fail(operation);
-    EXPECT_EQ(move("Shelf", failure).back(), operation);
-  }
+  EXPECT_THAT(listed(FOLDER_list_instances, folders[0]), ElementsAre(item, revision));
 }
 
 TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
@@ -594,15 +407,8 @@ TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
     EXPECT_EQ(buffer[ZOLP_JOB_NAME_SIZE + 1], '#');
     return std::to_string(status) + " " + buffer;
   };
-  const auto jobs = [] {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(FLOW_find_jobs(nullptr, &count, &found), ORK_ok);
-    return take(count, found).size();
-  };
-  EXPECT_THAT(calls([&] { EXPECT_EQ(release("TMP", "Release"), "0 TMP1700000000"); }),
-              ElementsAre("FLOW_find_process_template", "FLOW_create_process",
-                          "STORE_instance_exists", "STORE_refresh_instances", "OBJ_delete"));
+  const auto jobs = [] { return listed(FLOW_find_jobs, nullptr).size(); };
+  EXPECT_EQ(release("TMP", "Release"), "0 TMP1700000000");
   EXPECT_TRUE(trace.has("ObjCount        = 2"));
   EXPECT_TRUE(trace.has("szProcedureName = Release"));
   EXPECT_TRUE(trace.has("job name <TMP1700000000>"));
@@ -618,9 +424,6 @@ TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
             std::to_string(FLOW_unknown_process_template) + " TMP1700000000");
   EXPECT_EQ(release("TMP", "Broken"), "1 TMP1700000000");
   EXPECT_EQ(jobs(), 1u) << "one that was stopped stays";
-  fail("OBJ_delete");
-  EXPECT_EQ(release("TMP", "Release"), "1 TMP1700000000");
-  EXPECT_EQ(jobs(), 2u);
 }
 
 }  // namespace

@@ -55,6 +55,22 @@ inline std::string structure_seed(const std::string& description) {
   return seed + R"(], "structures": [)" + structures + "]}";
 }
 
+/** A list that a walk over lines appends to. */
+struct List {
+  ~List() { MEM_free(array); }
+  std::vector<tag> tags() const { return {array, array + count}; }
+
+  int count = 0;
+  tag* array = nullptr;
+};
+
+/** A text that the library handed out. */
+inline std::string take(char* text) {
+  const std::string copy = text != nullptr ? text : "(null)";
+  MEM_free(text);
+  return copy;
+}
+
 class StructureSite : public Site {
  public:
   StructureSite() { log_in(); }
@@ -80,28 +96,17 @@ class StructureSite : public Site {
   }
 
   static tag find(const char* item_id, const char* revision_id = nullptr) {
-    tag object = NULLTAG;
-    EXPECT_EQ(ork_host_find_item(item_id, revision_id, &object), ORK_ok);
-    return object;
+    return asked(ork_host_find_item, item_id, revision_id);
   }
 
-  static std::vector<tag> children(tag line) {
-    int count = 0;
-    tag* lines = nullptr;
-    EXPECT_EQ(BOMW_line_get_child_lines(line, &count, &lines), ORK_ok);
-    const std::vector<tag> found(lines, lines + count);
-    MEM_free(lines);
-    return found;
-  }
+  static std::vector<tag> children(tag line) { return listed(BOMW_line_get_child_lines, line); }
 
   static tag child(tag line, std::size_t index) { return children(line).at(index); }
 
   static std::string value(tag line, const char* attribute) {
     char* text = nullptr;
     EXPECT_EQ(OBJ_get_value_string(line, attribute, &text), ORK_ok);
-    const std::string found = text != nullptr ? text : "(null)";
-    MEM_free(text);
-    return found;
+    return take(text);
   }
 
   /** Values of the lines right below a line. */
