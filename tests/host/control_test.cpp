@@ -56,9 +56,7 @@ TEST_F(DemoSite, TheNthCallOfAnOperationFailsWithoutDoingAnything) {
   EXPECT_EQ(ORG_init_module(), ORK_ok);
   EXPECT_EQ(ORK_set_bypass(0), 4711);
   EXPECT_THAT(last_error(), HasSubstr("4711"));
-  logical has_bypass = 0;
-  ORK_get_bypass(&has_bypass);
-  EXPECT_EQ(has_bypass, 1);
+  EXPECT_TRUE(test::ask(ORK_get_bypass));
   EXPECT_EQ(ORK_set_bypass(0), ORK_ok) << "it fails once";
 
   ork_host_fail_call("ORG_init_module", 1, 1);
@@ -123,8 +121,7 @@ TEST(Site, WhatIsNoSiteIsRefusedAndLeftAsItIs) {
   EXPECT_EQ(ork_host_open(nullptr), ORK_invalid_argument);
   EXPECT_EQ(ork_host_path(), nullptr);
   EXPECT_EQ(ork_host_seed("{}"), ORK_site_not_available);
-  char* json = nullptr;
-  EXPECT_EQ(ork_host_describe("site", &json), ORK_site_not_available);
+  EXPECT_EQ(test::refusal(ork_host_describe, "site"), ORK_site_not_available);
   ork_host_close();
 }
 

@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "demo_site.h"
-#include "ork/item.h"
 #include "ork/obj.h"
 
 using test::DemoSite;
@@ -129,18 +128,13 @@ TEST_F(DemoSite, NamesOfMonthsAreThoseOfTheLanguage) {
 }
 
 TEST_F(DemoSite, UsersSeeDatesInTheDefaultFormat) {
-  ASSERT_EQ(ork_host_seed(R"({"items": [{"id": "000100", "name": "Bracket",
-    "checked_out_by": "wagner", "checked_out_since": "2026-03-05 07:08:09"}]})"),
-            ORK_ok);
+  seed(R"({"items": [{"id": "000100", "name": "Bracket",
+    "checked_out_by": "wagner", "checked_out_since": "2026-03-05 07:08:09"}]})");
   log_in();
-  tag item = NULLTAG;
-  ASSERT_EQ(ork_host_find_item("000100", nullptr, &item), ORK_ok);
-  const auto shown = [item] {
-    char* text = nullptr;
-    EXPECT_EQ(OBJ_UIF_get_value(item, "checked_out_date", &text), ORK_ok) << test::last_error();
-    return test::take(text);
+  const auto shown = [] {
+    return test::ask(OBJ_UIF_get_value, find("000100"), "checked_out_date");
   };
   EXPECT_EQ(shown(), "05-Mar-2026 07:08");
-  ASSERT_EQ(ork_host_seed(R"({"texts": {"en": {"DefaultDateFormat": "%m/%d/%y"}}})"), ORK_ok);
+  seed(R"({"texts": {"en": {"DefaultDateFormat": "%m/%d/%y"}}})");
   EXPECT_EQ(shown(), "03/05/26");
 }
