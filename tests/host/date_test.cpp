@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "demo_site.h"
-#include "ork/obj.h"
 
 using test::DemoSite;
 using testing::HasSubstr;
@@ -125,16 +124,4 @@ TEST_F(DemoSite, NamesOfMonthsAreThoseOfTheLanguage) {
   log_in();
   EXPECT_EQ(text_of(evening, "%b"), "Mar");
   EXPECT_EQ(parts_of("01 M\u00e4r 2026", "%d %b %Y"), "2026 2 1 0 0 0");
-}
-
-TEST_F(DemoSite, UsersSeeDatesInTheDefaultFormat) {
-  seed(R"({"items": [{"id": "000100", "name": "Bracket",
-    "checked_out_by": "wagner", "checked_out_since": "2026-03-05 07:08:09"}]})");
-  log_in();
-  const auto shown = [] {
-    return test::ask(OBJ_UIF_get_value, find("000100"), "checked_out_date");
-  };
-  EXPECT_EQ(shown(), "05-Mar-2026 07:08");
-  seed(R"({"texts": {"en": {"DefaultDateFormat": "%m/%d/%y"}}})");
-  EXPECT_EQ(shown(), "03/05/26");
 }

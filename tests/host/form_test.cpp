@@ -112,10 +112,13 @@ TEST_F(DataSite, DatesFollowTheSitesFormat) {
   } formats[] = {{"%d.%m.%Y, %H:%M", "21.11.2026", "21.11.2026, 13:05"},
                  {"%H.%M on %d/%m/%Y", "00.00 on 21/11/2026", "13.05 on 21/11/2026"},
                  {"%Y%m%d", "20261121", "20261121"}};
+  ASSERT_EQ(OBJ_UIF_set_value(form, "weighed", "05-Mar-2026 07:08"), ORK_ok)
+      << "the shipped format";
   for (const auto& [format, day, day_and_time] : formats) {
     const std::string texts =
         std::string(R"({"texts": {"en": {"DefaultDateFormat": ")") + format + "\"}}}";
-    ASSERT_EQ(seed_file(texts), ORK_invalid_argument) << "a session has unsaved changes";
+    ASSERT_EQ(seed_file(texts), ORK_invalid_argument);
+    EXPECT_THAT(last_error(), HasSubstr("unsaved changes"));
     ASSERT_EQ(OBJ_save(form), ORK_ok);
     ASSERT_EQ(seed_file(texts), ORK_ok) << last_error();
     for (const char* text : {day, day_and_time}) {

@@ -145,5 +145,8 @@ TEST(LockOfProcess, IsSeenWithItsHolderUntilThatDies) {
 
   test::ChildProcess refused({PARTNER_PROGRAM, "hold", path, std::to_string(item)});
   EXPECT_EQ(refused.wait(), 1) << "nor does another process get this one's";
+  EXPECT_EQ(ORK_exit_module(0), ORK_ok);
+  test::ChildProcess granted({PARTNER_PROGRAM, "hold", path, std::to_string(item)});
+  EXPECT_EQ(granted.read_line(), "held") << "locks end with their session";
   ork_host_close();
 }

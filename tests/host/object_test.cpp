@@ -80,16 +80,6 @@ TEST_F(DemoSite, RelationsArePermanentOnceTheyAreSaved) {
   EXPECT_EQ(REL_save_relation(bracket), ORK_invalid_argument);
 }
 
-TEST_F(DemoSite, SeedingIsRefusedWhileChangesAreUnsaved) {
-  log_in();
-  const tag relation = ask(REL_create_relation, find("000100", "B"), find("000200", "A"),
-                           relation_type("VELO_based_on"), NULLTAG);
-  EXPECT_EQ(ork_host_seed(R"({"groups": ["new"]})"), ORK_invalid_argument);
-  EXPECT_THAT(last_error(), HasSubstr("unsaved changes"));
-  EXPECT_EQ(REL_save_relation(relation), ORK_ok);
-  EXPECT_EQ(ork_host_seed(R"({"groups": ["new"]})"), ORK_ok);
-}
-
 TEST_F(DemoSite, TheEndOfASessionKeepsOrDropsWhatWasNotSaved) {
   for (const logical keep_changes : {logical{0}, logical{1}}) {
     log_in();

@@ -153,10 +153,8 @@ TEST(Session, ArgumentsAreUnderstoodInBothForms) {
 
 TEST(Session, ArgumentsAreTheProgramsOwn) {
   test::ChildProcess partner({PARTNER_PROGRAM, "arguments", "-u=Petra W", "-p", "secret", "-g"});
-  EXPECT_EQ(partner.read_line(), "-u Petra W");
-  EXPECT_EQ(partner.read_line(), "-u= Petra W");
-  EXPECT_EQ(partner.read_line(), "-p= secret");
-  EXPECT_EQ(partner.read_line(), "-g ");
-  EXPECT_EQ(partner.read_line(), "-g= (none)");
+  for (const char* line : {"-u Petra W", "-u= Petra W", "-p= secret", "-g ", "-g= (none)"}) {
+    EXPECT_EQ(partner.read_line(), line);
+  }
   EXPECT_EQ(partner.wait(), 0);
 }
