@@ -49,29 +49,6 @@ TEST_F(DemoSite, JournalListsCallsInOrderWithTheirStatuses) {
   ork_host_stop_journal();
 }
 
-TEST_F(DemoSite, TheNthCallOfAnOperationFailsWithoutDoingAnything) {
-  log_in();
-  ork_host_fail_call("ORK_set_bypass", 2, 4711);
-  EXPECT_EQ(ORK_set_bypass(1), ORK_ok);
-  EXPECT_EQ(ORG_init_module(), ORK_ok);
-  EXPECT_EQ(ORK_set_bypass(0), 4711);
-  EXPECT_THAT(last_error(), HasSubstr("4711"));
-  logical has_bypass = 0;
-  ORK_get_bypass(&has_bypass);
-  EXPECT_EQ(has_bypass, 1);
-  EXPECT_EQ(ORK_set_bypass(0), ORK_ok) << "it fails once";
-
-  ork_host_fail_call("ORG_init_module", 1, 1);
-  ork_host_fail_call("ORG_init_module", 2, 2);
-  ork_host_start_journal();
-  EXPECT_EQ(ORG_init_module(), 1);
-  EXPECT_EQ(ORG_init_module(), 2);
-  EXPECT_EQ(ORG_init_module(), ORK_ok);
-  ork_host_stop_journal();
-  EXPECT_THAT(journal(), ElementsAre(Pair("ORG_init_module", 1), Pair("ORG_init_module", 2),
-                                     Pair("ORG_init_module", ORK_ok)));
-}
-
 TEST_F(DemoSite, TheNthCallOfAllOperationsCountsWhatTheJournalRecords) {
   log_in();
   ork_host_fail_call("*", 3, 4711);
@@ -123,8 +100,7 @@ TEST(Site, WhatIsNoSiteIsRefusedAndLeftAsItIs) {
   EXPECT_EQ(ork_host_open(nullptr), ORK_invalid_argument);
   EXPECT_EQ(ork_host_path(), nullptr);
   EXPECT_EQ(ork_host_seed("{}"), ORK_site_not_available);
-  char* json = nullptr;
-  EXPECT_EQ(ork_host_describe("site", &json), ORK_site_not_available);
+  EXPECT_EQ(test::refusal(ork_host_describe, "site"), ORK_site_not_available);
   ork_host_close();
 }
 

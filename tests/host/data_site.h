@@ -10,9 +10,6 @@
 #include "ork/dset.h"
 #include "ork/file.h"
 #include "ork/form.h"
-#include "ork/obj.h"
-#include "ork/rel.h"
-#include "ork/type.h"
 #include "ork/wso.h"
 #include "tests/support/temporary_folder.h"
 
@@ -50,33 +47,21 @@ class DataSite : public ObjectsSite {
   void SetUp() override {
     ObjectsSite::SetUp();
     folder_.write("a.prt", "part a");
-    ASSERT_EQ(seed(data_seed), ORK_ok) << last_error();
+    ASSERT_EQ(seed_file(data_seed), ORK_ok) << last_error();
     log_in();
   }
 
   /** Seeds from a file, so that paths start in its folder. */
-  int seed(const std::string& json) const {
+  int seed_file(const std::string& json) const {
     return ork_host_seed_file(folder_.write("seed.json", json).c_str());
   }
 
-  static tag dataset(const char* name) {
-    tag found = NULLTAG;
-    EXPECT_EQ(DSET_find_dataset(name, &found), ORK_ok);
-    return found;
-  }
+  static tag dataset(const char* name) { return ask(DSET_find_dataset, name); }
 
-  static tag dataset_type(const char* name) {
-    tag found = NULLTAG;
-    EXPECT_EQ(DSET_find_datasettype(name, &found), ORK_ok);
-    return found;
-  }
+  static tag dataset_type(const char* name) { return ask(DSET_find_datasettype, name); }
 
   static tag make_dataset(const char* type, const char* name) {
-    tag made = NULLTAG;
-    EXPECT_EQ(DSET_create_dataset_with_id(dataset_type(type), name, nullptr, "", nullptr, &made),
-              ORK_ok)
-        << last_error();
-    return made;
+    return ask(DSET_create_dataset_with_id, dataset_type(type), name, nullptr, "", nullptr);
   }
 
   tag import_file(const char* name) const {
@@ -96,33 +81,23 @@ class DataSite : public ObjectsSite {
   };
 
   static std::vector<Reference> references(tag dataset) {
-    int count = -1;
-    EXPECT_EQ(DSET_get_dataset_ref_count(dataset, &count), ORK_ok) << last_error();
-    std::vector<Reference> all;
-    for (int i = 0; i < count; ++i) {
-      char name[DSET_name_size + 1];
-      Reference found{};
-      EXPECT_EQ(DSET_find_dataset_named_ref(dataset, i, name, &found.type, &found.object), ORK_ok);
+    std::vector<Reference> all(static_cast<std::size_t>(ask(DSET_get_dataset_ref_count, dataset)));
+    int place = 0;
+    for (Reference& found : all) {
+      char name[DSET_name_size + 1] = "";
+      EXPECT_EQ(DSET_find_dataset_named_ref(dataset, place++, name, &found.type, &found.object),
+                ORK_ok);
       found.name = name;
-      all.push_back(found);
     }
     return all;
   }
 
-  static std::string value(tag object, const char* attribute) {
-    char* text = nullptr;
-    EXPECT_EQ(OBJ_UIF_get_value(object, attribute, &text), ORK_ok) << last_error();
-    return test::take(text);
+  /** An attribute's value as users see it. */
+  static std::string shown(tag object, const char* attribute) {
+    return ask(OBJ_UIF_get_value, object, attribute);
   }
 
   TemporaryFolder folder_;
 };
-
-/** Texts that the host handed out in one block, which is freed here. */
-inline std::vector<std::string> take(int count, char** texts) {
-  const std::vector<std::string> copy(texts, texts + count);
-  MEM_free(texts);
-  return copy;
-}
 
 }  // namespace test

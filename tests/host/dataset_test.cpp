@@ -3,10 +3,13 @@
 #include "ork/dset.h"
 
 #include "data_site.h"
-#include "ork/store.h"
 
+using test::ask;
 using test::DataSite;
+using test::is_valid;
 using test::last_error;
+using test::list;
+using test::refusal;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -14,10 +17,7 @@ using testing::IsEmpty;
 namespace {
 
 std::vector<std::string> reference_names(tag type) {
-  int count = -1;
-  char** names = nullptr;
-  EXPECT_EQ(DSET_get_datasettype_refs(type, &count, &names), ORK_ok) << last_error();
-  return test::take(count, names);
+  return list(DSET_get_datasettype_refs, type);
 }
 
 /** Templates and formats, "*.prt PRT". */
@@ -36,31 +36,18 @@ std::vector<std::string> files_of(tag type, const char* reference) {
 
 /** Name of a type's default tool with its output formats, "TextEditor TEXT". */
 std::string tool_of(tag type) {
-  tag tool = NULLTAG;
-  EXPECT_EQ(DSET_get_datasettype_def_tool(type, &tool), ORK_ok) << last_error();
-  char name[DSET_name_size + 1] = "x";
-  EXPECT_EQ(DSET_get_tool_name(tool, name), ORK_ok);
-  std::string text = name;
-  int count = -1;
-  char** formats = nullptr;
-  EXPECT_EQ(DSET_get_tool_output_formats(tool, &count, &formats), ORK_ok);
-  for (const std::string& format : test::take(count, formats)) {
+  const tag tool = ask(DSET_get_datasettype_def_tool, type);
+  std::string text = ask(DSET_get_tool_name, tool);
+  for (const std::string& format : list(DSET_get_tool_output_formats, tool)) {
     text += " " + format;
   }
   return text;
-}
-
-bool exists(tag object) {
-  logical valid = 0;
-  EXPECT_EQ(STORE_is_tag_valid(object, &valid), ORK_ok);
-  return valid != 0;
 }
 
 }  // namespace
 
 TEST_F(DataSite, TypesKnowToolsReferencesAndFiles) {
   EXPECT_EQ(tool_of(dataset_type("Text")), "TextEditor TEXT");
-  EXPECT_THAT(reference_names(dataset_type("Text")), ElementsAre("Text"));
   EXPECT_THAT(files_of(dataset_type("Text"), "Text"), ElementsAre("*.txt TEXT"));
   EXPECT_THAT(files_of(dataset_type("Image"), "Image"),
               ElementsAre("*.png BINARY", "*.jpg BINARY"));
@@ -79,40 +66,29 @@ TEST_F(DataSite, TypesKnowToolsReferencesAndFiles) {
   EXPECT_EQ(dataset_type("VELO_reference"), NULLTAG);
   EXPECT_EQ(dataset_type("text"), NULLTAG);
 
-  tag tool = 1;
-  EXPECT_EQ(DSET_get_datasettype_def_tool(dataset_type("Drawing"), &tool), DSET_no_default_tool);
-  EXPECT_EQ(tool, NULLTAG);
+  EXPECT_EQ(refusal(DSET_get_datasettype_def_tool, dataset_type("Drawing")), DSET_no_default_tool);
   EXPECT_EQ(last_error(), "The dataset type has no default tool: Drawing");
-  int count = -1;
-  char** texts = nullptr;
-  EXPECT_EQ(DSET_get_datasettype_file_refs(assembly, "part", &count, &texts, &texts),
-            DSET_unknown_reference_name);
-  tag item_type = NULLTAG;
-  EXPECT_EQ(TYPE_find_type("Item", nullptr, &item_type), ORK_ok);
-  EXPECT_EQ(DSET_get_datasettype_refs(item_type, &count, &texts), DSET_not_a_dataset_type);
-  EXPECT_EQ(DSET_get_datasettype_refs(find("000100"), &count, &texts), DSET_not_a_dataset_type);
-  EXPECT_EQ(DSET_get_tool_output_formats(item_type, &count, &texts), DSET_not_a_tool);
-  EXPECT_EQ(DSET_get_datasettype_refs(NULLTAG, &count, &texts), STORE_unknown_tag);
+  EXPECT_EQ(refusal(DSET_get_datasettype_file_refs, assembly, "part"), DSET_unknown_reference_name);
+  const tag item_type = test::type_named("Item");
+  EXPECT_EQ(refusal(DSET_get_datasettype_refs, item_type), DSET_not_a_dataset_type);
+  EXPECT_EQ(refusal(DSET_get_datasettype_refs, find("000100")), DSET_not_a_dataset_type);
+  EXPECT_EQ(refusal(DSET_get_tool_output_formats, item_type), DSET_not_a_tool);
 }
 
 TEST_F(DataSite, DatasetsKeepToolFormatLimitAndReferencesInOrder) {
   const tag made = make_dataset("Model", "frame");
-  tag tool = NULLTAG;
-  ASSERT_EQ(DSET_get_datasettype_def_tool(dataset_type("Model"), &tool), ORK_ok);
+  const tag tool = ask(DSET_get_datasettype_def_tool, dataset_type("Model"));
   EXPECT_EQ(DSET_set_dataset_tool(made, tool), ORK_ok);
   EXPECT_EQ(DSET_set_dataset_tool(made, find("000100")), DSET_not_a_tool);
   EXPECT_EQ(DSET_set_dataset_format(made, std::string(DSET_name_size, 'f').c_str()), ORK_ok);
   EXPECT_EQ(DSET_set_dataset_format(made, std::string(DSET_name_size + 1, 'f').c_str()),
             STORE_value_too_long);
-  int limit = 0;
-  EXPECT_EQ(DSET_get_dataset_def_rev_limit(&limit), ORK_ok);
-  EXPECT_EQ(limit, 3);
+  EXPECT_EQ(ask(DSET_get_dataset_def_rev_limit), 3);
   const char* const preferred[] = {"7", "3 or so"};
   ASSERT_EQ(ork_host_set_preference("DSET_default_revision_limit", 1, preferred), ORK_ok);
-  EXPECT_EQ(DSET_get_dataset_def_rev_limit(&limit) | WSO_set_revision_limit(made, limit), ORK_ok);
-  EXPECT_EQ(limit, 7);
+  EXPECT_EQ(WSO_set_revision_limit(made, ask(DSET_get_dataset_def_rev_limit)), ORK_ok);
   ASSERT_EQ(ork_host_set_preference("DSET_default_revision_limit", 1, preferred + 1), ORK_ok);
-  EXPECT_EQ(DSET_get_dataset_def_rev_limit(&limit), ORK_invalid_argument);
+  EXPECT_EQ(refusal(DSET_get_dataset_def_rev_limit), ORK_invalid_argument);
   EXPECT_EQ(WSO_set_revision_limit(made, 0), ORK_invalid_argument);
 
   const tag file = import_file("a.prt");
@@ -132,26 +108,17 @@ TEST_F(DataSite, DatasetsKeepToolFormatLimitAndReferencesInOrder) {
   EXPECT_THAT(references(made), ElementsAre(Reference{"Part", DSET_PART_OF, file},
                                             Reference{"Release", DSET_ASSOCIATION, find("000100")},
                                             Reference{"Part", DSET_PART_OF, other}));
-  tag used = NULLTAG;
-  char format[DSET_name_size + 1];
-  EXPECT_EQ(DSET_get_dataset_tool(made, &used) | DSET_get_dataset_format(made, format), ORK_ok);
-  EXPECT_EQ(used, tool);
-  EXPECT_EQ(std::string(format), std::string(DSET_name_size, 'f'));
-  EXPECT_EQ(value(made, "revision_limit"), "7");
+  EXPECT_EQ(ask(DSET_get_dataset_tool, made), tool);
+  EXPECT_EQ(ask(DSET_get_dataset_format, made), std::string(DSET_name_size, 'f'));
+  EXPECT_EQ(shown(made, "revision_limit"), "7");
 
   int type = -1;
-  tag object = 1;
-  EXPECT_EQ(DSET_get_dataset_named_ref(made, "Part", &type, &object), ORK_ok);
-  EXPECT_EQ(object, file) << "the first of two";
-  EXPECT_EQ(DSET_get_dataset_named_ref(made, "Plan", &type, &object), 9037);
+  EXPECT_EQ(ask(DSET_get_dataset_named_ref, made, "Part", &type), file) << "the first of two";
+  EXPECT_EQ(refusal(DSET_get_dataset_named_ref, made, "Plan"), 9037);
   EXPECT_EQ(last_error(),
             "The dataset has no such named reference: Plan, dataset frame of type Model");
-  EXPECT_EQ(object, NULLTAG);
-  char name[DSET_name_size + 1] = "x";
   for (const int place : {-1, 3}) {
-    EXPECT_EQ(DSET_find_dataset_named_ref(made, place, name, &type, &object),
-              DSET_no_such_reference);
-    EXPECT_STREQ(name, "");
+    EXPECT_EQ(refusal(DSET_find_dataset_named_ref, made, place), DSET_no_such_reference);
   }
 
   EXPECT_EQ(DSET_replace_dataset_named_ref(made, file, "Part", DSET_PART_OF, other),
@@ -164,7 +131,7 @@ TEST_F(DataSite, DatasetsKeepToolFormatLimitAndReferencesInOrder) {
   EXPECT_EQ(references(made)[2], (Reference{"Part", DSET_ASSOCIATION, find("000200")}));
   EXPECT_EQ(OBJ_refresh(made, 0), ORK_ok);
   EXPECT_EQ(references(made)[2].object, other) << "it was not saved";
-  EXPECT_EQ(DSET_get_dataset_ref_count(find("000100"), &type), DSET_not_a_dataset);
+  EXPECT_EQ(refusal(DSET_get_dataset_ref_count, find("000100")), DSET_not_a_dataset);
 }
 
 TEST_F(DataSite, WhatATypeDoesNotNameADatasetMayHoldUnderAnyName) {
@@ -175,8 +142,7 @@ TEST_F(DataSite, WhatATypeDoesNotNameADatasetMayHoldUnderAnyName) {
                                        DSET_PART_OF, find("000100")),
             STORE_value_too_long);
   EXPECT_EQ(references(made).size(), 1U);
-  tag unsaved = NULLTAG;
-  ASSERT_EQ(FORM_create("form", nullptr, "Mass", &unsaved), ORK_ok);
+  const tag unsaved = ask(FORM_create, "form", nullptr, "Mass");
   EXPECT_EQ(DSET_add_dataset_named_ref(made, "Form", DSET_PART_OF, unsaved), ORK_ok);
   EXPECT_EQ(OBJ_save(made), STORE_refers_to_unsaved);
   EXPECT_EQ(OBJ_save(unsaved) | OBJ_save(made), ORK_ok) << last_error();
@@ -186,16 +152,12 @@ TEST_F(DataSite, CopiesShareTheirFilesAndDeletingTheLastDeletesThem) {
   const tag original = dataset("model");
   ASSERT_EQ(OBJ_lock(original), ORK_ok);
   EXPECT_EQ(OBJ_delete(original), STORE_referenced) << "its revision refers to it";
-  int lock = -1;
-  EXPECT_EQ(STORE_get_instance_lock(references(original)[0].object, &lock), ORK_ok);
-  EXPECT_EQ(lock, STORE_no_lock) << "its parts are left as they were";
-  tag copy = NULLTAG;
-  ASSERT_EQ(DSET_copy_dataset_with_id(original, "copy", nullptr, nullptr, &copy), ORK_ok);
+  EXPECT_EQ(test::lock_of(references(original)[0].object), STORE_no_lock)
+      << "its parts are left as they were";
+  const tag copy = ask(DSET_copy_dataset_with_id, original, "copy", nullptr, nullptr);
   EXPECT_THAT(references(copy), testing::ContainerEq(references(original)));
   ASSERT_EQ(OBJ_save(copy), ORK_ok) << last_error();
-  char type[WSO_name_size + 1];
-  EXPECT_EQ(WSO_get_object_type(copy, type), ORK_ok);
-  EXPECT_STREQ(type, "Assembly");
+  EXPECT_EQ(ask(WSO_get_object_type, copy), "Assembly");
   const std::vector<Reference> parts = references(original);
   ASSERT_EQ(parts.size(), 3U);
   const tag linked = import_file("a.prt");
@@ -203,24 +165,20 @@ TEST_F(DataSite, CopiesShareTheirFilesAndDeletingTheLastDeletesThem) {
   EXPECT_EQ(DSET_add_dataset_named_ref(copy, "Part", DSET_ASSOCIATION, linked) | OBJ_save(copy),
             ORK_ok);
 
-  int count = 0;
-  REL_record_s* records = nullptr;
-  ASSERT_EQ(REL_list_all_related_objects(original, &count, &records), ORK_ok);
-  for (int i = 0; i < count; ++i) {
-    ASSERT_EQ(OBJ_lock(records[i].relation) | OBJ_delete(records[i].relation), ORK_ok);
+  for (const auto& record : list(REL_list_all_related_objects, original)) {
+    ASSERT_EQ(OBJ_lock(record.relation) | OBJ_delete(record.relation), ORK_ok);
   }
-  MEM_free(records);
   EXPECT_EQ(OBJ_delete(original), ORK_ok) << last_error();
   for (const Reference& part : parts) {
-    EXPECT_TRUE(exists(part.object)) << "the copy has it";
+    EXPECT_TRUE(is_valid(part.object)) << "the copy has it";
   }
   EXPECT_EQ(FILE_export_file(parts[0].object, folder_.path("out").c_str()), ORK_ok);
   EXPECT_EQ(folder_.read("out"), "part a");
   EXPECT_EQ(OBJ_delete(copy), ORK_ok) << last_error();
   for (const Reference& part : parts) {
-    EXPECT_FALSE(exists(part.object));
+    EXPECT_FALSE(is_valid(part.object));
   }
-  EXPECT_TRUE(exists(linked)) << "a link is no part";
+  EXPECT_TRUE(is_valid(linked)) << "a link is no part";
 }
 
 TEST_F(DataSite, CopiesAndExportsNeedReadAccess) {
@@ -228,15 +186,12 @@ TEST_F(DataSite, CopiesAndExportsNeedReadAccess) {
   const tag file = references(model)[0].object;
   ork_host_close();
   ObjectsSite::SetUp();
-  ASSERT_EQ(seed(test::data_seed), ORK_ok);
-  ASSERT_EQ(seed(R"({"access_rules": [
+  ASSERT_EQ(seed_file(test::data_seed), ORK_ok);
+  seed(R"({"access_rules": [
       {"deny": ["READ"], "to": {"user": "wagner"}, "on": {"class": "Dataset"}},
-      {"deny": ["READ"], "to": {"user": "wagner"}, "on": {"class": "VeloFile"}}]})"),
-            ORK_ok);
+      {"deny": ["READ"], "to": {"user": "wagner"}, "on": {"class": "VeloFile"}}]})");
   log_in_as_designer();
-  tag copy = 1;
-  EXPECT_EQ(DSET_copy_dataset_with_id(model, "copy", nullptr, nullptr, &copy), ACCESS_denied);
-  EXPECT_EQ(copy, NULLTAG);
+  EXPECT_EQ(refusal(DSET_copy_dataset_with_id, model, "copy", nullptr, nullptr), ACCESS_denied);
   EXPECT_EQ(FILE_export_file(file, folder_.path("out").c_str()), ACCESS_denied);
   EXPECT_FALSE(folder_.has("out"));
 }
@@ -248,23 +203,23 @@ TEST_F(DataSite, SeedsAreTakenAnyNumberOfTimesAndFollowTheFiles) {
   const std::string described = test::describe("objects");
   EXPECT_THAT(described, testing::AllOf(HasSubstr("\"b.prt\""), HasSubstr("\"size\": 6")));
   ASSERT_EQ(ORK_exit_module(0), ORK_ok);
-  ASSERT_EQ(seed(test::data_seed), ORK_ok) << last_error();
+  ASSERT_EQ(seed_file(test::data_seed), ORK_ok) << last_error();
   EXPECT_EQ(test::describe("objects"), described);
 
   // Of a name, the last part counts; so it does when the file is looked for.
   const std::string renamed = R"({"items": [{"id": "000100", "name": "Bracket", "revisions": [
       {"id": "A", "datasets": [{"name": "model", "files": [
         {"reference": "Part", "path": "a.prt", "name": "C:\\x\\b.prt"}]}]}]}]})";
-  ASSERT_EQ(seed(renamed), ORK_ok) << last_error();
+  ASSERT_EQ(seed_file(renamed), ORK_ok) << last_error();
   EXPECT_EQ(test::describe("objects"), described);
 
   folder_.write("a.prt", "part A");
-  ASSERT_EQ(seed(test::data_seed), ORK_ok) << last_error();
+  ASSERT_EQ(seed_file(test::data_seed), ORK_ok) << last_error();
   log_in();
   const std::vector<Reference> after = references(model);
   ASSERT_EQ(after.size(), 3U);
   EXPECT_NE(after[0].object, before[0].object);
-  EXPECT_FALSE(exists(before[0].object));
+  EXPECT_FALSE(is_valid(before[0].object));
   EXPECT_EQ(after[2], before[2]);
   EXPECT_EQ(FILE_export_file(after[1].object, folder_.path("out").c_str()), ORK_ok);
   EXPECT_EQ(folder_.read("out"), "part A");
@@ -289,7 +244,7 @@ TEST_F(DataSite, SeedsAreTakenAnyNumberOfTimesAndFollowTheFiles) {
       {R"({"form_types": [{"name": "Mass", "fields": [{"name": "pieces", "kind": "real"}]}]})",
        "the attribute exists with another kind"}};
   for (const auto& [json, why] : slips) {
-    EXPECT_EQ(seed(json), ORK_invalid_argument) << json;
+    EXPECT_EQ(seed_file(json), ORK_invalid_argument) << json;
     EXPECT_THAT(last_error(), HasSubstr(why));
   }
   EXPECT_THAT(references(model), testing::ContainerEq(after));
@@ -297,24 +252,18 @@ TEST_F(DataSite, SeedsAreTakenAnyNumberOfTimesAndFollowTheFiles) {
 
 TEST_F(DataSite, UidsStandForObjectsAndForNothingElse) {
   const tag item = find("000100");
-  char* uid = nullptr;
-  ASSERT_EQ(STORE_tag_to_uid(item, &uid), ORK_ok);
-  const std::string text = test::take(uid);
+  const std::string text = ask(STORE_tag_to_uid, item);
   EXPECT_EQ(text.size(), 14U);
-  tag object = NULLTAG;
-  EXPECT_EQ(STORE_uid_to_tag(text.c_str(), &object), ORK_ok);
-  EXPECT_EQ(object, item);
+  EXPECT_EQ(ask(STORE_uid_to_tag, text.c_str()), item);
   std::string slip = text;
   slip[10] = slip[10] == 'B' ? 'C' : 'B';
   for (const std::string& wrong :
        {slip, std::string(14, 'A'), std::string(), text + "A", text.substr(1), std::string("?")}) {
-    EXPECT_EQ(STORE_uid_to_tag(wrong.c_str(), &object), STORE_unknown_tag) << wrong;
-    EXPECT_EQ(object, NULLTAG);
+    EXPECT_EQ(refusal(STORE_uid_to_tag, wrong.c_str()), STORE_unknown_tag) << wrong;
   }
-  EXPECT_EQ(STORE_tag_to_uid(NULLTAG, &uid), STORE_unknown_tag);
-  EXPECT_EQ(uid, nullptr);
+  EXPECT_EQ(refusal(STORE_tag_to_uid, NULLTAG), STORE_unknown_tag);
   const tag made = make_dataset("Text", "made");
-  EXPECT_EQ(STORE_tag_to_uid(made, &uid) | OBJ_save(made) | OBJ_delete(made), ORK_ok);
-  EXPECT_EQ(STORE_uid_to_tag(uid, &object), STORE_deleted_tag);
-  MEM_free(uid);
+  const std::string uid = ask(STORE_tag_to_uid, made);
+  EXPECT_EQ(OBJ_save(made) | OBJ_delete(made), ORK_ok);
+  EXPECT_EQ(refusal(STORE_uid_to_tag, uid.c_str()), STORE_deleted_tag);
 }

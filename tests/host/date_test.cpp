@@ -4,8 +4,6 @@
 #include <cstdlib>
 
 #include "demo_site.h"
-#include "ork/item.h"
-#include "ork/obj.h"
 
 using test::DemoSite;
 using testing::HasSubstr;
@@ -126,21 +124,4 @@ TEST_F(DemoSite, NamesOfMonthsAreThoseOfTheLanguage) {
   log_in();
   EXPECT_EQ(text_of(evening, "%b"), "Mar");
   EXPECT_EQ(parts_of("01 M\u00e4r 2026", "%d %b %Y"), "2026 2 1 0 0 0");
-}
-
-TEST_F(DemoSite, UsersSeeDatesInTheDefaultFormat) {
-  ASSERT_EQ(ork_host_seed(R"({"items": [{"id": "000100", "name": "Bracket",
-    "checked_out_by": "wagner", "checked_out_since": "2026-03-05 07:08:09"}]})"),
-            ORK_ok);
-  log_in();
-  tag item = NULLTAG;
-  ASSERT_EQ(ork_host_find_item("000100", nullptr, &item), ORK_ok);
-  const auto shown = [item] {
-    char* text = nullptr;
-    EXPECT_EQ(OBJ_UIF_get_value(item, "checked_out_date", &text), ORK_ok) << test::last_error();
-    return test::take(text);
-  };
-  EXPECT_EQ(shown(), "05-Mar-2026 07:08");
-  ASSERT_EQ(ork_host_seed(R"({"texts": {"en": {"DefaultDateFormat": "%m/%d/%y"}}})"), ORK_ok);
-  EXPECT_EQ(shown(), "03/05/26");
 }

@@ -5,6 +5,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 TEST(ErrorStack, KeepsEntriesInOrderWithTheirDetails) {
+  ERR_clear_errors();
   EXPECT_EQ(ERR_store_error_s1(ERR_severity_error, 919246, "Drawing"), ORK_ok);
   EXPECT_EQ(ERR_store_error(ERR_severity_warning, 2002), ORK_ok);
   EXPECT_EQ(ERR_store_error_s1(ERR_severity_information, 4711, nullptr), ORK_ok);

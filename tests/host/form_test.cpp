@@ -3,56 +3,50 @@
 #include "ork/form.h"
 
 #include "data_site.h"
-#include "ork/store.h"
 
+using test::ask;
 using test::DataSite;
 using test::last_error;
+using test::list;
+using test::refusal;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace {
 
-std::vector<std::string> fields(tag form) {
-  int count = -1;
-  char** names = nullptr;
-  EXPECT_EQ(FORM_list_fields(form, &count, &names), ORK_ok) << last_error();
-  return test::take(count, names);
+std::vector<std::string> fields_of(tag form) {
+  return list(FORM_list_fields, form);
 }
 
 }  // namespace
 
 TEST_F(DataSite, FormsHaveTheFieldsOfTheirType) {
-  tag form = NULLTAG;
-  ASSERT_EQ(FORM_create("m", "of the bracket", "ExactMass", &form), ORK_ok) << last_error();
-  EXPECT_THAT(fields(form),
+  tag form = ask(FORM_create, "m", "of the bracket", "ExactMass");
+  EXPECT_THAT(fields_of(form),
               ElementsAre("material", "pieces", "weight", "bought", "weighed", "weigher", "error"));
   ASSERT_EQ(OBJ_UIF_set_value(form, "pieces", "3"), ORK_ok);
   EXPECT_EQ(FORM_initialize(form, "mass", nullptr, "Mass"), FORM_wrong_type);
   EXPECT_EQ(FORM_initialize(form, "mass", nullptr, "ExactMass"), ORK_ok);
-  EXPECT_EQ(value(form, "pieces"), "");
-  EXPECT_EQ(value(form, "object_name"), "mass");
-  EXPECT_EQ(value(form, "object_desc"), "of the bracket");
+  EXPECT_EQ(shown(form, "pieces"), "");
+  EXPECT_EQ(shown(form, "object_name"), "mass");
+  EXPECT_EQ(shown(form, "object_desc"), "of the bracket");
   ASSERT_EQ(OBJ_save(form) | OBJ_refresh(form, 0), ORK_ok);
   EXPECT_EQ(FORM_initialize(form, "late", nullptr, "ExactMass"), STORE_not_locked);
   EXPECT_EQ(FORM_initialize(find("000100"), "x", nullptr, "Mass"), FORM_not_a_form);
 
-  ASSERT_EQ(FORM_create("release", nullptr, "FreigabeInfo", &form), ORK_ok);
-  EXPECT_THAT(fields(form),
+  form = ask(FORM_create, "release", nullptr, "FreigabeInfo");
+  EXPECT_THAT(fields_of(form),
               ElementsAre("UrRevision", "UGezPerson", "UGezDate", "UGepPerson", "UGepDate",
                           "UGesPerson", "UGesDate", "UBauPerson", "UBauDate", "UEndPerson",
                           "UEndDate", "UFreiPerson", "UFreiDate"));
   for (const char* type : {"Text", "mass", "VELO_reference", ""}) {
-    EXPECT_EQ(FORM_create("x", nullptr, type, &form), TYPE_unknown_type) << type;
-    EXPECT_EQ(form, NULLTAG);
+    EXPECT_EQ(refusal(FORM_create, "x", nullptr, type), TYPE_unknown_type) << type;
   }
-  int count = -1;
-  char** names = nullptr;
-  EXPECT_EQ(FORM_list_fields(find("000100"), &count, &names), FORM_not_a_form);
+  EXPECT_EQ(refusal(FORM_list_fields, find("000100")), FORM_not_a_form);
 }
 
 TEST_F(DataSite, ValuesAreWrittenAsUsersWriteThem) {
-  tag form = NULLTAG;
-  ASSERT_EQ(FORM_create("m", nullptr, "Mass", &form), ORK_ok);
+  const tag form = ask(FORM_create, "m", nullptr, "Mass");
   const struct {
     const char* field;
     const char* text;
@@ -68,9 +62,9 @@ TEST_F(DataSite, ValuesAreWrittenAsUsersWriteThem) {
               {"weighed", "21-Nov-2026", "21-Nov-2026"},
               {"weighed", "1-nov-2026 00:00", "01-Nov-2026"},
               {"weighed", "29-Feb-2028 23:59", "29-Feb-2028 23:59"}};
-  for (const auto& [field, text, shown] : good) {
+  for (const auto& [field, text, expected] : good) {
     EXPECT_EQ(OBJ_UIF_set_value(form, field, text), ORK_ok) << last_error();
-    EXPECT_EQ(value(form, field), shown);
+    EXPECT_EQ(shown(form, field), expected);
   }
   const struct {
     const char* field;
@@ -91,10 +85,10 @@ TEST_F(DataSite, ValuesAreWrittenAsUsersWriteThem) {
              {"weighed", "21-Nov-2026 ", "a date such as"},
              {"weighed", "21-Nov-2026 24:00", "a date such as"}};
   for (const auto& [field, text, why] : bad) {
-    const std::string before = value(form, field);
+    const std::string before = shown(form, field);
     EXPECT_EQ(OBJ_UIF_set_value(form, field, text), OBJ_value_not_understood) << text;
     EXPECT_THAT(last_error(), HasSubstr(why));
-    EXPECT_EQ(value(form, field), before);
+    EXPECT_EQ(shown(form, field), before);
   }
   EXPECT_EQ(OBJ_UIF_set_value(form, "material", "9 bytes!!"), STORE_value_too_long);
   EXPECT_EQ(OBJ_UIF_set_value(form, "weigher", "wagner"), STORE_wrong_value_type);
@@ -105,16 +99,12 @@ TEST_F(DataSite, ValuesAreWrittenAsUsersWriteThem) {
   ASSERT_EQ(OBJ_lock(form), ORK_ok);
   for (const char* field : {"material", "pieces", "weight", "bought", "weighed"}) {
     EXPECT_EQ(OBJ_UIF_set_value(form, field, ""), ORK_ok);
-    EXPECT_EQ(value(form, field), "");
+    EXPECT_EQ(shown(form, field), "");
   }
 }
 
 TEST_F(DataSite, DatesFollowTheSitesFormat) {
-  const tag form = [] {
-    tag made = NULLTAG;
-    EXPECT_EQ(FORM_create("m", nullptr, "Mass", &made), ORK_ok);
-    return made;
-  }();
+  const tag form = ask(FORM_create, "m", nullptr, "Mass");
   const struct {
     const char* format;
     const char* day;
@@ -122,37 +112,34 @@ TEST_F(DataSite, DatesFollowTheSitesFormat) {
   } formats[] = {{"%d.%m.%Y, %H:%M", "21.11.2026", "21.11.2026, 13:05"},
                  {"%H.%M on %d/%m/%Y", "00.00 on 21/11/2026", "13.05 on 21/11/2026"},
                  {"%Y%m%d", "20261121", "20261121"}};
+  ASSERT_EQ(OBJ_UIF_set_value(form, "weighed", "05-Mar-2026 07:08"), ORK_ok)
+      << "the shipped format";
   for (const auto& [format, day, day_and_time] : formats) {
-    ASSERT_EQ(seed(std::string(R"({"texts": {"en": {"DefaultDateFormat": ")") + format + "\"}}}"),
-              ORK_invalid_argument)
-        << "a session has unsaved changes";
+    const std::string texts =
+        std::string(R"({"texts": {"en": {"DefaultDateFormat": ")") + format + "\"}}}";
+    ASSERT_EQ(seed_file(texts), ORK_invalid_argument);
+    EXPECT_THAT(last_error(), HasSubstr("unsaved changes"));
     ASSERT_EQ(OBJ_save(form), ORK_ok);
-    ASSERT_EQ(seed(std::string(R"({"texts": {"en": {"DefaultDateFormat": ")") + format + "\"}}}"),
-              ORK_ok)
-        << last_error();
+    ASSERT_EQ(seed_file(texts), ORK_ok) << last_error();
     for (const char* text : {day, day_and_time}) {
       EXPECT_EQ(OBJ_UIF_set_value(form, "weighed", text), ORK_ok) << last_error();
-      EXPECT_EQ(value(form, "weighed"), text);
+      EXPECT_EQ(shown(form, "weighed"), text);
     }
   }
 }
 
 TEST_F(DataSite, SeedsFillMasterFormsAndFormsOfDatasets) {
   const tag item = find("000100");
-  tag relation_type = NULLTAG;
-  ASSERT_EQ(TYPE_find_type("VELO_master_form", nullptr, &relation_type), ORK_ok);
-  int count = -1;
-  tag* forms = nullptr;
-  ASSERT_EQ(REL_list_secondary_objects_only(item, relation_type, &count, &forms), ORK_ok);
-  const std::vector<tag> found = test::take(count, forms);
+  const std::vector<tag> found =
+      list(REL_list_secondary_objects_only, item, test::relation_type("VELO_master_form"));
   ASSERT_EQ(found.size(), 1U);
-  EXPECT_EQ(value(found[0], "object_name"), "Bracket");
-  EXPECT_EQ(value(found[0], "material"), "steel");
-  EXPECT_EQ(value(found[0], "weight"), "1.25");
+  EXPECT_EQ(shown(found[0], "object_name"), "Bracket");
+  EXPECT_EQ(shown(found[0], "material"), "steel");
+  EXPECT_EQ(shown(found[0], "weight"), "1.25");
 
   const tag release = references(dataset("model"))[2].object;
-  EXPECT_EQ(value(release, "object_name"), "Release");
-  EXPECT_EQ(value(release, "UGezDate"), "21-Nov-2026");
-  EXPECT_EQ(value(release, "UGezPerson"), "wagner");
+  EXPECT_EQ(shown(release, "object_name"), "Release");
+  EXPECT_EQ(shown(release, "UGezDate"), "21-Nov-2026");
+  EXPECT_EQ(shown(release, "UGezPerson"), "wagner");
   EXPECT_THAT(test::describe("form_types"), HasSubstr("UrRevision"));
 }

@@ -2,40 +2,23 @@
 
 #include "child_process.h"
 #include "objects_site.h"
-#include "ork/obj.h"
-#include "ork/rel.h"
-#include "ork/store.h"
 #include "tests/support/temporary_folder.h"
 
+using test::ask;
+using test::is_valid;
 using test::last_error;
+using test::list;
+using test::lock_of;
 using test::ObjectsSite;
+using test::refusal;
 using test::take;
+using test::value_of;
 using testing::HasSubstr;
 
 namespace {
 
 int state_of(tag object) {
-  int state = -1;
-  EXPECT_EQ(STORE_get_instance_state(object, &state), ORK_ok) << last_error();
-  return state;
-}
-
-int lock_of(tag object) {
-  int lock = -1;
-  EXPECT_EQ(STORE_get_instance_lock(object, &lock), ORK_ok) << last_error();
-  return lock;
-}
-
-bool is_valid(tag object) {
-  logical valid = 2;
-  EXPECT_EQ(STORE_is_tag_valid(object, &valid), ORK_ok);
-  return valid == 1;
-}
-
-std::string value_of(tag object, const char* attribute) {
-  char* value = nullptr;
-  EXPECT_EQ(OBJ_get_value_string(object, attribute, &value), ORK_ok) << last_error();
-  return take(value);
+  return ask(STORE_get_instance_state, object);
 }
 
 struct Holder {
@@ -91,25 +74,17 @@ TEST_F(ObjectsSite, AnObjectIsLoadedLockedChangedAndSaved) {
 TEST_F(ObjectsSite, ValuesAreOfTheAttributesKind) {
   log_in_as_designer();
   const tag item = find("000300");
-  int count = -1;
-  tag* tags = nullptr;
-  char* text = nullptr;
-  date_s date{};
-  EXPECT_EQ(OBJ_get_value_string(item, "colour", &text), STORE_unknown_attribute);
+  EXPECT_EQ(refusal(OBJ_get_value_string, item, "colour"), STORE_unknown_attribute);
   EXPECT_THAT(last_error(), HasSubstr("Machined has no colour"));
-  EXPECT_EQ(OBJ_get_value_string(item, "owning_user", &text), STORE_wrong_value_type);
+  EXPECT_EQ(refusal(OBJ_get_value_string, item, "owning_user"), STORE_wrong_value_type);
   EXPECT_THAT(last_error(), HasSubstr("owning_user holds a value of kind reference"));
-  EXPECT_EQ(OBJ_get_value_string(item, nullptr, &text), ORK_invalid_argument);
-  EXPECT_EQ(OBJ_get_value_date(item, "object_name", &date), STORE_wrong_value_type);
-  EXPECT_EQ(OBJ_get_value_tags(item, "weights", &count, &tags), STORE_wrong_value_type);
-  EXPECT_EQ(OBJ_get_value_date(item, "date_released", &date), ORK_ok);
-  EXPECT_EQ(date.year, 0) << "the null date";
-  EXPECT_EQ(OBJ_get_value_tags(item, "release_status_list", &count, &tags), ORK_ok);
-  EXPECT_EQ(take(count, tags).size(), 0u);
-  EXPECT_EQ(OBJ_get_value_tags(item, "owning_user", &count, &tags), ORK_ok);
-  tag owner = NULLTAG;
-  EXPECT_EQ(OBJ_get_owner(item, &owner), ORK_ok);
-  EXPECT_EQ(take(count, tags), std::vector<tag>{owner});
+  EXPECT_EQ(refusal(OBJ_get_value_string, item, nullptr), ORK_invalid_argument);
+  EXPECT_EQ(refusal(OBJ_get_value_date, item, "object_name"), STORE_wrong_value_type);
+  EXPECT_EQ(refusal(OBJ_get_value_tags, item, "weights"), STORE_wrong_value_type);
+  EXPECT_EQ(ask(OBJ_get_value_date, item, "date_released").year, 0) << "the null date";
+  EXPECT_EQ(list(OBJ_get_value_tags, item, "release_status_list").size(), 0u);
+  EXPECT_EQ(list(OBJ_get_value_tags, item, "owning_user"),
+            std::vector<tag>{ask(OBJ_get_owner, item)});
 
   ASSERT_EQ(OBJ_lock(item), ORK_ok);
   EXPECT_EQ(OBJ_set_value_string(item, "material", "St 52-3"), ORK_ok);
@@ -129,18 +104,10 @@ TEST_F(ObjectsSite, TagsOfDeletedObjectsAreInvalid) {
   EXPECT_FALSE(is_valid(item));
   EXPECT_FALSE(is_valid(NULLTAG));
   EXPECT_FALSE(is_valid(4'000'000));
-  tag class_id = NULLTAG;
-  STORE_class_id_of_class("Item", &class_id);
-  EXPECT_FALSE(is_valid(class_id)) << "a class is no object";
-
-  int number = 0;
-  int count = 0;
-  REL_record_s* relations = nullptr;
-  EXPECT_EQ(STORE_get_instance_state(item, &number), STORE_deleted_tag);
-  EXPECT_EQ(STORE_get_instance_lock(item, &number), STORE_deleted_tag);
+  EXPECT_FALSE(is_valid(ask(STORE_class_id_of_class, "Item"))) << "a class is no object";
+  EXPECT_EQ(refusal(STORE_get_instance_state, item), STORE_deleted_tag);
   EXPECT_EQ(OBJ_load(item), STORE_deleted_tag);
-  EXPECT_EQ(OBJ_lock(item), STORE_deleted_tag);
-  EXPECT_EQ(REL_list_all_related_objects(item, &count, &relations), STORE_deleted_tag);
+  EXPECT_EQ(refusal(REL_list_all_related_objects, item), STORE_deleted_tag);
   EXPECT_THAT(last_error(), HasSubstr("The object was deleted: object " + std::to_string(item)));
 
   const tag with_revisions = find("000100");
@@ -178,5 +145,8 @@ TEST(LockOfProcess, IsSeenWithItsHolderUntilThatDies) {
 
   test::ChildProcess refused({PARTNER_PROGRAM, "hold", path, std::to_string(item)});
   EXPECT_EQ(refused.wait(), 1) << "nor does another process get this one's";
+  EXPECT_EQ(ORK_exit_module(0), ORK_ok);
+  test::ChildProcess granted({PARTNER_PROGRAM, "hold", path, std::to_string(item)});
+  EXPECT_EQ(granted.read_line(), "held") << "locks end with their session";
   ork_host_close();
 }

@@ -53,13 +53,8 @@ TEST(Memory, ArraysGrowWithZeros) {
 TEST_F(DemoSite, AFailingAllocationIsAStatusOfTheOperation) {
   log_in();
   ork_host_fail_allocation(2);
-  char* text = nullptr;
-  EXPECT_EQ(STORE_get_user_id(&text), ORK_ok);
-  EXPECT_EQ(test::take(text), "build");
-  tag user = 1;
-  EXPECT_EQ(STORE_get_user(&text, &user), ORK_out_of_memory);
-  EXPECT_EQ(text, nullptr);
-  EXPECT_EQ(user, NULLTAG);
+  EXPECT_EQ(test::ask(STORE_get_user_id), "build");
+  EXPECT_EQ(test::refusal(STORE_get_user), ORK_out_of_memory);
 
   void* block = MEM_alloc(1);
   ork_host_fail_allocation(1);

@@ -7,6 +7,11 @@
 #include <vector>
 
 #include "demo_site.h"
+#include "ork/obj.h"
+#include "ork/org.h"
+#include "ork/rel.h"
+#include "ork/store.h"
+#include "ork/type.h"
 
 namespace test {
 
@@ -37,29 +42,32 @@ class ObjectsSite : public DemoSite {
  protected:
   void SetUp() override {
     DemoSite::SetUp();
-    ASSERT_EQ(ork_host_seed(objects_seed), ORK_ok) << last_error();
-  }
-
-  void log_in_as(const char* user, const char* password) {
-    ASSERT_EQ(ORK_init_module(user, password, nullptr), ORK_ok) << last_error();
-  }
-  void log_in_as_designer() { log_in_as("wagner", "let me in"); }
-
-  static tag find(const char* item_id, const char* revision_id = nullptr) {
-    tag object = NULLTAG;
-    EXPECT_EQ(ork_host_find_item(item_id, revision_id, &object), ORK_ok);
-    EXPECT_NE(object, NULLTAG) << item_id;
-    return object;
+    seed(objects_seed);
   }
 };
 
-/** The elements of an array that the host handed out, which is freed here. */
-template <typename Element>
-std::vector<Element> take(int count, Element* array) {
-  EXPECT_EQ(count == 0, array == nullptr);
-  const std::vector<Element> elements(array, array + count);
-  MEM_free(array);
-  return elements;
+inline tag type_named(const char* name, const char* class_name = nullptr) {
+  return ask(TYPE_find_type, name, class_name);
+}
+
+inline tag relation_type(const char* name) {
+  return ask(REL_find_relation_type, name);
+}
+
+inline tag user_named(const char* id) {
+  return ask(ORG_find_user, id);
+}
+
+inline int lock_of(tag object) {
+  return ask(STORE_get_instance_lock, object);
+}
+
+inline bool is_valid(tag object) {
+  return ask(STORE_is_tag_valid, object);
+}
+
+inline std::string value_of(tag object, const char* attribute) {
+  return ask(OBJ_get_value_string, object, attribute);
 }
 
 /** A date, for comparison. */

@@ -44,19 +44,6 @@ int hold(const char* path, tag object) {
   std::_Exit(0);
 }
 
-/** Saves an object over and over, each time with the same text in two attributes. */
-int save_forever(const char* path, tag object) {
-  host::Database database(path);
-  host::Store store(database);
-  store.lock(object);
-  for (int i = 1;; ++i) {
-    store.set(object, "object_name", std::to_string(i));
-    store.set(object, "object_desc", std::to_string(i));
-    store.save(object);
-    say(std::to_string(i));
-  }
-}
-
 /** Imports a file twice, saves one of them and says which, and works on until it is killed. */
 int import_and_stay(const char* path, const char* file_path) {
   std::FILE* const source = std::fopen(file_path, "w");
@@ -76,14 +63,10 @@ int import_and_stay(const char* path, const char* file_path) {
   return 0;
 }
 
-void say_argument(const char* option) {
-  const char* value = ORK_get_cli_argument(option);
-  say(std::string(option) + " " + (value != nullptr ? value : "(none)"));
-}
-
 int say_arguments() {
   for (const char* option : {"-u", "-u=", "-p=", "-g", "-g="}) {
-    say_argument(option);
+    const char* value = ORK_get_cli_argument(option);
+    say(std::string(option) + " " + (value != nullptr ? value : "(none)"));
   }
   return 0;
 }
@@ -98,9 +81,6 @@ int main(int count, char** arguments) {
     }
     if (command == "hold") {
       return hold(arguments[2], static_cast<tag>(std::atoi(arguments[3])));
-    }
-    if (command == "save") {
-      return save_forever(arguments[2], static_cast<tag>(std::atoi(arguments[3])));
     }
     if (command == "import") {
       return import_and_stay(arguments[2], arguments[3]);

@@ -1,21 +1,18 @@
 #include "demo_site.h"
 #include "ork/pref.h"
 
+using test::ask;
 using test::DemoSite;
-using test::take;
+using test::refusal;
 
 namespace {
 
 int value_count(const char* name) {
-  int count = -1;
-  EXPECT_EQ(PREF_get_value_count(name, &count), ORK_ok);
-  return count;
+  return ask(PREF_get_value_count, name);
 }
 
 std::string value(const char* name, int index) {
-  char* text = nullptr;
-  PREF_get_char_value(name, index, &text);
-  return take(text);
+  return ask(PREF_get_char_value, name, index);
 }
 
 void set(const char* name, const std::vector<const char*>& values) {
@@ -31,39 +28,25 @@ TEST_F(DemoSite, PreferencesHaveAnyNumberOfValues) {
   EXPECT_EQ(value_count("Receivers"), 3);
   EXPECT_EQ(value_count("separator"), 0);
   EXPECT_EQ(value("Separator", 0), "/");
-  EXPECT_EQ(value("Receivers", 1), "build");
   EXPECT_EQ(value("Receivers", 2), "");
-
-  char* text = nullptr;
-  EXPECT_EQ(PREF_get_char_value("Receivers", 3, &text), PREF_value_not_found);
-  EXPECT_EQ(PREF_get_char_value("Receivers", -1, &text), PREF_value_not_found);
-  EXPECT_EQ(PREF_get_char_value("separator", 0, &text), PREF_value_not_found);
-  EXPECT_EQ(text, nullptr);
-  EXPECT_EQ(PREF_get_char_value(nullptr, 0, &text), ORK_invalid_argument);
-
-  int count = -1;
-  char** values = nullptr;
-  ASSERT_EQ(PREF_get_char_values("Receivers", &count, &values), ORK_ok);
-  EXPECT_THAT(std::vector<std::string>(values, values + count),
+  EXPECT_EQ(refusal(PREF_get_char_value, "Receivers", 3), PREF_value_not_found);
+  EXPECT_EQ(refusal(PREF_get_char_value, "Receivers", -1), PREF_value_not_found);
+  EXPECT_EQ(refusal(PREF_get_char_value, "separator", 0), PREF_value_not_found);
+  EXPECT_EQ(refusal(PREF_get_char_value, nullptr, 0), ORK_invalid_argument);
+  EXPECT_THAT(test::list(PREF_get_char_values, "Receivers"),
               testing::ElementsAre("wagner", "build", ""));
-  MEM_free(values);  // all of it in one block: the fixture counts
-  EXPECT_EQ(PREF_get_char_values("Unknown", &count, &values), ORK_ok);
-  EXPECT_EQ(count, 0);
-  EXPECT_EQ(values, nullptr);
+  EXPECT_THAT(test::list(PREF_get_char_values, "Unknown"), testing::IsEmpty());
 }
 
 TEST_F(DemoSite, LogicalPreferencesTakeTheUsualWords) {
   log_in();
   PREF_initialize();
-  logical value = 7;
-  EXPECT_EQ(PREF_get_logical_value("Mail", 0, &value), ORK_ok);
-  EXPECT_EQ(value, 1);
+  EXPECT_TRUE(ask(PREF_get_logical_value, "Mail", 0));
   set("Words", {"TRUE", "Yes", "on", "1", "False", "NO", "off", "0", "ja", ""});
   for (int i = 0; i < 8; ++i) {
-    EXPECT_EQ(PREF_get_logical_value("Words", i, &value), ORK_ok);
-    EXPECT_EQ(value, i < 4 ? 1 : 0) << i;
+    EXPECT_EQ(ask(PREF_get_logical_value, "Words", i), i < 4) << i;
   }
-  value = 7;
+  logical value = 7;
   EXPECT_EQ(PREF_get_logical_value("Words", 8, &value), PREF_value_not_logical);
   EXPECT_EQ(PREF_get_logical_value("Words", 9, &value), PREF_value_not_logical);
   EXPECT_EQ(PREF_get_logical_value("Words", 10, &value), PREF_value_not_found);
@@ -71,17 +54,15 @@ TEST_F(DemoSite, LogicalPreferencesTakeTheUsualWords) {
 }
 
 TEST_F(DemoSite, PreferencesAreReadOncePerSessionAndFollowTheControlInterface) {
-  int count = -1;
   EXPECT_EQ(PREF_initialize(), ORK_not_logged_in);
-  EXPECT_EQ(PREF_get_value_count("Separator", &count), ORK_not_logged_in);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(refusal(PREF_get_value_count, "Separator"), ORK_not_logged_in);
   log_in();
-  EXPECT_EQ(PREF_get_value_count("Separator", &count), ORK_ok);
+  EXPECT_EQ(value_count("Separator"), 1);
   set("Separator", {"-", "_"});
   EXPECT_EQ(value("Separator", 1), "_");
   set("Separator", {});
   EXPECT_EQ(value_count("Separator"), 0);
-  ASSERT_EQ(ork_host_seed(R"({"preferences": {"Separator": "#"}})"), ORK_ok);
+  seed(R"({"preferences": {"Separator": "#"}})");
   EXPECT_EQ(PREF_initialize(), ORK_ok);
   EXPECT_EQ(value("Separator", 0), "#");
   ORK_exit_module(1);

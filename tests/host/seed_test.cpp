@@ -10,21 +10,13 @@ using test::last_error;
 using testing::HasSubstr;
 using testing::Not;
 
-TEST_F(DemoSite, SeedingTwiceIsSeedingOnce) {
-  const std::string before = describe(nullptr);
-  ASSERT_EQ(ork_host_seed(test::demo_seed), ORK_ok) << last_error();
-  EXPECT_EQ(describe(nullptr), before);
-}
-
 TEST_F(DemoSite, SeedingChangesWhatExists) {
-  ASSERT_EQ(ork_host_seed(R"({
+  seed(R"({
     "site": {"automatic_login": "wagner"},
     "groups": [{"name": "design", "description": "Design office"}],
     "users": [{"id": "wagner", "name": "Petra Wagner-Beck", "password": "new one"}],
     "items": [{"id": "000100", "name": "Holder", "owner": "wagner",
-               "revisions": [{"id": "C"}]}]})"),
-            ORK_ok)
-      << last_error();
+               "revisions": [{"id": "C"}]}]})");
   EXPECT_EQ(ORK_init_module("wagner", "let me in", nullptr), ORK_wrong_password);
   EXPECT_EQ(ORK_init_module("wagner", "new one", nullptr), ORK_ok) << "still a member";
   EXPECT_THAT(describe("users"), HasSubstr("Wagner-Beck"));
@@ -32,28 +24,6 @@ TEST_F(DemoSite, SeedingChangesWhatExists) {
   EXPECT_THAT(describe("objects"),
               testing::AllOf(HasSubstr("000100-Holder"), HasSubstr("000100/A-Bracket"),
                              HasSubstr("000100/C-Holder")));
-}
-
-TEST_F(DemoSite, ClassesAndTypesGrowWithTheSite) {
-  ASSERT_EQ(ork_host_seed(R"({
-    "classes": [{"name": "Machined", "parent": "Item", "attributes": [
-                   {"name": "material", "kind": "text", "length": 40},
-                   {"name": "weights", "kind": "real", "list": true}]}],
-    "types": [{"name": "Part", "parent": "Item"},
-              {"name": "Turned", "parent": "Part", "class": "Machined"},
-              {"name": "Text", "parent": "Dataset"}],
-    "relation_types": ["Documentation"],
-    "items": [{"id": "000300", "name": "Shaft", "type": "Turned", "revisions": [
-                {"id": "A", "datasets": [
-                  {"name": "t", "type": "Text", "relation": "Documentation"}]}]}]})"),
-            ORK_ok)
-      << last_error();
-  EXPECT_THAT(describe("classes"), HasSubstr("\"material\""));
-  EXPECT_THAT(describe("objects"), HasSubstr("\"class\": \"Machined\""));
-  EXPECT_THAT(describe("relations"), HasSubstr("\"type\": \"Documentation\""));
-  tag item = NULLTAG;
-  ork_host_find_item("000300", nullptr, &item);
-  EXPECT_NE(item, NULLTAG) << "instances of a subclass are items";
 }
 
 TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
@@ -65,21 +35,16 @@ TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
       {R"({"groups": ["x"], )", "line 1"},
       {R"([])", "the seed: expected an object, found array"},
       {R"({"group": []})", "/group: is not known here"},
-      {R"({"groups": {}})", "/groups: expected an array, found object"},
       {R"({"groups": ["new", 3]})", "/groups/1: expected an object"},
       {R"({"groups": [""]})", "/groups/0: must not be empty"},
       {R"({"groups": ["a\u0000b"]})", "/groups/0: must not contain a NUL"},
       {R"({"groups": ["a group's name of more than 32 bytes"]})", "/groups/0: The text is longer"},
-      {R"({"groups": ["new"], "users": [{"name": "x"}]})", "/users/0: expected a member \"id\""},
       {R"({"users": [{"id": "x", "administrator": "yes"}]})",
        "/users/0/administrator: expected true or false, found string"},
-      {R"({"users": [{"id": "wagner", "password": ""}]})", "/users/0/password: must not be empty"},
       {R"({"users": [{"id": "x", "memberships": [{"group": "desing", "role": "Designer"}]}]})",
        "/users/0/memberships/0/group: there is no group \"desing\""},
       {R"({"users": [{"id": "wagner", "default_group": "dba"}]})",
        "/users/0/default_group: the user is not a member"},
-      {R"({"groups": ["new"], "site": {"automatic_login": "nobody"}})",
-       "/site/automatic_login: there is no user \"nobody\""},
       {R"({"classes": [{"name": "C", "parent": "Itme"}]})", "/classes/0/parent: there is no class"},
       {R"({"classes": [{"name": "Item", "parent": "Object"}]})", "/classes/0/parent: the class"},
       {R"({"classes": [{"name": "C", "parent": "Item", "attributes": [
@@ -107,11 +72,6 @@ TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
       {R"({"items": [{"id": "000100", "name": "n", "statuses": [{"name": "R",
           "date": "2026-02-29"}]}]})",
        "/items/0/statuses/0/date: expected a date"},
-      {R"({"items": [{"id": "000100", "name": "n", "statuses": [{"name": "R",
-          "date": "2026-02-28 24:00:00"}]}]})",
-       "/items/0/statuses/0/date: expected a date"},
-      {R"({"items": [{"id": "000100", "name": "n", "checked_out_by": "nobody"}]})",
-       "/items/0/checked_out_by: there is no user"},
       {R"({"items": [{"id": "000100", "name": "n", "checked_out_since": "2026-01-01"}]})",
        "/items/0/checked_out_since: the object is not checked out"},
       {R"({"access_rules": [{"to": "world", "on": {"class": "Item"}}]})",
@@ -124,8 +84,6 @@ TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
        "/access_rules/0/to: expected owner"},
       {R"({"access_rules": [{"deny": ["READ"], "to": {}, "on": {"class": "Item"}}]})",
        "/access_rules/0/to: expected one member"},
-      {R"({"access_rules": [{"deny": ["READ"], "to": "world", "on": {"class": "Itme"}}]})",
-       "/access_rules/0/on/class: there is no class"},
       {R"({"relations": [{"type": "VELO_reference", "primary": {"item": "000100"},
           "secondary": {"item": "000100", "revision": "Z"}}]})",
        "/relations/0/secondary/revision: the item has no revision \"Z\""},

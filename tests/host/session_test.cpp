@@ -3,13 +3,11 @@
 #include <set>
 
 #include "child_process.h"
-#include "demo_site.h"
+#include "objects_site.h"
 #include "ork/dset.h"
-#include "ork/obj.h"
-#include "ork/org.h"
-#include "ork/store.h"
 #include "tests/support/temporary_folder.h"
 
+using test::ask;
 using test::DemoSite;
 using test::error_texts;
 using test::last_error;
@@ -42,9 +40,7 @@ TEST_F(DemoSite, LoginTellsWhatIsWrongByCodeAndText) {
     EXPECT_EQ(ORK_init_module(login.user, login.password, login.group), login.status);
     EXPECT_THAT(last_error(), HasSubstr(login.detail));
     EXPECT_THAT(last_error(), Not(HasSubstr("let me")));
-    char* general = nullptr;
-    ERR_get_error_text(login.status, &general);
-    texts.insert(take(general));
+    texts.insert(ask(ERR_get_error_text, login.status));
     EXPECT_EQ(ORK_set_journalling(1), ORK_not_logged_in);
   }
   EXPECT_EQ(texts.size(), 5u);
@@ -59,67 +55,44 @@ TEST_F(DemoSite, LoginTellsWhatIsWrongByCodeAndText) {
 
 TEST_F(DemoSite, SessionKnowsItsUserGroupAndRole) {
   const auto expect_session = [](const char* name, const char* id, const char* group,
-                                 const char* role, logical is_administrator) {
+                                 const char* role, bool is_administrator) {
     char* text = nullptr;
-    tag found = NULLTAG;
-    tag current = NULLTAG;
-    EXPECT_EQ(STORE_get_user(&text, &current), ORK_ok);
+    EXPECT_EQ(ask(STORE_get_user, &text), test::user_named(id));
     EXPECT_EQ(take(text), name);
-    EXPECT_EQ(ORG_find_user(id, &found), ORK_ok);
-    EXPECT_EQ(found, current);
-    EXPECT_EQ(STORE_get_user_id(&text), ORK_ok);
-    EXPECT_EQ(take(text), id);
-    EXPECT_EQ(STORE_get_group(&text, &current), ORK_ok);
+    EXPECT_EQ(ask(STORE_get_user_id), id);
+    EXPECT_EQ(ask(STORE_get_group, &text), ask(ORG_find_group, group));
     EXPECT_EQ(take(text), group);
-    EXPECT_EQ(ORG_find_group(group, &found), ORK_ok);
-    EXPECT_EQ(found, current);
-    char role_name[ORG_name_size + 1];
-    EXPECT_EQ(ORG_get_current_role(&current), ORK_ok);
-    EXPECT_EQ(ORG_get_role_name(current, role_name), ORK_ok);
-    EXPECT_STREQ(role_name, role);
-    logical verdict = 2;
-    EXPECT_EQ(STORE_is_user_sa(&verdict), ORK_ok);
-    EXPECT_EQ(verdict, is_administrator);
+    EXPECT_EQ(ask(ORG_get_role_name, ask(ORG_get_current_role)), role);
+    EXPECT_EQ(ask(STORE_is_user_sa), is_administrator);
   };
 
-  ASSERT_EQ(ORK_auto_login(), ORK_ok);
-  expect_session("Nightly build", "build", "design", "Designer", 1);
-  tag user = 1;
-  EXPECT_EQ(ORG_find_user("nobody", &user), ORK_ok);
-  EXPECT_EQ(user, NULLTAG);
-  char name[ORG_name_size + 1] = "x";
-  EXPECT_EQ(ORG_get_current_role(&user), ORK_ok);
-  EXPECT_EQ(STORE_get_user(nullptr, &user), ORK_invalid_argument);
-  EXPECT_EQ(ORG_find_user("wagner", &user), ORK_ok);
-  EXPECT_EQ(ORG_get_role_name(user, name), ORG_not_a_role);
-  EXPECT_STREQ(name, "");
+  log_in();
+  expect_session("Nightly build", "build", "design", "Designer", true);
+  EXPECT_EQ(test::user_named("nobody"), NULLTAG);
+  EXPECT_EQ(test::refusal(ORG_get_role_name, test::user_named("wagner")), ORG_not_a_role);
   EXPECT_EQ(ORG_init_module() | DSET_init_module() | OBJ_init_module(), ORK_ok);
   EXPECT_EQ(ORK_exit_module(1), ORK_ok);
 
   ASSERT_EQ(ORK_init_module("build", "at night", "dba"), ORK_ok);
-  expect_session("Nightly build", "build", "dba", "Administrator", 1);
+  expect_session("Nightly build", "build", "dba", "Administrator", true);
   ORK_exit_module(1);
-  ASSERT_EQ(ORK_init_module("wagner", "let me in", nullptr), ORK_ok);
-  expect_session("Petra Wagner", "wagner", "design", "Designer", 0);
+  log_in_as_designer();
+  expect_session("Petra Wagner", "wagner", "design", "Designer", false);
 }
 
 TEST_F(DemoSite, OnlyAdministratorsBypassAccessChecks) {
-  logical has_bypass = 1;
-  ORK_init_module("wagner", "let me in", "design");
+  log_in_as_designer();
   EXPECT_EQ(ORK_set_bypass(1), ORK_bypass_not_allowed);
   EXPECT_EQ(ORK_set_bypass(0), ORK_ok);
-  EXPECT_EQ(ORK_get_bypass(&has_bypass), ORK_ok);
-  EXPECT_EQ(has_bypass, 0);
+  EXPECT_FALSE(ask(ORK_get_bypass));
   ORK_exit_module(1);
 
-  ORK_auto_login();
+  log_in();
   EXPECT_EQ(ORK_set_bypass(1), ORK_ok);
-  EXPECT_EQ(ORK_get_bypass(&has_bypass), ORK_ok);
-  EXPECT_EQ(has_bypass, 1);
+  EXPECT_TRUE(ask(ORK_get_bypass));
   ORK_exit_module(1);
-  ORK_auto_login();
-  EXPECT_EQ(ORK_get_bypass(&has_bypass), ORK_ok);
-  EXPECT_EQ(has_bypass, 0) << "bypass belongs to a session";
+  log_in();
+  EXPECT_FALSE(ask(ORK_get_bypass)) << "bypass belongs to a session";
 }
 
 TEST(Session, LoginOpensTheSiteOfTheEnvironmentButMakesNone) {
@@ -180,10 +153,8 @@ TEST(Session, ArgumentsAreUnderstoodInBothForms) {
 
 TEST(Session, ArgumentsAreTheProgramsOwn) {
   test::ChildProcess partner({PARTNER_PROGRAM, "arguments", "-u=Petra W", "-p", "secret", "-g"});
-  EXPECT_EQ(partner.read_line(), "-u Petra W");
-  EXPECT_EQ(partner.read_line(), "-u= Petra W");
-  EXPECT_EQ(partner.read_line(), "-p= secret");
-  EXPECT_EQ(partner.read_line(), "-g ");
-  EXPECT_EQ(partner.read_line(), "-g= (none)");
+  for (const char* line : {"-u Petra W", "-u= Petra W", "-p= secret", "-g ", "-g= (none)"}) {
+    EXPECT_EQ(partner.read_line(), line);
+  }
   EXPECT_EQ(partner.wait(), 0);
 }

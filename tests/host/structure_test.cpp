@@ -6,15 +6,17 @@
 #include "ork/bomw.h"
 #include "ork/config.h"
 #include "ork/item.h"
-#include "ork/obj.h"
-#include "ork/store.h"
 #include "ork/struct.h"
 #include "ork/wso.h"
 #include "site.h"
 #include "tests/support/temporary_folder.h"
 
+using test::ask;
 using test::last_error;
-using test::take;
+using test::list;
+using test::lock_of;
+using test::refusal;
+using test::value_of;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -40,62 +42,36 @@ class StructureSite : public test::ObjectsSite {
  protected:
   void SetUp() override {
     ObjectsSite::SetUp();
-    ASSERT_EQ(ork_host_seed(structures_seed), ORK_ok) << last_error();
+    seed(structures_seed);
   }
 
-  static tag view_type(const char* name) {
-    tag type = NULLTAG;
-    EXPECT_EQ(STRUCT_find_view_type(name, &type), ORK_ok);
-    return type;
-  }
+  static tag view_type(const char* name) { return ask(STRUCT_find_view_type, name); }
 
-  static tag rule(const char* name) {
-    tag found = NULLTAG;
-    EXPECT_EQ(CONFIG_find(name, &found), ORK_ok);
-    return found;
-  }
+  static tag rule(const char* name) { return ask(CONFIG_find, name); }
 
   static tag view_revision_of(const char* item_id, const char* revision_id) {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(STRUCT_list_bom_view_revisions(find(item_id, revision_id), &count, &found), ORK_ok);
-    return take(count, found).at(0);
+    return list(STRUCT_list_bom_view_revisions, find(item_id, revision_id)).at(0);
   }
 
   static std::vector<tag> occurrences(tag view_revision) {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(STRUCT_list_occurrences(view_revision, &count, &found), ORK_ok) << last_error();
-    return take(count, found);
+    return list(STRUCT_list_occurrences, view_revision);
+  }
+
+  static std::string sequence(tag structure, tag occurrence) {
+    return ask(STRUCT_get_seq_no, structure, occurrence);
   }
 
   tag show(const char* item_id, const char* revision_id, tag wanted_rule = NULLTAG) {
-    tag top = NULLTAG;
-    EXPECT_EQ(BOMW_create_window(&window), ORK_ok);
-    EXPECT_EQ(
-        BOMW_set_window_top_line(window, find(item_id, revision_id), NULLTAG, wanted_rule, &top),
-        ORK_ok)
-        << last_error();
-    return top;
+    window = ask(BOMW_create_window);
+    return ask(BOMW_set_window_top_line, window, find(item_id, revision_id), NULLTAG, wanted_rule);
   }
 
-  static std::vector<tag> children(tag line) {
-    int count = 0;
-    tag* found = nullptr;
-    EXPECT_EQ(BOMW_line_get_child_lines(line, &count, &found), ORK_ok) << last_error();
-    return take(count, found);
-  }
-
-  static std::string value(tag object, const char* attribute) {
-    char* text = nullptr;
-    EXPECT_EQ(OBJ_get_value_string(object, attribute, &text), ORK_ok) << last_error();
-    return take(text);
-  }
+  static std::vector<tag> children(tag line) { return list(BOMW_line_get_child_lines, line); }
 
   static Texts values(const std::vector<tag>& lines, const char* attribute) {
     Texts found;
     for (const tag line : lines) {
-      found.push_back(value(line, attribute));
+      found.push_back(value_of(line, attribute));
     }
     return found;
   }
@@ -108,8 +84,8 @@ class StructureFile : public StructureSite {
  protected:
   void SetUp() override {
     ASSERT_EQ(ork_host_open(path.c_str()), ORK_ok);
-    for (const char* seed : {test::demo_seed, test::objects_seed, structures_seed}) {
-      ASSERT_EQ(ork_host_seed(seed), ORK_ok) << last_error();
+    for (const char* json : {test::demo_seed, test::objects_seed, structures_seed}) {
+      seed(json);
     }
     log_in_as_designer();
   }
@@ -125,13 +101,12 @@ class StructureFile : public StructureSite {
 
 TEST_F(StructureFile, WhatIsBuiltAndSavedLasts) {
   const tag item = find("000300");
-  tag revision = NULLTAG, view = NULLTAG, structure = NULLTAG, occurrence = NULLTAG, type = NULLTAG;
-  ASSERT_EQ(ITEM_create_rev(item, "A", &revision), ORK_ok);
+  const tag revision = ask(ITEM_create_rev, item, "A");
   ASSERT_EQ(OBJ_save(revision), ORK_ok);
-  ASSERT_EQ(STRUCT_create_bom_view(item, view_type("service"), &view), ORK_ok);
-  ASSERT_EQ(STRUCT_create_bom_view_revision(view, revision, &structure), ORK_ok);
-  ASSERT_EQ(STRUCT_create_occurrence(structure, find("000400"), &occurrence), ORK_ok);
-  ASSERT_EQ(STRUCT_find_note_type("Torque", &type), ORK_ok);
+  const tag view = ask(STRUCT_create_bom_view, item, view_type("service"));
+  tag structure = ask(STRUCT_create_bom_view_revision, view, revision);
+  tag occurrence = ask(STRUCT_create_occurrence, structure, find("000400"));
+  const tag type = ask(STRUCT_find_note_type, "Torque");
   EXPECT_EQ(STRUCT_set_quantity(structure, occurrence, "0.25"), ORK_ok);
   EXPECT_EQ(STRUCT_set_seq_no(structure, occurrence, "10"), ORK_ok);
   EXPECT_EQ(STRUCT_set_occurrence_note_text(structure, occurrence, type, "8 Nm"), ORK_ok);
@@ -145,36 +120,27 @@ TEST_F(StructureFile, WhatIsBuiltAndSavedLasts) {
   log_in_as_designer();
   structure = view_revision_of("000300", "A");
   occurrence = occurrences(structure).at(0);
-  tag child = NULLTAG;
-  char* text = nullptr;
-  EXPECT_EQ(STRUCT_get_child(structure, occurrence, &child), ORK_ok);
-  EXPECT_EQ(child, find("000400"));
-  EXPECT_EQ(STRUCT_get_quantity(structure, occurrence, &text), ORK_ok);
-  EXPECT_EQ(take(text), "0.25");
-  EXPECT_EQ(STRUCT_get_seq_no(structure, occurrence, &text), ORK_ok);
-  EXPECT_EQ(take(text), "10");
-  EXPECT_EQ(STRUCT_get_occurrence_note_text(structure, occurrence, type, &text), ORK_ok);
-  EXPECT_EQ(take(text), "8 Nm");
-  EXPECT_EQ(value(structure, "object_name"), "000300/A-service");
+  EXPECT_EQ(ask(STRUCT_get_child, structure, occurrence), find("000400"));
+  EXPECT_EQ(ask(STRUCT_get_quantity, structure, occurrence), "0.25");
+  EXPECT_EQ(sequence(structure, occurrence), "10");
+  EXPECT_EQ(ask(STRUCT_get_occurrence_note_text, structure, occurrence, type), "8 Nm");
+  EXPECT_EQ(value_of(structure, "object_name"), "000300/A-service");
 }
 
 TEST_F(StructureSite, AViewRevisionIsOnePerRevisionAndView) {
   log_in();
   const tag item = find("500");
-  tag view = NULLTAG, object = NULLTAG;
-  EXPECT_EQ(STRUCT_create_bom_view(item, view_type("view"), &object), ORK_ok);
-  EXPECT_EQ(OBJ_save(object), STRUCT_view_exists);
-  EXPECT_EQ(OBJ_delete(object), ORK_ok);
-  EXPECT_EQ(STRUCT_get_bom_view_of_bvr(view_revision_of("500", "A"), &view), ORK_ok);
-  EXPECT_EQ(STRUCT_create_bom_view_revision(view, find("500", "A"), &object), ORK_ok);
-  EXPECT_EQ(OBJ_save(object), STRUCT_view_revision_exists);
-  EXPECT_EQ(STRUCT_create_bom_view_revision(view, find("000100", "A"), &object), STRUCT_other_item);
-  EXPECT_EQ(STRUCT_create_bom_view_revision(item, find("500", "A"), &object), STRUCT_not_a_view);
-  EXPECT_EQ(STRUCT_create_bom_view(item, item, &object), STRUCT_not_a_view_type);
-  EXPECT_EQ(STRUCT_get_bom_view_type(item, &object), STRUCT_not_a_view);
-  EXPECT_EQ(STRUCT_find_view_type("nothing", &object), STRUCT_unknown_view_type);
-  EXPECT_EQ(STRUCT_get_default_view_type(&object), ORK_ok);
-  EXPECT_EQ(object, NULLTAG);
+  tag made = ask(STRUCT_create_bom_view, item, view_type("view"));
+  EXPECT_EQ(OBJ_save(made), STRUCT_view_exists);
+  EXPECT_EQ(OBJ_delete(made), ORK_ok);
+  const tag view = ask(STRUCT_get_bom_view_of_bvr, view_revision_of("500", "A"));
+  made = ask(STRUCT_create_bom_view_revision, view, find("500", "A"));
+  EXPECT_EQ(OBJ_save(made), STRUCT_view_revision_exists);
+  EXPECT_EQ(refusal(STRUCT_create_bom_view_revision, view, find("000100", "A")), STRUCT_other_item);
+  EXPECT_EQ(refusal(STRUCT_create_bom_view_revision, item, find("500", "A")), STRUCT_not_a_view);
+  EXPECT_EQ(refusal(STRUCT_create_bom_view, item, item), STRUCT_not_a_view_type);
+  EXPECT_EQ(refusal(STRUCT_find_view_type, "nothing"), STRUCT_unknown_view_type);
+  EXPECT_EQ(ask(STRUCT_get_default_view_type), NULLTAG);
   ASSERT_EQ(OBJ_lock(find("000300")), ORK_ok);
   EXPECT_EQ(OBJ_delete(find("000300")), STORE_referenced) << "it occurs in structures";
 }
@@ -183,56 +149,49 @@ TEST_F(StructureSite, OccurrencesAreChangedWithTheLockOfTheirViewRevision) {
   log_in();
   const tag structure = view_revision_of("500", "A");
   const std::vector<tag> all = occurrences(structure);
-  tag added = NULLTAG;
-  char* text = nullptr;
+  const auto no_sequence = [&](tag place, tag occurrence) {
+    return refusal(STRUCT_get_seq_no, place, occurrence);
+  };
   EXPECT_EQ(STRUCT_set_seq_no(structure, all[1], "7"), STORE_not_locked);
-  EXPECT_EQ(STRUCT_create_occurrence(structure, find("000400"), &added), STORE_not_locked);
+  EXPECT_EQ(refusal(STRUCT_create_occurrence, structure, find("000400")), STORE_not_locked);
   ASSERT_EQ(OBJ_lock(structure), ORK_ok);
-  EXPECT_EQ(STRUCT_get_seq_no(structure, all[1], &text), STRUCT_no_sequence_number);
+  EXPECT_EQ(no_sequence(structure, all[1]), STRUCT_no_sequence_number);
   EXPECT_EQ(STRUCT_set_seq_no(structure, all[1], "7"), ORK_ok);
   EXPECT_EQ(STRUCT_set_seq_no(structure, all[1], std::string(33, '1').c_str()),
             STRUCT_text_too_long);
   for (const char* bad : {"-1", "1 ", "x", "nan", "1e3", "0x10"}) {
     EXPECT_EQ(STRUCT_set_quantity(structure, all[1], bad), STRUCT_bad_quantity) << bad;
   }
-  EXPECT_EQ(STRUCT_create_occurrence(structure, find("000100", "A"), &added), ORK_ok);
-  EXPECT_EQ(STRUCT_create_occurrence(structure, structure, &added), STRUCT_not_a_child);
+  ask(STRUCT_create_occurrence, structure, find("000100", "A"));
+  EXPECT_EQ(refusal(STRUCT_create_occurrence, structure, structure), STRUCT_not_a_child);
   EXPECT_EQ(STRUCT_delete_occurrence(structure, all[0]), ORK_ok);
-  EXPECT_EQ(STRUCT_get_seq_no(structure, all[0], &text), STRUCT_not_an_occurrence);
-  logical valid = 1;
-  EXPECT_EQ(STORE_is_tag_valid(all[0], &valid), ORK_ok);
-  EXPECT_EQ(valid, 0);
+  EXPECT_EQ(no_sequence(structure, all[0]), STRUCT_not_an_occurrence);
+  EXPECT_FALSE(test::is_valid(all[0]));
   EXPECT_EQ(occurrences(structure).size(), 3u);
-  EXPECT_EQ(STRUCT_get_seq_no(structure, all[1], &text), ORK_ok);
-  EXPECT_EQ(take(text), "7");
-  int count = 9;
-  tag* notes = nullptr;
-  EXPECT_EQ(STRUCT_list_occurrence_notes(structure, all[1], &count, &notes), ORK_ok);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(sequence(structure, all[1]), "7");
+  EXPECT_THAT(list(STRUCT_list_occurrence_notes, structure, all[1]), IsEmpty());
 
   ASSERT_EQ(OBJ_refresh(structure, 0), ORK_ok) << "which drops what was not saved";
   EXPECT_EQ(occurrences(structure).size(), 3u);
-  EXPECT_EQ(STRUCT_get_seq_no(structure, all[1], &text), STRUCT_no_sequence_number);
-  EXPECT_EQ(STRUCT_get_seq_no(view_revision_of("000100", "B"), all[1], &text),
-            STRUCT_not_an_occurrence);
-  EXPECT_EQ(STRUCT_list_occurrences(find("500"), &count, &notes), STRUCT_not_a_view_revision);
+  EXPECT_EQ(no_sequence(structure, all[1]), STRUCT_no_sequence_number);
+  EXPECT_EQ(no_sequence(view_revision_of("000100", "B"), all[1]), STRUCT_not_an_occurrence);
+  EXPECT_EQ(refusal(STRUCT_list_occurrences, find("500")), STRUCT_not_a_view_revision);
 }
 
 TEST_F(StructureSite, NothingIsBuiltThatContainsItself) {
   log_in();
   const tag inner = view_revision_of("000100", "B");
   ASSERT_EQ(OBJ_lock(inner), ORK_ok);
-  tag added = NULLTAG;
-  EXPECT_EQ(STRUCT_create_occurrence(inner, find("000100", "A"), &added), STRUCT_contains_itself);
-  EXPECT_EQ(STRUCT_create_occurrence(inner, find("500"), &added), STRUCT_contains_itself);
+  const auto add = [inner](tag child) { return refusal(STRUCT_create_occurrence, inner, child); };
+  EXPECT_EQ(add(find("000100", "A")), STRUCT_contains_itself);
+  EXPECT_EQ(add(find("500")), STRUCT_contains_itself);
   EXPECT_THAT(last_error(), HasSubstr("item 000100 is a part of item 500"));
   // 000400 gets a part that is not saved yet; that counts, too.
-  tag view = NULLTAG, structure = NULLTAG, revision = NULLTAG;
-  ASSERT_EQ(ITEM_create_rev(find("000400"), "A", &revision), ORK_ok);
-  ASSERT_EQ(STRUCT_create_bom_view(find("000400"), view_type("view"), &view), ORK_ok);
-  ASSERT_EQ(STRUCT_create_bom_view_revision(view, revision, &structure), ORK_ok);
-  ASSERT_EQ(STRUCT_create_occurrence(structure, find("000100"), &added), ORK_ok);
-  EXPECT_EQ(STRUCT_create_occurrence(inner, find("000400"), &added), STRUCT_contains_itself);
+  const tag revision = ask(ITEM_create_rev, find("000400"), "A");
+  const tag view = ask(STRUCT_create_bom_view, find("000400"), view_type("view"));
+  const tag structure = ask(STRUCT_create_bom_view_revision, view, revision);
+  ask(STRUCT_create_occurrence, structure, find("000100"));
+  EXPECT_EQ(add(find("000400")), STRUCT_contains_itself);
   ASSERT_EQ(OBJ_refresh(inner, 0), ORK_ok);
   for (const tag object : {structure, view, revision}) {
     ASSERT_EQ(OBJ_delete(object), ORK_ok);
@@ -261,7 +220,7 @@ TEST_F(StructureSite, SeedsSayWhatIsWrongWithStructures) {
   EXPECT_THAT(error_of(R"({"revision_rules": [{"name": "R", "clauses": ["newest"]}]})"),
               HasSubstr("/revision_rules/0/clauses/0: expected \"latest\""));
   const std::string before = test::describe("structures");
-  EXPECT_EQ(ork_host_seed(structures_seed), ORK_ok);
+  seed(structures_seed);
   EXPECT_EQ(test::describe("structures"), before) << "seeding twice is seeding once";
   EXPECT_THAT(before, HasSubstr("\"Torque\": \"5 Nm\""));
 }
@@ -283,22 +242,17 @@ TEST_F(StructureSite, RulesConfigureRevisions) {
         Case{"Released or latest", "000200", "A", "The latest revision"},
         Case{"Released or latest", "000300", nullptr, "No revision satisfies the rule"}}) {
     tag revision = 17;
-    char* explanation = nullptr;
-    EXPECT_EQ(
-        CONFIG_item_get_configured(rule(example.rule), find(example.item), &revision, &explanation),
-        ORK_ok);
+    EXPECT_EQ(ask(CONFIG_item_get_configured, rule(example.rule), find(example.item), &revision),
+              example.explanation);
     EXPECT_EQ(revision,
               example.revision != nullptr ? find(example.item, example.revision) : NULLTAG);
-    EXPECT_EQ(take(explanation), example.explanation);
   }
-  tag revision = NULLTAG;
-  char* explanation = nullptr;
-  EXPECT_EQ(CONFIG_item_get_configured(rule("none"), find("500"), &revision, &explanation),
-            CONFIG_not_a_rule);
-  EXPECT_EQ(CONFIG_item_get_configured(find("500"), find("500"), &revision, &explanation),
-            CONFIG_not_a_rule);
-  EXPECT_EQ(CONFIG_item_get_configured(rule("Released"), find("500", "A"), &revision, &explanation),
-            ITEM_not_an_item);
+  const auto refused = [](tag rule, tag item) {
+    return refusal(CONFIG_item_get_configured, rule, item);
+  };
+  EXPECT_EQ(refused(rule("none"), find("500")), CONFIG_not_a_rule);
+  EXPECT_EQ(refused(find("500"), find("500")), CONFIG_not_a_rule);
+  EXPECT_EQ(refused(rule("Released"), find("500", "A")), ITEM_not_an_item);
 }
 
 // ------------------------------------------------------------------------------------- windows
@@ -318,96 +272,72 @@ TEST_F(StructureSite, LinesShowWhatTheRuleConfigures) {
   EXPECT_THAT(values(released, "bl_rev_item_revision_id"), ElementsAre("A", "A", ""));
   EXPECT_THAT(children(released[0]), IsEmpty()) << "that revision has no structure";
 
-  int attribute = 0;
-  tag object = NULLTAG;
   const tag structure = view_revision_of("500", "A");
   const auto tag_value = [&](const char* name) {
-    EXPECT_EQ(BOMW_line_look_up_attribute(name, &attribute), ORK_ok);
-    EXPECT_EQ(BOMW_line_get_attribute_tag(lines[0], attribute, &object), ORK_ok);
-    return object;
+    return ask(BOMW_line_get_attribute_tag, lines[0], ask(BOMW_line_look_up_attribute, name));
   };
   EXPECT_EQ(tag_value("bl_parent_bvr"), structure);
   EXPECT_EQ(tag_value("bl_occurrence"), occurrences(structure)[0]);
-  EXPECT_EQ(BOMW_line_look_up_attribute("bl_colour", &attribute), BOMW_unknown_attribute);
-  EXPECT_EQ(BOMW_line_get_attribute_tag(lines[0], attribute, &object), BOMW_unknown_attribute);
-  EXPECT_EQ(BOMW_line_look_up_attribute("bl_quantity", &attribute), ORK_ok);
-  EXPECT_EQ(BOMW_line_get_attribute_tag(lines[0], attribute, &object), BOMW_wrong_attribute_type);
-  EXPECT_EQ(BOMW_line_get_attribute_tag(find("500"), attribute, &object), BOMW_not_a_line);
+  EXPECT_EQ(refusal(BOMW_line_look_up_attribute, "bl_colour"), BOMW_unknown_attribute);
+  EXPECT_EQ(refusal(BOMW_line_get_attribute_tag, lines[0], 0), BOMW_unknown_attribute);
+  const int quantity = ask(BOMW_line_look_up_attribute, "bl_quantity");
+  EXPECT_EQ(refusal(BOMW_line_get_attribute_tag, lines[0], quantity), BOMW_wrong_attribute_type);
+  EXPECT_EQ(refusal(BOMW_line_get_attribute_tag, find("500"), quantity), BOMW_not_a_line);
 }
 
 TEST_F(StructureSite, LinesAreObjectsUntilTheirWindowIsClosed) {
   log_in();
   const tag line = children(show("500", "A"))[0];
-  tag class_id = NULLTAG;
-  char* text = nullptr;
-  logical valid = 0;
-  int count = 0;
-  tag* tags = nullptr;
-  EXPECT_EQ(STORE_is_tag_valid(line, &valid), ORK_ok);
-  EXPECT_EQ(valid, 1);
-  EXPECT_EQ(STORE_class_of_instance(line, &class_id), ORK_ok);
-  EXPECT_EQ(STORE_name_of_class(class_id, &text), ORK_ok);
-  EXPECT_EQ(take(text), "BOMLine");
-  EXPECT_EQ(OBJ_get_value_tags(line, "bl_item", &count, &tags), ORK_ok);
-  EXPECT_EQ(take(count, tags), std::vector<tag>{find("000100")});
-  EXPECT_EQ(OBJ_UIF_get_value(line, "bl_revision", &text), ORK_ok);
-  EXPECT_EQ(take(text), "000100/B-Stiff bracket");
-  EXPECT_EQ(OBJ_get_value_string(line, "object_name", &text), STORE_unknown_attribute);
+  EXPECT_TRUE(test::is_valid(line));
+  EXPECT_EQ(ask(STORE_name_of_class, ask(STORE_class_of_instance, line)), "BOMLine");
+  EXPECT_THAT(list(OBJ_get_value_tags, line, "bl_item"), ElementsAre(find("000100")));
+  EXPECT_EQ(ask(OBJ_UIF_get_value, line, "bl_revision"), "000100/B-Stiff bracket");
+  EXPECT_EQ(refusal(OBJ_get_value_string, line, "object_name"), STORE_unknown_attribute);
   EXPECT_EQ(OBJ_set_value_string(line, "bl_item", "x"), STORE_wrong_value_type);
   EXPECT_EQ(OBJ_set_value_string(line, "bl_item_item_id", "x"), BOMW_not_settable);
-  EXPECT_EQ(WSO_get_object_id_string(line, &text), WSO_not_a_workspace_object);
+  EXPECT_EQ(refusal(WSO_get_object_id_string, line), WSO_not_a_workspace_object);
   for (const int status : {OBJ_lock(line), OBJ_save(line), OBJ_delete(line), OBJ_unload(line)}) {
     EXPECT_EQ(status, STORE_not_stored);
   }
   EXPECT_EQ(OBJ_load(line), ORK_ok);
 
-  tag other = NULLTAG;
-  EXPECT_EQ(BOMW_set_window_top_line(line, find("500", "A"), NULLTAG, NULLTAG, &other),
-            BOMW_not_a_window);
-  EXPECT_EQ(BOMW_set_window_top_line(window, find("500"), NULLTAG, NULLTAG, &other),
-            ITEM_not_a_revision);
-  EXPECT_EQ(BOMW_set_window_top_line(window, find("500", "A"), NULLTAG, find("500"), &other),
-            CONFIG_not_a_rule);
+  const auto not_shown = [](tag in, tag revision, tag rule) {
+    return refusal(BOMW_set_window_top_line, in, revision, NULLTAG, rule);
+  };
+  EXPECT_EQ(not_shown(line, find("500", "A"), NULLTAG), BOMW_not_a_window);
+  EXPECT_EQ(not_shown(window, find("500"), NULLTAG), ITEM_not_a_revision);
+  EXPECT_EQ(not_shown(window, find("500", "A"), find("500")), CONFIG_not_a_rule);
   EXPECT_EQ(children(line).size(), 2u) << "what was refused changes nothing";
-  EXPECT_EQ(BOMW_set_window_top_line(window, find("000100", "B"), NULLTAG, NULLTAG, &other),
-            ORK_ok);
-  EXPECT_EQ(BOMW_line_get_child_lines(line, &count, &tags), STORE_unknown_tag);
+  const tag other = ask(BOMW_set_window_top_line, window, find("000100", "B"), NULLTAG, NULLTAG);
+  EXPECT_EQ(refusal(BOMW_line_get_child_lines, line), STORE_unknown_tag);
   EXPECT_EQ(BOMW_close_window(window), ORK_ok);
-  for (const tag gone : {window, other}) {
-    EXPECT_EQ(STORE_is_tag_valid(gone, &valid), ORK_ok);
-    EXPECT_EQ(valid, 0);
-  }
+  EXPECT_FALSE(test::is_valid(window));
+  EXPECT_FALSE(test::is_valid(other));
   EXPECT_EQ(BOMW_close_window(window), STORE_unknown_tag);
-  EXPECT_EQ(BOMW_create_window(&window), ORK_ok);
-  EXPECT_EQ(BOMW_get_window_top_line(window, &other), BOMW_no_top_line);
+  EXPECT_EQ(refusal(BOMW_get_window_top_line, ask(BOMW_create_window)), BOMW_no_top_line);
 }
 
 TEST_F(StructureFile, WindowsLockWhatTheyChangeAndSaveIt) {
   const tag top = show("500", "A");
   const tag structure = view_revision_of("500", "A");
   const tag line = children(top)[1];
-  const auto lock = [&] {
-    int held = 0;
-    EXPECT_EQ(STORE_get_instance_lock(structure, &held), ORK_ok);
-    return held == STORE_modify_lock;
-  };
+  const auto lock = [&] { return lock_of(structure) == STORE_modify_lock; };
   EXPECT_FALSE(lock());
   EXPECT_EQ(OBJ_set_value_string(line, "bl_sequence_no", "70"), ORK_ok);
   EXPECT_TRUE(lock());
-  EXPECT_EQ(value(children(show("500", "A"))[1], "bl_sequence_no"), "70") << "in each window";
+  EXPECT_EQ(value_of(children(show("500", "A"))[1], "bl_sequence_no"), "70") << "in each window";
   EXPECT_EQ(BOMW_close_window(window), ORK_ok);
   EXPECT_TRUE(lock()) << "that window had not taken it";
-  EXPECT_EQ(BOMW_get_window_top_line(window, &window), STORE_unknown_tag);
 
   EXPECT_EQ(ORK_exit_module(0), ORK_ok);
   log_in_as_designer();
   const tag second = children(show("500", "A"))[1];
-  EXPECT_EQ(value(second, "bl_sequence_no"), "") << "it was not saved";
+  EXPECT_EQ(value_of(second, "bl_sequence_no"), "") << "it was not saved";
   EXPECT_EQ(OBJ_set_value_string(second, "bl_quantity", "9"), ORK_ok);
   EXPECT_EQ(BOMW_close_window(window), ORK_ok);
   EXPECT_FALSE(lock());
   const tag third = children(show("500", "A"))[1];
-  EXPECT_EQ(value(third, "bl_quantity"), "0.5") << "closing drops what was not saved";
+  EXPECT_EQ(value_of(third, "bl_quantity"), "0.5") << "closing drops what was not saved";
   EXPECT_EQ(OBJ_set_value_string(third, "bl_quantity", "9"), ORK_ok);
   EXPECT_EQ(OBJ_set_value_string(children(children(show("500", "A"))[0])[0], "bl_quantity", "3"),
             ORK_ok);
@@ -415,8 +345,8 @@ TEST_F(StructureFile, WindowsLockWhatTheyChangeAndSaveIt) {
   EXPECT_EQ(ORK_exit_module(0), ORK_ok);
   log_in_as_designer();
   const std::vector<tag> lines = children(show("500", "A"));
-  EXPECT_EQ(value(lines[1], "bl_quantity"), "0.5");
-  EXPECT_EQ(value(children(lines[0])[0], "bl_quantity"), "3");
+  EXPECT_EQ(value_of(lines[1], "bl_quantity"), "0.5");
+  EXPECT_EQ(value_of(children(lines[0])[0], "bl_quantity"), "3");
 }
 
 TEST_F(StructureFile, AWindowMeetsTheLocksAndRightsOfOthers) {
@@ -425,15 +355,14 @@ TEST_F(StructureFile, AWindowMeetsTheLocksAndRightsOfOthers) {
   test::ChildProcess partner({PARTNER_PROGRAM, "hold", path, std::to_string(structure)});
   ASSERT_EQ(partner.read_line(), "held");
   EXPECT_EQ(OBJ_set_value_string(line, "bl_sequence_no", "70"), STORE_locked_by_other);
-  EXPECT_EQ(value(line, "bl_sequence_no"), "");
+  EXPECT_EQ(value_of(line, "bl_sequence_no"), "");
   partner.close_input();
   partner.wait();
   EXPECT_EQ(OBJ_set_value_string(line, "bl_sequence_no", "70"), ORK_ok);
   EXPECT_EQ(BOMW_save_window(window), ORK_ok);
   EXPECT_EQ(BOMW_close_window(window), ORK_ok);
-  ASSERT_EQ(ork_host_seed(R"({"access_rules": [
-    {"deny": ["WRITE"], "to": "world", "on": {"class": "PSBOMViewRevision"}}]})"),
-            ORK_ok);
+  seed(R"({"access_rules": [
+    {"deny": ["WRITE"], "to": "world", "on": {"class": "PSBOMViewRevision"}}]})");
   EXPECT_EQ(OBJ_set_value_string(children(show("500", "A"))[1], "bl_sequence_no", "80"),
             ACCESS_denied);
 }
@@ -446,18 +375,18 @@ TEST_F(StructureFile, AViewRevisionThatOthersHaveChangedIsFollowed) {
     host::Database database(path);
     host::Store other(database);
     other.lock(structure);
-    for (const char* list : {"occurrence_numbers", "occurrence_items", "occurrence_revisions",
-                             "occurrence_quantities", "occurrence_sequences"}) {
-      other.erase(structure, list, 0);
+    for (const char* values_of_all :
+         {"occurrence_numbers", "occurrence_items", "occurrence_revisions", "occurrence_quantities",
+          "occurrence_sequences"}) {
+      other.erase(structure, values_of_all, 0);
     }
     other.save(structure);
     other.refresh(structure, false);
   }
   ASSERT_EQ(OBJ_lock(structure), ORK_ok);
   EXPECT_THAT(occurrences(structure), ElementsAre(before[1], before[2]));
-  char* text = nullptr;
-  EXPECT_EQ(OBJ_get_value_string(lines[0], "bl_quantity", &text), STORE_deleted_tag);
-  EXPECT_EQ(value(lines[1], "bl_quantity"), "0.5");
+  EXPECT_EQ(refusal(OBJ_get_value_string, lines[0], "bl_quantity"), STORE_deleted_tag);
+  EXPECT_EQ(value_of(lines[1], "bl_quantity"), "0.5");
 }
 
 TEST_F(StructureSite, PackedLinesCountAsOne) {
@@ -467,12 +396,12 @@ TEST_F(StructureSite, PackedLinesCountAsOne) {
   EXPECT_EQ(BOMW_line_pack(top), ORK_ok);
   EXPECT_EQ(BOMW_line_pack(lines[1]), ORK_ok);
   EXPECT_THAT(children(top), ElementsAre(lines[1]));
-  EXPECT_EQ(value(lines[1], "bl_quantity"), "2");
+  EXPECT_EQ(value_of(lines[1], "bl_quantity"), "2");
   EXPECT_EQ(BOMW_line_pack(lines[0]), ORK_ok) << "it is hidden";
   EXPECT_THAT(children(top), ElementsAre(lines[1]));
   EXPECT_EQ(OBJ_set_value_string(lines[1], "bl_quantity", "5"), BOMW_not_settable);
   EXPECT_EQ(OBJ_set_value_string(lines[1], "bl_sequence_no", "5"), ORK_ok);
-  EXPECT_EQ(value(lines[0], "bl_sequence_no"), "5") << "the number goes to all";
+  EXPECT_EQ(value_of(lines[0], "bl_sequence_no"), "5") << "the number goes to all";
   EXPECT_THAT(children(show("000100", "B")).size(), 2u) << "nothing of it is kept";
 }
 
@@ -485,10 +414,8 @@ TEST_F(StructureSite, AWalkThroughWhatContainsItselfIsCut) {
   store.set_element(inner, "occurrence_items", 0, find("500"));
   store.save(inner);
   const tag again = children(children(show("500", "A"))[0])[0];
-  EXPECT_EQ(value(again, "bl_item_item_id"), "500");
-  int count = 9;
-  tag* lines = nullptr;
-  EXPECT_EQ(BOMW_line_get_child_lines(again, &count, &lines), STRUCT_contains_itself);
+  EXPECT_EQ(value_of(again, "bl_item_item_id"), "500");
+  EXPECT_EQ(refusal(BOMW_line_get_child_lines, again), STRUCT_contains_itself);
   EXPECT_THAT(last_error(), HasSubstr("item 500 is above itself"));
 }
 
@@ -502,11 +429,8 @@ TEST_F(StructureSite, ManyItemsAreReadAtOnce) {
   }
   items.pop_back();
   lines.pop_back();
-  ASSERT_EQ(ork_host_seed((R"({"items": [)" + items +
-                           R"(], "structures": [{"item": "500", "revision": "A", "lines": [)" +
-                           lines + "]}]}")
-                              .c_str()),
-            ORK_ok);
+  seed(R"({"items": [)" + items +
+       R"(], "structures": [{"item": "500", "revision": "A", "lines": [)" + lines + "]}]}");
   log_in();
   const std::vector<tag> all = children(show("500", "A"));
   EXPECT_EQ(values(all, "bl_rev_item_revision_id"), Texts(300, "B"));

@@ -59,9 +59,7 @@ TEST_F(DemoSite, TextsFollowTheLanguageOfTheLogin) {
   EXPECT_EQ(ORK_init_module("nobody", "", nullptr), ORK_unknown_user);
   EXPECT_EQ(test::last_error(), "Diesen Benutzer gibt es nicht: nobody");
   EXPECT_EQ(text_of("error.0"), "Erfolg");
-  char* text = nullptr;
-  ERR_get_error_text(4711, &text);
-  EXPECT_EQ(test::take(text), "Unbekannter Fehlercode 4711");
+  EXPECT_EQ(test::ask(ERR_get_error_text, 4711), "Unbekannter Fehlercode 4711");
   setenv("ORK_LANGUAGE", "tlh", 1);
   log_in();
   EXPECT_EQ(text_of("error.0"), "Success");

@@ -12,8 +12,6 @@
 #include "child_process.h"
 #include "objects_site.h"
 #include "ork/file.h"
-#include "ork/obj.h"
-#include "ork/store.h"
 #include "tests/support/temporary_folder.h"
 
 using test::last_error;
@@ -39,23 +37,20 @@ tag import_file(const std::string& path, int type = SS_TEXT, const char* name = 
 }
 
 std::string original_name(tag file) {
-  char name[FILE_original_name_size + 1] = "x";
-  EXPECT_EQ(FILE_get_original_file_name(file, name), ORK_ok) << last_error();
-  return name;
+  return test::ask(FILE_get_original_file_name, file);
 }
 
 /** A site in a folder, with its vault, and a session. */
-class Vault : public testing::Test {
+class Vault : public test::DemoSite {
  protected:
   void SetUp() override {
     open();
-    ASSERT_EQ(ork_host_seed(test::demo_seed), ORK_ok) << last_error();
+    seed(test::demo_seed);
     log_in();
   }
   void TearDown() override { ork_host_close(); }
 
   void open() { ASSERT_EQ(ork_host_open(site_.c_str()), ORK_ok) << last_error(); }
-  static void log_in() { ASSERT_EQ(ORK_auto_login(), ORK_ok) << last_error(); }
 
   tag save(const std::string& contents, const std::string& name = "part.txt") const {
     const tag file = import_file(folder_.write(name, contents));
@@ -142,19 +137,10 @@ TEST_F(Vault, OriginalNamesAreCutAtTheirLastSeparatorAndBounded) {
   ASSERT_EQ(OBJ_save(file) | OBJ_refresh(file, 0), ORK_ok);
   EXPECT_EQ(FILE_set_original_file_name(file, "late"), STORE_not_locked);
 
-  tag none = 1;
-  FILE_handle descriptor = nullptr;
-  EXPECT_EQ(FILE_import_file(path.c_str(), std::string(256, 'n').c_str(), 0, &none, &descriptor),
+  EXPECT_EQ(test::refusal(FILE_import_file, path.c_str(), std::string(256, 'n').c_str(), 0),
             STORE_value_too_long);
-  EXPECT_EQ(none, NULLTAG);
-  EXPECT_EQ(FILE_import_file(path.c_str(), nullptr, 17, &none, &descriptor), ORK_invalid_argument);
-  const tag item = [] {
-    tag found = NULLTAG;
-    ork_host_find_item("000100", nullptr, &found);
-    return found;
-  }();
-  EXPECT_EQ(FILE_set_original_file_name(item, "x"), FILE_not_a_file);
-  EXPECT_EQ(FILE_export_file(item, target_.path("x").c_str()), FILE_not_a_file);
+  EXPECT_EQ(test::refusal(FILE_import_file, path.c_str(), nullptr, 17), ORK_invalid_argument);
+  EXPECT_EQ(FILE_export_file(find("000100"), target_.path("x").c_str()), FILE_not_a_file);
 }
 
 TEST_F(Vault, OnlyFilesThatCanBeReadAreImported) {
