@@ -128,12 +128,11 @@ TEST_F(CloneFiles, ReplacementsThatDoNotFitAreRefused) {
 // --------------------------------------------------------------------------- relation lines
 
 TEST_F(CloneFiles, RelationInfoHasALineForEachObject) {
-  const tag gearbox = test::asked(ork_host_find_item, "4711", "A");
-  for (const tag secondary : {test::asked(ork_host_find_item, "4712", "B"), gearbox}) {
-    ASSERT_EQ(
-        REL_save_relation(test::asked(REL_create_relation, gearbox, secondary,
-                                      test::asked(REL_find_relation_type, "Documents"), NULLTAG)),
-        ORK_ok);
+  const tag gearbox = test::ask(ork_host_find_item, "4711", "A");
+  for (const tag secondary : {test::ask(ork_host_find_item, "4712", "B"), gearbox}) {
+    ASSERT_EQ(REL_save_relation(test::ask(REL_create_relation, gearbox, secondary,
+                                          test::ask(REL_find_relation_type, "Documents"), NULLTAG)),
+              ORK_ok);
   }
   FILE_handle log = nullptr;
   ASSERT_EQ(FILE_create_text_file(folder.path("clone.log").c_str(), &log), ORK_ok);

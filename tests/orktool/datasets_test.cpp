@@ -22,7 +22,7 @@
 
 namespace {
 
-using test::asked;
+using test::ask;
 using test::error_codes;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
@@ -57,7 +57,7 @@ class Datasets : public testing::Test {
   ~Datasets() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
   tag make_dataset(const char* type, const char* name, const char* reference) const {
-    const tag dataset = asked(ZOLP_createDataset, type, name, reference, nullptr, nullptr);
+    const tag dataset = ask(ZOLP_createDataset, type, name, reference, nullptr, nullptr);
     return dataset;
   }
 
@@ -92,12 +92,12 @@ class Datasets : public testing::Test {
   }
 
   static tag find_dataset(const char* name) {
-    const tag dataset = asked(DSET_find_dataset, name);
+    const tag dataset = ask(DSET_find_dataset, name);
     return dataset;
   }
 
   static bool is_locked(tag object) {
-    return asked<int>(STORE_get_instance_lock, object) == STORE_modify_lock;
+    return ask(STORE_get_instance_lock, object) == STORE_modify_lock;
   }
 
   static std::string format_of(tag dataset) {
@@ -107,8 +107,8 @@ class Datasets : public testing::Test {
   }
 
   std::vector<tag> related() const {
-    return test::listed(REL_list_secondary_objects_only, revision,
-                        asked(REL_find_relation_type, "VELO_reference"));
+    return test::list(REL_list_secondary_objects_only, revision,
+                      ask(REL_find_relation_type, "VELO_reference"));
   }
 
   test::Site site;
@@ -121,7 +121,7 @@ class Datasets : public testing::Test {
 // ------------------------------------------------------------------------ creation and references
 
 TEST_F(Datasets, ACreatedDatasetIsCompleteSavedAndUnlocked) {
-  const tag dataset = asked(ZOLP_createDataset, "Part", "Gearbox", "Model", nullptr, nullptr);
+  const tag dataset = ask(ZOLP_createDataset, "Part", "Gearbox", "Model", nullptr, nullptr);
   EXPECT_THAT(trace.lines()[0], HasSubstr(" ->ZOLP_create_dataset zolp_dataset_utils.cpp:"));
   EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_createDataset zolp_dataset_utils.cpp:"));
   EXPECT_TRUE(trace.has("  datasettype      = Part"));
@@ -132,8 +132,8 @@ TEST_F(Datasets, ACreatedDatasetIsCompleteSavedAndUnlocked) {
   EXPECT_EQ(format_of(dataset), "PNG");
   EXPECT_EQ(find_dataset("Gearbox"), dataset);
 
-  const tag described = asked(ZOLP_createDataset, "Part", "Described", "Note",
-                              "a format of the caller, cut after 32 bytes", "for \"tests\"");
+  const tag described = ask(ZOLP_createDataset, "Part", "Described", "Note",
+                            "a format of the caller, cut after 32 bytes", "for \"tests\"");
   EXPECT_EQ(format_of(described), "a format of the caller, cut afte");
   EXPECT_TRUE(trace.has("dataset_name, description, 0, 0, dataset_tag)"));
 }
@@ -202,7 +202,7 @@ TEST_F(Datasets, AttachingAddsAndReplaces) {
   EXPECT_EQ(ZOLP_attachNamedReference(dataset, second, "Loose"), ORK_ok);
   EXPECT_EQ(reference_of(dataset, "Loose", &type), second);
   EXPECT_EQ(type, DSET_ASSOCIATION);  // as it was
-  tag found = asked(ZOLP_findDatasetNamedRef, "Gearbox", "Loose");
+  tag found = ask(ZOLP_findDatasetNamedRef, "Gearbox", "Loose");
   EXPECT_EQ(found, second);
   EXPECT_EQ(ZOLP_findDatasetNamedRef("Gearbox", "Note", &found), 1);
   EXPECT_EQ(ZOLP_findDatasetNamedRef("Nowhere", "Note", &found), 1);
@@ -217,7 +217,7 @@ TEST_F(Datasets, AttachingAddsAndReplaces) {
 TEST_F(Datasets, ImportedTextStaysAsItIs) {
   const std::string content("line\r\nbytes \xff\xfe\x80\n\0no end", 24);
   const std::string path = folder.write("report.txt", content);
-  const tag plain = asked(ZOLP_importTextDataset, nullptr, "Plain", path.c_str());
+  const tag plain = ask(ZOLP_importTextDataset, nullptr, "Plain", path.c_str());
   EXPECT_TRUE(trace.has("  Path <" + path + ">"));
   EXPECT_FALSE(is_locked(plain));
   EXPECT_EQ(exported(reference_of(plain, "Text")), content);
@@ -306,14 +306,14 @@ TEST_F(Datasets, ARealCopyHasFilesOfItsOwn) {
   setenv("VK_TMP_DIR", temporary.string().c_str(), 1);
   const tag original = make_dataset("Part", "X", "Model");
   const std::string binary("\0\x01\xff", 3);
-  const tag form = asked(ZOLP_createForm, "Sheet of X", "Sheet", "");
+  const tag form = ask(ZOLP_createForm, "Sheet of X", "Sheet", "");
   EXPECT_TRUE(is_locked(form));
   attach(original, "Model", DSET_PART_OF, make_file("a b.prt", binary, SS_BINARY));
   attach(original, "Sheet", DSET_ASSOCIATION, form);
   attach(original, "Note", DSET_ASSOCIATION, make_file("note", "text"));
   attach(original, "Other", DSET_PART_OF, make_file("r.tar.gz", "raw"));
   attach(original, "Loose", DSET_PART_OF, make_file("loose.txt", "loose"));
-  const tag copy = asked(ZOLP_RealCopyDataset, original, "X-1");
+  const tag copy = ask(ZOLP_RealCopyDataset, original, "X-1");
   EXPECT_TRUE(std::filesystem::is_empty(temporary));
   EXPECT_TRUE(trace.has("no FileRefs Found DSType=Part namedref=Loose"));
   EXPECT_FALSE(is_locked(copy));
@@ -370,7 +370,7 @@ TEST_F(Datasets, AFailedCopyStaysAndIsReported) {
 // --------------------------------------------------------------------------------------- forms
 
 TEST_F(Datasets, FieldsAreReadAndSetAsUsersSeeThem) {
-  const tag form = asked(ZOLP_createForm, "Gearbox", "Sheet", "d");
+  const tag form = ask(ZOLP_createForm, "Gearbox", "Sheet", "d");
   EXPECT_EQ(ZOLP_FORM_set_value(form, "mass", "12.5"), ORK_ok);
   EXPECT_TRUE(trace.has("  set form field \"mass\" to value \"12.5\""));
   EXPECT_EQ(ZOLP_FORM_set_value(form, "mass", "12.5 kg"), OBJ_value_not_understood);
@@ -388,7 +388,7 @@ TEST_F(Datasets, FieldsAreReadAndSetAsUsersSeeThem) {
 }
 
 TEST_F(Datasets, ReleaseInformationIsDescribedWhole) {
-  const tag form = asked(ZOLP_createForm, "Release", "FreigabeInfo", "");
+  const tag form = ask(ZOLP_createForm, "Release", "FreigabeInfo", "");
   ASSERT_EQ(ZOLP_FORM_set_value(form, "UGezPerson", "ada"), ORK_ok);
   std::vector<std::string> names;
   std::vector<std::string> values;
@@ -436,7 +436,7 @@ TEST_F(Datasets, AMasterFormIsTheOnlyOne) {
   EXPECT_EQ(ZOLP_GetMasterForm(revision, &form), 919999);
   EXPECT_TRUE(trace.has("ZOLP_GetMasterForm REL_list_secondary_objects_only return 0 Objects"));
   EXPECT_THAT(error_codes(), IsEmpty());
-  tag made = asked(ZOLP_createForm, "Master", "Sheet", "");
+  tag made = ask(ZOLP_createForm, "Master", "Sheet", "");
   ASSERT_EQ(ZOLP_createRelation(revision, made, "VELO_master_form"), ORK_ok);
   EXPECT_EQ(ZOLP_GetMasterForm(revision, &form), ORK_ok);
   EXPECT_EQ(form, made);

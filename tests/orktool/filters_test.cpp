@@ -40,7 +40,7 @@ class Filters : public testing::Test {
   ~Filters() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
   static tag item(const char* id) {
-    const tag found = test::asked(ork_host_find_item, id, nullptr);
+    const tag found = test::ask(ork_host_find_item, id, nullptr);
     return found;
   }
 

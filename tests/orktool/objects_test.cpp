@@ -19,7 +19,7 @@
 
 namespace {
 
-using test::asked;
+using test::ask;
 using test::take;
 using testing::ElementsAre;
 using testing::StartsWith;
@@ -60,17 +60,17 @@ class Objects : public testing::Test {
   }
   ~Objects() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
-  static tag find_item(const char* id) { return asked(ZOLP_ITEM_find_item, id); }
+  static tag find_item(const char* id) { return ask(ZOLP_ITEM_find_item, id); }
 
   static tag find_revision(const char* id, const char* revision) {
-    return asked(ZOLP_ITEM_find_rev, id, revision);
+    return ask(ZOLP_ITEM_find_rev, id, revision);
   }
 
-  static tag relation_type(const char* name) { return asked(REL_find_relation_type, name); }
+  static tag relation_type(const char* name) { return ask(REL_find_relation_type, name); }
 
   static void relate(tag primary, tag secondary, const char* type) {
     ASSERT_EQ(REL_save_relation(
-                  asked(REL_create_relation, primary, secondary, relation_type(type), NULLTAG)),
+                  ask(REL_create_relation, primary, secondary, relation_type(type), NULLTAG)),
               ORK_ok);
   }
 
@@ -141,7 +141,7 @@ TEST_F(Objects, StatusesComeInTheOrderOfAttachment) {
   std::array<char, 33> latest{};
   EXPECT_EQ(ZOLP_ask_latest_status(released, latest.data()), ORK_ok);
   EXPECT_STREQ(latest.data(), "A status with a name of more tha");
-  EXPECT_EQ(asked<logical>(ZOLP_checkObjectStatus, released), 1);
+  EXPECT_EQ(ask(ZOLP_checkObjectStatus, released), 1);
   EXPECT_TRUE(trace.has("  of_status[0]:<Released>"));
 }
 
@@ -159,14 +159,14 @@ TEST_F(Objects, ObjectsWithoutStatusesLeaveTheArraysAlone) {
   EXPECT_EQ(records, &untouched);
   EXPECT_EQ(ZOLP_ask_latest_status(own, latest.data()), ORK_ok);
   EXPECT_STREQ(latest.data(), "");
-  EXPECT_EQ(asked<logical>(ZOLP_checkObjectStatus, own), 0);
+  EXPECT_EQ(ask(ZOLP_checkObjectStatus, own), 0);
 }
 
 // -------------------------------------------------------------------------- types and classes
 
 TEST_F(Objects, ClassesAndTypes) {
-  EXPECT_EQ(asked<logical>(ZOLP_isObjectOfClass, item, "Item"), 1);
-  EXPECT_EQ(asked<logical>(ZOLP_isObjectOfClass, item, "ItemRevision"), 0);
+  EXPECT_EQ(ask(ZOLP_isObjectOfClass, item, "Item"), 1);
+  EXPECT_EQ(ask(ZOLP_isObjectOfClass, item, "ItemRevision"), 0);
   logical answer = 9;
   EXPECT_EQ(ZOLP_isObjectOfClass(item, "NoClass", &answer), STORE_unknown_class);
   const auto is_of_type = [](tag object, const char* name, logical include_subtypes) {
@@ -182,7 +182,7 @@ TEST_F(Objects, ClassesAndTypes) {
   trace.clear();
   EXPECT_EQ(is_of_type(item, "NoType", 1), std::to_string(TYPE_unknown_type) + ":0");
   EXPECT_TRUE(trace.has("  Object is NOT of type NoType"));
-  EXPECT_EQ(asked<logical>(ZOLP_isObjectOfType, item, "Machine"), 0);
+  EXPECT_EQ(ask(ZOLP_isObjectOfType, item, "Machine"), 0);
 }
 
 TEST_F(Objects, TypeNamesAreCutAt32Characters) {
@@ -191,23 +191,21 @@ TEST_F(Objects, TypeNamesAreCutAt32Characters) {
   ASSERT_EQ(ork_host_seed(seed.c_str()), ORK_ok);
   std::array<char, 33> name{};
   name.fill('x');
-  EXPECT_EQ(ZOLP_TYPE_ask_name(asked(TYPE_find_type, long_name.c_str(), nullptr), name.data()),
+  EXPECT_EQ(ZOLP_TYPE_ask_name(ask(TYPE_find_type, long_name.c_str(), nullptr), name.data()),
             ORK_ok);
   EXPECT_EQ(std::string(name.data(), 33), long_name + "x");  // not terminated, not overrun
 }
 
 TEST_F(Objects, NewItemsAreThoseNeitherRevisedNorSavedAs) {
-  const auto is_new = [](tag revision) {
-    return asked<logical>(ZOLP_Test_STORE_instance_isNew, revision);
-  };
+  const auto is_new = [](tag revision) { return ask(ZOLP_Test_STORE_instance_isNew, revision); };
   tag new_item = NULLTAG;
-  const tag new_revision = asked(ITEM_create_item, "300", "New", nullptr, "A", &new_item);
-  const tag revised = asked(ITEM_create_rev, item, "D");
+  const tag new_revision = ask(ITEM_create_item, "300", "New", nullptr, "A", &new_item);
+  const tag revised = ask(ITEM_create_rev, item, "D");
   EXPECT_EQ(is_new(new_revision), 1);
   EXPECT_TRUE(trace.has("  STORE_get_instance_state returned 7003 "));
   EXPECT_EQ(is_new(revised), 0);
   EXPECT_TRUE(trace.has("  Skip Revise case. "));
-  asked(REL_create_relation, new_item, item, relation_type("VELO_based_on"), NULLTAG);
+  ask(REL_create_relation, new_item, item, relation_type("VELO_based_on"), NULLTAG);
   EXPECT_EQ(is_new(new_revision), 0);
   EXPECT_TRUE(trace.has("  Found VELO_based_on relation. Skip SaveAs case. "));
   EXPECT_EQ(ZOLP_Test_STORE_instance_isNew(new_revision, nullptr), ORK_ok);
@@ -229,9 +227,9 @@ TEST_F(Objects, ModifiableAreUnreservedWritableUnfrozenObjects) {
 }
 
 TEST_F(Objects, ReplicasBelongToOtherSites) {
-  EXPECT_EQ(asked<logical>(ZOLP_isItemReplica, item), 0);
-  EXPECT_EQ(asked<logical>(ZOLP_isItemReplica, find_item("200")), 1);
-  EXPECT_EQ(asked<logical>(ZOLP_isItemReplica, NULLTAG), 0);
+  EXPECT_EQ(ask(ZOLP_isItemReplica, item), 0);
+  EXPECT_EQ(ask(ZOLP_isItemReplica, find_item("200")), 1);
+  EXPECT_EQ(ask(ZOLP_isItemReplica, NULLTAG), 0);
 }
 
 // -------------------------------------------------------------------------- lookup, relations
@@ -285,7 +283,7 @@ TEST_F(Objects, RelatedObjectsInBothDirections) {
 
 TEST_F(Objects, RemovedObjectsLeaveTheArray) {
   tag doomed = NULLTAG;
-  const tag doomed_revision = asked(ITEM_create_item, "900", "Doomed", nullptr, "A", &doomed);
+  const tag doomed_revision = ask(ITEM_create_item, "900", "Doomed", nullptr, "A", &doomed);
   ASSERT_EQ(OBJ_save(doomed), ORK_ok);
   ASSERT_EQ(OBJ_save(doomed_revision), ORK_ok);
   int count = 0;
@@ -305,7 +303,7 @@ TEST_F(Objects, AttributesComeFromTheClassUpToTheRoot) {
     int count = 0;
     tag* ids = nullptr;
     EXPECT_EQ(
-        ListAllClassAttributes(asked(STORE_class_id_of_class, class_name), &count, &ids, &capacity),
+        ListAllClassAttributes(ask(STORE_class_id_of_class, class_name), &count, &ids, &capacity),
         0);
     return take(count, ids);
   };

@@ -10,9 +10,9 @@
 
 namespace {
 
-using test::asked;
+using test::ask;
 using test::error_codes;
-using test::listed;
+using test::list;
 using test::take;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -34,12 +34,12 @@ class Occurrences : public testing::Test {
         {"item": "T", "revision": "A", "view_type": "service", "lines": [
           {"item": "S", "sequence": "10", "notes": {"Remark": "Locked", "Torque": "12 Nm"}},
           {"item": "S", "revision": "B"}]}]})");
-    view = asked(STRUCT_find_view_type, "view");
-    service = asked(STRUCT_find_view_type, "service");
-    rule = asked(CONFIG_find, "Released");
-    bvr = listed(STRUCT_list_bom_view_revisions, site.find("T", "A")).at(0);
-    bv = asked(STRUCT_get_bom_view_of_bvr, bvr);
-    const std::vector<tag> occurrences = listed(STRUCT_list_occurrences, bvr);
+    view = ask(STRUCT_find_view_type, "view");
+    service = ask(STRUCT_find_view_type, "service");
+    rule = ask(CONFIG_find, "Released");
+    bvr = list(STRUCT_list_bom_view_revisions, site.find("T", "A")).at(0);
+    bv = ask(STRUCT_get_bom_view_of_bvr, bvr);
+    const std::vector<tag> occurrences = list(STRUCT_list_occurrences, bvr);
     first = occurrences.at(0);
     second = occurrences.at(1);
     EXPECT_EQ(ERR_clear_errors(), ORK_ok);

@@ -67,13 +67,13 @@ TEST(Bypass, IsSwitchedOnByAdministratorsOnlyAndThenStays) {
   EXPECT_EQ(ZOLP_set_ork_bypass(1), 0);
   EXPECT_THAT(test::Site::journal(),
               ElementsAre("ORK_get_bypass", "STORE_is_user_sa", "ORK_set_bypass"));
-  EXPECT_EQ(test::asked<logical>(ORK_get_bypass), 0);
+  EXPECT_EQ(test::ask(ORK_get_bypass), 0);
   ORK_exit_module(0);
   site.log_in("root", "root-secret", "engineering");
   EXPECT_EQ(ZOLP_set_ork_bypass(0), 0);
   EXPECT_EQ(ZOLP_set_ork_bypass(1), 1);
   EXPECT_EQ(ZOLP_set_ork_bypass(0), 1);
-  EXPECT_EQ(test::asked<logical>(ORK_get_bypass), 1);
+  EXPECT_EQ(test::ask(ORK_get_bypass), 1);
 }
 
 TEST(Identify, FindsWhatIsThereAndSaysWhatIsNot) {
@@ -81,7 +81,7 @@ TEST(Identify, FindsWhatIsThereAndSaysWhatIsNot) {
   site.log_in();
   test::TraceCapture trace;
   tag user = 99;
-  tag group = test::asked(ZOLP_identify_user_and_group, nullptr, "quality", &user);
+  tag group = test::ask(ZOLP_identify_user_and_group, nullptr, "quality", &user);
   EXPECT_EQ(user, NULLTAG);
   EXPECT_NE(group, NULLTAG);
   EXPECT_THAT(trace.lines()[0], StartsWith(" ->zolp_identify_user_and_group "));

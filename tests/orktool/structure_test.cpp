@@ -64,7 +64,7 @@ TEST_F(Lines, ValuesAreTraced) {
   EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ZOLP_getSequenceNo zolp_ps_utils.cpp:"));
 
   trace.clear();
-  const tag revision = test::asked(ZOLP_get_bomline_revtag, line);
+  const tag revision = test::ask(ZOLP_get_bomline_revtag, line);
   EXPECT_THAT(remarks(), ElementsAre("Found for BOMLine <" + number(line) + "> rev tag <" +
                                      number(revision) + ">"));
   char* revision_id = nullptr;

@@ -23,8 +23,8 @@
 
 namespace {
 
-using test::asked;
-using test::listed;
+using test::ask;
+using test::list;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -64,12 +64,12 @@ class Workflow : public testing::Test {
 
   static tag start(const char* name, const std::vector<tag>& targets = {}) {
     const std::vector<int> types(targets.size(), FLOW_target_attachment);
-    return asked(FLOW_create_process, name, "", asked(FLOW_find_process_template, name),
-                 static_cast<int>(targets.size()), targets.data(), types.data());
+    return ask(FLOW_create_process, name, "", ask(FLOW_find_process_template, name),
+               static_cast<int>(targets.size()), targets.data(), types.data());
   }
 
   static std::vector<tag> tasks(tag job, int type = eFLOWAnyTask) {
-    return listed(FLOW_get_type_tasks, job, type);
+    return list(FLOW_get_type_tasks, job, type);
   }
 
   /** The platform calls of an action. */
@@ -104,12 +104,12 @@ TEST_F(Workflow, ObjectsAreAttachedToTheRootTask) {
   EXPECT_THAT(trace.lines()[1], StartsWith("   ->ZOLP_add_attachments(...) zolp_epmtool.cpp:"));
   EXPECT_THAT(trace.lines()[2], StartsWith("     ->ZOLP_add_attachments zolp_epmtool.cpp:"));
   EXPECT_EQ(ZOLP_add_reference_objects(job, 1, &other), ORK_ok);
-  EXPECT_THAT(listed(ZOLP_ask_target_objects, job), ElementsAre(item, revision));
-  EXPECT_THAT(listed(ZOLP_ask_reference_objects, job), ElementsAre(other));
+  EXPECT_THAT(list(ZOLP_ask_target_objects, job), ElementsAre(item, revision));
+  EXPECT_THAT(list(ZOLP_ask_reference_objects, job), ElementsAre(other));
   tag detached[] = {other, item};
   EXPECT_EQ(ZOLP_remove_attachments(job, 2, detached), ORK_ok);
-  EXPECT_THAT(listed(ZOLP_ask_target_objects, job), ElementsAre(revision));
-  EXPECT_THAT(listed(ZOLP_ask_reference_objects, job), IsEmpty());
+  EXPECT_THAT(list(ZOLP_ask_target_objects, job), ElementsAre(revision));
+  EXPECT_THAT(list(ZOLP_ask_reference_objects, job), IsEmpty());
 
   EXPECT_EQ(ZOLP_add_target_objects(job, 0, nullptr), ORK_ok);
   EXPECT_EQ(ZOLP_add_attachments(job, 3, -1, objects), ORK_invalid_argument);
@@ -165,7 +165,7 @@ TEST_F(Workflow, ConditionTasksAreFoundByTheirWholeNameAndGetAnyResult) {
   const tag job = start("Review");
   const std::vector<tag> conditions = tasks(job, eFLOWConditionTask);
   const auto find = [job](const char* name) {
-    return asked(ZOLP_get_condition_task_by_name, job, name);
+    return ask(ZOLP_get_condition_task_by_name, job, name);
   };
   EXPECT_EQ(find("Large?"), conditions[0]);
   EXPECT_EQ(find("Later?"), conditions[1]);
@@ -175,7 +175,7 @@ TEST_F(Workflow, ConditionTasksAreFoundByTheirWholeNameAndGetAnyResult) {
   }
   EXPECT_EQ(ZOLP_set_named_condition_task_result(start("Release"), "Large?", 1), 33080);
 
-  const auto result = [&] { return asked<int>(FLOW_get_condition_task_result, conditions[0]); };
+  const auto result = [&] { return ask(FLOW_get_condition_task_result, conditions[0]); };
   EXPECT_EQ(ZOLP_set_condition_task_result(conditions[0], 5), ORK_ok);
   EXPECT_EQ(result(), 5);
   EXPECT_EQ(ZOLP_set_named_condition_task_result(job, "Large?", -7), ORK_ok);
@@ -197,8 +197,7 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
   EXPECT_EQ(current(job), std::to_string(levels[0]) + " Check");
   EXPECT_TRUE(trace.has("iTaskListCount=2"));
   EXPECT_TRUE(trace.has("spCurrentReleaseLevelName=Check"));
-  const std::vector<tag> signoffs =
-      listed(FLOW_get_attachments, levels[0], FLOW_signoff_attachment);
+  const std::vector<tag> signoffs = list(FLOW_get_attachments, levels[0], FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[1], SIGNOFF_approve, ""), ORK_ok);
   EXPECT_EQ(current(job), std::to_string(levels[1]) + " Check");
@@ -208,7 +207,7 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
     {"name": "Stop", "handlers": [{"on": "start", "name": "none"}]},
     {"name": "Over", "type": "review"}]}]})"),
             ORK_ok);
-  EXPECT_EQ(FLOW_create_process("x", "", asked(FLOW_find_process_template, "Stopped"), 0, nullptr,
+  EXPECT_EQ(FLOW_create_process("x", "", ask(FLOW_find_process_template, "Stopped"), 0, nullptr,
                                 nullptr, &broken),
             FLOW_unknown_handler);
   EXPECT_THAT(
@@ -226,24 +225,24 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
 
 TEST_F(Workflow, LevelsAreFoundByTheirWholeName) {
   const tag job = start("Review");
-  EXPECT_EQ(asked(ZOLP_find_release_level, job, "Check"), tasks(job, eFLOWReviewTask)[0]);
+  EXPECT_EQ(ask(ZOLP_find_release_level, job, "Check"), tasks(job, eFLOWReviewTask)[0]);
   for (const char* line : {"search for release level nane=Check", "iTaskListCount=2",
                            "FLOWReviewTask[0]=Check", "found release level named Check"}) {
     EXPECT_TRUE(trace.has(line)) << line;
   }
-  EXPECT_EQ(asked(ZOLP_find_release_level, job, "check"), NULLTAG);
+  EXPECT_EQ(ask(ZOLP_find_release_level, job, "check"), NULLTAG);
 }
 
 TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
   const tag job = start("Review");
   std::vector<tag> members;
   for (const tag signoff :
-       listed(FLOW_get_attachments, tasks(job, eFLOWReviewTask)[0], FLOW_signoff_attachment)) {
+       list(FLOW_get_attachments, tasks(job, eFLOWReviewTask)[0], FLOW_signoff_attachment)) {
     int type = 0;
     EXPECT_EQ(FLOW_get_signoff_member(signoff, &members.emplace_back(), &type), ORK_ok);
   }
   const char* level = "Check";
-  EXPECT_EQ(listed(ZOLP_ask_reviewers, job, level), members);
+  EXPECT_EQ(list(ZOLP_ask_reviewers, job, level), members);
   const std::string address =
       std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(level)));
   for (const std::string& line :
@@ -253,19 +252,19 @@ TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
     EXPECT_TRUE(trace.has(line)) << line;
   }
   trace.clear();
-  EXPECT_THAT(listed(ZOLP_ask_reviewers_groupmembers, job, level),
+  EXPECT_THAT(list(ZOLP_ask_reviewers_groupmembers, job, level),
               ElementsAre(members[1], members[2]));
   EXPECT_TRUE(trace.has("iTempGroupmemberCount=2"));
   EXPECT_TRUE(trace.has("ignore Member[0] of not selected type"));
-  EXPECT_THAT(listed(ZOLP_ask_reviewers_resourcepools, job, level), ElementsAre(members[0]));
+  EXPECT_THAT(list(ZOLP_ask_reviewers_resourcepools, job, level), ElementsAre(members[0]));
   EXPECT_TRUE(trace.has("iTempResourcepoolCount=1"));
-  EXPECT_THAT(listed(ZOLP_ask_reviewers_by_type, job, level, 9999), IsEmpty());
-  EXPECT_THAT(listed(ZOLP_ask_reviewers_by_type, job, level, -1), IsEmpty());
+  EXPECT_THAT(list(ZOLP_ask_reviewers_by_type, job, level, 9999), IsEmpty());
+  EXPECT_THAT(list(ZOLP_ask_reviewers_by_type, job, level, -1), IsEmpty());
 
   trace.clear();
-  EXPECT_THAT(listed(ZOLP_ask_reviewers, job, "none"), IsEmpty());
+  EXPECT_THAT(list(ZOLP_ask_reviewers, job, "none"), IsEmpty());
   EXPECT_FALSE(trace.has("iSignoffCount"));
-  EXPECT_THAT(listed(ZOLP_ask_reviewers, start("No team"), "Nobody"), IsEmpty());
+  EXPECT_THAT(list(ZOLP_ask_reviewers, start("No team"), "Nobody"), IsEmpty());
   EXPECT_TRUE(trace.has("iSignoffCount=0"));
 }
 
@@ -275,8 +274,8 @@ TEST_F(Workflow, JobInfoTellsWhoSignsOffAndWhen) {
     const FLOW_action_message_s message{task, 0, 0, ""};
     char name[ORG_name_size + 1] = "x";
     date_s date{1, 1, 1, 1, 1, 1};
-    const tag user = asked(ZOLP_getJobInfo, &message, name, &date);
-    EXPECT_EQ(user, asked(ORG_find_user, name));
+    const tag user = ask(ZOLP_getJobInfo, &message, name, &date);
+    EXPECT_EQ(user, ask(ORG_find_user, name));
     year = date.year;
     return std::string(name);
   };
@@ -293,7 +292,7 @@ TEST_F(Workflow, JobInfoTellsWhoSignsOffAndWhen) {
   EXPECT_TRUE(trace.has("Nr.=0 g=[engineering] r=[*] "));
   EXPECT_TRUE(trace.has("Nr.=1 u=[ada] g=[engineering] r=[designer] "));
   EXPECT_TRUE(trace.has("Nr.=2 u=[root] g=[engineering] r=[administrator] "));
-  const std::vector<tag> signoffs = listed(FLOW_get_attachments, level, FLOW_signoff_attachment);
+  const std::vector<tag> signoffs = list(FLOW_get_attachments, level, FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[2], SIGNOFF_reject, ""), ORK_ok);
   info(level);
   EXPECT_GT(year, 0) << "the date of the last one";
@@ -315,7 +314,7 @@ TEST_F(Workflow, AHandlerGetsItsJobAndTargets) {
     tag* found = nullptr;
     EXPECT_EQ(ZOLP_getRHTargetObjects(&message, &found_job, &count, &found), status);
   };
-  EXPECT_THAT(listed(ZOLP_getRHTargetObjects, &message, &found_job), ElementsAre(item, revision));
+  EXPECT_THAT(list(ZOLP_getRHTargetObjects, &message, &found_job), ElementsAre(item, revision));
   EXPECT_EQ(found_job, job);
   EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [2]"));
   EXPECT_TRUE(trace.has("TARGET[2]: CLASS = [ItemRevision]"));
@@ -351,8 +350,8 @@ TEST_F(Workflow, DatasetsOfTargetsAreReported) {
     std::fclose(file);
     return folder.read("report");
   };
-  const tag relation = asked(REL_create_relation, revision, item,
-                             asked(REL_find_relation_type, "Documents"), NULLTAG);
+  const tag relation =
+      ask(REL_create_relation, revision, item, ask(REL_find_relation_type, "Documents"), NULLTAG);
   const std::string id = "4711/A-Gearbox            ";
   const std::string line = id + "Dataset                   ";
   const std::string expected =
@@ -383,12 +382,12 @@ TEST_F(Workflow, TargetsAreFiledOnTheSecondCall) {
       << "an item and a revision bear the name, and no folder";
   EXPECT_TRUE(trace.has("folder:<Gearbox> description:<For parts>"));
   move("Shelf", ORK_ok);
-  const std::vector<tag> folders = listed(WSO_find, "Shelf");
+  const std::vector<tag> folders = list(WSO_find, "Shelf");
   ASSERT_EQ(folders.size(), 1u);
-  EXPECT_THAT(listed(FOLDER_list_instances, folders[0]), IsEmpty());
+  EXPECT_THAT(list(FOLDER_list_instances, folders[0]), IsEmpty());
   move("Shelf", ORK_ok);
   EXPECT_TRUE(trace.has("->OBJ_unlock(...) zolp_handler_utils.cpp:"));
-  EXPECT_THAT(listed(FOLDER_list_instances, folders[0]), ElementsAre(item, revision));
+  EXPECT_THAT(list(FOLDER_list_instances, folders[0]), ElementsAre(item, revision));
 }
 
 TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
@@ -407,7 +406,7 @@ TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
     EXPECT_EQ(buffer[ZOLP_JOB_NAME_SIZE + 1], '#');
     return std::to_string(status) + " " + buffer;
   };
-  const auto jobs = [] { return listed(FLOW_find_jobs, nullptr).size(); };
+  const auto jobs = [] { return list(FLOW_find_jobs, nullptr).size(); };
   EXPECT_EQ(release("TMP", "Release"), "0 TMP1700000000");
   EXPECT_TRUE(trace.has("ObjCount        = 2"));
   EXPECT_TRUE(trace.has("szProcedureName = Release"));

@@ -8,64 +8,11 @@
 #include <string_view>
 #include <vector>
 
-#include "ork/err.h"
-#include "ork/mem.h"
 #include "ork/ork.h"
 #include "ork_host.h"
+#include "support/asking.h"
 
 namespace test {
-
-/** What a function that must succeed puts behind its last parameter. */
-template <typename Value = tag, typename Function, typename... Arguments>
-Value asked(Function function, Arguments... arguments) {
-  Value value{77};
-  EXPECT_EQ(function(arguments..., &value), ORK_ok);
-  return value;
-}
-
-/** An array of objects that somebody handed out. */
-inline std::vector<tag> take(int count, tag* array) {
-  std::vector<tag> all(array, array + count);
-  MEM_free(array);
-  return all;
-}
-
-/** The objects that a function lists, which must succeed. */
-template <typename Function, typename... Arguments>
-std::vector<tag> listed(Function function, Arguments... arguments) {
-  int count = 99;
-  tag* objects = nullptr;
-  EXPECT_EQ(function(arguments..., &count, &objects), ORK_ok);
-  return take(count, objects);
-}
-
-struct StackedError {
-  int severity;
-  int code;
-  std::string text;
-};
-
-/** The error stack, oldest first. */
-inline std::vector<StackedError> error_stack() {
-  int count = 0;
-  const int* severities = nullptr;
-  const int* codes = nullptr;
-  const char** texts = nullptr;
-  EXPECT_EQ(ERR_get_errors(&count, &severities, &codes, &texts), ORK_ok);
-  std::vector<StackedError> errors;
-  for (int i = 0; i < count; ++i) {
-    errors.push_back({severities[i], codes[i], texts[i]});
-  }
-  return errors;
-}
-
-inline std::vector<int> error_codes() {
-  std::vector<int> codes;
-  for (const StackedError& error : error_stack()) {
-    codes.push_back(error.code);
-  }
-  return codes;
-}
 
 class Site {
  public:

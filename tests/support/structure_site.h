@@ -64,13 +64,6 @@ struct List {
   tag* array = nullptr;
 };
 
-/** A text that the library handed out. */
-inline std::string take(char* text) {
-  const std::string copy = text != nullptr ? text : "(null)";
-  MEM_free(text);
-  return copy;
-}
-
 class StructureSite : public Site {
  public:
   StructureSite() { log_in(); }
@@ -96,10 +89,10 @@ class StructureSite : public Site {
   }
 
   static tag find(const char* item_id, const char* revision_id = nullptr) {
-    return asked(ork_host_find_item, item_id, revision_id);
+    return ask(ork_host_find_item, item_id, revision_id);
   }
 
-  static std::vector<tag> children(tag line) { return listed(BOMW_line_get_child_lines, line); }
+  static std::vector<tag> children(tag line) { return list(BOMW_line_get_child_lines, line); }
 
   static tag child(tag line, std::size_t index) { return children(line).at(index); }
 
