@@ -70,13 +70,7 @@ TEST(Dates, AreReadStrictly) {
   EXPECT_EQ(parts_of("690101", "%y%m%d"), "1969 0 1 0 0 0");
   EXPECT_EQ(parts_of("1%31122026", "1%%%d%m%Y"), "2026 11 31 0 0 0");
 
-  struct Case {
-    const char* text;
-    const char* format;
-    int status;
-    const char* reason;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, const char*, int, const char*> cases[] = {
       {"31-Feb-2026", "%d-%b-%Y", DATE_invalid_date, "\"31-Feb-2026\""},
       {"29.02.2026", "%d.%m.%Y", DATE_invalid_date, ""},
       {"01.00.2026", "%d.%m.%Y", DATE_invalid_date, ""},
@@ -99,9 +93,9 @@ TEST(Dates, AreReadStrictly) {
       {nullptr, "%d", ORK_invalid_argument, ""},
       {"01", nullptr, ORK_invalid_argument, ""},
   };
-  for (const Case& wrong : cases) {
-    EXPECT_EQ(parts_of(wrong.text, wrong.format), std::to_string(wrong.status));
-    EXPECT_THAT(test::last_error(), HasSubstr(wrong.reason));
+  for (const auto& [text, format, status, reason] : cases) {
+    EXPECT_EQ(parts_of(text, format), std::to_string(status));
+    EXPECT_THAT(test::last_error(), HasSubstr(reason));
   }
   int part = 0;
   EXPECT_EQ(

@@ -27,24 +27,24 @@ TEST_F(DemoSite, SeedingChangesWhatExists) {
 }
 
 TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
-  struct Case {
-    const char* seed;
-    const char* text;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {R"({"groups": ["x"], )", "line 1"},
       {R"([])", "the seed: expected an object, found array"},
       {R"({"group": []})", "/group: is not known here"},
+      {R"({"groups": {}})", "/groups: expected an array, found object"},
       {R"({"groups": ["new", 3]})", "/groups/1: expected an object"},
       {R"({"groups": [""]})", "/groups/0: must not be empty"},
       {R"({"groups": ["a\u0000b"]})", "/groups/0: must not contain a NUL"},
       {R"({"groups": ["a group's name of more than 32 bytes"]})", "/groups/0: The text is longer"},
       {R"({"users": [{"id": "x", "administrator": "yes"}]})",
        "/users/0/administrator: expected true or false, found string"},
+      {R"({"users": [{"id": "wagner", "password": ""}]})", "/users/0/password: must not be empty"},
       {R"({"users": [{"id": "x", "memberships": [{"group": "desing", "role": "Designer"}]}]})",
        "/users/0/memberships/0/group: there is no group \"desing\""},
       {R"({"users": [{"id": "wagner", "default_group": "dba"}]})",
        "/users/0/default_group: the user is not a member"},
+      {R"({"groups": ["new"], "site": {"automatic_login": "nobody"}})",
+       "/site/automatic_login: there is no user \"nobody\""},
       {R"({"classes": [{"name": "C", "parent": "Itme"}]})", "/classes/0/parent: there is no class"},
       {R"({"classes": [{"name": "Item", "parent": "Object"}]})", "/classes/0/parent: the class"},
       {R"({"classes": [{"name": "C", "parent": "Item", "attributes": [
@@ -84,15 +84,17 @@ TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
        "/access_rules/0/to: expected owner"},
       {R"({"access_rules": [{"deny": ["READ"], "to": {}, "on": {"class": "Item"}}]})",
        "/access_rules/0/to: expected one member"},
+      {R"({"access_rules": [{"deny": ["READ"], "to": "world", "on": {"class": "Itme"}}]})",
+       "/access_rules/0/on/class: there is no class"},
       {R"({"relations": [{"type": "VELO_reference", "primary": {"item": "000100"},
           "secondary": {"item": "000100", "revision": "Z"}}]})",
        "/relations/0/secondary/revision: the item has no revision \"Z\""},
   };
   const std::string before = describe(nullptr);
-  for (const Case& refused : cases) {
-    EXPECT_EQ(ork_host_seed(refused.seed), ORK_invalid_argument) << refused.seed;
-    EXPECT_THAT(last_error(), HasSubstr(refused.text));
-    EXPECT_EQ(describe(nullptr), before) << refused.seed;
+  for (const auto& [seed, text] : cases) {
+    EXPECT_EQ(ork_host_seed(seed), ORK_invalid_argument) << seed;
+    EXPECT_THAT(last_error(), HasSubstr(text));
+    EXPECT_EQ(describe(nullptr), before) << seed;
   }
   EXPECT_EQ(ork_host_seed(nullptr), ORK_invalid_argument);
   EXPECT_EQ(ORK_init_module("wagner", "let me in", nullptr), ORK_ok);

@@ -18,14 +18,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 TEST_F(DemoSite, LoginTellsWhatIsWrongByCodeAndText) {
-  struct Case {
-    const char* user;
-    const char* password;
-    const char* group;
-    int status;
-    const char* detail;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, const char*, const char*, int, const char*> cases[] = {
       {"nobody", "let me in", "design", ORK_unknown_user, "nobody"},
       {"", "let me in", "design", ORK_unknown_user, ""},
       {"wagner", "let me", "design", ORK_wrong_password, "wagner"},
@@ -36,11 +29,11 @@ TEST_F(DemoSite, LoginTellsWhatIsWrongByCodeAndText) {
       {"wagner", nullptr, "design", ORK_invalid_argument, ""},
   };
   std::set<std::string> texts;
-  for (const Case& login : cases) {
-    EXPECT_EQ(ORK_init_module(login.user, login.password, login.group), login.status);
-    EXPECT_THAT(last_error(), HasSubstr(login.detail));
+  for (const auto& [user, password, group, status, detail] : cases) {
+    EXPECT_EQ(ORK_init_module(user, password, group), status);
+    EXPECT_THAT(last_error(), HasSubstr(detail));
     EXPECT_THAT(last_error(), Not(HasSubstr("let me")));
-    texts.insert(ask(ERR_get_error_text, login.status));
+    texts.insert(ask(ERR_get_error_text, status));
     EXPECT_EQ(ORK_set_journalling(1), ORK_not_logged_in);
   }
   EXPECT_EQ(texts.size(), 5u);
@@ -122,12 +115,7 @@ TEST(Session, LoginOpensTheSiteOfTheEnvironmentButMakesNone) {
 }
 
 TEST(Session, ArgumentsAreUnderstoodInBothForms) {
-  struct Case {
-    std::vector<const char*> arguments;
-    const char* is_there;
-    const char* value;
-  };
-  const Case cases[] = {
+  const std::tuple<std::vector<const char*>, const char*, const char*> cases[] = {
       {{"program", "-u=wagner"}, "wagner", "wagner"},
       {{"program", "-u", "wagner"}, "wagner", "wagner"},
       {{"program", "-u"}, "", nullptr},
@@ -138,10 +126,10 @@ TEST(Session, ArgumentsAreUnderstoodInBothForms) {
       {{"program", "-u=-x=y"}, "-x=y", "-x=y"},
       {{"program", "-u=first", "-u=second"}, "first", "first"},
   };
-  for (const Case& line : cases) {
-    ork_host_set_arguments(static_cast<int>(line.arguments.size()), line.arguments.data());
-    EXPECT_STREQ(ORK_get_cli_argument("-u"), line.is_there) << line.arguments.back();
-    EXPECT_STREQ(ORK_get_cli_argument("-u="), line.value) << line.arguments.back();
+  for (const auto& [arguments, is_there, value] : cases) {
+    ork_host_set_arguments(static_cast<int>(arguments.size()), arguments.data());
+    EXPECT_STREQ(ORK_get_cli_argument("-u"), is_there) << arguments.back();
+    EXPECT_STREQ(ORK_get_cli_argument("-u="), value) << arguments.back();
   }
   EXPECT_EQ(ORK_get_cli_argument(nullptr), nullptr);
 

@@ -229,23 +229,16 @@ TEST_F(StructureSite, SeedsSayWhatIsWrongWithStructures) {
 
 TEST_F(StructureSite, RulesConfigureRevisions) {
   log_in();
-  struct Case {
-    const char* rule;
-    const char* item;
-    const char* revision;
-    const char* explanation;
-  };
-  for (const Case& example :
+  using Case = std::tuple<const char*, const char*, const char*, const char*>;
+  for (const auto& [name, item, configured, explanation] :
        {Case{"Released", "000100", "A", "The latest revision with status Released"},
         Case{"Released", "000200", nullptr, "No revision satisfies the rule"},
         Case{"Released or latest", "000100", "A", "The latest revision with status Released"},
         Case{"Released or latest", "000200", "A", "The latest revision"},
         Case{"Released or latest", "000300", nullptr, "No revision satisfies the rule"}}) {
     tag revision = 17;
-    EXPECT_EQ(ask(CONFIG_item_get_configured, rule(example.rule), find(example.item), &revision),
-              example.explanation);
-    EXPECT_EQ(revision,
-              example.revision != nullptr ? find(example.item, example.revision) : NULLTAG);
+    EXPECT_EQ(ask(CONFIG_item_get_configured, rule(name), find(item), &revision), explanation);
+    EXPECT_EQ(revision, configured != nullptr ? find(item, configured) : NULLTAG);
   }
   const auto refused = [](tag rule, tag item) {
     return refusal(CONFIG_item_get_configured, rule, item);

@@ -40,6 +40,10 @@ std::string original_name(tag file) {
   return test::ask(FILE_get_original_file_name, file);
 }
 
+int export_to(tag file, const std::string& path) {
+  return FILE_export_file(file, path.c_str());
+}
+
 /** A site in a folder, with its vault, and a session. */
 class Vault : public test::DemoSite {
  protected:
@@ -160,16 +164,13 @@ TEST_F(Vault, OnlyFilesThatCanBeReadAreImported) {
 
 TEST_F(Vault, ExportsOverwriteNothing) {
   const tag file = save(std::string(3 << 20, 'x'));
-  const auto export_to = [&](const std::string& path) {
-    return FILE_export_file(file, path.c_str());
-  };
   const std::string taken = target_.write("taken", "mine");
-  EXPECT_EQ(export_to(taken), FILE_exists);
+  EXPECT_EQ(export_to(file, taken), FILE_exists);
   EXPECT_EQ(last_error(), "The file exists and is not overwritten: " + taken);
   EXPECT_EQ(target_.read("taken"), "mine");
-  EXPECT_EQ(export_to(target_.path("")), FILE_exists);
-  EXPECT_EQ(export_to(target_.path("missing/x")), FILE_cannot_open);
-  EXPECT_EQ(export_to(""), FILE_cannot_open);
+  EXPECT_EQ(export_to(file, target_.path("")), FILE_exists);
+  EXPECT_EQ(export_to(file, target_.path("missing/x")), FILE_cannot_open);
+  EXPECT_EQ(export_to(file, ""), FILE_cannot_open);
   EXPECT_THAT(exported(), testing::ElementsAre("taken"));
 }
 
@@ -177,11 +178,8 @@ TEST_F(Vault, ExportsOverwriteNothing) {
 
 TEST_F(Vault, ExportsReplaceNoLinkAndLeaveNoHalvesOnAFullDisk) {
   const tag file = save(std::string(3 << 20, 'x'));
-  const auto export_to = [&](const std::string& path) {
-    return FILE_export_file(file, path.c_str());
-  };
   fs::create_symlink("nowhere", target_.path("dangling"));
-  EXPECT_EQ(export_to(target_.path("dangling")), FILE_exists);
+  EXPECT_EQ(export_to(file, target_.path("dangling")), FILE_exists);
 
   // A target that takes no more than a part.
   std::signal(SIGXFSZ, SIG_IGN);
@@ -189,7 +187,7 @@ TEST_F(Vault, ExportsReplaceNoLinkAndLeaveNoHalvesOnAFullDisk) {
   getrlimit(RLIMIT_FSIZE, &limit);
   const rlim_t usual = std::exchange(limit.rlim_cur, rlim_t{2 << 20});
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-  EXPECT_EQ(export_to(target_.path("big")), FILE_cannot_write);
+  EXPECT_EQ(export_to(file, target_.path("big")), FILE_cannot_write);
   EXPECT_THAT(last_error(), HasSubstr(target_.path("big") + ": File too large"));
   tag none = 1;
   EXPECT_EQ(FILE_import_file(folder_.path("part.txt").c_str(), nullptr, 0, &none, nullptr),
@@ -197,7 +195,7 @@ TEST_F(Vault, ExportsReplaceNoLinkAndLeaveNoHalvesOnAFullDisk) {
   limit.rlim_cur = usual;
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
   EXPECT_THAT(exported(), testing::ElementsAre("dangling"));
-  EXPECT_EQ(export_to(target_.path("big")), ORK_ok);
+  EXPECT_EQ(export_to(file, target_.path("big")), ORK_ok);
   struct stat status {};
   ASSERT_EQ(stat(target_.path("big").c_str(), &status), 0);
   EXPECT_NE(status.st_mode & S_IWUSR, 0U) << "what the vault keeps read-only is the user's here";
@@ -210,7 +208,7 @@ TEST_F(Vault, DamagedContentsAreNotHandedOut) {
   const fs::path contents = contents_of_only_file();
   const std::string which = "part.txt (object " + std::to_string(file) + ")";
   const auto export_fails = [&](const std::string& why) {
-    EXPECT_EQ(FILE_export_file(file, target_.path("x").c_str()), FILE_damaged);
+    EXPECT_EQ(export_to(file, target_.path("x")), FILE_damaged);
     EXPECT_THAT(last_error(), testing::AllOf(HasSubstr(which), HasSubstr(why)));
     EXPECT_THAT(exported(), IsEmpty());
   };
@@ -220,7 +218,7 @@ TEST_F(Vault, DamagedContentsAreNotHandedOut) {
     export_fails("not what was imported");
   }
   std::ofstream(contents, std::ios::binary) << "the truth";
-  EXPECT_EQ(FILE_export_file(file, target_.path("y").c_str()), ORK_ok) << last_error();
+  EXPECT_EQ(export_to(file, target_.path("y")), ORK_ok) << last_error();
   fs::remove(target_.path("y"));
   fs::remove(contents);
   export_fails("No such file");
@@ -252,18 +250,18 @@ TEST_F(Vault, TheProgressFunctionSeesAndEndsCopies) {
   EXPECT_THAT(seen.done, testing::ElementsAre(0, mebibyte, 2 * mebibyte, 2 * mebibyte + 1));
   EXPECT_EQ(seen.total, 2 * mebibyte + 1);
   seen.end_at = mebibyte;
-  EXPECT_EQ(FILE_export_file(file, target_.path("x").c_str()), FILE_cancelled);
+  EXPECT_EQ(export_to(file, target_.path("x")), FILE_cancelled);
   EXPECT_THAT(exported(), IsEmpty());
   tag none = 1;
   EXPECT_EQ(FILE_import_file(path.c_str(), nullptr, 0, &none, nullptr), FILE_cancelled);
   EXPECT_EQ(none, NULLTAG);
   ASSERT_EQ(FILE_set_progress(nullptr, nullptr), ORK_ok);
-  EXPECT_EQ(FILE_export_file(file, target_.path("x").c_str()), ORK_ok);
+  EXPECT_EQ(export_to(file, target_.path("x")), ORK_ok);
 }
 
 TEST_F(Vault, ContentsGoWithTheirFiles) {
   const tag unsaved = import_file(folder_.write("a", "a"));
-  EXPECT_EQ(FILE_export_file(unsaved, target_.path("a").c_str()), ORK_ok) << "its maker sees it";
+  EXPECT_EQ(export_to(unsaved, target_.path("a")), ORK_ok) << "its maker sees it";
   const tag kept = save("kept");
   const tag deleted = save("deleted");
   ASSERT_EQ(OBJ_delete(deleted), ORK_ok) << last_error();
@@ -281,13 +279,13 @@ TEST_F(Vault, ContentsGoWithTheirFiles) {
   EXPECT_THAT(vault(), SizeIs(1));
   open();
   log_in();
-  EXPECT_EQ(FILE_export_file(kept, target_.path("kept").c_str()), ORK_ok) << last_error();
+  EXPECT_EQ(export_to(kept, target_.path("kept")), ORK_ok) << last_error();
 }
 
 TEST_F(Vault, OtherProcessesImportsStandUntilTheyEnd) {
   test::ChildProcess other({PARTNER_PROGRAM, "import", site_, folder_.path("theirs.txt")});
   const tag saved = static_cast<tag>(std::stoul(other.read_line()));
-  EXPECT_EQ(FILE_export_file(saved, target_.path("saved").c_str()), ORK_ok) << last_error();
+  EXPECT_EQ(export_to(saved, target_.path("saved")), ORK_ok) << last_error();
   EXPECT_EQ(target_.read("saved"), "theirs");
   open();
   EXPECT_THAT(vault(), SizeIs(3)) << "saved, not saved yet, and the list";
@@ -295,7 +293,7 @@ TEST_F(Vault, OtherProcessesImportsStandUntilTheyEnd) {
   open();
   EXPECT_THAT(vault(), SizeIs(1)) << "what was never saved is swept";
   log_in();
-  EXPECT_EQ(FILE_export_file(saved, target_.path("again").c_str()), ORK_ok) << last_error();
+  EXPECT_EQ(export_to(saved, target_.path("again")), ORK_ok) << last_error();
 }
 
 TEST(VaultInMemory, GoesWithItsSite) {
@@ -320,7 +318,7 @@ TEST_F(Vault, BigFilesTakeNoMemory) {
   save("small");
   const std::size_t before = test::peak_memory();
   const tag file = import_file(path, SS_BINARY);
-  ASSERT_EQ(FILE_export_file(file, target_.path("big.bin").c_str()), ORK_ok) << last_error();
+  ASSERT_EQ(export_to(file, target_.path("big.bin")), ORK_ok) << last_error();
   EXPECT_LT(test::peak_memory() - before, std::size_t{16} << 20);
   EXPECT_EQ(fs::file_size(target_.path("big.bin")), 64U << 20);
 }
