@@ -123,7 +123,7 @@ class Trial : public Run {
   test::TraceCapture trace_;
 };
 
-std::string list(const std::vector<std::string>& calls) {
+std::string listed(const std::vector<std::string>& calls) {
   std::string text;
   for (const std::string& call : calls) {
     text += (text.empty() ? "" : ", ") + call;
@@ -152,7 +152,7 @@ class Differences {
   void compare_calls(const std::vector<std::string>& promised,
                      const std::vector<std::string>& came) {
     if (promised != came) {
-      say("calls " + list(came) + "\n      instead of " + list(promised));
+      say("calls " + listed(came) + "\n      instead of " + listed(promised));
     }
   }
 
