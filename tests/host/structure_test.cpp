@@ -303,9 +303,13 @@ TEST_F(StructureSite, LinesAreObjectsUntilTheirWindowIsClosed) {
   EXPECT_EQ(children(line).size(), 2u) << "what was refused changes nothing";
   const tag other = ask(BOMW_set_window_top_line, window, find("000100", "B"), NULLTAG, NULLTAG);
   EXPECT_EQ(refusal(BOMW_line_get_child_lines, line), STORE_unknown_tag);
-  EXPECT_EQ(BOMW_close_window(window), ORK_ok);
-  EXPECT_FALSE(test::is_valid(window));
+  const tag first_window = window;
+  const tag of_second_window = show("500", "A");
+  EXPECT_EQ(BOMW_close_window(first_window), ORK_ok);
+  EXPECT_FALSE(test::is_valid(first_window));
   EXPECT_FALSE(test::is_valid(other));
+  EXPECT_EQ(children(of_second_window).size(), 3u) << "a window is closed alone";
+  EXPECT_EQ(BOMW_close_window(window), ORK_ok);
   EXPECT_EQ(BOMW_close_window(window), STORE_unknown_tag);
   EXPECT_EQ(refusal(BOMW_get_window_top_line, ask(BOMW_create_window)), BOMW_no_top_line);
 }
