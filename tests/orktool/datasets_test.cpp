@@ -57,8 +57,7 @@ class Datasets : public testing::Test {
   ~Datasets() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
   tag make_dataset(const char* type, const char* name, const char* reference) const {
-    const tag dataset = ask(ZOLP_createDataset, type, name, reference, nullptr, nullptr);
-    return dataset;
+    return ask(ZOLP_createDataset, type, name, reference, nullptr, nullptr);
   }
 
   /** A saved file of the vault. */
@@ -91,10 +90,7 @@ class Datasets : public testing::Test {
     ASSERT_EQ(OBJ_refresh(dataset, 0), ORK_ok);
   }
 
-  static tag find_dataset(const char* name) {
-    const tag dataset = ask(DSET_find_dataset, name);
-    return dataset;
-  }
+  static tag find_dataset(const char* name) { return ask(DSET_find_dataset, name); }
 
   static bool is_locked(tag object) {
     return ask(STORE_get_instance_lock, object) == STORE_modify_lock;
