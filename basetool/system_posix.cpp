@@ -226,8 +226,14 @@ const char* text_of_error(int code) {
 
 Opening open_for_appending(const char* path, OpenFile& opened) {
   const int descriptor = beyond_standard_streams(open_file(path));
+  if (descriptor < 0) {
+    return Opening::failed;
+  }
   struct stat status;
-  if (descriptor < 0 || fstat(descriptor, &status) != 0) {
+  if (fstat(descriptor, &status) != 0) {
+    const int error = errno;
+    ::close(descriptor);
+    errno = error;
     return Opening::failed;
   }
   for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
