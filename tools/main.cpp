@@ -5,7 +5,7 @@
 #include <new>
 #include <string>
 
-#include "commands.h"
+#include "commands/commands.h"
 #include "error.h"
 #include "os.h"
 #include "site.h"
