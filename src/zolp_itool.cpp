@@ -88,7 +88,6 @@ logical ZOLP_check_preference(int /*option*/, const char* name, const char* valu
 namespace {
 
 constexpr char status_list_attribute[] = "release_status_list";
-constexpr int exhausted_memory = 1;
 
 /** Loads an object and lists its statuses in the order in which they were attached. */
 int list_statuses(tag object, int* count, HostPtr<tag>& statuses) {
@@ -117,14 +116,14 @@ int ZOLP_ask_status_names(tag object, int* count, char*** names) {
   HostTexts array(status_count);
   if (!array.is_allocated()) {
     ZOLP_CRERROR("ZOLP_ask_status_names alloc Memory");
-    return frame.leave(exhausted_memory);
+    return frame.leave(ZOLP_failed);
   }
   for (int i = 0; i < status_count; ++i) {
     HostPtr<char> name;
     GUARDED("OBJ_get_value_string(statuses[i], \"name\", &name)",
             OBJ_get_value_string(statuses.get()[i], "name", out(name)));
     if (!array.append(name.get())) {
-      return frame.leave(exhausted_memory);
+      return frame.leave(ZOLP_failed);
     }
   }
   *names = array.hand_over();
@@ -147,7 +146,7 @@ int ZOLP_ask_status(tag object, int* count, ZOLP_status_record** records) {
       MEM_alloc(static_cast<std::size_t>(status_count) * sizeof(ZOLP_status_record))));
   if (block == nullptr) {
     ZOLP_CRERROR("ZOLP_ask_status alloc Memory");
-    return frame.leave(exhausted_memory);
+    return frame.leave(ZOLP_failed);
   }
   for (int i = 0; i < status_count; ++i) {
     ZOLP_status_record& record = block.get()[i];
@@ -281,15 +280,15 @@ int ZOLP_Test_STORE_instance_isNew(tag tObj, logical* isNew) {
 
 namespace {
 
-/** Why an object may not be changed; these codes never stand on the error stack. */
-enum { is_checked_out = 919340, lacks_privilege = 919341, is_refused = 919342 };
-
-/** 0 when the object may be changed; one of the codes above, or the platform's status. */
+/**
+ * 0 when the object may be changed; otherwise why it may not, a code that never stands on the error
+ * stack, or the platform's status.
+ */
 int test_modifiable_and_not_checkout(tag object) {
   int status = ORK_ok;
   logical granted = 0;
   if (RSV_assert_object_modifiable(object) != ORK_ok) {
-    return is_refused;
+    return ZOLP_object_is_not_modifiable;
   }
   TRACED(status, "ACCESS_check_privilege(object, \"WRITE\", &granted)",
          ACCESS_check_privilege(object, ACCESS_privilege_write, &granted));
@@ -297,11 +296,11 @@ int test_modifiable_and_not_checkout(tag object) {
     return status;
   }
   if (granted != 1) {
-    return lacks_privilege;
+    return ZOLP_object_is_not_writable;
   }
   logical checked_out = 0;
   RSV_is_checked_out(object, &checked_out);
-  return checked_out != 0 ? is_checked_out : 0;
+  return checked_out != 0 ? ZOLP_object_is_checked_out : 0;
 }
 
 }  // namespace
@@ -602,8 +601,6 @@ int ZOLP_RealCopyDataset(tag tagOldDS, const char* pcNewDatsetName, tag* ptagNew
 
 namespace {
 
-constexpr int no_single_master_form = 919999;
-
 /** Looked up once; a process works on one site. */
 tag master_form_relation = NULLTAG;
 
@@ -619,7 +616,7 @@ int ZOLP_GetMasterForm(tag tagObj, tag* form) {
     master_form_relation = found;
     if (master_form_relation == NULLTAG) {
       ZOLP_ERROR("ZOLP_GetMasterForm VK_master_form_rtype not found\n");
-      return frame.leave(no_single_master_form);
+      return frame.leave(ZOLP_no_single_master_form);
     }
   }
   int count = 0;
@@ -628,7 +625,7 @@ int ZOLP_GetMasterForm(tag tagObj, tag* form) {
           REL_list_secondary_objects_only(tagObj, master_form_relation, &count, out(objects)));
   if (count != 1 || objects == nullptr) {
     ZOLP_ERROR("ZOLP_GetMasterForm REL_list_secondary_objects_only return %d Objects\n", count);
-    return frame.leave(no_single_master_form);
+    return frame.leave(ZOLP_no_single_master_form);
   }
   *form = objects.get()[0];
   return frame.leave(ORK_ok);
