@@ -24,6 +24,7 @@
 #include "ork/store.h"
 #include "ork/type.h"
 #include "ork/wso.h"
+#include "path_lock.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
@@ -437,28 +438,22 @@ void clean_file_name(char* name) {
   }
 }
 
-/** A path in the folder for temporary files, with nothing there before and after. */
+/**
+ * A path in the folder for temporary files, with nothing there before and after. Files of the same
+ * name have the same path, so that one process at a time has it.
+ */
 class TemporaryFile {
  public:
-  explicit TemporaryFile(const char* name) {
-    if (const char* const folder = std::getenv("VK_TMP_DIR"); folder != nullptr) {
-      orktool::copy_text(path_, folder);
-    } else {
-      orktool::copy_temporary_folder(path_, sizeof(path_));
-    }
-    if (std::strlen(path_) >= longest_temporary_path) {
-      path_[0] = '\0';  // a cut folder is another place; no file has the empty path
-      return;
-    }
-    orktool::append_text(path_, separator);
-    orktool::append_text(path_, name);
-    orktool::remove_file(path_);
-  }
+  explicit TemporaryFile(const char* name) : TemporaryFile(path_of(name)) {}
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
-  ~TemporaryFile() { orktool::remove_file(path_); }
+  ~TemporaryFile() {
+    if (!lock_.is_taken_by_other()) {
+      orktool::remove_file(path_.text);
+    }
+  }
 
-  const char* path() const { return path_; }
+  const char* path() const { return path_.text; }
 
  private:
 #if defined(_WIN32)
@@ -467,7 +462,36 @@ class TemporaryFile {
   static constexpr char separator[] = "/";
 #endif
 
-  char path_[longest_temporary_path + 1];
+  struct Path {
+    char text[longest_temporary_path + 1];
+  };
+
+  explicit TemporaryFile(const Path& path) : path_(path), lock_(path.text) {
+    if (lock_.is_taken_by_other()) {
+      ZOLP_ERROR("temporary file %s is in use by another process\n", path_.text);
+    } else {
+      orktool::remove_file(path_.text);
+    }
+  }
+
+  static Path path_of(const char* name) {
+    Path path;
+    if (const char* const folder = std::getenv("VK_TMP_DIR"); folder != nullptr) {
+      orktool::copy_text(path.text, folder);
+    } else {
+      orktool::copy_temporary_folder(path.text, sizeof(path.text));
+    }
+    if (std::strlen(path.text) >= longest_temporary_path) {
+      path.text[0] = '\0';  // a cut folder is another place; no file has the empty path
+      return path;
+    }
+    orktool::append_text(path.text, separator);
+    orktool::append_text(path.text, name);
+    return path;
+  }
+
+  Path path_;
+  orktool::PathLock lock_;
 };
 
 /** A named reference of a dataset. */

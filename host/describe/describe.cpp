@@ -12,6 +12,7 @@
 #include "object_id.h"
 #include "operation.h"
 #include "ork/dset.h"
+#include "password.h"
 #include "structures.h"
 #include "types.h"
 
@@ -53,7 +54,8 @@ Json describe_site(Site& site) {
   return {{"path", site.path()},
           {"id", number != 0 ? Json(number) : Json(nullptr)},
           {"name", text("site_name")},
-          {"automatic_login", text("automatic_login")}};
+          {"automatic_login", text("automatic_login")},
+          {"password_cost", password_cost(site.database())}};
 }
 
 Json describe_named(Store& store, const char* class_name, const char* name,

@@ -56,6 +56,9 @@ class Seeder : private SeedWriter {
                      "note_types",
                      "revision_rules",
                      "structures"});
+    if (const auto settings = root.find("site")) {
+      take_password_cost(*settings);
+    }
     for (const Node& group : root.items_of("groups")) {
       take_named(group, "Group", "group");
     }
@@ -142,9 +145,7 @@ class Seeder : private SeedWriter {
     if (password.empty()) {
       node.refuse("must not be empty");
     }
-    if (!is_password(site_.database(), user, password)) {
-      store_password(site_.database(), user, password);
-    }
+    store_password(site_.database(), user, password);
   }
 
   /** The first membership of a user names the default group, unless the seed does. */
@@ -203,8 +204,15 @@ class Seeder : private SeedWriter {
     ensure(name, "RelationType", {{"type_name", name.name()}});
   }
 
+  /** Before the users, whose passwords it is for. */
+  void take_password_cost(const Node& node) {
+    if (const auto cost = node.find("password_cost")) {
+      set_password_cost(site_.database(), cost->number_up_to(highest_password_cost));
+    }
+  }
+
   void take_site(const Node& node) {
-    node.allow_only({"id", "name", "automatic_login"});
+    node.allow_only({"id", "name", "automatic_login", "password_cost"});
     if (const auto id = node.find("id")) {
       store_.set_setting("site_id", std::to_string(id->number_up_to(max_site_number)));
     }
