@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "failure.h"
+#include "site_texts.h"
 #include "structures.h"
 
 namespace host {
@@ -77,11 +78,13 @@ Structures& structures() {
 }
 
 void open_site(const std::string& path) {
-  current().reset();
+  close_site();
   current() = std::make_unique<Site>(path);
+  use_site_texts(&current()->texts());
 }
 
 void close_site() {
+  use_site_texts(nullptr);
   current().reset();
 }
 
