@@ -59,7 +59,7 @@ ZOLP_API int ZOLP_ApplyRegExpFilter(tag object, const char* name_filter, const c
  *   anchor counts three times in the row;
  * - a back-reference in an unlimited repetition of what can be empty;
  * - with back-references, values that are too long to try all ways to split them: with one group of
- *   a variable length that is referred to, 215 bytes; with two 55, with three 24, and less beside
+ *   a variable length that is referred to, 211 bytes; with two 54, with three 24, and less beside
  *   repetitions of what can be empty. Shorter values are tried.
  * @param[in] object the object; it has the properties "object_name" and "object_type".
  * @param[in] name_filter pattern for the name. Without escaping it is not used: then a name filter
