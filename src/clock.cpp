@@ -2,6 +2,14 @@
 
 #include <limits>
 
+#if defined(_WIN32)
+#define NOMINMAX
+#include <windows.h>
+
+#include <cstdlib>
+#include <cstring>
+#endif
+
 #if defined(__x86_64__) && !defined(_WIN32)
 #include <cpuid.h>
 #endif
@@ -93,16 +101,38 @@ bool counts_moments() {
   return is_counter_steady && current_clock == real_clock;
 }
 
+#if defined(_WIN32)
+
+// The host process may have another C runtime, which keeps an environment of its own.
+void take_time_zone() {
+  char zone[256] = "";
+  const DWORD length = GetEnvironmentVariableA("TZ", zone, sizeof zone);
+  const char* known = std::getenv("TZ");
+  if (length < sizeof zone && std::strcmp(zone, known != nullptr ? known : "") != 0) {
+    _putenv_s("TZ", zone);
+  }
+  _tzset();
+}
+
 std::tm real_calendar() {
   const std::time_t now = std::time(nullptr);
   std::tm parts{};
-#if defined(_WIN32)
+  take_time_zone();
   localtime_s(&parts, &now);
-#else
-  localtime_r(&now, &parts);
-#endif
   return parts;
 }
+
+#else
+
+std::tm real_calendar() {
+  const std::time_t now = std::time(nullptr);
+  std::tm parts{};
+  tzset();  // localtime_r need not look whether the process has changed its time zone
+  localtime_r(&now, &parts);
+  return parts;
+}
+
+#endif
 
 Calendar current_calendar = real_calendar;
 

@@ -636,9 +636,10 @@ int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count, tag** l
       return status;  // without the exit line
     }
   }
+  *count = 0;
+  *list = nullptr;
   if (reverse != 0) {
     HostPtr<REL_record_s> relations;
-    *list = nullptr;
     TRACED(status, "REL_list_primary_objects(objTag, relType, p_count, &relations)",
            REL_list_primary_objects(obj, type, count, out(relations)));
     if (relations == nullptr) {

@@ -242,7 +242,7 @@ int find_task_in_state(int wanted_state, int count, const tag* tasks, tag* found
     HostPtr<char> display_name;
     status = read_display_name(tasks[i], display_name);
     if (status == ORK_ok) {
-      copy_text(name, FLOW_name_size + 1, display_name.get());
+      std::strcpy(name, text_or_empty(display_name.get()));  // whole, as callers are told
       *found = tasks[i];
       ZOLP_TRACE("spCurrentReleaseLevelName=%s\n", name);
     }
@@ -429,44 +429,52 @@ int ZOLP_ask_reviewers_by_type(tag job, const char* release_level_name, int memb
   return frame.leave(list_reviewers(job, release_level_name, member_type, count, members));
 }
 
-int ZOLP_ask_reviewers_groupmembers(tag job, const char* release_level_name, int* count,
-                                    tag** members) {
-  const Frame frame("ZOLP_ask_reviewers_groupmembers");
-  int status = ORK_ok;
+namespace {
+
+/** Hands out what `ask(count, members)` has found, unless it fails. */
+template <typename Ask>
+int ask_members_of_type(Ask ask, const char* traced_count, int* count, tag** members) {
   int found_count = 0;
   HostPtr<tag> found;
   *count = 0;
   *members = nullptr;
-  TRACED(status,
-         "ZOLP_ask_reviewers_by_type(job, release_level_name, 0, &iTempGroupmemberCount, &temp)",
-         ZOLP_ask_reviewers_by_type(job, release_level_name, SIGNOFF_group_member, &found_count,
-                                    out(found)));
-  ZOLP_TRACE("iTempGroupmemberCount=%d\n", found_count);
+  const int status = ask(&found_count, found);
+  ZOLP_TRACE(traced_count, found_count);
   if (status == ORK_ok) {
     *count = found_count;
     *members = found.release();
   }
-  return frame.leave(status);
+  return status;
+}
+
+}  // namespace
+
+int ZOLP_ask_reviewers_groupmembers(tag job, const char* release_level_name, int* count,
+                                    tag** members) {
+  const Frame frame("ZOLP_ask_reviewers_groupmembers");
+  const auto ask = [&](int* found_count, HostPtr<tag>& found) {
+    int status = ORK_ok;
+    TRACED(status,
+           "ZOLP_ask_reviewers_by_type(job, release_level_name, 0, &iTempGroupmemberCount, &temp)",
+           ZOLP_ask_reviewers_by_type(job, release_level_name, SIGNOFF_group_member, found_count,
+                                      out(found)));
+    return status;
+  };
+  return frame.leave(ask_members_of_type(ask, "iTempGroupmemberCount=%d\n", count, members));
 }
 
 int ZOLP_ask_reviewers_resourcepools(tag job, const char* release_level_name, int* count,
                                      tag** members) {
   const Frame frame("ZOLP_ask_reviewers_resourcepools");
-  int status = ORK_ok;
-  int found_count = 0;
-  HostPtr<tag> found;
-  *count = 0;
-  *members = nullptr;
-  TRACED(status,
-         "ZOLP_ask_reviewers_by_type(job, release_level_name, 1, &iTempResourcepoolCount, &temp)",
-         ZOLP_ask_reviewers_by_type(job, release_level_name, SIGNOFF_resource_pool, &found_count,
-                                    out(found)));
-  ZOLP_TRACE("iTempResourcepoolCount=%d\n", found_count);
-  if (status == ORK_ok) {
-    *count = found_count;
-    *members = found.release();
-  }
-  return frame.leave(status);
+  const auto ask = [&](int* found_count, HostPtr<tag>& found) {
+    int status = ORK_ok;
+    TRACED(status,
+           "ZOLP_ask_reviewers_by_type(job, release_level_name, 1, &iTempResourcepoolCount, &temp)",
+           ZOLP_ask_reviewers_by_type(job, release_level_name, SIGNOFF_resource_pool, found_count,
+                                      out(found)));
+    return status;
+  };
+  return frame.leave(ask_members_of_type(ask, "iTempResourcepoolCount=%d\n", count, members));
 }
 
 namespace {

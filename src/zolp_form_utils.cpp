@@ -19,12 +19,17 @@ int ZOLP_createForm(const char* form_name, const char* form_type, const char* de
                     tag* form) {
   const Frame frame("ZOLP_createForm");
   *form = NULLTAG;
-  GUARDED("FORM_create(form_name, description, form_type, form)",
-          FORM_create(form_name, description, form_type, form));
-  GUARDED("FORM_initialize(*form, form_name, NULL, form_type)",
-          FORM_initialize(*form, form_name, nullptr, form_type));
-  GUARDED("OBJ_save(*form)", OBJ_save(*form));
-  return frame.leave(ORK_ok);
+  int status = ORK_ok;
+  TRACED(status, "FORM_create(form_name, description, form_type, form)",
+         FORM_create(form_name, description, form_type, form));
+  if (status == ORK_ok) {
+    TRACED(status, "FORM_initialize(*form, form_name, NULL, form_type)",
+           FORM_initialize(*form, form_name, nullptr, form_type));
+  }
+  if (status == ORK_ok) {
+    TRACED(status, "OBJ_save(*form)", OBJ_save(*form));
+  }
+  return frame.leave(status);
 }
 
 namespace {

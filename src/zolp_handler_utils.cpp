@@ -69,6 +69,7 @@ int ZOLP_getRHTargetObjects(const FLOW_action_message_s* msg, tag* job, int* tar
     MEM_free(*targets);
     *targets = nullptr;
     const orktool::Place place = orktool::here();
+    *target_count = 0;
     ZOLP_TRACE("Error by exit status! File;%s [Line:%d]\n", place.file, place.line);
     frame.leave_as("ERROR:ZOLP_getRHTargetObjects");
     return status;
@@ -118,23 +119,6 @@ int report_if_dataset(tag attachment, const char* target_id, std::FILE* report) 
   return ORK_ok;
 }
 
-int report_datasets(const Frame& frame, tag revision, std::FILE* report) {
-  int status = ORK_ok;
-  HostPtr<char> id;
-  int count = 0;
-  HostPtr<ITEM_attached_object_s> attachments;
-  GUARDED("WSO_get_object_id_string(target, &id)", WSO_get_object_id_string(revision, out(id)));
-  TRACED(status, "ITEM_list_all_rev_attachments(target, &attach_count, &attachments)",
-         ITEM_list_all_rev_attachments(revision, &count, out(attachments)));
-  if (status != ORK_ok) {
-    return frame.leave(status);
-  }
-  for (int i = 0; i < count && status == ORK_ok; ++i) {
-    status = report_if_dataset(attachments.get()[i].attachment, text_or_empty(id.get()), report);
-  }
-  return status;
-}
-
 }  // namespace
 
 int ZOLP_HasTargetADrawing(tag job, FILE** report) {
@@ -154,8 +138,22 @@ int ZOLP_HasTargetADrawing(tag job, FILE** report) {
     if (is_revision == 0) {
       continue;
     }
-    if (const int status = report_datasets(frame, target, *report); status != ORK_ok) {
-      return status;
+    HostPtr<char> id;
+    GUARDED("WSO_get_object_id_string(target, &id)", WSO_get_object_id_string(target, out(id)));
+    int status = ORK_ok;
+    int attachment_count = 0;
+    HostPtr<ITEM_attached_object_s> attachments;
+    TRACED(status, "ITEM_list_all_rev_attachments(target, &attach_count, &attachments)",
+           ITEM_list_all_rev_attachments(target, &attachment_count, out(attachments)));
+    if (status != ORK_ok) {
+      return frame.leave(status);
+    }
+    for (int j = 0; j < attachment_count; ++j) {
+      const tag attachment = attachments.get()[j].attachment;
+      status = report_if_dataset(attachment, text_or_empty(id.get()), *report);
+      if (status != ORK_ok) {
+        return status;
+      }
     }
   }
   return frame.leave(ORK_ok);

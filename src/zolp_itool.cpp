@@ -633,10 +633,14 @@ tag master_form_relation = NULLTAG;
 int ZOLP_GetMasterForm(tag tagObj, tag* form) {
   const Frame frame("ZOLP_GetMasterForm");
   *form = NULLTAG;
+  int status = ORK_ok;
   if (master_form_relation == NULLTAG) {
     tag found = NULLTAG;
-    GUARDED("TYPE_find_type(\"VELO_master_form\", NULL, &VK_master_form_rtype)",
-            TYPE_find_type("VELO_master_form", nullptr, &found));
+    TRACED(status, "TYPE_find_type(\"VELO_master_form\", NULL, &VK_master_form_rtype)",
+           TYPE_find_type("VELO_master_form", nullptr, &found));
+    if (status != ORK_ok) {
+      return frame.leave(status);
+    }
     master_form_relation = found;
     if (master_form_relation == NULLTAG) {
       ZOLP_ERROR("ZOLP_GetMasterForm VK_master_form_rtype not found\n");
@@ -645,8 +649,11 @@ int ZOLP_GetMasterForm(tag tagObj, tag* form) {
   }
   int count = 0;
   HostPtr<tag> objects;
-  GUARDED("REL_list_secondary_objects_only(tagObj, VK_master_form_rtype, &count, &objects)",
-          REL_list_secondary_objects_only(tagObj, master_form_relation, &count, out(objects)));
+  TRACED(status, "REL_list_secondary_objects_only(tagObj, VK_master_form_rtype, &count, &objects)",
+         REL_list_secondary_objects_only(tagObj, master_form_relation, &count, out(objects)));
+  if (status != ORK_ok) {
+    return frame.leave(status);
+  }
   if (count != 1 || objects == nullptr) {
     ZOLP_ERROR("ZOLP_GetMasterForm REL_list_secondary_objects_only return %d Objects\n", count);
     return frame.leave(ZOLP_no_single_master_form);
@@ -728,8 +735,11 @@ int ZOLP_FORM_ask_value(tag form, const char* field_name, int len, char* value, 
 
 int ZOLP_FORM_set_value(tag form, const char* field_name, const char* field_value) {
   const Frame frame("ZOLP_FORM_set_value");
-  GUARDED("OBJ_UIF_set_value(form, field_name, field_value)",
-          OBJ_UIF_set_value(form, field_name, field_value));
-  ZOLP_TRACE("set form field \"%s\" to value \"%s\"\n", field_name, field_value);
-  return frame.leave(ORK_ok);
+  int status = ORK_ok;
+  TRACED(status, "OBJ_UIF_set_value(form, field_name, field_value)",
+         OBJ_UIF_set_value(form, field_name, field_value));
+  if (status == ORK_ok) {
+    ZOLP_TRACE("set form field \"%s\" to value \"%s\"\n", field_name, field_value);
+  }
+  return frame.leave(status);
 }

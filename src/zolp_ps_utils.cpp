@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 #include "call_frame.h"
 #include "host_memory.h"
@@ -405,7 +406,8 @@ struct ObjectList {
   bool is_exhausted = false; /**< memory did not suffice for an object */
 };
 
-void add_valid_object(tag object, ObjectList& list) {
+/** Not part of the recursion's frames. */
+[[gnu::noinline]] void add_valid_object(tag object, ObjectList& list) {
   if (object == NULLTAG) {
     return;
   }
@@ -417,7 +419,8 @@ void add_valid_object(tag object, ObjectList& list) {
   }
 }
 
-int add_datasets(tag revision, ObjectList& list) {
+/** Not part of the recursion's frames. */
+[[gnu::noinline]] int add_datasets(tag revision, ObjectList& list) {
   int count = 0;
   HostPtr<ITEM_attached_object_s> attachments;
   GUARDED("ITEM_list_all_rev_attachments(item_rev, &count, &attachments)",
@@ -433,25 +436,14 @@ int add_datasets(tag revision, ObjectList& list) {
   return ORK_ok;
 }
 
-/** Adds the objects of one line that belong to a class. Not part of the recursion's frames. */
-[[gnu::noinline]] int add_objects_of_line(const Frame& frame, tag line, const char* class_name,
-                                          ObjectList& list) {
-  const bool wants_item = std::strcmp(class_name, "Item") == 0;
-  const bool wants_datasets = std::strcmp(class_name, "Dataset") == 0;
-  if (!wants_item && !wants_datasets && std::strcmp(class_name, "ItemRevision") != 0) {
-    return ORK_ok;
-  }
-  tag object = NULLTAG;
-  const int status =
-      wants_item ? ZOLP_get_bomline_itemtag(line, &object) : ZOLP_get_bomline_revtag(line, &object);
-  if (status != ORK_ok) {
-    return frame.leave(print_failure(status));
-  }
-  if (wants_datasets) {
-    return add_datasets(object, list);
-  }
-  add_valid_object(object, list);
-  return ORK_ok;
+/** What is collected of each line. */
+enum class Wanted { nothing, item, revision, datasets };
+
+Wanted wanted_by(std::string_view class_name) {
+  return class_name == "Item"           ? Wanted::item
+         : class_name == "ItemRevision" ? Wanted::revision
+         : class_name == "Dataset"      ? Wanted::datasets
+                                        : Wanted::nothing;
 }
 
 }  // namespace
@@ -466,13 +458,23 @@ int ZOLP_exportObjectsFromBom(tag line, const char* class_name, void* reserved, 
   HostPtr<tag> children;
   GUARDED("BOMW_line_get_child_lines(bomline, &count, &children)",
           BOMW_line_get_child_lines(line, &child_count, out(children)));
+  const Wanted wanted = wanted_by(orktool::text_or_empty(class_name));
   int status = ORK_ok;
   ObjectList objects{count, list};
   for (int i = 0;
        children != nullptr && i < child_count && status == ORK_ok && !objects.is_exhausted; ++i) {
-    status = add_objects_of_line(frame, line, orktool::text_or_empty(class_name), objects);
-    if (status != ORK_ok) {
-      return status;
+    if (wanted != Wanted::nothing) {
+      tag object = NULLTAG;
+      status = wanted == Wanted::item ? ZOLP_get_bomline_itemtag(line, &object)
+                                      : ZOLP_get_bomline_revtag(line, &object);
+      if (status != ORK_ok) {
+        return frame.leave(print_failure(status));
+      }
+      if (wanted != Wanted::datasets) {
+        add_valid_object(object, objects);
+      } else if (status = add_datasets(object, objects); status != ORK_ok) {
+        return status;
+      }
     }
     status =
         ZOLP_exportObjectsFromBom(children.get()[i], class_name, reserved, reserved2, count, list);
