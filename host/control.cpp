@@ -1,4 +1,4 @@
-// ork_host_: the control interface, except for memory (mem.cpp).
+// ork_host_: the control interface.
 
 #include "ork_host.h"
 
@@ -9,6 +9,7 @@
 #include "describe.h"
 #include "flow_handlers.h"
 #include "handout.h"
+#include "heap.h"
 #include "object_id.h"
 #include "operation.h"
 #include "seed.h"
@@ -126,12 +127,12 @@ void ork_host_delay_call(const char* operation, int milliseconds) {
 }
 
 void ork_host_fail_allocation(int nth) {
-  host::fail_allocation(nth > 0 ? nth : 0);
+  host::heap::fail_allocation(nth > 0 ? nth : 0);
 }
 
 void ork_host_clear_faults(void) {
   host::steering().clear_faults();
-  host::fail_allocation(0);
+  host::heap::fail_allocation(0);
 }
 
 void ork_host_start_journal(void) {
@@ -160,4 +161,12 @@ int ork_host_journal_entry(int index, const char** operation, int* status) {
     *status = entry.status;
   }
   return 1;
+}
+
+size_t ork_host_block_count(void) {
+  return host::heap::block_count();
+}
+
+size_t ork_host_block_bytes(void) {
+  return host::heap::block_bytes();
 }

@@ -1,6 +1,6 @@
 #include "demo_site.h"
-#include "host/registry.h"
-#include "host/texts.h"
+#include "host/store/registry.h"
+#include "host/system/texts.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 namespace {
 
 constexpr const char* seed = R"({
-  "site": {"name": "Test", "automatic_login": "ada"},
+  "site": {"password_cost": 1, "name": "Test", "automatic_login": "ada"},
   "groups": ["engineering"], "roles": ["designer"],
   "users": [{"id": "ada", "name": "Ada Example", "password": "ada-secret",
              "memberships": [{"group": "engineering", "role": "designer"}]}],

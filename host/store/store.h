@@ -1,0 +1,316 @@
+/**
+ * @file
+ * The store: instances with the values of their class's attributes, in a site's file and, once
+ * loaded, in memory. The operations of all modules stand on it.
+ *
+ * One counter numbers instances, classes and attributes, so that each number means one thing on a
+ * site. It only goes up, and a deleted instance leaves its number behind, marked as deleted.
+ *
+ * A change stays in this process until the instance is saved, which is one transaction. It needs
+ * the instance's lock, a row of the file that names its holder. A new instance is its maker's until
+ * the first save, and is locked after it. Whoever gets a lock sees what was saved before.
+ *
+ * The file:
+ *   meta        name, value: "schema_version", "next_number", and settings of the site
+ *   class       id, name, parent
+ *   attribute   id, class, name, kind, list, max_length
+ *   instance    tag, class, version (counts saves), deleted
+ *   value       instance, attribute, position in the list, content
+ *   lock        instance, user_id, node, process_id, process_start, since
+ *   password    user, hash (password.h)
+ *   preference  name, position, value (preferences.h)
+ *   text        language, key, text (site_texts.h)
+ */
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "ork/ork.h"
+#include "os.h"
+#include "registry.h"
+#include "sqlite.h"
+#include "transients.h"
+#include "values.h"
+
+namespace host {
+
+struct Attribute : AttributeDefinition {
+  std::uint32_t id = 0;
+};
+
+struct Class {
+  std::uint32_t id = 0;
+  std::string name;
+  const Class* parent = nullptr;
+  std::vector<std::unique_ptr<Attribute>> own; /**< without the inherited ones */
+
+  /** Attributes, inherited ones included. An instance keeps its values in this order. */
+  std::vector<const Attribute*> slots;
+  std::unordered_map<std::string, std::size_t> slot_by_name;
+
+  const Class* key_owner = nullptr; /**< the class whose instances share no key; may be null */
+  std::vector<std::string> key;
+  int key_taken = 0;
+  bool is_abstract = false;
+  bool is_built_in = false;
+
+  /** Whether this is a class or descends from it. */
+  bool is_a(const Class& ancestor) const;
+
+  const Attribute* find_attribute(const std::string& attribute_name) const;
+};
+
+/** States of an instance in this process. */
+enum class InstanceState { not_loaded = 7001, loaded = 7002, is_new = 7003 };
+
+struct LockHolder {
+  std::string user_id;
+  std::string node;
+  os::Process process;
+  date_s since{};
+};
+
+/** On whose behalf the store creates, changes and locks. */
+struct Identity {
+  std::string user_id;
+  tag user = NULLTAG;
+  tag group = NULLTAG;
+};
+
+class Store {
+ public:
+  /** Opens the store in a database and completes it there: tables, built-in classes and types. */
+  explicit Store(Database& database);
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+
+  Database& database() { return database_; }
+  void set_identity(Identity identity) { identity_ = std::move(identity); }
+
+  // Classes.
+
+  /** Finds a class; null when there is none of that name. */
+  const Class* find_class(const std::string& name);
+
+  /** A class that must exist. */
+  const Class& class_named(const std::string& name);
+
+  /** A class that must exist, by the number that stands for it. */
+  const Class& class_with_id(std::uint32_t id);
+
+  /** Classes in the order in which they were defined. */
+  std::vector<const Class*> classes() const;
+
+  const Class& define_class(const std::string& name, const Class& parent);
+
+  /** Adds an attribute to a class; one of that name must exist neither there nor below. */
+  void define_attribute(const Class& owner, const AttributeDefinition& definition);
+
+  using Criteria = std::vector<std::pair<std::string, Scalar>>;
+
+  // Instances. A tag that is none is refused with STORE_unknown_tag or STORE_deleted_tag.
+
+  tag create(const Class& type);
+
+  /** With these values; when one is refused, nothing is created. */
+  tag create(const Class& type, const Criteria& values);
+
+  /** Whether a tag stands for an instance, one that others have not deleted since. */
+  bool exists(tag object);
+
+  void load(tag object) { class_of(object); }
+
+  /** Drops values from memory; a new or changed instance is refused with STORE_not_saved. */
+  void unload(tag object);
+  InstanceState state(tag object);
+  const Class& class_of(tag object);
+  bool is_a(tag object, const std::string& class_name) {
+    return class_of(object).is_a(class_named(class_name));
+  }
+
+  /** Takes the lock and sees to it that the values are the saved ones. */
+  void lock(tag object);
+
+  /** With a lock: takes it. Without: drops what was not saved, gives the lock back, reads anew. */
+  void refresh(tag object, bool for_change);
+
+  bool is_locked(tag object);
+
+  /** Who holds the lock, in whatever process; nobody when that process is gone. */
+  std::optional<LockHolder> lock_holder(tag object);
+
+  /** Instances with a lock that somebody holds. */
+  std::vector<tag> locked_instances();
+
+  void save(tag object) { save(std::vector<tag>{object}); }
+
+  /** Saves all of them in one transaction, or none. They may refer to one another. */
+  void save(const std::vector<tag>& objects);
+
+  /**
+   * Deletes an instance that this process has locked, with its parts, in one transaction. No saved
+   * instance that stays may refer to any of them.
+   */
+  void remove(tag object, const std::vector<tag>& parts = {});
+
+  /** A saved instance that refers to an instance, or NULLTAG; it itself and one other aside. */
+  tag referrer(tag object, tag aside = NULLTAG);
+
+  /** Forgets an instance that this process has made and that is not in the file. */
+  void drop(tag object);
+
+  /** Gives a lock back and keeps the values in memory; refused with unsaved changes. */
+  void unlock(tag object);
+
+  /** Reads an instance anew if another process has saved it since. */
+  void bring_up_to_date(tag object);
+
+  bool has_unsaved_changes() const;
+  void save_all();
+  void release_locks();
+
+  // Values. They stay valid until the instance is next changed, refreshed or unloaded; those of a
+  // transient object, until the values of the next one are read.
+
+  const Values& values(tag object, const std::string& attribute);
+
+  /** The values of single-valued attributes; empty, 0 or null where there is no value. */
+  const std::string& text(tag object, const std::string& attribute);
+  tag reference(tag object, const std::string& attribute);
+  bool logical_value(tag object, const std::string& attribute);
+  int integer(tag object, const std::string& attribute);
+  date_s date(tag object, const std::string& attribute);
+
+  /** Whether setting the value would change nothing. */
+  bool has_value(tag object, const std::string& attribute, const Scalar& value);
+
+  /** Sets a value; the null reference and the null date stand for none. */
+  void set(tag object, const std::string& attribute, Scalar value);
+  void set_values(tag object, const std::string& attribute, Values values);
+
+  /** These change one value of a list, for lists that are too long to be set as a whole. */
+  void set_element(tag object, const std::string& attribute, std::size_t position, Scalar value);
+  void append(tag object, const std::string& attribute, Scalar value);
+  void erase(tag object, const std::string& attribute, std::size_t position);
+
+  /** A number that is another one whenever values have changed or were read anew. */
+  std::uint64_t stamp(tag object) { return loaded(object).stamp; }
+
+  // Queries. They find what is saved, in the order in which it was created.
+
+  /** Instances of a class and its subclasses, with these values. */
+  std::vector<tag> find(const std::string& class_name, const Criteria& criteria = {});
+
+  /** The first of them, or NULLTAG. */
+  tag find_one(const std::string& class_name, const Criteria& criteria);
+
+  /** Those of them that this process has made and that were never saved. */
+  std::vector<tag> find_new(const std::string& class_name, const Criteria& criteria);
+
+  /** The saved values of a single-valued attribute, of all instances that have one. */
+  std::unordered_map<tag, Scalar> saved_values(const std::string& class_name,
+                                               const std::string& attribute);
+
+  /** A type, of objects or of relations, or NULLTAG. Types stay, so a found one is remembered. */
+  tag find_type(const std::string& name);
+
+  // Objects that are no instances.
+
+  Transients& transients() { return transients_; }
+
+  /** The object with a tag; null when it is not a transient one. */
+  Transient* find_transient(tag object) const { return transients_.find(object); }
+
+  // Settings of the site.
+
+  std::optional<std::string> setting(const std::string& name);
+  void set_setting(const std::string& name, const std::string& value);
+
+ private:
+  struct Slot {
+    Values values;
+    bool changed = false;
+  };
+  struct Instance {
+    const Class* type = nullptr;
+    InstanceState state = InstanceState::not_loaded;
+    bool locked = false;
+    bool changed = false;
+    std::int64_t version = 0;
+    std::uint64_t stamp = 0;
+    std::vector<Slot> slots;
+  };
+
+  std::uint32_t next_number();
+
+  void create_tables();
+  void complete_built_ins();
+  bool add_missing_classes(bool write);
+  bool add_missing_types(bool write);
+  bool add_missing_tools(bool write);
+  bool add_missing_objects(bool write);
+  void load_classes();
+  Class& add_class(std::uint32_t id, const std::string& name, const Class* parent);
+  void add_attribute(Class& owner, std::unique_ptr<Attribute> attribute);
+
+  Instance& loaded(tag object);
+  void read(tag object, Instance& instance);
+  std::optional<std::int64_t> saved_version(tag object);
+  void write_instance(tag object, const Instance& instance);
+  void write_values(tag object, const Instance& instance);
+  void note_saved(tag object, Instance& instance);
+  void erase_rows(tag object);
+  void sign(tag object, Instance& instance);
+  void check_key(tag object, const Instance& instance);
+  void check_references(const Slot& slot);
+  void write_slot(tag object, const Attribute& attribute, const Slot& slot);
+  template <typename Value>
+  Value single(tag object, const std::string& attribute);
+  Slot& slot_of(Instance& instance, const std::string& attribute, const Attribute** definition);
+  Slot& list_of(Instance& instance, tag object, const std::string& attribute, const Scalar* value);
+  void require_changeable(tag object, const Instance& instance) const;
+  void note_change(Instance& instance, Slot& slot);
+  const Values& transient_values(Transient& object, const std::string& attribute);
+
+  bool is_own(const LockHolder& holder) const;
+  std::optional<LockHolder> read_lock(tag object);
+  void refuse_lock_of_other(tag object);
+  void take_lock(tag object);
+  void require_own_lock(tag object);
+
+  Database& database_;
+  os::Process process_;
+  std::string node_;
+  Identity identity_;
+  std::unordered_map<std::uint32_t, std::unique_ptr<Class>> classes_;
+  std::unordered_map<std::string, Class*> class_by_name_;
+  std::unordered_map<tag, Instance> instances_;
+  std::set<tag> new_; /**< those of them that were never saved */
+  std::unordered_map<std::string, tag> type_by_name_;
+  std::uint64_t last_stamp_ = 0;
+  Transients transients_;
+  Values transient_values_;
+};
+
+/** Locks an instance for as long as it lives, unless it was locked before. */
+class LockGuard {
+ public:
+  LockGuard(Store& store, tag object);
+  ~LockGuard();
+  LockGuard(const LockGuard&) = delete;
+  LockGuard& operator=(const LockGuard&) = delete;
+
+ private:
+  Store& store_;
+  tag object_;
+  bool taken_;
+};
+
+}  // namespace host

@@ -1,0 +1,52 @@
+/** @file `zolp bom`: shows, measures, renumbers and packs a product structure. */
+#include "commands/bom.h"
+
+#include "commands/commands.h"
+
+namespace tool {
+
+void add_depth(CLI::App& command, BomOptions& options) {
+  command.add_option("--depth", options.depth, "How many levels are drawn")
+      ->check(CLI::Range(0, 1000))
+      ->capture_default_str();
+}
+
+void add_recursive(CLI::App& command, BomOptions& options) {
+  command.add_flag("--recursive", options.recursive, "On all levels, not only on the first");
+}
+
+void add_numbering(CLI::App& command, BomOptions& options) {
+  command.add_option("--start", options.start, "First number")->capture_default_str();
+  command.add_option("--increment", options.increment, "Distance between two numbers")
+      ->capture_default_str();
+}
+
+CLI::App* add_bom_command(CLI::App& group, const std::shared_ptr<BomOptions>& options,
+                          const char* name, const char* description, const char* footer,
+                          void (*run)(const BomOptions&)) {
+  CLI::App* const command = group.add_subcommand(name, description);
+  command->add_option("REVISION", options->revision, "Item id/revision id")
+      ->required()
+      ->type_name("");
+  command->add_option("--rule", options->rule, "Revision rule; the latest revisions without")
+      ->type_name("NAME");
+  command->add_option("--view", options->view, "View type; the site's usual one without")
+      ->type_name("NAME");
+  work_in_session(*command, options, run);
+  command->footer(footer);
+  return command;
+}
+
+void add_bom_commands(CLI::App& program) {
+  CLI::App& group = *program.add_subcommand("bom", "Work on product structures");
+  group.require_subcommand(1);
+  add_bom_tree(group);
+  add_bom_size(group);
+  add_bom_resequence(group);
+  add_bom_pack(group);
+  add_bom_numbers(group);
+  add_bom_find(group);
+  add_bom_export(group);
+}
+
+}  // namespace tool

@@ -1,0 +1,49 @@
+/** @file `zolp dataset`: files into datasets and out of them. */
+#include "commands/dataset.h"
+
+#include "commands/commands.h"
+#include "error.h"
+
+namespace tool {
+
+void check_length(const char* what, const std::string& text, std::size_t limit) {
+  if (text.size() > limit) {
+    throw Error(std::string("the ") + what + " is longer than " + std::to_string(limit) + " bytes",
+                "choose a shorter one");
+  }
+}
+
+CLI::App* add_dataset_command(CLI::App& group, const char* name, const char* description,
+                              const char* footer, const std::shared_ptr<DatasetOptions>& options,
+                              void (*work)(const DatasetOptions&)) {
+  CLI::App* const command = group.add_subcommand(name, description);
+  work_in_session(*command, options, work);
+  command->footer(footer);
+  return command;
+}
+
+void add_owner_options(CLI::App& command, DatasetOptions& options, bool is_required) {
+  CLI::Option* const item =
+      command.add_option("--item", options.item, "Item of the dataset")->type_name("ITEM");
+  CLI::Option* const revision =
+      command.add_option("--rev", options.revision, "Revision of that item")->type_name("REV");
+  revision->needs(item);
+  item->required(is_required);
+}
+
+void add_dataset_argument(CLI::App& command, DatasetOptions& options) {
+  command.add_option("DATASET", options.dataset, "Name of the dataset")->required()->type_name("");
+  add_owner_options(command, options, false);
+}
+
+void add_dataset_commands(CLI::App& program) {
+  CLI::App& group = *program.add_subcommand("dataset", "Bring files into datasets and out of them");
+  group.require_subcommand(1);
+  add_dataset_import(group);
+  add_dataset_export(group);
+  add_dataset_export_images(group);
+  add_dataset_copy(group);
+  add_dataset_show(group);
+}
+
+}  // namespace tool

@@ -1,0 +1,190 @@
+/** @file `zolp form`: the fields of forms. */
+#include "commands/form.h"
+
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "commands/commands.h"
+#include "error.h"
+#include "objects.h"
+#include "ork/dset.h"
+#include "ork/form.h"
+#include "ork/store.h"
+#include "ork/wso.h"
+#include "platform_block.h"
+#include "site.h"
+#include "text.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+constexpr const char* release_type = "FreigabeInfo";
+constexpr int no_single_master_form = 919999;
+
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+tag find_form_of_dataset(const FormOptions& options) {
+  tag dataset = NULLTAG;
+  require(DSET_find_dataset(options.object.c_str(), &dataset), "dataset " + options.object);
+  if (dataset == NULLTAG) {
+    throw Error("there is no dataset " + options.object, "see \"zolp find '*'\" for what there is");
+  }
+  tag form = NULLTAG;
+  const LibraryCall call;
+  require(ZOLP_GetNamedRefForm(dataset, options.reference.c_str(), &form, 0, nullptr),
+          "the form of dataset " + options.object);
+  int count = 0;
+  char** names = nullptr;
+  const bool is_form = form != NULLTAG && FORM_list_fields(form, &count, &names) == ORK_ok;
+  const PlatformBlock<char*> block(names);
+  if (!is_form) {
+    throw Error("dataset " + options.object + " has no form as " + options.reference,
+                "see \"zolp dataset show\" for what it has");
+  }
+  return form;
+}
+
+std::string type_of(tag form) {
+  std::array<char, WSO_name_size + 1> type{};
+  require(WSO_get_object_type(form, type.data()), "the form's type");
+  return type.data();
+}
+
+/** An array of texts that are blocks of their own. */
+class TextBlocks {
+ public:
+  TextBlocks(int count, char** texts) : count_(count), texts_(texts) {}
+  ~TextBlocks() {
+    for (int i = 0; i < count_; ++i) {
+      MEM_free(texts_.get()[i]);
+    }
+  }
+  TextBlocks(const TextBlocks&) = delete;
+  TextBlocks& operator=(const TextBlocks&) = delete;
+
+  const char* at(int place) const { return texts_.get()[place]; }
+
+ private:
+  int count_;
+  PlatformBlock<char*> texts_;
+};
+
+/** Release information is read as a whole. */
+Fields describe_release(tag form) {
+  char* type = nullptr;
+  int count = 0;
+  char** names = nullptr;
+  char** display_names = nullptr;
+  int* lengths = nullptr;
+  char** values = nullptr;
+  const int status =
+      ZOLP_FORM_describe(form, &type, &count, &names, &display_names, &lengths, &values);
+  const PlatformBlock<char> type_block(type);
+  const PlatformBlock<int> length_block(lengths);
+  const TextBlocks all_names(count, names);
+  const TextBlocks all_display_names(count, display_names);
+  const TextBlocks all_values(count, values);
+  require(status, "the form");
+  Fields fields;
+  for (int i = 0; i < count; ++i) {
+    fields.emplace_back(all_names.at(i), all_values.at(i));
+  }
+  return fields;
+}
+
+Fields read_fields(tag form) {
+  int count = 0;
+  char** names = nullptr;
+  require(FORM_list_fields(form, &count, &names), "the form's fields");
+  const PlatformBlock<char*> block(names);
+  Fields fields;
+  for (int i = 0; i < count; ++i) {
+    fields.emplace_back(names[i], ask_value(form, names[i]));
+  }
+  return fields;
+}
+
+}  // namespace
+
+tag find_form(const FormOptions& options) {
+  if (!options.reference.empty()) {
+    return find_form_of_dataset(options);
+  }
+  tag form = NULLTAG;
+  const tag object = find_object(options.object);
+  const LibraryCall call;
+  const int status = ZOLP_GetMasterForm(object, &form);
+  if (status == no_single_master_form) {
+    throw Error(options.object + " does not have exactly one master form",
+                "see \"zolp show " + options.object + "\" for its relations");
+  }
+  require(status, "the master form of " + options.object);
+  return form;
+}
+
+std::string ask_value(tag form, const std::string& field) {
+  std::string value(STORE_max_string_length + 1, '\0');
+  int length = 0;
+  const int status =
+      ZOLP_FORM_ask_value(form, field.c_str(), STORE_max_string_length, value.data(), &length);
+  if (status == STORE_unknown_attribute) {
+    throw Error("the form has no field " + field, "see \"zolp form show\" for its fields");
+  }
+  require(status, "field " + field);
+  value.resize(static_cast<std::size_t>(length));
+  return value;
+}
+
+void print_form(tag form, bool json) {
+  const std::string type = type_of(form);
+  const Fields fields = [&] {
+    const LibraryCall call;
+    return type == release_type ? describe_release(form) : read_fields(form);
+  }();
+  if (json) {
+    Json values = Json::object();
+    for (const auto& [name, value] : fields) {
+      values[name] = value;
+    }
+    print_json({{"name", id_of(form)}, {"type", type}, {"fields", values}});
+    return;
+  }
+  std::printf("%s (%s)\n", printable(id_of(form)).c_str(), printable(type).c_str());
+  Table table({"  field", "value"});
+  for (const auto& [name, value] : fields) {
+    table.add_row({"  " + name, value});
+  }
+  table.print();
+}
+
+CLI::App* add_form_command(CLI::App& group, const char* name, const char* description,
+                           const char* footer, const std::shared_ptr<FormOptions>& options,
+                           void (*work)(const FormOptions&)) {
+  CLI::App* const command = group.add_subcommand(name, description);
+  command
+      ->add_option("ID", options->object,
+                   "Item id, or item id/revision id, whose master form it is; with --reference, "
+                   "name of a dataset")
+      ->required()
+      ->type_name("");
+  command
+      ->add_option("--reference", options->reference,
+                   "Reference under which the dataset holds the form")
+      ->type_name("NAME");
+  work_in_session(*command, options, work);
+  command->footer(footer);
+  return command;
+}
+
+void add_form_commands(CLI::App& program) {
+  CLI::App& group = *program.add_subcommand("form", "Read and fill forms");
+  group.require_subcommand(1);
+  add_form_show(group);
+  add_form_get(group);
+  add_form_set(group);
+}
+
+}  // namespace tool

@@ -1,0 +1,108 @@
+/** @file `zolp job`: starts, shows and steers workflow jobs. */
+#include "commands/job.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+#include "commands/commands.h"
+#include "error.h"
+#include "objects.h"
+#include "ork/store.h"
+#include "text.h"
+
+namespace tool {
+
+void change(int status, const std::string& what) {
+  if (status != ORK_ok) {
+    throw Error(what + " (" + platform_error_text(status) + ")",
+                "see what the job is at with \"zolp job show\"");
+  }
+}
+
+void print(const Json& json, bool as_json, void (*print_text)(const Json&)) {
+  if (as_json) {
+    print_json(json);
+  } else {
+    print_text(json);
+  }
+}
+
+void show(tag job, const JobOptions& options) {
+  print(job_json(job), options.json, print_job);
+}
+
+std::vector<tag> find_objects(const std::vector<std::string>& ids) {
+  std::vector<tag> objects;
+  std::transform(ids.begin(), ids.end(), std::back_inserter(objects), find_object);
+  return objects;
+}
+
+void require_not_stopped(int status, const JobOptions& options) {
+  if (status != ORK_ok) {
+    throw Error("job " + options.job + " was stopped (" + platform_error_text(status) + ")",
+                "mend the cause and run it on with \"zolp job continue\"");
+  }
+}
+
+void show_what_is_left(tag job, const JobOptions& options) {
+  logical exists = 0;
+  require(STORE_instance_exists(job, &exists), "the job");
+  if (exists != 0) {
+    show(job, options);
+  } else if (options.json) {
+    print_json(nullptr);
+  } else {
+    std::puts(printable("a handler has deleted job " + options.job).c_str());
+  }
+}
+
+JobCommand add_job_command(CLI::App& group, const char* name, const char* description,
+                           void (*action)(const JobOptions&)) {
+  CLI::App* const command = group.add_subcommand(name, description);
+  const auto options = std::make_shared<JobOptions>();
+  command
+      ->add_option("--handlers", options->handlers,
+                   "Library of workflow handlers to load; may be repeated")
+      ->type_name("LIBRARY")
+      ->take_all();
+  work_in_session(*command, options, [action](const JobOptions& given) {
+    for (const std::string& library : given.handlers) {
+      load_handlers(library);
+    }
+    action(given);
+  });
+  return {command, options};
+}
+
+void add_job_argument(const JobCommand& command) {
+  command.app->add_option("JOB", command.options->job, "Name of the job, or # and its number")
+      ->required()
+      ->type_name("");
+}
+
+CLI::Option* add_text(const JobCommand& command, const char* name, std::string& text,
+                      const char* description) {
+  return command.app->add_option(name, text, description)->type_name(name[0] == '-' ? "TEXT" : "");
+}
+
+void add_ids(const JobCommand& command, const char* name, std::vector<std::string>& ids,
+             const char* description) {
+  command.app->add_option(name, ids, description)->type_name("ID[/REV]")->take_all();
+}
+
+void add_job_commands(CLI::App& program) {
+  CLI::App& group = *program.add_subcommand("job", "Start, show and steer workflow jobs");
+  group.require_subcommand(1);
+  add_job_start(group);
+  add_job_list(group);
+  add_job_show(group);
+  add_job_signoff(group);
+  add_job_result(group);
+  add_job_continue(group);
+  add_job_targets(group);
+  add_job_refresh(group);
+  add_job_delete(group);
+}
+
+}  // namespace tool
