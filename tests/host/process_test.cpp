@@ -2,9 +2,6 @@
 
 #include "child_process.h"
 #include "demo_site.h"
-#include "tests/support/temporary_folder.h"
-
-using testing::HasSubstr;
 
 TEST(TwoProcesses, WriteOneFileAtOnce) {
   const test::TemporaryFolder folder;

@@ -1,20 +1,11 @@
 #include "call_frame.h"
 
-#include <gmock/gmock.h>
-
-#include <limits>
-#include <string>
-
 #include "clock.h"
-#include "ork/mem.h"
 #include "support/site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
 
 using orktool::Frame;
-using testing::ElementsAre;
 
 constexpr int failure = PREF_value_not_found;
 
@@ -99,6 +90,9 @@ TEST_F(CallFrame, FailingTracedCallWritesTimeStatusAndGeneralText) {
                           "    --" + std::string(text) + "--",                                   //
                           "   <-call( a, &b)" + at(lines.call),                                  //
                           " <-traced_function" + at(lines.exit)));
+  EXPECT_THAT(trace.levels(),
+              ElementsAre(ZOLP_LEVEL_LOG, ZOLP_LEVEL_LOG, ZOLP_LEVEL_TRACE, ZOLP_LEVEL_TRACE,
+                          ZOLP_LEVEL_ERROR, ZOLP_LEVEL_ERROR, ZOLP_LEVEL_LOG, ZOLP_LEVEL_LOG));
   MEM_free(text);
   EXPECT_EQ(ork_host_block_count(), 0U);
 }
@@ -122,6 +116,8 @@ TEST_F(CallFrame, FailingGuardedCallEndsTheFunctionAndLeavesALevelOpen) {
                   "    ##ORK_err_" + number(failure) + ": call (...)  " + at(lines.call),
                   testing::MatchesRegex("    --.*the latest.*"),
                   "   <-call (...)" + at(lines.call)));
+  EXPECT_THAT(trace.levels(), ElementsAre(ZOLP_LEVEL_LOG, ZOLP_LEVEL_LOG, ZOLP_LEVEL_TRACE,
+                                          ZOLP_LEVEL_ERROR, ZOLP_LEVEL_ERROR, ZOLP_LEVEL_LOG));
 
   trace.clear();
   EXPECT_EQ(traced_function(ORK_ok, 0, lines), ORK_ok);

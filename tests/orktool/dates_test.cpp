@@ -8,13 +8,8 @@
 #include "ork/mem.h"
 #include "support/fixed_time.h"
 #include "support/site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
-
-using testing::ElementsAre;
-using testing::StartsWith;
 
 /** What a function has handed out and its status: "0:text". */
 template <typename Function>
@@ -51,21 +46,12 @@ std::string record(const char* input, const char* format = nullptr) {
   return told(status, date);
 }
 
-class DateConversions : public testing::Test {
+class DateConversions : public test::TestOn<> {
  protected:
-  DateConversions() {
-    unsetenv("STORE_DATE_FORMAT");
-    blocks = ork_host_block_count();
-  }
-  ~DateConversions() override {
-    EXPECT_EQ(ork_host_block_count(), blocks);
-    unsetenv("STORE_DATE_FORMAT");
-  }
+  DateConversions() { unsetenv("STORE_DATE_FORMAT"); }
+  ~DateConversions() override { unsetenv("STORE_DATE_FORMAT"); }
 
-  test::Site site;
   test::FixedTime fixed_time;
-  test::TraceCapture trace;
-  std::size_t blocks = 0;
 };
 
 TEST_F(DateConversions, CurrentDate) {

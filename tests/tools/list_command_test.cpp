@@ -3,16 +3,6 @@
 
 namespace {
 
-using test::expect_refusal;
-using test::files_in;
-using test::header_row;
-using test::item_row;
-using test::row;
-using test::run_zolp;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Not;
-
 class ListCommand : public test::ZolpTest {
  protected:
   test::Run list(std::vector<std::string> arguments) {
