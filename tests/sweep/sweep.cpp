@@ -1,7 +1,8 @@
 // Tries out the tables: each case once as it is, once for each of its platform calls with that call
 // failing, and once for each allocation with that one failing. What the library asks the C heap for
 // is refused as well, request by request. Every run is a process of its own, so that a crash ends
-// one run, and flags that live as long as a process start anew.
+// one run, and flags that live as long as a process start anew. Writes a matrix of what was tried
+// and what held.
 //
 //     fault_sweep [FUNCTION]
 //     fault_sweep --run CASE STEP ALLOCATION OWN REQUEST   makes one run (see words_of)
@@ -417,9 +418,15 @@ Tally try_case(const Case& tried, std::size_t number) {
   return tally;
 }
 
-void print_summary(const std::vector<Tally>& tallies) {
+void write_matrix(const std::vector<Tally>& tallies) {
+  std::ofstream report(SWEEP_REPORT);
+  report << "# Fault sweep\n\n| good call | platform calls | failed calls | failed allocations | "
+            "refused heap requests | held |\n|---|--:|--:|--:|--:|---|\n";
   Tally sum;
   for (const Tally& tally : tallies) {
+    report << "| " << tally.tried->title() << " | " << tally.tried->all_steps.size() << " | "
+           << tally.call_faults << " | " << tally.allocation_faults << " | "
+           << tally.refused_requests << " | " << tally.held << " of " << tally.runs << " |\n";
     sum.call_faults += tally.call_faults;
     sum.allocation_faults += tally.allocation_faults;
     sum.refused_requests += tally.refused_requests;
@@ -428,9 +435,9 @@ void print_summary(const std::vector<Tally>& tallies) {
   }
   std::printf(
       "%zu good calls, %d failed calls, %d failed allocations, %d refused heap requests: %d of %d "
-      "runs went as promised\n",
+      "runs went as promised\n%s\n",
       tallies.size(), sum.call_faults, sum.allocation_faults, sum.refused_requests, sum.held,
-      sum.runs);
+      sum.runs, SWEEP_REPORT);
 }
 
 // ------------------------------------------------------------------------------ coverage
@@ -548,7 +555,7 @@ int sweep(const std::vector<std::string>& arguments) {
       tallies.push_back(try_case(cases.all[i], i));
     }
   }
-  print_summary(tallies);
+  write_matrix(tallies);
   const bool held = std::all_of(tallies.begin(), tallies.end(),
                                 [](const Tally& tally) { return tally.held == tally.runs; });
   const bool complete = !wanted.empty() || is_complete(cases);
