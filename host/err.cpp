@@ -66,6 +66,20 @@ void push_error(int severity, int code, std::string_view detail) noexcept {
   }
 }
 
+namespace {
+
+/** For threads that are refused: it looks at nothing that the other one may change. */
+int hand_out_shipped_text(int status, char** text) noexcept {
+  try {
+    *text = hand_out(shipped_error_text(status));
+    return ORK_ok;
+  } catch (const std::exception&) {
+    return ORK_out_of_memory;
+  }
+}
+
+}  // namespace
+
 void clear_errors() noexcept {
   stack().entries.clear();
   stack().protect_marks.clear();
@@ -79,6 +93,9 @@ using host::Recorded;
 
 int ERR_get_error_text(int status, char** text) {
   host::clear(text);
+  if (const host::Turn turn; !turn.is_granted() && text != nullptr) {
+    return host::hand_out_shipped_text(status, text);
+  }
   return operation(
       "ERR_get_error_text", Needs::nothing,
       [&] {

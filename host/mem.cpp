@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory_resource>
+#include <mutex>
 #include <new>
 #include <unordered_map>
 
@@ -24,12 +25,17 @@ struct Heap {
   Sizes sizes{&entries};
   size_t bytes = 0;
   int calls_to_failure = 0;
+  std::mutex mutex; /**< blocks are anybody's: no status could refuse other threads */
 };
 
 Heap& heap() {
   // Never destroyed: programs may free blocks while they end.
   static Heap& instance = *new Heap;
   return instance;
+}
+
+std::unique_lock<std::mutex> locked_heap() {
+  return std::unique_lock(heap().mutex);
 }
 
 bool fails_now() {
@@ -54,6 +60,7 @@ bool is_ours(const Sizes::iterator& entry, const char* operation, void* block) {
   return false;
 }
 
+/** With the heap locked, as what follows. */
 void* allocate(size_t size) {
   if (fails_now()) {
     return nullptr;
@@ -100,10 +107,12 @@ void* reallocate(const char* operation, void* block, size_t size, size_t* old_si
 }  // namespace
 
 void* MEM_alloc(size_t size) {
+  const auto lock = locked_heap();
   return allocate(size);
 }
 
 void* MEM_realloc(void* block, size_t size) {
+  const auto lock = locked_heap();
   size_t old_size = 0;
   return reallocate("MEM_realloc", block, size, &old_size);
 }
@@ -112,6 +121,7 @@ void* MEM_crealloc(void* block, size_t count, size_t element_size) {
   if (element_size != 0 && count > SIZE_MAX / element_size) {
     return nullptr;
   }
+  const auto lock = locked_heap();
   const size_t size = count * element_size;
   size_t old_size = 0;
   void* resized = reallocate("MEM_crealloc", block, size, &old_size);
@@ -125,6 +135,7 @@ void MEM_free(void* block) {
   if (block == nullptr) {
     return;
   }
+  const auto lock = locked_heap();
   Sizes& sizes = heap().sizes;
   const auto entry = sizes.find(block);
   if (!is_ours(entry, "MEM_free", block)) {
@@ -136,17 +147,19 @@ void MEM_free(void* block) {
 }
 
 size_t ork_host_block_count(void) {
+  const auto lock = locked_heap();
   return heap().sizes.size();
 }
 
 size_t ork_host_block_bytes(void) {
+  const auto lock = locked_heap();
   return heap().bytes;
 }
 
 namespace host {
 
 void* hand_out_block(size_t size) {
-  void* block = allocate(size);
+  void* block = MEM_alloc(size);
   if (block == nullptr) {
     throw std::bad_alloc();
   }
@@ -154,6 +167,7 @@ void* hand_out_block(size_t size) {
 }
 
 void fail_allocation(int nth) {
+  const auto lock = locked_heap();
   heap().calls_to_failure = nth;
 }
 

@@ -1,8 +1,9 @@
 /**
  * @file
  * The frame around every operation of the platform. An operation clears its out-parameters and does
- * the rest inside `operation`, which plays what tests have injected, sees to it that a session is
- * open, and turns whatever is thrown into a status and an entry of the error stack.
+ * the rest inside `operation`, which refuses threads whose turn it is not, plays what tests have
+ * injected, sees to it that a session is open, and turns whatever is thrown into a status and an
+ * entry of the error stack.
  */
 #pragma once
 
@@ -12,6 +13,7 @@
 #include "ork/ork.h"
 #include "site.h"
 #include "steering.h"
+#include "turn.h"
 
 namespace host {
 
@@ -27,6 +29,10 @@ int report_current_exception() noexcept;
 /** Runs a body that returns nothing; what it throws becomes the status. */
 template <typename Body>
 int guarded(Body&& body) noexcept {
+  const Turn turn;
+  if (!turn.is_granted()) {
+    return ORK_wrong_thread;  // the error stack is the other thread's, too
+  }
   try {
     body();
     return ORK_ok;
@@ -40,6 +46,10 @@ int guarded(Body&& body) noexcept {
 template <typename Body>
 int operation(const char* name, Needs needs, Body&& body,
               Recorded recorded = Recorded::yes) noexcept {
+  const Turn turn;
+  if (!turn.is_granted()) {
+    return ORK_wrong_thread;
+  }
   const bool steered = steering().active();
   std::size_t entry = Steering::no_entry;
   const int status = guarded([&] {

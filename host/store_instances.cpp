@@ -389,16 +389,7 @@ void Store::bring_up_to_date(tag object) {
   }
 }
 
-bool Store::has_unsaved_changes() const {
-  for (const auto& [object, instance] : instances_) {
-    if (instance.changed) {
-      return true;
-    }
-  }
-  return false;
-}
-
-void Store::save_all() {
+std::vector<tag> Store::changed_instances() const {
   std::vector<tag> changed;
   for (const auto& [object, instance] : instances_) {
     if (instance.changed) {
@@ -406,7 +397,7 @@ void Store::save_all() {
     }
   }
   std::sort(changed.begin(), changed.end());
-  save(changed);
+  return changed;
 }
 
 Store::Slot& Store::slot_of(Instance& instance, const std::string& attribute,
@@ -517,7 +508,7 @@ void Store::set_values(tag object, const std::string& attribute, Values values) 
 
 void Store::require_changeable(tag object, const Instance& instance) const {
   if (instance.state != InstanceState::is_new && !instance.locked) {
-    refuse(STORE_not_locked, object_text(object));
+    refuse_unlocked(object);
   }
 }
 

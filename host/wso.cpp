@@ -88,6 +88,7 @@ class SavedTexts {
 };
 
 std::vector<tag> find_by_text(Store& store, const std::string& pattern) {
+  const Reading one_state(store.database());
   const SavedTexts texts(store);
   const auto statuses = store.saved_values("ReleaseStatus", "name");
   const WildcardPattern wanted(pattern);

@@ -36,7 +36,8 @@ int set_preferences(const char* path, const std::string& prefix, int count) {
  */
 int hold(const char* path, tag object) {
   host::Database database(path);
-  host::Store store(database);
+  host::Presence presence(path);
+  host::Store store(database, presence);
   store.set_identity({"partner"});
   store.lock(object);
   say("held");
