@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "host/utf8_path.h"
+#include "host/system/utf8_path.h"
 #include "process.h"
 
 namespace test {

@@ -13,7 +13,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "host/utf8_path.h"
+#include "host/system/utf8_path.h"
 
 namespace test {
 

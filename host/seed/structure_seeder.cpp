@@ -1,7 +1,7 @@
 #include "structure_seeder.h"
 
-#include "config.h"
 #include "object_id.h"
+#include "revision_rules.h"
 #include "structures.h"
 
 namespace host {

@@ -1,6 +1,6 @@
 // CONFIG_: revision rules.
 
-#include "config.h"
+#include "revision_rules.h"
 
 #include <algorithm>
 

@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "config.h"
+#include "revision_rules.h"
 #include "structures.h"
 
 namespace host {
