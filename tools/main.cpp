@@ -56,7 +56,8 @@ int run(int argc, char** argv) {
   tool::add_host_commands(program);
   tool::add_clone_command(program);
   tool::add_list_commands(program);
-  tool::add_object_commands(program);
+  tool::add_show_command(program);
+  tool::add_find_command(program);
   tool::add_dataset_commands(program);
   tool::add_form_commands(program);
   tool::add_filter_command(program);

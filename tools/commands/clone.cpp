@@ -7,7 +7,7 @@
 #include <string>
 
 #include "assembly_tree.h"
-#include "commands.h"
+#include "commands/commands.h"
 #include "error.h"
 #include "login.h"
 #include "os.h"

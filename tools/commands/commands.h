@@ -11,10 +11,11 @@ void add_clone_command(CLI::App& program);
 void add_dataset_commands(CLI::App& program);
 void add_date_command(CLI::App& program);
 void add_filter_command(CLI::App& program);
+void add_find_command(CLI::App& program);
 void add_form_commands(CLI::App& program);
 void add_handler_commands(CLI::App& program);
 void add_job_commands(CLI::App& program);
 void add_list_commands(CLI::App& program);
-void add_object_commands(CLI::App& program);
+void add_show_command(CLI::App& program);
 
 }  // namespace tool

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
+#include "commands/commands.h"
 #include "error.h"
 #include "objects.h"
 #include "ork/date.h"

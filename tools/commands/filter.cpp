@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "commands.h"
+#include "commands/commands.h"
 #include "error.h"
 #include "login.h"
 #include "objects.h"

@@ -1,15 +1,12 @@
-/** @file `zolp show` and `zolp find`: what a site knows of one object, and which objects it has. */
+/** @file `zolp show`: what a site knows of one object. */
 #include <array>
 #include <cstdio>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "commands.h"
-#include "error.h"
+#include "commands/commands.h"
 #include "login.h"
 #include "objects.h"
-#include "ork/obj.h"
 #include "ork/org.h"
 #include "ork/rel.h"
 #include "ork/rsv.h"
@@ -22,8 +19,6 @@
 namespace tool {
 
 namespace {
-
-// --------------------------------------------------------------------------------------- show
 
 Json lock_of(tag object) {
   char* user = nullptr;
@@ -146,54 +141,34 @@ void print_card(const Json& card) {
   print_relations("related from", card["relations"]["from"]);
 }
 
-// --------------------------------------------------------------------------------------- find
-
-Json find_objects(const std::string& pattern) {
-  Json found = Json::array();
-  for (const tag object : find_by_pattern(pattern)) {
-    found.push_back(summary_of(object));
-  }
-  return found;
-}
-
-struct ObjectOptions {
-  std::string what;
+struct ShowOptions {
+  std::string id;
   bool json = false;
   LoginOptions login;
 };
 
-/** Adds a command that reads something from a site in a session and prints it. */
-void add_object_command(CLI::App& program, const char* name, const char* description,
-                        const char* argument, const char* argument_description, const char* footer,
-                        Json (*read)(const std::string&), void (*print)(const Json&)) {
-  CLI::App* const command = program.add_subcommand(name, description);
-  const auto options = std::make_shared<ObjectOptions>();
-  command->add_option(argument, options->what, argument_description)->required()->type_name("");
-  command->footer(footer);
-  work_in_session(*command, options, [read, print](const ObjectOptions& given) {
-    const Json result = read(given.what);
-    if (given.json) {
-      print_json(result);
-    } else {
-      print(result);
-    }
-  });
+void show(const ShowOptions& options) {
+  const Json card = card_of(find_object(options.id));
+  if (options.json) {
+    print_json(card);
+  } else {
+    print_card(card);
+  }
 }
 
 }  // namespace
 
-void add_object_commands(CLI::App& program) {
-  add_object_command(
-      program, "show", "Print what a site knows of an item or a revision", "ID",
-      "Item id, or item id/revision id",
+void add_show_command(CLI::App& program) {
+  CLI::App* const command =
+      program.add_subcommand("show", "Print what a site knows of an item or a revision");
+  const auto options = std::make_shared<ShowOptions>();
+  command->add_option("ID", options->id, "Item id, or item id/revision id")
+      ->required()
+      ->type_name("");
+  command->footer(
       "\nExamples: zolp show GB-1000 --host site.db\n"
-      "          zolp show GB-1000/C --host site.db --json",
-      [](const std::string& id) { return card_of(find_object(id)); }, print_card);
-  add_object_command(program, "find", "List objects by id or name", "PATTERN",
-                     "Id or name; * stands for any text, ? for one character",
-                     "\nNothing found is no failure.\n"
-                     "Example: zolp find 'GB-1*' --host site.db",
-                     find_objects, print_summaries);
+      "          zolp show GB-1000/C --host site.db --json");
+  work_in_session(*command, options, show);
 }
 
 }  // namespace tool

@@ -1,0 +1,52 @@
+/** @file `zolp bom export`: lists the objects of all assemblies of a structure. */
+#include <memory>
+
+#include "commands/bom.h"
+#include "objects.h"
+#include "platform_block.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+void export_objects(const BomOptions& options) {
+  const Window window = open_window(options);
+  int count = 0;
+  tag* list = nullptr;
+  const int status = walk([&] {
+    return ZOLP_exportObjectsFromBom(window.top_line(), options.class_name.c_str(), nullptr, 0,
+                                     &count, &list);
+  });
+  const PlatformBlock<tag> block(list);
+  require(status, "the objects");
+  Json objects = Json::array();
+  for (int i = 0; i < count; ++i) {
+    objects.push_back({{"id", id_of(list[i])}, {"class", class_of(list[i])}});
+  }
+  if (options.json) {
+    print_json(objects);
+    return;
+  }
+  Table table({"id", "class"});
+  for (const Json& object : objects) {
+    table.add_row({object["id"], object["class"]});
+  }
+  table.print();
+}
+
+}  // namespace
+
+void add_bom_export(CLI::App& group) {
+  const auto options = std::make_shared<BomOptions>();
+  CLI::App* const command = add_bom_command(
+      group, options, "export", "List the items, revisions or datasets of all assemblies",
+      "\nLines without lines below them do not count.\n"
+      "Example: zolp bom export MX-100/B --class Dataset --host site.db",
+      export_objects);
+  command->add_option("--class", options->class_name, "Item, ItemRevision or Dataset")
+      ->check(CLI::IsMember({"Item", "ItemRevision", "Dataset"}))
+      ->capture_default_str();
+}
+
+}  // namespace tool

@@ -1,0 +1,43 @@
+/** @file `zolp bom pack`: shows a product structure with equal lines as one. */
+#include <cstdio>
+#include <memory>
+
+#include "commands/bom.h"
+#include "objects.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+void pack(const BomOptions& options) {
+  const Window window = open_window(options);
+  const int lines = size_of(window);
+  const int status =
+      walk([&] { return ZOLP_pack_bom(window.top_line(), options.recursive ? 1 : 0); });
+  require(status, "the structure");
+  const int packed_lines = size_of(window);
+  const Line top = read_line(window.top_line(), options.depth);
+  if (options.json) {
+    print_json({{"lines", lines}, {"packed_lines", packed_lines}, {"structure", line_json(top)}});
+    return;
+  }
+  draw(top, nullptr);
+  std::printf("%s, packed %d\n", counted(static_cast<std::size_t>(lines), "line").c_str(),
+              packed_lines);
+}
+
+}  // namespace
+
+void add_bom_pack(CLI::App& group) {
+  const auto options = std::make_shared<BomOptions>();
+  CLI::App* const command =
+      add_bom_command(group, options, "pack", "Show a structure with equal lines as one",
+                      "\nNothing is saved.\n"
+                      "Example: zolp bom pack MX-100/B --recursive --host site.db",
+                      pack);
+  add_recursive(*command, *options);
+  add_depth(*command, *options);
+}
+
+}  // namespace tool

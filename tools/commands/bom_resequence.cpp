@@ -1,0 +1,53 @@
+/** @file `zolp bom resequence`: numbers the lines of a product structure anew. */
+#include <cstdio>
+#include <memory>
+
+#include "commands/bom.h"
+#include "objects.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+void resequence(const BomOptions& options) {
+  Window window = open_window(options);
+  const int depth = options.recursive ? options.depth : 1;
+  const Line before = read_line(window.top_line(), depth);
+  int start = options.start;
+  int increment = options.increment;
+  require(walk([&] {
+            return ZOLP_resequence_bom(window.top_line(), &start, &increment,
+                                       options.recursive ? 1 : 0, 0, nullptr, nullptr, 0);
+          }),
+          "the structure");
+  const Line after = read_line(window.top_line(), depth);
+  if (options.save) {
+    window.save();
+  }
+  if (options.json) {
+    print_json({{"saved", options.save}, {"structure", line_json(after, &before)}});
+    return;
+  }
+  draw(after, &before);
+  std::puts(options.save ? "saved" : "nothing is saved; --save keeps it");
+}
+
+}  // namespace
+
+void add_bom_resequence(CLI::App& group) {
+  const auto options = std::make_shared<BomOptions>();
+  CLI::App* const command = add_bom_command(
+      group, options, "resequence", "Number the lines anew; shows what changes",
+      "\nLines of one revision share a number. Nothing is saved without --save.\n"
+      "Example: zolp bom resequence MX-100/B --start 10 --increment 10 --recursive --save",
+      resequence);
+  add_numbering(*command, *options);
+  add_recursive(*command, *options);
+  add_depth(*command, *options);
+  CLI::Option* const save = command->add_flag("--save", options->save, "Save the new numbers");
+  command->add_flag("--dry-run", options->dry_run, "Save nothing, as without --save")
+      ->excludes(save);
+}
+
+}  // namespace tool

@@ -1,0 +1,31 @@
+/** @file `zolp bom tree`: draws a product structure. */
+#include <memory>
+
+#include "commands/bom.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+void show_tree(const BomOptions& options) {
+  const Window window = open_window(options);
+  const Line top = read_line(window.top_line(), options.depth);
+  if (options.json) {
+    print_json(line_json(top));
+  } else {
+    draw(top, nullptr);
+  }
+}
+
+}  // namespace
+
+void add_bom_tree(CLI::App& group) {
+  const auto options = std::make_shared<BomOptions>();
+  CLI::App* const command = add_bom_command(
+      group, options, "tree", "Draw a structure with sequence numbers, quantities and statuses",
+      "\nExample: zolp bom tree MX-100/B --rule Released --host site.db", show_tree);
+  add_depth(*command, *options);
+}
+
+}  // namespace tool

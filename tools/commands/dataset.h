@@ -1,0 +1,74 @@
+/** @file What the subcommands of `zolp dataset` share. */
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "datasets.h"
+#include "login.h"
+#include "ork/obj.h"
+
+namespace tool {
+
+struct DatasetOptions {
+  std::string dataset;
+  std::string item, revision; /**< what the dataset belongs to; may be empty */
+  std::string file, name, description, type = text_type, reference, folder = ".", target;
+  bool json = false;
+  LoginOptions login;
+};
+
+/** The item or revision that the options name; NULLTAG when they name none. */
+inline tag find_owner(const DatasetOptions& options) {
+  return find_owner(options.item, options.revision);
+}
+
+inline tag find_dataset(const DatasetOptions& options) {
+  return find_dataset(find_owner(options), options.dataset);
+}
+
+/** Refuses what would be refused when the files are copied already. */
+void check_length(const char* what, const std::string& text, std::size_t limit);
+
+/** Objects that are deleted again unless the work on them ends well. */
+class MadeObjects {
+ public:
+  MadeObjects() = default;
+  MadeObjects(const MadeObjects&) = delete;
+  MadeObjects& operator=(const MadeObjects&) = delete;
+  ~MadeObjects() {
+    for (auto object = objects_.rbegin(); object != objects_.rend(); ++object) {
+      if (OBJ_refresh(*object, 1) == ORK_ok) {
+        OBJ_delete(*object);
+      }
+    }
+  }
+
+  void add(tag object) {
+    if (object != NULLTAG) {
+      objects_.push_back(object);
+    }
+  }
+  void keep() { objects_.clear(); }
+
+ private:
+  std::vector<tag> objects_;
+};
+
+/** Adds a subcommand with the options that all of them have; what it does it does in a session. */
+CLI::App* add_dataset_command(CLI::App& group, const char* name, const char* description,
+                              const char* footer, const std::shared_ptr<DatasetOptions>& options,
+                              void (*work)(const DatasetOptions&));
+
+void add_owner_options(CLI::App& command, DatasetOptions& options, bool is_required);
+void add_dataset_argument(CLI::App& command, DatasetOptions& options);
+
+// The subcommands; each adds itself.
+void add_dataset_import(CLI::App& group);
+void add_dataset_export(CLI::App& group);
+void add_dataset_export_images(CLI::App& group);
+void add_dataset_copy(CLI::App& group);
+void add_dataset_show(CLI::App& group);
+
+}  // namespace tool

@@ -1,0 +1,125 @@
+/** @file `zolp dataset export`: brings the files of a dataset to the disk. */
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands/dataset.h"
+#include "copy_progress.h"
+#include "error.h"
+#include "ork/file.h"
+#include "utf8_path.h"
+
+namespace fs = std::filesystem;
+
+namespace tool {
+
+namespace {
+
+/** Files that are removed again unless all of them are there. */
+class ExportedFiles {
+ public:
+  ExportedFiles() = default;
+  ExportedFiles(const ExportedFiles&) = delete;
+  ExportedFiles& operator=(const ExportedFiles&) = delete;
+  ~ExportedFiles() {
+    for (const fs::path& path : paths_) {
+      std::error_code ignored;
+      fs::remove(path, ignored);
+    }
+  }
+
+  const std::vector<fs::path>& paths() const { return paths_; }
+  void add(const fs::path& path) { paths_.push_back(path); }
+  void keep() { paths_.clear(); }
+
+ private:
+  std::vector<fs::path> paths_;
+};
+
+/** The path, or the next one with a number that no other file of the dataset has been given. */
+fs::path numbered(const fs::path& path, const std::vector<fs::path>& given) {
+  fs::path candidate = path;
+  for (int number = 2; std::find(given.begin(), given.end(), candidate) != given.end(); ++number) {
+    candidate = path;
+    candidate.replace_filename(path.stem());
+    candidate += "-" + std::to_string(number);
+    candidate += path.extension();
+  }
+  return candidate;
+}
+
+/** Where a file is to go: into a folder under its own name, or to the path that is given. */
+fs::path target_of(const DatasetOptions& options, tag file) {
+  const fs::path target = host::utf8_path(options.target.empty() ? "." : options.target);
+  std::error_code ignored;
+  if (!fs::is_directory(target, ignored)) {
+    return target;
+  }
+  const std::string name = original_name(file);
+  if (name.empty() || name == "." || name == "..") {
+    throw Error("the file has the name \"" + name + "\"", "give a path for it with --out");
+  }
+  return target / host::utf8_path(name);
+}
+
+void export_dataset(const DatasetOptions& options) {
+  const tag dataset = find_dataset(options);
+  std::vector<tag> files;
+  for (const Reference& reference : references_of(dataset)) {
+    const bool is_wanted = options.reference.empty() || reference.name == options.reference;
+    if (is_wanted && is_file(reference.object)) {
+      files.push_back(reference.object);
+    }
+  }
+  if (files.empty()) {
+    throw Error("dataset " + options.dataset + " has no file" +
+                    (options.reference.empty() ? "" : " as " + options.reference),
+                "see \"zolp dataset show\" for what it has");
+  }
+  Json paths = Json::array();
+  ExportedFiles exported;
+  for (const tag file : files) {
+    const fs::path target = numbered(target_of(options, file), exported.paths());
+    if (files.size() > 1 && target == options.target) {
+      throw Error("dataset " + options.dataset + " has " + std::to_string(files.size()) + " files",
+                  "name a folder with --out, or one of them with --reference");
+    }
+    const CopyProgress progress("exporting " + target.string());
+    require_done(FILE_export_file(file, target.string().c_str()),
+                 "cannot export " + target.string());
+    exported.add(target);
+    paths.push_back(target.string());
+  }
+  exported.keep();
+  if (options.json) {
+    print_json({{"files", paths}});
+    return;
+  }
+  for (const Json& path : paths) {
+    std::printf("wrote %s\n", printable(path.get<std::string>()).c_str());
+  }
+}
+
+}  // namespace
+
+void add_dataset_export(CLI::App& group) {
+  const auto options = std::make_shared<DatasetOptions>();
+  CLI::App* const command = add_dataset_command(
+      group, "export", "Export the files of a dataset; existing files are never overwritten",
+      "\nAll files are exported, or none. Those of the same name get a number.\n"
+      "Examples: zolp dataset export \"Check report\"\n"
+      "          zolp dataset export \"Check report\" --item SH-200 --rev A --out report.txt",
+      options, export_dataset);
+  add_dataset_argument(*command, *options);
+  command->add_option("--reference", options->reference, "Only files under this reference")
+      ->type_name("NAME");
+  command
+      ->add_option("--out", options->target,
+                   "A folder, for files under their own names, or a new file; the current folder")
+      ->type_name("PATH");
+}
+
+}  // namespace tool

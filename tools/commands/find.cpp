@@ -1,0 +1,48 @@
+/** @file `zolp find`: which objects a site has. */
+#include <memory>
+#include <string>
+
+#include "commands/commands.h"
+#include "login.h"
+#include "objects.h"
+#include "text.h"
+
+namespace tool {
+
+namespace {
+
+struct FindOptions {
+  std::string pattern;
+  bool json = false;
+  LoginOptions login;
+};
+
+void find(const FindOptions& options) {
+  Json found = Json::array();
+  for (const tag object : find_by_pattern(options.pattern)) {
+    found.push_back(summary_of(object));
+  }
+  if (options.json) {
+    print_json(found);
+  } else {
+    print_summaries(found);
+  }
+}
+
+}  // namespace
+
+void add_find_command(CLI::App& program) {
+  CLI::App* const command = program.add_subcommand("find", "List objects by id or name");
+  const auto options = std::make_shared<FindOptions>();
+  command
+      ->add_option("PATTERN", options->pattern,
+                   "Id or name; * stands for any text, ? for one character")
+      ->required()
+      ->type_name("");
+  command->footer(
+      "\nNothing found is no failure.\n"
+      "Example: zolp find 'GB-1*' --host site.db");
+  work_in_session(*command, options, find);
+}
+
+}  // namespace tool

@@ -1,0 +1,34 @@
+/** @file What the subcommands of `zolp host` share. */
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "text.h"
+
+namespace tool {
+
+/** Positional arguments, of which the first may stand for the second: the file can be left out. */
+std::vector<std::string> given(const std::string& first, const std::string& second);
+
+/**
+ * Takes the site's file off the front of positional arguments, where it may be left out. A first
+ * argument that looks like a path is never taken for anything else: a mistyped path must not become
+ * the name of a preference.
+ */
+std::string take_site_file(std::vector<std::string>& arguments);
+
+/** One line of text for a value: its name or id when it has one, otherwise its parts. */
+std::string value_text(const Json& value);
+
+/** Tags are handles of one process, and all attributes of an object are too long for a table. */
+bool is_shown(const std::string& key, const Json& value);
+
+// The subcommands; each adds itself.
+void add_host_init(CLI::App& group);
+void add_host_seed(CLI::App& group);
+void add_host_show(CLI::App& group);
+void add_host_pref(CLI::App& group);
+
+}  // namespace tool

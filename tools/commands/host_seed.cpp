@@ -1,0 +1,40 @@
+/** @file `zolp host seed`: fills an existing site. */
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands/host.h"
+#include "site.h"
+
+namespace tool {
+
+namespace {
+
+struct SeedOptions {
+  std::string file;
+  std::vector<std::string> seeds;
+};
+
+void seed_site(const SeedOptions& options) {
+  Site site(options.file);
+  for (const std::string& seed : options.seeds) {
+    site.seed_file(seed);
+  }
+}
+
+}  // namespace
+
+void add_host_seed(CLI::App& group) {
+  CLI::App* const seed = group.add_subcommand("seed", "Fill an existing site");
+  const auto options = std::make_shared<SeedOptions>();
+  seed->add_option("FILE", options->file, "The site's file")->required()->type_name("");
+  seed->add_option("SEED", options->seeds, "JSON files, taken one after the other")
+      ->required()
+      ->type_name("");
+  seed->footer(
+      "\nWhat exists under the same name is changed. Each file is taken as a whole or,\n"
+      "when it is wrong, not at all; earlier ones stay.");
+  seed->callback([options] { seed_site(*options); });
+}
+
+}  // namespace tool

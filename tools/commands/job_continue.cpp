@@ -1,0 +1,22 @@
+/** @file `zolp job continue`: runs a job on that a handler has stopped. */
+#include "commands/job.h"
+#include "ork/flow.h"
+
+namespace tool {
+
+namespace {
+
+void run_on(const JobOptions& options) {
+  const tag job = find_job(options.job);
+  require_not_stopped(FLOW_continue_job(job), options);
+  show_what_is_left(job, options);
+}
+
+}  // namespace
+
+void add_job_continue(CLI::App& group) {
+  add_job_argument(
+      add_job_command(group, "continue", "Run a job on that a handler has stopped", run_on));
+}
+
+}  // namespace tool

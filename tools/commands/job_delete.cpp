@@ -1,0 +1,23 @@
+/** @file `zolp job delete`: deletes a job. */
+#include <cstdio>
+
+#include "commands/job.h"
+#include "text.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+void remove(const JobOptions& options) {
+  change(ZOLP_deleteJob(find_job(options.job)), "job " + options.job + " is not deleted");
+  std::puts(printable("deleted " + options.job).c_str());
+}
+
+}  // namespace
+
+void add_job_delete(CLI::App& group) {
+  add_job_argument(add_job_command(group, "delete", "Delete a job; its targets stay", remove));
+}
+
+}  // namespace tool

@@ -1,0 +1,43 @@
+/** @file `zolp job show` and `zolp job list`: one job, or all of a site. */
+#include "commands/job.h"
+#include "objects.h"
+#include "ork/flow.h"
+#include "text.h"
+
+namespace tool {
+
+namespace {
+
+void print_jobs(const Json& jobs) {
+  Table table({"number", "name", "template", "owner", "state", "release level"});
+  for (const Json& job : jobs) {
+    table.add_row({job["number"], job["name"], job["template"], job["owner"], job["state"],
+                   job["release_level"]});
+  }
+  table.print();
+}
+
+void list(const JobOptions& options) {
+  Json jobs = Json::array();
+  for (const tag job : listed("the jobs", [](int*count, tag**found) {
+         return FLOW_find_jobs(nullptr, count, found);
+       })) {
+    jobs.push_back(job_summary(job));
+  }
+  print(jobs, options.json, print_jobs);
+}
+
+}  // namespace
+
+void add_job_show(CLI::App& group) {
+  const JobCommand showing = add_job_command(group, "show", "Print a job as a tree",
+                                             [](const JobOptions& o) { show(find_job(o.job), o); });
+  add_job_argument(showing);
+  showing.app->footer("\nExample: zolp job show R-17 --host site.db");
+}
+
+void add_job_list(CLI::App& group) {
+  add_job_command(group, "list", "List the jobs of a site", list);
+}
+
+}  // namespace tool

@@ -1,0 +1,65 @@
+/** @file `zolp job start`: starts a job after a process template. */
+#include <string>
+#include <vector>
+
+#include "commands/job.h"
+#include "error.h"
+#include "objects.h"
+#include "ork/flow.h"
+
+namespace tool {
+
+namespace {
+
+tag find_template(const std::string& name) {
+  tag found = NULLTAG;
+  if (FLOW_find_process_template(name.c_str(), &found) != ORK_ok) {
+    throw Error("there is no process template " + name,
+                "see \"zolp host show FILE process_templates\" for what there is");
+  }
+  return found;
+}
+
+bool has_job(const std::string& name) {
+  return !listed("the jobs", [&name](int* count, tag** jobs) {
+            return FLOW_find_jobs(name.c_str(), count, jobs);
+          }).empty();
+}
+
+void start(const JobOptions& options) {
+  const tag process = find_template(options.process_template);
+  if (has_job(options.job)) {
+    throw Error("there is a job " + options.job + " already", "take another name");
+  }
+  std::vector<tag> objects = find_objects(options.targets);
+  std::vector<int> types(objects.size(), FLOW_target_attachment);
+  const std::vector<tag> references = find_objects(options.references);
+  objects.insert(objects.end(), references.begin(), references.end());
+  types.resize(objects.size(), FLOW_reference_attachment);
+  tag job = NULLTAG;
+  const int status =
+      FLOW_create_process(options.job.c_str(), options.description.c_str(), process,
+                          static_cast<int>(objects.size()), objects.data(), types.data(), &job);
+  if (job == NULLTAG) {
+    change(status, "job " + options.job + " is not made");
+  }
+  require_not_stopped(status, options);
+  show_what_is_left(job, options);
+}
+
+}  // namespace
+
+void add_job_start(CLI::App& group) {
+  const JobCommand starting =
+      add_job_command(group, "start", "Start a job after a process template", start);
+  add_text(starting, "TEMPLATE", starting.options->process_template, "Name of the process template")
+      ->required();
+  add_text(starting, "--name", starting.options->job, "Name of the job")->required();
+  add_text(starting, "--description", starting.options->description, "Description of the job");
+  add_ids(starting, "--target", starting.options->targets, "Target; may be repeated");
+  add_ids(starting, "--reference", starting.options->references, "Reference; may be repeated");
+  starting.app->footer(
+      "\nExample: zolp job start Release --name R-17 --target GB-1000/C --host site.db");
+}
+
+}  // namespace tool

@@ -1,0 +1,50 @@
+/** @file `zolp job targets`: lists, adds and removes the targets of a job. */
+#include <vector>
+
+#include "commands/job.h"
+#include "objects.h"
+#include "text.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+void change_targets(const JobOptions& options) {
+  const tag job = find_job(options.job);
+  std::vector<tag> added = find_objects(options.added);
+  std::vector<tag> removed = find_objects(options.removed);
+  if (!removed.empty()) {
+    change(ZOLP_remove_attachments(job, static_cast<int>(removed.size()), removed.data()),
+           "the objects are not detached");
+  }
+  if (!added.empty()) {
+    change(ZOLP_add_target_objects(job, static_cast<int>(added.size()), added.data()),
+           "the objects are not attached");
+  }
+  Json targets = Json::array();
+  for (const tag target : listed("the targets", [job](int*count, tag**found) {
+         return ZOLP_ask_target_objects(job, count, found);
+       })) {
+    targets.push_back({{"id", id_of(target)}, {"class", class_of(target)}});
+  }
+  print(targets, options.json, [](const Json& rows) {
+    Table table({"id", "class"});
+    for (const Json& row : rows) {
+      table.add_row({row["id"], row["class"]});
+    }
+    table.print();
+  });
+}
+
+}  // namespace
+
+void add_job_targets(CLI::App& group) {
+  const JobCommand targeting = add_job_command(
+      group, "targets", "List, add and remove the targets of a job", change_targets);
+  add_job_argument(targeting);
+  add_ids(targeting, "--add", targeting.options->added, "Target to add; may be repeated");
+  add_ids(targeting, "--remove", targeting.options->removed, "Object to detach; may be repeated");
+}
+
+}  // namespace tool

@@ -1,0 +1,138 @@
+/** @file `zolp list clean`, `dedupe` and `scan`: reduced copies of a release list. */
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "column_session.h"
+#include "commands/list.h"
+#include "error.h"
+#include "output_files.h"
+#include "release_list.h"
+#include "site.h"
+#include "text.h"
+#include "utf8_path.h"
+#include "zolp_orktool.h"
+
+namespace fs = std::filesystem;
+
+namespace tool {
+
+namespace {
+
+struct CopyOptions {
+  std::string in, out;
+  std::vector<std::string> patterns;
+  bool force = false;
+  bool json = false;
+};
+
+using Copy = std::function<int(const char* in_file, const char* out_file)>;
+
+void check_target(const CopyOptions& options) {
+  std::error_code ignored;
+  if (fs::equivalent(host::utf8_path(options.in), host::utf8_path(options.out), ignored)) {
+    throw usage_error("IN and OUT are the same file", "name another file for OUT");
+  }
+  if (fs::exists(host::utf8_path(options.out), ignored) && !options.force) {
+    throw Error("file " + options.out + " already exists", "name another one, or say --force");
+  }
+}
+
+/** Makes a reduced copy of a list with one of the library's functions. */
+void copy_list(const CopyOptions& options, const Copy& copy) {
+  const size_t lines = check_list_file(options.in);
+  check_target(options);
+  const fs::path target = host::utf8_path(options.out);
+  if (!target.has_filename()) {
+    throw usage_error("OUT names no file", "name one");
+  }
+  OutputFiles files(target.has_parent_path() ? target.parent_path() : fs::path("."));
+  const std::string written = files.add(target.filename().string());
+  {
+    LibraryCall call;
+    if (copy(options.in.c_str(), written.c_str()) != 0) {
+      throw Error("cannot copy " + options.in + " to " + options.out,
+                  "check that the list is writable and that there is room");
+    }
+  }
+  const std::uintmax_t size = fs::file_size(host::utf8_path(written));
+  const size_t kept = size == 0 ? 0 : check_list_file(written);
+  stop_if_interrupted();
+  files.publish();
+  if (options.json) {
+    print_json({{"file", options.out}, {"lines_read", lines}, {"lines_kept", kept}});
+  } else {
+    std::printf("wrote %s: %zu of %s\n", printable(options.out).c_str(), kept,
+                counted(lines, "line").c_str());
+  }
+}
+
+std::shared_ptr<CopyOptions> add_copy_command(CLI::App& list, const std::string& name,
+                                              const std::string& purpose, CLI::App*& command) {
+  command = list.add_subcommand(name, purpose);
+  const auto options = std::make_shared<CopyOptions>();
+  command->add_option("IN", options->in, "The release list; must be writable")
+      ->required()
+      ->type_name("");
+  command->add_option("OUT", options->out, "The file to write")->required()->type_name("");
+  command->add_flag("--force", options->force, "Replace OUT when it exists");
+  command->add_flag("--json", options->json, "Print the result as JSON");
+  return options;
+}
+
+}  // namespace
+
+void add_list_clean(CLI::App& group) {
+  CLI::App* command = nullptr;
+  const auto options =
+      add_copy_command(group, "clean", "Copy a list without its empty \"Where\" blocks", command);
+  command->footer(
+      "\nA block is empty when the line after its \"Where\" line begins with \"----\"; both go.\n"
+      "Example: zolp list clean release_list.txt cleaned.txt");
+  command->callback([options] { copy_list(*options, ZOLP_clean_list); });
+}
+
+void add_list_dedupe(CLI::App& group) {
+  CLI::App* command = nullptr;
+  const auto options = add_copy_command(
+      group, "dedupe", "Copy a list with the first line of each item only", command);
+  command->footer(
+      "\nItems are the same when the 128 characters from \"Item Revision\" on are the same,\n"
+      "that is up to and into \"New Item ID\". The lines below a dropped item go with it.");
+  command->callback([options] {
+    check_list_file(options->in);
+    const ColumnSession columns("/");
+    copy_list(*options, ZOLP_remove_doubles_from_list);
+  });
+}
+
+void add_list_scan(CLI::App& group) {
+  CLI::App* command = nullptr;
+  const auto options = add_copy_command(
+      group, "scan", "Copy a list without the \"Where\" lines that hold certain texts", command);
+  command->add_option("--pattern", options->patterns, "Text to drop lines by; repeatable")
+      ->type_name("TEXT")
+      ->required()
+      ->allow_extra_args(false);
+  command->footer(
+      "\nExample: zolp list scan in.txt out.txt --pattern PROTO --pattern \"Spare \"\n"
+      "A \"Where\" line that holds a pattern itself goes too.");
+  command->callback([options] {
+    std::vector<char*> patterns;
+    for (std::string& pattern : options->patterns) {
+      if (pattern.empty()) {
+        throw usage_error("a pattern is empty", "it would drop all lines");
+      }
+      patterns.push_back(pattern.data());
+    }
+    copy_list(*options, [&patterns](const char* in_file, const char* out_file) {
+      return ZOLP_scan_usage(in_file, out_file, static_cast<int>(patterns.size()), patterns.data());
+    });
+  });
+}
+
+}  // namespace tool

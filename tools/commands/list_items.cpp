@@ -1,0 +1,93 @@
+/** @file `zolp list items`: an item list as a table. */
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "commands/list.h"
+#include "error.h"
+#include "release_list.h"
+#include "site.h"
+#include "text.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+/** The arrays that `ZOLP_read_itemrevlist` hands out. */
+struct ItemList {
+  ItemList() = default;
+  ~ItemList() {
+    for (int i = 0; i < count; ++i) {
+      std::free(item_ids[i]);
+      std::free(levels[i]);
+    }
+    std::free(item_ids);
+    std::free(levels);
+    std::free(counts);
+  }
+  ItemList(const ItemList&) = delete;
+  ItemList& operator=(const ItemList&) = delete;
+
+  int count = 0;
+  char** item_ids = nullptr;
+  char** levels = nullptr;
+  int* counts = nullptr;
+};
+
+/** An item's id; in a release list the cell's separator stands in front of it. */
+std::string shown_item_id(const std::string& field) {
+  return cell_text(field.starts_with(";") ? field.substr(1) : field);
+}
+
+void show_items(const std::string& path, bool json) {
+  check_list_file(path);
+  ItemList list;
+  {
+    LibraryCall call;
+    if (ZOLP_read_itemrevlist(path.c_str(), &list.count, &list.item_ids, &list.levels,
+                              &list.counts) != 0) {
+      throw Error("cannot read " + path, "check that it is writable, and that memory is enough");
+    }
+  }
+  if (list.count == 0) {
+    throw Error("list " + path + " has no item line",
+                "lines begin with a level in characters 1 to 6, the item id follows");
+  }
+  Json items = Json::array();
+  Table table({"level", "item", "count"});
+  for (int i = 0; i < list.count; ++i) {
+    const int level = std::atoi(list.levels[i]);
+    const std::string id = shown_item_id(list.item_ids[i]);
+    if (json) {
+      items.push_back({{"level", level}, {"item", id}, {"count", list.counts[i]}});
+    } else {
+      table.add_row({std::to_string(level), id, std::to_string(list.counts[i])});
+    }
+  }
+  if (json) {
+    return print_json(items);
+  }
+  table.print();
+}
+
+}  // namespace
+
+void add_list_items(CLI::App& group) {
+  CLI::App* const command = group.add_subcommand("items", "Print an item list as a table");
+  struct Options {
+    std::string file;
+    bool json = false;
+  };
+  const auto options = std::make_shared<Options>();
+  command->add_option("FILE", options->file, "The item list; must be writable")
+      ->required()
+      ->type_name("");
+  command->add_flag("--json", options->json, "Print JSON");
+  command->footer(
+      "\n\"count\" says how often the same text stands in the list; texts that differ in\n"
+      "blanks behind the id count as different.");
+  command->callback([options] { show_items(options->file, options->json); });
+}
+
+}  // namespace tool

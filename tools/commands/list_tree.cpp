@@ -1,0 +1,151 @@
+/** @file `zolp list tree`: a release list as the tree that it stands for. */
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "assembly_tree.h"
+#include "column_session.h"
+#include "commands/list.h"
+#include "error.h"
+#include "output_files.h"
+#include "release_list.h"
+#include "site.h"
+#include "text.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+struct TreeOptions {
+  std::string file;
+  std::string separator = "/";
+  size_t depth = 100;
+  bool json = false;
+};
+
+std::string item_text(const char* id, const char* revision, const std::string& separator) {
+  const std::string revision_text = cell_text(revision);
+  return cell_text(id) + (revision_text == "----" ? "" : separator + revision_text);
+}
+
+Json record_json(const assy_entry& entry) {
+  if (!is_item(entry)) {
+    return {{"type", entry.type}, {"dataset", cell_text(entry.dataset_name)}, {"mode", entry.mode}};
+  }
+  return {{"level", entry.level},
+          {"item", cell_text(entry.item_id)},
+          {"revision", cell_text(entry.item_rev)},
+          {"mode", entry.mode},
+          {"new_item", cell_text(entry.new_item_id)},
+          {"new_revision", cell_text(entry.new_item_rev)},
+          {"new_name", cell_text(entry.new_name)}};
+}
+
+std::string record_text(const assy_entry& entry, const std::string& separator) {
+  if (!is_item(entry)) {
+    return "[" + std::string(entry.type) + "] " + cell_text(entry.dataset_name);
+  }
+  std::string text = item_text(entry.item_id, entry.item_rev, separator) + "  " + entry.mode;
+  const std::string new_item = item_text(entry.new_item_id, entry.new_item_rev, separator);
+  if (std::strcmp(entry.mode, "CLONE") == 0 && !new_item.empty()) {
+    text += " -> " + new_item;
+  }
+  const std::string name = cell_text(entry.new_name);
+  return name.empty() ? text : text + "  " + name;
+}
+
+void print_tree(const assy_entry* root, const TreeOptions& options) {
+  size_t hidden = 0;
+  std::vector<std::string> indents = {""};
+  visit_assembly(root, [&](const assy_entry& entry, size_t depth) {
+    if (depth >= options.depth) {
+      ++hidden;
+      return true;
+    }
+    const bool is_last = entry.next == nullptr;
+    const char* const branch = depth == 0 ? "" : is_last ? "└── " : "├── ";
+    std::printf("%s%s%s\n", indents[depth].c_str(), branch,
+                printable(record_text(entry, options.separator)).c_str());
+    indents.resize(depth + 1);
+    indents.push_back(indents[depth] + (depth == 0 ? "" : is_last ? "    " : "│   "));
+    return true;
+  });
+  if (hidden > 0) {
+    std::printf("(%s deeper than --depth %zu)\n", counted(hidden, "record").c_str(), options.depth);
+  }
+}
+
+void print_tree_json(const assy_entry* root, const TreeOptions& options) {
+  Json roots = Json::array();
+  std::vector<Json*> siblings = {&roots};
+  visit_assembly(root, [&](const assy_entry& entry, size_t depth) {
+    if (depth >= options.depth) {
+      return false;
+    }
+    siblings.resize(depth + 1);
+    Json& record = siblings[depth]->emplace_back(record_json(entry));
+    if (entry.child != nullptr && depth + 1 < options.depth) {
+      siblings.push_back(&(record["children"] = Json::array()));
+    }
+    return true;
+  });
+  print_json(roots);
+}
+
+void show_tree(const TreeOptions& options) {
+  const ReleaseListContents contents = check_release_list(options.file, options.separator);
+  const ColumnSession columns(options.separator);
+  Assembly tree;
+  {
+    LibraryCall call;
+    const int status = ZOLP_read_assylist(options.file.c_str(), tree.address());
+    if (status != 0) {
+      throw Error("cannot read " + options.file,
+                  "check that it is writable, and that memory is enough");
+    }
+  }
+  stop_if_interrupted();
+  if (options.json) {
+    return print_tree_json(tree.root(), options);
+  }
+  print_tree(tree.root(), options);
+  if (contents.level_jumps > 0) {
+    std::printf("(%s over several levels, the first at %s; the reader climbs one level only)\n",
+                counted(contents.level_jumps, "drop").c_str(), contents.first_level_jump.c_str());
+  }
+}
+
+}  // namespace
+
+void add_list_tree(CLI::App& group) {
+  CLI::App* const command =
+      group.add_subcommand("tree", "Draw a release list as the tree it stands for");
+  const auto options = std::make_shared<TreeOptions>();
+  command->add_option("FILE", options->file, "The release list; must be writable")
+      ->required()
+      ->type_name("");
+  command->add_option("--depth", options->depth, "Number of levels to draw, up to 1000")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 1000));
+  command
+      ->add_option("--separator", options->separator,
+                   "Text between item id and revision, as the site's preference has it")
+      ->type_name("TEXT")
+      ->capture_default_str();
+  command->add_flag("--json", options->json, "Print JSON");
+  command->footer(
+      "\nThe tree is the one that the clone run works with: an item shows its newest dataset, and\n"
+      "none when it has items below it; an item that drops several levels goes up one.");
+  command->callback([options] {
+    if (options->separator.empty()) {
+      throw usage_error("the separator is empty", "give its text");
+    }
+    show_tree(*options);
+  });
+}
+
+}  // namespace tool

@@ -1,0 +1,45 @@
+/** @file Datasets of the open site, as commands name and show them. */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ork/ork.h"
+#include "text.h"
+
+namespace tool {
+
+constexpr const char* text_type = "Text";
+constexpr const char* dataset_relation = "VELO_reference";
+
+/** Reports what could not be done; an interruption as such. */
+void require_done(int status, const std::string& problem);
+
+/** Finds an item or, with a revision id, a revision; NULLTAG when no item is named. */
+tag find_owner(const std::string& item, const std::string& revision);
+
+std::string name_of(tag object);
+
+/** Datasets of an item or revision, in the order in which they were related to it. */
+std::vector<tag> datasets_of(tag owner);
+
+/** NULLTAG for none. */
+tag find_dataset_of(tag owner, const std::string& name);
+
+/** Finds a dataset of an item or revision or, without one, of the site. */
+tag find_dataset(tag owner, const std::string& name);
+
+struct Reference {
+  std::string name;
+  int type = 0;
+  tag object = NULLTAG;
+};
+
+std::vector<Reference> references_of(tag dataset);
+bool is_file(tag object);
+std::string original_name(tag file);
+
+/** What is shown of a dataset. */
+Json dataset_card(tag dataset);
+
+}  // namespace tool

@@ -1,0 +1,191 @@
+#include "structure.h"
+
+#include <cstdio>
+
+#include "error.h"
+#include "objects.h"
+#include "ork/bomw.h"
+#include "ork/config.h"
+#include "ork/struct.h"
+#include "ork/wso.h"
+#include "platform_block.h"
+#include "site.h"
+#include "zolp_orktool.h"
+
+namespace tool {
+
+namespace {
+
+tag find_revision(const std::string& id) {
+  const tag object = find_object(id);
+  if (class_of(object) == "Item") {
+    throw Error(id + " is an item", "name one of its revisions, as in " + id + "/A");
+  }
+  return object;
+}
+
+tag find_view_type(const std::string& name) {
+  tag type = NULLTAG;
+  if (!name.empty() && STRUCT_find_view_type(name.c_str(), &type) != ORK_ok) {
+    throw Error("there is no view type " + name, "see \"zolp host show FILE structures\"");
+  }
+  return type;
+}
+
+tag find_rule(const std::string& name) {
+  tag rule = NULLTAG;
+  if (name.empty()) {
+    return rule;
+  }
+  require(CONFIG_find(name.c_str(), &rule), "rule " + name);
+  if (rule == NULLTAG) {
+    throw Error("there is no revision rule " + name, "see \"zolp host show FILE structures\"");
+  }
+  return rule;
+}
+
+std::vector<std::string> statuses_of(tag revision) {
+  int count = 0;
+  char** names = nullptr;
+  require(ZOLP_ask_status_names(revision, &count, &names), "the release statuses");
+  const PlatformBlock<char*> array(names);
+  std::vector<std::string> statuses;
+  for (int i = 0; i < count; ++i) {
+    const PlatformBlock<char> name(names[i]);
+    statuses.emplace_back(name.get());
+  }
+  return statuses;
+}
+
+std::string name_of(tag object) {
+  char name[WSO_name_size + 1] = "";
+  require(WSO_get_name(object, name), "the name");
+  return name;
+}
+
+std::vector<tag> lines_below(tag line, const std::string& id) {
+  return listed("what is below " + id, [line](int* count, tag** lines) {
+    return BOMW_line_get_child_lines(line, count, lines);
+  });
+}
+
+/** The sequence number; with another one from before it, both. */
+std::string number_text(const Line& line, const Line* before) {
+  if (before == nullptr || before->sequence == line.sequence) {
+    return line.sequence;
+  }
+  return (before->sequence.empty() ? "none" : before->sequence) + " -> " + line.sequence;
+}
+
+std::string line_text(const Line& line, const Line* before) {
+  std::string text = number_text(line, before);
+  text += text.empty() ? "" : "  ";
+  text += line.item + "/" + (line.revision.empty() ? "?" : line.revision) + "  " + line.name;
+  if (!line.quantity.empty()) {
+    text += "  x" + line.quantity;
+  }
+  for (const std::string& status : line.statuses) {
+    text += "  [" + status + "]";
+  }
+  return printable(text);
+}
+
+void draw_line(const Line& line, const Line* before, const std::string& indent,
+               const std::string& branch, const std::string& indent_below) {
+  std::printf("%s%s%s%s\n", indent.c_str(), branch.c_str(), line_text(line, before).c_str(),
+              line.has_hidden ? "  ..." : "");
+  for (std::size_t i = 0; i < line.below.size(); ++i) {
+    const bool is_last = i + 1 == line.below.size();
+    draw_line(line.below[i], before != nullptr ? &before->below[i] : nullptr, indent_below,
+              is_last ? "└── " : "├── ", indent_below + (is_last ? "    " : "│   "));
+  }
+}
+
+}  // namespace
+
+Window::Window(const std::string& revision_id, const std::string& rule_name,
+               const std::string& view) {
+  const tag revision = find_revision(revision_id);
+  const tag view_type = find_view_type(view);
+  const tag rule = find_rule(rule_name);
+  require(BOMW_create_window(&window_), "the structure");
+  const int status = BOMW_set_window_top_line(window_, revision, view_type, rule, &top_line_);
+  if (status != ORK_ok) {
+    BOMW_close_window(window_);
+    require(status, revision_id);
+  }
+}
+
+Window::~Window() {
+  BOMW_close_window(window_);
+}
+
+void Window::save() {
+  const int status = BOMW_save_window(window_);
+  if (status != ORK_ok) {
+    throw Error("the structure is not saved (" + platform_error_text(status) + ")",
+                "nothing of it has changed; mend the cause and try again");
+  }
+}
+
+Line read_line(tag line, int depth) {
+  Line read;
+  char* item_id = nullptr;
+  char* revision_id = nullptr;
+  require(ZOLP_get_bomline_item_and_rev(line, &item_id, &revision_id), "a line");
+  const PlatformBlock<char> item_block(item_id);
+  const PlatformBlock<char> revision_block(revision_id);
+  read.item = item_id;
+  read.revision = revision_id;
+  read.sequence = handed_out([line](char** text) { ZOLP_getSequenceNo(line, text); });
+  read.quantity = handed_out([line](char** text) { ZOLP_getQuantity(line, text); });
+  tag revision = NULLTAG;
+  require(ZOLP_get_bomline_revtag(line, &revision), "a line's revision");
+  if (revision != NULLTAG) {
+    read.name = name_of(revision);
+    read.statuses = statuses_of(revision);
+  } else {
+    tag item = NULLTAG;
+    require(ZOLP_get_bomline_itemtag(line, &item), "a line's item");
+    read.name = name_of(item);
+  }
+  const std::vector<tag> below = lines_below(line, read.item);
+  read.has_hidden = depth == 0 && !below.empty();
+  for (std::size_t i = 0; depth > 0 && i < below.size(); ++i) {
+    read.below.push_back(read_line(below[i], depth - 1));
+  }
+  return read;
+}
+
+void draw(const Line& line, const Line* before) {
+  draw_line(line, before, "", "", "");
+}
+
+Json line_json(const Line& line, const Line* before) {
+  Json json = {{"item", line.item},         {"revision", line.revision},
+               {"name", line.name},         {"sequence", line.sequence},
+               {"quantity", line.quantity}, {"statuses", line.statuses}};
+  if (before != nullptr) {
+    json["sequence_before"] = before->sequence;
+  }
+  json["lines"] = Json::array();
+  for (std::size_t i = 0; i < line.below.size(); ++i) {
+    json["lines"].push_back(
+        line_json(line.below[i], before != nullptr ? &before->below[i] : nullptr));
+  }
+  return json;
+}
+
+int walk(const std::function<int()>& call) {
+  const LibraryCall library_call;
+  return call();
+}
+
+int size_of(const Window& window) {
+  int size = 0;
+  require(walk([&] { return ZOLP_getSizeOfPS(window.top_line(), 0, nullptr, &size); }),
+          "the structure");
+  return size;
+}
+
+}  // namespace tool
