@@ -1,4 +1,4 @@
-// ork_host_: the control interface, except for memory (mem.cpp).
+// ork_host_: the control interface.
 
 #include "ork_host.h"
 
@@ -10,6 +10,7 @@
 #include "flow_engine.h"
 #include "flow_handlers.h"
 #include "handout.h"
+#include "heap.h"
 #include "object_id.h"
 #include "operation.h"
 #include "seed.h"
@@ -157,13 +158,13 @@ void ork_host_delay_call(const char* operation, int milliseconds) {
 }
 
 void ork_host_fail_allocation(int nth) {
-  host::fail_allocation(nth > 0 ? nth : 0);
+  host::heap::fail_allocation(nth > 0 ? nth : 0);
 }
 
 void ork_host_clear_faults(void) {
   guarded([] {
     host::steering().clear_faults();
-    host::fail_allocation(0);
+    host::heap::fail_allocation(0);
   });
 }
 
@@ -196,4 +197,12 @@ int ork_host_journal_entry(int index, const char** operation, int* status) {
     }
   });
   return is_there ? 1 : 0;
+}
+
+size_t ork_host_block_count(void) {
+  return host::heap::block_count();
+}
+
+size_t ork_host_block_bytes(void) {
+  return host::heap::block_bytes();
 }

@@ -10,7 +10,6 @@
 #include "forms.h"
 #include "known_sites.h"
 #include "object_id.h"
-#include "operation.h"
 #include "ork/dset.h"
 #include "structures.h"
 #include "types.h"

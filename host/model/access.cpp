@@ -1,19 +1,16 @@
-// ACCESS_: who may do what with an object.
-
 #include "access.h"
 
 #include <algorithm>
 
+#include "failure.h"
 #include "object_id.h"
-#include "operation.h"
 #include "ork/access.h"
+#include "site.h"
 #include "types.h"
 
 namespace host {
 
 namespace {
-
-using Accessors = std::span<const tag>;
 
 bool contains(Accessors accessors, tag accessor) {
   return std::find(accessors.begin(), accessors.end(), accessor) != accessors.end();
@@ -104,27 +101,15 @@ std::optional<std::string> denial(tag object, const std::string& privilege, Acce
              : std::nullopt;
 }
 
+}  // namespace
+
 std::array<tag, 3> accessors_of_session() {
   return {session().user, session().group, session().role};
 }
 
-void require_known(const char* privilege) {
-  require_all(privilege);
-  if (!is_privilege(privilege)) {
-    refuse(ACCESS_unknown_privilege, privilege);
-  }
+bool is_granted(tag object, const std::string& privilege, Accessors accessors) {
+  return !denial(object, privilege, accessors);
 }
-
-void require_accessor(tag accessor) {
-  for (const char* kind : {"User", "Group", "Role"}) {
-    if (store().is_a(accessor, kind)) {
-      return;
-    }
-  }
-  refuse(ORK_invalid_argument, "object " + std::to_string(accessor) + " is no user, group or role");
-}
-
-}  // namespace
 
 bool is_privilege(const std::string& name) {
   return name == ACCESS_privilege_read || name == ACCESS_privilege_write ||
@@ -165,28 +150,3 @@ void require_privilege(tag object, const char* privilege) {
 }
 
 }  // namespace host
-
-using host::Needs;
-using host::operation;
-
-int ACCESS_check_privilege(tag object, const char* privilege, logical* granted) {
-  host::clear(granted);
-  return operation("ACCESS_check_privilege", Needs::session, [&] {
-    host::require_all(granted);
-    host::require_known(privilege);
-    *granted = !host::denial(object, privilege, host::accessors_of_session());
-  });
-}
-
-int ACCESS_check_accessors_privilege(int count, const tag* accessors, tag object,
-                                     const char* privilege, logical* granted) {
-  host::clear(granted);
-  return operation("ACCESS_check_accessors_privilege", Needs::session, [&] {
-    host::require_all(granted);
-    host::require(count > 0 && accessors != nullptr, "there are no accessors");
-    host::require_known(privilege);
-    const host::Accessors asked(accessors, static_cast<std::size_t>(count));
-    std::for_each(asked.begin(), asked.end(), host::require_accessor);
-    *granted = !host::denial(object, privilege, asked);
-  });
-}

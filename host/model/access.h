@@ -31,6 +31,14 @@ struct AccessRule {
   tag target_object = NULLTAG;
 };
 
+/** Users, groups and roles. */
+using Accessors = std::span<const tag>;
+
+/** The session's user, group and role. */
+std::array<tag, 3> accessors_of_session();
+
+bool is_granted(tag object, const std::string& privilege, Accessors accessors);
+
 bool is_privilege(const std::string& name);
 
 /** The rules of a site in their order. */

@@ -8,9 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "file_references.h"
 #include "store.h"
 
 namespace host {
+
+/** Refuses what is no dataset type, or no type at all. */
+void require_dataset_type(tag type);
+bool is_dataset_type(Store& store, tag type);
 
 /** One of a dataset's named references. */
 struct NamedReference {
@@ -22,12 +27,11 @@ struct NamedReference {
 /** What a dataset type takes, or else the type above it; none where none of them says. */
 std::vector<FileReference> file_references(Store& store, tag type);
 
-/** Those that the type itself defines. */
-std::vector<FileReference> own_file_references(Store& store, tag type);
-void set_file_references(Store& store, tag type, const std::vector<FileReference>& references);
-
 /** Their names, each once. */
 std::vector<std::string> reference_names(const std::vector<FileReference>& references);
+
+/** Type names of a dataset and what it is, for refusals. */
+std::string dataset_text(Store& store, tag dataset);
 
 /** Default tool of a dataset type, or else of the type above it; NULLTAG where none has one. */
 tag default_tool(Store& store, tag type);
@@ -41,6 +45,12 @@ void add_named_reference(Store& store, tag dataset, const NamedReference& refere
 /** Puts a reference in the place of the one of the same name that is to an object. */
 void replace_named_reference(Store& store, tag dataset, tag old_object,
                              const NamedReference& reference);
+
+/** A new dataset of the same type, with what a dataset refers to; it is not saved. */
+tag copy_dataset(Store& store, tag dataset, const char* name);
+
+/** How many versions a dataset keeps unless it says otherwise: a preference, or else 3. */
+int default_revision_limit();
 
 /** What is deleted with an object: saved parts of a dataset that no other saved object refers to.
  */

@@ -7,6 +7,12 @@
 
 namespace host {
 
+/** Where imports and exports of this process report to from now on. */
+void report_copies_to(const Progress& to);
+
+/** Copies a file out of the vault. */
+void take_out_file(tag file, const std::string& path);
+
 /** Copies a file into the vault; the object is not saved. */
 tag import_file(const std::string& path, const std::string& original_name, int type);
 

@@ -5,11 +5,12 @@
 #include <set>
 
 #include "change.h"
+#include "failure.h"
 #include "flow_handlers.h"
-#include "operation.h"
 #include "ork/flow.h"
 #include "ork/signoff.h"
 #include "os.h"
+#include "site.h"
 #include "types.h"
 
 namespace host::flow {

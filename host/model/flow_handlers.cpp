@@ -5,11 +5,12 @@
 #include <optional>
 
 #include "change.h"
+#include "failure.h"
 #include "flow_engine.h"
 #include "handout.h"
-#include "operation.h"
 #include "ork/wso.h"
 #include "os.h"
+#include "site.h"
 #include "types.h"
 
 namespace host::flow {

@@ -7,6 +7,8 @@
 
 namespace host {
 
+void require_relation_type(tag relation_type);
+
 /**
  * Relations with these ends, type and user data, in the order in which they were made; NULLTAG
  * takes any. Those that this process has made are among them before they are saved: it works on

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "failure.h"
+#include "site_texts.h"
 #include "structures.h"
 #include "turn.h"
 
@@ -154,6 +155,7 @@ void open_site(const std::string& path) {
   Turn::keep(true);
   try {
     current() = std::make_unique<Site>(path);
+    use_site_texts(&current()->texts());
   } catch (...) {
     Turn::keep(false);
     throw;
@@ -161,6 +163,7 @@ void open_site(const std::string& path) {
 }
 
 void close_site() {
+  use_site_texts(nullptr);
   if (current() && current()->is_left_behind()) {
     left_behind() = current().release();
   }

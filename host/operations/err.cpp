@@ -2,8 +2,6 @@
 
 #include "ork/err.h"
 
-#include <algorithm>
-#include <deque>
 #include <vector>
 
 #include "error_stack.h"
@@ -15,58 +13,18 @@ namespace host {
 
 namespace {
 
-struct Entry {
-  int severity;
-  int code;
-  std::string text;
-};
-
-struct Stack {
-  std::deque<Entry> entries;
-  std::vector<std::size_t> protect_marks; /**< each the number of entries that it covers */
-
-  std::size_t protected_count() const {
-    return protect_marks.empty() ? 0 : std::min(protect_marks.back(), entries.size());
-  }
-
-  // What ERR_get_errors hands out.
+/** What ERR_get_errors hands out. */
+struct Lists {
   std::vector<int> severities;
   std::vector<int> codes;
   std::vector<const char*> texts;
 };
 
-Stack& stack() {
+Lists& lists() {
   // Never destroyed: programs may call the platform while they end.
-  static Stack& instance = *new Stack;
+  static Lists& instance = *new Lists;
   return instance;
 }
-
-void require_severity(int severity) {
-  require(severity >= ERR_severity_information && severity <= ERR_severity_error, "severity");
-}
-
-}  // namespace
-
-void push_error(int severity, int code, std::string_view detail) noexcept {
-  try {
-    std::string text = error_text(code);
-    if (!detail.empty()) {
-      text.append(": ").append(detail);
-    }
-    auto& entries = stack().entries;
-    entries.push_back({severity, code, std::move(text)});
-    if (entries.size() > ERR_stack_size) {
-      entries.pop_front();
-      for (std::size_t& mark : stack().protect_marks) {
-        mark -= mark > 0 ? 1 : 0;
-      }
-    }
-  } catch (const std::bad_alloc&) {
-    // The status of the operation has to do.
-  }
-}
-
-namespace {
 
 /** For threads that are refused: it looks at nothing that the other one may change. */
 int hand_out_shipped_text(int status, char** text) noexcept {
@@ -78,12 +36,11 @@ int hand_out_shipped_text(int status, char** text) noexcept {
   }
 }
 
-}  // namespace
-
-void clear_errors() noexcept {
-  stack().entries.clear();
-  stack().protect_marks.clear();
+void require_severity(int severity) {
+  require(severity >= ERR_severity_information && severity <= ERR_severity_error, "severity");
 }
+
+}  // namespace
 
 }  // namespace host
 
@@ -114,19 +71,19 @@ int ERR_get_errors(int* count, const int** severities, const int** codes, const 
       "ERR_get_errors", Needs::nothing,
       [&] {
         host::require_all(count, severities, codes, texts);
-        host::Stack& stack = host::stack();
-        stack.severities.clear();
-        stack.codes.clear();
-        stack.texts.clear();
-        for (const host::Entry& entry : stack.entries) {
-          stack.severities.push_back(entry.severity);
-          stack.codes.push_back(entry.code);
-          stack.texts.push_back(entry.text.c_str());
+        host::Lists& lists = host::lists();
+        lists.severities.clear();
+        lists.codes.clear();
+        lists.texts.clear();
+        for (const host::ErrorEntry& entry : host::errors()) {
+          lists.severities.push_back(entry.severity);
+          lists.codes.push_back(entry.code);
+          lists.texts.push_back(entry.text.c_str());
         }
-        *count = static_cast<int>(stack.entries.size());
-        *severities = stack.severities.data();
-        *codes = stack.codes.data();
-        *texts = stack.texts.data();
+        *count = static_cast<int>(host::errors().size());
+        *severities = lists.severities.data();
+        *codes = lists.codes.data();
+        *texts = lists.texts.data();
       },
       Recorded::no);
 }
@@ -153,35 +110,20 @@ int ERR_store_error_s1(int severity, int code, const char* detail) {
 
 int ERR_clear_errors(void) {
   return operation(
-      "ERR_clear_errors", Needs::nothing,
-      [] { host::stack().entries.resize(host::stack().protected_count()); }, Recorded::no);
+      "ERR_clear_errors", Needs::nothing, [] { host::clear_unprotected_errors(); }, Recorded::no);
 }
 
 int ERR_clear_last_error(int code) {
   return operation(
-      "ERR_clear_last_error", Needs::nothing,
-      [&] {
-        auto& entries = host::stack().entries;
-        if (entries.size() > host::stack().protected_count() && entries.back().code == code) {
-          entries.pop_back();
-        }
-      },
-      Recorded::no);
+      "ERR_clear_last_error", Needs::nothing, [&] { host::clear_last_error(code); }, Recorded::no);
 }
 
 int ERR_set_protect_mark(void) {
   return operation(
-      "ERR_set_protect_mark", Needs::nothing,
-      [] { host::stack().protect_marks.push_back(host::stack().entries.size()); }, Recorded::no);
+      "ERR_set_protect_mark", Needs::nothing, [] { host::set_protect_mark(); }, Recorded::no);
 }
 
 int ERR_clear_protect_mark(void) {
   return operation(
-      "ERR_clear_protect_mark", Needs::nothing,
-      [] {
-        if (!host::stack().protect_marks.empty()) {
-          host::stack().protect_marks.pop_back();
-        }
-      },
-      Recorded::no);
+      "ERR_clear_protect_mark", Needs::nothing, [] { host::clear_protect_mark(); }, Recorded::no);
 }

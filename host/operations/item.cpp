@@ -64,10 +64,6 @@ void make_item(const char* item_id, const char* name, const char* type_name,
 
 }  // namespace
 
-tag find_revision(Store& store, tag item, const std::string& revision_id) {
-  return store.find_one("ItemRevision", {{"item_tag", item}, {"item_revision_id", revision_id}});
-}
-
 }  // namespace host
 
 using host::Needs;

@@ -13,6 +13,7 @@
 #include "password.h"
 #include "seed_data.h"
 #include "seed_writer.h"
+#include "site_texts.h"
 #include "structure_seeder.h"
 #include "types.h"
 #include "utf8_path.h"

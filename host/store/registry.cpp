@@ -264,7 +264,7 @@ const std::vector<ClassDefinition>& built_in_classes() {
        "Object",
        {text("type_name", type_name_length), text("type_class", type_name_length),
         one("parent_type", Kind::reference),
-        // Of dataset types; the three lists go together (datasets.h).
+        // Of dataset types; the three lists go together (file_references.h).
         one("default_tool", Kind::reference), texts("reference_names", DSET_name_size),
         texts("reference_templates", name_length), texts("reference_formats", DSET_name_size)},
        {"type_name"},

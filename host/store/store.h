@@ -19,7 +19,7 @@
  *   lock        instance, user_id, node, holder (presence.h), since
  *   password    user, hash (password.h)
  *   preference  name, position, value (preferences.h)
- *   text        language, key, text (texts.h)
+ *   text        language, key, text (site_texts.h)
  */
 #pragma once
 

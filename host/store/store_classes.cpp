@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "datasets.h"
 #include "failure.h"
+#include "file_references.h"
 #include "ork/store.h"
 #include "store.h"
 

@@ -1,7 +1,7 @@
 /**
  * @file
  * How a refusal travels inside the host: as an exception, from wherever it is found to the frame of
- * the operation (operation.h), which alone turns it into a status and an entry of the error stack.
+ * the operation (frame.h), which alone turns it into a status and an entry of the error stack.
  * Nearly every line of an operation can be refused by the store or by SQLite; with statuses in
  * between, the checks would outnumber the work.
  */
@@ -10,6 +10,8 @@
 #include <exception>
 #include <string>
 #include <utility>
+
+#include "ork/ork.h"
 
 namespace host {
 
@@ -29,6 +31,13 @@ class Failure : public std::exception {
 
 [[noreturn]] inline void refuse(int status, std::string detail = {}) {
   throw Failure(status, std::move(detail));
+}
+
+/** Refuses with ORK_invalid_argument unless a condition holds. */
+inline void require(bool condition, const char* what) {
+  if (!condition) {
+    refuse(ORK_invalid_argument, what);
+  }
 }
 
 }  // namespace host

@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "ork/mem.h"
+#include "heap.h"
 
 namespace host {
 
@@ -17,7 +17,7 @@ void* hand_out_block(std::size_t size);
 
 /** Keeps what will be handed out together with something that may still fail. */
 struct FreeHandedOut {
-  void operator()(void* block) const { MEM_free(block); }
+  void operator()(void* block) const { heap::release("MEM_free", block); }
 };
 template <typename Type>
 using HandedOut = std::unique_ptr<Type, FreeHandedOut>;
@@ -41,8 +41,5 @@ char** hand_out(const std::vector<std::string>& texts);
 
 /** Copies a text to a caller's buffer of a size; one that is too long loses its end. */
 void copy_out(std::string_view text, char* buffer, std::size_t size);
-
-/** Makes the nth allocation from now on, counted from 1, yield nothing; 0 takes that back. */
-void fail_allocation(int nth);
 
 }  // namespace host

@@ -1,8 +1,8 @@
 #include <cstdlib>
 
 #include "demo_site.h"
-#include "host/model/texts.h"
 #include "host/store/registry.h"
+#include "host/system/texts.h"
 #include "ork/pref.h"
 #include "ork/text.h"
 #include "tests/support/temporary_folder.h"

@@ -11,8 +11,6 @@
 #include <string>
 #include <string_view>
 
-#include "sqlite.h"
-
 namespace host {
 
 enum class Language { english, german };
@@ -40,12 +38,8 @@ struct Texts {
 /** The texts that ship with the host. */
 const Texts& shipped_texts();
 
-/** The texts of a site's own. */
-Texts read_site_texts(Database& database);
-
-/** Gives a site a text of its own; none brings back the one that ships. */
-void write_site_text(Database& database, Language language, const std::string& key,
-                     const std::optional<std::string>& text);
+/** Looks texts up in a site's own first; in none of them for null. They stay the caller's. */
+void use_site_texts(const Texts* texts);
 
 /** Reads from the environment which language the process wants. */
 void choose_language();

@@ -1,14 +1,11 @@
-// TEXT_: the text service.
-
-#include "ork/text.h"
+#include "texts.h"
 
 #include <cstdlib>
 #include <sstream>
 
-#include "handout.h"
-#include "operation.h"
+#include "failure.h"
+#include "ork/text.h"
 #include "shipped_texts.h"
-#include "texts.h"
 
 namespace host {
 
@@ -38,6 +35,8 @@ Language& current_language() {
   return language;
 }
 
+const Texts* site_texts = nullptr;
+
 const std::string* find_in(const Texts& texts, std::string_view key, Language language) {
   const auto found = texts.in(language).find(key);
   return found == texts.in(language).end() ? nullptr : &found->second;
@@ -65,24 +64,8 @@ const Texts& shipped_texts() {
   return texts;
 }
 
-Texts read_site_texts(Database& database) {
-  Texts texts;
-  Query query(database, "SELECT language, key, text FROM text");
-  while (query.next()) {
-    if (const auto language = find_language(query.text(0))) {
-      texts.in(*language)[query.text(1)] = query.text(2);
-    }
-  }
-  return texts;
-}
-
-void write_site_text(Database& database, Language language, const std::string& key,
-                     const std::optional<std::string>& text) {
-  if (text) {
-    run(database, "INSERT OR REPLACE INTO text VALUES(?, ?, ?)", name_of(language), key, *text);
-  } else {
-    run(database, "DELETE FROM text WHERE language = ? AND key = ?", name_of(language), key);
-  }
+void use_site_texts(const Texts* texts) {
+  site_texts = texts;
 }
 
 void choose_language() {
@@ -90,8 +73,7 @@ void choose_language() {
 }
 
 const std::string* find_text(std::string_view key, Language language) {
-  const Site* site = open_site();
-  const std::string* own = site != nullptr ? find_in(site->texts(), key, language) : nullptr;
+  const std::string* own = site_texts != nullptr ? find_in(*site_texts, key, language) : nullptr;
   return own != nullptr ? own : find_in(shipped_texts(), key, language);
 }
 
@@ -123,14 +105,3 @@ std::string shipped_error_text(int status) {
 }
 
 }  // namespace host
-
-using host::Needs;
-using host::operation;
-
-int TEXT_lookup(const char* key, char** text) {
-  host::clear(text);
-  return operation("TEXT_lookup", Needs::nothing, [&] {
-    host::require_all(key, text);
-    *text = host::hand_out(host::required_text(key));
-  });
-}

@@ -1,23 +1,18 @@
 /**
  * @file
- * The frame around every operation of the platform. An operation clears its out-parameters and does
- * the rest inside `operation`, which refuses threads whose turn it is not, plays what tests have
- * injected, sees to it that a session is open, and turns whatever is thrown into a status and an
- * entry of the error stack.
+ * The frame around every operation of the platform: it refuses threads whose turn it is not, plays
+ * what tests have injected, and turns whatever is thrown into a status and an entry of the error stack.
  */
 #pragma once
 
-#include <type_traits>
+#include <cstddef>
 
 #include "failure.h"
 #include "ork/ork.h"
-#include "site.h"
 #include "steering.h"
 #include "turn.h"
 
 namespace host {
-
-enum class Needs { nothing, session };
 
 /** Error operations are left out of the journal: callers make them to report other calls. */
 enum class Recorded { no, yes };
@@ -44,8 +39,7 @@ int guarded(Body&& body) noexcept {
 }
 
 template <typename Body>
-int operation(const char* name, Needs needs, Body&& body,
-              Recorded recorded = Recorded::yes) noexcept {
+int framed(const char* name, Recorded recorded, Body&& body) noexcept {
   const Turn turn;
   if (!turn.is_granted()) {
     return ORK_wrong_thread;
@@ -56,35 +50,12 @@ int operation(const char* name, Needs needs, Body&& body,
     if (steered) {
       steering().begin(name, recorded == Recorded::yes, &entry);
     }
-    if (needs == Needs::session) {
-      session();
-    }
     body();
   });
   if (steered) {
     steering().end(entry, status);
   }
   return status;
-}
-
-inline void require(bool condition, const char* what) {
-  if (!condition) {
-    refuse(ORK_invalid_argument, what);
-  }
-}
-
-/** Requires that arguments are not null; for out-parameters and texts. */
-template <typename... Pointers>
-void require_all(const Pointers*... pointers) {
-  require(((pointers != nullptr) && ...), "a required argument is null");
-}
-
-/** Sets an out-parameter to 0 or null, where there is one. */
-template <typename Type>
-void clear(Type* out) {
-  if (out != nullptr) {
-    *out = Type{};
-  }
 }
 
 }  // namespace host

@@ -1,0 +1,36 @@
+// MEM_: the platform's allocator.
+
+#include "ork/mem.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "heap.h"
+
+namespace heap = host::heap;
+
+void* MEM_alloc(size_t size) {
+  return heap::allocate(size);
+}
+
+void* MEM_realloc(void* block, size_t size) {
+  size_t old_size = 0;
+  return heap::reallocate("MEM_realloc", block, size, &old_size);
+}
+
+void* MEM_crealloc(void* block, size_t count, size_t element_size) {
+  if (element_size != 0 && count > SIZE_MAX / element_size) {
+    return nullptr;
+  }
+  const size_t size = count * element_size;
+  size_t old_size = 0;
+  void* resized = heap::reallocate("MEM_crealloc", block, size, &old_size);
+  if (resized != nullptr && size > old_size) {
+    std::memset(static_cast<char*>(resized) + old_size, 0, size - old_size);
+  }
+  return resized;
+}
+
+void MEM_free(void* block) {
+  heap::release("MEM_free", block);
+}
