@@ -7,6 +7,7 @@
 #include <csignal>
 #endif
 
+#include <chrono>
 #include <memory>
 #include <thread>
 
@@ -180,8 +181,11 @@ TEST_F(DatasetCommands, OfManyImportsOfOneNameAtOnceOneIsMade) {
                      folder.path("out" + std::to_string(i)),
                      folder.path("err" + std::to_string(i))}));
   }
-  while (vault_size() < before + count) {
-    std::this_thread::yield();
+  for (std::size_t i = 0; i < count; ++i) {
+    while (folder.read("err" + std::to_string(i)).find("waiting for another") ==
+           std::string::npos) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
   }
   ASSERT_EQ(ork_host_end_change(1), ORK_ok);
   ork_host_close();
