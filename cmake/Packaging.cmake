@@ -23,6 +23,7 @@ if(TARGET zolp)
 endif()
 install(DIRECTORY platform/ork DESTINATION "${zolp_header_dir}" FILES_MATCHING PATTERN "*.h")
 install(FILES include/zolp_orktool.h platform/zolp_basetool.h DESTINATION "${zolp_header_dir}")
+install(DIRECTORY include/zolp_orktool DESTINATION "${zolp_header_dir}" FILES_MATCHING PATTERN "*.h")
 install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
 install(EXPORT zolp_orktool NAMESPACE zolp:: DESTINATION "${zolp_package_dir}")

@@ -21,16 +21,20 @@ function(zolp_import_library target)
     BYPRODUCTS "${exports}" "${library}" VERBATIM)
 endfunction()
 
-# zolp_export_decorated(TARGET HEADER): exports the functions of the header's C++ part under the names
-# that the platform vendor's usual compiler looks for, too.
+# zolp_export_decorated(TARGET HEADER): exports the functions of the C++ part of the header, and of
+# those that it includes from its own folder, under the names that the platform vendor's usual
+# compiler looks for, too.
 find_program(ZOLP_CLANG NAMES clang++ clang++-14 REQUIRED)
 function(zolp_export_decorated target header)
   set(script "${PROJECT_SOURCE_DIR}/cmake/windows/decorated_names.py")
   set(definition "${CMAKE_CURRENT_BINARY_DIR}/${target}_decorated.def")
-  file(GLOB headers CONFIGURE_DEPENDS "${ZOLP_PLATFORM_INCLUDE_DIR}/ork/*.h")
+  cmake_path(GET header PARENT_PATH include_folder)
+  file(GLOB headers CONFIGURE_DEPENDS "${ZOLP_PLATFORM_INCLUDE_DIR}/ork/*.h"
+       "${include_folder}/${target}/*.h")
   add_custom_command(
     OUTPUT "${definition}"
-    COMMAND "${script}" "${ZOLP_CLANG}" "${definition}" "${header}" "${ZOLP_PLATFORM_INCLUDE_DIR}"
+    COMMAND "${script}" "${ZOLP_CLANG}" "${definition}" "${header}" "${include_folder}"
+            "${ZOLP_PLATFORM_INCLUDE_DIR}"
             "${ZOLP_WINDOWS_DEPENDENCIES}/include/gnu_regex"
     DEPENDS "${script}" "${header}" ${headers}
     VERBATIM)

@@ -73,8 +73,8 @@ int ZOLP_list_errors(int print) {
 void ZOLP_Version(void) {
   static unsigned char printed = 0;
   if (printed == 0) {
-    ZOLP_PRINT_VERINFO("ZOLP ORK-Tool                      (V10.1.1.0)  %s %s\n", __DATE__,
-                       __TIME__);
+    ZOLP_PRINT_VERINFO("ZOLP ORK-Tool                      (V" ZOLP_VERSION_TEXT ".0)  %s %s\n",
+                       __DATE__, __TIME__);
     ZOLP_PRINT_VERINFO("\n");
     printed = 1;
   }

@@ -27,14 +27,6 @@ using orktool::text_or_empty;
 
 namespace {
 
-/** What is wrong with a dataset type, as the error stack tells it. */
-enum {
-  type_not_found = 919246,
-  no_default_tool = 919247,
-  no_output_format = 919248,
-  no_such_reference_name = 919249
-};
-
 int store_error(int code, const char* detail) {
   [[maybe_unused]] int status = ORK_ok;
   TRACED(status, "ERR_store_error_s1(3, code, detail)",
@@ -56,10 +48,10 @@ int choose_format(const char* type_name, tag tool, const char* wanted, FormatNam
   TRACED(status, "DSET_get_tool_output_formats(default_tool, &format_count, &formats)",
          DSET_get_tool_output_formats(tool, &count, out(formats)));
   if (status != ORK_ok) {
-    return no_default_tool;
+    return ZOLP_no_default_tool;
   }
   if (count < 1 || formats == nullptr) {
-    return store_error(no_output_format, type_name);
+    return store_error(ZOLP_no_output_format, type_name);
   }
   orktool::copy_text(format, formats.get()[0]);
   return ORK_ok;
@@ -75,7 +67,7 @@ int check_reference_name(tag type, const char* reference_name) {
       return ORK_ok;
     }
   }
-  return store_error(no_such_reference_name, reference_name);
+  return store_error(ZOLP_no_such_reference, reference_name);
 }
 
 int create_described(tag type, const char* name, const char* description, tag* dataset) {
@@ -127,7 +119,7 @@ int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
   TRACED(status, "DSET_find_datasettype(datasettype, &datasettype_tag)",
          DSET_find_datasettype(datasettype, &type));
   if (status != ORK_ok) {
-    return leave(store_error(type_not_found, datasettype));
+    return leave(store_error(ZOLP_dataset_type_not_found, datasettype));
   }
   if (type == NULLTAG) {
     return ORK_ok;  // quietly, without the exit line
@@ -136,7 +128,7 @@ int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
   TRACED(status, "DSET_get_datasettype_def_tool(datasettype_tag, &default_tool)",
          DSET_get_datasettype_def_tool(type, &tool));
   if (status != ORK_ok) {
-    return leave(store_error(no_default_tool, datasettype));
+    return leave(store_error(ZOLP_no_default_tool, datasettype));
   }
   FormatName format;
   status = choose_format(datasettype, tool, dataset_format, format);
@@ -145,7 +137,7 @@ int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
   }
   status = check_reference_name(type, reference_name);
   if (status != ORK_ok) {
-    return status == no_such_reference_name ? leave(status) : status;
+    return status == ZOLP_no_such_reference ? leave(status) : status;
   }
   status = create_described(type, dataset_name, description, dataset_tag);
   if (status != ORK_ok) {

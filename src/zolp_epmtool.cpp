@@ -23,12 +23,6 @@ using orktool::HostPtr;
 using orktool::out;
 using orktool::text_or_empty;
 
-namespace {
-
-constexpr int exhausted_memory = 2002;
-
-}  // namespace
-
 // -------------------------------------------------------------------------------- attachments
 
 int ZOLP_add_attachments(tag job, int attachment_type, int count, tag* objects) {
@@ -40,8 +34,8 @@ int ZOLP_add_attachments(tag job, int attachment_type, int count, tag* objects) 
     ZOLP_ERROR("ERROR: not enough memory available");
     [[maybe_unused]] int status = ORK_ok;
     TRACED(status, "ERR_store_error(3, 2002)",
-           ERR_store_error(ERR_severity_error, exhausted_memory));
-    return frame.leave(exhausted_memory);
+           ERR_store_error(ERR_severity_error, ZOLP_out_of_memory));
+    return frame.leave(ZOLP_out_of_memory);
   }
   GUARDED("FLOW_add_attachments(root, count, objects, types)",
           FLOW_add_attachments(root, count, objects, types.get()));
@@ -207,14 +201,13 @@ int ZOLP_set_condition_task_result(tag condition_task, int result) {
 }
 
 int ZOLP_set_named_condition_task_result(tag job, const char* task_name, int result) {
-  constexpr int no_such_condition_task = 33080;
   const Frame frame("ZOLP_set_named_condition_task_result");
   tag task = NULLTAG;
   if (const int status = ZOLP_get_condition_task_by_name(job, task_name, &task); status != ORK_ok) {
     return frame.leave(status);
   }
   if (task == NULLTAG) {
-    return frame.leave(no_such_condition_task);
+    return frame.leave(ZOLP_no_condition_task);
   }
   return frame.leave(ZOLP_set_condition_task_result(task, result));
 }
@@ -378,7 +371,7 @@ int add_member(tag signoff, int index, WantedType wanted_type, MemberArray& memb
   ZOLP_TRACE("add Member[%d] to array\n", index);
   if (!members.append(member)) {
     ZOLP_CRERROR("ZOLP_ask_reviewers alloc Memory");
-    return exhausted_memory;
+    return ZOLP_out_of_memory;
   }
   return ORK_ok;
 }

@@ -463,9 +463,6 @@ int ZOLP_IsViewOfType(tag bv_or_bvr, const char* view_type_name, bool* verdict) 
 
 namespace {
 
-constexpr int revision_not_determined = 2010;
-constexpr int unknown_revision_rule = 710041;
-
 /** What the child of an occurrence is. Tests that fail leave it undecided. */
 struct Child {
   bool is_item = false;
@@ -510,9 +507,9 @@ int ZOLP_GetItemAndRevFromOccObj(tag occ_obj, tag rev_rule, tag* item, tag* item
     TRACED(ignored,
            "ERR_store_error_s1(3, 2010, \"Revision rule either not specified or not "
            "found\")",
-           ERR_store_error_s1(ERR_severity_error, revision_not_determined,
+           ERR_store_error_s1(ERR_severity_error, ZOLP_revision_not_determined,
                               "Revision rule either not specified or not found"));
-    status = revision_not_determined;
+    status = ZOLP_revision_not_determined;
   } else {
     *item_rev = occ_obj;
     TRACED(status, "ITEM_get_item_of_rev(*tItemRev, tItem)", ITEM_get_item_of_rev(occ_obj, item));
@@ -529,7 +526,7 @@ int ZOLP_GetItemAndRevFromOccObj(tag occ_obj, const char* rev_rule_name, tag* it
   if (status == ORK_ok && rev_rule == NULLTAG) {
     ZOLP_ERROR("unknown revision rule %s\n", rev_rule_name);
     TRACED(status, "ERR_store_error_s1(3, 710041, szRevRule)",
-           ERR_store_error_s1(ERR_severity_error, unknown_revision_rule, rev_rule_name));
+           ERR_store_error_s1(ERR_severity_error, ZOLP_unknown_revision_rule, rev_rule_name));
   }
   return frame.leave(ZOLP_GetItemAndRevFromOccObj(occ_obj, rev_rule, item, item_rev, type_name));
 }

@@ -77,7 +77,6 @@ struct FormDescription {
 int ZOLP_FORM_describe(tag form, char** form_type_name, int* field_count, char*** field_names,
                        char*** field_display_names, int** field_lengths, char*** field_values) {
   const Frame frame("ZOLP_FORM_describe");
-  constexpr int exhausted_memory = 1;
   *form_type_name = nullptr;
   *field_count = 0;
   *field_names = *field_display_names = *field_values = nullptr;
@@ -85,7 +84,7 @@ int ZOLP_FORM_describe(tag form, char** form_type_name, int* field_count, char**
   FormDescription description;
   if (!description.preset()) {
     ZOLP_CRERROR("ZOLP_FORM_describe alloc Memory");
-    return frame.leave(exhausted_memory);
+    return frame.leave(ZOLP_failed);
   }
   int status = ORK_ok;
   for (int i = 0; i < release_field_count; ++i) {
@@ -99,7 +98,7 @@ int ZOLP_FORM_describe(tag form, char** form_type_name, int* field_count, char**
            ZOLP_FORM_ask_value(form, name, STORE_max_string_length, value, &length));
     ZOLP_TRACE("iRetcode = (%d)", status);
     if (!description.values.append(value)) {
-      return frame.leave(exhausted_memory);
+      return frame.leave(ZOLP_failed);
     }
     description.lengths.get()[i] = length;
   }

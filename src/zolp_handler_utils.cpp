@@ -25,9 +25,6 @@ using orktool::text_or_empty;
 
 namespace {
 
-/** What functions return that have no code of the platform to return. */
-constexpr int failed = 1;
-
 using ObjectName = char[WSO_name_size + 1];
 
 int trace_class(tag target, int position) {
@@ -62,7 +59,7 @@ int ZOLP_getRHTargetObjects(const FLOW_action_message_s* msg, tag* job, int* tar
     ZOLP_TRACE("Error FLOW_target_object_not_attached! File:%s [Line:%d]\n", place.file,
                place.line);
     frame.leave_as("ERROR: ZOLP_getRHTargetObjects");
-    return FLOW_target_object_not_attached;
+    return ZOLP_no_targets;
   }
   int status = ORK_ok;
   for (int i = 0; i < *target_count && status == ORK_ok; ++i) {
@@ -200,7 +197,7 @@ int ZOLP_moveTargetToFolder(tag job, const char* folder_name, const char* descri
   const Frame frame("ZOLP_moveTargetToFolder");
   ZOLP_TRACE("folder:<%s> description:<%s>\n", folder_name, description);
   if (*folder_name == '\0') {
-    return frame.leave(failed);
+    return frame.leave(ZOLP_failed);
   }
   tag folder = NULLTAG;
   if (const int status = find_folder(folder_name, &folder); status != ORK_ok) {
@@ -219,7 +216,7 @@ int ZOLP_moveTargetToFolder(tag job, const char* folder_name, const char* descri
           ZOLP_ask_target_objects(job, &count, out(targets)));
   GUARDED("OBJ_refresh(folder_tag, true)", OBJ_refresh(folder, 1));
   if (insert_at_beginning(folder, count, targets.get()) != ORK_ok) {
-    return frame.leave(failed);
+    return frame.leave(ZOLP_failed);
   }
   GUARDED("OBJ_save(folder_tag)", OBJ_save(folder));
   GUARDED("OBJ_unlock(folder_tag)", OBJ_refresh(folder, 0));
@@ -246,7 +243,7 @@ int run_temporary_job(const char* job_name, tag process_template, int count, con
   const HostPtr<int> types = orktool::attachment_types(count, FLOW_target_attachment);
   if (types == nullptr) {
     ZOLP_CRERROR("ZOLP_addReleaseStatusWithTmpJob alloc Memory");
-    return failed;
+    return ZOLP_failed;
   }
   GUARDED(
       "FLOW_create_process(job_name, description, template, object_count, objects, attach_types, "
@@ -271,5 +268,5 @@ int ZOLP_addReleaseStatusWithTmpJob(int object_count, tag* objects, char* job_na
   GUARDED("FLOW_find_process_template(procedure_name, &template)",
           FLOW_find_process_template(procedure_name, &process_template));
   const int status = run_temporary_job(job_name, process_template, object_count, objects);
-  return frame.leave(status == ORK_ok ? ORK_ok : failed);
+  return frame.leave(status == ORK_ok ? ORK_ok : ZOLP_failed);
 }

@@ -24,6 +24,7 @@
 #include "ork/store.h"
 #include "ork/type.h"
 #include "ork/wso.h"
+#include "path_lock.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
@@ -88,7 +89,6 @@ logical ZOLP_check_preference(int /*option*/, const char* name, const char* valu
 namespace {
 
 constexpr char status_list_attribute[] = "release_status_list";
-constexpr int exhausted_memory = 1;
 
 /** Loads an object and lists its statuses in the order in which they were attached. */
 int list_statuses(tag object, int* count, HostPtr<tag>& statuses) {
@@ -117,14 +117,14 @@ int ZOLP_ask_status_names(tag object, int* count, char*** names) {
   HostTexts array(status_count);
   if (!array.is_allocated()) {
     ZOLP_CRERROR("ZOLP_ask_status_names alloc Memory");
-    return frame.leave(exhausted_memory);
+    return frame.leave(ZOLP_failed);
   }
   for (int i = 0; i < status_count; ++i) {
     HostPtr<char> name;
     GUARDED("OBJ_get_value_string(statuses[i], \"name\", &name)",
             OBJ_get_value_string(statuses.get()[i], "name", out(name)));
     if (!array.append(name.get())) {
-      return frame.leave(exhausted_memory);
+      return frame.leave(ZOLP_failed);
     }
   }
   *names = array.hand_over();
@@ -147,7 +147,7 @@ int ZOLP_ask_status(tag object, int* count, ZOLP_status_record** records) {
       MEM_alloc(static_cast<std::size_t>(status_count) * sizeof(ZOLP_status_record))));
   if (block == nullptr) {
     ZOLP_CRERROR("ZOLP_ask_status alloc Memory");
-    return frame.leave(exhausted_memory);
+    return frame.leave(ZOLP_failed);
   }
   for (int i = 0; i < status_count; ++i) {
     ZOLP_status_record& record = block.get()[i];
@@ -281,15 +281,15 @@ int ZOLP_Test_STORE_instance_isNew(tag tObj, logical* isNew) {
 
 namespace {
 
-/** Why an object may not be changed; these codes never stand on the error stack. */
-enum { is_checked_out = 919340, lacks_privilege = 919341, is_refused = 919342 };
-
-/** 0 when the object may be changed; one of the codes above, or the platform's status. */
+/**
+ * 0 when the object may be changed; otherwise why it may not, a code that never stands on the error
+ * stack, or the platform's status.
+ */
 int test_modifiable_and_not_checkout(tag object) {
   int status = ORK_ok;
   logical granted = 0;
   if (RSV_assert_object_modifiable(object) != ORK_ok) {
-    return is_refused;
+    return ZOLP_object_is_not_modifiable;
   }
   TRACED(status, "ACCESS_check_privilege(object, \"WRITE\", &granted)",
          ACCESS_check_privilege(object, ACCESS_privilege_write, &granted));
@@ -297,11 +297,11 @@ int test_modifiable_and_not_checkout(tag object) {
     return status;
   }
   if (granted != 1) {
-    return lacks_privilege;
+    return ZOLP_object_is_not_writable;
   }
   logical checked_out = 0;
   RSV_is_checked_out(object, &checked_out);
-  return checked_out != 0 ? is_checked_out : 0;
+  return checked_out != 0 ? ZOLP_object_is_checked_out : 0;
 }
 
 }  // namespace
@@ -438,28 +438,22 @@ void clean_file_name(char* name) {
   }
 }
 
-/** A path in the folder for temporary files, with nothing there before and after. */
+/**
+ * A path in the folder for temporary files, with nothing there before and after. Files of the same
+ * name have the same path, so that one process at a time has it.
+ */
 class TemporaryFile {
  public:
-  explicit TemporaryFile(const char* name) {
-    if (const char* const folder = std::getenv("VK_TMP_DIR"); folder != nullptr) {
-      orktool::copy_text(path_, folder);
-    } else {
-      orktool::copy_temporary_folder(path_, sizeof(path_));
-    }
-    if (std::strlen(path_) >= longest_temporary_path) {
-      path_[0] = '\0';  // a cut folder is another place; no file has the empty path
-      return;
-    }
-    orktool::append_text(path_, separator);
-    orktool::append_text(path_, name);
-    orktool::remove_file(path_);
-  }
+  explicit TemporaryFile(const char* name) : TemporaryFile(path_of(name)) {}
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
-  ~TemporaryFile() { orktool::remove_file(path_); }
+  ~TemporaryFile() {
+    if (!lock_.is_taken_by_other()) {
+      orktool::remove_file(path_.text);
+    }
+  }
 
-  const char* path() const { return path_; }
+  const char* path() const { return path_.text; }
 
  private:
 #if defined(_WIN32)
@@ -468,7 +462,36 @@ class TemporaryFile {
   static constexpr char separator[] = "/";
 #endif
 
-  char path_[longest_temporary_path + 1];
+  struct Path {
+    char text[longest_temporary_path + 1];
+  };
+
+  explicit TemporaryFile(const Path& path) : path_(path), lock_(path.text) {
+    if (lock_.is_taken_by_other()) {
+      ZOLP_ERROR("temporary file %s is in use by another process\n", path_.text);
+    } else {
+      orktool::remove_file(path_.text);
+    }
+  }
+
+  static Path path_of(const char* name) {
+    Path path;
+    if (const char* const folder = std::getenv("VK_TMP_DIR"); folder != nullptr) {
+      orktool::copy_text(path.text, folder);
+    } else {
+      orktool::copy_temporary_folder(path.text, sizeof(path.text));
+    }
+    if (std::strlen(path.text) >= longest_temporary_path) {
+      path.text[0] = '\0';  // a cut folder is another place; no file has the empty path
+      return path;
+    }
+    orktool::append_text(path.text, separator);
+    orktool::append_text(path.text, name);
+    return path;
+  }
+
+  Path path_;
+  orktool::PathLock lock_;
 };
 
 /** A named reference of a dataset. */
@@ -602,8 +625,6 @@ int ZOLP_RealCopyDataset(tag tagOldDS, const char* pcNewDatsetName, tag* ptagNew
 
 namespace {
 
-constexpr int no_single_master_form = 919999;
-
 /** Looked up once; a process works on one site. */
 tag master_form_relation = NULLTAG;
 
@@ -619,7 +640,7 @@ int ZOLP_GetMasterForm(tag tagObj, tag* form) {
     master_form_relation = found;
     if (master_form_relation == NULLTAG) {
       ZOLP_ERROR("ZOLP_GetMasterForm VK_master_form_rtype not found\n");
-      return frame.leave(no_single_master_form);
+      return frame.leave(ZOLP_no_single_master_form);
     }
   }
   int count = 0;
@@ -628,7 +649,7 @@ int ZOLP_GetMasterForm(tag tagObj, tag* form) {
           REL_list_secondary_objects_only(tagObj, master_form_relation, &count, out(objects)));
   if (count != 1 || objects == nullptr) {
     ZOLP_ERROR("ZOLP_GetMasterForm REL_list_secondary_objects_only return %d Objects\n", count);
-    return frame.leave(no_single_master_form);
+    return frame.leave(ZOLP_no_single_master_form);
   }
   *form = objects.get()[0];
   return frame.leave(ORK_ok);

@@ -3,15 +3,14 @@
 #include <nlohmann/json.hpp>
 
 #include "datasets.h"
-#include "dates.h"
 #include "failure.h"
-#include "files.h"
 #include "flow_describe.h"
 #include "forms.h"
+#include "json_values.h"
 #include "known_sites.h"
-#include "object_id.h"
-#include "ork/dset.h"
-#include "structures.h"
+#include "object_describe.h"
+#include "password.h"
+#include "structure_describe.h"
 #include "types.h"
 
 namespace host {
@@ -19,29 +18,6 @@ namespace host {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-/** Name of an object that has one attribute for it; null for no object. */
-Json name_of_reference(Store& store, tag object, const char* attribute) {
-  if (object == NULLTAG) {
-    return nullptr;
-  }
-  return store.text(object, attribute);
-}
-
-Json value_json(const Scalar& value) {
-  if (const auto* date = std::get_if<date_s>(&value)) {
-    return date_text(*date);
-  }
-  return std::visit(
-      [](const auto& content) -> Json {
-        if constexpr (std::is_same_v<std::decay_t<decltype(content)>, date_s>) {
-          return nullptr;
-        } else {
-          return content;
-        }
-      },
-      value);
-}
 
 Json describe_site(Site& site) {
   const auto text = [&](const char* name) -> Json {
@@ -52,7 +28,8 @@ Json describe_site(Site& site) {
   return {{"path", site.path()},
           {"id", number != 0 ? Json(number) : Json(nullptr)},
           {"name", text("site_name")},
-          {"automatic_login", text("automatic_login")}};
+          {"automatic_login", text("automatic_login")},
+          {"password_cost", password_cost(site.database())}};
 }
 
 Json describe_named(Store& store, const char* class_name, const char* name,
@@ -154,100 +131,6 @@ Json describe_sites(Site& site) {
     all.push_back({{"tag", object},
                    {"id", store.integer(object, "site_id")},
                    {"name", store.text(object, "site_name")}});
-  }
-  return all;
-}
-
-Json describe_statuses(Store& store, tag object) {
-  Json all = Json::array();
-  for (const Scalar& value : store.values(object, "release_status_list")) {
-    const tag status = std::get<tag>(value);
-    all.push_back({{"name", store.text(status, "name")},
-                   {"date", date_text(store.date(status, "date_released"))}});
-  }
-  return all;
-}
-
-/** The object and, where users know it by an id, that. */
-Json describe_reference(Store& store, tag object) {
-  Json described = {{"tag", object}};
-  if (store.is_a(object, "WorkspaceObject")) {
-    described["id"] = object_id_text(store, object);
-  }
-  return described;
-}
-
-Json describe_file(Store& store, tag file) {
-  const Contents contents = contents_of(store, file);
-  return {{"name", store.text(file, "original_file_name")},
-          {"size", contents.size},
-          {"digest", contents.digest}};
-}
-
-/** What a dataset refers to. */
-Json describe_named_references(Store& store, tag dataset) {
-  Json all = Json::array();
-  for (const NamedReference& reference : named_references(store, dataset)) {
-    Json described = {{"name", reference.name},
-                      {"part", reference.type == DSET_PART_OF},
-                      {"object", describe_reference(store, reference.object)}};
-    if (store.is_a(reference.object, "VeloFile")) {
-      described["file"] = describe_file(store, reference.object);
-    }
-    all.push_back(std::move(described));
-  }
-  return all;
-}
-
-Json describe_objects(Site& site) {
-  Store& store = site.store();
-  Json all = Json::array();
-  for (const tag object : store.find("WorkspaceObject")) {
-    Json attributes = Json::object();
-    for (const Attribute* attribute : store.class_of(object).slots) {
-      const Values& values = store.values(object, attribute->name);
-      if (values.empty()) {
-        continue;
-      }
-      if (attribute->list) {
-        Json& list = attributes[attribute->name] = Json::array();
-        for (const Scalar& value : values) {
-          list.push_back(value_json(value));
-        }
-      } else {
-        attributes[attribute->name] = value_json(values.front());
-      }
-    }
-    all.push_back(
-        {{"tag", object},
-         {"class", store.class_of(object).name},
-         {"type", store.text(object, "object_type")},
-         {"id", object_id_text(store, object)},
-         {"statuses", describe_statuses(store, object)},
-         {"checked_out_by",
-          name_of_reference(store, store.reference(object, "checked_out_user"), "user_id")},
-         {"owning_site",
-          name_of_reference(store, store.reference(object, "owning_site"), "site_name")},
-         {"attributes", std::move(attributes)}});
-    if (store.is_a(object, "Dataset")) {
-      all.back()["references"] = describe_named_references(store, object);
-    }
-  }
-  return all;
-}
-
-Json describe_relations(Site& site) {
-  Store& store = site.store();
-  Json all = Json::array();
-  const auto end = [&](tag relation, const char* attribute) {
-    return describe_reference(store, store.reference(relation, attribute));
-  };
-  for (const tag relation : store.find("Relation")) {
-    all.push_back({{"tag", relation},
-                   {"type", name_of_reference(store, store.reference(relation, "relation_type"),
-                                              "type_name")},
-                   {"primary", end(relation, "primary_object")},
-                   {"secondary", end(relation, "secondary_object")}});
   }
   return all;
 }
@@ -381,65 +264,6 @@ Json describe_form_types(Site& site) {
         {{"tag", type}, {"name", store.text(type, "type_name")}, {"fields", std::move(fields)}});
   }
   return all;
-}
-
-Json describe_occurrence(Store& store, Structure& structure, const Occurrence& occurrence) {
-  const tag revision = structure.revision(occurrence);
-  Json notes = Json::object();
-  for (const auto& [type, text] : structure.notes(occurrence)) {
-    notes[store.text(type, "note_type_name")] = text;
-  }
-  return {{"item", store.text(structure.item(occurrence), "item_id")},
-          {"revision",
-           revision != NULLTAG ? Json(store.text(revision, "item_revision_id")) : Json(nullptr)},
-          {"quantity", structure.quantity(occurrence)},
-          {"sequence", structure.sequence(occurrence)},
-          {"notes", std::move(notes)}};
-}
-
-Json describe_names(Store& store, const char* class_name, const char* attribute) {
-  Json all = Json::array();
-  for (const tag object : store.find(class_name)) {
-    all.push_back(store.text(object, attribute));
-  }
-  return all;
-}
-
-Json describe_rules(Store& store) {
-  Json all = Json::array();
-  for (const tag rule : store.find("RevisionRule")) {
-    Json clauses = Json::array();
-    for (const Scalar& clause : store.values(rule, "clauses")) {
-      clauses.push_back(std::get<std::string>(clause));
-    }
-    all.push_back({{"name", store.text(rule, "rule_name")}, {"clauses", std::move(clauses)}});
-  }
-  return all;
-}
-
-Json describe_structures(Site& site) {
-  Store& store = site.store();
-  Json views = Json::array();
-  for (const tag view_revision : store.find("PSBOMViewRevision")) {
-    Structure& structure = site.structures().of(view_revision);
-    Json occurrences = Json::array();
-    for (const Occurrence* occurrence : structure.occurrences()) {
-      occurrences.push_back(describe_occurrence(store, structure, *occurrence));
-    }
-    const tag view = store.reference(view_revision, "bom_view");
-    views.push_back(
-        {{"tag", view_revision},
-         {"revision", object_id_text(store, store.reference(view_revision, "structure_of"))},
-         {"view_type",
-          name_of_reference(store, store.reference(view, "view_type"), "view_type_name")},
-         {"occurrences", std::move(occurrences)}});
-  }
-  return {
-      {"view_types", describe_names(store, "PSViewType", "view_type_name")},
-      {"default_view_type", name_of_reference(store, default_view_type(store), "view_type_name")},
-      {"note_types", describe_names(store, "PSNoteType", "note_type_name")},
-      {"revision_rules", describe_rules(store)},
-      {"view_revisions", std::move(views)}};
 }
 
 struct Section {

@@ -20,10 +20,6 @@ namespace {
 /** How many jobs may run inside one another, each started by a handler of the one before. */
 constexpr std::size_t max_nesting = 16;
 
-std::string object_text(tag object) {
-  return "object " + std::to_string(object);
-}
-
 bool is_over(int state) {
   return state == FLOW_completed || state == FLOW_skipped;
 }
@@ -83,7 +79,7 @@ void attach(tag root, const std::vector<Attachment>& attachments) {
   for (const Attachment& attachment : attachments) {
     require_attachable(attachment);
     if (!known.emplace(attachment.type, attachment.object).second) {
-      refuse(FLOW_already_attached, object_text(attachment.object));
+      refuse(FLOW_already_attached, "object " + std::to_string(attachment.object));
     }
     by_type[static_cast<std::size_t>(attachment.type)].emplace_back(attachment.object);
   }
@@ -295,74 +291,6 @@ std::vector<tag> signoffs_among(const std::vector<tag>& tasks) {
 }
 
 }  // namespace
-
-void require_job(tag job) {
-  if (!store().is_a(job, "Job")) {
-    refuse(FLOW_not_a_job, object_text(job));
-  }
-}
-
-void require_task(tag task) {
-  if (!store().is_a(task, "Task")) {
-    refuse(FLOW_not_a_task, object_text(task));
-  }
-}
-
-void require_signoff(tag signoff) {
-  if (!store().is_a(signoff, "Signoff")) {
-    refuse(SIGNOFF_not_a_signoff, object_text(signoff));
-  }
-}
-
-std::vector<tag> references(tag object, const char* attribute) {
-  std::vector<tag> objects;
-  for (const Scalar& value : store().values(object, attribute)) {
-    objects.push_back(std::get<tag>(value));
-  }
-  return objects;
-}
-
-const std::vector<const char*>& attachment_attributes() {
-  static const std::vector<const char*> all = {"target_attachments", "reference_attachments",
-                                               "signoff_attachments", "release_status_attachments"};
-  return all;
-}
-
-const char* attachment_attribute(int type) {
-  switch (type) {
-    case FLOW_target_attachment:
-      return attachment_attributes()[0];
-    case FLOW_reference_attachment:
-      return attachment_attributes()[1];
-    case FLOW_signoff_attachment:
-      return attachment_attributes()[2];
-    case FLOW_release_status_attachment:
-      return attachment_attributes()[3];
-    default:
-      refuse(FLOW_unknown_attachment_type, std::to_string(type));
-  }
-}
-
-std::vector<tag> tasks_from(tag task) {
-  std::vector<tag> tasks;
-  std::vector<tag> left = {task};
-  while (!left.empty()) {
-    const tag next = left.back();
-    left.pop_back();
-    tasks.push_back(next);
-    const std::vector<tag> sub_tasks = references(next, "sub_tasks");
-    left.insert(left.end(), sub_tasks.rbegin(), sub_tasks.rend());
-  }
-  return tasks;
-}
-
-void require_attachable(const Attachment& attachment) {
-  attachment_attribute(attachment.type);  // refuses an unknown type
-  if (attachment.type == FLOW_signoff_attachment) {
-    require_signoff(attachment.object);
-  }
-  store().state(attachment.object);  // says what is wrong with the tag
-}
 
 tag create_job(const std::string& name, const std::string& description, tag process_template,
                const std::vector<Attachment>& attachments) {

@@ -16,38 +16,12 @@
 #include <string>
 #include <vector>
 
+#include "flow_tasks.h"
 #include "store.h"
 
 namespace host::flow {
 
 inline constexpr const char* team_task_name = "select-signoff-team";
-
-/** An object and the type of its attachment. */
-struct Attachment {
-  tag object;
-  int type;
-};
-
-// These refuse what is not of the class.
-
-void require_job(tag job);
-void require_task(tag task);
-void require_signoff(tag signoff);
-
-/** Objects that a list attribute refers to. */
-std::vector<tag> references(tag object, const char* attribute);
-
-/** The attribute of a task that lists attachments of a type. */
-const char* attachment_attribute(int type);
-
-/** All attributes of a task that list attachments. */
-const std::vector<const char*>& attachment_attributes();
-
-/** A task and all below it, each before its sub-tasks, in their order. */
-std::vector<tag> tasks_from(tag task);
-
-/** Refuses an attachment of an unknown type, and what may not be attached in this way. */
-void require_attachable(const Attachment& attachment);
 
 /** A job that has not begun to run. */
 tag create_job(const std::string& name, const std::string& description, tag process_template,

@@ -7,7 +7,6 @@
 #include "change.h"
 #include "failure.h"
 #include "flow_engine.h"
-#include "handout.h"
 #include "ork/wso.h"
 #include "os.h"
 #include "site.h"

@@ -3,10 +3,8 @@
 #include "ork/flow.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 #include "access.h"
-#include "change.h"
 #include "flow_engine.h"
 #include "flow_handlers.h"
 #include "handout.h"
@@ -46,80 +44,6 @@ std::vector<Attachment> attachments_of(int count, const tag* objects, const int*
     attachments.push_back({objects[i], types[i]});
   }
   return attachments;
-}
-
-std::vector<tag> tasks_of_type(tag job, int type) {
-  require_job(job);
-  if (type < eFLOWAnyTask || type > eFLOWConditionTask) {
-    refuse(FLOW_unknown_task_type, std::to_string(type));
-  }
-  std::vector<tag> tasks = tasks_from(store().reference(job, "root_task"));
-  if (type != eFLOWAnyTask) {
-    std::erase_if(tasks, [type](tag task) { return store().integer(task, "task_type") != type; });
-  }
-  return tasks;
-}
-
-void require_condition_task(tag task) {
-  require_task(task);
-  if (store().integer(task, "task_type") != eFLOWConditionTask) {
-    refuse(FLOW_not_a_condition_task, store().text(task, "object_name"));
-  }
-}
-
-void set_condition_result(tag task, int result) {
-  require_condition_task(task);
-  const int state = store().integer(task, "state");
-  const bool is_under_way =
-      state == FLOW_started && store().integer(task, "condition_result") != FLOW_condition_unset;
-  if (state == FLOW_completed || state == FLOW_skipped || is_under_way) {
-    refuse(FLOW_task_is_over, store().text(task, "object_name"));
-  }
-  store().set(task, "condition_result", result);
-}
-
-void add_attachments(tag task, const std::vector<Attachment>& attachments) {
-  Change change(store());
-  for (const char* attribute : attachment_attributes()) {
-    Values values = store().values(task, attribute);
-    std::unordered_set<tag> known;
-    for (const Scalar& value : values) {
-      known.insert(std::get<tag>(value));
-    }
-    for (const Attachment& attachment : attachments) {
-      if (attachment_attribute(attachment.type) != attribute) {
-        continue;
-      }
-      require_attachable(attachment);
-      if (!known.insert(attachment.object).second) {
-        refuse(FLOW_already_attached, "object " + std::to_string(attachment.object));
-      }
-      values.emplace_back(attachment.object);
-    }
-    change.set_values(task, attribute, std::move(values));
-  }
-  change.commit();
-}
-
-void remove_attachments(tag task, int count, const tag* objects) {
-  const std::unordered_set<tag> wanted(objects, objects + count);
-  std::unordered_set<tag> missing = wanted;
-  Change change(store());
-  for (const char* attribute : attachment_attributes()) {
-    Values kept;
-    for (const Scalar& value : store().values(task, attribute)) {
-      if (wanted.contains(std::get<tag>(value))) {
-        missing.erase(std::get<tag>(value));
-      } else {
-        kept.push_back(value);
-      }
-    }
-    change.set_values(task, attribute, std::move(kept));
-  }
-  if (!missing.empty()) {
-    refuse(FLOW_not_attached, "object " + std::to_string(*missing.begin()));
-  }
-  change.commit();
 }
 
 void run_handler(tag task, const char* name, const char* arguments) {

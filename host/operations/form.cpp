@@ -2,8 +2,6 @@
 
 #include "ork/form.h"
 
-#include <algorithm>
-
 #include "forms.h"
 #include "handout.h"
 #include "operation.h"

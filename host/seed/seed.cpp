@@ -1,14 +1,12 @@
 #include "seed.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "access.h"
+#include "access_seeder.h"
 #include "failure.h"
 #include "flow_seed.h"
 #include "known_sites.h"
 #include "object_id.h"
-#include "ork/store.h"
 #include "ork/text.h"
 #include "password.h"
 #include "seed_data.h"
@@ -57,6 +55,9 @@ class Seeder : private SeedWriter {
                      "note_types",
                      "revision_rules",
                      "structures"});
+    if (const auto settings = root.find("site")) {
+      take_password_cost(*settings);
+    }
     for (const Node& group : root.items_of("groups")) {
       take_named(group, "Group", "group");
     }
@@ -97,9 +98,7 @@ class Seeder : private SeedWriter {
     }
     take_process_templates(site_, root.items_of("process_templates"));
     StructureSeeder(site_, folder_).take(root);
-    if (const auto rules = root.find("access_rules")) {
-      take_access_rules(rules->items());
-    }
+    AccessSeeder(site_, folder_).take(root);
   }
 
  private:
@@ -143,9 +142,7 @@ class Seeder : private SeedWriter {
     if (password.empty()) {
       node.refuse("must not be empty");
     }
-    if (!is_password(site_.database(), user, password)) {
-      store_password(site_.database(), user, password);
-    }
+    store_password(site_.database(), user, password);
   }
 
   /** The first membership of a user names the default group, unless the seed does. */
@@ -204,8 +201,15 @@ class Seeder : private SeedWriter {
     ensure(name, "RelationType", {{"type_name", name.name()}});
   }
 
+  /** Before the users, whose passwords it is for. */
+  void take_password_cost(const Node& node) {
+    if (const auto cost = node.find("password_cost")) {
+      set_password_cost(site_.database(), cost->number_up_to(highest_password_cost));
+    }
+  }
+
   void take_site(const Node& node) {
-    node.allow_only({"id", "name", "automatic_login"});
+    node.allow_only({"id", "name", "automatic_login", "password_cost"});
     if (const auto id = node.find("id")) {
       store_.set_setting("site_id", std::to_string(id->number_up_to(max_site_number)));
     }
@@ -335,100 +339,6 @@ class Seeder : private SeedWriter {
     const tag relation_type = find_relation_type(node.at("type"));
     const tag primary = find_object(node.at("primary"));
     ensure_relation(node, primary, relation_type, find_object(node.at("secondary")));
-  }
-
-  /** The list becomes that of the seed: rules are known by their place. */
-  void take_access_rules(const std::vector<Node>& nodes) {
-    const int count = static_cast<int>(nodes.size());
-    for (const tag rule : store_.find("AccessRule")) {
-      if (store_.integer(rule, "rule_number") > count) {
-        remove(rule);
-      }
-    }
-    for (int i = 0; i < count; ++i) {
-      take_access_rule(nodes[static_cast<std::size_t>(i)], i + 1);
-    }
-  }
-
-  void take_access_rule(const Node& node, int number) {
-    node.allow_only({"grant", "deny", "to", "on"});
-    const auto grant = node.find("grant");
-    const auto deny = node.find("deny");
-    if (grant.has_value() == deny.has_value()) {
-      node.refuse("expected either \"grant\" or \"deny\"");
-    }
-    const tag rule = ensure(node, "AccessRule", {{"rule_number", number}});
-    put(node, rule, "grants", grant.has_value());
-    put_list(node, rule, "privileges", privileges_of(grant ? *grant : *deny));
-    take_accessor(node.at("to"), rule);
-    take_target(node.at("on"), rule);
-  }
-
-  static Values privileges_of(const Node& node) {
-    Values privileges;
-    for (const Node& item : node.items()) {
-      if (!is_privilege(item.text())) {
-        item.refuse("there is no privilege \"" + item.text() + "\"");
-      }
-      privileges.push_back(item.text());
-    }
-    if (privileges.empty()) {
-      node.refuse("expected at least one privilege");
-    }
-    return privileges;
-  }
-
-  /** "owner", "owning_group" or "world", or an object that names a user, group or role. */
-  void take_accessor(const Node& node, tag rule) {
-    std::string kind;
-    tag accessor = NULLTAG;
-    if (node.is_text()) {
-      kind = node.text();
-      if (std::count(unnamed_accessor_kinds.begin(), unnamed_accessor_kinds.end(), kind) == 0) {
-        node.refuse("expected owner, owning_group, world or an object");
-      }
-    } else {
-      const Node named = only_member(node, {"user", "group", "role"}, &kind);
-      accessor = kind == "user"    ? find_user(named)
-                 : kind == "group" ? find_group(named)
-                                   : find_role(named);
-    }
-    put(node, rule, "accessor_kind", kind);
-    put(node, rule, "accessor", accessor);
-  }
-
-  /** {"class": name}, {"type": name}, or one object as in relations. */
-  void take_target(const Node& node, tag rule) {
-    std::string class_name;
-    tag type = NULLTAG;
-    tag object = NULLTAG;
-    if (const auto named = node.find("class")) {
-      node.allow_only({"class"});
-      class_name = named->name();
-      if (store_.find_class(class_name) == nullptr) {
-        named->refuse("there is no class \"" + class_name + "\"");
-      }
-    } else if (const auto typed = node.find("type")) {
-      node.allow_only({"type"});
-      type = find_type(*typed);
-    } else {
-      object = find_object(node);
-    }
-    put(node, rule, "target_class", class_name);
-    put(node, rule, "target_type", type);
-    put(node, rule, "target_object", object);
-  }
-
-  /** The one member of an object, which has one of these names. */
-  static Node only_member(const Node& node, std::initializer_list<std::string_view> names,
-                          std::string* name) {
-    node.allow_only(names);
-    const auto members = node.members();
-    if (members.size() != 1) {
-      node.refuse("expected one member");
-    }
-    *name = members.front().first;
-    return members.front().second;
   }
 
   DataSeeder data_;

@@ -3,7 +3,9 @@
 #include <gcrypt.h>
 
 #include <array>
+#include <bit>
 #include <charconv>
+#include <optional>
 #include <sstream>
 #include <vector>
 
@@ -17,9 +19,18 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-/** The hash's parameters as the file keeps them: "scrypt$cost$parallelism$salt$hash". */
+/** Name of the setting that the site keeps its cost in. */
+constexpr const char* cost_setting = "password_cost";
+
+constexpr unsigned long highest_parallelism = 16;
+constexpr std::size_t longest_hash = 64;
+
+/**
+ * The hash's parameters as the file keeps them: "scrypt$cost$parallelism$salt$hash". The cost is
+ * scrypt's N.
+ */
 struct PasswordHash {
-  int cost = 8192;  // takes 8 MB, and 10 to 20 ms on current machines
+  int cost = 0;
   unsigned long parallelism = 1;
   Bytes salt;
   Bytes hash;
@@ -45,7 +56,8 @@ Bytes from_hex(const std::string& text) {
   return bytes;
 }
 
-PasswordHash parse(const std::string& text) {
+/** What a file says is checked: a hash may cost no more than a site can choose. */
+PasswordHash parse(const std::string& text, tag user) {
   std::istringstream fields(text);
   std::array<std::string, 5> parts;
   for (std::string& part : parts) {
@@ -59,10 +71,20 @@ PasswordHash parse(const std::string& text) {
   parsed.salt = from_hex(parts[3]);
   parsed.hash = from_hex(parts[4]);
   if (parts[0] != "scrypt" || !number(parts[1], parsed.cost) ||
-      !number(parts[2], parsed.parallelism) || parsed.hash.empty()) {
-    refuse(ORK_site_not_available, "a password's hash is damaged");
+      !number(parts[2], parsed.parallelism) || !std::has_single_bit(unsigned(parsed.cost)) ||
+      parsed.cost > 1 << highest_password_cost || parsed.parallelism > highest_parallelism ||
+      parsed.hash.empty() || parsed.hash.size() > longest_hash ||
+      parsed.salt.size() > longest_hash) {
+    refuse(ORK_site_not_available,
+           "the password's hash of user object " + std::to_string(user) + " is damaged");
   }
   return parsed;
+}
+
+/** The hash that is kept of a user's password, if there is one. */
+std::optional<PasswordHash> kept_hash(Database& database, tag user) {
+  Query query(database, "SELECT hash FROM password WHERE user = ?", user);
+  return query.next() ? std::optional(parse(query.text(0), user)) : std::nullopt;
 }
 
 /** Takes the same time wherever they differ. */
@@ -77,11 +99,36 @@ bool equal(const Bytes& left, const Bytes& right) {
   return difference == 0;
 }
 
+bool is_hash_of(const PasswordHash& kept, const std::string& password) {
+  return equal(derive(password, kept, kept.hash.size()), kept.hash);
+}
+
 }  // namespace
+
+int password_cost(Database& database) {
+  Query query(database, "SELECT value FROM meta WHERE name = ?", cost_setting);
+  if (!query.next()) {
+    return usual_password_cost;
+  }
+  const std::int64_t cost = query.integer(0);
+  if (cost < least_password_cost || cost > highest_password_cost) {
+    refuse(ORK_site_not_available, std::string("the site's ") + cost_setting + " is damaged");
+  }
+  return static_cast<int>(cost);
+}
+
+void set_password_cost(Database& database, int cost) {
+  run(database, "INSERT OR REPLACE INTO meta VALUES(?, ?)", cost_setting, cost);
+}
 
 void store_password(Database& database, tag user, const std::string& password) {
   start_crypto_library();
   PasswordHash made;
+  made.cost = 1 << password_cost(database);
+  if (const auto kept = kept_hash(database, user);
+      kept && kept->cost == made.cost && is_hash_of(*kept, password)) {
+    return;
+  }
   made.salt.resize(16);
   os::make_random(made.salt);
   made.hash = derive(password, made, 32);
@@ -92,13 +139,9 @@ void store_password(Database& database, tag user, const std::string& password) {
 }
 
 bool is_password(Database& database, tag user, const std::string& password) {
-  Query query(database, "SELECT hash FROM password WHERE user = ?", user);
-  if (!query.next()) {
-    return false;
-  }
   start_crypto_library();
-  const PasswordHash stored = parse(query.text(0));
-  return equal(derive(password, stored, stored.hash.size()), stored.hash);
+  const auto kept = kept_hash(database, user);
+  return kept && is_hash_of(*kept, password);
 }
 
 }  // namespace host

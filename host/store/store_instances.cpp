@@ -1,12 +1,12 @@
-// Instances and their values.
+// Instances: from the file and back to it.
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 #include "failure.h"
 #include "ork/store.h"
 #include "store.h"
+#include "stored_values.h"
 
 namespace host {
 
@@ -25,61 +25,6 @@ std::string key_text(const Scalar& value) {
     return std::to_string(*number);
   }
   return object_text(std::get<tag>(value));
-}
-
-bool is_no_value(const Scalar& value) {
-  if (const auto* reference = std::get_if<tag>(&value)) {
-    return *reference == NULLTAG;
-  }
-  if (const auto* date = std::get_if<date_s>(&value)) {
-    return *date == date_s{};
-  }
-  return false;
-}
-
-void bind_value(Query& query, const Scalar& value) {
-  const auto bind = [&query](const auto& content) {
-    if constexpr (std::is_same_v<std::decay_t<decltype(content)>, date_s>) {
-      query.bind(date_text(content));
-    } else {
-      query.bind(content);
-    }
-  };
-  std::visit(bind, value);
-}
-
-Scalar read_value(const Query& query, int column, Kind kind) {
-  switch (kind) {
-    case Kind::text:
-      return query.text(column);
-    case Kind::integer:
-      return static_cast<int>(query.integer(column));
-    case Kind::real:
-      return query.real(column);
-    case Kind::logical:
-      return query.integer(column) != 0;
-    case Kind::date:
-      return parse_date(query.text(column));
-    case Kind::reference:
-      return static_cast<tag>(query.integer(column));
-  }
-  refuse(ORK_internal_error, "a value of no kind");
-}
-
-void check_value(const Attribute& attribute, const Scalar& value) {
-  if (value.index() != static_cast<std::size_t>(attribute.kind)) {
-    refuse(STORE_wrong_value_type, attribute.name);
-  }
-  if (const auto* text = std::get_if<std::string>(&value)) {
-    if (text->size() > static_cast<std::size_t>(attribute.max_length)) {
-      refuse(STORE_value_too_long, attribute.name + " takes " +
-                                       std::to_string(attribute.max_length) + " bytes, not " +
-                                       std::to_string(text->size()));
-    }
-  }
-  if (const auto* real = std::get_if<double>(&value); real != nullptr && !std::isfinite(*real)) {
-    refuse(ORK_invalid_argument, attribute.name + " takes finite numbers only");
-  }
 }
 
 }  // namespace
@@ -345,7 +290,7 @@ void Store::remove(tag object, const std::vector<tag>& parts) {
   }
   if (!instance.locked) {
     refuse_lock_of_other(object);
-    refuse(STORE_not_locked, object_text(object));
+    refuse_unlocked(object);
   }
   std::vector<tag> all = {object};
   all.insert(all.end(), parts.begin(), parts.end());
@@ -398,238 +343,6 @@ std::vector<tag> Store::changed_instances() const {
   }
   std::sort(changed.begin(), changed.end());
   return changed;
-}
-
-Store::Slot& Store::slot_of(Instance& instance, const std::string& attribute,
-                            const Attribute** definition) {
-  const Class& type = *instance.type;
-  const auto found = type.slot_by_name.find(attribute);
-  if (found == type.slot_by_name.end()) {
-    refuse(STORE_unknown_attribute, type.name + " has no " + attribute);
-  }
-  if (definition != nullptr) {
-    *definition = type.slots[found->second];
-  }
-  // The class may have got attributes since the instance was loaded.
-  if (instance.slots.size() < type.slots.size()) {
-    instance.slots.resize(type.slots.size());
-  }
-  return instance.slots[found->second];
-}
-
-const Values& Store::transient_values(Transient& object, const std::string& attribute) {
-  const Class& type = class_named(object.class_name());
-  if (type.find_attribute(attribute) == nullptr) {
-    refuse(STORE_unknown_attribute, type.name + " has no " + attribute);
-  }
-  transient_values_.clear();
-  object.read(attribute, &transient_values_);
-  return transient_values_;
-}
-
-const Values& Store::values(tag object, const std::string& attribute) {
-  if (Transient* transient = find_transient(object)) {
-    return transient_values(*transient, attribute);
-  }
-  return slot_of(loaded(object), attribute, nullptr).values;
-}
-
-const std::string& Store::text(tag object, const std::string& attribute) {
-  static const std::string none;
-  const Values& held = values(object, attribute);
-  return held.empty() ? none : std::get<std::string>(held.front());
-}
-
-template <typename Value>
-Value Store::single(tag object, const std::string& attribute) {
-  const Values& held = values(object, attribute);
-  return held.empty() ? Value{} : std::get<Value>(held.front());
-}
-
-tag Store::reference(tag object, const std::string& attribute) {
-  return single<tag>(object, attribute);
-}
-
-bool Store::logical_value(tag object, const std::string& attribute) {
-  return single<bool>(object, attribute);
-}
-
-int Store::integer(tag object, const std::string& attribute) {
-  return single<int>(object, attribute);
-}
-
-date_s Store::date(tag object, const std::string& attribute) {
-  return single<date_s>(object, attribute);
-}
-
-bool Store::has_value(tag object, const std::string& attribute, const Scalar& value) {
-  const Values& held = values(object, attribute);
-  return held.empty() ? is_no_value(value) : held.front() == value;
-}
-
-void Store::set(tag object, const std::string& attribute, Scalar value) {
-  const Class& type = class_of(object);
-  const Attribute* definition = type.find_attribute(attribute);
-  if (definition == nullptr) {
-    refuse(STORE_unknown_attribute, type.name + " has no " + attribute);
-  }
-  if (definition->list) {
-    refuse(STORE_wrong_value_type, attribute + " is a list");
-  }
-  check_value(*definition, value);
-  if (Transient* transient = find_transient(object)) {
-    transient->write(attribute, value);
-    return;
-  }
-  Values values;
-  if (!is_no_value(value)) {
-    values.push_back(std::move(value));
-  }
-  set_values(object, attribute, std::move(values));
-}
-
-void Store::set_values(tag object, const std::string& attribute, Values values) {
-  Instance& instance = loaded(object);
-  const Attribute* definition = nullptr;
-  Slot& slot = slot_of(instance, attribute, &definition);
-  if (!definition->list && values.size() > 1) {
-    refuse(STORE_wrong_value_type, attribute + " is not a list");
-  }
-  for (const Scalar& value : values) {
-    check_value(*definition, value);
-  }
-  require_changeable(object, instance);
-  if (slot.values == values) {
-    return;
-  }
-  slot.values = std::move(values);
-  note_change(instance, slot);
-}
-
-void Store::require_changeable(tag object, const Instance& instance) const {
-  if (instance.state != InstanceState::is_new && !instance.locked) {
-    refuse_unlocked(object);
-  }
-}
-
-void Store::note_change(Instance& instance, Slot& slot) {
-  slot.changed = true;
-  instance.changed = true;
-  instance.stamp = ++last_stamp_;
-}
-
-/** A list that may be changed, by this value if there is one. */
-Store::Slot& Store::list_of(Instance& instance, tag object, const std::string& attribute,
-                            const Scalar* value) {
-  const Attribute* definition = nullptr;
-  Slot& slot = slot_of(instance, attribute, &definition);
-  if (!definition->list) {
-    refuse(STORE_wrong_value_type, attribute + " is not a list");
-  }
-  if (value != nullptr) {
-    check_value(*definition, *value);
-  }
-  require_changeable(object, instance);
-  return slot;
-}
-
-void Store::set_element(tag object, const std::string& attribute, std::size_t position,
-                        Scalar value) {
-  Instance& instance = loaded(object);
-  Slot& list = list_of(instance, object, attribute, &value);
-  if (list.values.at(position) == value) {
-    return;
-  }
-  list.values[position] = std::move(value);
-  note_change(instance, list);
-}
-
-void Store::append(tag object, const std::string& attribute, Scalar value) {
-  Instance& instance = loaded(object);
-  Slot& list = list_of(instance, object, attribute, &value);
-  list.values.push_back(std::move(value));
-  note_change(instance, list);
-}
-
-void Store::erase(tag object, const std::string& attribute, std::size_t position) {
-  Instance& instance = loaded(object);
-  Slot& list = list_of(instance, object, attribute, nullptr);
-  static_cast<void>(list.values.at(position));
-  list.values.erase(list.values.begin() + static_cast<std::ptrdiff_t>(position));
-  note_change(instance, list);
-}
-
-std::vector<tag> Store::find(const std::string& class_name, const Criteria& criteria) {
-  const Class& wanted = class_named(class_name);
-  std::string sql = "SELECT DISTINCT i.tag, i.class FROM instance i";
-  for (std::size_t n = 0; n < criteria.size(); ++n) {
-    std::string alias = "v";
-    alias += std::to_string(n);
-    sql += " JOIN value " + alias + " ON " + alias + ".instance = i.tag AND " + alias +
-           ".attribute = ? AND " + alias + ".content = ?";
-  }
-  sql += " WHERE i.deleted = 0 ORDER BY i.tag";
-  Query query(database_, sql);
-  for (const auto& [name, value] : criteria) {
-    const Attribute* attribute = wanted.find_attribute(name);
-    if (attribute == nullptr) {
-      refuse(STORE_unknown_attribute, wanted.name + " has no " + name);
-    }
-    query.bind(attribute->id);
-    bind_value(query, value);
-  }
-  std::vector<tag> found;
-  while (query.next()) {
-    if (class_with_id(static_cast<std::uint32_t>(query.integer(1))).is_a(wanted)) {
-      found.push_back(static_cast<tag>(query.integer(0)));
-    }
-  }
-  return found;
-}
-
-std::vector<tag> Store::find_new(const std::string& class_name, const Criteria& criteria) {
-  const Class& wanted = class_named(class_name);
-  const auto is_wanted = [&](tag object) {
-    return class_of(object).is_a(wanted) &&
-           std::all_of(criteria.begin(), criteria.end(), [&](const auto& criterion) {
-             return has_value(object, criterion.first, criterion.second);
-           });
-  };
-  std::vector<tag> found;
-  std::copy_if(new_.begin(), new_.end(), std::back_inserter(found), is_wanted);
-  return found;
-}
-
-std::unordered_map<tag, Scalar> Store::saved_values(const std::string& class_name,
-                                                    const std::string& attribute) {
-  const Class& wanted = class_named(class_name);
-  const Attribute* definition = wanted.find_attribute(attribute);
-  if (definition == nullptr) {
-    refuse(STORE_unknown_attribute, wanted.name + " has no " + attribute);
-  }
-  Query query(database_, "SELECT instance, content FROM value WHERE attribute = ?", definition->id);
-  std::unordered_map<tag, Scalar> values;
-  while (query.next()) {
-    values.emplace(static_cast<tag>(query.integer(0)), read_value(query, 1, definition->kind));
-  }
-  return values;
-}
-
-tag Store::find_type(const std::string& name) {
-  const auto known = type_by_name_.find(name);
-  if (known != type_by_name_.end()) {
-    return known->second;
-  }
-  const tag type = find_one("Type", {{"type_name", name}});
-  if (type != NULLTAG) {
-    type_by_name_.emplace(name, type);
-  }
-  return type;
-}
-
-tag Store::find_one(const std::string& class_name, const Criteria& criteria) {
-  const std::vector<tag> found = find(class_name, criteria);
-  return found.empty() ? NULLTAG : found.front();
 }
 
 }  // namespace host

@@ -13,7 +13,7 @@
 namespace test {
 
 inline constexpr const char* demo_seed = R"({
-  "site": {"name": "Demo", "automatic_login": "build"},
+  "site": {"password_cost": 1, "name": "Demo", "automatic_login": "build"},
   "groups": ["design", "dba"],
   "roles": ["Designer", "Administrator"],
   "users": [

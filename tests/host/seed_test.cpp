@@ -65,6 +65,7 @@ TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
           "datasets": [{"name": "d", "relation": "VELO_x"}]}]}]})",
        "/items/0/revisions/0/datasets/0/relation: there is no relation type \"VELO_x\""},
       {R"({"site": {"id": 0}})", "/site/id: expected a number from 1"},
+      {R"({"site": {"password_cost": 21}})", "/site/password_cost: expected a number from 1 to 20"},
       {R"({"site": {"id": 5}, "sites": [{"id": 5, "name": "n"}]})",
        "/sites/0/id: is the number of the local site"},
       {R"({"items": [{"id": "000100", "name": "n", "owning_site": 7}]})",
@@ -125,12 +126,23 @@ TEST(Seed, FilesOfPreferencesAreRelativeToTheSeedFile) {
 
 TEST(Seed, PasswordsAreNowhereInTheFiles) {
   const test::TemporaryFolder folder;
+  const auto files = [&] { return folder.read("site.db") + folder.read("site.db-wal"); };
   ASSERT_EQ(ork_host_open(folder.path("site.db").c_str()), ORK_ok);
   ASSERT_EQ(ork_host_seed(test::demo_seed), ORK_ok);
-  for (const char* file : {"site.db", "site.db-wal"}) {
-    EXPECT_THAT(folder.read(file), Not(HasSubstr("let me in"))) << file;
-  }
-  EXPECT_THAT(folder.read("site.db") + folder.read("site.db-wal"), HasSubstr("Petra Wagner"));
+  EXPECT_THAT(files(), testing::AllOf(HasSubstr("Petra Wagner"), HasSubstr("scrypt$2$1$"),
+                                      Not(HasSubstr("let me in"))));
   EXPECT_THAT(describe(nullptr), Not(HasSubstr("scrypt")));
+
+  // A hash keeps its cost until its password is seeded again.
+  const auto log_in = [](const char* user, const char* password) {
+    return ORK_init_module(user, password, nullptr) | ORK_exit_module(0);
+  };
+  ASSERT_EQ(ork_host_seed(R"({"site": {"password_cost": 12}})"), ORK_ok);
+  EXPECT_EQ(log_in("wagner", "let me in"), ORK_ok);
+  EXPECT_THAT(files(), Not(HasSubstr("scrypt$4096$1$")));
+  ASSERT_EQ(ork_host_seed(R"({"users": [{"id": "wagner", "password": "let me in"}]})"), ORK_ok);
+  EXPECT_THAT(files(), HasSubstr("scrypt$4096$1$"));
+  EXPECT_EQ(log_in("wagner", "let me in"), ORK_ok);
+  EXPECT_EQ(log_in("build", "at night"), ORK_ok);
   ork_host_close();
 }

@@ -15,6 +15,7 @@
 #include "ork/rel.h"
 #include "ork/store.h"
 #include "ork/wso.h"
+#include "support/process.h"
 #include "support/site.h"
 #include "support/temporary_folder.h"
 #include "support/trace_capture.h"
@@ -361,6 +362,48 @@ TEST_F(Datasets, AFailedCopyStaysAndIsReported) {
   EXPECT_EQ(ZOLP_RealCopyDataset(original, "Copy", &copy), FILE_cannot_open);
   setenv("VK_TMP_DIR", (temporary / "gone").string().c_str(), 1);
   EXPECT_EQ(ZOLP_RealCopyDataset(original, "Copy", &copy), FILE_cannot_open);
+}
+
+TEST(DatasetCopies, ThoseAtOnceKeepFilesOfOneNameApart) {
+  const test::TemporaryFolder folder;
+  std::filesystem::create_directory(folder.path("tmp"));
+  setenv("VK_TMP_DIR", folder.path("tmp").c_str(), 1);
+  std::string datasets;
+  for (const std::string name : {"one", "two"}) {
+    folder.write(name, "contents of " + name);
+    datasets += (datasets.empty() ? "" : ", ") + (R"({"name": ")" + name) +
+                R"(", "type": "Text", "files": [{"reference": "Text", "name": "a.txt", "path": ")" +
+                name + R"("}]})";
+  }
+  const std::string seed = folder.write("seed.json", R"({
+    "site": {"automatic_login": "batch"}, "groups": ["all"], "roles": ["any"],
+    "users": [{"id": "batch", "memberships": [{"group": "all", "role": "any"}]}],
+    "items": [{"id": "1", "name": "Holder", "revisions": [{"id": "A", "datasets": [)" +
+                                                         datasets + "]}]}]}");
+  const std::string site = folder.path("site.db");
+  ASSERT_EQ(ork_host_open(site.c_str()) | ork_host_seed_file(seed.c_str()), ORK_ok);
+  {
+    test::Process first(
+        {{COPYING_PROGRAM, site, "one", "copy of one"}, test::own_environment(), "", ""});
+    test::Process second(
+        {{COPYING_PROGRAM, site, "two", "copy of two"}, test::own_environment(), "", ""});
+    EXPECT_EQ(first.read_line() + second.read_line(), "readyready");
+    first.close_input();
+    second.close_input();
+    EXPECT_EQ(first.wait(), 0);
+    EXPECT_EQ(second.wait(), 0);
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path("tmp")));
+  ASSERT_EQ(ORK_auto_login(), ORK_ok);
+  for (const std::string name : {"one", "two"}) {
+    int type = 0;
+    tag file = NULLTAG;
+    const tag copy = ask(DSET_find_dataset, ("copy of " + name).c_str());
+    EXPECT_EQ(DSET_get_dataset_named_ref(copy, "Text", &type, &file), ORK_ok);
+    EXPECT_EQ(FILE_export_file(file, folder.path(name + ".out").c_str()), ORK_ok);
+    EXPECT_EQ(folder.read_bytes(name + ".out"), "contents of " + name);
+  }
+  ork_host_close();
 }
 
 // --------------------------------------------------------------------------------------- forms

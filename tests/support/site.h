@@ -65,7 +65,7 @@ class Site {
 
  private:
   static constexpr const char* seed = R"({
-    "site": {"name": "Test", "automatic_login": "batch"},
+    "site": {"password_cost": 1, "name": "Test", "automatic_login": "batch"},
     "groups": [{"name": "engineering"}, {"name": "quality"}],
     "roles": [{"name": "designer"}, {"name": "administrator"}],
     "users": [

@@ -71,28 +71,26 @@ int count_related(tag primary) {
   return count;
 }
 
+const char* made(tag object_made) {
+  return object_made != NULLTAG ? "made" : "none";
+}
+
 void add_creation(Cases& cases) {
-  const auto ends = [](const char* operation) { return passes(operation, "none"); };
-  cases.add("ZOLP_createDataset", "")
-      .good({0, "made"})
-      .steps({answers("DSET_find_datasettype", 919246, "none"),
-              answers("DSET_get_datasettype_def_tool", 919247, "none"),
-              answers("DSET_get_tool_output_formats", 919247, "none"),
-              aborts("DSET_get_datasettype_refs", "none"), ends("DSET_create_dataset_with_id"),
-              aborts("DSET_set_dataset_tool", "made"), aborts("DSET_set_dataset_format", "made"),
-              aborts("DSET_get_dataset_def_rev_limit", "made"),
-              aborts("WSO_set_revision_limit", "made"), aborts("OBJ_save", "made"),
-              aborts("OBJ_refresh", "made").locks()})
+  cases
+      .add("ZOLP_createDataset", "", R"(good 0: made; answers 919246 DSET_find_datasettype: none;
+        answers 919247 DSET_get_datasettype_def_tool DSET_get_tool_output_formats: none;
+        aborts DSET_get_datasettype_refs: none; passes DSET_create_dataset_with_id: none;
+        aborts DSET_set_dataset_tool DSET_set_dataset_format DSET_get_dataset_def_rev_limit
+          WSO_set_revision_limit OBJ_save: made; aborts locked OBJ_refresh: made)")
       .call([](Run& run) {
         tag dataset = NULLTAG;
         run.call(ZOLP_createDataset, "Note", numbered("dataset", run).c_str(), "Text", nullptr,
                  nullptr, &dataset);
-        run.out(dataset != NULLTAG ? "made" : "none");
+        run.out(made(dataset));
       });
-  cases.add("ZOLP_createRelation", "")
-      .good({0, "1"})
-      .steps({passes("REL_find_relation_type", "0"), passes("REL_create_relation", "0"),
-              passes("REL_save_relation", "1")})
+  cases
+      .add("ZOLP_createRelation", "", R"(good 0: 1;
+        passes REL_find_relation_type REL_create_relation: 0; passes REL_save_relation: 1)")
       .call([](Run& run) {
         const tag dataset = make_dataset(numbered("primary", run));
         run.call(ZOLP_createRelation, dataset, object("100"), "Documents");
@@ -100,32 +98,31 @@ void add_creation(Cases& cases) {
       });
 }
 
+/** Attaching to a dataset whose lock cannot be had. */
+const std::string attaches_without_lock =
+    "then STORE_who_locked_instance DSET_get_dataset_named_ref DSET_add_dataset_named_ref";
+
 void add_references(Cases& cases) {
-  const auto ends = [](const char* operation) { return aborts(operation, "none|locked"); };
-  // A reference that cannot be read counts as one that is not there.
-  cases.add("ZOLP_attachNamedReference", "a new reference")
-      .good({0, "there|free"})
-      .steps({ignores("STORE_get_instance_state", "there|free"),
-              ignores("STORE_get_instance_lock", "there|free"),
-              answers("OBJ_lock", STORE_not_locked, "none|free")
-                  .calls({"STORE_who_locked_instance", "DSET_get_dataset_named_ref",
-                          "DSET_add_dataset_named_ref"})
-                  .open(1),
-              ignores("STORE_who_locked_instance", "there|free"),
-              ignores("DSET_get_dataset_named_ref", "there|free"),
-              ends("DSET_add_dataset_named_ref"), ends("OBJ_save"),
-              aborts("OBJ_refresh", "there|locked"), aborts("OBJ_unload", "there|free")})
-      .allocations({exhausted(0, "there|free")})  // the text of the reference's absence
+  // A reference that cannot be read counts as one that is not there; the allocation is that of the
+  // text of its absence.
+  cases
+      .add("ZOLP_attachNamedReference", "a new reference",
+           R"(good 0: there|free;
+        ignores STORE_get_instance_state STORE_get_instance_lock: there|free;
+        answers STORE_not_locked +1 OBJ_lock )" +
+               attaches_without_lock + R"(: none|free;
+        ignores STORE_who_locked_instance DSET_get_dataset_named_ref: there|free;
+        aborts DSET_add_dataset_named_ref OBJ_save: none|locked; aborts OBJ_refresh: there|locked;
+        aborts OBJ_unload: there|free; exhausted 0: there|free)")
       .call([](Run& run) {
         const tag dataset = make_dataset(numbered("holder", run));
         const tag file = make_file();
         run.call(ZOLP_attachNamedReference, dataset, file, "Text");
         out_reference(run, dataset, "Text");
       });
-  cases.add("ZOLP_findDatasetNamedRef", "")
-      .good({0, "there"})
-      .steps({answers("DSET_find_dataset", 1, "none"),
-              answers("DSET_get_dataset_named_ref", 1, "none")})
+  cases
+      .add("ZOLP_findDatasetNamedRef", "", R"(good 0: there;
+        answers 1 DSET_find_dataset DSET_get_dataset_named_ref: none)")
       .call([](Run& run) {
         const std::string name = numbered("found", run);
         refer(make_dataset(name), "Text", make_file());
@@ -135,121 +132,67 @@ void add_references(Cases& cases) {
       });
 }
 
-std::vector<std::string> calls_to_attach() {
-  return {"STORE_get_instance_state",  "STORE_get_instance_lock",    "OBJ_lock",
-          "STORE_who_locked_instance", "DSET_get_dataset_named_ref", "DSET_add_dataset_named_ref"};
-}
-
-std::vector<std::string> calls_to_create() {
-  return {"DSET_find_datasettype",
-          "DSET_get_datasettype_def_tool",
-          "DSET_get_datasettype_refs",
-          "DSET_create_dataset_with_id",
-          "DSET_set_dataset_tool",
-          "DSET_set_dataset_format",
-          "DSET_get_dataset_def_rev_limit",
-          "WSO_set_revision_limit",
-          "OBJ_save",
-          "OBJ_refresh"};
-}
-
-/** The import goes on without a file; the attachment of none is what fails then. */
 void add_text_import(Cases& cases) {
-  const std::vector<std::string> rest = joined(calls_to_create(), calls_to_attach());
-  const auto creation = [](const char* operation) { return aborts(operation, "made").locks(); };
-  cases.add("ZOLP_importTextDataset", "")
-      .good({0, "made"})
-      .steps(
-          {answers("FILE_import_file", STORE_unknown_tag, "made")
-               .calls(joined({"OBJ_save", "OBJ_lock"}, rest))
-               .open(1)
-               .locks(),
-           // the file is not saved, so it cannot be referred to by what is
-           answers("OBJ_save", STORE_refers_to_unsaved, "made")
-               .calls(joined(joined({"OBJ_lock"}, rest), {"OBJ_save"}))
-               .open(1)
-               .locks(),
-           ignores("OBJ_lock", "made"), answers("DSET_find_datasettype", 919246, "none").locks(),
-           answers("DSET_get_datasettype_def_tool", 919247, "none").locks(),
-           aborts("DSET_get_datasettype_refs", "none").locks(),
-           passes("DSET_create_dataset_with_id", "none").locks(), creation("DSET_set_dataset_tool"),
-           creation("DSET_set_dataset_format"), creation("DSET_get_dataset_def_rev_limit"),
-           creation("WSO_set_revision_limit"), creation("OBJ_save"), creation("OBJ_refresh"),
-           ignores("STORE_get_instance_state", "made"), ignores("STORE_get_instance_lock", "made"),
-           answers("OBJ_lock", STORE_not_locked, "made")
-               .calls({"STORE_who_locked_instance", "DSET_get_dataset_named_ref",
-                       "DSET_add_dataset_named_ref"})
-               .open(1)
-               .locks(),
-           ignores("STORE_who_locked_instance", "made"),
-           ignores("DSET_get_dataset_named_ref", "made"), creation("DSET_add_dataset_named_ref"),
-           creation("OBJ_save"), creation("OBJ_refresh"), creation("OBJ_unload"),
-           ignores("OBJ_refresh", "made").locks(), answers("OBJ_refresh", 1, "made")})
-      .allocations({exhausted(0, "made")})  // the text of the reference's absence
+  const std::string rest = R"( DSET_find_datasettype DSET_get_datasettype_def_tool
+    DSET_get_datasettype_refs DSET_create_dataset_with_id DSET_set_dataset_tool
+    DSET_set_dataset_format DSET_get_dataset_def_rev_limit WSO_set_revision_limit OBJ_save
+    OBJ_refresh STORE_get_instance_state STORE_get_instance_lock OBJ_lock
+    STORE_who_locked_instance DSET_get_dataset_named_ref DSET_add_dataset_named_ref)";
+  // The import goes on without a file; the attachment of none is what fails then. A file that is
+  // not saved cannot be referred to by what is.
+  cases
+      .add("ZOLP_importTextDataset", "",
+           "good 0: made; answers STORE_unknown_tag +1 locked FILE_import_file then OBJ_save "
+           "OBJ_lock" +
+               rest + ": made; answers STORE_refers_to_unsaved +1 locked OBJ_save then OBJ_lock" +
+               rest + R"( OBJ_save: made; ignores OBJ_lock: made;
+             answers 919246 locked DSET_find_datasettype: none;
+             answers 919247 locked DSET_get_datasettype_def_tool: none;
+             aborts locked DSET_get_datasettype_refs: none;
+             passes locked DSET_create_dataset_with_id: none;
+             aborts locked DSET_set_dataset_tool DSET_set_dataset_format
+               DSET_get_dataset_def_rev_limit WSO_set_revision_limit OBJ_save OBJ_refresh: made;
+             ignores STORE_get_instance_state STORE_get_instance_lock: made;
+             answers STORE_not_locked +1 locked OBJ_lock )" +
+               attaches_without_lock + R"(: made;
+             ignores STORE_who_locked_instance DSET_get_dataset_named_ref: made;
+             aborts locked DSET_add_dataset_named_ref OBJ_save OBJ_refresh OBJ_unload: made;
+             ignores locked OBJ_refresh: made; answers 1 OBJ_refresh: made; exhausted 0: made)")
       .call([](Run& run) {
         tag dataset = untouched_tag;
         const std::string file = text_file();
         run.call(ZOLP_importTextDataset, nullptr, numbered("text", run).c_str(), file.c_str(),
                  &dataset);
-        run.out(dataset != NULLTAG ? "made" : "none");
+        run.out(made(dataset));
       });
 }
 
-std::vector<Step> described_import_steps() {
-  const auto ends = [](const char* operation) { return passes(operation, "none"); };
-  // What was made before a failure is unlocked.
-  const auto unlocks = [](const char* operation) {
-    return passes(operation, "none").calls({"OBJ_refresh"});
-  };
-  return {ends("FILE_import_file"),
-          ends("OBJ_save"),
-          ends("DSET_find_datasettype").locks(),
-          ends("DSET_get_datasettype_def_tool").locks(),
-          ends("DSET_create_dataset_with_id").locks(),
-          unlocks("DSET_set_dataset_tool").locks(),
-          unlocks("DSET_set_dataset_format").locks(),
-          unlocks("DSET_add_dataset_named_ref").locks(),
-          unlocks("OBJ_save").locks(),
-          ignores("OBJ_refresh", "related").unwrapped().locks(),
-          ends("STORE_tag_to_uid").locks(),
-          ends("REL_find_relation_type").locks(),
-          ends("REL_create_relation").locks(),
-          passes("REL_save_relation", "related").locks()};
-}
-
 template <typename Import>
-auto import_for(Import import) {
-  return [import](Run& run) {
-    const tag holder = make_dataset(numbered("holder", run));
-    const std::string file = text_file();
-    run.call(import, holder, numbered("described", run).c_str(), file.c_str());
-    run.out(count_related(holder) > 0 ? "related" : "none");
-  };
+void add_described_import(Cases& cases, const char* function, Import import) {
+  // What was made before a failure is unlocked.
+  cases
+      .add(function, "", R"(good 0 locked: related; passes FILE_import_file OBJ_save: none;
+        passes locked DSET_find_datasettype DSET_get_datasettype_def_tool
+          DSET_create_dataset_with_id: none;
+        passes locked DSET_set_dataset_tool DSET_set_dataset_format DSET_add_dataset_named_ref
+          OBJ_save then OBJ_refresh: none;
+        ignores locked unwrapped OBJ_refresh: related;
+        passes locked STORE_tag_to_uid REL_find_relation_type REL_create_relation: none;
+        passes locked REL_save_relation: related)")
+      .call([import](Run& run) {
+        const tag holder = make_dataset(numbered("holder", run));
+        const std::string file = text_file();
+        run.call(import, holder, numbered("described", run).c_str(), file.c_str());
+        run.out(count_related(holder) > 0 ? "related" : "none");
+      });
 }
 
-void add_described_import(Cases& cases) {
-  cases.add("ZOLP_fct_import_text_dataset_desc", "")
-      .good({0, "related", 0, 0, true})
-      .steps(described_import_steps())
-      .call(import_for([](tag holder, const char* name, const char* file) {
-        return ZOLP_fct_import_text_dataset_desc(holder, name, "described", file, "note");
-      }));
-  cases.add("ZOLP_fct_import_text_dataset", "")
-      .good({0, "related", 0, 0, true})
-      .steps(described_import_steps())
-      .call(import_for([](tag holder, const char* name, const char* file) {
-        return ZOLP_fct_import_text_dataset(holder, name, file, "note");
-      }));
-}
-
-void add_image_export(Cases& cases) {
-  const auto ends = [](const char* operation) { return aborts(operation, "same|none"); };
-  cases.add("ZOLP_exportImage", "")
-      .good({0, "same|a note\n"})
-      .makes_do("same|none")
-      .steps({ends("ITEM_get_item_of_rev"), ends("ITEM_get_id"), ends("ITEM_get_rev_id"),
-              ignores("DSET_find_dataset_named_ref", "same|none").calls({}), ends("WSO_get_name"),
-              ignores("FILE_export_file", "same|none")})
+void add_exports_and_copies(Cases& cases) {
+  cases
+      .add("ZOLP_exportImage", "", R"(good 0: same|a note\n; makes_do: same|none;
+        aborts ITEM_get_item_of_rev ITEM_get_id ITEM_get_rev_id: same|none;
+        ignores DSET_find_dataset_named_ref then: same|none; aborts WSO_get_name: same|none;
+        ignores FILE_export_file: same|none)")
       .call([](Run& run) {
         const std::string name = "image" + std::to_string(run.number);
         const tag dataset = make_dataset(name);
@@ -263,39 +206,20 @@ void add_image_export(Cases& cases) {
         run.call(ZOLP_exportImage, list, 1, buffer.data(), "Text", "no", object("100/B"));
         run.out(buffer.c_str() == directory ? "same" : "changed").out(contents(exported));
       });
-}
-
-void add_dataset_copy(Cases& cases) {
-  const auto ends = [](const char* operation) { return aborts(operation, "made").locks(); };
-  cases.add("ZOLP_RealCopyDataset", "a dataset with a text file")
-      .good({0, "made"})
-      .steps({aborts("DSET_copy_dataset_with_id", "none"),
-              aborts("OBJ_save", "made"),
-              ends("OBJ_refresh"),
-              ends("WSO_get_object_type"),
-              ends("DSET_find_datasettype"),
-              ends("DSET_get_dataset_ref_count"),
-              ends("DSET_find_dataset_named_ref"),
-              ends("STORE_class_of_instance"),
-              ends("STORE_name_of_class"),
-              ends("DSET_get_datasettype_file_refs"),
-              ends("FILE_get_original_file_name"),
-              ends("FILE_export_file"),
-              ends("FILE_import_file"),
-              ends("OBJ_save"),
-              ends("DSET_replace_dataset_named_ref"),
-              ends("OBJ_lock"),
-              ends("FILE_set_original_file_name"),
-              ends("OBJ_save"),
-              ends("OBJ_refresh"),
-              ends("OBJ_save"),
-              ends("OBJ_refresh")})
+  cases
+      .add("ZOLP_RealCopyDataset", "a dataset with a text file", R"(good 0: made;
+        aborts DSET_copy_dataset_with_id: none; aborts OBJ_save: made;
+        aborts locked OBJ_refresh WSO_get_object_type DSET_find_datasettype
+          DSET_get_dataset_ref_count DSET_find_dataset_named_ref STORE_class_of_instance
+          STORE_name_of_class DSET_get_datasettype_file_refs FILE_get_original_file_name
+          FILE_export_file FILE_import_file OBJ_save DSET_replace_dataset_named_ref OBJ_lock
+          FILE_set_original_file_name OBJ_save OBJ_refresh OBJ_save OBJ_refresh: made)")
       .call([](Run& run) {
         const tag dataset = make_dataset(numbered("original", run));
         refer(dataset, "Text", make_file());
         tag copy = untouched_tag;
         run.call(ZOLP_RealCopyDataset, dataset, numbered("copy", run).c_str(), &copy);
-        run.out(copy != NULLTAG ? "made" : "none");
+        run.out(made(copy));
       })
       .prepare([] { setenv("VK_TMP_DIR", path("").c_str(), 1); });
 }
@@ -308,18 +232,17 @@ tag make_form(const std::string& name) {
 }
 
 void add_forms(Cases& cases) {
-  cases.add("ZOLP_createForm", "")
-      .good({0, "made", 0, 0, true})
-      .steps({aborts("FORM_create", "none"), aborts("FORM_initialize", "made"),
-              aborts("OBJ_save", "made")})
+  cases
+      .add("ZOLP_createForm", "", R"(good 0 locked: made; aborts FORM_create: none;
+        aborts FORM_initialize OBJ_save: made)")
       .call([](Run& run) {
         tag form = NULLTAG;
         run.call(ZOLP_createForm, numbered("form", run).c_str(), "Sheet", "", &form);
-        run.out(form != NULLTAG ? "made" : "none");
+        run.out(made(form));
       });
-  cases.add("ZOLP_GetMasterForm", "")
-      .good({0, "found"})
-      .steps({aborts("TYPE_find_type", "none"), aborts("REL_list_secondary_objects_only", "none")})
+  cases
+      .add("ZOLP_GetMasterForm", "", R"(good 0: found;
+        aborts TYPE_find_type REL_list_secondary_objects_only: none)")
       .call([](Run& run) {
         const tag master = make_form(numbered("master", run));
         const tag holder = make_dataset(numbered("holder", run));
@@ -328,47 +251,33 @@ void add_forms(Cases& cases) {
         run.call(ZOLP_GetMasterForm, holder, &form);
         run.out(form == master ? "found" : "none");
       });
-}
-
-void add_named_forms(Cases& cases) {
-  // After what fails, dataset and form are unlocked by calls that are not traced.
-  const std::vector<std::string> unlocks = {"OBJ_refresh", "OBJ_refresh"};
-  const auto ends = [&unlocks](const char* operation) {
-    return passes(operation, "made").calls(unlocks);
-  };
-  cases.add("ZOLP_GetNamedRefForm", "a form is made")
-      .good({0, "made"})
-      .steps({ignores("OBJ_refresh", "made"),
-              passes("DSET_get_dataset_named_ref", "none").calls({"OBJ_refresh"}),
-              passes("FORM_create", "none").calls({"OBJ_refresh"}), ends("OBJ_lock"),
-              ends("OBJ_save"), ends("DSET_add_dataset_named_ref"), ends("OBJ_save"),
-              ignores("OBJ_refresh", "made").unwrapped().locks(),
-              ignores("OBJ_refresh", "made").unwrapped().locks()})
-      .allocations({exhausted(0, "made")})  // the text of the reference's absence
+  // After what fails, dataset and form are unlocked by calls that are not traced. The allocation is
+  // that of the text of the reference's absence.
+  cases
+      .add("ZOLP_GetNamedRefForm", "a form is made", R"(good 0: made; ignores OBJ_refresh: made;
+        passes DSET_get_dataset_named_ref FORM_create then OBJ_refresh: none;
+        passes OBJ_lock OBJ_save DSET_add_dataset_named_ref OBJ_save
+          then OBJ_refresh OBJ_refresh: made;
+        ignores locked unwrapped OBJ_refresh x2: made; exhausted 0: made)")
       .call([](Run& run) {
         const tag dataset = make_dataset(numbered("sheets", run));
         tag form = untouched_tag;
         run.call(ZOLP_GetNamedRefForm, dataset, "Sheet", &form, logical{1}, "");
-        run.out(form != NULLTAG ? "made" : "none");
+        run.out(made(form));
       });
-}
-
-void add_form_values(Cases& cases) {
-  cases.add("ZOLP_FORM_ask_value", "")
-      .good({0, "4|text"})
-      .steps({aborts("OBJ_UIF_get_value", "0|")})
-      .call([](Run& run) {
-        const tag form = make_form(numbered("asked", run));
-        prepared(OBJ_lock(form), "lock");
-        prepared(ZOLP_FORM_set_value(form, "note", "text"), "value");
-        prepared(OBJ_save(form), "save");
-        prepared(OBJ_refresh(form, 0), "unlock");
-        char value[81] = "x";
-        int length = untouched_number;
-        run.call(ZOLP_FORM_ask_value, form, "note", 80, value, &length);
-        run.out(length).out(value);
-      });
-  cases.add("ZOLP_FORM_set_value", "").steps({aborts("OBJ_UIF_set_value")}).call([](Run& run) {
+  cases.add("ZOLP_FORM_ask_value", "", "good 0: text|4; aborts OBJ_UIF_get_value: |0")
+      .call(outputs_of(
+          ZOLP_FORM_ask_value,
+          [](Run& run) {
+            const tag form = make_form(numbered("asked", run));
+            prepared(OBJ_lock(form), "lock");
+            prepared(ZOLP_FORM_set_value(form, "note", "text"), "value");
+            prepared(OBJ_save(form), "save");
+            prepared(OBJ_refresh(form, 0), "unlock");
+            return form;
+          },
+          "note", 80));
+  cases.add("ZOLP_FORM_set_value", "", "good 0; aborts OBJ_UIF_set_value").call([](Run& run) {
     const tag form = make_form(numbered("set", run));
     prepared(OBJ_lock(form), "lock");
     run.call(ZOLP_FORM_set_value, form, "note", "text");
@@ -399,27 +308,16 @@ void describe_form(Run& run) {
 
 void add_form_description(Cases& cases) {
   // A field that cannot be read leaves its guarded call's frame open, and is empty. The form has
-  // none of the fields.
-  constexpr int fields = 13;
-  std::vector<Step> steps;
-  for (int i = 1; i < fields; ++i) {
-    steps.push_back(ignores("OBJ_UIF_get_value", "FreigabeInfo|13|values").open(fields));
+  // none of the fields. The allocations are the type's name, four arrays and 26 names; then for
+  // each field the text of the error, without which it goes on, and the value.
+  const std::string whole = " STORE_unknown_attribute +13: FreigabeInfo|13|values;";
+  std::string promises =
+      "good" + whole + R"(ignores +13 OBJ_UIF_get_value x12: FreigabeInfo|13|values;
+    passes +13 OBJ_UIF_get_value: FreigabeInfo|13|values; exhausted 1 x31: null|0|null;)";
+  for (int i = 1; i <= 13; ++i) {
+    promises += "exhausted" + whole + "exhausted 1 +" + std::to_string(i) + ": null|0|null;";
   }
-  steps.push_back(passes("OBJ_UIF_get_value", "FreigabeInfo|13|values").open(fields));
-  // The type's name, four arrays and 26 names; then for each field the text of the error, without
-  // which it goes on, and the value.
-  constexpr int allocations = 1 + 4 + 2 * fields;
-  const Outcome good = {STORE_unknown_attribute, "FreigabeInfo|13|values", fields};
-  std::vector<Outcome> outcomes(allocations, exhausted(1, "null|0|null"));
-  for (int i = 1; i <= fields; ++i) {
-    outcomes.push_back(good);
-    outcomes.push_back(exhausted(1, "null|0|null", i));
-  }
-  cases.add("ZOLP_FORM_describe", "a form without the fields")
-      .good(good)
-      .steps(steps)
-      .allocations(outcomes)
-      .call(describe_form);
+  cases.add("ZOLP_FORM_describe", "a form without the fields", promises).call(describe_form);
 }
 
 }  // namespace
@@ -428,12 +326,17 @@ void add_dataset_cases(Cases& cases) {
   add_creation(cases);
   add_references(cases);
   add_text_import(cases);
-  add_described_import(cases);
-  add_image_export(cases);
-  add_dataset_copy(cases);
+  add_described_import(cases, "ZOLP_fct_import_text_dataset_desc",
+                       [](tag holder, const char* name, const char* file) {
+                         return ZOLP_fct_import_text_dataset_desc(holder, name, "described", file,
+                                                                  "note");
+                       });
+  add_described_import(cases, "ZOLP_fct_import_text_dataset",
+                       [](tag holder, const char* name, const char* file) {
+                         return ZOLP_fct_import_text_dataset(holder, name, file, "note");
+                       });
+  add_exports_and_copies(cases);
   add_forms(cases);
-  add_named_forms(cases);
-  add_form_values(cases);
   add_form_description(cases);
 }
 

@@ -1,13 +1,14 @@
 // Release lists, clone log, clone batch and clone entries.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 
 #include "ork/file.h"
 #include "ork_host.h"
+#include "support/release_list.h"
 #include "sweep.h"
-#include "tools/assembly_tree.h"
 #include "zolp_orktool.h"
 
 namespace sweep {
@@ -20,33 +21,27 @@ std::string file(const char* name, const std::string& text) {
   return path(name);
 }
 
-void set_preference(const char* name, const std::string& value) {
-  const char* text = value.c_str();
-  prepared(ork_host_set_preference(name, 1, &text), name);
-}
-
 void set_templates() {
-  set_preference("Header", file("header.txt", "top %%INPUTASSY_ID%%\n"));
-  set_preference("VPD_clone_itemtemplate", file("clone.txt", "clone %%ITEM_ID%%\n"));
-  set_preference("VPD_retain_itemtemplate", file("retain.txt", "retain %%ITEM_ID%%\n"));
-  set_preference("VPD_clone_datasettemplate", file("clone_d.txt", "clone %%DATASET_NAME%%\n"));
-  set_preference("VPD_retain_datasettemplate", file("retain_d.txt", "retain %%QNPARTNAME%%\n"));
-  set_preference("ZOLP_qnversion", "v16");
-  set_preference("ZOLP_qnclone_prg", "clone_program");
-  set_preference("ZOLP_clonelogfile", "clone.log");
-  set_preference("ZOLP_precloneactionfile", file("pre.txt", "before\n"));
-  set_preference("ZOLP_postcloneactionsfile", file("post.txt", "after\n"));
+  const std::pair<const char*, std::string> preferences[] = {
+      {"Header", file("header.txt", "top %%INPUTASSY_ID%%\n")},
+      {"VPD_clone_itemtemplate", file("clone.txt", "clone %%ITEM_ID%%\n")},
+      {"VPD_retain_itemtemplate", file("retain.txt", "retain %%ITEM_ID%%\n")},
+      {"VPD_clone_datasettemplate", file("clone_d.txt", "clone %%DATASET_NAME%%\n")},
+      {"VPD_retain_datasettemplate", file("retain_d.txt", "retain %%QNPARTNAME%%\n")},
+      {"ZOLP_qnversion", "v16"},
+      {"ZOLP_qnclone_prg", "clone_program"},
+      {"ZOLP_clonelogfile", "clone.log"},
+      {"ZOLP_precloneactionfile", file("pre.txt", "before\n")},
+      {"ZOLP_postcloneactionsfile", file("post.txt", "after\n")}};
+  for (const auto& [name, value] : preferences) {
+    const char* text = value.c_str();
+    prepared(ork_host_set_preference(name, 1, &text), name);
+  }
 }
 
-/** An item line in the columns of the clone log. */
-std::string item_line(const char* level, const char* id, const char* status = "") {
-  char line[400];
-  std::snprintf(line, sizeof line,
-                "%-6.6s;%-32.32s;%-32.32s;%-32.32s;%-32.32s;%-32.32s;%-32.32s;%-32.32s;%-32.32s;"
-                "%-32.32s\n",
-                level, (std::string(id) + "/A").c_str(), "", "", "new/B", "New", "", status, "",
-                "");
-  return line;
+/** A line in the columns of the clone log. */
+std::string item_line(const char* level, const std::string& id, const char* status = "") {
+  return test::row(level, id + "/A", "", "", "new/B", "New", status);
 }
 
 std::string list_of_two() {
@@ -60,7 +55,7 @@ void fix_columns() {
 }
 
 void add_list_readers(Cases& cases) {
-  const auto read = [](Run& run) {
+  cases.add("ZOLP_read_itemrevlist", "", R"(good 0: 1|100\n|     1|1)").call([](Run& run) {
     const std::string list = file("items.txt", "     1100\n");
     int count = untouched_number;
     char** ids = nullptr;
@@ -76,8 +71,7 @@ void add_list_readers(Cases& cases) {
     std::free(ids);
     std::free(levels);
     std::free(counts);
-  };
-  cases.add("ZOLP_read_itemrevlist", "").good({0, "1|100\n|     1|1"}).call(read);
+  });
   const auto copy = [](auto function) {
     return [function](Run& run) {
       const std::string list = list_of_two();
@@ -86,22 +80,20 @@ void add_list_readers(Cases& cases) {
       run.out(contents(copied) == contents(list) ? "same" : "different");
     };
   };
-  cases.add("ZOLP_clean_list", "").good({0, "same"}).call(copy(ZOLP_clean_list));
-  cases.add("ZOLP_remove_doubles_from_list", "")
-      .good({0, "same"})
+  cases.add("ZOLP_clean_list", "", "good 0: same").call(copy(ZOLP_clean_list));
+  cases.add("ZOLP_remove_doubles_from_list", "", "good 0: same")
       .call(copy(ZOLP_remove_doubles_from_list))
       .prepare(fix_columns);
-  cases.add("ZOLP_scan_usage", "")
-      .good({0, "same"})
+  cases.add("ZOLP_scan_usage", "", "good 0: same")
       .call(copy([](const char* list, const char* copied) {
         return ZOLP_scan_usage(list, copied, 0, nullptr);
       }));
 }
 
 void add_tree_readers(Cases& cases) {
-  cases.add("ZOLP_read_assylist", "")
-      .good({0, "part"})
-      .steps({aborts("PREF_initialize", "null"), aborts("PREF_get_char_value", "null")})
+  cases
+      .add("ZOLP_read_assylist", "", R"(good 0: part;
+        aborts PREF_initialize PREF_get_char_value: null)")
       .call([](Run& run) {
         const std::string list = path("list.txt");
         assy_entry* last = nullptr;
@@ -112,21 +104,15 @@ void add_tree_readers(Cases& cases) {
         }
       })
       .prepare(fix_columns);
-  cases.add("read_item_basic_data", "")
-      .good({0, "top|new"})
+  cases.add("read_item_basic_data", "", "good 0: top|new")
       .call([](Run& run) {
         const std::string line = item_line("1", "top");
-        char id[129];
-        char revision[129];
-        char new_id[129];
-        char new_revision[129];
+        char id[129], revision[129], new_id[129], new_revision[129];
         run.call(read_item_basic_data, line.c_str(), "/", id, revision, new_id, new_revision);
         run.out(id).out(new_id);
       })
       .prepare(fix_columns);
-  cases.add("read_dataset_basic_data", "")
-      .good({0, "QNPART"})
-      .makes_do("none")
+  cases.add("read_dataset_basic_data", "", "good 0: QNPART; makes_do: none")
       .call([](Run& run) {
         const std::string line = item_line("", "");
         assy_entry item{};
@@ -139,11 +125,9 @@ void add_tree_readers(Cases& cases) {
 }
 
 void add_clone_log(Cases& cases) {
-  const auto ends = [](const char* operation) { return aborts(operation, "none"); };
-  cases.add("ZOLP_create_clonelogheader", "")
-      .good({0, "top top\n"})
-      .steps({ends("PREF_initialize"), ends("PREF_get_char_value"), ends("PREF_get_char_value"),
-              ends("PREF_get_char_value"), ends("STORE_get_user_id")})
+  cases
+      .add("ZOLP_create_clonelogheader", "", R"(good 0: top top\n;
+        aborts PREF_initialize PREF_get_char_value x3 STORE_get_user_id: none)")
       .call([](Run& run) {
         const std::string list = list_of_two();
         const std::string log = path("clone.log");
@@ -153,12 +137,11 @@ void add_clone_log(Cases& cases) {
       })
       .prepare(set_templates);
   // A relation type that cannot be found stands for all of them.
-  cases.add("ZOLP_write_info_about_relation", "two related objects")
-      .good({0, "2"})
-      .steps({ignores("REL_find_relation_type", "2"),
-              passes("REL_list_secondary_objects_only", "0"),
-              passes("WSO_get_object_id_string", "0"), passes("FILE_write_file_line", "0"),
-              passes("WSO_get_object_id_string", "1"), passes("FILE_write_file_line", "1")})
+  cases
+      .add("ZOLP_write_info_about_relation", "two related objects", R"(good 0: 2;
+        ignores REL_find_relation_type: 2;
+        passes REL_list_secondary_objects_only WSO_get_object_id_string FILE_write_file_line: 0;
+        passes WSO_get_object_id_string FILE_write_file_line: 1)")
       .call([](Run& run) {
         FILE_handle log = nullptr;
         prepared(FILE_create_text_file(path("info.log").c_str(), &log), "log");
@@ -177,13 +160,22 @@ assy_entry record(const char* mode) {
   return entry;
 }
 
-void add_clone_batch(Cases& cases) {
-  const Step ends = aborts("PREF_get_char_value", "none");
-  cases.add("ZOLP_write_startbat", "")
-      .good({0,
-             "before\nclone_program -pim=yes -o=CLONE -l=clone.log 1>clone.out "
-             "2>clone.log\nafter\n"})
-      .steps({ends, ends, ends, ends, ends})
+/** Writes entries into a file and shows it. */
+template <typename Write, typename... Arguments>
+auto written_by(Write write, Arguments... arguments) {
+  return [=](Run& run) {
+    std::FILE* out_file = std::fopen(path("entries.txt").c_str(), "w");
+    run.call(write, &out_file, arguments...);
+    std::fclose(out_file);
+    run.out(contents(path("entries.txt")));
+  };
+}
+
+void add_clone_entries(Cases& cases) {
+  cases
+      .add("ZOLP_write_startbat", "", R"(
+        good 0: before\nclone_program -pim=yes -o=CLONE -l=clone.log 1>clone.out 2>clone.log\nafter\n;
+        aborts PREF_get_char_value x5: none)")
       .call([](Run& run) {
         const std::string batch = path("start.bat");
         std::remove(batch.c_str());
@@ -192,62 +184,32 @@ void add_clone_batch(Cases& cases) {
         run.out(contents(batch));
       })
       .prepare(set_templates);
-}
-
-/** Writes entries into a file and shows it. */
-template <typename Write>
-auto write_entries(Write write) {
-  return [write](Run& run) {
-    std::FILE* out = std::fopen(path("entries.txt").c_str(), "w");
-    run.call(write, out);
-    std::fclose(out);
-    run.out(contents(path("entries.txt")));
+  const std::string ends = R"(\n; aborts PREF_initialize PREF_get_char_value)";
+  const auto add = [&](const char* function, const char* entry, std::function<void(Run&)> write) {
+    cases.add(function, "", std::string("good 0: ") + entry + ends)
+        .call(std::move(write))
+        .prepare(set_templates);
   };
-}
-
-void add_clone_entries(Cases& cases) {
-  const std::vector<Step> ends = {aborts("PREF_initialize"), aborts("PREF_get_char_value")};
-  cases.add("ZOLP_write_item", "")
-      .good({0, "retain 100\n"})
-      .steps(ends)
-      .call(write_entries([](std::FILE* out) {
-        return ZOLP_write_item(&out, "100", "A", "VPD_retain_itemtemplate");
-      }))
-      .prepare(set_templates);
-  cases.add("ZOLP_write_replace_and_cloneitem", "")
-      .good({0, "clone 100\n"})
-      .steps(ends)
-      .call(write_entries([](std::FILE* out) {
-        return ZOLP_write_replace_and_cloneitem(&out, "100", "A", "200", "B", "New",
-                                                "VPD_clone_itemtemplate");
-      }))
-      .prepare(set_templates);
-  cases.add("ZOLP_write_retaindataset", "")
-      .good({0, "retain part\n"})
-      .steps(ends)
-      .call(write_entries([](std::FILE* out) {
-        return ZOLP_write_retaindataset(&out, "100", "A", "relation", "part");
-      }))
-      .prepare(set_templates);
-  cases.add("ZOLP_write_clonedataset", "")
-      .good({0, "clone name\n"})
-      .steps(ends)
-      .call(write_entries([](std::FILE* out) {
-        return ZOLP_write_clonedataset(&out, "100", "A", "name", "relation", "200", "B", "New");
-      }))
-      .prepare(set_templates);
+  add("ZOLP_write_item", "retain 100",
+      written_by(ZOLP_write_item, "100", "A", "VPD_retain_itemtemplate"));
+  add("ZOLP_write_replace_and_cloneitem", "clone 100",
+      written_by(ZOLP_write_replace_and_cloneitem, "100", "A", "200", "B", "New",
+                 "VPD_clone_itemtemplate"));
+  add("ZOLP_write_retaindataset", "retain part",
+      written_by(ZOLP_write_retaindataset, "100", "A", "relation", "part"));
+  add("ZOLP_write_clonedataset", "clone name",
+      written_by(ZOLP_write_clonedataset, "100", "A", "name", "relation", "200", "B", "New"));
   // A record with a child: what was written before a failure stands.
-  cases.add("ZOLP_write_assylist", "a record and its child")
-      .good({0, "clone CLONE\nretain RETAIN\n"})
-      .steps({aborts("PREF_initialize"), aborts("PREF_get_char_value"),
-              aborts("PREF_initialize", "clone CLONE\n"),
-              aborts("PREF_get_char_value", "clone CLONE\n")})
-      .call(write_entries([](std::FILE* out) {
+  cases
+      .add("ZOLP_write_assylist", "a record and its child", R"(
+        good 0: clone CLONE\nretain RETAIN\n; aborts PREF_initialize PREF_get_char_value;
+        aborts PREF_initialize PREF_get_char_value: clone CLONE\n)")
+      .call(written_by([](std::FILE** out_file) {
         assy_entry top = record("CLONE");
         assy_entry child = record("RETAIN");
         top.child = &child;
         child.parent = &top;
-        return ZOLP_write_assylist(out, &top);
+        return ZOLP_write_assylist(*out_file, &top);
       }))
       .prepare(set_templates);
 }
@@ -258,7 +220,6 @@ void add_list_cases(Cases& cases) {
   add_list_readers(cases);
   add_tree_readers(cases);
   add_clone_log(cases);
-  add_clone_batch(cases);
   add_clone_entries(cases);
 }
 

@@ -12,50 +12,33 @@ namespace sweep {
 
 namespace {
 
-auto list_related(const char* name, const char* relation, logical reverse) {
-  return [=](Run& run) {
-    int count = untouched_number;
-    tag* list = untouched<tag>();
-    run.call(ZOLP_GetAttachedObjs, object(name), relation, &count, &list, reverse);
-    run.out(count).out_tags(count, list);
-    MEM_free(list == untouched<tag>() ? nullptr : list);
-  };
-}
-
-auto find_first_related(const char* name, logical reverse) {
-  return [=](Run& run) {
-    tag first = untouched_tag;
-    run.call(ZOLP_GetFirstAttachedObj, object(name), "Documents", &first, reverse);
-    run.out_tag(first);
-  };
-}
-
 void add_relations(Cases& cases) {
-  const Step unknown_type = aborts("REL_find_relation_type", "99|untouched");
-  cases.add("ZOLP_GetAttachedObjs", "attached objects")
-      .good({0, "2|100/C 100/A"})
-      .steps({unknown_type, passes("REL_list_secondary_objects_only", "0|null")})
-      .call(list_related("100/B", "Documents", 0));
-  cases.add("ZOLP_GetAttachedObjs", "attached objects of any type")
-      .good({0, "2|100/C 100/A"})
-      .steps({passes("REL_list_secondary_objects_only", "0|null")})
-      .call(list_related("100/B", "", 0));
-  cases.add("ZOLP_GetAttachedObjs", "objects that it is attached to")
-      .good({0, "1|100/B"})
-      .steps({unknown_type, passes("REL_list_primary_objects", "0|null")})
-      .allocations({exhausted(1, "0|null")})
-      .call(list_related("100/A", "Documents", 1));
-  cases.add("ZOLP_GetFirstAttachedObj", "attached objects")
-      .good({0, "100/C"})
-      .steps({passes("REL_find_relation_type", "0").open(1),
-              passes("REL_list_secondary_objects_only", "0")})
-      .call(find_first_related("100/B", 0));
-  cases.add("ZOLP_GetFirstAttachedObj", "objects that it is attached to")
-      .good({0, "100/B"})
-      .steps(
-          {passes("REL_find_relation_type", "0").open(1), passes("REL_list_primary_objects", "0")})
-      .allocations({exhausted(1, "0")})
-      .call(find_first_related("100/A", 1));
+  const auto related = [](const char* name, const char* relation, logical reverse) {
+    return outputs_of(ZOLP_GetAttachedObjs, object(name), relation, out, out, reverse);
+  };
+  const std::string unknown_type = "; aborts REL_find_relation_type: 99|untouched;";
+  cases
+      .add(
+          "ZOLP_GetAttachedObjs", "attached objects",
+          "good 0: 2|100/C 100/A" + unknown_type + "passes REL_list_secondary_objects_only: 0|null")
+      .call(related("100/B", "Documents", 0));
+  cases
+      .add("ZOLP_GetAttachedObjs", "attached objects of any type",
+           "good 0: 2|100/C 100/A; passes REL_list_secondary_objects_only: 0|null")
+      .call(related("100/B", "", 0));
+  cases
+      .add("ZOLP_GetAttachedObjs", "objects that it is attached to",
+           "good 0: 1|100/B" + unknown_type +
+               "passes REL_list_primary_objects: 0|null; exhausted 1: 0|null")
+      .call(related("100/A", "Documents", 1));
+  cases
+      .add("ZOLP_GetFirstAttachedObj", "attached objects", R"(good 0: 100/C;
+        passes +1 REL_find_relation_type: 0; passes REL_list_secondary_objects_only: 0)")
+      .call(outputs_of(ZOLP_GetFirstAttachedObj, object("100/B"), "Documents", out, logical{0}));
+  cases
+      .add("ZOLP_GetFirstAttachedObj", "objects that it is attached to", R"(good 0: 100/B;
+        passes +1 REL_find_relation_type: 0; passes REL_list_primary_objects: 0; exhausted 1: 0)")
+      .call(outputs_of(ZOLP_GetFirstAttachedObj, object("100/A"), "Documents", out, logical{1}));
 }
 
 tag class_named(const char* name) {
@@ -88,10 +71,9 @@ auto list_attributes(int capacity) {
     int left = count;
     int classes = 0;
     for (const char* name : {"ItemRevision", "WorkspaceObject", "Object"}) {
-      left -= left > 0 ? attributes_of(name) : 0;
-      classes += left >= 0 && count > 0 ? 1 : 0;
-      if (left == 0) {
-        break;
+      if (left > 0) {
+        left -= attributes_of(name);
+        classes += left >= 0 ? 1 : 0;
       }
     }
     run.out(classes).out(left == 0 ? "whole" : "in parts");
@@ -100,55 +82,33 @@ auto list_attributes(int capacity) {
   };
 }
 
-void add_attributes(Cases& cases) {
-  const auto ends = [](const char* operation, const char* collected) {
-    return answers(operation, 0, collected);
-  };
-  cases.add("ListAllClassAttributes", "into an array of its own")
-      .good({0, "3|whole|100"})
-      .steps({ends("STORE_describe_class", "0|whole|100"),
-              ends("STORE_superclasses_of_class", "1|whole|100"),
-              ends("STORE_describe_class", "1|whole|100"),
-              ends("STORE_superclasses_of_class", "2|whole|100"),
-              ends("STORE_describe_class", "2|whole|100"),
-              ends("STORE_superclasses_of_class", "3|whole|100")})
-      .allocations(  // Without the first room, there is another try with as much as is needed.
-          {exhausted(0, "3|whole|as needed")})
-      .call(list_attributes(0));
-  cases.add("ListAllClassAttributes", "into a caller's array that must grow")
-      .good({0, "3|whole|as needed"})
-      .steps({ends("STORE_describe_class", "0|whole|1"),
-              ends("STORE_superclasses_of_class", "1|whole|as needed"),
-              ends("STORE_describe_class", "1|whole|as needed"),
-              ends("STORE_superclasses_of_class", "2|whole|as needed"),
-              ends("STORE_describe_class", "2|whole|as needed"),
-              ends("STORE_superclasses_of_class", "3|whole|as needed")})
-      .allocations({exhausted(0, "0|whole|1"), exhausted(0, "1|whole|as needed"),
-                    exhausted(0, "2|whole|as needed")})
-      .call(list_attributes(1));
-}
-
-void add_file_names(Cases& cases) {
-  cases.add("ZOLP_buildFileName", "")
-      .good({0, "p\\100_B_14032013090507_1234.txt"})
-      .steps({// Without the item its id cannot be asked for, which fails by itself.
-              ignores("ITEM_get_item_of_rev", "p\\_B_14032013090507_1234.txt"),
-              ignores("ITEM_get_id", "p\\_B_14032013090507_1234.txt"),
-              ignores("ITEM_get_rev_id", "p\\100__14032013090507_1234.txt")})
-      .call([](Run& run) {
-        char name[ZOLP_FILE_NAME_SIZE] = "x";
-        run.call(ZOLP_buildFileName, object("100/B"), "p", name, "txt");
-        run.out(name);
-      })
-      .prepare([] { static const test::FixedTime fixed_time; });
-}
-
 }  // namespace
 
 void add_relation_cases(Cases& cases) {
   add_relations(cases);
-  add_attributes(cases);
-  add_file_names(cases);
+  // Without the first room, there is another try with as much as is needed.
+  cases
+      .add("ListAllClassAttributes", "into an array of its own", R"(good 0: 3|whole|100;
+        answers 0 STORE_describe_class: 0|whole|100;
+        answers 0 STORE_superclasses_of_class STORE_describe_class: 1|whole|100;
+        answers 0 STORE_superclasses_of_class STORE_describe_class: 2|whole|100;
+        answers 0 STORE_superclasses_of_class: 3|whole|100; exhausted 0: 3|whole|as needed)")
+      .call(list_attributes(0));
+  cases
+      .add("ListAllClassAttributes", "into a caller's array that must grow", R"(
+        good 0: 3|whole|as needed; answers 0 STORE_describe_class: 0|whole|1;
+        answers 0 STORE_superclasses_of_class STORE_describe_class: 1|whole|as needed;
+        answers 0 STORE_superclasses_of_class STORE_describe_class: 2|whole|as needed;
+        answers 0 STORE_superclasses_of_class: 3|whole|as needed;
+        exhausted 0: 0|whole|1; exhausted 0: 1|whole|as needed; exhausted 0: 2|whole|as needed)")
+      .call(list_attributes(1));
+  // Without the item its id cannot be asked for, which fails by itself.
+  cases
+      .add("ZOLP_buildFileName", "", R"(good 0: p\100_B_14032013090507_1234.txt;
+        ignores ITEM_get_item_of_rev ITEM_get_id: p\_B_14032013090507_1234.txt;
+        ignores ITEM_get_rev_id: p\100__14032013090507_1234.txt)")
+      .call(outputs_of(ZOLP_buildFileName, object("100/B"), "p", out, "txt"))
+      .prepare([] { static const test::FixedTime fixed_time; });
 }
 
 }  // namespace sweep

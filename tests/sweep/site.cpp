@@ -19,7 +19,7 @@ namespace sweep {
 namespace {
 
 constexpr const char* seed = R"({
-  "site": {"id": 1, "name": "Sweep", "automatic_login": "batch"},
+  "site": {"password_cost": 1, "id": 1, "name": "Sweep", "automatic_login": "batch"},
   "sites": [{"id": 2, "name": "Elsewhere"}],
   "groups": [{"name": "engineering"}, {"name": "quality"}],
   "roles": [{"name": "designer"}, {"name": "administrator"}],

@@ -36,55 +36,43 @@ tag occurrence() {
   });
 }
 
-tag view_type() {
-  tag type = NULLTAG;
-  prepared(STRUCT_find_view_type("view", &type), "view type");
-  return type;
-}
-
-tag rule() {
-  tag found = NULLTAG;
-  prepared(CONFIG_find("Released", &found), "rule");
-  return found;
-}
-
 // ------------------------------------------------------------------ view types and occurrences
 
-/** The test of a view revision's class: one that fails says no. */
-std::vector<Step> view_steps() {
-  const std::vector<std::string> rest = {"STRUCT_get_bom_view_of_bvr", "STRUCT_get_bom_view_type"};
-  return {ignores("STORE_class_id_of_class", "1").calls(rest),
-          ignores("STORE_class_of_instance", "1").calls(rest), ignores("STORE_is_descendant", "1"),
-          passes("STRUCT_get_bom_view_of_bvr", "0"), passes("STRUCT_get_bom_view_type", "0")};
-}
+const std::string class_test =
+    "STORE_class_id_of_class STORE_class_of_instance STORE_is_descendant ";
 
 void add_view_types(Cases& cases) {
-  cases.add("ZOLP_IsViewOfType(unsigned int, unsigned int, bool*)", "")
-      .good({0, "1"})
-      .steps(view_steps())
-      .call([](Run& run) {
-        const tag view = view_revision();
-        const tag type = view_type();
-        bool verdict = false;
-        run.call([&] { return ZOLP_IsViewOfType(view, type, &verdict); });
-        run.out(verdict ? 1 : 0);
-      });
-  cases.add("ZOLP_IsViewOfType(unsigned int, char const*, bool*)", "")
-      .good({0, "1"})
-      .steps(joined({aborts("STRUCT_find_view_type", "0")}, view_steps()))
-      .call([](Run& run) {
-        const tag view = view_revision();
-        bool verdict = false;
-        run.call([&] { return ZOLP_IsViewOfType(view, "view", &verdict); });
-        run.out(verdict ? 1 : 0);
-      });
+  // A test of a view revision's class that fails says no.
+  const std::string steps = R"(ignores STORE_class_id_of_class STORE_class_of_instance
+      then STRUCT_get_bom_view_of_bvr STRUCT_get_bom_view_type: 1; ignores STORE_is_descendant: 1;
+    passes STRUCT_get_bom_view_of_bvr STRUCT_get_bom_view_type: 0)";
+  const auto ask_with = [](auto type_of_run) {
+    return [type_of_run](Run& run) {
+      const tag view = view_revision();
+      const auto type = type_of_run();
+      bool verdict = false;
+      run.call([&] { return ZOLP_IsViewOfType(view, type, &verdict); });
+      run.out(verdict ? 1 : 0);
+    };
+  };
+  cases.add("ZOLP_IsViewOfType(unsigned int, unsigned int, bool*)", "", "good 0: 1;" + steps)
+      .call(ask_with([] {
+        tag type = NULLTAG;
+        prepared(STRUCT_find_view_type("view", &type), "view type");
+        return type;
+      }));
+  cases
+      .add("ZOLP_IsViewOfType(unsigned int, char const*, bool*)", "",
+           "good 0: 1; aborts STRUCT_find_view_type: 0;" + steps)
+      .call(ask_with([] { return "view"; }));
 }
 
 /** What a call makes of an item that stands for a child. */
 template <typename Ask>
 auto ask_child(Ask ask) {
   return [ask](Run& run) {
-    const tag released = rule();
+    tag released = NULLTAG;
+    prepared(CONFIG_find("Released", &released), "rule");
     tag item = untouched_tag;
     tag revision = untouched_tag;
     char* type_name = untouched<char>();
@@ -94,35 +82,20 @@ auto ask_child(Ask ask) {
   };
 }
 
-const std::vector<std::string> class_test = {"STORE_class_id_of_class", "STORE_class_of_instance",
-                                             "STORE_is_descendant"};
-
-/** An item for which a rule gives the revision. */
-std::vector<Step> configured_steps() {
-  const char* good = "S1|S1/A|Item";
-  const char* neither = "untouched|untouched|Item";
-  const std::vector<std::string> rest =
-      joined(class_test, {"WSO_get_object_type", "CONFIG_item_get_configured"});
-  return {ignores("STORE_class_id_of_class", good).calls(rest),
-          ignores("STORE_class_of_instance", good).calls(rest),
-          ignores("STORE_is_descendant", good),
-          answers("STORE_class_id_of_class", 2010, neither).calls({"WSO_get_object_type"}),
-          answers("STORE_class_of_instance", 2010, neither).calls({"WSO_get_object_type"}),
-          answers("STORE_is_descendant", 2010, neither).calls({"WSO_get_object_type"}),
-          ignores("WSO_get_object_type", "S1|S1/A|"),
-          passes("CONFIG_item_get_configured", "S1|0|Item")};
-}
-
 void add_children(Cases& cases) {
-  const Outcome without_type = {0, "S1|S1/A|null"};
+  // An item for which a rule gives the revision.
+  const std::string configured =
+      "ignores STORE_class_id_of_class STORE_class_of_instance then " + class_test + R"(
+        WSO_get_object_type CONFIG_item_get_configured: S1|S1/A|Item;
+      ignores STORE_is_descendant: S1|S1/A|Item; answers 2010 )" +
+      class_test + R"( then WSO_get_object_type: untouched|untouched|Item;
+      ignores WSO_get_object_type: S1|S1/A|; passes CONFIG_item_get_configured: S1|0|Item;
+      exhausted 0: S1|S1/A|null)";
   cases
       .add(
           "ZOLP_GetItemAndRevFromOccObj(unsigned int, unsigned int, unsigned int*, unsigned int*, "
           "char**)",
-          "an item")
-      .good({0, "S1|S1/A|Item"})
-      .steps(configured_steps())
-      .allocations({without_type})
+          "an item", "good 0: S1|S1/A|Item;" + configured)
       .call(ask_child([](tag released, tag* item, tag* revision, char** type_name) {
         return ZOLP_GetItemAndRevFromOccObj(object("S1"), released, item, revision, type_name);
       }));
@@ -130,55 +103,39 @@ void add_children(Cases& cases) {
       .add(
           "ZOLP_GetItemAndRevFromOccObj(unsigned int, char const*, unsigned int*, unsigned int*, "
           "char**)",
-          "an item")
-      .good({0, "S1|S1/A|Item"})
-      .steps(joined({answers("CONFIG_find", 2010, "untouched|untouched|Item")
-                         .calls(joined(joined(class_test, class_test), {"WSO_get_object_type"}))},
-                    configured_steps()))
-      .allocations({without_type})
+          "an item",
+          "good 0: S1|S1/A|Item; answers 2010 CONFIG_find then " + class_test + class_test +
+              "WSO_get_object_type: untouched|untouched|Item;" + configured)
       .call(ask_child([](tag, tag* item, tag* revision, char** type_name) {
         return ZOLP_GetItemAndRevFromOccObj(object("S1"), "Released", item, revision, type_name);
       }));
-  const char* neither = "untouched|untouched|ItemRevision";
-  const std::vector<std::string> rest = joined(class_test, {"WSO_get_object_type"});
-  const char* good = "S1|untouched|ItemRevision";
-  const std::vector<std::string> rest_of_good = {"WSO_get_object_type", "ITEM_get_item_of_rev"};
-  cases.add("ZOLP_GetItemFromOccObj(unsigned int, unsigned int*, char**)", "a revision")
-      .good({0, good})
-      .steps({ignores("STORE_class_id_of_class", neither).calls(rest),
-              ignores("STORE_class_of_instance", neither).calls(rest),
-              ignores("STORE_is_descendant", neither).calls(rest),
-              ignores("STORE_class_id_of_class", good).calls(rest_of_good),
-              ignores("STORE_class_of_instance", good).calls(rest_of_good),
-              ignores("STORE_is_descendant", good), ignores("WSO_get_object_type", "S1|untouched|"),
-              passes("ITEM_get_item_of_rev", "0|untouched|ItemRevision")})
-      .allocations({exhausted(0, "S1|untouched|null")})
+  cases
+      .add("ZOLP_GetItemFromOccObj(unsigned int, unsigned int*, char**)", "a revision",
+           "good 0: S1|untouched|ItemRevision; ignores " + class_test + "then " + class_test + R"(
+             WSO_get_object_type: untouched|untouched|ItemRevision;
+           ignores STORE_class_id_of_class STORE_class_of_instance
+             then WSO_get_object_type ITEM_get_item_of_rev: S1|untouched|ItemRevision;
+           ignores STORE_is_descendant: S1|untouched|ItemRevision;
+           ignores WSO_get_object_type: S1|untouched|;
+           passes ITEM_get_item_of_rev: 0|untouched|ItemRevision;
+           exhausted 0: S1|untouched|null)")
       .call(ask_child([](tag, tag* item, tag*, char** type_name) {
         return ZOLP_GetItemFromOccObj(object("S1/A"), item, type_name);
       }));
 }
 
 void add_occurrences(Cases& cases) {
-  cases.add("GetSeqNo(unsigned int, unsigned int, char**)", "")
-      .good({0, "10"})
-      .steps({passes("STRUCT_get_seq_no", "null")})
-      .call([](Run& run) {
-        const tag view = view_revision();
-        const tag first = occurrence();
-        char* number = untouched<char>();
-        run.call(GetSeqNo, view, first, &number);
-        run.out(number);
-        MEM_free(number);
-      });
+  cases
+      .add("GetSeqNo(unsigned int, unsigned int, char**)", "",
+           "good 0: 10; passes STRUCT_get_seq_no: null")
+      .call(outputs_of(
+          GetSeqNo, [](Run&) { return view_revision(); }, [](Run&) { return occurrence(); }));
   cases
       .add(
           "ZOLP_GetOccNoteText(unsigned int, unsigned int, char const*, unsigned int**, int*, "
           "char**)",
-          "")
-      .good({0, "12 Nm"})
-      .steps({passes("STRUCT_list_occurrence_notes", "null"),
-              passes("STRUCT_get_note_type_name", "null"),
-              passes("STRUCT_get_occurrence_note_text", "null")})
+          "", R"(good 0: 12 Nm; passes STRUCT_list_occurrence_notes STRUCT_get_note_type_name
+             STRUCT_get_occurrence_note_text: null)")
       .call([](Run& run) {
         const tag view = view_revision();
         const tag first = occurrence();
@@ -217,25 +174,9 @@ std::string value(tag line, const char* attribute) {
   return copy;
 }
 
-template <typename Ask>
-auto ask_line_text(Ask ask) {
-  return [ask](Run& run) {
-    const tag line = child_of(top_line());
-    char* text = untouched<char>();
-    run.call(ask, line, &text);
-    run.out(text);
-    MEM_free(text);
-  };
-}
-
-template <typename Ask>
-auto ask_line_object(Ask ask) {
-  return [ask](Run& run) {
-    const tag line = child_of(top_line());
-    tag found = untouched_tag;
-    run.call(ask, line, &found);
-    run.out_tag(found);
-  };
+/** The first line below the top. */
+tag first_line(Run&) {
+  return child_of(top_line());
 }
 
 template <typename Set>
@@ -249,64 +190,39 @@ auto set_line_text(const char* attribute, Set set) {
 }
 
 void add_line_values(Cases& cases) {
-  const std::vector<Step> text = {passes("OBJ_get_value_string", "null")};
-  cases.add("ZOLP_getSequenceNo", "")
-      .good({0, "10"})
-      .steps(text)
-      .call(ask_line_text(ZOLP_getSequenceNo));
-  cases.add("ZOLP_getQuantity", "")
-      .good({0, "2"})
-      .steps(text)
-      .call(ask_line_text(ZOLP_getQuantity));
-  cases.add("ZOLP_setSequenceNo", "")
-      .good({0, "7"})
-      .steps({passes("OBJ_set_value_string", "10")})
+  const std::string text = "; passes OBJ_get_value_string: null";
+  cases.add("ZOLP_getSequenceNo", "", "good 0: 10" + text)
+      .call(outputs_of(ZOLP_getSequenceNo, first_line));
+  cases.add("ZOLP_getQuantity", "", "good 0: 2" + text)
+      .call(outputs_of(ZOLP_getQuantity, first_line));
+  cases.add("ZOLP_setSequenceNo", "", "good 0: 7; passes OBJ_set_value_string: 10")
       .call(set_line_text("bl_sequence_no", ZOLP_setSequenceNo));
-  cases.add("ZOLP_setQuantity", "")
-      .good({0, "7"})
-      .steps({passes("OBJ_set_value_string", "2")})
+  cases.add("ZOLP_setQuantity", "", "good 0: 7; passes OBJ_set_value_string: 2")
       .call(set_line_text("bl_quantity", ZOLP_setQuantity));
-  const std::vector<Step> look_up = {passes("BOMW_line_look_up_attribute", "0"),
-                                     passes("BOMW_line_get_attribute_tag", "0")};
-  cases.add("ZOLP_get_bomline_revtag", "")
-      .good({0, "S1/A"})
-      .steps(look_up)
-      .call(ask_line_object(ZOLP_get_bomline_revtag));
-  cases.add("ZOLP_get_bomline_itemtag", "")
-      .good({0, "S1"})
-      .steps(look_up)
-      .call(ask_line_object(ZOLP_get_bomline_itemtag));
-  cases.add("ZOLP_get_bomline_item_and_rev", "")
-      .good({0, "S1|A"})
-      .steps({ignores("OBJ_get_value_string", "null|A"), passes("OBJ_get_value_string", "S1|null")})
-      .call([](Run& run) {
-        const tag line = child_of(top_line());
-        char* item_id = untouched<char>();
-        char* revision_id = untouched<char>();
-        run.call(ZOLP_get_bomline_item_and_rev, line, &item_id, &revision_id);
-        run.out(item_id).out(revision_id);
-        MEM_free(item_id);
-        MEM_free(revision_id);
-      });
+  const std::string looked_up =
+      "; passes BOMW_line_look_up_attribute BOMW_line_get_attribute_tag: 0";
+  cases.add("ZOLP_get_bomline_revtag", "", "good 0: S1/A" + looked_up)
+      .call(outputs_of(ZOLP_get_bomline_revtag, first_line));
+  cases.add("ZOLP_get_bomline_itemtag", "", "good 0: S1" + looked_up)
+      .call(outputs_of(ZOLP_get_bomline_itemtag, first_line));
+  cases
+      .add("ZOLP_get_bomline_item_and_rev", "", R"(good 0: S1|A;
+        ignores OBJ_get_value_string: null|A; passes OBJ_get_value_string: S1|null)")
+      .call(outputs_of(ZOLP_get_bomline_item_and_rev, first_line));
 }
 
 // ----------------------------------------------------------------------------------------- walks
 
-constexpr const char* children = "BOMW_line_get_child_lines";
-constexpr const char* look_up = "BOMW_line_look_up_attribute";
-constexpr const char* get_tag = "BOMW_line_get_attribute_tag";
-constexpr const char* get_text = "OBJ_get_value_string";
-constexpr const char* set_text = "OBJ_set_value_string";
-
-void add_numbering(Cases& cases) {
+void add_changing_walks(Cases& cases) {
   // Failures show in the trace; a line whose revision cannot be read gets a number of its own.
-  cases.add("ZOLP_resequence_bom", "two children")
-      .good({0, "100"})
-      .steps({answers(children, 0, "10"),
-              ignores(look_up, "100").calls({set_text, look_up, get_tag, set_text}),
-              ignores(get_tag, "100"), ignores(set_text, "10"),
-              ignores(look_up, "100").calls({set_text}), ignores(get_tag, "100"),
-              ignores(set_text, "100")})
+  cases
+      .add("ZOLP_resequence_bom", "two children", R"(good 0: 100;
+        answers 0 BOMW_line_get_child_lines: 10;
+        ignores BOMW_line_look_up_attribute then OBJ_set_value_string BOMW_line_look_up_attribute
+          BOMW_line_get_attribute_tag OBJ_set_value_string: 100;
+        ignores BOMW_line_get_attribute_tag: 100; ignores OBJ_set_value_string: 10;
+        ignores BOMW_line_look_up_attribute then OBJ_set_value_string: 100;
+        ignores BOMW_line_get_attribute_tag OBJ_set_value_string: 100)")
       .call([](Run& run) {
         const tag top = top_line();
         int number = 100;
@@ -318,56 +234,24 @@ void add_numbering(Cases& cases) {
         prepared(BOMW_close_window(window), "close");
       });
   // A number that is free ends it without its exit line.
-  cases.add("ZOLP_getUnusedSeqNo", "").good({0, "30", 1}).call([](Run& run) {
+  cases.add("ZOLP_getUnusedSeqNo", "", "good 0 +1: 30").call([](Run& run) {
     tag used[] = {10, 20};
     int number = 10;
     run.call(ZOLP_getUnusedSeqNo, &number, 10, 2, used);
     run.out(number);
   });
+  // S1, below it S3; then S2.
+  cases
+      .add("ZOLP_pack_bom", "all levels", R"(good 0; passes BOMW_line_get_child_lines BOMW_line_pack
+          BOMW_line_get_child_lines x2 BOMW_line_pack BOMW_line_get_child_lines x2 BOMW_line_pack
+          BOMW_line_get_child_lines x2)")
+      .call(outputs_of(
+          ZOLP_pack_bom, [](Run&) { return top_line(); }, logical{1}));
 }
 
-void add_packing(Cases& cases) {
-  const auto ends = [](const char* operation) { return passes(operation); };
-  cases.add("ZOLP_pack_bom", "all levels")
-      .steps({ends(children), ends("BOMW_line_pack"), ends(children),
-              // below S1, and below S3
-              ends(children), ends("BOMW_line_pack"), ends(children), ends(children),
-              // S2
-              ends("BOMW_line_pack"), ends(children), ends(children)})
-      .call([](Run& run) {
-        const tag top = top_line();
-        run.call(ZOLP_pack_bom, top, logical{1});
-      });
-}
-
-void add_measures(Cases& cases) {
-  // The lines are read in the order T, S1, S3, S2.
-  cases.add("ZOLP_get_max_depth_of_ps", "")
-      .good({0, "1"})
-      .steps({ignores(children, "1").calls({}), ignores(children, "1").calls({children}),
-              ignores(children, "1"), ignores(children, "1")})
-      .call([](Run& run) {
-        const tag top = top_line();
-        int depth = 0;
-        run.call(ZOLP_get_max_depth_of_ps, top, 0, &depth);
-        run.out(depth);
-      });
-  // A failure ends the walk over the siblings, and is no failure of the line above.
-  cases.add("ZOLP_getSizeOfPS", "")
-      .good({0, "4"})
-      .steps({passes(children, "1"), answers(children, 0, "2"), ignores(children, "4"),
-              ignores(children, "4")})
-      .call([](Run& run) {
-        const tag top = top_line();
-        int size = 0;
-        run.call(ZOLP_getSizeOfPS, top, 0, nullptr, &size);
-        run.out(size);
-      });
-}
-
-/** A list that a walk appends to, shown by its length. */
+/** A walk that counts from 0, or appends to a list; shown is the number in the end. */
 template <typename Walk>
-auto collect(Walk walk) {
+auto counted(Walk walk) {
   return [walk](Run& run) {
     const tag top = top_line();
     int count = 0;
@@ -378,51 +262,63 @@ auto collect(Walk walk) {
   };
 }
 
-void add_collections(Cases& cases) {
-  cases.add("ZOLP_excludeListFromBom", "nothing left out")
-      .good({0, "3"})
-      .steps({passes(children, "0"), passes(children, "1"), passes(children, "2"),
-              passes(children, "3")})
-      .allocations({exhausted(1, "0"), exhausted(1, "1"), exhausted(1, "2")})
-      .call(collect([](tag top, int* count, tag** list) {
+void add_reading_walks(Cases& cases) {
+  // The lines are read in the order T, S1, S3, S2.
+  cases
+      .add("ZOLP_get_max_depth_of_ps", "", R"(good 0: 1; ignores BOMW_line_get_child_lines then: 1;
+        ignores BOMW_line_get_child_lines then BOMW_line_get_child_lines: 1;
+        ignores BOMW_line_get_child_lines x2: 1)")
+      .call(counted(
+          [](tag top, int* depth, tag**) { return ZOLP_get_max_depth_of_ps(top, 0, depth); }));
+  // A failure ends the walk over the siblings, and is no failure of the line above.
+  cases
+      .add("ZOLP_getSizeOfPS", "", R"(good 0: 4; passes BOMW_line_get_child_lines: 1;
+        answers 0 BOMW_line_get_child_lines: 2; ignores BOMW_line_get_child_lines x2: 4)")
+      .call(counted(
+          [](tag top, int* size, tag**) { return ZOLP_getSizeOfPS(top, 0, nullptr, size); }));
+  const std::string each_exhausted = "; exhausted 1: 0; exhausted 1: 1; exhausted 1: 2";
+  cases
+      .add("ZOLP_excludeListFromBom", "nothing left out",
+           R"(good 0: 3; passes BOMW_line_get_child_lines: 0; passes BOMW_line_get_child_lines: 1;
+             passes BOMW_line_get_child_lines: 2; passes BOMW_line_get_child_lines: 3)" +
+               each_exhausted)
+      .call(counted([](tag top, int* count, tag** list) {
         return ZOLP_excludeListFromBom(top, nullptr, 0, 0, nullptr, count, list);
       }));
-  cases.add("ZOLP_getSeqNoListOfBom", "")
-      .good({0, "3"})
-      .steps({passes(children, "0"), passes(get_text, "0"), passes(children, "1"),
-              passes(get_text, "1"), passes(children, "2"), passes(get_text, "2"),
-              passes(children, "3")})
-      .allocations({exhausted(1, "0"), exhausted(1, "1"), exhausted(1, "2")})
-      .call(collect([](tag top, int* count, tag** list) {
+  cases
+      .add("ZOLP_getSeqNoListOfBom", "",
+           R"(good 0: 3; passes BOMW_line_get_child_lines OBJ_get_value_string: 0;
+             passes BOMW_line_get_child_lines OBJ_get_value_string: 1;
+             passes BOMW_line_get_child_lines OBJ_get_value_string: 2;
+             passes BOMW_line_get_child_lines: 3)" +
+               each_exhausted)
+      .call(counted([](tag top, int* count, tag** list) {
         return ZOLP_getSeqNoListOfBom(top, 0, nullptr, count, list);
       }));
-  // T once for each of its children, S1 for its child.
-  cases.add("ZOLP_exportObjectsFromBom", "items")
-      .good({0, "2"})
-      .steps({aborts(children, "0"), passes(look_up, "0"), passes(get_tag, "0"),
-              ignores("STORE_is_tag_valid", "2"),
-              // S1 and S3: a failure there is none of T's, but T's other children are left out
-              answers(children, 0, "1").open(1), answers(look_up, 0, "1"), answers(get_tag, 0, "1"),
-              ignores("STORE_is_tag_valid", "1"), ignores(children, "2").open(1),
-              // T for S2
-              passes(look_up, "2"), passes(get_tag, "2"), ignores("STORE_is_tag_valid", "2"),
-              ignores(children, "2").open(1)})
-      .allocations({exhausted(0, "1"), exhausted(0, "1")})
-      .call(collect([](tag top, int* count, tag** list) {
+  // T once for each of its children, S1 for its child. A failure at S1 and S3 is none of T's, but
+  // T's other children are left out.
+  cases
+      .add("ZOLP_exportObjectsFromBom", "items", R"(good 0: 2; aborts BOMW_line_get_child_lines: 0;
+        passes BOMW_line_look_up_attribute BOMW_line_get_attribute_tag: 0;
+        ignores STORE_is_tag_valid: 2; answers 0 +1 BOMW_line_get_child_lines: 1;
+        answers 0 BOMW_line_look_up_attribute BOMW_line_get_attribute_tag: 1;
+        ignores STORE_is_tag_valid: 1; ignores +1 BOMW_line_get_child_lines: 2;
+        passes BOMW_line_look_up_attribute BOMW_line_get_attribute_tag: 2;
+        ignores STORE_is_tag_valid: 2; ignores +1 BOMW_line_get_child_lines: 2;
+        exhausted 0 x2: 1)")
+      .call(counted([](tag top, int* count, tag** list) {
         return ZOLP_exportObjectsFromBom(top, "Item", nullptr, 0, count, list);
       }));
-}
-
-void add_search(Cases& cases) {
-  // Without one of the two revisions they differ, and the child is looked into.
-  const std::vector<std::string> below = {look_up, get_tag, children};
-  // One that is found ends the walk without its exit line.
-  cases.add("ZOLP_existObjectInBom", "a child")
-      .good({0, "1", 1})
-      .steps({answers(look_up, 0, "0").calls(joined({children, look_up, get_tag}, below)),
-              answers(get_tag, 0, "0").calls(joined({children, look_up, get_tag}, below)),
-              answers(children, 0, "0"), answers(look_up, 0, "0").calls(below),
-              answers(get_tag, 0, "0").calls(below)})
+  // Without one of the two revisions they differ, and the child is looked into. One that is found
+  // ends the walk without its exit line.
+  const std::string below =
+      "BOMW_line_look_up_attribute BOMW_line_get_attribute_tag BOMW_line_get_child_lines: 0;";
+  const std::string look_up = "BOMW_line_look_up_attribute BOMW_line_get_attribute_tag then ";
+  cases
+      .add("ZOLP_existObjectInBom", "a child",
+           "good 0 +1: 1; answers 0 " + look_up + "BOMW_line_get_child_lines " +
+               "BOMW_line_look_up_attribute BOMW_line_get_attribute_tag " + below +
+               "answers 0 BOMW_line_get_child_lines: 0; answers 0 " + look_up + below)
       .call([](Run& run) {
         const tag line = child_of(top_line());
         const tag below_line = child_of(line);
@@ -439,11 +335,8 @@ void add_structure_cases(Cases& cases) {
   add_children(cases);
   add_occurrences(cases);
   add_line_values(cases);
-  add_numbering(cases);
-  add_packing(cases);
-  add_measures(cases);
-  add_collections(cases);
-  add_search(cases);
+  add_changing_walks(cases);
+  add_reading_walks(cases);
 }
 
 }  // namespace sweep

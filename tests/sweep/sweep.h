@@ -3,21 +3,44 @@
  * The fault sweep: what each exported function promises for the failure of each platform call that
  * it makes and of each allocation, as tables that `sweep.cpp` tries out one fault at a time.
  *
- * A case is one prepared good call. Its steps are the platform calls that the function makes, in
- * their order, each with what its failure leads to. Its allocations are those that the library
- * makes itself; one that fails inside a platform call fails that call.
+ * A case is one prepared good call. Its promises stand in a text: groups that end with a semicolon,
+ * each a word for what is promised, what it is promised for, and behind a colon the outputs.
+ *
+ *     good 0: 2|100/C 100/A;                      the good call: its status and its outputs
+ *     passes OBJ_load OBJ_save: 0|null;           platform calls, in the order of the good call
+ *     exhausted 1 x2: 0|null;                     allocations of the library's own, in their order
+ *     makes_do: none                              see `Case::made_do_outputs`
+ *
+ * The words for a failed platform call:
+ *
+ *     passes       the function ends and returns the failed call's status; its frame is closed
+ *     aborts       the same with its frame left open, as after each guarded call
+ *     answers N    the function ends and returns a status of its own
+ *     ignores      the function goes on and returns what it returns anyway
+ *
+ * Among the operations of a group may stand `+N` (levels of indentation that stay open), `keeps N`
+ * (blocks that nobody has freed), `locked` (objects are locked that were not before), `xN` (the
+ * operation before it, N times), `unwrapped` (the failure is no error line of the trace),
+ * `unrecorded` (the journal does not have the call), `goes_on` (the calls after it are those of the
+ * good call, as for `ignores`), and at the end `then` and the calls that are made instead. In
+ * outputs, `\\n` is a line feed. An allocation that fails inside a platform call fails that call.
  */
 #pragma once
 
+#include <array>
 #include <deque>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "ork/date.h"
+#include "ork/mem.h"
 #include "ork/ork.h"
 
 namespace sweep {
@@ -51,52 +74,7 @@ struct Step {
   std::vector<std::string> calls_after;
   bool is_wrapped = true;  /**< the failure is written to the trace as an error */
   bool is_recorded = true; /**< the journal has the call; operations on errors are not recorded */
-
-  Step& open(int levels) {
-    outcome.open_levels = levels;
-    return *this;
-  }
-  Step& keeps(int blocks) {
-    outcome.kept_blocks = blocks;
-    return *this;
-  }
-  Step& locks() {
-    outcome.holds_locks = true;
-    return *this;
-  }
-  Step& goes_on() {
-    then = Then::goes_on;
-    return *this;
-  }
-  Step& calls(std::vector<std::string> operations) {
-    then = Then::differs;
-    calls_after = std::move(operations);
-    return *this;
-  }
-  Step& unwrapped() {
-    is_wrapped = false;
-    return *this;
-  }
-  Step& unrecorded() {
-    is_recorded = false;
-    return *this;
-  }
 };
-
-/** The function ends and returns the failed call's status; its frame is closed. */
-Step passes(const char* operation, const char* outputs = "");
-
-/** The same with its frame left open, as after each guarded call. */
-Step aborts(const char* operation, const char* outputs = "");
-
-/** The function ends and returns a status of its own. */
-Step answers(const char* operation, int status, const char* outputs = "");
-
-/** The function goes on and returns what it returns anyway. */
-Step ignores(const char* operation, const char* outputs = "");
-
-/** What an allocation of the library's own leads to when it fails. */
-Outcome exhausted(int status, const char* outputs = "", int open_levels = 0);
 
 /** One run of a case: what its call fills in. */
 class Run {
@@ -151,28 +129,9 @@ class Run {
 /** A prepared good call. */
 class Case {
  public:
-  Case(const char* name, const char* which) : function(name), what(which) {}
+  /** @param promises see the top of this file */
+  Case(const char* name, const char* which, const std::string& promises);
 
-  Case& good(Outcome outcome) {
-    good_outcome = std::move(outcome);
-    return *this;
-  }
-  Case& steps(std::vector<Step> in_their_order) {
-    all_steps = std::move(in_their_order);
-    return *this;
-  }
-
-  /** What the failures of the library's own allocations lead to, in their order. */
-  Case& allocations(std::vector<Outcome> outcomes) {
-    own_allocations = std::move(outcomes);
-    return *this;
-  }
-
-  /** What the call leaves where it makes do without memory of the C heap, with a good status. */
-  Case& makes_do(const char* outputs) {
-    made_do_outputs = outputs;
-    return *this;
-  }
   Case& call(std::function<void(Run&)> tested) {
     make_call = std::move(tested);
     return *this;
@@ -195,25 +154,24 @@ class Case {
   Outcome good_outcome;
   std::vector<Step> all_steps;
   std::vector<Outcome> own_allocations;
-  const char* made_do_outputs = nullptr;
+  /** What the call leaves where it makes do without memory of the C heap, with a good status. */
+  std::optional<std::string> made_do_outputs;
   std::function<void(Run&)> make_call;
   std::function<void()> make_ready;
   std::function<void()> make_ready_again;
+
+ private:
+  void promise(const std::string& group);
 };
 
 class Cases {
  public:
-  Case& add(const char* function, const char* what) { return all.emplace_back(function, what); }
+  Case& add(const char* function, const char* what, const std::string& promises) {
+    return all.emplace_back(function, what, promises);
+  }
 
   std::deque<Case> all;
 };
-
-/** One list behind the other: of steps, or of operations. */
-template <typename T>
-std::vector<T> joined(std::vector<T> first, const std::vector<T>& second) {
-  first.insert(first.end(), second.begin(), second.end());
-  return first;
-}
 
 /** A tag that no function hands out: what an out-parameter is set to before the call. */
 constexpr tag untouched_tag = 0x7fffffff;
@@ -224,6 +182,111 @@ template <typename T>
 T* untouched() {
   static T block{};
   return &block;
+}
+
+/** Stands for an output among the inputs of `outputs_of`. */
+struct Out {};
+constexpr Out out;
+
+/** One argument of a call: an input as it is, or made by a function at the time of the call. */
+template <typename Parameter, typename Input>
+class Argument {
+ public:
+  Argument(Run& run, const Input& input) : value_(make(run, input)) {}
+
+  auto pass() {
+    if constexpr (std::is_same_v<decltype(value_), std::string>) {
+      return value_.c_str();
+    } else {
+      return value_;
+    }
+  }
+  void show(Run&, int&) {}
+
+ private:
+  static auto make(Run& run, const Input& input) {
+    if constexpr (std::is_invocable_v<Input, Run&>) {
+      return input(run);
+    } else {
+      return input;
+    }
+  }
+
+  std::remove_const_t<decltype(make(std::declval<Run&>(), std::declval<const Input&>()))> value_;
+};
+
+/** An output: set to what no function hands out, then shown, and freed if it is a block. */
+template <typename Parameter>
+class Argument<Parameter, Out> {
+ public:
+  Argument(Run&, Out) {
+    if constexpr (is_buffer) {
+      value_[0] = 'x';
+    } else if constexpr (std::is_pointer_v<Value>) {
+      value_ = untouched<std::remove_pointer_t<Value>>();
+    } else if constexpr (std::is_same_v<Value, tag>) {
+      value_ = untouched_tag;
+    } else if constexpr (std::is_integral_v<Value> && !std::is_same_v<Value, bool>) {
+      value_ = untouched_number;
+    }
+  }
+
+  Parameter pass() {
+    if constexpr (is_buffer) {
+      return value_.data();
+    } else {
+      return &value_;
+    }
+  }
+
+  /** @param count the number that was shown last: that of an array's elements. */
+  void show(Run& run, int& count) {
+    if constexpr (is_buffer) {
+      run.out(value_.data());
+    } else if constexpr (std::is_pointer_v<Value>) {
+      const bool is_block = value_ != untouched<std::remove_pointer_t<Value>>();
+      if constexpr (std::is_same_v<Value, tag*>) {
+        run.out_tags(count, value_);
+      } else if constexpr (std::is_same_v<Value, char**>) {
+        run.out_texts(count, value_);
+      } else {
+        run.out(is_block ? value_ : "untouched");
+      }
+      MEM_free(is_block ? value_ : nullptr);
+    } else if constexpr (std::is_same_v<Value, tag>) {
+      run.out_tag(value_);
+    } else if constexpr (std::is_same_v<Value, date_s>) {
+      run.out(value_.year);
+    } else {
+      count = static_cast<int>(value_);
+      run.out(count);
+    }
+  }
+
+ private:
+  using Value = std::remove_pointer_t<Parameter>;
+  static constexpr bool is_buffer = std::is_same_v<Value, char>;
+
+  std::conditional_t<is_buffer, std::array<char, 1024>, Value> value_{};
+};
+
+/**
+ * The call of a function with these inputs, or with what functions of the run make for it. The
+ * parameters that are not among the inputs, or that `out` stands for, are outputs.
+ */
+template <typename Result, typename... Parameters, typename... Inputs>
+std::function<void(Run&)> outputs_of(Result (*function)(Parameters...), Inputs... inputs) {
+  if constexpr (sizeof...(Inputs) < sizeof...(Parameters)) {
+    return outputs_of(function, inputs..., out);
+  } else {
+    return [=](Run& run) {
+      std::tuple<Argument<Parameters, Inputs>...> arguments{
+          Argument<Parameters, Inputs>(run, inputs)...};
+      std::apply([&](auto&... each) { run.call(function, each.pass()...); }, arguments);
+      int count = 0;
+      std::apply([&](auto&... each) { (each.show(run, count), ...); }, arguments);
+    };
+  }
 }
 
 /** An object of the site by its name in the tables, for example "100/A". */

@@ -18,7 +18,7 @@ using testing::Not;
 using testing::StartsWith;
 
 constexpr const char* seed = R"({
-  "site": {"name": "Test", "automatic_login": "batch"},
+  "site": {"password_cost": 1, "name": "Test", "automatic_login": "batch"},
   "groups": ["engineering"], "roles": ["designer"],
   "users": [{"id": "ada", "password": "ada-secret",
              "memberships": [{"group": "engineering", "role": "designer"}]},

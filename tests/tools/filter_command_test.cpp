@@ -9,7 +9,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr const char* seed = R"({
-  "site": {"automatic_login": "ada"},
+  "site": {"password_cost": 1, "automatic_login": "ada"},
   "groups": ["engineering"], "roles": ["designer"],
   "users": [{"id": "ada", "password": "ada-secret",
              "memberships": [{"group": "engineering", "role": "designer"}]}],

@@ -10,7 +10,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr const char* seed = R"({
-  "site": {"name": "Test", "automatic_login": "ada"},
+  "site": {"password_cost": 1, "name": "Test", "automatic_login": "ada"},
   "groups": ["engineering"], "roles": ["designer"],
   "users": [{"id": "ada", "name": "Ada Example", "password": "ada-secret",
              "memberships": [{"group": "engineering", "role": "designer"}]}],

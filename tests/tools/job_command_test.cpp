@@ -8,7 +8,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr const char* seed = R"({
-  "site": {"name": "Here", "automatic_login": "ada"},
+  "site": {"password_cost": 1, "name": "Here", "automatic_login": "ada"},
   "groups": ["engineering", "quality"], "roles": ["designer", "checker"],
   "users": [
     {"id": "ada", "password": "ada-secret",

@@ -11,7 +11,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr const char* seed = R"({
-  "site": {"id": 1, "name": "Here", "automatic_login": "ada"},
+  "site": {"password_cost": 1, "id": 1, "name": "Here", "automatic_login": "ada"},
   "sites": [{"id": 2, "name": "Elsewhere"}],
   "groups": ["engineering"], "roles": ["designer"],
   "users": [{"id": "ada", "name": "Ada Example", "password": "ada-secret",
