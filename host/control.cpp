@@ -7,6 +7,7 @@
 
 #include "arguments.h"
 #include "describe.h"
+#include "flow_engine.h"
 #include "flow_handlers.h"
 #include "handout.h"
 #include "heap.h"
@@ -28,12 +29,16 @@ int ork_host_open(const char* path) {
 }
 
 void ork_host_close(void) {
-  host::close_site();
+  guarded([] { host::close_site(); });
 }
 
 const char* ork_host_path(void) {
-  const host::Site* site = host::open_site();
-  return site != nullptr ? site->path().c_str() : nullptr;
+  const char* path = nullptr;
+  guarded([&] {
+    const host::Site* site = host::open_site();
+    path = site != nullptr ? site->path().c_str() : nullptr;
+  });
+  return path;
 }
 
 int ork_host_seed(const char* json) {
@@ -93,6 +98,32 @@ int ork_host_find_item(const char* item_id, const char* revision_id, tag* object
   });
 }
 
+int ork_host_release_lock(tag object) {
+  return guarded([&] {
+    host::store().state(object);  // says what is wrong with the tag
+    host::store().take_lock_away(object);
+  });
+}
+
+int ork_host_begin_view(void) {
+  return guarded([] { host::site().database().hold_view(); });
+}
+
+int ork_host_end_view(void) {
+  return guarded([] { host::site().database().end_view(); });
+}
+
+int ork_host_begin_change(void) {
+  return guarded([] { host::site().hold_changes(); });
+}
+
+int ork_host_end_change(logical keep) {
+  return guarded([&] {
+    host::site().end_changes(keep != 0);
+    host::flow::run_held_back_jobs();
+  });
+}
+
 int ork_host_load_handlers(const char* path) {
   return guarded([&] {
     host::require_all(path);
@@ -131,36 +162,41 @@ void ork_host_fail_allocation(int nth) {
 }
 
 void ork_host_clear_faults(void) {
-  host::steering().clear_faults();
-  host::heap::fail_allocation(0);
+  guarded([] {
+    host::steering().clear_faults();
+    host::heap::fail_allocation(0);
+  });
 }
 
 void ork_host_start_journal(void) {
-  host::steering().start_journal();
+  guarded([] { host::steering().start_journal(); });
 }
 
 void ork_host_stop_journal(void) {
-  host::steering().stop_journal();
+  guarded([] { host::steering().stop_journal(); });
 }
 
 int ork_host_journal_size(void) {
-  return static_cast<int>(host::steering().journal().size());
+  int size = 0;
+  guarded([&] { size = static_cast<int>(host::steering().journal().size()); });
+  return size;
 }
 
 int ork_host_journal_entry(int index, const char** operation, int* status) {
   host::clear(operation);
   host::clear(status);
-  if (index < 0 || index >= ork_host_journal_size()) {
-    return 0;
-  }
-  const auto& entry = host::steering().journal()[static_cast<std::size_t>(index)];
-  if (operation != nullptr) {
-    *operation = entry.operation;
-  }
-  if (status != nullptr) {
-    *status = entry.status;
-  }
-  return 1;
+  bool is_there = false;
+  guarded([&] {
+    const auto& journal = host::steering().journal();
+    is_there = index >= 0 && static_cast<std::size_t>(index) < journal.size();
+    if (is_there && operation != nullptr) {
+      *operation = journal[static_cast<std::size_t>(index)].operation;
+    }
+    if (is_there && status != nullptr) {
+      *status = journal[static_cast<std::size_t>(index)].status;
+    }
+  });
+  return is_there ? 1 : 0;
 }
 
 size_t ork_host_block_count(void) {

@@ -78,6 +78,44 @@ ORK_API int ork_host_set_preference(const char* name, int count, const char* con
  */
 ORK_API int ork_host_find_item(const char* item_id, const char* revision_id, tag* object);
 
+/**
+ * Takes an object's lock away from whoever holds it, in whatever process; that one can no longer
+ * save the object. The locks of processes that have ended are free without this.
+ * @param[in] object the object.
+ * @return #ORK_ok, also when nobody holds a lock, or the code for a tag that stands for nothing.
+ */
+ORK_API int ork_host_release_lock(tag object);
+
+/* ------------------------------------------------------------------- many calls as one -- */
+
+/**
+ * From now on until #ork_host_end_view, all that is read is the site as it is now, whatever others
+ * save. Nothing can be changed.
+ * @return #ORK_ok, or #ORK_invalid_argument where changes or a view are held already.
+ */
+ORK_API int ork_host_begin_view(void);
+
+/** Ends that; without a view it does nothing. */
+ORK_API int ork_host_end_view(void);
+
+/**
+ * From now on until #ork_host_end_change, what is saved comes into the site as a whole or not at
+ * all. From the first save on, other processes wait with theirs, so this is for changes that take
+ * no time. Jobs that would go on meanwhile go on at the end.
+ * @return #ORK_ok, or #ORK_invalid_argument with unsaved changes, or where changes or a view are
+ *   held already.
+ */
+ORK_API int ork_host_begin_change(void);
+
+/**
+ * Ends that.
+ * @param[in] keep 1 to keep the changes, 0 to undo them. The session's or the site's end undoes
+ *   them, too.
+ * @return #ORK_ok; or why the changes could not be kept, and then they are undone; or why a job
+ *   that went on was stopped.
+ */
+ORK_API int ork_host_end_change(logical keep);
+
 /* ----------------------------------------------------------------------- workflow handlers -- */
 
 /**

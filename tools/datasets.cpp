@@ -17,7 +17,7 @@ namespace tool {
 
 namespace {
 
-std::string advice_for(int status) {
+std::string advice_for_copy(int status) {
   switch (status) {
     case FILE_exists:
       return "remove it or choose another target";
@@ -29,7 +29,7 @@ std::string advice_for(int status) {
     case FILE_damaged:
       return "restore the site's vault from a backup";
     default:
-      return "see the call trace, set ZOLP_TRACE_LEVEL=4";
+      return advice_for(status, "see the call trace, set ZOLP_TRACE_LEVEL=4");
   }
 }
 
@@ -58,7 +58,7 @@ void require_done(int status, const std::string& problem) {
     stop_if_interrupted();
   }
   if (status != ORK_ok) {
-    throw Error(problem + " (" + platform_error_text(status) + ")", advice_for(status));
+    throw Error(problem + " (" + platform_error_text(status) + ")", advice_for_copy(status));
   }
 }
 

@@ -1,9 +1,34 @@
 #include "error.h"
 
+#include "ork/access.h"
 #include "ork/err.h"
+#include "ork/ork.h"
+#include "ork/store.h"
 #include "platform_block.h"
 
 namespace tool {
+
+std::string advice_for(int status, const std::string& otherwise) {
+  switch (status) {
+    case ACCESS_denied:
+      return "log in as somebody who may";
+    case STORE_locked_by_other:
+      return "wait until it is free, or take the lock away with \"zolp host unlock\"";
+    case ORK_site_busy:
+      return "start again when it has finished";
+    default:
+      return otherwise;
+  }
+}
+
+int last_platform_error() {
+  int count = 0;
+  const int* severities = nullptr;
+  const int* codes = nullptr;
+  const char** texts = nullptr;
+  ERR_get_errors(&count, &severities, &codes, &texts);
+  return count > 0 ? codes[count - 1] : ORK_ok;
+}
 
 std::string platform_error_text(int status) {
   int count = 0;

@@ -15,7 +15,7 @@ namespace tool {
 void require(int status, const std::string& what) {
   if (status != ORK_ok) {
     throw Error("cannot read " + what + " (" + platform_error_text(status) + ")",
-                "see the call trace, set ZOLP_TRACE_LEVEL=4");
+                advice_for(status, "see the call trace, set ZOLP_TRACE_LEVEL=4"));
   }
 }
 

@@ -1,6 +1,7 @@
 #include "site.h"
 
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 
 #include "error.h"
@@ -21,7 +22,7 @@ bool trace_is_wanted() {
 
 void require(int status, const std::string& problem, const std::string& advice) {
   if (status != ORK_ok) {
-    throw Error(problem + " (" + platform_error_text(status) + ")", advice);
+    throw Error(problem + " (" + platform_error_text(status) + ")", advice_for(status, advice));
   }
 }
 
@@ -80,7 +81,30 @@ std::string Site::describe(const std::string& section) const {
   return json;
 }
 
-Session::Session() {
+View::View() {
+  require(ork_host_begin_view(), "cannot read the site", "start again");
+}
+
+View::~View() {
+  ork_host_end_view();
+}
+
+Change::Change() {
+  require(ork_host_begin_change(), "cannot change the site", "start again");
+}
+
+Change::~Change() {
+  if (is_open_) {
+    ork_host_end_change(0);
+  }
+}
+
+int Change::keep() {
+  is_open_ = false;
+  return ork_host_end_change(1);
+}
+
+Session::Session() : failures_before_(std::uncaught_exceptions()) {
   LibraryCall call;
   require(ZOLP_startup_ork_environment(), "login failed",
           "check -u, -p and -g, or the site's user for automatic login");
@@ -88,7 +112,11 @@ Session::Session() {
 
 Session::~Session() {
   LibraryCall call;
-  ZOLP_shutdown_ork_environment();
+  if (std::uncaught_exceptions() > failures_before_) {
+    ORK_exit_module(0);
+  } else {
+    ZOLP_shutdown_ork_environment();
+  }
 }
 
 std::string Session::preference(const std::string& name) const {

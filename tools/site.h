@@ -29,7 +29,34 @@ class Site {
   std::string describe(const std::string& section) const;
 };
 
-/** A session on the open site, started and ended through the library. */
+/** As long as one lives, all that is read is one state of the open site, and nothing is changed. */
+class View {
+ public:
+  View();
+  ~View();
+  View(const View&) = delete;
+  View& operator=(const View&) = delete;
+};
+
+/** Changes that come into the open site together, when they are kept, or not at all. */
+class Change {
+ public:
+  Change();
+  ~Change();
+  Change(const Change&) = delete;
+  Change& operator=(const Change&) = delete;
+
+  /** @return why they are not kept, or why a job was stopped that goes on now. */
+  int keep();
+
+ private:
+  bool is_open_ = true;
+};
+
+/**
+ * A session on the open site, started and ended through the library. One that ends because a
+ * command has failed drops what the command has not saved.
+ */
 class Session {
  public:
   Session();
@@ -39,6 +66,9 @@ class Session {
 
   /** First value of a preference; an Error is thrown when there is none. */
   std::string preference(const std::string& name) const;
+
+ private:
+  int failures_before_;
 };
 
 /** Keeps what the library prints out of the program's own output; it goes where the trace is read.

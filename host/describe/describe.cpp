@@ -302,6 +302,7 @@ std::string text_of(const Json& json) {
 }  // namespace
 
 std::string describe(Site& site, const std::string& section) {
+  const Reading one_state(site.database());
   Json all = Json::object();
   for (const Section& candidate : sections) {
     if (section == candidate.name) {

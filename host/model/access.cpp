@@ -39,27 +39,66 @@ bool is_about_accessors(const AccessRule& rule, tag object, Accessors accessors)
   return contains(accessors, rule.accessor);
 }
 
+/** The classes whose objects say who may do what, and what there is. */
+constexpr const char* administered_classes[] = {
+    "User",         "Group",      "Role",       "GroupMember",     "AccessRule",
+    "Type",         "Tool",       "Site",       "ProcessTemplate", "TaskTemplate",
+    "ResourcePool", "PSViewType", "PSNoteType", "RevisionRule"};
+
+/** Whether a class is one whose objects are for administrators. */
+bool is_administered(const Class& type) {
+  return std::any_of(
+      std::begin(administered_classes), std::end(administered_classes),
+      [&](const char* administered) { return type.is_a(store().class_named(administered)); });
+}
+
+/**
+ * Whether a rule may make an exception from that: it has to name what it is about. One for all
+ * objects is meant for those that users work on.
+ */
+bool names_administered(const AccessRule& rule) {
+  return rule.target_class.empty() || is_administered(store().class_named(rule.target_class));
+}
+
 /** The rule that decides; null when none does. */
-const AccessRule* deciding_rule(tag object, const std::string& privilege, Accessors accessors) {
+const AccessRule* deciding_rule(tag object, const std::string& privilege, Accessors accessors,
+                                bool is_for_administrators) {
   std::optional<std::vector<AccessRule>>& rules = session().access_rules;
   if (!rules) {
     rules = read_access_rules(store());
   }
   const auto found = std::find_if(rules->begin(), rules->end(), [&](const AccessRule& rule) {
     return std::count(rule.privileges.begin(), rule.privileges.end(), privilege) != 0 &&
-           is_about_object(rule, object) && is_about_accessors(rule, object, accessors);
+           is_about_object(rule, object) && is_about_accessors(rule, object, accessors) &&
+           !(is_for_administrators && rule.grants && !names_administered(rule));
   });
   return found == rules->end() ? nullptr : &*found;
 }
 
-/** The rule that denies a privilege; null when it is granted. */
-const AccessRule* denying_rule(tag object, const std::string& privilege, Accessors accessors) {
+bool is_administrator(tag accessor) {
+  return accessor == session().user ? session().is_administrator
+                                    : store().is_a(accessor, "User") &&
+                                          store().logical_value(accessor, "is_administrator");
+}
+
+/** What denies a privilege, as a refusal names it; none when it is granted. */
+std::optional<std::string> denial(tag object, const std::string& privilege, Accessors accessors) {
   store().state(object);  // says what is wrong with the tag
   if (session().has_bypass && contains(accessors, session().user)) {
-    return nullptr;
+    return std::nullopt;
   }
-  const AccessRule* rule = deciding_rule(object, privilege, accessors);
-  return rule != nullptr && !rule->grants ? rule : nullptr;
+  const bool is_for_administrators =
+      privilege != ACCESS_privilege_read && is_administered(store().class_of(object)) &&
+      std::none_of(accessors.begin(), accessors.end(), is_administrator);
+  const AccessRule* rule = deciding_rule(object, privilege, accessors, is_for_administrators);
+  if (rule != nullptr) {
+    return rule->grants ? std::nullopt
+                        : std::optional("by access rule " + std::to_string(rule->number));
+  }
+  return is_for_administrators
+             ? std::optional<std::string>("since only administrators change objects of class " +
+                                          store().class_of(object).name)
+             : std::nullopt;
 }
 
 }  // namespace
@@ -69,7 +108,7 @@ std::array<tag, 3> accessors_of_session() {
 }
 
 bool is_granted(tag object, const std::string& privilege, Accessors accessors) {
-  return denying_rule(object, privilege, accessors) == nullptr;
+  return !denial(object, privilege, accessors);
 }
 
 bool is_privilege(const std::string& name) {
@@ -99,15 +138,15 @@ std::vector<AccessRule> read_access_rules(Store& store) {
 }
 
 void require_privilege(tag object, const char* privilege) {
-  const AccessRule* rule = denying_rule(object, privilege, accessors_of_session());
-  if (rule == nullptr) {
+  const std::optional<std::string> reason = denial(object, privilege, accessors_of_session());
+  if (!reason) {
     return;
   }
   const std::string what = store().is_a(object, "WorkspaceObject")
                                ? object_id_text(store(), object)
                                : "object " + std::to_string(object);
   refuse(ACCESS_denied, "user " + session().user_id + " has no " + privilege + " access to " +
-                            what + ", by access rule " + std::to_string(rule->number));
+                            what + ", " + *reason);
 }
 
 }  // namespace host

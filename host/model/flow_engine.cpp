@@ -311,8 +311,19 @@ void continue_job(tag job) {
   if (is_running(job)) {
     return;  // it goes on when the handler has returned
   }
+  if (store().database().holds_changes()) {
+    site().held_back_jobs.push_back(job);
+    return;
+  }
   require_room_to_run();
   JobRun(job).go();
+}
+
+void run_held_back_jobs() {
+  const std::vector<tag> jobs = std::exchange(site().held_back_jobs, {});
+  for (const tag job : jobs) {
+    continue_job(job);
+  }
 }
 
 void continue_after_save(tag object) {

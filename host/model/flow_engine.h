@@ -30,6 +30,9 @@ tag create_job(const std::string& name, const std::string& description, tag proc
 /** Runs a job as far as it goes; does nothing while a handler of this process runs in it. */
 void continue_job(tag job);
 
+/** Continues the jobs that were to go on while changes were held. */
+void run_held_back_jobs();
+
 /** Runs the job of a condition task that was saved. Other objects are none of its business. */
 void continue_after_save(tag object);
 

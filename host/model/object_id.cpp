@@ -103,6 +103,7 @@ tag find_revision(Store& store, tag item, const std::string& revision_id) {
 }
 
 std::vector<tag> find_by_text(Store& store, const std::string& pattern) {
+  const Reading one_state(store.database());
   const SavedTexts texts(store);
   const auto statuses = store.saved_values("ReleaseStatus", "name");
   const WildcardPattern wanted(pattern);

@@ -5,10 +5,18 @@
 #include "failure.h"
 #include "site_texts.h"
 #include "structures.h"
+#include "turn.h"
 
 namespace host {
 
 namespace {
+
+/** The program's end: what is tidied up then is this process's own, and in no thread's hands. */
+void close_site_at_exit() {
+  if (const Turn turn; turn.is_granted()) {
+    close_site();
+  }
+}
 
 /** Identity of changes that are made outside of sessions. */
 constexpr const char* no_user = "(site administration)";
@@ -16,14 +24,26 @@ constexpr const char* no_user = "(site administration)";
 std::unique_ptr<Site>& current() {
   // Never destroyed, since programs may call the platform while they end; the site is closed then.
   static std::unique_ptr<Site>& instance = *new std::unique_ptr<Site>;
-  static const int registered = std::atexit(close_site);
+  static const int registered = std::atexit(close_site_at_exit);
   static_cast<void>(registered);
   return instance;
 }
 
+/** A site that was open when this process was forked. */
+const Site*& left_behind() {
+  static const Site* site = nullptr;
+  return site;
+}
+
+void refuse_forked() {
+  refuse(ORK_site_not_available,
+         "the site is open in the process that this one was forked from; only that one uses it");
+}
+
 }  // namespace
 
-Site::Site(const std::string& path) : database_(path), vault_(path) {
+Site::Site(const std::string& path)
+    : forks_(os::forks()), database_(path), presence_(path), vault_(path, presence_) {
   reload_store();
   reload_texts();
   vault_.sweep(*store_);
@@ -31,16 +51,31 @@ Site::Site(const std::string& path) : database_(path), vault_(path) {
 
 Site::~Site() {
   try {
-    store_->release_locks();
-    vault_.settle(*store_);
+    give_all_back();
   } catch (const std::exception&) {
-    // Locks end with the process at the latest, and the next process sweeps the vault.
+    // What this process has ends with it, and the next process sweeps the vault.
   }
+}
+
+/** Gives back what stands under this process's name, and then the name. */
+void Site::give_all_back() {
+  held_back_jobs.clear();
+  database_.end_changes(false);
+  database_.end_view();
+  try {
+    store_->release_locks();
+  } catch (const Failure&) {
+    // They end with the name.
+  }
+  vault_.settle(*store_);
+  presence_.leave();
 }
 
 void Site::reload_store() {
   structures_.reset();
-  store_ = std::make_unique<Store>(database_);
+  const std::uint32_t first_number = store_ ? store_->first_unused_number() : 0;
+  store_ = std::make_unique<Store>(database_, presence_);
+  store_->skip_numbers(first_number);
   structures_ = std::make_unique<Structures>(*store_);
   store_->set_identity(session ? Identity{session->user_id, session->user, session->group}
                                : Identity{no_user});
@@ -57,9 +92,41 @@ void Site::begin_session(Session opened) {
 
 void Site::end_session() {
   session.reset();
-  store_->release_locks();
+  try {
+    give_all_back();
+  } catch (...) {
+    reload_store();
+    throw;
+  }
   reload_store();
-  vault_.settle(*store_);
+}
+
+void Site::hold_changes() {
+  if (store_->has_unsaved_changes()) {
+    refuse(ORK_invalid_argument, "the session has unsaved changes; save or drop them first");
+  }
+  database_.hold_changes();
+}
+
+void Site::end_changes(bool keep) {
+  const auto undo_in_memory = [this] {
+    held_back_jobs.clear();
+    reload_store();
+    reload_texts();
+    if (session) {
+      session->preferences.reset();
+      session->access_rules.reset();
+    }
+  };
+  try {
+    database_.end_changes(keep);
+  } catch (...) {
+    undo_in_memory();
+    throw;
+  }
+  if (!keep) {
+    undo_in_memory();
+  }
 }
 
 Site* open_site() {
@@ -70,6 +137,9 @@ Site& site() {
   if (!current()) {
     refuse(ORK_site_not_available, "no site is open");
   }
+  if (current()->is_left_behind()) {
+    refuse_forked();
+  }
   return *current();
 }
 
@@ -79,19 +149,35 @@ Structures& structures() {
 
 void open_site(const std::string& path) {
   close_site();
-  current() = std::make_unique<Site>(path);
-  use_site_texts(&current()->texts());
+  if (left_behind() != nullptr) {
+    refuse_forked();  // SQLite takes the locks of the other process for this one's
+  }
+  Turn::keep(true);
+  try {
+    current() = std::make_unique<Site>(path);
+    use_site_texts(&current()->texts());
+  } catch (...) {
+    Turn::keep(false);
+    throw;
+  }
 }
 
 void close_site() {
   use_site_texts(nullptr);
+  if (current() && current()->is_left_behind()) {
+    left_behind() = current().release();
+  }
   current().reset();
+  Turn::keep(false);
 }
 
 Session& session() {
   Site* opened = open_site();
   if (opened == nullptr || !opened->session) {
     refuse(ORK_not_logged_in);
+  }
+  if (opened->is_left_behind()) {
+    refuse_forked();
   }
   return *opened->session;
 }

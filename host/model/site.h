@@ -45,7 +45,6 @@ class Site {
   Vault& vault() { return vault_; }
   Structures& structures() { return *structures_; }
 
-  /** Forgets all that is in memory of the store, unsaved changes and windows too; locks stay. */
   /** The texts of the site's own. */
   const Texts& texts() const { return texts_; }
   void reload_texts();
@@ -58,11 +57,24 @@ class Site {
   /** Drops unsaved changes, with the contents of unsaved files, and gives locks back. */
   void end_session();
 
+  /** Has changes come into the file together, see Database. Refused with unsaved changes. */
+  void hold_changes();
+  void end_changes(bool keep);
+
   std::optional<Session> session;
+  std::vector<tag>
+      held_back_jobs; /**< go on when changes are held no more: handlers may do anything */
   bool belongs_to_session = false; /**< a login opened it, so it is closed with the session */
 
+  /** Whether the process that opened it is the one that this one was forked from. */
+  bool is_left_behind() const { return forks_ != os::forks() && path() != ":memory:"; }
+
  private:
+  void give_all_back();
+
+  unsigned forks_;
   Database database_;
+  Presence presence_;
   std::unique_ptr<Store> store_;
   std::unique_ptr<Structures> structures_; /**< after the store, which it works on */
   Texts texts_;
@@ -77,6 +89,8 @@ Site* open_site();
 
 /** Opens a site in place of the one that is open, which is closed in any case. */
 void open_site(const std::string& path);
+
+/** Closes the open site. One that another process opened is left to that one. */
 void close_site();
 
 /** The session's site or session. Without a session: refused with ORK_not_logged_in. */

@@ -26,6 +26,16 @@ Lists& lists() {
   return instance;
 }
 
+/** For threads that are refused: it looks at nothing that the other one may change. */
+int hand_out_shipped_text(int status, char** text) noexcept {
+  try {
+    *text = hand_out(shipped_error_text(status));
+    return ORK_ok;
+  } catch (const std::exception&) {
+    return ORK_out_of_memory;
+  }
+}
+
 void require_severity(int severity) {
   require(severity >= ERR_severity_information && severity <= ERR_severity_error, "severity");
 }
@@ -40,6 +50,9 @@ using host::Recorded;
 
 int ERR_get_error_text(int status, char** text) {
   host::clear(text);
+  if (const host::Turn turn; !turn.is_granted() && text != nullptr) {
+    return host::hand_out_shipped_text(status, text);
+  }
   return operation(
       "ERR_get_error_text", Needs::nothing,
       [&] {

@@ -10,6 +10,7 @@
 #include "operation.h"
 #include "ork/access.h"
 #include "ork/store.h"
+#include "texts.h"
 
 namespace host {
 
@@ -57,12 +58,20 @@ void delete_object(tag object) {
     announce_contents(part);
   }
   objects.remove(object, parts);
-  vault.remove_unclaimed(objects, contents);
+  if (!objects.database().holds_changes()) {
+    vault.remove_unclaimed(objects, contents);  // or else when the session ends
+  }
 }
 
+/** What refuses the lock is remembered, for customisations that go on without it. */
 void lock_for_change(tag object) {
-  require_privilege(object, ACCESS_privilege_write);
-  store().lock(object);
+  try {
+    require_privilege(object, ACCESS_privilege_write);
+    store().lock(object);
+  } catch (const Failure& failure) {
+    store().note_refused_lock(object, error_text(failure.status()) + ": " + failure.detail());
+    throw;
+  }
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "arguments.h"
 #include "error_stack.h"
 #include "operation.h"
+#include "ork/access.h"
 #include "os.h"
 #include "password.h"
 #include "texts.h"
@@ -105,10 +106,19 @@ void log_in(const char* group_name, const FindUser& find) {
   }
 }
 
+/** Saves what is new or changed in one transaction, with what any save is asked. */
+void save_all() {
+  const std::vector<tag> changed = store().changed_instances();
+  for (const tag object : changed) {
+    require_privilege(object, ACCESS_privilege_write);
+  }
+  store().save(changed);
+}
+
 void end_session(bool keep_changes) {
   const int status = guarded([&] {
     if (keep_changes) {
-      store().save_all();
+      save_all();
     }
   });
   site().end_session();

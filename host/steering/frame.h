@@ -1,7 +1,7 @@
 /**
  * @file
- * The frame around every operation of the platform: it plays what tests have injected, and turns
- * whatever is thrown into a status and an entry of the error stack.
+ * The frame around every operation of the platform: it refuses threads whose turn it is not, plays
+ * what tests have injected, and turns whatever is thrown into a status and an entry of the error stack.
  */
 #pragma once
 
@@ -10,6 +10,7 @@
 #include "failure.h"
 #include "ork/ork.h"
 #include "steering.h"
+#include "turn.h"
 
 namespace host {
 
@@ -23,6 +24,10 @@ int report_current_exception() noexcept;
 /** Runs a body that returns nothing; what it throws becomes the status. */
 template <typename Body>
 int guarded(Body&& body) noexcept {
+  const Turn turn;
+  if (!turn.is_granted()) {
+    return ORK_wrong_thread;  // the error stack is the other thread's, too
+  }
   try {
     body();
     return ORK_ok;
@@ -35,6 +40,10 @@ int guarded(Body&& body) noexcept {
 
 template <typename Body>
 int framed(const char* name, Recorded recorded, Body&& body) noexcept {
+  const Turn turn;
+  if (!turn.is_granted()) {
+    return ORK_wrong_thread;
+  }
   const bool steered = steering().active();
   std::size_t entry = Steering::no_entry;
   const int status = guarded([&] {

@@ -89,6 +89,8 @@ constexpr int errors[] = {
     ORK_site_not_available,
     ORK_internal_error,
     ORK_out_of_memory,
+    ORK_site_busy,
+    ORK_wrong_thread,
     PREF_value_not_found,
     PREF_value_not_logical,
     ORG_not_a_user,

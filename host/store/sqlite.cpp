@@ -2,15 +2,36 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
 #include "failure.h"
 #include "ork/ork.h"
+#include "os.h"
 
 namespace host {
 
 namespace {
 
-/** How long one process waits for another's transaction. */
-constexpr int busy_timeout_ms = 10'000;
+using std::chrono::milliseconds;
+
+/** How long one process waits for another's transaction, in seconds. */
+constexpr int usual_patience = 10;
+constexpr int most_patience = 3600;
+constexpr const char* patience_variable = "ORK_HOST_WAIT";
+
+/** Who waits for longer is told so. */
+constexpr milliseconds unnoticed_wait{1000};
+constexpr int longest_pause_ms = 50;
+
+int patience() {
+  const std::string text = os::environment(patience_variable);
+  char* end = nullptr;
+  const long wanted = std::strtol(text.c_str(), &end, 10);
+  const bool is_number = !text.empty() && *end == '\0' && wanted >= 0;
+  return is_number ? static_cast<int>(std::min<long>(wanted, most_patience)) : usual_patience;
+}
 
 constexpr char like_escape = '\\';
 
@@ -24,18 +45,47 @@ void Database::FinalizeStatement::operator()(sqlite3_stmt* statement) const {
   sqlite3_finalize(statement);
 }
 
-Database::Database(const std::string& path) : path_(path) {
+Database::Database(const std::string& path) : path_(path), patience_(patience()) {
   sqlite3* connection = nullptr;
   constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   const int result = sqlite3_open_v2(path.c_str(), &connection, flags, nullptr);
   connection_.reset(connection);
   check(result);
-  check(sqlite3_busy_timeout(connection, busy_timeout_ms));
+  check(sqlite3_busy_handler(connection, wait_for_writer, this));
+}
+
+int Database::wait_for_writer(void* database, int earlier_waits) {
+  return static_cast<Database*>(database)->wait(earlier_waits) ? 1 : 0;
+}
+
+/** Pauses until the file may be free; false when the wait has been long enough. */
+bool Database::wait(int earlier_waits) {
+  const auto now = std::chrono::steady_clock::now();
+  if (earlier_waits == 0) {
+    waiting_since_ = now;
+    has_said_that_it_waits_ = false;
+  }
+  const int seconds = is_patient_ ? patience_ : 0;
+  const auto waited = now - waiting_since_;
+  if (waited >= std::chrono::seconds(seconds)) {
+    return false;
+  }
+  if (waited > unnoticed_wait && !has_said_that_it_waits_) {
+    has_said_that_it_waits_ = true;
+    std::fprintf(stderr, "%s: waiting for another process that changes the site, up to %d s\n",
+                 path_.c_str(), seconds);
+  }
+  os::sleep_milliseconds(std::min(earlier_waits + 1, longest_pause_ms));
+  return true;
 }
 
 void Database::check(int result) const {
   if (result == SQLITE_OK) {
     return;
+  }
+  if ((result & 0xFF) == SQLITE_BUSY) {
+    refuse(ORK_site_busy, path_ + ", for " + std::to_string(is_patient_ ? patience_ : 0) + " s; " +
+                              patience_variable + " says how long to wait");
   }
   const char* text = connection_ ? sqlite3_errmsg(connection_.get()) : sqlite3_errstr(result);
   refuse(ORK_site_not_available, path_ + ": " + text);
@@ -43,6 +93,71 @@ void Database::check(int result) const {
 
 void Database::execute(const char* sql) {
   check(sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr));
+}
+
+bool Database::is_in_transaction() const {
+  return sqlite3_get_autocommit(connection_.get()) == 0;
+}
+
+void Database::log_ahead() {
+  // Of two that ask for this at once SQLite refuses both, and has neither wait.
+  for (int waits = 0;; ++waits) {
+    const int result =
+        sqlite3_exec(connection_.get(), "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
+    if ((result & 0xFF) != SQLITE_BUSY || !wait(waits)) {
+      check(result);
+      return;
+    }
+  }
+}
+
+void Database::hold_changes() {
+  if (holds_changes_ || holds_view_) {
+    refuse(ORK_invalid_argument, "changes or a view are held already");
+  }
+  holds_changes_ = true;
+  transaction_failed_ = false;
+}
+
+void Database::end_changes(bool keep) {
+  holds_changes_ = false;
+  if (is_in_transaction()) {
+    if (keep && !transaction_failed_) {
+      try {
+        run(*this, "COMMIT");
+        return;
+      } catch (const Failure&) {
+        if (is_in_transaction()) {
+          run(*this, "ROLLBACK");
+        }
+        throw;
+      }
+    }
+    run(*this, "ROLLBACK");
+  }
+  if (keep && transaction_failed_) {
+    transaction_failed_ = false;
+    refuse(ORK_site_not_available,
+           path_ + ": the changes were undone, since one could not be written");
+  }
+  transaction_failed_ = false;
+}
+
+void Database::hold_view() {
+  if (holds_changes_ || holds_view_ || is_in_transaction()) {
+    refuse(ORK_invalid_argument, "changes or a view are held already");
+  }
+  run(*this, "BEGIN");
+  run(*this, "PRAGMA query_only = ON");
+  holds_view_ = true;
+}
+
+void Database::end_view() {
+  if (holds_view_) {
+    holds_view_ = false;
+    run(*this, "PRAGMA query_only = OFF");
+    run(*this, "COMMIT");
+  }
 }
 
 Database::StatementHandle Database::take_statement(std::string_view sql) {
@@ -142,9 +257,20 @@ bool WildcardPattern::matches(const std::string& text) const {
 }
 
 Transaction::Transaction(Database& database) : database_(database) {
+  if (database_.holds_view_) {
+    refuse(ORK_invalid_argument, "nothing is changed while a view of the site is held");
+  }
   if (database_.transaction_depth_ == 0) {
-    run(database_, "BEGIN IMMEDIATE");
-    database_.transaction_failed_ = false;
+    if (database_.holds_changes_ && database_.transaction_failed_) {
+      refuse(ORK_site_not_available, "the changes that were held have been undone");
+    }
+    if (!database_.is_in_transaction()) {
+      run(database_, "BEGIN IMMEDIATE");
+      database_.transaction_failed_ = false;
+    }
+    if (database_.holds_changes_) {
+      run(database_, "SAVEPOINT part");
+    }
   }
   ++database_.transaction_depth_;
 }
@@ -159,7 +285,13 @@ Transaction::~Transaction() {
     return;
   }
   try {
-    run(database_, "ROLLBACK");
+    if (database_.holds_changes_ && database_.is_in_transaction()) {
+      run(database_, "ROLLBACK TO part");
+      run(database_, "RELEASE part");
+      database_.transaction_failed_ = false;  // the parts before it are as they were
+    } else {
+      run(database_, "ROLLBACK");
+    }
   } catch (const std::exception&) {
     // SQLite has already undone it, after a full disk for example.
   }
@@ -170,10 +302,28 @@ void Transaction::commit() {
     refuse(ORK_internal_error, "a part of the transaction failed");
   }
   if (database_.transaction_depth_ == 1) {
-    run(database_, "COMMIT");
+    run(database_, database_.holds_changes_ ? "RELEASE part" : "COMMIT");
   }
   --database_.transaction_depth_;
   done_ = true;
+}
+
+Reading::Reading(Database& database)
+    : database_(database), is_outermost_(!database.is_in_transaction()) {
+  if (is_outermost_) {
+    run(database_, "BEGIN");
+  }
+}
+
+Reading::~Reading() {
+  if (!is_outermost_) {
+    return;
+  }
+  try {
+    run(database_, "COMMIT");
+  } catch (const std::exception&) {
+    // There is nothing that could be lost.
+  }
 }
 
 }  // namespace host

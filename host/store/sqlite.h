@@ -1,7 +1,9 @@
-/** @file The part of SQLite that the host uses; failures are refusals with ORK_site_not_available.
+/** @file The part of SQLite that the host uses; failures are refusals with ORK_site_not_available,
+ * and with ORK_site_busy when another process has been writing for too long.
  */
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -24,9 +26,33 @@ class Database {
   /** Runs statements that have no parameters and no result. */
   void execute(const char* sql);
 
+  /**
+   * Has writers and readers go on beside one another (write-ahead logging). It is kept in the file,
+   * and takes a moment in which nobody else uses it.
+   */
+  void log_ahead();
+
+  /** Writes go on at once or are refused, and wait for no other process. */
+  void set_patience(bool is_patient) { is_patient_ = is_patient; }
+
+  // What is begun here spans any number of transactions and questions, until it is ended.
+
+  /** From the next transaction on, changes are kept back, and come into the file all at once. */
+  void hold_changes();
+  bool holds_changes() const { return holds_changes_; }
+
+  /** Ends that: all that was held back comes into the file, or nothing. */
+  void end_changes(bool keep);
+
+  /** All that is read is one state of the file, and changes are refused. */
+  void hold_view();
+  bool holds_view() const { return holds_view_; }
+  void end_view();
+
  private:
   friend class Query;
   friend class Transaction;
+  friend class Reading;
 
   struct CloseConnection {
     void operator()(sqlite3* connection) const;
@@ -39,12 +65,21 @@ class Database {
   StatementHandle take_statement(std::string_view sql);
   void put_back(std::string_view sql, StatementHandle statement);
   void check(int result) const;
+  bool is_in_transaction() const;
+  static int wait_for_writer(void* database, int earlier_waits);
+  bool wait(int earlier_waits);
 
   std::string path_;
+  int patience_; /**< in seconds */
   std::unique_ptr<sqlite3, CloseConnection> connection_;
   std::map<std::string, StatementHandle, std::less<>> statements_;
   int transaction_depth_ = 0;
   bool transaction_failed_ = false;
+  bool is_patient_ = true;
+  bool holds_changes_ = false;
+  bool holds_view_ = false;
+  std::chrono::steady_clock::time_point waiting_since_;
+  bool has_said_that_it_waits_ = false;
 };
 
 /** One run of a statement. The text must outlive it. */
@@ -117,6 +152,31 @@ class Transaction {
  private:
   Database& database_;
   bool done_ = false;
+};
+
+/** As long as one lives, all that is read is one state of the file. It writes nothing. */
+class Reading {
+ public:
+  explicit Reading(Database& database);
+  ~Reading();
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+
+ private:
+  Database& database_;
+  bool is_outermost_;
+};
+
+/** Has writes wait for nobody while it lives. */
+class Impatience {
+ public:
+  explicit Impatience(Database& database) : database_(database) { database_.set_patience(false); }
+  ~Impatience() { database_.set_patience(true); }
+  Impatience(const Impatience&) = delete;
+  Impatience& operator=(const Impatience&) = delete;
+
+ private:
+  Database& database_;
 };
 
 }  // namespace host

@@ -16,7 +16,7 @@
  *   attribute   id, class, name, kind, list, max_length
  *   instance    tag, class, version (counts saves), deleted
  *   value       instance, attribute, position in the list, content
- *   lock        instance, user_id, node, process_id, process_start, since
+ *   lock        instance, user_id, node, holder (presence.h), since
  *   password    user, hash (password.h)
  *   preference  name, position, value (preferences.h)
  *   text        language, key, text (site_texts.h)
@@ -34,6 +34,7 @@
 
 #include "ork/ork.h"
 #include "os.h"
+#include "presence.h"
 #include "registry.h"
 #include "sqlite.h"
 #include "transients.h"
@@ -73,7 +74,7 @@ enum class InstanceState { not_loaded = 7001, loaded = 7002, is_new = 7003 };
 struct LockHolder {
   std::string user_id;
   std::string node;
-  os::Process process;
+  std::string process; /**< its name (presence.h) */
   date_s since{};
 };
 
@@ -87,7 +88,7 @@ struct Identity {
 class Store {
  public:
   /** Opens the store in a database and completes it there: tables, built-in classes and types. */
-  explicit Store(Database& database);
+  Store(Database& database, Presence& presence);
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
@@ -149,6 +150,12 @@ class Store {
   /** Instances with a lock that somebody holds. */
   std::vector<tag> locked_instances();
 
+  /** Takes a lock away from whoever holds it; false when nobody does. */
+  bool take_lock_away(tag object);
+
+  /** Has a change without the lock say why there is none: the reason of a refusal. */
+  void note_refused_lock(tag object, const std::string& reason);
+
   void save(tag object) { save(std::vector<tag>{object}); }
 
   /** Saves all of them in one transaction, or none. They may refer to one another. */
@@ -172,8 +179,12 @@ class Store {
   /** Reads an instance anew if another process has saved it since. */
   void bring_up_to_date(tag object);
 
-  bool has_unsaved_changes() const;
-  void save_all();
+  bool has_unsaved_changes() const { return !changed_instances().empty(); }
+
+  /** New and changed instances, in the order of their tags. */
+  std::vector<tag> changed_instances() const;
+
+  /** Gives all locks back. One that cannot be given back at once ends with the process's name. */
   void release_locks();
 
   // Values. They stay valid until the instance is next changed, refreshed or unloaded; those of a
@@ -228,6 +239,11 @@ class Store {
   /** The object with a tag; null when it is not a transient one. */
   Transient* find_transient(tag object) const { return transients_.find(object); }
 
+  // Numbers that this process has had mean one thing to it, also where a transaction was undone.
+
+  std::uint32_t first_unused_number() const { return first_unused_number_; }
+  void skip_numbers(std::uint32_t first) { first_unused_number_ = first; }
+
   // Settings of the site.
 
   std::optional<std::string> setting(const std::string& name);
@@ -251,6 +267,7 @@ class Store {
   std::uint32_t next_number();
 
   void create_tables();
+  void add_later_tables();
   void complete_built_ins();
   bool add_missing_classes(bool write);
   bool add_missing_types(bool write);
@@ -283,17 +300,21 @@ class Store {
   std::optional<LockHolder> read_lock(tag object);
   void refuse_lock_of_other(tag object);
   void take_lock(tag object);
+  void give_lock_back(tag object, Instance& instance);
   void require_own_lock(tag object);
+  [[noreturn]] void refuse_unlocked(tag object) const;
 
   Database& database_;
-  os::Process process_;
+  Presence& presence_;
   std::string node_;
   Identity identity_;
   std::unordered_map<std::uint32_t, std::unique_ptr<Class>> classes_;
   std::unordered_map<std::string, Class*> class_by_name_;
   std::unordered_map<tag, Instance> instances_;
-  std::set<tag> new_; /**< those of them that were never saved */
+  std::unordered_map<tag, std::string> refused_locks_; /**< since the last one that was taken */
+  std::set<tag> new_;                                  /**< those of them that were never saved */
   std::unordered_map<std::string, tag> type_by_name_;
+  std::uint32_t first_unused_number_ = 0;
   std::uint64_t last_stamp_ = 0;
   Transients transients_;
   Values transient_values_;

@@ -33,7 +33,7 @@ CREATE TABLE value(
 CREATE INDEX value_by_content ON value(attribute, content);
 CREATE TABLE lock(
   instance INTEGER PRIMARY KEY REFERENCES instance, user_id TEXT NOT NULL, node TEXT NOT NULL,
-  process_id INTEGER NOT NULL, process_start INTEGER NOT NULL, since TEXT NOT NULL);
+  holder TEXT NOT NULL, since TEXT NOT NULL);
 CREATE TABLE password(user INTEGER PRIMARY KEY REFERENCES instance, hash TEXT NOT NULL);
 CREATE TABLE preference(
   name TEXT NOT NULL, position INTEGER NOT NULL, value TEXT NOT NULL,
@@ -46,6 +46,14 @@ constexpr const char* later_tables = R"(
 CREATE TABLE IF NOT EXISTS text(
   language TEXT NOT NULL, key TEXT NOT NULL, text TEXT NOT NULL,
   PRIMARY KEY(language, key)) WITHOUT ROWID;
+)";
+
+/** Locks that were kept under numbers of processes: theirs have ended. */
+constexpr const char* later_lock_table = R"(
+DROP TABLE lock;
+CREATE TABLE lock(
+  instance INTEGER PRIMARY KEY REFERENCES instance, user_id TEXT NOT NULL, node TEXT NOT NULL,
+  holder TEXT NOT NULL, since TEXT NOT NULL);
 )";
 
 std::int64_t single_number(Database& database, const char* sql) {
@@ -69,14 +77,15 @@ const Attribute* Class::find_attribute(const std::string& attribute_name) const 
   return found == slot_by_name.end() ? nullptr : slots[found->second];
 }
 
-Store::Store(Database& database)
-    : database_(database), process_(os::this_process()), node_(os::node_name()) {
+Store::Store(Database& database, Presence& presence)
+    : database_(database), presence_(presence), node_(os::node_name()) {
   create_tables();
   load_classes();
   complete_built_ins();
-  Query locks(database_,
-              "SELECT instance FROM lock WHERE node = ? AND process_id = ? AND process_start = ?",
-              node_, process_.id, process_.start);
+  if (presence.name_so_far().empty()) {
+    return;
+  }
+  Query locks(database_, "SELECT instance FROM lock WHERE holder = ?", presence.name_so_far());
   while (locks.next()) {
     instances_[static_cast<tag>(locks.integer(0))].locked = true;
   }
@@ -90,7 +99,7 @@ void Store::create_tables() {
     if (single_number(database_, "SELECT count(*) FROM sqlite_master") != 0 && !is_site()) {
       refuse(ORK_site_not_available, database_.path() + " is a database of another program");
     }
-    database_.execute("PRAGMA journal_mode = WAL");
+    database_.log_ahead();
     Transaction transaction(database_);
     if (!is_site()) {
       database_.execute(schema);
@@ -107,7 +116,28 @@ void Store::create_tables() {
                                        ", and this program understands format " +
                                        std::to_string(schema_version));
   }
+  add_later_tables();
+}
+
+/** Looks first: nothing is written, and nobody is waited for, where they are there. */
+void Store::add_later_tables() {
+  const auto is_old = [this] {
+    return single_number(database_,
+                         "SELECT count(*) FROM pragma_table_info('lock') WHERE name = 'holder'") ==
+           0;
+  };
+  const auto lacks_texts = [this] {
+    return single_number(database_, "SELECT count(*) FROM sqlite_master WHERE name = 'text'") == 0;
+  };
+  if (!is_old() && !lacks_texts()) {
+    return;
+  }
+  Transaction transaction(database_);
+  if (is_old()) {
+    database_.execute(later_lock_table);
+  }
   database_.execute(later_tables);
+  transaction.commit();
 }
 
 void Store::complete_built_ins() {
@@ -353,13 +383,16 @@ void Store::define_attribute(const Class& owner, const AttributeDefinition& defi
 
 std::uint32_t Store::next_number() {
   Query query(database_,
-              "UPDATE meta SET value = value + 1 WHERE name = 'next_number' RETURNING value - 1");
+              "UPDATE meta SET value = max(value, ?) + 1 WHERE name = 'next_number' "
+              "RETURNING value - 1",
+              first_unused_number_);
   query.next();
   const std::int64_t number = query.integer(0);
   query.next();  // runs it to its end, where SQLite commits it
   if (number >= first_transient) {
     refuse(ORK_site_not_available, "the site has used up its object numbers");
   }
+  first_unused_number_ = static_cast<std::uint32_t>(number) + 1;
   return static_cast<std::uint32_t>(number);
 }
 

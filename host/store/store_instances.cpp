@@ -290,7 +290,7 @@ void Store::remove(tag object, const std::vector<tag>& parts) {
   }
   if (!instance.locked) {
     refuse_lock_of_other(object);
-    refuse(STORE_not_locked, object_text(object));
+    refuse_unlocked(object);
   }
   std::vector<tag> all = {object};
   all.insert(all.end(), parts.begin(), parts.end());
@@ -334,16 +334,7 @@ void Store::bring_up_to_date(tag object) {
   }
 }
 
-bool Store::has_unsaved_changes() const {
-  for (const auto& [object, instance] : instances_) {
-    if (instance.changed) {
-      return true;
-    }
-  }
-  return false;
-}
-
-void Store::save_all() {
+std::vector<tag> Store::changed_instances() const {
   std::vector<tag> changed;
   for (const auto& [object, instance] : instances_) {
     if (instance.changed) {
@@ -351,7 +342,7 @@ void Store::save_all() {
     }
   }
   std::sort(changed.begin(), changed.end());
-  save(changed);
+  return changed;
 }
 
 }  // namespace host

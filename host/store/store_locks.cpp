@@ -6,27 +6,21 @@
 
 namespace host {
 
-bool Store::is_own(const LockHolder& holder) const {
-  return holder.process == process_ && holder.node == node_;
-}
-
 std::optional<LockHolder> Store::read_lock(tag object) {
-  Query query(database_,
-              "SELECT user_id, node, process_id, process_start, since FROM lock WHERE instance = ?",
+  Query query(database_, "SELECT user_id, node, holder, since FROM lock WHERE instance = ?",
               object);
   if (!query.next()) {
     return std::nullopt;
   }
-  LockHolder holder;
-  holder.user_id = query.text(0);
-  holder.node = query.text(1);
-  holder.process = {query.integer(2), query.integer(3)};
-  holder.since = parse_date(query.text(4));
-  // Of a process on another machine nothing is known, so its locks hold.
-  if (!is_own(holder) && holder.node == node_ && !os::is_running(holder.process)) {
-    return std::nullopt;
+  LockHolder holder{query.text(0), query.text(1), query.text(2), parse_date(query.text(3))};
+  if (!presence_.lives(holder.process)) {
+    return std::nullopt;  // whose process has ended, in whatever way
   }
   return holder;
+}
+
+bool Store::is_own(const LockHolder& holder) const {
+  return !holder.process.empty() && holder.process == presence_.name_so_far();
 }
 
 bool Store::is_locked(tag object) {
@@ -60,15 +54,28 @@ void Store::refuse_lock_of_other(tag object) {
                                     date_text(holder->since));
 }
 
+void Store::note_refused_lock(tag object, const std::string& reason) {
+  refused_locks_[object] = reason;
+}
+
+void Store::refuse_unlocked(tag object) const {
+  const auto reason = refused_locks_.find(object);
+  refuse(STORE_not_locked, "object " + std::to_string(object) +
+                               (reason != refused_locks_.end() ? ". " + reason->second : ""));
+}
+
 void Store::take_lock(tag object) {
-  run(database_, "INSERT OR REPLACE INTO lock VALUES(?, ?, ?, ?, ?, ?)", object, identity_.user_id,
-      node_, process_.id, process_.start, date_text(os::local_time()));
+  run(database_, "INSERT OR REPLACE INTO lock VALUES(?, ?, ?, ?, ?)", object, identity_.user_id,
+      node_, presence_.name(), date_text(os::local_time()));
+  refused_locks_.erase(object);
 }
 
 void Store::require_own_lock(tag object) {
   const std::optional<LockHolder> holder = read_lock(object);
   if (!holder || !is_own(*holder)) {
-    refuse(STORE_not_locked, "object " + std::to_string(object));
+    refuse(STORE_not_locked, "object " + std::to_string(object) +
+                                 ", whose lock was taken away from this session" +
+                                 (holder ? " and is held by user " + holder->user_id : ""));
   }
 }
 
@@ -96,10 +103,7 @@ void Store::refresh(tag object, bool for_change) {
   if (instance.state == InstanceState::is_new) {
     return;
   }
-  if (instance.locked) {
-    run(database_, "DELETE FROM lock WHERE instance = ?", object);
-    instance.locked = false;
-  }
+  give_lock_back(object, instance);
   read(object, instance);
 }
 
@@ -108,15 +112,37 @@ void Store::unlock(tag object) {
   if (instance.changed) {
     refuse(STORE_not_saved, "object " + std::to_string(object));
   }
+  give_lock_back(object, instance);
+}
+
+void Store::give_lock_back(tag object, Instance& instance) {
+  if (instance.locked) {
+    run(database_, "DELETE FROM lock WHERE instance = ? AND holder = ?", object,
+        presence_.name_so_far());
+    instance.locked = false;
+  }
+}
+
+bool Store::take_lock_away(tag object) {
+  Transaction transaction(database_);
+  const bool is_held = read_lock(object).has_value();
   run(database_, "DELETE FROM lock WHERE instance = ?", object);
-  instance.locked = false;
+  transaction.commit();
+  return is_held;
 }
 
 void Store::release_locks() {
-  run(database_, "DELETE FROM lock WHERE node = ? AND process_id = ? AND process_start = ?", node_,
-      process_.id, process_.start);
   for (auto& [object, instance] : instances_) {
     instance.locked = false;
+  }
+  const std::string& name = presence_.name_so_far();
+  const auto has_locks = [&] {
+    return !name.empty() && Query(database_, "SELECT 1 FROM lock WHERE holder = ?", name).next();
+  };
+  if (has_locks()) {
+    // Without a wait for others that write: the locks end with this process's name as well.
+    const Impatience at_once(database_);
+    run(database_, "DELETE FROM lock WHERE holder = ?", name);
   }
 }
 

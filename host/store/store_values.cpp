@@ -147,7 +147,7 @@ void Store::set_values(tag object, const std::string& attribute, Values values) 
 
 void Store::require_changeable(tag object, const Instance& instance) const {
   if (instance.state != InstanceState::is_new && !instance.locked) {
-    refuse(STORE_not_locked, "object " + std::to_string(object));
+    refuse_unlocked(object);
   }
 }
 

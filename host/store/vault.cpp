@@ -103,40 +103,6 @@ bool is_name(const std::string& text) {
          text.find_first_not_of("0123456789abcdef") == std::string::npos;
 }
 
-/** The part of a list's name that tells machines apart. */
-std::string node_part() {
-  std::string node = os::node_name();
-  std::replace(node.begin(), node.end(), '/', '_');
-  return node;
-}
-
-/** Name of a process's list: "<process id>-<start>-<machine>". */
-std::string list_name(const os::Process& process) {
-  return std::to_string(process.id) + "-" + std::to_string(process.start) + "-" + node_part();
-}
-
-/** The process of this machine whose list has a name. */
-std::optional<os::Process> process_of(const std::string& name) {
-  const char* const end = name.data() + name.size();
-  os::Process process;
-  const auto id = std::from_chars(name.data(), end, process.id);
-  if (id.ec != std::errc() || id.ptr == end) {
-    return std::nullopt;
-  }
-  std::from_chars(id.ptr + 1, end, process.start);
-  return list_name(process) == name ? std::optional(process) : std::nullopt;
-}
-
-/** What a list names. It is closed again, for some systems remove no open file. */
-std::vector<std::string> names_in(const std::filesystem::path& list) {
-  std::ifstream lines(list);
-  std::vector<std::string> names;
-  for (std::string line; std::getline(lines, line);) {
-    names.push_back(line);
-  }
-  return names;
-}
-
 std::string parent_folder(const std::string& path) {
   const std::string folder = utf8_path(path).parent_path().string();
   return folder.empty() ? "." : folder;
@@ -174,15 +140,16 @@ Contents read_contents(const std::string& path) {
   return read_through(source, failure, [](std::string_view, std::int64_t) {});
 }
 
-Vault::Vault(const std::string& site_path)
-    : is_temporary_(site_path == ":memory:"),
+Vault::Vault(const std::string& site_path, Presence& presence)
+    : presence_(presence),
+      is_temporary_(site_path == ":memory:"),
       // One vault by whatever path the site is opened, and if the program changes its folder.
       folder_(is_temporary_
                   ? std::string()
                   : std::filesystem::weakly_canonical(utf8_path(site_path)).string() + ".vault") {}
 
 Vault::~Vault() {
-  if (is_temporary_ && !folder_.empty()) {
+  if (is_temporary_ && !folder_.empty() && maker_ == os::forks()) {
     std::error_code ignored;
     std::filesystem::remove_all(utf8_path(folder_), ignored);
   }
@@ -198,14 +165,15 @@ std::string Vault::path_of(const std::string& name) const {
 void Vault::make_folder() {
   if (folder_.empty()) {
     folder_ = os::make_temporary_folder();
+    maker_ = os::forks();
   }
-  std::filesystem::create_directories(utf8_path(folder_ + "/importing"));
+  std::filesystem::create_directories(utf8_path(folder_));
 }
 
 void Vault::announce(const std::string& name) {
   with_meaning({FILE_cannot_write, "the vault"}, [&] {
     make_folder();
-    os::open_for_appending(list_path(list_name(os::this_process()))).write(name + "\n");
+    presence_.note(name);
   });
   announced_.push_back(name);
 }
@@ -283,23 +251,12 @@ void Vault::settle(Store& store) {
   }
   remove_unclaimed(store, announced_);
   announced_.clear();
-  std::error_code ignored;
-  std::filesystem::remove(utf8_path(list_path(list_name(os::this_process()))), ignored);
 }
 
 void Vault::sweep(Store& store) const {
-  std::error_code none;
-  if (folder_.empty()) {
-    return;
-  }
-  for (const auto& list :
-       std::filesystem::directory_iterator(utf8_path(folder_ + "/importing"), none)) {
-    const auto process = process_of(list.path().filename().string());
-    if (!process || *process == os::this_process() || os::is_running(*process)) {
-      continue;
-    }
-    remove_unclaimed(store, names_in(list.path()));
-    std::filesystem::remove(list.path(), none);
+  for (const std::string& process : presence_.left_behind()) {
+    remove_unclaimed(store, presence_.notes_of(process));
+    presence_.forget(process);
   }
 }
 

@@ -4,13 +4,11 @@
  * which file, the store says (class VeloFile).
  *
  *   <site>.vault/<32 hexadecimal digits>     contents; the name is random
- *   <site>.vault/importing/<process>         names of contents that this process has brought in or
- *                                            means to remove, one a line
  *
  * Contents come before the file that has them is saved, and go after it is deleted. What a process
- * had under way stands in its list before it begins; when the session ends, or by the next process
- * that opens the site after it was killed, whatever no saved file has is removed. So nothing is
- * left over, and nothing is taken from a process that is still at work.
+ * has under way stands in its own file (presence.h) before it begins; when the session ends, or by
+ * the next process that opens the site after it was killed, whatever no saved file has is removed.
+ * So nothing is left over, and nothing is taken from a process that is still at work.
  *
  * A site that keeps nothing has a temporary folder, made at the first import.
  */
@@ -46,7 +44,7 @@ Contents read_contents(const std::string& path);
 
 class Vault {
  public:
-  explicit Vault(const std::string& site_path);
+  Vault(const std::string& site_path, Presence& presence);
   ~Vault();
   Vault(const Vault&) = delete;
   Vault& operator=(const Vault&) = delete;
@@ -72,11 +70,10 @@ class Vault {
  private:
   void make_folder();
   std::string path_of(const std::string& name) const;
-  std::string list_path(const std::string& process) const {
-    return folder_ + "/importing/" + process;
-  }
 
+  Presence& presence_;
   bool is_temporary_;
+  unsigned maker_ = 0; /**< of a temporary folder: the half of the fork that removes it */
   std::string folder_; /**< empty until a temporary one is made */
   std::vector<std::string> announced_;
 };

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory_resource>
+#include <mutex>
 #include <new>
 #include <unordered_map>
 
@@ -19,12 +20,17 @@ struct Heap {
   Sizes sizes{&entries};
   size_t bytes = 0;
   int calls_to_failure = 0;
+  std::mutex mutex; /**< blocks are anybody's: no status could refuse other threads */
 };
 
 Heap& heap() {
   // Never destroyed: programs may free blocks while they end.
   static Heap& instance = *new Heap;
   return instance;
+}
+
+std::unique_lock<std::mutex> locked() {
+  return std::unique_lock(heap().mutex);
 }
 
 bool fails_now() {
@@ -49,9 +55,7 @@ bool is_ours(const Sizes::iterator& entry, const char* operation, void* block) {
   return false;
 }
 
-}  // namespace
-
-void* allocate(std::size_t size) {
+void* allocate_locked(std::size_t size) {
   if (fails_now()) {
     return nullptr;
   }
@@ -69,10 +73,18 @@ void* allocate(std::size_t size) {
   return block;
 }
 
+}  // namespace
+
+void* allocate(std::size_t size) {
+  const auto lock = locked();
+  return allocate_locked(size);
+}
+
 void* reallocate(const char* operation, void* block, std::size_t size, std::size_t* old_size) {
+  const auto lock = locked();
   *old_size = 0;
   if (block == nullptr) {
-    return allocate(size);
+    return allocate_locked(size);
   }
   Sizes& sizes = heap().sizes;
   const auto entry = sizes.find(block);
@@ -97,6 +109,7 @@ void release(const char* operation, void* block) {
   if (block == nullptr) {
     return;
   }
+  const auto lock = locked();
   Sizes& sizes = heap().sizes;
   const auto entry = sizes.find(block);
   if (!is_ours(entry, operation, block)) {
@@ -108,14 +121,17 @@ void release(const char* operation, void* block) {
 }
 
 void fail_allocation(int nth) {
+  const auto lock = locked();
   heap().calls_to_failure = nth;
 }
 
 std::size_t block_count() {
+  const auto lock = locked();
   return heap().sizes.size();
 }
 
 std::size_t block_bytes() {
+  const auto lock = locked();
   return heap().bytes;
 }
 

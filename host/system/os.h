@@ -12,18 +12,8 @@
 
 namespace host::os {
 
-/** A process of this machine. The start time tells it from a later one with the same id. */
-struct Process {
-  std::int64_t id = 0;
-  std::int64_t start = 0;
-
-  bool operator==(const Process&) const = default;
-};
-
-Process this_process();
-
-/** Whether a process still runs; one that has ended but was not waited for does not. */
-bool is_running(const Process& process);
+/** How often the process was forked on the way to this one, from the first call on. */
+unsigned forks();
 
 /** Name of this machine. */
 std::string node_name();

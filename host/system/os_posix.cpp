@@ -1,16 +1,14 @@
 #include <dlfcn.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <optional>
 #include <sstream>
 #include <system_error>
 #include <thread>
@@ -26,41 +24,18 @@ std::string contents_of(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/** Start time of a running process in clock ticks since the machine's start. */
-std::optional<std::int64_t> start_of(std::int64_t id) {
-  const std::string line = contents_of("/proc/" + std::to_string(id) + "/stat");
-  // The program's name comes second, in brackets, and may itself contain brackets and blanks.
-  const std::size_t name_end = line.rfind(')');
-  if (name_end == std::string::npos) {
-    return std::nullopt;
-  }
-  std::istringstream fields(line.substr(name_end + 1));
-  std::string field;
-  fields >> field;
-  if (field == "Z" || field == "X") {
-    return std::nullopt;
-  }
-  constexpr int fields_to_start_time = 19;
-  for (int i = 0; i < fields_to_start_time; ++i) {
-    fields >> field;
-  }
-  std::int64_t start = 0;
-  const auto parsed = std::from_chars(field.data(), field.data() + field.size(), start);
-  if (!fields || parsed.ec != std::errc()) {
-    return std::nullopt;
-  }
-  return start;
+unsigned fork_count = 0;
+
+void count_fork() {
+  ++fork_count;
 }
 
 }  // namespace
 
-Process this_process() {
-  const std::int64_t id = getpid();
-  return {id, start_of(id).value_or(0)};
-}
-
-bool is_running(const Process& process) {
-  return start_of(process.id) == process.start;
+unsigned forks() {
+  static const int registered = pthread_atfork(nullptr, nullptr, count_fork);
+  static_cast<void>(registered);
+  return fork_count;
 }
 
 std::string node_name() {

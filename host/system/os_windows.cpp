@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <optional>
 #include <system_error>
 
 #include "os.h"
@@ -24,34 +23,10 @@ std::wstring wide(const std::string& text) {
   return utf8_path(text).wstring();
 }
 
-/** Start time of a running process, in units of 100 nanoseconds. */
-std::optional<std::int64_t> start_of(std::int64_t id) {
-  HANDLE process =
-      OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, static_cast<DWORD>(id));
-  if (process == nullptr) {
-    return std::nullopt;
-  }
-  FILETIME start{};
-  FILETIME ignored{};
-  // A process that has ended is there until the last handle to it is closed.
-  const bool is_running = WaitForSingleObject(process, 0) == WAIT_TIMEOUT &&
-                          GetProcessTimes(process, &start, &ignored, &ignored, &ignored) != 0;
-  CloseHandle(process);
-  if (!is_running) {
-    return std::nullopt;
-  }
-  return static_cast<std::int64_t>(std::uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime);
-}
-
 }  // namespace
 
-Process this_process() {
-  const std::int64_t id = GetCurrentProcessId();
-  return {id, start_of(id).value_or(0)};
-}
-
-bool is_running(const Process& process) {
-  return start_of(process.id) == process.start;
+unsigned forks() {
+  return 0;
 }
 
 std::string node_name() {

@@ -98,4 +98,10 @@ std::string error_text(int status) {
   return required_text("error.unknown") + " " + number;
 }
 
+std::string shipped_error_text(int status) {
+  const std::string* text =
+      find_in(shipped_texts(), "error." + std::to_string(status), language_of_environment());
+  return text != nullptr ? *text : "error " + std::to_string(status);
+}
+
 }  // namespace host

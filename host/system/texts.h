@@ -56,4 +56,7 @@ const std::string& required_text(std::string_view key);
 /** General text of an error code; one that says so for a code that has none. */
 std::string error_text(int status);
 
+/** The same without what the site says; any thread may ask. */
+std::string shipped_error_text(int status);
+
 }  // namespace host

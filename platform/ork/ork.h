@@ -3,9 +3,10 @@
  * Basic types of the host platform, and its session: text services, login, modules, bypass.
  *
  * Every operation returns a status: #ORK_ok or an error code, unless its comment says otherwise.
- * A failing operation also leaves its code and a readable text on the error stack (`err.h`).
- * Memory that an operation hands out is freed by the caller with `MEM_free` (`mem.h`), unless its
- * comment says that the platform keeps it.
+ * A failing operation also leaves its code and a readable text on the error stack (`err.h`), but
+ * for #ORK_wrong_thread, since that stack is another thread's. Memory that an operation hands out
+ * is freed by the caller with `MEM_free` (`mem.h`), unless its comment says that the platform keeps
+ * it.
  */
 #ifndef ORK_ORK_H
 #define ORK_ORK_H
@@ -49,7 +50,9 @@ enum {
   ORK_invalid_argument = 20009,   /**< a required argument is null, empty or out of range */
   ORK_site_not_available = 20010, /**< the site's data cannot be opened, read or written */
   ORK_internal_error = 20011,     /**< the platform failed in a way it did not foresee */
-  ORK_out_of_memory = 20012       /**< memory is exhausted */
+  ORK_out_of_memory = 20012,      /**< memory is exhausted */
+  ORK_site_busy = 20013,          /**< another process has been changing the site for too long */
+  ORK_wrong_thread = 20014        /**< the session, or the call under way, is another thread's */
 };
 
 /**

@@ -1,4 +1,5 @@
 #include "objects_site.h"
+#include "ork/item.h"
 
 namespace {
 
@@ -73,6 +74,11 @@ TEST_F(AccessTest, ChangesAreRefusedWithUserObjectAndRule) {
   EXPECT_EQ(test::lock_of(bracket), STORE_no_lock);
   EXPECT_EQ(OBJ_refresh(bracket, 0), ORK_ok) << "no change";
 
+  EXPECT_EQ(OBJ_set_value_string(bracket, "object_name", "x"), STORE_not_locked);
+  EXPECT_THAT(last_error(),
+              HasSubstr("wagner has no WRITE access to 000100-Bracket, by access rule 2"))
+      << "also for those that ask for the change alone";
+
   const tag own = find("000300");
   EXPECT_EQ(OBJ_lock(own), ORK_ok) << last_error();
   EXPECT_EQ(OBJ_set_value_string(own, "object_name", "Axle"), ORK_ok);
@@ -81,6 +87,44 @@ TEST_F(AccessTest, ChangesAreRefusedWithUserObjectAndRule) {
 
   EXPECT_EQ(OBJ_load(find("000200")), ACCESS_denied);
   EXPECT_EQ(refusal(OBJ_get_value_string, find("000200"), "object_name"), ACCESS_denied);
+}
+
+TEST_F(AccessTest, ALogoutSavesNothingThatIsDenied) {
+  rules(R"({"deny": ["WRITE"], "to": "world", "on": {"type": "Item"}})");
+  log_in_as_designer();
+  tag item = NULLTAG;
+  tag revision = NULLTAG;
+  ASSERT_EQ(ITEM_create_item("000900", "New", nullptr, "A", &item, &revision), ORK_ok);
+  EXPECT_EQ(OBJ_save(item), ACCESS_denied);
+  EXPECT_EQ(ORK_exit_module(1), ACCESS_denied);
+  EXPECT_THAT(last_error(), HasSubstr("unsaved changes were lost"));
+  EXPECT_EQ(ask(ork_host_find_item, "000900", static_cast<const char*>(nullptr)), NULLTAG);
+}
+
+TEST_F(AccessTest, OnlyAdministratorsChangeWhoMayDoWhatUnlessARuleNamesThat) {
+  rules(R"({"grant": ["WRITE", "DELETE"], "to": "world", "on": {"class": "Object"}})");
+  log_in_as_designer();
+  const tag self = user_named("wagner");
+  const tag administered[] = {self, group("design"), ask(ORG_get_current_role),
+                              test::type_named("Part"), test::relation_type("VELO_reference")};
+  for (const tag object : administered) {
+    EXPECT_EQ(OBJ_lock(object), ACCESS_denied);
+    EXPECT_THAT(last_error(), HasSubstr("only administrators change objects of class "));
+    EXPECT_EQ(OBJ_refresh(object, 1), ACCESS_denied);
+    EXPECT_EQ(STORE_refresh_instances(1, &object, NULLTAG, STORE_modify_lock), ACCESS_denied);
+    EXPECT_EQ(OBJ_delete(object), ACCESS_denied);
+    EXPECT_FALSE(may("WRITE", object));
+    EXPECT_TRUE(may("READ", object));
+    EXPECT_TRUE(may({user_named("build")}, "WRITE", object)) << "an administrator";
+  }
+  EXPECT_EQ(OBJ_lock(find("000100")), ORK_ok) << last_error();
+
+  rules(R"({"grant": ["WRITE"], "to": {"group": "design"}, "on": {"class": "Group"}})");
+  EXPECT_EQ(OBJ_lock(group("quality")), ORK_ok) << last_error();
+  EXPECT_EQ(OBJ_lock(self), ACCESS_denied);
+  ASSERT_EQ(ORK_exit_module(0), ORK_ok);
+  log_in();
+  EXPECT_EQ(OBJ_lock(self), ORK_ok) << last_error();
 }
 
 TEST_F(AccessTest, BypassIsForTheSessionsUserAlone) {

@@ -33,11 +33,19 @@ int set_preferences(const char* path, const std::string& prefix, int count) {
   return 0;
 }
 
+/** Opens a site when it is told to. */
+int open_with_others(const char* path) {
+  say("ready");
+  std::getchar();
+  return ork_host_open(path) == ORK_ok ? 0 : 1;
+}
+
 /** Locks an object and holds the lock until it is told to go on, and then without giving it back.
  */
 int hold(const char* path, tag object) {
   host::Database database(path);
-  host::Store store(database);
+  host::Presence presence(path);
+  host::Store store(database, presence);
   store.set_identity({"partner"});
   store.lock(object);
   say("held");
@@ -94,6 +102,9 @@ int main(int count, char** arguments) {
   try {
     if (command == "preferences") {
       return set_preferences(arguments[2], arguments[3], std::atoi(arguments[4]));
+    }
+    if (command == "open") {
+      return open_with_others(arguments[2]);
     }
     if (command == "hold") {
       return hold(arguments[2], static_cast<tag>(std::atoi(arguments[3])));

@@ -21,7 +21,8 @@ int status_of(const Action& action) {
   }
 }
 
-/** Two stores on one file, as two processes have them, but in one that can look at both. */
+/** Two stores on one file, as two processes have them, but in one that can look at both; locks are
+ * the process's. */
 class StoreTest : public testing::Test {
  protected:
   tag new_item(const std::string& id) {
@@ -39,9 +40,10 @@ class StoreTest : public testing::Test {
 
   test::TemporaryFolder folder_;
   host::Database database_{folder_.path("site.db")};
-  Store store_{database_};
+  host::Presence presence_{folder_.path("site.db")};
+  Store store_{database_, presence_};
   host::Database other_database_{folder_.path("site.db")};
-  Store other_{other_database_};
+  Store other_{other_database_, presence_};
 };
 
 }  // namespace
@@ -214,7 +216,7 @@ TEST_F(StoreTest, SavingAllSavesNewInstancesBeforeThoseThatReferToThem) {
   store_.save(folder);
   const tag item = new_item("1");
   store_.set_values(folder, "contents", {item});
-  store_.save_all();
+  store_.save(store_.changed_instances());
   EXPECT_EQ(other_.values(folder, "contents"), host::Values{item});
   EXPECT_FALSE(store_.has_unsaved_changes());
 }
@@ -223,7 +225,8 @@ TEST_F(StoreTest, FilesOfANewerFormatAreRefused) {
   database_.execute("UPDATE meta SET value = '99' WHERE name = 'schema_version'");
   try {
     host::Database database(folder_.path("site.db"));
-    const Store store(database);
+    host::Presence presence(folder_.path("site.db"));
+    const Store store(database, presence);
     FAIL() << "opened";
   } catch (const host::Failure& failure) {
     EXPECT_EQ(failure.status(), ORK_site_not_available);

@@ -330,7 +330,8 @@ TEST_F(StructureFile, AViewRevisionThatOthersHaveChangedIsFollowed) {
   const std::vector<tag> before = occurrences(structure);
   {
     host::Database database(path);
-    host::Store other(database);
+    host::Presence presence(path);
+    host::Store other(database, presence);
     other.lock(structure);
     for (const char* values_of_all :
          {"occurrence_numbers", "occurrence_items", "occurrence_revisions", "occurrence_quantities",

@@ -55,7 +55,7 @@ class Vault : public test::DemoSite {
     return file;
   }
 
-  /** Paths of what the vault holds, lists of imports under way included. */
+  /** Paths of what the vault holds. */
   std::vector<fs::path> vault() const {
     std::vector<fs::path> paths;
     std::error_code none;
@@ -118,7 +118,8 @@ TEST_F(Vault, FilesComeBackByteForByteUnderTheirNames) {
     }
   }
   ork_host_close();
-  EXPECT_THAT(vault(), SizeIs(std::size(files))) << "and no list of imports";
+  EXPECT_THAT(vault(), SizeIs(std::size(files))) << "and nothing else";
+  EXPECT_FALSE(fs::exists(site_ + ".processes"));
 }
 
 TEST_F(Vault, OriginalNamesAreCutAtTheirLastSeparatorAndBounded) {
@@ -290,7 +291,7 @@ TEST_F(Vault, ContentsGoWithTheirFiles) {
   const tag kept = save("kept");
   const tag deleted = save("deleted");
   ASSERT_EQ(OBJ_delete(deleted), ORK_ok) << last_error();
-  EXPECT_THAT(vault(), SizeIs(3)) << "two contents and the list of this process";
+  EXPECT_THAT(vault(), SizeIs(2));
   ASSERT_EQ(ORK_exit_module(0), ORK_ok);
   EXPECT_THAT(vault(), SizeIs(1));
 
@@ -313,7 +314,7 @@ TEST_F(Vault, OtherProcessesImportsStandUntilTheyEnd) {
   EXPECT_EQ(export_to(saved, target_.path("saved")), ORK_ok) << last_error();
   EXPECT_EQ(target_.read("saved"), "theirs");
   open();
-  EXPECT_THAT(vault(), SizeIs(3)) << "saved, not saved yet, and the list";
+  EXPECT_THAT(vault(), SizeIs(2)) << "saved, and not saved yet";
   other.kill();
   open();
   EXPECT_THAT(vault(), SizeIs(1)) << "what was never saved is swept";

@@ -1,8 +1,9 @@
 // Changes a site in a loop until it is killed:
 //
-//     changing_program SITE PROGRESS
+//     changing_program SITE PROGRESS WORKER
 //
-// Each change has a number; what belongs together carries the same one.
+// Each change has a number; what belongs together carries the same one. Several at once are workers
+// with names of their own.
 
 #include <cstdio>
 #include <fstream>
@@ -20,6 +21,7 @@
 namespace {
 
 test::Progress* progress = nullptr;
+std::string worker;
 
 void expect(int status, const char* what) {
   if (status != ORK_ok) {
@@ -44,8 +46,8 @@ void create(tag relation_type, int number) {
   tag item = NULLTAG;
   tag revision = NULLTAG;
   tag relation = NULLTAG;
-  expect(ITEM_create_item(("N" + std::to_string(number)).c_str(), "New", nullptr, "A", &item,
-                          &revision),
+  expect(ITEM_create_item(("N" + worker + std::to_string(number)).c_str(), "New", nullptr, "A",
+                          &item, &revision),
          "create");
   expect(OBJ_save(item), "save item");
   expect(OBJ_save(revision), "save revision");
@@ -58,7 +60,7 @@ void create(tag relation_type, int number) {
 
 /** Seeds a group and a role, which come together or not at all. */
 void seed(int number) {
-  const std::string name = "\"pair " + std::to_string(number) + "\"";
+  const std::string name = "\"pair " + worker + std::to_string(number) + "\"";
   expect(ork_host_seed(("{\"groups\": [" + name + "], \"roles\": [" + name + "]}").c_str()),
          "seed");
   progress->seeded.store(number);
@@ -67,7 +69,7 @@ void seed(int number) {
 void prefer(int number) {
   const std::string text = std::to_string(number);
   const char* values[] = {text.c_str(), text.c_str(), text.c_str()};
-  expect(ork_host_set_preference("Number", 3, values), "preference");
+  expect(ork_host_set_preference(("Number" + worker).c_str(), 3, values), "preference");
   progress->preferred.store(number);
 }
 
@@ -81,7 +83,8 @@ void file(const std::string& path, int number) {
   expect(FILE_import_file(path.c_str(), nullptr, SS_TEXT, &imported, nullptr), "import");
   expect(OBJ_save(imported), "save file");
   expect(DSET_find_datasettype("Note", &type), "dataset type");
-  expect(DSET_create_dataset_with_id(type, ("F" + text).c_str(), "", nullptr, nullptr, &dataset),
+  expect(DSET_create_dataset_with_id(type, ("F" + worker + text).c_str(), "", nullptr, nullptr,
+                                     &dataset),
          "dataset");
   expect(DSET_add_dataset_named_ref(dataset, "Text", DSET_PART_OF, imported), "reference");
   expect(OBJ_save(dataset), "save dataset");
@@ -93,16 +96,17 @@ void file(const std::string& path, int number) {
 }  // namespace
 
 int main(int count, char** arguments) {
-  if (count != 3) {
+  if (count != 4) {
     return 2;
   }
   const test::SharedMemory<test::Progress> shared(arguments[2]);
   progress = &*shared;
+  worker = arguments[3];
   expect(ork_host_open(arguments[1]), "open");
   expect(ORK_auto_login(), "login");
   tag item = NULLTAG;
   tag relation_type = NULLTAG;
-  expect(ork_host_find_item("kept", nullptr, &item), "find");
+  expect(ork_host_find_item(("kept" + worker).c_str(), nullptr, &item), "find");
   expect(REL_find_relation_type("VELO_reference", &relation_type), "relation type");
   // A killed run may have saved what it did not come to say; the numbers leave room for that.
   for (int number = progress->renamed.load() + 2; progress->failures.load() == 0; ++number) {

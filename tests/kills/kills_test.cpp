@@ -1,9 +1,11 @@
-// A process that is killed at any moment leaves a site that opens, with every save whole or absent,
-// and nothing locked.
+// Processes that are killed at any moment leave a site that opens, with every save whole or absent,
+// and nothing locked; one alone, several at once, and the commands of zolp.
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <random>
 #include <thread>
 
@@ -27,12 +29,38 @@ using Json = nlohmann::json;
 constexpr const char* seed = R"({
   "site": {"automatic_login": "batch"}, "groups": ["all"], "roles": ["any"],
   "users": [{"id": "batch", "memberships": [{"group": "all", "role": "any"}]}],
-  "items": [{"id": "kept", "name": "0", "description": "0", "revisions": []}],
-  "preferences": {"Number": ["0", "0", "0"]},
+  "items": [{"id": "kepta", "name": "0", "description": "0", "revisions": []},
+            {"id": "keptb", "name": "0", "description": "0", "revisions": []},
+            {"id": "keptc", "name": "0", "description": "0", "revisions": []}],
+  "preferences": {"Numbera": ["0", "0", "0"], "Numberb": ["0", "0", "0"],
+                  "Numberc": ["0", "0", "0"]},
   "tools": [{"name": "Editor"}],
   "dataset_types": [{"name": "Note", "tool": "Editor", "references": [
     {"name": "Text", "files": [{"template": "*.txt", "format": "TEXT"}]}]}]
 })";
+
+/** A process that changes the site, and what it says of that. */
+class Worker {
+ public:
+  Worker(const test::TemporaryFolder& folder, const char* name)
+      : name(name),
+        path_(folder.write(std::string("progress") + name,
+                           std::string(sizeof(test::Progress), '\0'))),
+        progress(path_) {}
+
+  std::unique_ptr<test::ChildProcess> start(const std::string& site) const {
+    return std::make_unique<test::ChildProcess>(
+        std::vector<std::string>{CHANGING_PROGRAM, site, path_, name});
+  }
+
+  const std::string name;
+
+ private:
+  std::string path_;
+
+ public:
+  test::SharedMemory<test::Progress> progress;
+};
 
 class Kills : public testing::Test {
  protected:
@@ -47,10 +75,13 @@ class Kills : public testing::Test {
   void expect_whole_site() const {
     ASSERT_EQ(ork_host_open(site_.c_str()), ORK_ok) << test::last_error();
     ASSERT_EQ(ORK_auto_login(), ORK_ok) << test::last_error();
-    expect_whole_item();
-    expect_whole_lists();
+    for (const Worker& worker : workers_) {
+      expect_whole_item(worker);
+      expect_whole_lists(worker);
+      expect_whole_files(worker);
+      ASSERT_EQ(worker.progress->failures.load(), 0);
+    }
     expect_related_items();
-    expect_whole_files();
     EXPECT_EQ(described("locks"), Json::array());
     ork_host_close();
     host::Database database(site_);
@@ -59,37 +90,38 @@ class Kills : public testing::Test {
     EXPECT_EQ(check.text(0), "ok");
   }
 
-  void expect_whole_item() const {
+  static void expect_whole_item(const Worker& worker) {
     tag item = NULLTAG;
     char* text = nullptr;
-    ASSERT_EQ(ork_host_find_item("kept", nullptr, &item), ORK_ok);
+    ASSERT_EQ(ork_host_find_item(("kept" + worker.name).c_str(), nullptr, &item), ORK_ok);
     ASSERT_EQ(OBJ_get_value_string(item, "object_name", &text), ORK_ok);
     const std::string name = test::take(text);
     ASSERT_EQ(OBJ_get_value_string(item, "object_desc", &text), ORK_ok);
     EXPECT_EQ(name, test::take(text));
-    EXPECT_GE(std::stoi(name), progress_->renamed.load());
+    EXPECT_GE(std::stoi(name), worker.progress->renamed.load());
     EXPECT_EQ(OBJ_refresh(item, 1), ORK_ok) << test::last_error();
     EXPECT_EQ(OBJ_refresh(item, 0), ORK_ok);
   }
 
-  void expect_whole_lists() const {
-    const Json numbers = described("preferences")["Number"];
+  static void expect_whole_lists(const Worker& worker) {
+    const Json numbers = described("preferences")["Number" + worker.name];
     EXPECT_EQ(numbers, Json({numbers[0], numbers[0], numbers[0]}));
-    EXPECT_GE(std::stoi(numbers[0].get<std::string>()), progress_->preferred.load());
-    const auto pairs = [](const char* section) {
+    EXPECT_GE(std::stoi(numbers[0].get<std::string>()), worker.progress->preferred.load());
+    const auto pairs = [&worker](const char* section) {
       std::vector<std::string> names;
       for (const Json& entry : described(section)) {
         const std::string name = entry["name"];
-        if (name.starts_with("pair ")) {
+        if (name.starts_with("pair " + worker.name)) {
           names.push_back(name);
         }
       }
       return names;
     };
     EXPECT_EQ(pairs("groups"), pairs("roles"));
-    const int seeded = progress_->seeded.load();
+    const int seeded = worker.progress->seeded.load();
     if (seeded > 0) {
-      EXPECT_THAT(pairs("groups"), testing::Contains("pair " + std::to_string(seeded)));
+      EXPECT_THAT(pairs("groups"),
+                  testing::Contains("pair " + worker.name + std::to_string(seeded)));
     }
   }
 
@@ -105,19 +137,21 @@ class Kills : public testing::Test {
     const int relations = static_cast<int>(described("relations").size());
     const int killed_runs = kills_so_far_;
     EXPECT_LE(relations, revisions);
-    EXPECT_LT(revisions, items);  // one has none
-    EXPECT_LE(items - 1 - relations, killed_runs);
+    const int without_revisions = static_cast<int>(workers_.size());
+    EXPECT_LE(revisions, items - without_revisions);
+    EXPECT_LE(items - without_revisions - relations, killed_runs);
   }
 
   /** A dataset that was saved has its file, and the file has what was written into it. */
-  void expect_whole_files() const {
-    const int said = progress_->filed.load();
+  void expect_whole_files(const Worker& worker) const {
+    const int said = worker.progress->filed.load();
     for (int number = said > 0 ? said : 1; number <= said + 1; ++number) {
       const std::string text = std::to_string(number);
       tag dataset = NULLTAG;
       tag file = NULLTAG;
       int type = 0;
-      if (DSET_find_dataset(("F" + text).c_str(), &dataset) != ORK_ok || dataset == NULLTAG) {
+      if (DSET_find_dataset(("F" + worker.name + text).c_str(), &dataset) != ORK_ok ||
+          dataset == NULLTAG) {
         EXPECT_NE(number, said) << "a dataset that was saved is gone";
         continue;
       }
@@ -131,34 +165,100 @@ class Kills : public testing::Test {
 
   test::TemporaryFolder folder_;
   std::string site_ = folder_.path("site.db");
-  std::string progress_path_ = folder_.write("progress", std::string(sizeof(test::Progress), '\0'));
-  test::SharedMemory<test::Progress> progress_{progress_path_};
+  std::array<Worker, 3> workers_{Worker(folder_, "a"), Worker(folder_, "b"), Worker(folder_, "c")};
   int kills_so_far_ = 0;
 };
 
 }  // namespace
 
+namespace {
+
+std::mt19937& random_numbers() {
+  static std::mt19937 numbers(4711);
+  return numbers;
+}
+
+void wait_a_while() {
+  std::this_thread::sleep_for(
+      std::chrono::microseconds(std::uniform_int_distribution(0, 100'000)(random_numbers())));
+}
+
+}  // namespace
+
 TEST_F(Kills, LeaveWholeSavesAndNoLocks) {
-  std::mt19937 random(4711);
+  const Worker& worker = workers_[0];
   for (const int wanted = test::kills(); kills_so_far_ < wanted;) {
     {
-      test::ChildProcess changing({CHANGING_PROGRAM, site_, progress_path_});
+      const auto changing = worker.start(site_);
       // From the start of the process on, since opening the site and logging in are changes, too;
       // every other time from its first change on, however slow the machine is.
-      const int before = progress_->renamed.load();
-      while (kills_so_far_ % 2 != 0 && progress_->renamed.load() == before &&
-             progress_->failures.load() == 0) {
+      const int before = worker.progress->renamed.load();
+      while (kills_so_far_ % 2 != 0 && worker.progress->renamed.load() == before &&
+             worker.progress->failures.load() == 0) {
         std::this_thread::yield();
       }
-      std::this_thread::sleep_for(
-          std::chrono::microseconds(std::uniform_int_distribution(0, 100'000)(random)));
-      changing.kill();
+      wait_a_while();
+      changing->kill();
       ++kills_so_far_;
     }
     expect_whole_site();
     ASSERT_FALSE(HasFailure()) << "kill " << kills_so_far_;
-    ASSERT_EQ(progress_->failures.load(), 0);
   }
-  EXPECT_GT(progress_->renamed.load(), 0);
-  std::printf("%d kills, %d rounds of changes\n", kills_so_far_, progress_->renamed.load());
+  EXPECT_GT(worker.progress->renamed.load(), 0);
+  std::printf("%d kills, %d rounds of changes\n", kills_so_far_, worker.progress->renamed.load());
+}
+
+// Whoever is killed leaves the others' locks and imports alone, and they go on.
+TEST_F(Kills, OfOneAmongSeveralLeaveTheOthersAtWork) {
+  std::array<std::unique_ptr<test::ChildProcess>, 3> running;
+  for (std::size_t i = 0; i < workers_.size(); ++i) {
+    running[i] = workers_[i].start(site_);
+  }
+  for (const int wanted = test::kills(); kills_so_far_ < wanted; ++kills_so_far_) {
+    const std::size_t victim = static_cast<std::size_t>(kills_so_far_) % workers_.size();
+    const Worker& other = workers_[(victim + 1) % workers_.size()];
+    wait_a_while();
+    running[victim]->kill();
+    const int before = other.progress->filed.load();
+    while (other.progress->filed.load() == before && other.progress->failures.load() == 0) {
+      std::this_thread::yield();
+    }
+    ASSERT_EQ(other.progress->failures.load(), 0) << "kill " << kills_so_far_;
+    running[victim] = workers_[victim].start(site_);
+  }
+  for (const auto& worker : running) {
+    worker->kill();
+    ++kills_so_far_;
+  }
+  expect_whole_site();
+}
+
+TEST_F(Kills, OfCommandsLeaveAllOrNothing) {
+  const int wanted = test::kills() / 2;
+  std::size_t made = 0;
+  for (int number = 0; number < wanted; ++number) {
+    const std::string name = "D" + std::to_string(number);
+    test::Process import({{ZOLP_PROGRAM, "dataset", "import", folder_.write("text.txt", name),
+                           "--item", "kepta", "--name", name, "--host", site_},
+                          test::own_environment(),
+                          folder_.path("out"),
+                          folder_.path("err")});
+    wait_a_while();
+    import.kill();
+    ASSERT_EQ(ork_host_open(site_.c_str()) | ORK_auto_login(), ORK_ok) << test::last_error();
+    tag dataset = NULLTAG;
+    ASSERT_EQ(DSET_find_dataset(name.c_str(), &dataset), ORK_ok);
+    made += dataset != NULLTAG ? 1 : 0;
+    std::size_t contents = 0;
+    std::error_code none;
+    for ([[maybe_unused]] const auto& entry :
+         std::filesystem::directory_iterator(site_ + ".vault", none)) {
+      ++contents;
+    }
+    EXPECT_EQ(contents, made) << "kill " << number;
+    EXPECT_EQ(described("relations").size(), made);
+    EXPECT_EQ(described("locks"), Json::array());
+    ork_host_close();
+  }
+  std::printf("%d kills, %zu imports made\n", wanted, made);
 }

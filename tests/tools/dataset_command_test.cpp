@@ -7,7 +7,14 @@
 #include <csignal>
 #endif
 
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include "host/ork_host.h"
+#include "ork/obj.h"
 #include "tests/tools/run_program.h"
+#include "zolp_orktool.h"
 
 namespace {
 
@@ -117,6 +124,94 @@ TEST_F(DatasetCommands, RefusalsSayWhatIsWrongAndLeaveNothing) {
   EXPECT_EQ(vault_size(), before);
 }
 
+TEST_F(DatasetCommands, AFailedImportLeavesNothing) {
+  const std::size_t before = vault_size();
+  ASSERT_EQ(run_zolp({"host", "seed", site, folder.write("rules.json", R"({"access_rules": [
+    {"deny": ["WRITE"], "to": "world", "on": {"class": "Dataset"}}]})")})
+                .exit_code,
+            0);
+  const std::string text = folder.write("report.txt", "one");
+  for (const std::vector<std::string>& type :
+       {std::vector<std::string>{}, {"--type", "Model"}, {"--type", "Image"}}) {
+    std::vector<std::string> arguments = {"import", text};
+    arguments.insert(arguments.end(), type.begin(), type.end());
+    expect_refusal(dataset(arguments), 1, "by access rule 1): log in as somebody who may");
+    EXPECT_EQ(vault_size(), before);
+    expect_refusal(on_site({"dataset", "show", "report"}), 1, "there is no dataset report");
+  }
+}
+
+TEST_F(DatasetCommands, OfManyImportsOfOneNameAtOnceOneIsMade) {
+  constexpr std::size_t count = 4;
+  const std::size_t before = vault_size();
+  const std::string text = folder.write("report.txt", "one");
+  // All of them have looked for the name, and wait until this process has saved its change.
+  const char* value = "set";
+  ASSERT_EQ(ork_host_open(site.c_str()) | ork_host_begin_change() |
+                ork_host_set_preference("Held", 1, &value),
+            ORK_ok);
+  std::vector<std::unique_ptr<test::Process>> imports;
+  for (std::size_t i = 0; i < count; ++i) {
+    imports.push_back(std::make_unique<test::Process>(
+        test::Launch{{ZOLP_PROGRAM, "dataset", "import", text, "--item", "1/00", "--host", site},
+                     test::own_environment(),
+                     folder.path("out" + std::to_string(i)),
+                     folder.path("err" + std::to_string(i))}));
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    while (folder.read("err" + std::to_string(i)).find("waiting for another") ==
+           std::string::npos) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  }
+  ASSERT_EQ(ork_host_end_change(1), ORK_ok);
+  ork_host_close();
+  std::size_t made = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (imports[i]->wait() == 0) {
+      ++made;
+    } else {
+      EXPECT_THAT(folder.read("err" + std::to_string(i)),
+                  HasSubstr("1/00-Press has a dataset report"));
+    }
+  }
+  EXPECT_EQ(made, 1U);
+  EXPECT_EQ(vault_size(), before + 1);
+}
+
+TEST_F(DatasetCommands, RefusedChangesTellWhy) {
+  const std::vector<std::string> change = {"form", "set", "1/00", "UGezPerson=dora"};
+  ASSERT_EQ(ork_host_open(site.c_str()) | ORK_auto_login(), ORK_ok);
+  tag form = NULLTAG;
+  tag item = NULLTAG;
+  ASSERT_EQ(
+      ork_host_find_item("1/00", nullptr, &item) | ZOLP_GetMasterForm(item, &form) | OBJ_lock(form),
+      ORK_ok);
+  expect_refusal(on_site(change), 1, ", by user ada on ");
+  expect_refusal(on_site(change), 1, "zolp host unlock");
+  EXPECT_THAT(run_zolp({"host", "unlock", site}).out, HasSubstr(", which ada has had locked on "));
+  EXPECT_EQ(on_site(change).exit_code, 0);
+  EXPECT_EQ(run_zolp({"host", "unlock", site}).out, "nothing is locked\n");
+  expect_refusal(run_zolp({"host", "unlock", site, "1/00/A"}), 1, "nobody has locked 1/00/A");
+  ASSERT_EQ(OBJ_lock(item), ORK_ok);
+  EXPECT_THAT(run_zolp({"host", "unlock", site, "1/00"}).out, HasSubstr("unlocked 1/00-Press, "));
+  ASSERT_EQ(ORK_exit_module(0), ORK_ok);
+
+  const char* value = "set";
+  ASSERT_EQ(ork_host_begin_change() | ork_host_set_preference("Held", 1, &value), ORK_ok);
+  expect_refusal(run_zolp(change, {{"ORK_HOST_DB", site}, {"ORK_HOST_WAIT", "0"}}), 1,
+                 "Another process is changing the site");
+  ASSERT_EQ(ork_host_end_change(1), ORK_ok);
+  ork_host_close();
+
+  ASSERT_EQ(run_zolp({"host", "seed", site, folder.write("rules.json", R"({"access_rules": [
+    {"deny": ["WRITE"], "to": "world", "on": {"class": "Form"}}]})")})
+                .exit_code,
+            0);
+  expect_refusal(on_site(change), 1, "ada has no WRITE access to ");
+  expect_refusal(on_site(change), 1, "by access rule 1");
+}
+
 #if !defined(_WIN32)
 TEST_F(DatasetCommands, AnInterruptedImportLeavesNothing) {
   const std::string big = folder.path("big.prt");
@@ -132,7 +227,7 @@ TEST_F(DatasetCommands, AnInterruptedImportLeavesNothing) {
     }
     _exit(127);
   }
-  while (vault_size() == before && files_in(site + ".vault/importing").empty()) {
+  while (vault_size() == before && !std::filesystem::exists(site + ".processes")) {
     usleep(1000);
   }
   kill(child, SIGINT);
@@ -142,7 +237,7 @@ TEST_F(DatasetCommands, AnInterruptedImportLeavesNothing) {
   EXPECT_EQ(WEXITSTATUS(status), 1);
   EXPECT_EQ(folder.read("err"), "zolp: interrupted: nothing was written, start again\n");
   EXPECT_EQ(vault_size(), before);
-  EXPECT_THAT(files_in(site + ".vault/importing"), IsEmpty());
+  EXPECT_FALSE(std::filesystem::exists(site + ".processes"));
   expect_refusal(on_site({"dataset", "show", "big"}), 1, "there is no dataset big");
 }
 #endif

@@ -11,6 +11,7 @@ namespace tool {
 namespace {
 
 void export_objects(const BomOptions& options) {
+  const View one_state;
   const Window window = open_window(options);
   int count = 0;
   tag* list = nullptr;

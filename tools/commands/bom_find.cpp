@@ -10,6 +10,7 @@ namespace tool {
 namespace {
 
 void find_in_structure(const BomOptions& options) {
+  const View one_state;
   const Window window = open_window(options);
   const Window wanted(options.wanted, options.rule, options.view);
   logical found = 0;

@@ -14,6 +14,7 @@ namespace tool {
 namespace {
 
 void show_numbers(const BomOptions& options) {
+  const View one_state;
   const Window window = open_window(options);
   int count = 0;
   tag* list = nullptr;

@@ -9,6 +9,7 @@ namespace tool {
 namespace {
 
 void show_size(const BomOptions& options) {
+  const View one_state;
   const Window window = open_window(options);
   const int lines = size_of(window);
   if (options.json) {

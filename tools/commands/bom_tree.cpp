@@ -9,6 +9,7 @@ namespace tool {
 namespace {
 
 void show_tree(const BomOptions& options) {
+  const View one_state;
   const Window window = open_window(options);
   const Line top = read_line(window.top_line(), options.depth);
   if (options.json) {

@@ -1,4 +1,5 @@
 /** @file `zolp dataset import`: brings a file into a new dataset. */
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <memory>
@@ -88,21 +89,27 @@ void import_file(const DatasetOptions& options, const std::string& name, tag own
   }
   const FileKind kind = choose_kind(type, options);
   const int file_type = kind.format == "TEXT" ? SS_TEXT : kind.format == "BINARY" ? SS_BINARY : 0;
-  MadeObjects made;
   tag file = NULLTAG;
   require_done(FILE_import_file(options.file.c_str(), nullptr, file_type, &file, nullptr), problem);
   require_done(OBJ_save(file), problem);
-  made.add(file);
   const LibraryCall call;
   tag dataset = NULLTAG;
   const int status = ZOLP_createDataset(options.type.c_str(), name.c_str(), kind.reference.c_str(),
                                         nullptr, options.description.c_str(), &dataset);
-  made.add(dataset);
   require_done(status, problem);
   require_done(ZOLP_attachNamedReference(dataset, file, kind.reference.c_str()), problem);
   require_done(OBJ_refresh(file, 0), problem);
   require_done(ZOLP_createRelation(owner, dataset, dataset_relation), problem);
-  made.keep();
+}
+
+/** Others that make datasets wait by now: what is seen decides who has the name. */
+void require_only_one(tag owner, const std::string& name) {
+  const std::vector<tag> datasets = datasets_of(owner);
+  const auto count = std::count_if(datasets.begin(), datasets.end(),
+                                   [&name](tag dataset) { return name_of(dataset) == name; });
+  if (count > 1) {
+    throw Error(id_of(owner) + " has a dataset " + name, "choose another name with --name");
+  }
 }
 
 void import_dataset(const DatasetOptions& options) {
@@ -116,11 +123,14 @@ void import_dataset(const DatasetOptions& options) {
   }
   {
     const CopyProgress progress("importing " + options.file);
+    Change change;
     if (options.type == text_type) {
       import_text(options, name, owner);
     } else {
       import_file(options, name, owner);
     }
+    require_only_one(owner, name);
+    require_done(change.keep(), "cannot import " + options.file);
   }
   const Json card = dataset_card(find_dataset_of(owner, name));
   if (options.json) {

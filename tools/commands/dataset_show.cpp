@@ -33,6 +33,7 @@ void print_card(const Json& card) {
 }
 
 void show_dataset(const DatasetOptions& options) {
+  const View one_state;
   const Json card = dataset_card(find_dataset(options));
   if (options.json) {
     print_json(card);

@@ -18,6 +18,7 @@ struct FindOptions {
 };
 
 void find(const FindOptions& options) {
+  const View one_state;
   Json found = Json::array();
   for (const tag object : find_by_pattern(options.pattern)) {
     found.push_back(summary_of(object));

@@ -6,7 +6,9 @@
 
 #include "commands/form.h"
 #include "error.h"
+#include "ork/err.h"
 #include "ork/obj.h"
+#include "ork/store.h"
 #include "site.h"
 #include "zolp_orktool.h"
 
@@ -33,10 +35,14 @@ Fields parse_texts(const std::vector<std::string>& texts) {
 class Lock {
  public:
   explicit Lock(tag object) : object_(object) {
-    const int status = ZOLP_verify_state_and_lock_of_object(object);
-    if (status != ORK_ok) {
+    ERR_clear_errors();
+    ZOLP_verify_state_and_lock_of_object(object);
+    int lock = STORE_no_lock;
+    STORE_get_instance_lock(object, &lock);
+    if (lock != STORE_modify_lock) {
+      const int status = last_platform_error();
       throw Error("the form cannot be locked (" + platform_error_text(status) + ")",
-                  "wait until it is free, or log in as somebody who may change it");
+                  advice_for(status, "start again"));
     }
   }
   ~Lock() { OBJ_refresh(object_, 0); }
@@ -57,12 +63,12 @@ void set_values(const FormOptions& options) {
       const int status = ZOLP_FORM_set_value(form, name.c_str(), text.c_str());
       if (status != ORK_ok) {
         throw Error("cannot set " + name + " (" + platform_error_text(status) + ")",
-                    "nothing was changed, correct it and start again");
+                    advice_for(status, "nothing was changed, correct it and start again"));
       }
     }
     if (const int status = OBJ_save(form); status != ORK_ok) {
       throw Error("cannot save the form (" + platform_error_text(status) + ")",
-                  "nothing was changed, start again");
+                  advice_for(status, "nothing was changed, start again"));
     }
   }
   print_form(form, options.json);

@@ -12,10 +12,12 @@ namespace tool {
 namespace {
 
 void show_form(const FormOptions& options) {
+  const View one_state;
   print_form(find_form(options), options.json);
 }
 
 void get_value(const FormOptions& options) {
+  const View one_state;
   const tag form = find_form(options);
   const std::string value = [&] {
     const LibraryCall call;

@@ -79,6 +79,7 @@ void add_host_commands(CLI::App& program) {
   add_host_seed(group);
   add_host_show(group);
   add_host_pref(group);
+  add_host_unlock(group);
 }
 
 }  // namespace tool

@@ -30,5 +30,6 @@ void add_host_init(CLI::App& group);
 void add_host_seed(CLI::App& group);
 void add_host_show(CLI::App& group);
 void add_host_pref(CLI::App& group);
+void add_host_unlock(CLI::App& group);
 
 }  // namespace tool

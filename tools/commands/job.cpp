@@ -16,7 +16,7 @@ namespace tool {
 void change(int status, const std::string& what) {
   if (status != ORK_ok) {
     throw Error(what + " (" + platform_error_text(status) + ")",
-                "see what the job is at with \"zolp job show\"");
+                advice_for(status, "see what the job is at with \"zolp job show\""));
   }
 }
 

@@ -25,16 +25,6 @@ int result_code(const std::string& text) {
   return number;
 }
 
-/** The most recent entry of the error stack; #ORK_ok when it is empty. */
-int last_error() {
-  int count = 0;
-  const int* severities = nullptr;
-  const int* codes = nullptr;
-  const char** texts = nullptr;
-  ERR_get_errors(&count, &severities, &codes, &texts);
-  return count > 0 ? codes[count - 1] : ORK_ok;
-}
-
 void set_result(const JobOptions& options) {
   const int result = result_code(options.result);
   const tag job = find_job(options.job);
@@ -47,7 +37,8 @@ void set_result(const JobOptions& options) {
   // The platform has the reason of a result that is not taken; the status does not tell.
   ERR_clear_errors();
   change(ZOLP_set_condition_task_result(task, result), "the result is not set");
-  change(last_error(), "the result of " + options.task + " is not taken, or stopped the job");
+  change(last_platform_error(),
+         "the result of " + options.task + " is not taken, or stopped the job");
   show_what_is_left(job, options);
 }
 

@@ -17,7 +17,13 @@ void print_jobs(const Json& jobs) {
   table.print();
 }
 
+void show_job(const JobOptions& options) {
+  const View one_state;
+  show(find_job(options.job), options);
+}
+
 void list(const JobOptions& options) {
+  const View one_state;
   Json jobs = Json::array();
   for (const tag job : listed("the jobs", [](int*count, tag**found) {
          return FLOW_find_jobs(nullptr, count, found);
@@ -30,8 +36,7 @@ void list(const JobOptions& options) {
 }  // namespace
 
 void add_job_show(CLI::App& group) {
-  const JobCommand showing = add_job_command(group, "show", "Print a job as a tree",
-                                             [](const JobOptions& o) { show(find_job(o.job), o); });
+  const JobCommand showing = add_job_command(group, "show", "Print a job as a tree", show_job);
   add_job_argument(showing);
   showing.app->footer("\nExample: zolp job show R-17 --host site.db");
 }

@@ -6,6 +6,8 @@
 #include "error.h"
 #include "objects.h"
 #include "ork/flow.h"
+#include "ork/store.h"
+#include "site.h"
 
 namespace tool {
 
@@ -20,27 +22,39 @@ tag find_template(const std::string& name) {
   return found;
 }
 
-bool has_job(const std::string& name) {
-  return !listed("the jobs", [&name](int* count, tag** jobs) {
-            return FLOW_find_jobs(name.c_str(), count, jobs);
-          }).empty();
+void require_no_more_jobs(const std::string& name, std::size_t limit) {
+  const std::vector<tag> jobs = listed("the jobs", [&name](int* count, tag** found) {
+    return FLOW_find_jobs(name.c_str(), count, found);
+  });
+  if (jobs.size() > limit) {
+    throw Error("there is a job " + name + " already", "take another name");
+  }
+}
+
+bool exists(tag job) {
+  logical found = 0;
+  require(STORE_instance_exists(job, &found), "the job");
+  return found != 0;
 }
 
 void start(const JobOptions& options) {
   const tag process = find_template(options.process_template);
-  if (has_job(options.job)) {
-    throw Error("there is a job " + options.job + " already", "take another name");
-  }
+  require_no_more_jobs(options.job, 0);
   std::vector<tag> objects = find_objects(options.targets);
   std::vector<int> types(objects.size(), FLOW_target_attachment);
   const std::vector<tag> references = find_objects(options.references);
   objects.insert(objects.end(), references.begin(), references.end());
   types.resize(objects.size(), FLOW_reference_attachment);
   tag job = NULLTAG;
-  const int status =
+  Change changes;
+  int status =
       FLOW_create_process(options.job.c_str(), options.description.c_str(), process,
                           static_cast<int>(objects.size()), objects.data(), types.data(), &job);
-  if (job == NULLTAG) {
+  if (job != NULLTAG) {
+    require_no_more_jobs(options.job, 1);  // again: others that start one wait by now
+    status = changes.keep();
+  }
+  if (status != ORK_ok && !(job != NULLTAG && exists(job))) {
     change(status, "job " + options.job + " is not made");
   }
   require_not_stopped(status, options);

@@ -148,6 +148,7 @@ struct ShowOptions {
 };
 
 void show(const ShowOptions& options) {
+  const View one_state;
   const Json card = card_of(find_object(options.id));
   if (options.json) {
     print_json(card);
