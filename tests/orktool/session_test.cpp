@@ -82,6 +82,8 @@ TEST(Identify, FindsWhatIsThereAndSaysWhatIsNot) {
   EXPECT_EQ(group, NULLTAG);
   EXPECT_THAT(trace.lines(), Contains("  User:nobody: does not exist!"));
   EXPECT_THAT(trace.lines(), Contains("  Group:nowhere:does not exist!"));
+  EXPECT_EQ(ZOLP_get_current_user_and_group(&user, &group), ORK_ok);
+  EXPECT_EQ(trace.missing({"  Current group:engineering", "current user:Ada Example:"}), "");
 }
 
 }  // namespace
