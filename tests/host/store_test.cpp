@@ -143,18 +143,6 @@ TEST_F(StoreTest, AClassMayGetAttributesWhileInstancesAreLoaded) {
             ORK_invalid_argument);
 }
 
-TEST_F(StoreTest, ALockOfAnotherMachineHolds) {
-  const tag item = saved_item("1");
-  store_.lock(item);
-  database_.execute("UPDATE lock SET process_id = 999999999, process_start = 1");
-  EXPECT_FALSE(other_.lock_holder(item)) << "that process has ended";
-  database_.execute("UPDATE lock SET node = 'elsewhere'");
-  ASSERT_TRUE(other_.lock_holder(item)) << "nobody here can tell";
-  EXPECT_EQ(other_.lock_holder(item)->node, "elsewhere");
-  EXPECT_EQ(status_of([&] { other_.lock(item); }), STORE_locked_by_other);
-  EXPECT_THAT(other_.locked_instances(), ElementsAre(item));
-}
-
 TEST_F(StoreTest, TagsOfDeletedAndUnknownInstancesAreToldApart) {
   const tag item = saved_item("1");
   const tag known = saved_item("3");
