@@ -55,11 +55,12 @@ bool Destination::grow_window(size_t size) {
     reopen();
     return mode_ == Mode::window ? grow_window(size) : reserve(size);
   }
-  if (line_offset() == 0 && is_window_sound() && size <= window_room()) {
+  if (line_offset() == 0 && is_window_sound() && file_.has_own_end() && size <= window_room()) {
     limit = cursor + size;  // the first line of a file may be longer than the file should be
     return true;
   }
-  uint64_t offset = is_window_sound() ? line_offset() : file_.size();
+  const bool is_at_end = is_window_sound() && file_.has_own_end();
+  uint64_t offset = is_at_end ? line_offset() : file_.size();
   move_line_to_buffer();
   if (is_too_much(offset, size)) {
     file_.shorten(offset);
@@ -102,7 +103,7 @@ void Destination::move_line_to_buffer() {
     grow_buffer(1);
     return;
   }
-  const char* text = line;
+  char* text = line;
   size_t size = length();
   // What a lost window held before it was lost is gone, and zeros stand there.
   for (; size > 0 && *text == '\0' && TraceFile::is_window_lost(); --size) {
@@ -110,11 +111,10 @@ void Destination::move_line_to_buffer() {
   }
   line = nullptr;
   grow_buffer(1);
-  if (!grow_buffer(size)) {
-    size = cut(size);
-  }
-  std::memcpy(cursor, text, size);
-  cursor += size;
+  const size_t kept = grow_buffer(size) ? size : cut(size);
+  std::memcpy(cursor, text, kept);
+  cursor += kept;
+  std::memset(text, '\n', size);  // it may go on elsewhere in the file
   window_ = nullptr;
 }
 
@@ -125,7 +125,7 @@ void Destination::move_line_to_buffer() {
 bool Destination::move_line_to_window(uint64_t offset, size_t size) {
   size_t used = length();
   char* end = nullptr;
-  char* begin = file_.map(offset, offset + used + size, &end);
+  char* begin = file_.map(offset, used + size, &end);
   if (begin == nullptr) {
     file_.shorten(offset);
     mode_ = Mode::stream;
@@ -180,6 +180,14 @@ void Destination::reopen() {
   file_.forget();
   open();
   if (is_line_in_file && file_.is_same(earlier)) {
+    take_line_out_of_file(offset);
+  }
+}
+
+/** Cuts the line, which is in the buffer by now, off a file that was opened anew. */
+void Destination::take_line_out_of_file(uint64_t offset) {
+  const bool is_last_in_file = file_.size() <= offset + length() + 1;  // with the last line's end
+  if (is_last_in_file) {
     file_.shorten(offset);
   }
 }
@@ -200,6 +208,9 @@ void Destination::use_standard_error() {
 bool Destination::expand_file_name() {
   constexpr size_t kept_for_suffixes = 64;
   size_t size = 0;
+  if (!is_absolute(settings_.file)) {
+    size = std::strlen(std::strcpy(path_.data(), remembered_folder()));
+  }
   for (const char* name = settings_.file; *name != '\0'; ++name) {
     if (size + kept_for_suffixes > path_.size()) {
       complain("the name of the trace file is too long; the trace goes to standard error");
@@ -230,11 +241,28 @@ void Destination::rotate() {
   }
   // The lock goes with the descriptor: nobody takes the old file for theirs before it is renamed.
   file_.close();
-  if (file_.open(path_.data()) == Opening::done) {
+  if (open_new_file()) {
     start_file();
   } else {
-    open();
+    use_standard_error();
   }
+}
+
+/** Starts a file under the name; nothing is opened that others have put there meanwhile. */
+bool Destination::open_new_file() {
+  const size_t size = std::strlen(path_.data());
+  Opening opening = file_.open(path_.data(), Wanted::new_file);
+  if (opening == Opening::taken) {
+    std::snprintf(path_.data() + size, path_.size() - size, ".pid%lu", process_id());
+    complain("%.*s was put there by somebody else; this process writes to %s",
+             static_cast<int>(size), path_.data(), path_.data());
+    opening = file_.open(path_.data(), Wanted::new_file);
+  }
+  if (opening != Opening::done) {
+    complain("cannot make %s: %s; the trace goes to standard error", path_.data(),
+             file_.last_error());
+  }
+  return opening == Opening::done;
 }
 
 /** Renames the file to NAME.1, NAME.1 to NAME.2 and so on; the oldest one goes. */
@@ -266,7 +294,14 @@ void Destination::leave_window() {
   move_line_to_buffer();
   file_.unmap();
   if (is_ours) {
-    file_.shorten(offset);
+    return file_.shorten(offset);
+  }
+  // The program has closed the descriptor.
+  const TraceFile earlier = file_;
+  file_.forget();
+  if (earlier.is_at(path_.data()) && file_.open(path_.data()) == Opening::done &&
+      file_.is_same(earlier)) {
+    take_line_out_of_file(offset);
   }
 }
 
@@ -284,8 +319,12 @@ void Destination::set_writer(ZOLP_TraceWriter writer, void* context) {
 void Destination::deliver(int level) {
   ErrorKeeper error_keeper;
   if (mode_ == Mode::writer) {
-    cursor[-1] = '\0';
-    writer_(level, line, length() - 1, writer_context_);
+    // One line, unless there was no memory to put several ones together one by one.
+    for (char *begin = line, *end = nullptr; begin < cursor; begin = end + 1) {
+      end = static_cast<char*>(std::memchr(begin, '\n', static_cast<size_t>(cursor - begin)));
+      *end = '\0';
+      writer_(level, begin, static_cast<size_t>(end - begin), writer_context_);
+    }
     return drop_line();
   }
   if (mode_ == Mode::stream && file_.is_regular()) {
@@ -333,16 +372,18 @@ void Destination::drop_line() {
   cursor = line;
 }
 
-void Destination::finish() {
-  ErrorKeeper error_keeper;
-  is_finished_ = true;
+void Destination::end_writer() {
   if (mode_ == Mode::writer) {
-    // What it writes to may be gone by now.
     writer_ = nullptr;
     mode_ = Mode::closed;
     line = cursor = limit = nullptr;
-    return;
   }
+}
+
+void Destination::finish() {
+  ErrorKeeper error_keeper;
+  is_finished_ = true;
+  end_writer();
   if (length() > 0) {
     append("\n", 1);
     end_line(ZOLP_LEVEL_OFF);

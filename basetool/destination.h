@@ -42,6 +42,9 @@ class Destination final : public LineRoom {
     }
   }
 
+  /** Calls the writer function no more: what it writes to may be gone soon. */
+  void end_writer();
+
   /** Ends the line and trims the file, at the end of the program. Later lines still get there. */
   void finish();
 
@@ -60,6 +63,7 @@ class Destination final : public LineRoom {
   bool is_too_much(uint64_t offset, size_t size) const;
   void move_line_to_buffer();
   bool move_line_to_window(uint64_t offset, size_t size);
+  void take_line_out_of_file(uint64_t offset);
 
   void open();
   void reopen();
@@ -68,6 +72,7 @@ class Destination final : public LineRoom {
   bool expand_file_name();
   void rotate();
   bool rename_files();
+  bool open_new_file();
   void leave_window();
 
   void deliver(int level);

@@ -22,7 +22,13 @@ class LineRoom {
    * Makes sure that there is free room. May move the line.
    * @return false when there is no memory; what room there was stays.
    */
-  bool reserve(size_t size) { return free_size() >= size || grow(size); }
+  bool reserve(size_t size) {
+    if (free_size() >= size || grow(size)) [[likely]] {
+      return true;
+    }
+    is_cut = true;
+    return false;
+  }
 
   /** Appends a text, cut where memory ends, so that shorter ones after it still find room. */
   void append(const char* text, size_t size) {
@@ -58,7 +64,8 @@ class LineRoom {
   }
 
   /** How much of a text goes in when its whole does not. */
-  size_t cut(size_t size) const {
+  size_t cut(size_t size) {
+    is_cut = true;
     constexpr size_t kept_for_the_rest = 64;
     size_t room = free_size();
     if (size <= kept_for_the_rest) {
@@ -70,6 +77,7 @@ class LineRoom {
   char* line = nullptr;
   char* cursor = nullptr;
   char* limit = nullptr;
+  bool is_cut = false; /**< memory did not suffice for all of the line */
 
  protected:
   ~LineRoom() = default;

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 
 namespace basetool {
 
@@ -18,6 +19,24 @@ using Descriptor = int;
 const char* environment(const char* variable);
 
 unsigned long process_id();
+
+/** Whether a path is the same wherever the program's current folder is. */
+bool is_absolute(const char* path);
+
+/** Copies the path of the current folder, with a separator at its end. @return false on failure. */
+bool current_folder(char* path, size_t size);
+
+/** Nanoseconds since 1970 in universal time. */
+uint64_t wall_nanoseconds();
+
+/** The local time of a second since 1970. */
+bool read_local_time(int64_t seconds, std::tm& parts);
+
+/**
+ * Has a function called when the program ends: as soon as `main` has returned where the system
+ * tells, and at the latest when the functions of `atexit` are called.
+ */
+void call_at_end_of_main(void (*function)());
 
 /** Has a function called in each child process that a fork makes. */
 void call_in_forked_child(void (*function)());
@@ -71,13 +90,16 @@ struct OpenFile {
 
 enum class Opening { done, taken, failed };
 
+/** What may be opened: anything, or a file only that did not exist, not even as a link. */
+enum class Wanted { anything, new_file };
+
 /**
  * Opens a file or stream for appending. A regular file is created when it does not exist, and
  * belongs to this process alone until it is closed. A file that the program's standard output or
  * error goes to is shared with them.
- * @return `taken` when another process writes to the file.
+ * @return `taken` when another process writes to the file, or when a new file's name is in use.
  */
-Opening open_for_appending(const char* path, OpenFile& opened);
+Opening open_for_appending(const char* path, Wanted wanted, OpenFile& opened);
 
 Descriptor standard_error();
 

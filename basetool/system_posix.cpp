@@ -7,6 +7,7 @@
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -129,10 +130,13 @@ int beyond_standard_streams(int descriptor) {
   return moved;
 }
 
-int open_file(const char* path) {
+int open_file(const char* path, Wanted wanted) {
   struct stat there;
   const bool is_stream = stat(path, &there) == 0 && !S_ISREG(there.st_mode);
   const int flags = O_APPEND | O_CLOEXEC | O_NOCTTY;
+  if (wanted == Wanted::new_file) {
+    return ::open(path, flags | O_RDWR | O_CREAT | O_EXCL, 0666);
+  }
   // A pipe that nobody reads must not hold the program up.
   if (is_stream) {
     return ::open(path, flags | O_WRONLY | O_NONBLOCK);
@@ -199,6 +203,54 @@ unsigned long process_id() {
   return static_cast<unsigned long>(getpid());
 }
 
+bool is_absolute(const char* path) {
+  return path[0] == '/';
+}
+
+bool current_folder(char* path, size_t size) {
+  if (getcwd(path, size - 1) == nullptr) {
+    return false;
+  }
+  const size_t length = strlen(path);
+  if (path[length - 1] != '/') {
+    strcpy(path + length, "/");
+  }
+  return true;
+}
+
+uint64_t wall_nanoseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+}
+
+bool read_local_time(int64_t seconds, std::tm& parts) {
+  const time_t time = seconds;
+  return localtime_r(&time, &parts) != nullptr;
+}
+
+void call_at_end_of_main(void (*function)()) {
+  // What belongs to a thread is destroyed before anything else when that thread ends the program.
+  struct Ending {
+    ~Ending() {
+      if (function != nullptr) {
+        function();
+      }
+    }
+    void (*function)() = nullptr;
+  };
+  thread_local Ending ending;
+  const bool is_first_thread = syscall(SYS_gettid) == getpid();
+  if (is_first_thread) {
+    ending.function = function;
+  }
+  static bool is_registered = false;
+  if (!is_registered) {
+    is_registered = true;
+    std::atexit(function);
+  }
+}
+
 void call_in_forked_child(void (*function)()) {
   pthread_atfork(nullptr, nullptr, function);
 }
@@ -224,10 +276,10 @@ const char* text_of_error(int code) {
   return strerror(code);
 }
 
-Opening open_for_appending(const char* path, OpenFile& opened) {
-  const int descriptor = beyond_standard_streams(open_file(path));
+Opening open_for_appending(const char* path, Wanted wanted, OpenFile& opened) {
+  const int descriptor = beyond_standard_streams(open_file(path, wanted));
   if (descriptor < 0) {
-    return Opening::failed;
+    return wanted == Wanted::new_file && errno == EEXIST ? Opening::taken : Opening::failed;
   }
   struct stat status;
   if (fstat(descriptor, &status) != 0) {

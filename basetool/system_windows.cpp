@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <utility>
 
 #include "system.h"
 
@@ -115,9 +116,13 @@ HANDLE stream_at(const char* path) {
 }
 
 /** Opens for writing. Others may read and rename the file meanwhile, but not write to it. */
-HANDLE open_file(const char* path) {
+HANDLE open_file(const char* path, Wanted wanted) {
   const WidePath wide_path(path);
   constexpr DWORD sharing = FILE_SHARE_READ | FILE_SHARE_DELETE;
+  if (wanted == Wanted::new_file) {
+    return CreateFileW(wide_path.text.data(), GENERIC_READ | GENERIC_WRITE, sharing, nullptr,
+                       CREATE_NEW, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  }
   HANDLE file = CreateFileW(wide_path.text.data(), GENERIC_READ | GENERIC_WRITE, sharing, nullptr,
                             OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE && GetLastError() == ERROR_ACCESS_DENIED) {
@@ -153,6 +158,63 @@ const char* environment(const char* variable) {
 
 unsigned long process_id() {
   return GetCurrentProcessId();
+}
+
+bool is_absolute(const char* path) {
+  const bool has_root = path[0] == '\\' || path[0] == '/';
+  return has_root ? path[1] == '\\' || path[1] == '/'  // a share or a device
+                  : path[0] != '\0' && path[1] == ':';
+}
+
+bool current_folder(char* path, size_t size) {
+  std::array<wchar_t, 4200> wide;
+  const DWORD length = GetCurrentDirectoryW(static_cast<DWORD>(wide.size()), wide.data());
+  if (length == 0 || length >= wide.size() ||
+      WideCharToMultiByte(CP_UTF8, 0, wide.data(), -1, path, static_cast<int>(size - 1), nullptr,
+                          nullptr) == 0) {
+    return false;
+  }
+  strcat(path, "\\");
+  return true;
+}
+
+uint64_t wall_nanoseconds() {
+  constexpr uint64_t ticks_until_1970 = 116'444'736'000'000'000;
+  FILETIME time;
+  GetSystemTimePreciseAsFileTime(&time);
+  const uint64_t ticks = uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+  return (ticks - ticks_until_1970) * 100;
+}
+
+bool read_local_time(int64_t seconds, std::tm& parts) {
+  const __time64_t time = seconds;
+  return _localtime64_s(&parts, &time) == 0;
+}
+
+void call_at_end_of_main(void (*function)()) {
+  // A library's own `atexit` waits until the system unloads the library. The program's functions
+  // are known to its C runtime, which is one of these.
+  using Function = int (*)();
+  static void (*registered)() = nullptr;
+  if (registered != nullptr) {
+    return;
+  }
+  registered = function;
+  HMODULE kept = nullptr;
+  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                     reinterpret_cast<const char*>(&call_at_end_of_main), &kept);
+  const Function call = [] {
+    registered();
+    return 0;
+  };
+  for (const auto& [runtime, name] :
+       {std::pair{"ucrtbase.dll", "_crt_atexit"}, std::pair{"msvcrt.dll", "_onexit"}}) {
+    HMODULE module = GetModuleHandleA(runtime);
+    FARPROC found = module != nullptr ? GetProcAddress(module, name) : nullptr;
+    if (found != nullptr) {
+      reinterpret_cast<void* (*)(Function)>(reinterpret_cast<void*>(found))(call);
+    }
+  }
 }
 
 void call_in_forked_child(void (*)()) {
@@ -197,9 +259,12 @@ const char* text_of_error(int code) {
   return text.data();
 }
 
-Opening open_for_appending(const char* path, OpenFile& opened) {
-  HANDLE file = open_file(path);
+Opening open_for_appending(const char* path, Wanted wanted, OpenFile& opened) {
+  HANDLE file = open_file(path, wanted);
   if (file == INVALID_HANDLE_VALUE) {
+    if (wanted == Wanted::new_file) {
+      return GetLastError() == ERROR_FILE_EXISTS ? Opening::taken : Opening::failed;
+    }
     if (GetLastError() != ERROR_SHARING_VIOLATION) {
       return Opening::failed;
     }

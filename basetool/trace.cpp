@@ -8,7 +8,9 @@
 #include <chrono>
 #include <climits>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -38,6 +40,9 @@ constinit bool is_in_writer = false;
 
 const std::chrono::steady_clock::time_point load_time = std::chrono::steady_clock::now();
 
+/** Relative names of files mean what they mean now. */
+const bool is_folder_remembered = (remember_folder(), true);
+
 /** Gives the destination its chance to tidy up when the program ends. */
 struct Finisher {
   ~Finisher();
@@ -48,9 +53,11 @@ void start() {
     return;
   }
   ErrorKeeper error_keeper;
+  remember_folder();
   settings = read_settings();
   shown_level = settings.level;
-  has_prefix = settings.shows_time || settings.shows_level || settings.shows_process;
+  has_prefix =
+      settings.shows_clock || settings.shows_time || settings.shows_level || settings.shows_process;
   destination.configure(settings);
   call_in_forked_child([] { destination.restart_in_child(); });
 }
@@ -61,12 +68,40 @@ bool is_shown(int level) {
   return level <= shown_level;
 }
 
+/** Writes the local time and the zone's offset from universal time. @return its length. */
+int print_clock(char* text, size_t size) {
+  static constinit int64_t known_second = -1;
+  static constinit char date_and_time[40] = {};
+  static constinit char offset[16] = {};
+  constexpr uint64_t second = 1'000'000'000;
+  const uint64_t now = wall_nanoseconds();
+  const auto seconds = static_cast<int64_t>(now / second);
+  std::tm parts{};
+  if (seconds != known_second && read_local_time(seconds, parts)) {
+    known_second = seconds;
+    std::strftime(date_and_time, sizeof date_and_time, "%Y-%m-%dT%H:%M:%S", &parts);
+    const std::chrono::sys_days day = std::chrono::year(parts.tm_year + 1900) /
+                                      std::chrono::month(static_cast<unsigned>(parts.tm_mon) + 1) /
+                                      std::chrono::day(static_cast<unsigned>(parts.tm_mday));
+    const int64_t as_universal = int64_t{day.time_since_epoch().count()} * 86400 +
+                                 parts.tm_hour * 3600 + parts.tm_min * 60 + parts.tm_sec;
+    const auto ahead = static_cast<int>((as_universal - seconds) / 60);
+    std::snprintf(offset, sizeof offset, "%c%02d:%02d", ahead < 0 ? '-' : '+',
+                  std::abs(ahead) / 60 % 100, std::abs(ahead) % 60);
+  }
+  return std::snprintf(text, size, "%s.%06u%s ", date_and_time,
+                       static_cast<unsigned>(now % second / 1000), offset);
+}
+
 void append_prefix(int level) {
-  char prefix[64];
+  char prefix[128];
   int size = 0;
   auto add = [&](const char* format, auto value) {
     size += std::snprintf(prefix + size, sizeof prefix - static_cast<size_t>(size), format, value);
   };
+  if (settings.shows_clock) {
+    size = print_clock(prefix, sizeof prefix);
+  }
   if (settings.shows_time) {
     auto elapsed = std::chrono::steady_clock::now() - load_time;
     long long microseconds = std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
@@ -107,6 +142,17 @@ void end_line() {
   is_in_writer = false;
 }
 
+/**
+ * Ends a line that was cut, even if its text did not: a line that is full would take up nothing
+ * more, not even its end.
+ */
+void complete_cut_line() {
+  if (destination.is_cut && destination.cursor[-1] != '\n') {
+    append_line_feed();
+  }
+  destination.is_cut = false;
+}
+
 /** Appends a piece of a text that has no line feed but possibly at its end. */
 void append_piece(int level, const char* piece, size_t size) {
   bool is_empty_line = destination.length() == 0 && *piece == '\n';
@@ -116,13 +162,10 @@ void append_piece(int level, const char* piece, size_t size) {
     begin_line(level);
   }
   destination.append(piece, size);
-  if (piece[size - 1] != '\n') {
-    return;
+  complete_cut_line();
+  if (destination.cursor[-1] == '\n') {
+    end_line();
   }
-  if (destination.cursor[-1] != '\n') {
-    append_line_feed();  // the piece was cut
-  }
-  end_line();
 }
 
 /** Takes a text with line feeds off the current line and writes it line by line. */
@@ -131,9 +174,10 @@ void rewrite_line_by_line(int level, size_t line_before, size_t size) {
   char* copy = size <= sizeof small_copy ? small_copy : new (std::nothrow) char[size];
   const char* text = destination.cursor - size;
   if (copy == nullptr) {
-    // Out of memory: what is left of the text is its first line.
-    const char* end = static_cast<const char*>(std::memchr(text, '\n', size)) + 1;
-    destination.shorten(destination.length() - static_cast<size_t>(destination.cursor - end));
+    // Out of memory: the text's lines stay as they stand, the last one gets an end.
+    if (destination.cursor[-1] != '\n') {
+      append_line_feed();
+    }
     return end_line();
   }
   std::memcpy(copy, text, size);
@@ -158,6 +202,10 @@ void write_text(int level, Append append) {
   size_t line_before = destination.length();
   size_t text_begin = begin_line(level);
   LineFeeds line_feeds = append();
+  if (destination.is_cut) [[unlikely]] {
+    complete_cut_line();
+    line_feeds = LineFeeds::several;
+  }
   size_t size = destination.length() - text_begin;
   if (size == 0) {
     return destination.shorten(line_before);
@@ -288,4 +336,7 @@ void ZOLP_SetTraceWriter(ZOLP_TraceWriter writer, void* context) {
     basetool::complete_line();
   }
   basetool::destination.set_writer(writer, context);
+  if (writer != nullptr) {
+    basetool::call_at_end_of_main([] { basetool::destination.end_writer(); });
+  }
 }

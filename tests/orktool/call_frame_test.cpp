@@ -162,6 +162,28 @@ TEST(FileName, LosesFolders) {
   EXPECT_STREQ(orktool::file_name("src/zolp_itool.cpp"), "zolp_itool.cpp");
 }
 
+TEST(Clock, CounterThatJumpsSpoilsOneAnswerAtMost) {
+  constexpr std::int64_t second = 1'000'000'000;
+  constexpr std::int64_t rate = 3;  // counts in a nanosecond
+  for (const std::int64_t jump : {3600 * second, 100 * second, -40 * second, -3600 * second}) {
+    std::int64_t time = 7 * second;
+    std::int64_t count = rate * time;
+    orktool::CounterScale scale({count, time});
+    const auto seconds_of_call = [&](std::int64_t duration) {
+      time += duration;
+      count += rate * duration;
+      return scale.nanoseconds(rate * duration, {count, time}) / second;
+    };
+    EXPECT_NEAR(seconds_of_call(2 * second), 2, 0.01);
+    time += 50 * second;
+    count += rate * 50 * second + jump;
+    seconds_of_call(2 * second);
+    for (int call = 0; call < 100; ++call) {
+      EXPECT_NEAR(seconds_of_call(2 * second), 2, 0.01) << jump << " " << call;
+    }
+  }
+}
+
 TEST(Clock, CountsElapsedTimeFromTheStart) {
   const std::int32_t first = orktool::elapsed_milliseconds();
   EXPECT_GE(first, 0);
