@@ -24,31 +24,6 @@ bool Destination::grow(size_t size) {
   return grow_buffer(size);
 }
 
-bool Destination::grow_buffer(size_t size) {
-  if (line == nullptr) {
-    line = cursor = small_buffer_.data();
-    limit = line + small_buffer_.size();
-  }
-  if (free_size() >= size) {
-    return true;
-  }
-  size_t used = length();
-  size_t wanted = std::max(used + size, 2 * static_cast<size_t>(limit - line));
-  bool is_large = line == large_buffer_;
-  char* larger = static_cast<char*>(std::realloc(large_buffer_, wanted));
-  if (larger == nullptr) {
-    return false;
-  }
-  if (!is_large) {
-    std::memcpy(larger, line, used);
-  }
-  large_buffer_ = larger;
-  line = larger;
-  cursor = larger + used;
-  limit = larger + wanted;
-  return true;
-}
-
 /** Makes room by laying the window over the next part of the file, or over the next file. */
 bool Destination::grow_window(size_t size) {
   if (!file_.refresh()) {
@@ -151,14 +126,18 @@ bool Destination::move_line_to_window(uint64_t offset, size_t size) {
 // ---- The file.
 
 void Destination::open() {
-  if (settings_.file == nullptr || !expand_file_name()) {
+  if (settings_.file == nullptr) {
+    return use_standard_error();
+  }
+  if (!expand_file_name(settings_.file, path_)) {
+    complain("the name of the trace file is too long; the trace goes to standard error");
     return use_standard_error();
   }
   Opening opening = file_.open(path_.data());
   if (opening == Opening::taken) {
     // Two processes would overwrite each other's lines.
     size_t size = std::strlen(path_.data());
-    std::snprintf(path_.data() + size, path_.size() - size, ".pid%lu", process_id());
+    append_process_id(path_);
     complain("%.*s belongs to another process; this one writes to %s", static_cast<int>(size),
              path_.data(), path_.data());
     opening = file_.open(path_.data());
@@ -204,37 +183,10 @@ void Destination::use_standard_error() {
   mode_ = Mode::stream;
 }
 
-/** @return false when the name is too long for a file. */
-bool Destination::expand_file_name() {
-  constexpr size_t kept_for_suffixes = 64;
-  size_t size = 0;
-  if (!is_absolute(settings_.file)) {
-    size = std::strlen(std::strcpy(path_.data(), remembered_folder()));
-  }
-  for (const char* name = settings_.file; *name != '\0'; ++name) {
-    if (size + kept_for_suffixes > path_.size()) {
-      complain("the name of the trace file is too long; the trace goes to standard error");
-      return false;
-    }
-    if (name[0] == '%' && name[1] == 'p') {
-      size += static_cast<size_t>(
-          std::snprintf(path_.data() + size, path_.size() - size, "%lu", process_id()));
-      ++name;
-    } else {
-      if (name[0] == '%' && name[1] == '%') {
-        ++name;
-      }
-      path_[size++] = *name;
-    }
-  }
-  path_[size] = '\0';
-  return true;
-}
-
 /** Starts a new file. */
 void Destination::rotate() {
   // Somebody else may have moved the file away and put another one in its place.
-  if (file_.is_at(path_.data()) && !rename_files()) {
+  if (file_.is_at(path_.data()) && !rename_older_files(path_, settings_.kept_files)) {
     complain("cannot rename %s to make room for a new one; it grows without limit", path_.data());
     settings_.size_limit = 0;
     return;
@@ -253,7 +205,7 @@ bool Destination::open_new_file() {
   const size_t size = std::strlen(path_.data());
   Opening opening = file_.open(path_.data(), Wanted::new_file);
   if (opening == Opening::taken) {
-    std::snprintf(path_.data() + size, path_.size() - size, ".pid%lu", process_id());
+    append_process_id(path_);
     complain("%.*s was put there by somebody else; this process writes to %s",
              static_cast<int>(size), path_.data(), path_.data());
     opening = file_.open(path_.data(), Wanted::new_file);
@@ -263,26 +215,6 @@ bool Destination::open_new_file() {
              file_.last_error());
   }
   return opening == Opening::done;
-}
-
-/** Renames the file to NAME.1, NAME.1 to NAME.2 and so on; the oldest one goes. */
-bool Destination::rename_files() {
-  std::array<char, longest_path + 16> older;
-  std::array<char, longest_path + 16> newer;
-  auto name = [this](std::array<char, longest_path + 16>& text, unsigned age) {
-    if (age == 0) {
-      std::snprintf(text.data(), text.size(), "%s", path_.data());
-    } else {
-      std::snprintf(text.data(), text.size(), "%s.%u", path_.data(), age);
-    }
-    return text.data();
-  };
-  bool is_done = remove_file(name(older, settings_.kept_files));
-  // There may be fewer old files than are kept; the last renaming is the one that counts.
-  for (unsigned age = settings_.kept_files; age > 0; --age) {
-    is_done = rename_file(name(newer, age - 1), name(older, age));
-  }
-  return is_done;
 }
 
 void Destination::leave_window() {
@@ -319,13 +251,8 @@ void Destination::set_writer(ZOLP_TraceWriter writer, void* context) {
 void Destination::deliver(int level) {
   ErrorKeeper error_keeper;
   if (mode_ == Mode::writer) {
-    // One line, unless there was no memory to put several ones together one by one.
-    for (char *begin = line, *end = nullptr; begin < cursor; begin = end + 1) {
-      end = static_cast<char*>(std::memchr(begin, '\n', static_cast<size_t>(cursor - begin)));
-      *end = '\0';
-      writer_(level, begin, static_cast<size_t>(end - begin), writer_context_);
-    }
-    return drop_line();
+    call_writer(level, line, length());
+    return buffer_.drop(*this);
   }
   if (mode_ == Mode::stream && file_.is_regular()) {
     prepare_file_for_line();
@@ -337,7 +264,8 @@ void Destination::deliver(int level) {
   if (mode_ == Mode::window) {
     line = cursor;
   } else {
-    write_line();
+    write_line(line, length());
+    buffer_.drop(*this);
   }
 }
 
@@ -350,26 +278,45 @@ void Destination::prepare_file_for_line() {
   }
 }
 
-void Destination::write_line() {
-  if (!file_.write(line, length()) && !is_standard_error_) {
+void Destination::write_line(const char* text, size_t size) {
+  if (!file_.write(text, size) && !is_standard_error_) {
     complain("cannot write %s: %s; the trace goes to standard error", path_.data(),
              file_.last_error());
     file_.close();
     use_standard_error();
-    file_.write(line, length());
+    file_.write(text, size);
   }
-  drop_line();
 }
 
-void Destination::drop_line() {
-  constexpr size_t size_kept = 1024 * 1024;
-  if (line == large_buffer_ && static_cast<size_t>(limit - line) > size_kept) {
-    std::free(large_buffer_);
-    large_buffer_ = nullptr;
-    line = small_buffer_.data();
-    limit = line + small_buffer_.size();
+/** One line, unless there was no memory to put several ones together one by one. */
+void Destination::call_writer(int level, char* text, size_t size) {
+  char* const text_end = text + size;
+  for (char *begin = text, *end = nullptr; begin < text_end; begin = end + 1) {
+    end = static_cast<char*>(std::memchr(begin, '\n', static_cast<size_t>(text_end - begin)));
+    *end = '\0';
+    writer_(level, begin, static_cast<size_t>(end - begin), writer_context_);
   }
-  cursor = line;
+}
+
+void Destination::insert_line(int level, char* text, size_t size) {
+  ErrorKeeper error_keeper;
+  if (mode_ == Mode::closed || mode_ == Mode::window) {
+    reserve(size);  // opens the file
+  }
+  if (mode_ == Mode::writer) {
+    return call_writer(level, text, size);
+  }
+  if (mode_ == Mode::window && reserve(size) && mode_ == Mode::window) {
+    std::memmove(line + size, line, length());
+    std::memcpy(line, text, size);
+    line += size;
+    cursor += size;
+    return;
+  }
+  if (file_.is_regular()) {
+    prepare_file_for_line();
+  }
+  write_line(text, size);
 }
 
 void Destination::end_writer() {

@@ -4,6 +4,10 @@
 // ZOLP_TRACE_FOLLOW  1 or 0
 // ZOLP_TRACE_SIZE    digits, then nothing, K, M or G
 // ZOLP_TRACE_KEEP    0 to 999
+// ZOLP_TRACE_RECORD, ZOLP_TRACE_RECORD_SIZE, ZOLP_TRACE_RECORD_DETAILS
+//                    like FILE, SIZE and FOLLOW
+// ZOLP_TRACE_SKIP, ZOLP_TRACE_ONLY
+//                    names with *, separated by commas
 
 #include "settings.h"
 
@@ -11,6 +15,7 @@
 #include <charconv>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "system.h"
 #include "trace_file.h"
@@ -153,9 +158,22 @@ Settings read_settings() {
          settings.kept_files = static_cast<unsigned>(number);
          return true;
        });
-  settings.file = environment("ZOLP_TRACE_FILE");
-  if (settings.file != nullptr && *settings.file == '\0') {
-    settings.file = nullptr;
+  read("ZOLP_TRACE_RECORD_SIZE",
+       "the recording has its usual size, 8M; a size is like 500000, 800K, 20M or 1G",
+       [&](std::string_view value) { return parse_size(value, settings.recording_size); });
+  read("ZOLP_TRACE_RECORD_DETAILS", "details are not recorded; it is 1 or 0",
+       [&](std::string_view value) {
+         settings.records_details = value == "1";
+         return value == "1" || value == "0";
+       });
+  for (const auto& [setting, variable] : {std::pair{&settings.file, "ZOLP_TRACE_FILE"},
+                                          {&settings.recording, "ZOLP_TRACE_RECORD"},
+                                          {&settings.skipped, "ZOLP_TRACE_SKIP"},
+                                          {&settings.chosen, "ZOLP_TRACE_ONLY"}}) {
+    *setting = environment(variable);
+    if (*setting != nullptr && **setting == '\0') {
+      *setting = nullptr;
+    }
   }
   return settings;
 }

@@ -17,6 +17,11 @@ struct Settings {
   bool is_followed = false;
   uint64_t size_limit = 0; /**< in bytes; 0 for none */
   unsigned kept_files = 3;
+  const char* recording = nullptr; /**< name like that of `file`; null for none */
+  uint64_t recording_size = 0;     /**< in bytes; 0 for the usual one */
+  bool records_details = false;
+  const char* skipped = nullptr; /**< names with stars, separated by commas; null for none */
+  const char* chosen = nullptr;
 };
 
 /**

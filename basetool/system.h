@@ -38,8 +38,27 @@ bool read_local_time(int64_t seconds, std::tm& parts);
  */
 void call_at_end_of_main(void (*function)());
 
-/** Has a function called in each child process that a fork makes. */
-void call_in_forked_child(void (*function)());
+/** Has functions called around a fork: before it, and after it in the parent and in the child. */
+void call_around_forks(void (*before)(), void (*in_parent)(), void (*in_child)());
+
+/** The system's number of the calling thread. */
+uint64_t thread_id();
+
+/** The path of the program that the process runs, cut to a size. */
+void read_program_name(char* name, size_t size);
+
+/** Nanoseconds of a clock that is never set, since some moment. */
+uint64_t elapsed_nanoseconds();
+
+/** Lets other threads run. */
+void yield_processor();
+
+/** Asks the system for the right to issue barriers for all threads. @return false if it has none.
+ */
+bool share_barriers();
+
+/** Has what each thread of the process has stored so far seen by all. */
+void issue_barriers();
 
 /** Keeps the calling program's last error codes over what is done here. */
 class ErrorKeeper {
@@ -90,8 +109,9 @@ struct OpenFile {
 
 enum class Opening { done, taken, failed };
 
-/** What may be opened: anything, or a file only that did not exist, not even as a link. */
-enum class Wanted { anything, new_file };
+/** What may be opened: anything, a file that did not exist, not even as a link, or a file that did.
+ */
+enum class Wanted { anything, new_file, old_file };
 
 /**
  * Opens a file or stream for appending. A regular file is created when it does not exist, and
@@ -137,5 +157,22 @@ void take_window_away();
 
 /** Set by the signal handler that replaces a window whose file is gone. */
 extern volatile std::sig_atomic_t window_lost;
+
+// -------------------------------------------------------------------------------- the recording
+
+/** Gives a new file its size, with zeros and with room on the disk for all of it. */
+bool allocate(Descriptor file, uint64_t size);
+
+/** Maps all of a file of some size; null on failure. There is one such mapping in a process. */
+char* map_recording(Descriptor file, uint64_t size);
+
+void unmap_recording();
+
+/** Forgets a mapping that is lost, leaving the memory in its place to whoever still writes to it.
+ */
+void abandon_recording();
+
+/** Set by the signal handler that replaces a recording whose file is gone. */
+extern volatile std::sig_atomic_t recording_lost;
 
 }  // namespace basetool

@@ -15,6 +15,7 @@ namespace basetool {
 
 // Never set: the system refuses to shorten a file over which a window lies.
 volatile std::sig_atomic_t window_lost = 0;
+volatile std::sig_atomic_t recording_lost = 0;
 
 namespace {
 
@@ -119,6 +120,11 @@ HANDLE stream_at(const char* path) {
 HANDLE open_file(const char* path, Wanted wanted) {
   const WidePath wide_path(path);
   constexpr DWORD sharing = FILE_SHARE_READ | FILE_SHARE_DELETE;
+  if (wanted == Wanted::old_file) {
+    return CreateFileW(wide_path.text.data(), GENERIC_READ | GENERIC_WRITE, sharing, nullptr,
+                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT,
+                       nullptr);
+  }
   if (wanted == Wanted::new_file) {
     return CreateFileW(wide_path.text.data(), GENERIC_READ | GENERIC_WRITE, sharing, nullptr,
                        CREATE_NEW, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
@@ -217,8 +223,48 @@ void call_at_end_of_main(void (*function)()) {
   }
 }
 
-void call_in_forked_child(void (*)()) {
+void call_around_forks(void (*)(), void (*)(), void (*)()) {
   // There are no forks here.
+}
+
+uint64_t thread_id() {
+  return GetCurrentThreadId();
+}
+
+void read_program_name(char* name, size_t size) {
+  std::array<wchar_t, 4200> wide;
+  std::array<char, 3 * 4200> path;
+  path[0] = '\0';
+  if (GetModuleFileNameW(nullptr, wide.data(), static_cast<DWORD>(wide.size())) > 0) {
+    WideCharToMultiByte(CP_UTF8, 0, wide.data(), -1, path.data(), static_cast<int>(path.size()),
+                        nullptr, nullptr);
+  }
+  snprintf(name, size, "%s", path.data());
+}
+
+uint64_t elapsed_nanoseconds() {
+  static const uint64_t frequency = [] {
+    LARGE_INTEGER result;
+    QueryPerformanceFrequency(&result);
+    return static_cast<uint64_t>(result.QuadPart);
+  }();
+  constexpr uint64_t second = 1'000'000'000;
+  LARGE_INTEGER now;
+  QueryPerformanceCounter(&now);
+  const auto ticks = static_cast<uint64_t>(now.QuadPart);
+  return ticks / frequency * second + ticks % frequency * second / frequency;
+}
+
+void yield_processor() {
+  SwitchToThread();
+}
+
+bool share_barriers() {
+  return true;
+}
+
+void issue_barriers() {
+  FlushProcessWriteBuffers();
 }
 
 bool remove_file(const char* path) {
@@ -379,6 +425,41 @@ char* in_window(uint64_t from, uint64_t end) {
   const bool is_covered =
       window_begin != nullptr && from >= window_offset && end <= window_offset + window_size;
   return is_covered ? window_begin + (from - window_offset) : nullptr;
+}
+
+namespace {
+char* recording_begin = nullptr;
+}
+
+bool allocate(Descriptor file, uint64_t size) {
+  LARGE_INTEGER end;
+  end.QuadPart = static_cast<LONGLONG>(size);
+  return SetFilePointerEx(as_handle(file), end, nullptr, FILE_BEGIN) != 0 &&
+         SetEndOfFile(as_handle(file)) != 0;
+}
+
+char* map_recording(Descriptor file, uint64_t size) {
+  HANDLE section = CreateFileMappingW(as_handle(file), nullptr, PAGE_READWRITE, 0, 0, nullptr);
+  if (section == nullptr) {
+    return nullptr;
+  }
+  void* view = MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, static_cast<SIZE_T>(size));
+  const DWORD error = GetLastError();
+  CloseHandle(section);
+  SetLastError(error);
+  recording_begin = static_cast<char*>(view);
+  return recording_begin;
+}
+
+void abandon_recording() {
+  recording_begin = nullptr;
+}
+
+void unmap_recording() {
+  if (recording_begin != nullptr) {
+    UnmapViewOfFile(recording_begin);
+  }
+  recording_begin = nullptr;
 }
 
 void take_window_away() {

@@ -11,13 +11,12 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::HostTexts;
 
 int ZOLP_createForm(const char* form_name, const char* form_type, const char* description,
                     tag* form) {
-  const Frame frame("ZOLP_createForm");
+  FRAME(frame, "ZOLP_createForm");
   *form = NULLTAG;
   GUARDED("FORM_create(form_name, description, form_type, form)",
           FORM_create(form_name, description, form_type, form));
@@ -76,7 +75,7 @@ struct FormDescription {
 
 int ZOLP_FORM_describe(tag form, char** form_type_name, int* field_count, char*** field_names,
                        char*** field_display_names, int** field_lengths, char*** field_values) {
-  const Frame frame("ZOLP_FORM_describe");
+  FRAME(frame, "ZOLP_FORM_describe");
   constexpr int exhausted_memory = 1;
   *form_type_name = nullptr;
   *field_count = 0;

@@ -40,11 +40,9 @@
 #include "zolp_orktool.h"
 
 using orktool::copy_text;
-using orktool::Frame;
 using orktool::here;
 using orktool::HostPtr;
 using orktool::is_same_file;
-using orktool::leave_frame;
 using orktool::out;
 using orktool::Place;
 using orktool::text_or_empty;
@@ -190,7 +188,7 @@ int close_list_copy(ListCopy& files, const char* out_file, Place place = here())
 
 /** Runs what may throw; exhausted memory becomes status 1, for no exception leaves the library. */
 template <typename Body>
-int with_memory_check(const Frame& frame, const char* text, Body body) {
+int with_memory_check(const orktool::Frame& frame, const char* text, Body body) {
   try {
     return frame.leave(body());
   } catch (const std::bad_alloc&) {
@@ -309,7 +307,7 @@ void read_item_list(std::FILE* file, ItemListArrays& items) {
 
 int ZOLP_read_itemrevlist(const char* file, int* count, char*** item_ids, char*** levels,
                           int** counts) {
-  const Frame frame("ZOLP_read_itemrevlist");
+  FRAME(frame, "ZOLP_read_itemrevlist");
   const File list = open_file(file, "r+");
   if (list == nullptr) {
     const Place place = here();
@@ -335,7 +333,7 @@ namespace {
 /** Copies a list by way of `copy(reader, copy_file)`. The exit line of a failed open has its name.
  */
 template <typename Copy>
-int copy_list(const Frame& frame, const char* failed_open, const char* in_file,
+int copy_list(const orktool::Frame& frame, const char* failed_open, const char* in_file,
               const char* out_file, Copy copy) {
   ListCopy files;
   if (!open_list_copy(in_file, out_file, files)) {
@@ -374,7 +372,7 @@ void copy_without_empty_blocks(LineReader& reader, const File& copy) {
 }  // namespace
 
 int ZOLP_clean_list(const char* in_file, const char* out_file) {
-  const Frame frame("ZOLP_clean_list");
+  FRAME(frame, "ZOLP_clean_list");
   return copy_list(frame, "ERROR: ZOLP_clean_list", in_file, out_file, copy_without_empty_blocks);
 }
 
@@ -386,7 +384,7 @@ class SeenItems {
   /** Adds an item; false when it was there before. Traces the search as a look at each item. */
   bool add(const std::string& item) {
     const auto [position, is_new] = order_.try_emplace(item, order_.size());
-    if (ZOLP_trace_state.level >= ZOLP_LEVEL_TRACE) {
+    if (zolp_wants_level_(ZOLP_LEVEL_TRACE)) {
       const std::size_t looks = is_new ? order_.size() - 1 : position->second + 1;
       for (std::size_t i = 0; i < looks; ++i) {
         ZOLP_TRACE("IN test itemlist");
@@ -447,7 +445,7 @@ void copy_first_of_each_item(LineReader& reader, const File& copy) {
 }  // namespace
 
 int ZOLP_remove_doubles_from_list(const char* in_file, const char* out_file) {
-  const Frame frame("ZOLP_remove_doubles_from_list");
+  FRAME(frame, "ZOLP_remove_doubles_from_list");
   // The name under which callers' scripts look for a list that cannot be opened.
   return copy_list(frame, "ERROR: ZOLP_read_itemrevlist", in_file, out_file,
                    copy_first_of_each_item);
@@ -467,7 +465,7 @@ bool contains_any(std::string_view line, int count, char** patterns) {
 }  // namespace
 
 int ZOLP_scan_usage(const char* in_file, const char* out_file, int n_patterns, char** patterns) {
-  const Frame frame("ZOLP_scan_usage");
+  FRAME(frame, "ZOLP_scan_usage");
   const auto copy_used_lines = [&](LineReader& reader, const File& copy) {
     bool is_in_where_block = false;
     while (reader.next()) {
@@ -548,7 +546,7 @@ void link_item(assy_entry* entry, assy_entry* last) {
 
 int read_item_basic_data(const char* line, const char* separator, char* item_id, char* item_rev,
                          char* new_item_id, char* new_item_rev) {
-  const Frame frame("read_item_basic_data");
+  FRAME(frame, "read_item_basic_data");
   const std::string_view text(text_or_empty(line));
   const std::string_view separator_text(text_or_empty(separator));
   int status = 0;
@@ -574,7 +572,7 @@ int read_item_basic_data(const char* line, const char* separator, char* item_id,
 
 int read_dataset_basic_data(const char* line, const char* dataset_type, int /*ignored*/,
                             assy_entry* current) {
-  const Frame frame("read_dataset_basic_data");
+  FRAME(frame, "read_dataset_basic_data");
   const std::string_view text(text_or_empty(line));
   assy_entry* entry = current != nullptr ? new_entry(text) : nullptr;
   ZOLP_TRACE("nach malloc in %s\n", dataset_type);
@@ -692,7 +690,7 @@ int read_release_list(std::FILE* file, const char* path, const char* separator, 
 }  // namespace
 
 int ZOLP_read_assylist(const char* file, assy_entry** entry) {
-  const Frame frame("ZOLP_read_assylist");
+  FRAME(frame, "ZOLP_read_assylist");
   GUARDED("PREF_initialize()", PREF_initialize());
   HostPtr<char> separator_value;
   GUARDED("PREF_get_char_value(\"FLColumnCatIVFSeparatorPref\", 0, &separator)",
@@ -719,7 +717,7 @@ namespace {
 
 /** Formats the header line and takes the columns' positions from it. */
 int get_format_positions() {
-  const Frame frame("get_format_positions");
+  FRAME(frame, "get_format_positions");
   char header[line_size];
   std::snprintf(header, sizeof header, clone_log_line_format, title_level, title_item_revision,
                 title_datasets, title_type, title_new_item_id, title_new_name, title_bom_mode,
@@ -739,7 +737,7 @@ using Line = char[line_size];
 
 /** Replaces the first occurrence of a text in a line; 1 when the result would not fit. */
 int replace_string(Line& line, std::string_view search, std::string_view replacement) {
-  const Frame frame("replace_string");
+  FRAME(frame, "replace_string");
   const std::string_view text(line);
   const std::size_t at = text.find(search);
   if (at == std::string_view::npos) {
@@ -829,9 +827,9 @@ void default_container(Field& container, std::string_view insert_preference, con
   }
 }
 
-int write_clone_log_header(const Frame& frame, const TopAssembly& top, const char* container,
-                           const char* template_path, const char* release_list_file,
-                           const char* out_file) {
+int write_clone_log_header(const orktool::Frame& frame, const TopAssembly& top,
+                           const char* container, const char* template_path,
+                           const char* release_list_file, const char* out_file) {
   File clone_log;
   // Opening the clone log empties it: it must not be one of the files that it is made from.
   if (!is_same_file(text_or_empty(out_file), text_or_empty(template_path)) &&
@@ -876,7 +874,7 @@ int write_clone_log_header(const Frame& frame, const TopAssembly& top, const cha
 
 int ZOLP_create_clonelogheader(const char* release_list_file, const char* out_file,
                                const char* header_pref) {
-  const Frame frame("ZOLP_create_clonelogheader");
+  FRAME(frame, "ZOLP_create_clonelogheader");
   HostPtr<char> separator;
   HostPtr<char> insert_preference;
   HostPtr<char> template_path;
@@ -928,7 +926,7 @@ int write_info_line(const char* prefix, const char* id, FILE_handle log) {
 
 int ZOLP_write_info_about_relation(tag item_rev, const char* relation_type_name, const char* prefix,
                                    FILE_handle* log) {
-  const Frame frame("ZOLP_write_info_about_relation");
+  FRAME(frame, "ZOLP_write_info_about_relation");
   int status = ORK_ok;
   tag relation_type = NULLTAG;
   int count = 0;
@@ -1008,7 +1006,7 @@ int write_batch(const BatchSettings& settings, const assy_entry& top, const File
 }  // namespace
 
 int ZOLP_write_startbat(const char* batch_file, assy_entry* top) {
-  const Frame frame("ZOLP_write_startbat");
+  FRAME(frame, "ZOLP_write_startbat");
   BatchSettings settings;
   GUARDED("PREF_get_char_value(\"ZOLP_qnversion\", 0, &version)",
           PREF_get_char_value("ZOLP_qnversion", 0, out(settings.version)));
@@ -1089,7 +1087,7 @@ int write_entry_lines(std::FILE* entry_template, std::FILE* entries,
 }
 
 /** Writes an entry from the template that a preference names. */
-int write_entry(const Frame& frame, std::FILE** entries, const char* template_preference,
+int write_entry(const orktool::Frame& frame, std::FILE** entries, const char* template_preference,
                 const EntryTexts& texts, std::initializer_list<Replacement> replacements) {
   if (entries == nullptr || *entries == nullptr) {
     const Place place = here();
@@ -1122,7 +1120,7 @@ int write_entry(const Frame& frame, std::FILE** entries, const char* template_pr
 
 int ZOLP_write_item(FILE** out, const char* item_id, const char* item_rev,
                     const char* template_pref) {
-  const Frame frame("ZOLP_write_item");
+  FRAME(frame, "ZOLP_write_item");
   return write_entry(frame, out, template_pref, item_texts,
                      {{"%%ITEM_ID%%", item_id}, {"%%ITEM_REV%%", item_rev}});
 }
@@ -1130,7 +1128,7 @@ int ZOLP_write_item(FILE** out, const char* item_id, const char* item_rev,
 int ZOLP_write_replace_and_cloneitem(FILE** out, const char* item_id, const char* item_rev,
                                      const char* new_item_id, const char* new_item_rev,
                                      const char* new_name, const char* template_pref) {
-  const Frame frame("ZOLP_write_replace_and_cloneitem");
+  FRAME(frame, "ZOLP_write_replace_and_cloneitem");
   return write_entry(frame, out, template_pref, item_texts,
                      {{"%%ITEM_ID%%", item_id},
                       {"%%ITEM_REV%%", item_rev},
@@ -1141,7 +1139,7 @@ int ZOLP_write_replace_and_cloneitem(FILE** out, const char* item_id, const char
 
 int ZOLP_write_retaindataset(FILE** out, const char* item_id, const char* item_rev,
                              const char* relation_name, const char* part_name) {
-  const Frame frame("ZOLP_write_retaindataset");
+  FRAME(frame, "ZOLP_write_retaindataset");
   return write_entry(frame, out, "VPD_retain_datasettemplate", item_texts,
                      {{"%%ITEM_ID%%", item_id},
                       {"%%QNPARTNAME%%", part_name},
@@ -1152,7 +1150,7 @@ int ZOLP_write_retaindataset(FILE** out, const char* item_id, const char* item_r
 int ZOLP_write_clonedataset(FILE** out, const char* item_id, const char* item_rev,
                             const char* dataset_name, const char* relation, const char* new_item_id,
                             const char* new_item_rev, const char* new_name) {
-  const Frame frame("ZOLP_write_clonedataset");
+  FRAME(frame, "ZOLP_write_clonedataset");
   return write_entry(frame, out, "VPD_clone_datasettemplate", clone_dataset_texts,
                      {{"%%ITEM_ID%%", item_id},
                       {"%%ITEM_REV%%", item_rev},
@@ -1216,19 +1214,19 @@ struct OpenCalls {
 
 /** Begins a record's call: its frame and its own entry. */
 int begin_record(std::FILE* out, const assy_entry& entry) {
-  const Frame frame(walk_name);
+  ENTER_FRAME(walk_name);
   return write_record(out, entry);
 }
 
 /** Ends the calls of a level. Each one ends after that of its next sibling; a failure ends all. */
 void end_calls(const OpenCalls& calls, int status) {
-  leave_frame(walk_name);
+  LEAVE_FRAME(walk_name);
   for (const assy_entry* entry = calls.first; entry != calls.last; entry = entry->next) {
     if (status != 0) {
       const Place place = here();
       ZOLP_ERROR(walk_error, place.file, place.line);
     }
-    leave_frame(walk_name);
+    LEAVE_FRAME(walk_name);
   }
 }
 
@@ -1287,7 +1285,7 @@ int walk_tree(std::FILE* out, const assy_entry& root) {
 
 int ZOLP_write_assylist(FILE* out, assy_entry* entry) {
   if (entry == nullptr) {
-    const Frame frame(walk_name);
+    FRAME(frame, walk_name);
     return frame.leave(0);
   }
   return walk_tree(out, *entry);

@@ -13,7 +13,6 @@
 
 namespace {
 
-using orktool::Frame;
 using testing::ElementsAre;
 
 constexpr int failure = PREF_value_not_found;
@@ -35,7 +34,7 @@ struct Lines {
 /** An exported function of the kind that goes on after a failing call. */
 int traced_function(int status, int duration, Lines& lines) {
   lines.entry = __LINE__ + 1;
-  const Frame frame("traced_function");
+  FRAME(frame, "traced_function");
   int result = ORK_ok;
   lines.call = __LINE__ + 1;
   TRACED(result, "call( a, &b)", platform_call(status, duration));
@@ -46,7 +45,7 @@ int traced_function(int status, int duration, Lines& lines) {
 /** An exported function of the kind that a failing call ends. */
 int guarded_function(int status, int duration, Lines& lines) {
   lines.entry = __LINE__ + 1;
-  const Frame frame("guarded_function");
+  FRAME(frame, "guarded_function");
   lines.call = __LINE__ + 1;
   GUARDED("call (a, f(b))", platform_call(status, duration));
   lines.exit = __LINE__ + 1;
