@@ -9,7 +9,7 @@ namespace basetool {
 namespace {
 
 int calls_wanted() {
-  return __atomic_load_n(&ZOLP_trace_state.calls, __ATOMIC_RELAXED);
+  return __atomic_load_n(&ZOLP_trace_state.calls, __ATOMIC_ACQUIRE);
 }
 
 void record(ZOLP_CallSite* site, EventKind kind, int status) {

@@ -13,7 +13,7 @@ struct Visibility;
 
 /** Who wants to know of calls: bits of `ZOLP_trace_state.calls`. */
 enum CallsWanted : int {
-  for_text = 1,
+  for_text = ZOLP_CALLS_FOR_TEXT,
   for_recording = 2,
   for_selection = 4,
   not_known_yet = 8,

@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <string_view>
 
 #if defined(__x86_64__)
@@ -68,7 +67,7 @@ void Recorder::configure(const Settings& settings) {
   skipped_ = settings.skipped;
   chosen_ = settings.chosen;
   kept_files_ = settings.kept_files;
-  wanted_size_ = settings.recording_size;
+  usual_size_ = settings.recording_size;
   uses_clock_ = !is_counter_steady();
   if (settings.recording != nullptr) {
     start_later(settings.recording, 0);
@@ -81,9 +80,7 @@ void Recorder::start_later(const char* name, uint64_t size) {
   stop();
   const std::lock_guard lock(mutex_);
   std::snprintf(name_, sizeof name_, "%s", name);
-  if (size != 0) {
-    wanted_size_ = size;
-  }
+  wanted_size_ = size != 0 ? size : usual_size_;
   is_on_.store(true, std::memory_order_relaxed);
 }
 
@@ -239,8 +236,10 @@ void Recorder::write_header() {
   calibrate();
   read_clocks(to.start);
   to.latest[0] = to.latest[1] = to.start;
-  std::atomic_thread_fence(std::memory_order_release);
-  std::memcpy(to.magic, recording_magic, sizeof to.magic);
+  // Last: what does not begin with it is no recording.
+  uint64_t magic = 0;
+  std::memcpy(&magic, recording_magic, sizeof magic);
+  __atomic_store_n(reinterpret_cast<uint64_t*>(to.magic), magic, __ATOMIC_RELEASE);
 }
 
 void Recorder::read_clocks(ClockReading& reading) const {
@@ -269,6 +268,9 @@ void Recorder::calibrate() {
 }
 
 void Recorder::finish() {
+  if (mutex_.is_abandoned()) {
+    return;
+  }
   const std::lock_guard lock(mutex_);
   is_finished_ = true;
   if (file_bytes_ != nullptr) {
@@ -283,7 +285,7 @@ void Recorder::restart_in_child() {
   }
   first_thread.events = {};
   start_epoch();
-  new (&mutex_) std::mutex;
+  mutex_.reset();
 }
 
 /** After somebody has emptied the file: another one takes its place. */

@@ -121,11 +121,12 @@ class Recorder {
   std::atomic<uint32_t> epoch_ = 1;
   bool uses_clock_ = false;
   bool is_finished_ = false;
-  std::mutex mutex_;
+  Mutex mutex_;
   const char* skipped_ = nullptr;
   const char* chosen_ = nullptr;
   unsigned kept_files_ = 0;
   char name_[longest_path] = {};
+  uint64_t usual_size_ = 0;
   uint64_t wanted_size_ = 0;
   Path path_{};
   OpenFile file_;

@@ -1,6 +1,10 @@
 /** @file What the trace library needs of the operating system. */
 #pragma once
 
+#if !defined(_WIN32)
+#include <pthread.h>
+#endif
+
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
@@ -44,11 +48,41 @@ void call_around_forks(void (*before)(), void (*in_parent)(), void (*in_child)()
 /** The system's number of the calling thread. */
 uint64_t thread_id();
 
+/**
+ * Memory of the calling thread's own, zeros at first.
+ * @param[in] at_end called with it when the thread ends; the memory goes after that.
+ */
+void* thread_memory(size_t size, void (*at_end)(void*));
+
 /** The path of the program that the process runs, cut to a size. */
 void read_program_name(char* name, size_t size);
 
 /** Nanoseconds of a clock that is never set, since some moment. */
 uint64_t elapsed_nanoseconds();
+
+/** A mutex that needs no construction when the program runs, and no destruction. */
+class Mutex {
+ public:
+  constexpr Mutex() = default;
+  Mutex(const Mutex&) = delete;
+  Mutex& operator=(const Mutex&) = delete;
+
+  void lock();
+  void unlock();
+
+  /** Asks, when the program ends, whether a thread that the system has ended still holds it. */
+  bool is_abandoned();
+
+  /** Makes it new, whoever holds it: in the child of a fork nobody does. */
+  void reset();
+
+ private:
+#if defined(_WIN32)
+  void* lock_ = nullptr;
+#else
+  pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+#endif
+};
 
 /** Lets other threads run. */
 void yield_processor();

@@ -275,6 +275,26 @@ uint64_t thread_id() {
   return static_cast<uint64_t>(syscall(SYS_gettid));
 }
 
+void* thread_memory(size_t size, void (*at_end)(void*)) {
+  static constinit thread_local void* memory = nullptr;
+  struct Ending {
+    ~Ending() {
+      if (memory != nullptr) {
+        at_end(memory);
+        free(memory);
+        memory = nullptr;
+      }
+    }
+    void (*at_end)(void*) = nullptr;
+  };
+  static thread_local Ending ending;
+  if (memory == nullptr) {
+    memory = calloc(1, size);
+    ending.at_end = at_end;
+  }
+  return memory;
+}
+
 void read_program_name(char* name, size_t size) {
   const ssize_t length = readlink("/proc/self/exe", name, size - 1);
   name[length > 0 ? length : 0] = '\0';
@@ -284,6 +304,22 @@ uint64_t elapsed_nanoseconds() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+}
+
+void Mutex::lock() {
+  pthread_mutex_lock(&mutex_);
+}
+
+void Mutex::unlock() {
+  pthread_mutex_unlock(&mutex_);
+}
+
+bool Mutex::is_abandoned() {
+  return false;  // threads go on until the very end
+}
+
+void Mutex::reset() {
+  pthread_mutex_init(&mutex_, nullptr);
 }
 
 void yield_processor() {

@@ -231,6 +231,24 @@ uint64_t thread_id() {
   return GetCurrentThreadId();
 }
 
+void* thread_memory(size_t size, void (*at_end)(void*)) {
+  // What the compiler keeps for a thread is gone before the thread's end can be told.
+  static void (*call_at_end)(void*) = nullptr;
+  call_at_end = at_end;
+  static const DWORD slot = FlsAlloc([](void* memory) {
+    if (memory != nullptr) {
+      call_at_end(memory);
+      free(memory);
+    }
+  });
+  void* memory = FlsGetValue(slot);
+  if (memory == nullptr) {
+    memory = calloc(1, size);
+    FlsSetValue(slot, memory);
+  }
+  return memory;
+}
+
 void read_program_name(char* name, size_t size) {
   std::array<wchar_t, 4200> wide;
   std::array<char, 3 * 4200> path;
@@ -253,6 +271,32 @@ uint64_t elapsed_nanoseconds() {
   QueryPerformanceCounter(&now);
   const auto ticks = static_cast<uint64_t>(now.QuadPart);
   return ticks / frequency * second + ticks % frequency * second / frequency;
+}
+
+static_assert(sizeof(SRWLOCK) == sizeof(void*));
+
+void Mutex::lock() {
+  AcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&lock_));
+}
+
+void Mutex::unlock() {
+  ReleaseSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&lock_));
+}
+
+bool Mutex::is_abandoned() {
+  constexpr int patience = 1000;
+  for (int i = 0; i < patience; ++i) {
+    if (TryAcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&lock_)) != 0) {
+      unlock();
+      return false;
+    }
+    yield_processor();
+  }
+  return true;
+}
+
+void Mutex::reset() {
+  lock_ = nullptr;
 }
 
 void yield_processor() {

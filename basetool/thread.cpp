@@ -12,18 +12,16 @@ constinit Thread first_thread;
 
 namespace {
 
-constinit thread_local OtherThread other;
+/** Of threads for which there is no memory. */
+constinit OtherThread last_resort;
 
-/** Tidies up when a thread ends; what it writes after that is still written. */
-struct ThreadEnd {
-  ~ThreadEnd() {
-    other.line.complete(other.line_level);
-    other.line.free();
-    recorder.release(other.events);
-  }
-  void watch() const {}
-};
-thread_local const ThreadEnd thread_end;
+/** When a thread ends, its line ends. */
+void end_thread(void* memory) {
+  auto& thread = *static_cast<OtherThread*>(memory);
+  thread.line.complete(thread.line_level);
+  thread.line.free();
+  recorder.release(thread.events);
+}
 
 }  // namespace
 
@@ -50,22 +48,40 @@ void BiasedLock::wait_for_others() {
   is_first_inside_.store(true, std::memory_order_relaxed);
 }
 
+bool BiasedLock::is_abandoned() {
+#if defined(_WIN32)
+  if (!is_first_thread() && is_first_inside_.load(std::memory_order_seq_cst)) {
+    return true;  // other threads have been ended by now
+  }
+#endif
+  return mutex_.is_abandoned();
+}
+
 void BiasedLock::reset() {
-  new (&mutex_) std::mutex;
+  mutex_.reset();
   is_first_inside_.store(false, std::memory_order_relaxed);
   is_other_inside_.store(false, std::memory_order_relaxed);
   has_first_mutex_ = false;
 }
 
 OtherThread& other_thread() {
-  thread_end.watch();
-  return other;
+  void* memory = thread_memory(sizeof(OtherThread), end_thread);
+  if (memory == nullptr) {
+    return last_resort;
+  }
+  auto* thread = static_cast<OtherThread*>(memory);
+  if (!thread->is_made) {
+    thread = new (memory) OtherThread;
+    thread->is_made = true;
+  }
+  return *thread;
 }
 
 void become_first_thread() {
   if (is_first_thread()) {
     return;
   }
+  OtherThread& other = other_thread();
   ZOLP_trace_state.depth = other.depth;
   other.line.cursor = other.line.line;
   first_thread.visibility = other.visibility;

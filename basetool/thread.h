@@ -11,7 +11,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 
 #include "line_room.h"
 #include "system.h"
@@ -63,6 +62,9 @@ class BiasedLock {
   void lock_as_other();
   void unlock_as_other();
 
+  /** Asks, when the program ends, whether a thread that is no more is inside for ever. */
+  bool is_abandoned();
+
   /** In the child of a fork: nobody is inside. */
   void reset();
 
@@ -76,7 +78,7 @@ class BiasedLock {
   std::atomic<bool> is_other_inside_ = false;
   bool is_barrier_shared_ = false;
   bool has_first_mutex_ = false;
-  std::mutex mutex_;
+  Mutex mutex_;
 };
 
 /** What a thread shows of its calls, by the names that were selected. */
@@ -125,6 +127,7 @@ class OtherLine final : public LineRoom {
 
 /** All of it of a thread that is not the first one. */
 struct OtherThread : Thread {
+  bool is_made = false;
   long long depth = 0;
   OtherLine line;
 };

@@ -67,7 +67,7 @@ int wanted_level(int order = __ATOMIC_RELAXED) {
 
 constinit std::atomic<int> text_level = ZOLP_LEVEL_OFF;
 constinit Settings settings;
-constinit std::mutex settings_mutex;
+constinit Mutex settings_mutex;
 constinit bool has_prefix = false;
 constinit bool has_selection = false;
 constinit std::atomic<bool> needs_care = false; /**< texts are not simply shown */
@@ -89,7 +89,7 @@ void publish() {
   const int calls = (shown >= ZOLP_LEVEL_LOG ? for_text : 0) |
                     (recorder.is_on() ? for_recording : 0) | (has_selection ? for_selection : 0);
   needs_care.store(keeps_details || has_selection, std::memory_order_relaxed);
-  __atomic_store_n(&ZOLP_trace_state.calls, calls, __ATOMIC_RELAXED);
+  __atomic_store_n(&ZOLP_trace_state.calls, calls, __ATOMIC_RELEASE);
   __atomic_store_n(&ZOLP_trace_state.level,
                    keeps_details ? std::max<int>(shown, ZOLP_LEVEL_TRACE) : shown,
                    __ATOMIC_RELEASE);
@@ -121,7 +121,7 @@ void go_on_as_parent() {
 }
 
 void go_on_as_child() {
-  new (&settings_mutex) std::mutex;
+  settings_mutex.reset();
   destination_lock.reset();
   become_first_thread();
   recorder.restart_in_child();
@@ -416,6 +416,9 @@ Finisher::~Finisher() {
     return;
   }
   recorder.finish();
+  if (destination_lock.is_abandoned()) {
+    return;
+  }
   const DestinationGuard guard;
   destination.finish();
 }

@@ -197,7 +197,7 @@ void add_call_frame_benchmarks(const std::string& folder) {
   compare({"traced call, recorded (again)", "two events in a mapped ring by a C loop", 1.5},
           traced_calls_recorded, events_in_a_ring, 20);
   compare({"traced call, recorded (and again)", "its lines by fprintf, buffered", 0.12},
-          traced_calls_recorded, lines_by_fprintf, 2);
+          traced_calls_recorded, lines_by_fprintf, 10);
   compare({"frame of a function, tracing off", "a function of another library that does nothing",
            1.0, 15},
           frames_switched_off, empty_functions, 10);

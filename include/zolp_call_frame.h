@@ -73,7 +73,8 @@
 
 /**
  * Makes a platform call and returns its status from the function if it failed. Writes its lines; of
- * the call's text only what stands before its first parenthesis.
+ * the call's text only what stands before its first parenthesis. In C, the function needs a
+ * `ZOLP_ENTER` before it.
  * @param[in] ... the call.
  */
 #define ZOLP_GUARDED(...)                                                         \
@@ -84,6 +85,7 @@
     const int zolp_status_ = (__VA_ARGS__);                                       \
     zolp_end_call_(&zolp_site_, zolp_start_, zolp_status_, zolp_finish_guarded_); \
     if (zolp_status_ != 0) {                                                      \
+      ZOLP_FRAME_ENDS_();                                                         \
       return zolp_status_;                                                        \
     }                                                                             \
   } while (0)
@@ -119,29 +121,10 @@
 
 /*
  * The state of the trace, found when it is first asked for. Until then, and where the trace library
- * has none, one that wants everything takes its place.
+ * has none, one that wants all lines takes its place.
  */
-ZOLP_FRAME_INLINE_ int zolp_want_entry_(ZOLP_CallSite* site) {
-  (void)site;
-  return ZOLP_SHOW_LINES;
-}
-ZOLP_FRAME_INLINE_ int zolp_want_exit_(ZOLP_CallSite* site, int status) {
-  (void)site;
-  (void)status;
-  return ZOLP_SHOW_LINES;
-}
-ZOLP_FRAME_INLINE_ void zolp_ignore_site_(ZOLP_CallSite* site) {
-  (void)site;
-}
-ZOLP_FRAME_INLINE_ void zolp_ignore_text_(const char* text) {
-  (void)text;
-}
-
-#define ZOLP_FRAME_STATELESS_                                                                 \
-  {                                                                                           \
-    ZOLP_LEVEL_DEBUG, 1, NULL, 0, NULL, zolp_want_entry_, zolp_want_exit_, zolp_ignore_site_, \
-        zolp_ignore_text_                                                                     \
-  }
+#define ZOLP_FRAME_STATELESS_ \
+  { ZOLP_LEVEL_DEBUG, ZOLP_CALLS_FOR_TEXT, NULL, 0, NULL, NULL, NULL, NULL, NULL }
 #if defined(__cplusplus)
 /** Members of a template may stand in a header without being inline variables. */
 template <typename Unused>
@@ -209,6 +192,18 @@ ZOLP_FRAME_INLINE_ ZOLP_TraceState* zolp_known_state_(void) {
     zolp_connect_();
   }
   return ZOLP_FRAME_READ_(zolp_state_);
+}
+
+/** Tells that a site is entered. @return whether its entry line is to be written. */
+ZOLP_FRAME_INLINE_ int zolp_shows_entry_(ZOLP_TraceState* state, ZOLP_CallSite* site) {
+  return ZOLP_FRAME_READ_(state->calls) == ZOLP_CALLS_FOR_TEXT ||
+         state->enter(site) != ZOLP_SHOW_NOTHING;
+}
+
+/** Tells that it is left. @return whether the rest of its lines is to be written. */
+ZOLP_FRAME_INLINE_ int zolp_shows_exit_(ZOLP_TraceState* state, ZOLP_CallSite* site, int status) {
+  return ZOLP_FRAME_READ_(state->calls) == ZOLP_CALLS_FOR_TEXT ||
+         state->leave(site, status) != ZOLP_SHOW_NOTHING;
 }
 
 /** Whether texts of a level are wanted. */
@@ -281,7 +276,7 @@ ZOLP_FRAME_INLINE_ void zolp_write_line_(const ZOLP_CallSite* site, int is_exit,
 /* ---- Functions. */
 
 ZOLP_FRAME_SLOW_ void zolp_show_entry_(ZOLP_CallSite* site) {
-  if (zolp_known_state_()->enter(site) != ZOLP_SHOW_NOTHING) {
+  if (zolp_shows_entry_(zolp_known_state_(), site)) {
     zolp_write_line_(site, 0, site->text);
     ZOLP_IncTraceSpaces();
   }
@@ -298,7 +293,7 @@ ZOLP_FRAME_INLINE_ void zolp_enter_site_(ZOLP_CallSite* site) {
 
 ZOLP_FRAME_SLOW_ void zolp_show_exit_(ZOLP_CallSite* site, int status, const char* name,
                                       const char* file, int line) {
-  if (zolp_known_state_()->leave(site, status) != ZOLP_SHOW_NOTHING) {
+  if (zolp_shows_exit_(zolp_known_state_(), site, status)) {
     ZOLP_DecTraceSpaces();
     ZOLP_LOG(1, 1, " <-%s %s:%d\n", name, zolp_file_name_(file), line);
   }
@@ -317,7 +312,7 @@ ZOLP_FRAME_INLINE_ void zolp_leave_site_(ZOLP_CallSite* site, int status, const 
 /** Ends a function without an exit line. */
 ZOLP_FRAME_INLINE_ void zolp_abandon_site_(ZOLP_CallSite* site) {
   ZOLP_TraceState* state = ZOLP_FRAME_READ_(zolp_state_);
-  if (ZOLP_FRAME_RARELY_(ZOLP_FRAME_READ_(state->calls) != 0)) {
+  if (ZOLP_FRAME_RARELY_(ZOLP_FRAME_READ_(state->calls) > ZOLP_CALLS_FOR_TEXT)) {
     state->abandon(site);
   }
 }
@@ -340,6 +335,7 @@ typedef struct ZOLP_Frame_ {
 } ZOLP_Frame_;
 
 #if defined(__cplusplus)
+#define ZOLP_FRAME_ENDS_() ((void)0)
 #define ZOLP_FRAME_(frame, entered) ZOLP_Frame_ frame(&(entered))
 #else
 static inline ZOLP_Frame_ zolp_enter_(ZOLP_CallSite* site) {
@@ -354,9 +350,11 @@ static inline void zolp_end_frame_(ZOLP_Frame_* frame) {
   }
 }
 #if defined(__GNUC__)
+#define ZOLP_FRAME_ENDS_() ((void)zolp_frame_)
 #define ZOLP_FRAME_(frame, entered) \
   ZOLP_Frame_ frame __attribute__((cleanup(zolp_end_frame_))) = zolp_enter_(&(entered))
 #else
+#define ZOLP_FRAME_ENDS_() (zolp_end_frame_(&zolp_frame_))
 #define ZOLP_FRAME_(frame, entered) ZOLP_Frame_ frame = zolp_enter_(&(entered))
 #endif
 #endif
@@ -407,7 +405,7 @@ ZOLP_FRAME_INLINE_ const char* zolp_shorten_(const ZOLP_CallSite* site, char* sh
 ZOLP_FRAME_SLOW_ ZOLP_FrameMoment zolp_show_call_(ZOLP_CallSite* site) {
   ZOLP_FrameMoment start = ZOLP_FRAME_UNKNOWN_MOMENT_;
   char shortened[zolp_shortened_size_];
-  if (zolp_known_state_()->enter(site) == ZOLP_SHOW_NOTHING) {
+  if (!zolp_shows_entry_(zolp_known_state_(), site)) {
     return start;
   }
   if (zolp_wants_level_(ZOLP_LEVEL_TRACE)) {
@@ -434,7 +432,9 @@ enum { zolp_slow_call_milliseconds_ = 1000 };
 /** Writes an error text of the platform, and keeps it. */
 ZOLP_FRAME_INLINE_ void zolp_write_error_text_(const char* text) {
   ZOLP_ERROR("--%s--\n", text);
-  zolp_known_state_()->keep_error_text(text);
+  if (ZOLP_FRAME_READ_(zolp_known_state_()->calls) > ZOLP_CALLS_FOR_TEXT) {
+    ZOLP_FRAME_READ_(zolp_state_)->keep_error_text(text);
+  }
 }
 
 /** Writes where a traced call stands. */
@@ -449,8 +449,8 @@ ZOLP_FRAME_INLINE_ void zolp_write_detail_(const ZOLP_CallSite* site) {
 
 /** Writes what follows a traced call. */
 ZOLP_FRAME_SLOW_ void zolp_finish_traced_(ZOLP_CallSite* site, ZOLP_FrameMoment start, int status) {
-  const int shown = zolp_known_state_()->leave(site, status);
-  if (shown != ZOLP_SHOW_NOTHING && zolp_wants_level_(ZOLP_LEVEL_TRACE)) {
+  const int is_shown = zolp_shows_exit_(zolp_known_state_(), site, status);
+  if (is_shown && zolp_wants_level_(ZOLP_LEVEL_TRACE)) {
     const long duration = ZOLP_FRAME_MILLISECONDS_SINCE_(start);
     zolp_write_detail_(site);
     if (ZOLP_FRAME_RARELY_(duration > zolp_slow_call_milliseconds_)) {
@@ -468,7 +468,7 @@ ZOLP_FRAME_SLOW_ void zolp_finish_traced_(ZOLP_CallSite* site, ZOLP_FrameMoment 
       MEM_free(text);
     }
   }
-  if (shown != ZOLP_SHOW_NOTHING) {
+  if (is_shown) {
     ZOLP_DecTraceSpaces();
     zolp_write_line_(site, 1, site->text);
   }
@@ -479,8 +479,8 @@ ZOLP_FRAME_SLOW_ void zolp_finish_guarded_(ZOLP_CallSite* site, ZOLP_FrameMoment
                                            int status) {
   char shortened[zolp_shortened_size_];
   const char* const text = zolp_shorten_(site, shortened);
-  const int shown = zolp_known_state_()->leave(site, status);
-  if (shown != ZOLP_SHOW_NOTHING && zolp_wants_level_(ZOLP_LEVEL_TRACE)) {
+  const int is_shown = zolp_shows_exit_(zolp_known_state_(), site, status);
+  if (is_shown && zolp_wants_level_(ZOLP_LEVEL_TRACE)) {
     const long duration = ZOLP_FRAME_MILLISECONDS_SINCE_(start);
     if (duration > zolp_slow_call_milliseconds_) {
       (ZOLP_TRACE)("##Long Call: %s   %ds %s:%d\n", text, (int)(duration / 1000),
@@ -491,7 +491,7 @@ ZOLP_FRAME_SLOW_ void zolp_finish_guarded_(ZOLP_CallSite* site, ZOLP_FrameMoment
     ZOLP_ERROR("##ORK_err_%d: %s   %s:%d\n", status, text, zolp_file_name_(site->file), site->line);
     ZOLP_ReportLastOrkError(status);
   }
-  if (shown != ZOLP_SHOW_NOTHING) {
+  if (is_shown) {
     ZOLP_DecTraceSpaces();
     zolp_write_line_(site, 1, text);
   }

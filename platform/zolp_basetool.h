@@ -76,6 +76,9 @@ typedef struct ZOLP_CallSite {
   unsigned number;        /**< the trace library's own, 0 at first */
 } ZOLP_CallSite;
 
+/** The value of `ZOLP_TraceState.calls` while calls are shown and nothing else. */
+enum { ZOLP_CALLS_FOR_TEXT = 1 };
+
 /** What is still to be written of a call; see `ZOLP_TraceState`. */
 enum {
   ZOLP_SHOW_NOTHING = 0,
@@ -89,7 +92,8 @@ enum {
  */
 typedef struct ZOLP_TraceState {
   int level;          /**< highest level that is wanted; above all levels until the first text */
-  int calls;          /**< 0 while nobody wants to know of calls that succeed */
+  int calls;          /**< 0 while nobody wants to know of calls that succeed;
+                           #ZOLP_CALLS_FOR_TEXT while all lines are shown and nobody is to be told */
   const void* thread; /**< thread pointer of the thread that was first */
   long long depth;    /**< that thread's depth of indentation, 0 at the margin; it may change it
                            in place */
