@@ -1,6 +1,9 @@
 #include "clock.h"
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
+#include <mutex>
 
 #if defined(_WIN32)
 #define NOMINMAX
@@ -52,13 +55,14 @@ std::int32_t difference(std::int32_t end, std::int32_t start) {
 
 // The processor's counter takes a fraction of the time that reading the clock does, which matters
 // where a traced call costs no more than a few lines of text. Its rate is found out when it is
-// needed, from all the time since the library was loaded.
+// needed.
 
 std::int64_t counter() {
   return static_cast<std::int64_t>(__builtin_ia32_rdtsc());
 }
 
-const std::int64_t load_count = counter();
+CounterScale counter_scale({counter(), load_time});
+std::mutex counter_scale_mutex;
 
 /** Whether the counter runs at the same rate whatever the processor does. */
 const bool is_counter_steady = [] {
@@ -76,9 +80,9 @@ std::int32_t milliseconds_of(std::int64_t counts) {
   if (counts < counts_of_half_a_second) {
     return 0;
   }
-  const auto all_counts = static_cast<double>(counter() - load_count);
-  const auto all_nanoseconds = static_cast<double>(monotonic_nanoseconds() - load_time);
-  const double milliseconds = static_cast<double>(counts) / all_counts * all_nanoseconds / 1e6;
+  const std::lock_guard lock(counter_scale_mutex);
+  const double milliseconds =
+      counter_scale.nanoseconds(counts, {counter(), monotonic_nanoseconds()}) / 1e6;
   constexpr std::int32_t longest = std::numeric_limits<std::int32_t>::max();
   return milliseconds < longest ? static_cast<std::int32_t>(milliseconds) : longest;
 }
@@ -140,6 +144,37 @@ Calendar current_calendar = real_calendar;
 
 std::int32_t elapsed_milliseconds() {
   return current_clock();
+}
+
+double CounterScale::nanoseconds(std::int64_t counts, Reading now) {
+  const std::int64_t passed_counts = now.count - earlier_.count;
+  const std::int64_t passed = now.nanoseconds - earlier_.nanoseconds;
+  if (passed_counts > 0 && passed > 0) {
+    learn(static_cast<double>(passed) / static_cast<double>(passed_counts), now);
+  } else {
+    earlier_ = latest_ = now;  // the counter was set back
+  }
+  const double result = static_cast<double>(counts) * rate_;
+  // What began after the earlier look cannot have taken longer than the time since then.
+  return counts <= passed_counts ? std::min(result, static_cast<double>(passed)) : result;
+}
+
+void CounterScale::learn(double rate, Reading now) {
+  constexpr std::int64_t between_looks = 10'000'000'000;
+  const auto differs = [](double one, double other) {
+    constexpr double tolerance = 0.01;
+    return std::abs(one - other) > tolerance * other;
+  };
+  if (rate_ == 0 || !differs(rate, rate_) || !differs(rate, new_rate_)) {
+    rate_ = rate;
+  } else {
+    new_rate_ = rate;
+    earlier_ = latest_ = now;
+  }
+  if (now.nanoseconds - latest_.nanoseconds > between_looks) {
+    earlier_ = latest_;
+    latest_ = now;
+  }
 }
 
 Moment this_moment() {

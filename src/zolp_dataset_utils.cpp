@@ -17,7 +17,6 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::out;
 using orktool::print_failure;
@@ -101,7 +100,7 @@ int complete_dataset(tag dataset, tag tool, const char* format) {
 int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
                        const char* reference_name, const char* dataset_format,
                        const char* description, tag* dataset_tag) {
-  const Frame frame("ZOLP_create_dataset");
+  FRAME(frame, "ZOLP_create_dataset");
   const auto leave = [&](int status, orktool::Place end = orktool::here()) {
     frame.leave_as("ZOLP_createDataset", end);
     return status;
@@ -147,7 +146,7 @@ int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
 }
 
 int ZOLP_attachNamedReference(tag dataset, tag file_tag, const char* reference) {
-  const Frame frame("ZOLP_attachNamedReference");
+  FRAME(frame, "ZOLP_attachNamedReference");
   ZOLP_TRACE("reference = <%s>\n", reference);
   int status = ZOLP_verify_state_and_lock_of_object(dataset);
   if (status != ORK_ok) {
@@ -178,7 +177,7 @@ int ZOLP_attachNamedReference(tag dataset, tag file_tag, const char* reference) 
 }
 
 int ZOLP_findDatasetNamedRef(const char* dataset_name, const char* ref_name, tag* ref_tag) {
-  const Frame frame("ZOLP_findDatasetNamedRef");
+  FRAME(frame, "ZOLP_findDatasetNamedRef");
   *ref_tag = NULLTAG;
   int status = ORK_ok;
   tag dataset = NULLTAG;
@@ -194,7 +193,7 @@ int ZOLP_findDatasetNamedRef(const char* dataset_name, const char* ref_name, tag
 }
 
 int ZOLP_createRelation(tag destObject, tag tDataset, const char* relation_type) {
-  const Frame frame("ZOLP_createRelation");
+  FRAME(frame, "ZOLP_createRelation");
   int status = ORK_ok;
   tag type = NULLTAG;
   TRACED(status, "REL_find_relation_type(relation_type, &tRelationType)",
@@ -324,7 +323,7 @@ int export_image(tag dataset, tag reference, const RevisionName& revision, char*
 
 int ZOLP_importTextDataset(const char* /*reserved*/, const char* dataset_name, const char* path,
                            tag* dataset) {
-  const Frame frame("ZOLP_importTextDataset");
+  FRAME(frame, "ZOLP_importTextDataset");
   *dataset = NULLTAG;  // a site without text datasets makes none, and says so by this alone
   ZOLP_TRACE("Path <%s>\n", path);
   // Not by import_text_file: here a file that cannot be imported, saved or locked does not end the
@@ -356,7 +355,7 @@ int ZOLP_importTextDataset(const char* /*reserved*/, const char* dataset_name, c
 int ZOLP_fct_import_text_dataset_desc(tag destObject, const char* szDatasetName,
                                       const char* szDatasetDesc, const char* szOsPath,
                                       const char* szFileName) {
-  const Frame frame("ZOLP_fct_import_text_dataset_desc");
+  FRAME(frame, "ZOLP_fct_import_text_dataset_desc");
   ZOLP_TRACE("Path <%s> File <%s>\n", szOsPath, szFileName);
   tag file = NULLTAG;
   tag dataset = NULLTAG;
@@ -391,7 +390,7 @@ int ZOLP_fct_import_text_dataset(tag destObject, const char* szDatasetName, cons
 
 int ZOLP_exportImage(tag* list, int count, char* export_file_path, const char* ref_name,
                      const char* mode, tag itemrev) {
-  const Frame frame("ZOLP_export_image");
+  FRAME(frame, "ZOLP_export_image");
   if (std::strcmp(text_or_empty(mode), "no") != 0 || itemrev == NULLTAG) {
     frame.leave_as("ZOLP_exportImage");
     return 1;

@@ -11,13 +11,12 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::HostTexts;
 
 int ZOLP_createForm(const char* form_name, const char* form_type, const char* description,
                     tag* form) {
-  const Frame frame("ZOLP_createForm");
+  FRAME(frame, "ZOLP_createForm");
   *form = NULLTAG;
   int status = ORK_ok;
   TRACED(status, "FORM_create(form_name, description, form_type, form)",
@@ -81,7 +80,7 @@ struct FormDescription {
 
 int ZOLP_FORM_describe(tag form, char** form_type_name, int* field_count, char*** field_names,
                        char*** field_display_names, int** field_lengths, char*** field_values) {
-  const Frame frame("ZOLP_FORM_describe");
+  FRAME(frame, "ZOLP_FORM_describe");
   *form_type_name = nullptr;
   *field_count = 0;
   *field_names = *field_display_names = *field_values = nullptr;

@@ -18,7 +18,6 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::out;
 using orktool::text_or_empty;
@@ -45,7 +44,7 @@ int trace_class(tag target, int position) {
 
 int ZOLP_getRHTargetObjects(const FLOW_action_message_s* msg, tag* job, int* target_count,
                             tag** targets) {
-  const Frame frame("ZOLP_getRHTargetObjects");
+  FRAME(frame, "ZOLP_getRHTargetObjects");
   *job = NULLTAG;
   *target_count = 0;
   *targets = nullptr;
@@ -78,7 +77,7 @@ int ZOLP_getRHTargetObjects(const FLOW_action_message_s* msg, tag* job, int* tar
 }
 
 int ZOLP_deleteJob(tag job) {
-  const Frame frame("ZOLP_deleteJob");
+  FRAME(frame, "ZOLP_deleteJob");
   logical exists = 0;
   ZOLP_TRACE("Job = %d\n", static_cast<int>(job));
   GUARDED("STORE_instance_exists(job, &exists)", STORE_instance_exists(job, &exists));
@@ -122,7 +121,7 @@ int report_if_dataset(tag attachment, const char* target_id, std::FILE* report) 
 }  // namespace
 
 int ZOLP_HasTargetADrawing(tag job, FILE** report) {
-  const Frame frame("ZOLP_HasTargetADrawing");
+  FRAME(frame, "ZOLP_HasTargetADrawing");
   int count = 0;
   HostPtr<tag> targets;
   GUARDED("ZOLP_ask_target_objects(job, &count, &targets)",
@@ -192,7 +191,7 @@ int insert_at_beginning(tag folder, int count, const tag* objects) {
 }  // namespace
 
 int ZOLP_moveTargetToFolder(tag job, const char* folder_name, const char* description) {
-  const Frame frame("ZOLP_moveTargetToFolder");
+  FRAME(frame, "ZOLP_moveTargetToFolder");
   ZOLP_TRACE("folder:<%s> description:<%s>\n", folder_name, description);
   if (*folder_name == '\0') {
     return frame.leave(ZOLP_failed);
@@ -255,7 +254,7 @@ int run_temporary_job(const char* job_name, tag process_template, int count, con
 
 int ZOLP_addReleaseStatusWithTmpJob(int object_count, tag* objects, char* job_name,
                                     const char* procedure_name) {
-  const Frame frame("ZOLP_addReleaseStatusWithTmpJob");
+  FRAME(frame, "ZOLP_addReleaseStatusWithTmpJob");
   ZOLP_TRACE("ObjCount        = %d\n", object_count);
   ZOLP_TRACE("ObjectList      = %p\n", static_cast<void*>(objects));
   ZOLP_TRACE("szJobName       = %s\n", job_name);

@@ -5,7 +5,6 @@
 
 namespace {
 
-using orktool::Frame;
 
 constexpr int failure = PREF_value_not_found;
 
@@ -26,7 +25,7 @@ struct Lines {
 /** An exported function of the kind that goes on after a failing call. */
 int traced_function(int status, int duration, Lines& lines) {
   lines.entry = __LINE__ + 1;
-  const Frame frame("traced_function");
+  FRAME(frame, "traced_function");
   int result = ORK_ok;
   lines.call = __LINE__ + 1;
   TRACED(result, "call( a, &b)", platform_call(status, duration));
@@ -37,7 +36,7 @@ int traced_function(int status, int duration, Lines& lines) {
 /** An exported function of the kind that a failing call ends. */
 int guarded_function(int status, int duration, Lines& lines) {
   lines.entry = __LINE__ + 1;
-  const Frame frame("guarded_function");
+  FRAME(frame, "guarded_function");
   lines.call = __LINE__ + 1;
   GUARDED("call (a, f(b))", platform_call(status, duration));
   lines.exit = __LINE__ + 1;
@@ -156,6 +155,28 @@ TEST(FileName, LosesFolders) {
   EXPECT_STREQ(orktool::file_name("D:\\build\\src\\zolp_itool.cpp"), "zolp_itool.cpp");
   EXPECT_STREQ(orktool::file_name("zolp_itool.cpp"), "zolp_itool.cpp");
   EXPECT_STREQ(orktool::file_name("src/zolp_itool.cpp"), "zolp_itool.cpp");
+}
+
+TEST(Clock, CounterThatJumpsSpoilsOneAnswerAtMost) {
+  constexpr std::int64_t second = 1'000'000'000;
+  constexpr std::int64_t rate = 3;  // counts in a nanosecond
+  for (const std::int64_t jump : {3600 * second, 100 * second, -40 * second, -3600 * second}) {
+    std::int64_t time = 7 * second;
+    std::int64_t count = rate * time;
+    orktool::CounterScale scale({count, time});
+    const auto seconds_of_call = [&](std::int64_t duration) {
+      time += duration;
+      count += rate * duration;
+      return scale.nanoseconds(rate * duration, {count, time}) / second;
+    };
+    EXPECT_NEAR(seconds_of_call(2 * second), 2, 0.01);
+    time += 50 * second;
+    count += rate * 50 * second + jump;
+    seconds_of_call(2 * second);
+    for (int call = 0; call < 100; ++call) {
+      EXPECT_NEAR(seconds_of_call(2 * second), 2, 0.01) << jump << " " << call;
+    }
+  }
 }
 
 TEST(Clock, CountsElapsedTimeFromTheStart) {
