@@ -3,7 +3,6 @@
 #include <limits>
 
 #if defined(_WIN32)
-#define NOMINMAX
 #include <windows.h>
 
 #include <cstdlib>
