@@ -6,7 +6,6 @@
 #include <mutex>
 
 #if defined(_WIN32)
-#define NOMINMAX
 #include <windows.h>
 
 #include <cstdlib>

@@ -124,8 +124,8 @@ ZOLP_API int ZOLP_set_named_condition_task_result(tag job, const char* task_name
  * @param[out] release_level the review task, or 0 when there is none.
  * @param[out] release_level_name caller's buffer for its name as users see it; "" when there is
  * none. The name is copied whole, so the buffer must hold the longest one that the platform shows.
- * Names are stored with at most #FLOW_name_size bytes; a site that shows them in other words than
- * it stores may need more.
+ * Names are stored with at most #FLOW_name_size bytes, but may be shown in other words: one of
+ * `STORE_max_string_length` + 1 (4001) bytes is room enough.
  * @return 0, also when there is none, or the platform's status.
  */
 ZOLP_API int ZOLP_ask_current_release_level(tag job, tag* release_level, char* release_level_name);

@@ -272,16 +272,16 @@ TEST_F(Filters, AnswerAsTheExpressionLibraryDoes) {
 }
 
 TEST_F(Filters, FollowTheLocaleOfTheProcess) {
-  const std::string letters = "^[[:alpha:]]$";
+  const char* pattern = "^.$";
 #if defined(_WIN32)
-  const std::pair<const char*, const char*> umlaut_in{".1252", "\xe4"};
+  const std::pair<const char*, const char*> two_bytes{".932", "\x83\x41"};
 #else
-  const std::pair<const char*, const char*> umlaut_in{"C.UTF-8", "\xc3\xa4"};
+  const std::pair<const char*, const char*> two_bytes{"C.UTF-8", "\xc3\xa4"};
 #endif
   for (int round = 0; round < 2; ++round) {
-    EXPECT_FALSE(matches(letters, umlaut_in.second));
-    ASSERT_NE(std::setlocale(LC_ALL, umlaut_in.first), nullptr);
-    EXPECT_TRUE(matches(letters, umlaut_in.second));
+    EXPECT_FALSE(matches(pattern, two_bytes.second));
+    ASSERT_NE(std::setlocale(LC_ALL, two_bytes.first), nullptr);
+    EXPECT_TRUE(matches(pattern, two_bytes.second));
     std::setlocale(LC_ALL, "C");
   }
 }
