@@ -98,6 +98,10 @@ int ork_host_find_item(const char* item_id, const char* revision_id, tag* object
   });
 }
 
+int ork_host_hand_over(void) {
+  return guarded([] { host::Turn::hand_over(); });
+}
+
 int ork_host_release_lock(tag object) {
   return guarded([&] {
     host::store().state(object);  // says what is wrong with the tag

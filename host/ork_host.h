@@ -79,6 +79,12 @@ ORK_API int ork_host_set_preference(const char* name, int count, const char* con
 ORK_API int ork_host_find_item(const char* item_id, const char* revision_id, tag* object);
 
 /**
+ * Hands the open site over to another thread: from now on it is that of the thread that calls next.
+ * @return #ORK_ok or #ORK_wrong_thread.
+ */
+ORK_API int ork_host_hand_over(void);
+
+/**
  * Takes an object's lock away from whoever holds it, in whatever process; that one can no longer
  * save the object. The locks of processes that have ended are free without this.
  * @param[in] object the object.

@@ -148,6 +148,7 @@ int ITEM_list_all_rev_attachments(tag revision, int* count, ITEM_attached_object
   host::clear(attachments);
   return operation("ITEM_list_all_rev_attachments", Needs::session, [&] {
     host::require_all(count, attachments);
+    const host::Reading one_state(host::store().database());
     host::require_revision(revision);
     std::vector<ITEM_attached_object_s> attached;
     for (const tag relation : host::find_relations(revision, NULLTAG, NULLTAG, NULLTAG)) {

@@ -55,6 +55,7 @@ int REL_list_secondary_objects_only(tag primary, tag relation_type, int* count, 
   host::clear(secondaries);
   return operation("REL_list_secondary_objects_only", Needs::session, [&] {
     host::require_all(count, secondaries);
+    const host::Reading one_state(host::store().database());
     host::require_object(primary);
     std::vector<tag> objects;
     for (const tag relation : host::find_relations(primary, NULLTAG, relation_type, NULLTAG)) {
@@ -70,6 +71,7 @@ int REL_list_primary_objects(tag secondary, tag relation_type, int* count,
   host::clear(relations);
   return operation("REL_list_primary_objects", Needs::session, [&] {
     host::require_all(count, relations);
+    const host::Reading one_state(host::store().database());
     host::require_object(secondary);
     host::hand_out(
         host::records_of(host::find_relations(NULLTAG, secondary, relation_type, NULLTAG)), count,
@@ -93,6 +95,7 @@ int REL_list_all_related_objects(tag object, int* count, REL_record_s** relation
   host::clear(relations);
   return operation("REL_list_all_related_objects", Needs::session, [&] {
     host::require_all(count, relations);
+    const host::Reading one_state(host::store().database());
     host::require_object(object);
     std::vector<tag> all = host::find_relations(object, NULLTAG, NULLTAG, NULLTAG);
     const std::vector<tag> others = host::find_relations(NULLTAG, object, NULLTAG, NULLTAG);

@@ -1,7 +1,8 @@
 /**
  * @file
  * The frame around every operation of the platform: it refuses threads whose turn it is not, plays
- * what tests have injected, and turns whatever is thrown into a status and an entry of the error stack.
+ * what tests have injected, and turns whatever is thrown into a status and an entry of the error
+ * stack.
  */
 #pragma once
 
@@ -23,11 +24,7 @@ int report_current_exception() noexcept;
 
 /** Runs a body that returns nothing; what it throws becomes the status. */
 template <typename Body>
-int guarded(Body&& body) noexcept {
-  const Turn turn;
-  if (!turn.is_granted()) {
-    return ORK_wrong_thread;  // the error stack is the other thread's, too
-  }
+int status_of(Body&& body) noexcept {
   try {
     body();
     return ORK_ok;
@@ -38,6 +35,14 @@ int guarded(Body&& body) noexcept {
   }
 }
 
+/** The same for a call from outside, which other threads are refused. */
+template <typename Body>
+int guarded(Body&& body) noexcept {
+  const Turn turn;
+  // The error stack is the other thread's, too.
+  return turn.is_granted() ? status_of(body) : ORK_wrong_thread;
+}
+
 template <typename Body>
 int framed(const char* name, Recorded recorded, Body&& body) noexcept {
   const Turn turn;
@@ -46,7 +51,7 @@ int framed(const char* name, Recorded recorded, Body&& body) noexcept {
   }
   const bool steered = steering().active();
   std::size_t entry = Steering::no_entry;
-  const int status = guarded([&] {
+  const int status = status_of([&] {
     if (steered) {
       steering().begin(name, recorded == Recorded::yes, &entry);
     }

@@ -9,6 +9,7 @@ std::atomic<std::thread::id> owner;
 // The owner's alone.
 int depth = 0; /**< how many of its turns are inside one another */
 bool is_kept = false;
+bool is_handed_over = false;
 
 }  // namespace
 
@@ -18,6 +19,12 @@ bool Turn::is_ours() noexcept {
 
 void Turn::keep(bool is_to_be_kept) noexcept {
   is_kept = is_to_be_kept;
+  is_handed_over = false;
+}
+
+void Turn::hand_over() noexcept {
+  is_handed_over = is_kept;
+  is_kept = false;
 }
 
 Turn::Turn() noexcept : is_granted_(is_ours()) {
@@ -25,6 +32,9 @@ Turn::Turn() noexcept : is_granted_(is_ours()) {
     std::thread::id nobody;
     is_granted_ = owner.compare_exchange_strong(nobody, std::this_thread::get_id(),
                                                 std::memory_order_acquire);
+    if (is_granted_ && is_handed_over) {
+      keep(true);
+    }
   }
   depth += is_granted_ ? 1 : 0;
 }

@@ -26,6 +26,9 @@ class Turn {
   /** Keeps the turn for the calling thread, which has it, when its call ends; or no longer. */
   static void keep(bool is_kept) noexcept;
 
+  /** When the calling thread's call ends, the turn is kept for the thread that calls next. */
+  static void hand_over() noexcept;
+
  private:
   bool is_granted_;
 };

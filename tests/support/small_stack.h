@@ -2,16 +2,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
-#include <cstddef>
 #include <functional>
 
-#if defined(_WIN32)
-#define NOMINMAX
-#include <windows.h>
-#else
-#include <sys/resource.h>
-#endif
+#include "host/ork_host.h"
 
 namespace test {
 
@@ -22,41 +17,24 @@ inline constexpr std::size_t small_stack_size = std::size_t{4} << 20;
 inline constexpr std::size_t small_stack_size = std::size_t{1} << 20;
 #endif
 
-#if defined(_WIN32)
-
-/** Runs a function on such a stack, in the thread whose session it uses. */
-inline void on_small_stack(const std::function<void()>& function) {
-  struct Work {
-    const std::function<void()>& function;
-    void* caller;
-  } work{function, ConvertThreadToFiber(nullptr)};
-  ASSERT_NE(work.caller, nullptr);
-  void* fiber = CreateFiberEx(
-      0, small_stack_size, 0,
-      [](void* argument) {
-        const auto* given = static_cast<Work*>(argument);
-        given->function();
-        SwitchToFiber(given->caller);
-      },
-      &work);
-  ASSERT_NE(fiber, nullptr);
-  SwitchToFiber(fiber);
-  DeleteFiber(fiber);
-  ConvertFiberToThread();
+/** Runs a function on such a stack, in a thread that has the open site meanwhile. */
+inline void on_small_stack(std::function<void()> function) {
+  ASSERT_EQ(ork_host_hand_over(), ORK_ok);
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, small_stack_size), 0);
+  pthread_t thread{};
+  ASSERT_EQ(pthread_create(
+                &thread, &attributes,
+                [](void* argument) -> void* {
+                  (*static_cast<std::function<void()>*>(argument))();
+                  EXPECT_EQ(ork_host_hand_over(), ORK_ok);
+                  return nullptr;
+                },
+                &function),
+            0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
 }
-
-#else
-
-/** Runs a function on such a stack, in the thread whose session it uses. */
-inline void on_small_stack(const std::function<void()>& function) {
-  rlimit usual{};
-  ASSERT_EQ(getrlimit(RLIMIT_STACK, &usual), 0);
-  const rlimit small{small_stack_size, usual.rlim_max};
-  ASSERT_EQ(setrlimit(RLIMIT_STACK, &small), 0);
-  function();
-  ASSERT_EQ(setrlimit(RLIMIT_STACK, &usual), 0);
-}
-
-#endif
 
 }  // namespace test
