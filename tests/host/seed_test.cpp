@@ -29,6 +29,8 @@ TEST_F(DemoSite, SeedingChangesWhatExists) {
 TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
   const std::pair<const char*, const char*> cases[] = {
       {R"({"groups": ["x"], )", "line 1"},
+      {R"({"groups": [{"name": "x", "name": "y"}]})", "/groups/0/name: is given twice"},
+      {R"({"preferences": {"a": 1e400}})", "number overflow"},
       {R"([])", "the seed: expected an object, found array"},
       {R"({"group": []})", "/group: is not known here"},
       {R"({"groups": {}})", "/groups: expected an array, found object"},
@@ -98,6 +100,14 @@ TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
     EXPECT_EQ(describe(nullptr), before) << seed;
   }
   EXPECT_EQ(ork_host_seed(nullptr), ORK_invalid_argument);
+  const std::string huge(5'000'000, 'x');
+  for (const std::string& seed :
+       {R"({")" + huge + R"(": 1})", R"({"groups": [{"name": ")" + huge + R"("}]})",
+        R"({"groups": ")" + huge,
+        R"({"users": [{"id": "a", "memberships": [{"group": ")" + huge + R"(", "role": ""}]}]})"}) {
+    EXPECT_EQ(ork_host_seed(seed.c_str()), ORK_invalid_argument);
+    EXPECT_LT(last_error().size(), 1200U);
+  }
   EXPECT_EQ(ORK_init_module("wagner", "let me in", nullptr), ORK_ok);
 }
 
