@@ -24,42 +24,18 @@ bool Destination::grow(size_t size) {
   return grow_buffer(size);
 }
 
-bool Destination::grow_buffer(size_t size) {
-  if (line == nullptr) {
-    line = cursor = small_buffer_.data();
-    limit = line + small_buffer_.size();
-  }
-  if (free_size() >= size) {
-    return true;
-  }
-  size_t used = length();
-  size_t wanted = std::max(used + size, 2 * static_cast<size_t>(limit - line));
-  bool is_large = line == large_buffer_;
-  char* larger = static_cast<char*>(std::realloc(large_buffer_, wanted));
-  if (larger == nullptr) {
-    return false;
-  }
-  if (!is_large) {
-    std::memcpy(larger, line, used);
-  }
-  large_buffer_ = larger;
-  line = larger;
-  cursor = larger + used;
-  limit = larger + wanted;
-  return true;
-}
-
 /** Makes room by laying the window over the next part of the file, or over the next file. */
 bool Destination::grow_window(size_t size) {
   if (!file_.refresh()) {
     reopen();
     return mode_ == Mode::window ? grow_window(size) : reserve(size);
   }
-  if (line_offset() == 0 && is_window_sound() && size <= window_room()) {
+  if (line_offset() == 0 && is_window_sound() && file_.has_own_end() && size <= window_room()) {
     limit = cursor + size;  // the first line of a file may be longer than the file should be
     return true;
   }
-  uint64_t offset = is_window_sound() ? line_offset() : file_.size();
+  const bool is_at_end = is_window_sound() && file_.has_own_end();
+  uint64_t offset = is_at_end ? line_offset() : file_.size();
   move_line_to_buffer();
   if (is_too_much(offset, size)) {
     file_.shorten(offset);
@@ -102,7 +78,7 @@ void Destination::move_line_to_buffer() {
     grow_buffer(1);
     return;
   }
-  const char* text = line;
+  char* text = line;
   size_t size = length();
   // What a lost window held before it was lost is gone, and zeros stand there.
   for (; size > 0 && *text == '\0' && TraceFile::is_window_lost(); --size) {
@@ -110,11 +86,10 @@ void Destination::move_line_to_buffer() {
   }
   line = nullptr;
   grow_buffer(1);
-  if (!grow_buffer(size)) {
-    size = cut(size);
-  }
-  std::memcpy(cursor, text, size);
-  cursor += size;
+  const size_t kept = grow_buffer(size) ? size : cut(size);
+  std::memcpy(cursor, text, kept);
+  cursor += kept;
+  std::memset(text, '\n', size);  // it may go on elsewhere in the file
   window_ = nullptr;
 }
 
@@ -125,7 +100,7 @@ void Destination::move_line_to_buffer() {
 bool Destination::move_line_to_window(uint64_t offset, size_t size) {
   size_t used = length();
   char* end = nullptr;
-  char* begin = file_.map(offset, offset + used + size, &end);
+  char* begin = file_.map(offset, used + size, &end);
   if (begin == nullptr) {
     file_.shorten(offset);
     mode_ = Mode::stream;
@@ -151,14 +126,18 @@ bool Destination::move_line_to_window(uint64_t offset, size_t size) {
 // ---- The file.
 
 void Destination::open() {
-  if (settings_.file == nullptr || !expand_file_name()) {
+  if (settings_.file == nullptr) {
+    return use_standard_error();
+  }
+  if (!expand_file_name(settings_.file, path_)) {
+    complain("the name of the trace file is too long; the trace goes to standard error");
     return use_standard_error();
   }
   Opening opening = file_.open(path_.data());
   if (opening == Opening::taken) {
     // Two processes would overwrite each other's lines.
     size_t size = std::strlen(path_.data());
-    std::snprintf(path_.data() + size, path_.size() - size, ".pid%lu", process_id());
+    append_process_id(path_);
     complain("%.*s belongs to another process; this one writes to %s", static_cast<int>(size),
              path_.data(), path_.data());
     opening = file_.open(path_.data());
@@ -180,6 +159,14 @@ void Destination::reopen() {
   file_.forget();
   open();
   if (is_line_in_file && file_.is_same(earlier)) {
+    take_line_out_of_file(offset);
+  }
+}
+
+/** Cuts the line, which is in the buffer by now, off a file that was opened anew. */
+void Destination::take_line_out_of_file(uint64_t offset) {
+  const bool is_last_in_file = file_.size() <= offset + length() + 1;  // with the last line's end
+  if (is_last_in_file) {
     file_.shorten(offset);
   }
 }
@@ -196,65 +183,38 @@ void Destination::use_standard_error() {
   mode_ = Mode::stream;
 }
 
-/** @return false when the name is too long for a file. */
-bool Destination::expand_file_name() {
-  constexpr size_t kept_for_suffixes = 64;
-  size_t size = 0;
-  for (const char* name = settings_.file; *name != '\0'; ++name) {
-    if (size + kept_for_suffixes > path_.size()) {
-      complain("the name of the trace file is too long; the trace goes to standard error");
-      return false;
-    }
-    if (name[0] == '%' && name[1] == 'p') {
-      size += static_cast<size_t>(
-          std::snprintf(path_.data() + size, path_.size() - size, "%lu", process_id()));
-      ++name;
-    } else {
-      if (name[0] == '%' && name[1] == '%') {
-        ++name;
-      }
-      path_[size++] = *name;
-    }
-  }
-  path_[size] = '\0';
-  return true;
-}
-
 /** Starts a new file. */
 void Destination::rotate() {
   // Somebody else may have moved the file away and put another one in its place.
-  if (file_.is_at(path_.data()) && !rename_files()) {
+  if (file_.is_at(path_.data()) && !rename_older_files(path_, settings_.kept_files)) {
     complain("cannot rename %s to make room for a new one; it grows without limit", path_.data());
     settings_.size_limit = 0;
     return;
   }
   // The lock goes with the descriptor: nobody takes the old file for theirs before it is renamed.
   file_.close();
-  if (file_.open(path_.data()) == Opening::done) {
+  if (open_new_file()) {
     start_file();
   } else {
-    open();
+    use_standard_error();
   }
 }
 
-/** Renames the file to NAME.1, NAME.1 to NAME.2 and so on; the oldest one goes. */
-bool Destination::rename_files() {
-  std::array<char, longest_path + 16> older;
-  std::array<char, longest_path + 16> newer;
-  auto name = [this](std::array<char, longest_path + 16>& text, unsigned age) {
-    if (age == 0) {
-      std::snprintf(text.data(), text.size(), "%s", path_.data());
-    } else {
-      std::snprintf(text.data(), text.size(), "%s.%u", path_.data(), age);
-    }
-    return text.data();
-  };
-  bool is_done = remove_file(name(older, settings_.kept_files));
-  // There may be fewer old files than are kept; the last renaming is the one that counts.
-  for (unsigned age = settings_.kept_files; age > 0; --age) {
-    is_done = rename_file(name(newer, age - 1), name(older, age));
+/** Starts a file under the name; nothing is opened that others have put there meanwhile. */
+bool Destination::open_new_file() {
+  const size_t size = std::strlen(path_.data());
+  Opening opening = file_.open(path_.data(), Wanted::new_file);
+  if (opening == Opening::taken) {
+    append_process_id(path_);
+    complain("%.*s was put there by somebody else; this process writes to %s",
+             static_cast<int>(size), path_.data(), path_.data());
+    opening = file_.open(path_.data(), Wanted::new_file);
   }
-  return is_done;
+  if (opening != Opening::done) {
+    complain("cannot make %s: %s; the trace goes to standard error", path_.data(),
+             file_.last_error());
+  }
+  return opening == Opening::done;
 }
 
 void Destination::leave_window() {
@@ -266,7 +226,14 @@ void Destination::leave_window() {
   move_line_to_buffer();
   file_.unmap();
   if (is_ours) {
-    file_.shorten(offset);
+    return file_.shorten(offset);
+  }
+  // The program has closed the descriptor.
+  const TraceFile earlier = file_;
+  file_.forget();
+  if (earlier.is_at(path_.data()) && file_.open(path_.data()) == Opening::done &&
+      file_.is_same(earlier)) {
+    take_line_out_of_file(offset);
   }
 }
 
@@ -284,9 +251,8 @@ void Destination::set_writer(ZOLP_TraceWriter writer, void* context) {
 void Destination::deliver(int level) {
   ErrorKeeper error_keeper;
   if (mode_ == Mode::writer) {
-    cursor[-1] = '\0';
-    writer_(level, line, length() - 1, writer_context_);
-    return drop_line();
+    call_writer(level, line, length());
+    return buffer_.drop(*this);
   }
   if (mode_ == Mode::stream && file_.is_regular()) {
     prepare_file_for_line();
@@ -298,7 +264,8 @@ void Destination::deliver(int level) {
   if (mode_ == Mode::window) {
     line = cursor;
   } else {
-    write_line();
+    write_line(line, length());
+    buffer_.drop(*this);
   }
 }
 
@@ -311,38 +278,59 @@ void Destination::prepare_file_for_line() {
   }
 }
 
-void Destination::write_line() {
-  if (!file_.write(line, length()) && !is_standard_error_) {
+void Destination::write_line(const char* text, size_t size) {
+  if (!file_.write(text, size) && !is_standard_error_) {
     complain("cannot write %s: %s; the trace goes to standard error", path_.data(),
              file_.last_error());
     file_.close();
     use_standard_error();
-    file_.write(line, length());
+    file_.write(text, size);
   }
-  drop_line();
 }
 
-void Destination::drop_line() {
-  constexpr size_t size_kept = 1024 * 1024;
-  if (line == large_buffer_ && static_cast<size_t>(limit - line) > size_kept) {
-    std::free(large_buffer_);
-    large_buffer_ = nullptr;
-    line = small_buffer_.data();
-    limit = line + small_buffer_.size();
+/** One line, unless there was no memory to put several ones together one by one. */
+void Destination::call_writer(int level, char* text, size_t size) {
+  char* const text_end = text + size;
+  for (char *begin = text, *end = nullptr; begin < text_end; begin = end + 1) {
+    end = static_cast<char*>(std::memchr(begin, '\n', static_cast<size_t>(text_end - begin)));
+    *end = '\0';
+    writer_(level, begin, static_cast<size_t>(end - begin), writer_context_);
   }
-  cursor = line;
+}
+
+void Destination::insert_line(int level, char* text, size_t size) {
+  ErrorKeeper error_keeper;
+  if (mode_ == Mode::closed || mode_ == Mode::window) {
+    reserve(size);  // opens the file
+  }
+  if (mode_ == Mode::writer) {
+    return call_writer(level, text, size);
+  }
+  if (mode_ == Mode::window && reserve(size) && mode_ == Mode::window) {
+    std::memmove(line + size, line, length());
+    std::memcpy(line, text, size);
+    line += size;
+    cursor += size;
+    return;
+  }
+  if (file_.is_regular()) {
+    prepare_file_for_line();
+  }
+  write_line(text, size);
+}
+
+void Destination::end_writer() {
+  if (mode_ == Mode::writer) {
+    writer_ = nullptr;
+    mode_ = Mode::closed;
+    line = cursor = limit = nullptr;
+  }
 }
 
 void Destination::finish() {
   ErrorKeeper error_keeper;
   is_finished_ = true;
-  if (mode_ == Mode::writer) {
-    // What it writes to may be gone by now.
-    writer_ = nullptr;
-    mode_ = Mode::closed;
-    line = cursor = limit = nullptr;
-    return;
-  }
+  end_writer();
   if (length() > 0) {
     append("\n", 1);
     end_line(ZOLP_LEVEL_OFF);

@@ -8,10 +8,10 @@
  */
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
+#include "file_names.h"
 #include "line_room.h"
 #include "settings.h"
 #include "trace_file.h"
@@ -42,6 +42,12 @@ class Destination final : public LineRoom {
     }
   }
 
+  /** Writes a whole line of another thread, before the line that is being put together here. */
+  void insert_line(int level, char* text, size_t size);
+
+  /** Calls the writer function no more: what it writes to may be gone soon. */
+  void end_writer();
+
   /** Ends the line and trims the file, at the end of the program. Later lines still get there. */
   void finish();
 
@@ -52,7 +58,7 @@ class Destination final : public LineRoom {
   enum class Mode { closed, window, stream, writer };
 
   bool grow(size_t size) override;
-  bool grow_buffer(size_t size);
+  bool grow_buffer(size_t size) { return buffer_.grow(*this, size); }
   bool grow_window(size_t size);
   bool is_window_sound() const;
   uint64_t line_offset() const;
@@ -60,37 +66,33 @@ class Destination final : public LineRoom {
   bool is_too_much(uint64_t offset, size_t size) const;
   void move_line_to_buffer();
   bool move_line_to_window(uint64_t offset, size_t size);
+  void take_line_out_of_file(uint64_t offset);
 
   void open();
   void reopen();
   void start_file();
   void use_standard_error();
-  bool expand_file_name();
   void rotate();
-  bool rename_files();
+  bool open_new_file();
   void leave_window();
 
   void deliver(int level);
   void prepare_file_for_line();
-  void write_line();
-  void drop_line();
-
-  static constexpr size_t longest_path = 4096;
+  void write_line(const char* text, size_t size);
+  void call_writer(int level, char* text, size_t size);
 
   Settings settings_;
   Mode mode_ = Mode::closed;
   bool is_finished_ = false;
   bool is_standard_error_ = false;
   TraceFile file_;
-  std::array<char, longest_path> path_{};
+  Path path_{};
   char* window_ = nullptr;     /**< a place in the window; null while the line is in a buffer ... */
   uint64_t window_offset_ = 0; /**< ... and the byte of the file that stands there */
   char* window_end_ = nullptr;
   ZOLP_TraceWriter writer_ = nullptr;
   void* writer_context_ = nullptr;
-  // Lines of usual length, and the report of exhausted memory, need no memory.
-  std::array<char, 4096> small_buffer_{};
-  char* large_buffer_ = nullptr;
+  LineBuffer<4096> buffer_;
 };
 
 }  // namespace basetool

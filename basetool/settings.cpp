@@ -1,15 +1,21 @@
 // ZOLP_TRACE_LEVEL   off, error, warning, log, trace, debug in any case, or 0 to 5
 // ZOLP_TRACE_FILE    file name; %p is the process id, %% a percent sign
-// ZOLP_TRACE_PREFIX  comma-separated out of time, level, pid
+// ZOLP_TRACE_PREFIX  comma-separated out of clock, time, level, pid
 // ZOLP_TRACE_FOLLOW  1 or 0
 // ZOLP_TRACE_SIZE    digits, then nothing, K, M or G
 // ZOLP_TRACE_KEEP    0 to 999
+// ZOLP_TRACE_RECORD, ZOLP_TRACE_RECORD_SIZE, ZOLP_TRACE_RECORD_DETAILS
+//                    like FILE, SIZE and FOLLOW
+// ZOLP_TRACE_SKIP, ZOLP_TRACE_ONLY
+//                    names with *, separated by commas
 
 #include "settings.h"
 
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "system.h"
 #include "trace_file.h"
@@ -19,6 +25,9 @@ namespace {
 
 constexpr std::string_view level_names[] = {"off", "error", "warning", "log", "trace", "debug"};
 constexpr unsigned most_kept_files = 999;
+
+constinit bool is_folder_known = false;
+constinit std::array<char, 4096> folder{};
 
 bool equals_ignoring_case(std::string_view value, std::string_view lower_case) {
   if (value.size() != lower_case.size()) {
@@ -72,7 +81,7 @@ bool parse_size(std::string_view text, uint64_t& size) {
 }
 
 bool parse_prefix(std::string_view text, Settings& settings) {
-  bool is_understood = true;
+  Settings prefixed = settings;
   while (!text.empty()) {
     size_t comma = text.find(',');
     std::string_view word = text.substr(0, comma);
@@ -83,17 +92,20 @@ bool parse_prefix(std::string_view text, Settings& settings) {
     while (word.ends_with(' ')) {
       word.remove_suffix(1);
     }
-    if (equals_ignoring_case(word, "time")) {
-      settings.shows_time = true;
+    if (equals_ignoring_case(word, "clock")) {
+      prefixed.shows_clock = true;
+    } else if (equals_ignoring_case(word, "time")) {
+      prefixed.shows_time = true;
     } else if (equals_ignoring_case(word, "level")) {
-      settings.shows_level = true;
+      prefixed.shows_level = true;
     } else if (equals_ignoring_case(word, "pid")) {
-      settings.shows_process = true;
+      prefixed.shows_process = true;
     } else {
-      is_understood = false;
+      return false;
     }
   }
-  return is_understood;
+  settings = prefixed;
+  return true;
 }
 
 /** Has the value of a variable parsed and complains when that fails. An empty value is none. */
@@ -107,12 +119,28 @@ void read(const char* variable, const char* consequence, Parse parse) {
 
 }  // namespace
 
+void remember_folder() {
+  if (is_folder_known) {
+    return;
+  }
+  is_folder_known = true;
+  if (!current_folder(folder.data(), folder.size())) {
+    folder[0] = '\0';
+  }
+}
+
+const char* remembered_folder() {
+  return folder.data();
+}
+
 Settings read_settings() {
   Settings settings;
   read("ZOLP_TRACE_LEVEL",
        "tracing on level warning; the levels are off, error, warning, log, trace, debug or 0 to 5",
        [&](std::string_view value) { return parse_level(value, settings.level); });
-  read("ZOLP_TRACE_PREFIX", "only time, level and pid are shown, separated by commas",
+  read("ZOLP_TRACE_PREFIX",
+       "nothing stands before the lines; it is any of clock, time, level and pid, separated by "
+       "commas",
        [&](std::string_view value) { return parse_prefix(value, settings); });
   read("ZOLP_TRACE_FOLLOW", "the file is not made to follow; it is 1 or 0",
        [&](std::string_view value) {
@@ -130,9 +158,22 @@ Settings read_settings() {
          settings.kept_files = static_cast<unsigned>(number);
          return true;
        });
-  settings.file = environment("ZOLP_TRACE_FILE");
-  if (settings.file != nullptr && *settings.file == '\0') {
-    settings.file = nullptr;
+  read("ZOLP_TRACE_RECORD_SIZE",
+       "the recording has its usual size, 8M; a size is like 500000, 800K, 20M or 1G",
+       [&](std::string_view value) { return parse_size(value, settings.recording_size); });
+  read("ZOLP_TRACE_RECORD_DETAILS", "details are not recorded; it is 1 or 0",
+       [&](std::string_view value) {
+         settings.records_details = value == "1";
+         return value == "1" || value == "0";
+       });
+  for (const auto& [setting, variable] : {std::pair{&settings.file, "ZOLP_TRACE_FILE"},
+                                          {&settings.recording, "ZOLP_TRACE_RECORD"},
+                                          {&settings.skipped, "ZOLP_TRACE_SKIP"},
+                                          {&settings.chosen, "ZOLP_TRACE_ONLY"}}) {
+    *setting = environment(variable);
+    if (*setting != nullptr && **setting == '\0') {
+      *setting = nullptr;
+    }
   }
   return settings;
 }

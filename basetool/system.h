@@ -1,9 +1,14 @@
 /** @file What the trace library needs of the operating system. */
 #pragma once
 
+#if !defined(_WIN32)
+#include <pthread.h>
+#endif
+
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 
 namespace basetool {
 
@@ -19,8 +24,75 @@ const char* environment(const char* variable);
 
 unsigned long process_id();
 
-/** Has a function called in each child process that a fork makes. */
-void call_in_forked_child(void (*function)());
+/** Whether a path is the same wherever the program's current folder is. */
+bool is_absolute(const char* path);
+
+/** Copies the path of the current folder, with a separator at its end. @return false on failure. */
+bool current_folder(char* path, size_t size);
+
+/** Nanoseconds since 1970 in universal time. */
+uint64_t wall_nanoseconds();
+
+/** The local time of a second since 1970. */
+bool read_local_time(int64_t seconds, std::tm& parts);
+
+/**
+ * Has a function called when the program ends: as soon as `main` has returned where the system
+ * tells, and at the latest when the functions of `atexit` are called.
+ */
+void call_at_end_of_main(void (*function)());
+
+/** Has functions called around a fork: before it, and after it in the parent and in the child. */
+void call_around_forks(void (*before)(), void (*in_parent)(), void (*in_child)());
+
+/** The system's number of the calling thread. */
+uint64_t thread_id();
+
+/**
+ * Memory of the calling thread's own, zeros at first.
+ * @param[in] at_end called with it when the thread ends; the memory goes after that.
+ */
+void* thread_memory(size_t size, void (*at_end)(void*));
+
+/** The path of the program that the process runs, cut to a size. */
+void read_program_name(char* name, size_t size);
+
+/** Nanoseconds of a clock that is never set, since some moment. */
+uint64_t elapsed_nanoseconds();
+
+/** A mutex that needs no construction when the program runs, and no destruction. */
+class Mutex {
+ public:
+  constexpr Mutex() = default;
+  Mutex(const Mutex&) = delete;
+  Mutex& operator=(const Mutex&) = delete;
+
+  void lock();
+  void unlock();
+
+  /** Asks, when the program ends, whether a thread that the system has ended still holds it. */
+  bool is_abandoned();
+
+  /** Makes it new, whoever holds it: in the child of a fork nobody does. */
+  void reset();
+
+ private:
+#if defined(_WIN32)
+  void* lock_ = nullptr;
+#else
+  pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+#endif
+};
+
+/** Lets other threads run. */
+void yield_processor();
+
+/** Asks the system for the right to issue barriers for all threads. @return false if it has none.
+ */
+bool share_barriers();
+
+/** Has what each thread of the process has stored so far seen by all. */
+void issue_barriers();
 
 /** Keeps the calling program's last error codes over what is done here. */
 class ErrorKeeper {
@@ -71,13 +143,17 @@ struct OpenFile {
 
 enum class Opening { done, taken, failed };
 
+/** What may be opened: anything, a file that did not exist, not even as a link, or a file that did.
+ */
+enum class Wanted { anything, new_file, old_file };
+
 /**
  * Opens a file or stream for appending. A regular file is created when it does not exist, and
  * belongs to this process alone until it is closed. A file that the program's standard output or
  * error goes to is shared with them.
- * @return `taken` when another process writes to the file.
+ * @return `taken` when another process writes to the file, or when a new file's name is in use.
  */
-Opening open_for_appending(const char* path, OpenFile& opened);
+Opening open_for_appending(const char* path, Wanted wanted, OpenFile& opened);
 
 Descriptor standard_error();
 
@@ -115,5 +191,22 @@ void take_window_away();
 
 /** Set by the signal handler that replaces a window whose file is gone. */
 extern volatile std::sig_atomic_t window_lost;
+
+// -------------------------------------------------------------------------------- the recording
+
+/** Gives a new file its size, with zeros and with room on the disk for all of it. */
+bool allocate(Descriptor file, uint64_t size);
+
+/** Maps all of a file of some size; null on failure. There is one such mapping in a process. */
+char* map_recording(Descriptor file, uint64_t size);
+
+void unmap_recording();
+
+/** Forgets a mapping that is lost, leaving the memory in its place to whoever still writes to it.
+ */
+void abandon_recording();
+
+/** Set by the signal handler that replaces a recording whose file is gone. */
+extern volatile std::sig_atomic_t recording_lost;
 
 }  // namespace basetool

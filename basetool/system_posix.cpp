@@ -1,12 +1,15 @@
 #include <errno.h>
 #include <fcntl.h>
+#include <linux/membarrier.h>
 #include <poll.h>
 #include <pthread.h>
+#include <sched.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -20,6 +23,7 @@
 namespace basetool {
 
 volatile std::sig_atomic_t window_lost = 0;
+volatile std::sig_atomic_t recording_lost = 0;
 
 namespace {
 
@@ -50,6 +54,10 @@ char* volatile window_begin = nullptr;
 volatile size_t window_size = 0;
 uint64_t window_offset = 0;  // the byte of the file that stands at its begin
 struct sigaction earlier_action;
+
+// The recording, likewise.
+char* volatile recording_begin = nullptr;
+volatile size_t recording_size = 0;
 
 /**
  * Keeps the signals away that a failing write sends and that would end the program: the write's
@@ -129,10 +137,16 @@ int beyond_standard_streams(int descriptor) {
   return moved;
 }
 
-int open_file(const char* path) {
+int open_file(const char* path, Wanted wanted) {
   struct stat there;
   const bool is_stream = stat(path, &there) == 0 && !S_ISREG(there.st_mode);
   const int flags = O_APPEND | O_CLOEXEC | O_NOCTTY;
+  if (wanted == Wanted::old_file) {
+    return ::open(path, flags | O_RDWR | O_NOFOLLOW | O_NONBLOCK);
+  }
+  if (wanted == Wanted::new_file) {
+    return ::open(path, flags | O_RDWR | O_CREAT | O_EXCL, 0666);
+  }
   // A pipe that nobody reads must not hold the program up.
   if (is_stream) {
     return ::open(path, flags | O_WRONLY | O_NONBLOCK);
@@ -144,20 +158,26 @@ int open_file(const char* path) {
   return descriptor;
 }
 
+/** Puts plain memory under a range of addresses. @return false when the address is not in it. */
+bool replace_memory(const char* fault, char* begin, size_t size) {
+  return begin != nullptr && fault >= begin && fault < begin + size &&
+         mmap(begin, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1,
+              0) != MAP_FAILED;
+}
+
 /**
- * Puts plain memory under the window when the file below it is gone, since somebody shortened it or
- * the disk failed: a trace must not end the program that it describes.
+ * Puts plain memory under the window or the recording when the file below it is gone, since
+ * somebody shortened it or the disk failed: a trace must not end the program that it describes.
  */
 void handle_bus_error(int signal_number, siginfo_t* info, void* context) {
-  char* fault = static_cast<char*>(info->si_addr);
-  char* begin = window_begin;
-  if (info->si_code > 0 && begin != nullptr && fault >= begin && fault < begin + window_size) {
-    void* memory = mmap(begin, window_size, PROT_READ | PROT_WRITE,
-                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
-    if (memory != MAP_FAILED) {
-      window_lost = 1;
-      return;
-    }
+  const char* fault = static_cast<char*>(info->si_addr);
+  if (info->si_code > 0 && replace_memory(fault, window_begin, window_size)) {
+    window_lost = 1;
+    return;
+  }
+  if (info->si_code > 0 && replace_memory(fault, recording_begin, recording_size)) {
+    recording_lost = 1;
+    return;
   }
   if ((earlier_action.sa_flags & SA_SIGINFO) != 0) {
     earlier_action.sa_sigaction(signal_number, info, context);
@@ -199,8 +219,119 @@ unsigned long process_id() {
   return static_cast<unsigned long>(getpid());
 }
 
-void call_in_forked_child(void (*function)()) {
-  pthread_atfork(nullptr, nullptr, function);
+bool is_absolute(const char* path) {
+  return path[0] == '/';
+}
+
+bool current_folder(char* path, size_t size) {
+  if (getcwd(path, size - 1) == nullptr) {
+    return false;
+  }
+  const size_t length = strlen(path);
+  if (path[length - 1] != '/') {
+    strcpy(path + length, "/");
+  }
+  return true;
+}
+
+uint64_t wall_nanoseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+}
+
+bool read_local_time(int64_t seconds, std::tm& parts) {
+  const time_t time = seconds;
+  return localtime_r(&time, &parts) != nullptr;
+}
+
+void call_at_end_of_main(void (*function)()) {
+  // What belongs to a thread is destroyed before anything else when that thread ends the program.
+  struct Ending {
+    ~Ending() {
+      if (function != nullptr) {
+        function();
+      }
+    }
+    void (*function)() = nullptr;
+  };
+  thread_local Ending ending;
+  const bool is_first_thread = syscall(SYS_gettid) == getpid();
+  if (is_first_thread) {
+    ending.function = function;
+  }
+  static bool is_registered = false;
+  if (!is_registered) {
+    is_registered = true;
+    std::atexit(function);
+  }
+}
+
+void call_around_forks(void (*before)(), void (*in_parent)(), void (*in_child)()) {
+  pthread_atfork(before, in_parent, in_child);
+}
+
+uint64_t thread_id() {
+  return static_cast<uint64_t>(syscall(SYS_gettid));
+}
+
+void* thread_memory(size_t size, void (*at_end)(void*)) {
+  static constinit thread_local void* memory = nullptr;
+  struct Ending {
+    ~Ending() {
+      if (memory != nullptr) {
+        at_end(memory);
+        free(memory);
+        memory = nullptr;
+      }
+    }
+    void (*at_end)(void*) = nullptr;
+  };
+  static thread_local Ending ending;
+  if (memory == nullptr) {
+    memory = calloc(1, size);
+    ending.at_end = at_end;
+  }
+  return memory;
+}
+
+void read_program_name(char* name, size_t size) {
+  const ssize_t length = readlink("/proc/self/exe", name, size - 1);
+  name[length > 0 ? length : 0] = '\0';
+}
+
+uint64_t elapsed_nanoseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+}
+
+void Mutex::lock() {
+  pthread_mutex_lock(&mutex_);
+}
+
+void Mutex::unlock() {
+  pthread_mutex_unlock(&mutex_);
+}
+
+bool Mutex::is_abandoned() {
+  return false;  // threads go on until the very end
+}
+
+void Mutex::reset() {
+  pthread_mutex_init(&mutex_, nullptr);
+}
+
+void yield_processor() {
+  sched_yield();
+}
+
+bool share_barriers() {
+  return syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0) == 0;
+}
+
+void issue_barriers() {
+  syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0);
 }
 
 bool remove_file(const char* path) {
@@ -224,10 +355,10 @@ const char* text_of_error(int code) {
   return strerror(code);
 }
 
-Opening open_for_appending(const char* path, OpenFile& opened) {
-  const int descriptor = beyond_standard_streams(open_file(path));
+Opening open_for_appending(const char* path, Wanted wanted, OpenFile& opened) {
+  const int descriptor = beyond_standard_streams(open_file(path, wanted));
   if (descriptor < 0) {
-    return Opening::failed;
+    return wanted == Wanted::new_file && errno == EEXIST ? Opening::taken : Opening::failed;
   }
   struct stat status;
   if (fstat(descriptor, &status) != 0) {
@@ -373,6 +504,40 @@ char* in_window(uint64_t from, uint64_t end) {
   const bool is_covered =
       window_begin != nullptr && from >= window_offset && end <= window_offset + window_size;
   return is_covered ? window_begin + (from - window_offset) : nullptr;
+}
+
+bool allocate(Descriptor file, uint64_t size) {
+  WriteSignalShield shield;
+  const int error = posix_fallocate(file, 0, static_cast<off_t>(size));
+  shield.take_back(error);
+  errno = error;
+  return error == 0;
+}
+
+char* map_recording(Descriptor file, uint64_t size) {
+  void* mapped = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  if (mapped == MAP_FAILED) {
+    return nullptr;
+  }
+  watch_for_bus_errors();
+  recording_lost = 0;
+  recording_size = size;
+  recording_begin = static_cast<char*>(mapped);
+  return recording_begin;
+}
+
+void abandon_recording() {
+  recording_begin = nullptr;
+  recording_lost = 0;
+}
+
+void unmap_recording() {
+  char* begin = recording_begin;
+  recording_begin = nullptr;
+  if (begin != nullptr) {
+    munmap(begin, recording_size);
+  }
+  recording_lost = 0;
 }
 
 void take_window_away() {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <utility>
 
 #include "system.h"
 
@@ -14,6 +15,7 @@ namespace basetool {
 
 // Never set: the system refuses to shorten a file over which a window lies.
 volatile std::sig_atomic_t window_lost = 0;
+volatile std::sig_atomic_t recording_lost = 0;
 
 namespace {
 
@@ -115,9 +117,18 @@ HANDLE stream_at(const char* path) {
 }
 
 /** Opens for writing. Others may read and rename the file meanwhile, but not write to it. */
-HANDLE open_file(const char* path) {
+HANDLE open_file(const char* path, Wanted wanted) {
   const WidePath wide_path(path);
   constexpr DWORD sharing = FILE_SHARE_READ | FILE_SHARE_DELETE;
+  if (wanted == Wanted::old_file) {
+    return CreateFileW(wide_path.text.data(), GENERIC_READ | GENERIC_WRITE, sharing, nullptr,
+                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT,
+                       nullptr);
+  }
+  if (wanted == Wanted::new_file) {
+    return CreateFileW(wide_path.text.data(), GENERIC_READ | GENERIC_WRITE, sharing, nullptr,
+                       CREATE_NEW, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  }
   HANDLE file = CreateFileW(wide_path.text.data(), GENERIC_READ | GENERIC_WRITE, sharing, nullptr,
                             OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE && GetLastError() == ERROR_ACCESS_DENIED) {
@@ -155,8 +166,149 @@ unsigned long process_id() {
   return GetCurrentProcessId();
 }
 
-void call_in_forked_child(void (*)()) {
+bool is_absolute(const char* path) {
+  const bool has_root = path[0] == '\\' || path[0] == '/';
+  return has_root ? path[1] == '\\' || path[1] == '/'  // a share or a device
+                  : path[0] != '\0' && path[1] == ':';
+}
+
+bool current_folder(char* path, size_t size) {
+  std::array<wchar_t, 4200> wide;
+  const DWORD length = GetCurrentDirectoryW(static_cast<DWORD>(wide.size()), wide.data());
+  if (length == 0 || length >= wide.size() ||
+      WideCharToMultiByte(CP_UTF8, 0, wide.data(), -1, path, static_cast<int>(size - 1), nullptr,
+                          nullptr) == 0) {
+    return false;
+  }
+  strcat(path, "\\");
+  return true;
+}
+
+uint64_t wall_nanoseconds() {
+  constexpr uint64_t ticks_until_1970 = 116'444'736'000'000'000;
+  FILETIME time;
+  GetSystemTimePreciseAsFileTime(&time);
+  const uint64_t ticks = uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+  return (ticks - ticks_until_1970) * 100;
+}
+
+bool read_local_time(int64_t seconds, std::tm& parts) {
+  const __time64_t time = seconds;
+  return _localtime64_s(&parts, &time) == 0;
+}
+
+void call_at_end_of_main(void (*function)()) {
+  // A library's own `atexit` waits until the system unloads the library. The program's functions
+  // are known to its C runtime, which is one of these.
+  using Function = int (*)();
+  static void (*registered)() = nullptr;
+  if (registered != nullptr) {
+    return;
+  }
+  registered = function;
+  HMODULE kept = nullptr;
+  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                     reinterpret_cast<const char*>(&call_at_end_of_main), &kept);
+  const Function call = [] {
+    registered();
+    return 0;
+  };
+  for (const auto& [runtime, name] :
+       {std::pair{"ucrtbase.dll", "_crt_atexit"}, std::pair{"msvcrt.dll", "_onexit"}}) {
+    HMODULE module = GetModuleHandleA(runtime);
+    FARPROC found = module != nullptr ? GetProcAddress(module, name) : nullptr;
+    if (found != nullptr) {
+      reinterpret_cast<void* (*)(Function)>(reinterpret_cast<void*>(found))(call);
+    }
+  }
+}
+
+void call_around_forks(void (*)(), void (*)(), void (*)()) {
   // There are no forks here.
+}
+
+uint64_t thread_id() {
+  return GetCurrentThreadId();
+}
+
+void* thread_memory(size_t size, void (*at_end)(void*)) {
+  // What the compiler keeps for a thread is gone before the thread's end can be told.
+  static void (*call_at_end)(void*) = nullptr;
+  call_at_end = at_end;
+  static const DWORD slot = FlsAlloc([](void* memory) {
+    if (memory != nullptr) {
+      call_at_end(memory);
+      free(memory);
+    }
+  });
+  void* memory = FlsGetValue(slot);
+  if (memory == nullptr) {
+    memory = calloc(1, size);
+    FlsSetValue(slot, memory);
+  }
+  return memory;
+}
+
+void read_program_name(char* name, size_t size) {
+  std::array<wchar_t, 4200> wide;
+  std::array<char, 3 * 4200> path;
+  path[0] = '\0';
+  if (GetModuleFileNameW(nullptr, wide.data(), static_cast<DWORD>(wide.size())) > 0) {
+    WideCharToMultiByte(CP_UTF8, 0, wide.data(), -1, path.data(), static_cast<int>(path.size()),
+                        nullptr, nullptr);
+  }
+  snprintf(name, size, "%s", path.data());
+}
+
+uint64_t elapsed_nanoseconds() {
+  static const uint64_t frequency = [] {
+    LARGE_INTEGER result;
+    QueryPerformanceFrequency(&result);
+    return static_cast<uint64_t>(result.QuadPart);
+  }();
+  constexpr uint64_t second = 1'000'000'000;
+  LARGE_INTEGER now;
+  QueryPerformanceCounter(&now);
+  const auto ticks = static_cast<uint64_t>(now.QuadPart);
+  return ticks / frequency * second + ticks % frequency * second / frequency;
+}
+
+static_assert(sizeof(SRWLOCK) == sizeof(void*));
+
+void Mutex::lock() {
+  AcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&lock_));
+}
+
+void Mutex::unlock() {
+  ReleaseSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&lock_));
+}
+
+bool Mutex::is_abandoned() {
+  constexpr int patience = 1000;
+  for (int i = 0; i < patience; ++i) {
+    if (TryAcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&lock_)) != 0) {
+      unlock();
+      return false;
+    }
+    yield_processor();
+  }
+  return true;
+}
+
+void Mutex::reset() {
+  lock_ = nullptr;
+}
+
+void yield_processor() {
+  SwitchToThread();
+}
+
+bool share_barriers() {
+  return true;
+}
+
+void issue_barriers() {
+  FlushProcessWriteBuffers();
 }
 
 bool remove_file(const char* path) {
@@ -197,9 +349,12 @@ const char* text_of_error(int code) {
   return text.data();
 }
 
-Opening open_for_appending(const char* path, OpenFile& opened) {
-  HANDLE file = open_file(path);
+Opening open_for_appending(const char* path, Wanted wanted, OpenFile& opened) {
+  HANDLE file = open_file(path, wanted);
   if (file == INVALID_HANDLE_VALUE) {
+    if (wanted == Wanted::new_file) {
+      return GetLastError() == ERROR_FILE_EXISTS ? Opening::taken : Opening::failed;
+    }
     if (GetLastError() != ERROR_SHARING_VIOLATION) {
       return Opening::failed;
     }
@@ -314,6 +469,41 @@ char* in_window(uint64_t from, uint64_t end) {
   const bool is_covered =
       window_begin != nullptr && from >= window_offset && end <= window_offset + window_size;
   return is_covered ? window_begin + (from - window_offset) : nullptr;
+}
+
+namespace {
+char* recording_begin = nullptr;
+}
+
+bool allocate(Descriptor file, uint64_t size) {
+  LARGE_INTEGER end;
+  end.QuadPart = static_cast<LONGLONG>(size);
+  return SetFilePointerEx(as_handle(file), end, nullptr, FILE_BEGIN) != 0 &&
+         SetEndOfFile(as_handle(file)) != 0;
+}
+
+char* map_recording(Descriptor file, uint64_t size) {
+  HANDLE section = CreateFileMappingW(as_handle(file), nullptr, PAGE_READWRITE, 0, 0, nullptr);
+  if (section == nullptr) {
+    return nullptr;
+  }
+  void* view = MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, static_cast<SIZE_T>(size));
+  const DWORD error = GetLastError();
+  CloseHandle(section);
+  SetLastError(error);
+  recording_begin = static_cast<char*>(view);
+  return recording_begin;
+}
+
+void abandon_recording() {
+  recording_begin = nullptr;
+}
+
+void unmap_recording() {
+  if (recording_begin != nullptr) {
+    UnmapViewOfFile(recording_begin);
+  }
+  recording_begin = nullptr;
 }
 
 void take_window_away() {

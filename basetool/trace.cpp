@@ -3,70 +3,209 @@
 // The entry functions check the level first and nothing else; until the first text the level is not
 // known and stands above all others, so that it is found out then. All state is trivially
 // constructed and never destroyed: programs trace before main and until the very end.
+//
+// The first thread puts its lines together right in the destination, other threads in memory of
+// their own.
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <climits>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 
+#include "calls.h"
 #include "destination.h"
 #include "line_room.h"
+#include "recorder.h"
 #include "settings.h"
 #include "system.h"
 #include "text_format.h"
+#include "thread.h"
 #include "zolp_basetool.h"
 
-constinit ZOLP_TraceState ZOLP_trace_state = {INT_MAX, 0};
+extern "C" {
+#if defined(__ELF__)
+/** This library's own operation, also where a program has put another one in its place. */
+[[gnu::alias("ZOLP_LOG"), gnu::visibility("hidden")]] void zolp_own_log(int area, int detail,
+                                                                        const char* format, ...);
+#else
+constexpr auto zolp_own_log = ZOLP_LOG;
+#endif
+}
+
+constinit ZOLP_TraceState ZOLP_trace_state = {INT_MAX,
+                                              basetool::not_known_yet,
+                                              nullptr,
+                                              0,
+                                              zolp_own_log,
+                                              basetool::enter_site,
+                                              basetool::leave_site,
+                                              basetool::abandon_site,
+                                              basetool::keep_error_text};
 
 namespace basetool {
+
+constinit Destination destination;
+
 namespace {
 
 constexpr int unknown_level = INT_MAX;
 constexpr int widest_depth = 32;
 constexpr int blanks_per_level = 2;
 
-constinit int& shown_level = ZOLP_trace_state.level;
-constinit long long& depth = ZOLP_trace_state.depth;
+/** The highest level that is wanted, for the text or for the recording. */
+int wanted_level(int order = __ATOMIC_RELAXED) {
+  return order == __ATOMIC_ACQUIRE ? __atomic_load_n(&ZOLP_trace_state.level, __ATOMIC_ACQUIRE)
+                                   : __atomic_load_n(&ZOLP_trace_state.level, __ATOMIC_RELAXED);
+}
+
+constinit std::atomic<int> text_level = ZOLP_LEVEL_OFF;
 constinit Settings settings;
-constinit Destination destination;
-constinit int line_level = ZOLP_LEVEL_OFF;
+constinit Mutex settings_mutex;
 constinit bool has_prefix = false;
-constinit bool is_in_writer = false;
+constinit bool has_selection = false;
+constinit std::atomic<bool> needs_care = false; /**< texts are not simply shown */
 
 const std::chrono::steady_clock::time_point load_time = std::chrono::steady_clock::now();
 
-/** Gives the destination its chance to tidy up when the program ends. */
+/** Relative names of files mean what they mean now. */
+const bool is_folder_remembered = (remember_folder(), true);
+
+/** Gives the destination and the recorder their chance to tidy up when the program ends. */
 struct Finisher {
   ~Finisher();
 } const finisher;
 
-void start() {
-  if (shown_level != unknown_level) {
-    return;
+/** Tells callers what is wanted. */
+void publish() {
+  const int shown = text_level.load(std::memory_order_relaxed);
+  const bool keeps_details = settings.records_details && recorder.is_on();
+  const int calls = (shown >= ZOLP_LEVEL_LOG ? for_text : 0) |
+                    (recorder.is_on() ? for_recording : 0) | (has_selection ? for_selection : 0);
+  needs_care.store(keeps_details || has_selection, std::memory_order_relaxed);
+  __atomic_store_n(&ZOLP_trace_state.calls, calls, __ATOMIC_RELEASE);
+  __atomic_store_n(&ZOLP_trace_state.level,
+                   keeps_details ? std::max<int>(shown, ZOLP_LEVEL_TRACE) : shown,
+                   __ATOMIC_RELEASE);
+}
+
+/** The child of a fork goes on with nobody but the thread that made it. */
+void prepare_for_fork() {
+  settings_mutex.lock();
+  if (!this_thread().is_in_writer) {
+    if (is_first_thread()) {
+      destination_lock.lock_as_first();
+    } else {
+      destination_lock.lock_as_other();
+    }
   }
-  ErrorKeeper error_keeper;
-  settings = read_settings();
-  shown_level = settings.level;
-  has_prefix = settings.shows_time || settings.shows_level || settings.shows_process;
-  destination.configure(settings);
-  call_in_forked_child([] { destination.restart_in_child(); });
+  recorder.lock();
 }
 
-/** The slow part of asking for the level: only the first question comes here. */
-bool is_shown(int level) {
+void go_on_as_parent() {
+  recorder.unlock();
+  if (!this_thread().is_in_writer) {
+    if (is_first_thread()) {
+      destination_lock.unlock_as_first(false);
+    } else {
+      destination_lock.unlock_as_other();
+    }
+  }
+  settings_mutex.unlock();
+}
+
+void go_on_as_child() {
+  settings_mutex.reset();
+  destination_lock.reset();
+  become_first_thread();
+  recorder.restart_in_child();
+  destination.restart_in_child();
+}
+
+/** The slow part of asking for the level: only the first question looks for the answer. */
+bool is_wanted(int level) {
+  const int known = wanted_level(__ATOMIC_ACQUIRE);
+  if (known != unknown_level) [[likely]] {
+    return level <= known;
+  }
   start();
-  return level <= shown_level;
+  return level <= wanted_level();
 }
 
-void append_prefix(int level) {
-  char prefix[64];
+/** Writes the local time and the zone's offset from universal time. @return its length. */
+int print_clock(char* text, size_t size) {
+  static constinit thread_local int64_t known_second = -1;
+  static constinit thread_local char date_and_time[40] = {};
+  static constinit thread_local char offset[16] = {};
+  constexpr uint64_t second = 1'000'000'000;
+  const uint64_t now = wall_nanoseconds();
+  const auto seconds = static_cast<int64_t>(now / second);
+  std::tm parts{};
+  if (seconds != known_second && read_local_time(seconds, parts)) {
+    known_second = seconds;
+    std::strftime(date_and_time, sizeof date_and_time, "%Y-%m-%dT%H:%M:%S", &parts);
+    const std::chrono::sys_days day = std::chrono::year(parts.tm_year + 1900) /
+                                      std::chrono::month(static_cast<unsigned>(parts.tm_mon) + 1) /
+                                      std::chrono::day(static_cast<unsigned>(parts.tm_mday));
+    const int64_t as_universal = int64_t{day.time_since_epoch().count()} * 86400 +
+                                 parts.tm_hour * 3600 + parts.tm_min * 60 + parts.tm_sec;
+    const auto ahead = static_cast<int>((as_universal - seconds) / 60);
+    std::snprintf(offset, sizeof offset, "%c%02d:%02d", ahead < 0 ? '-' : '+',
+                  std::abs(ahead) / 60 % 100, std::abs(ahead) % 60);
+  }
+  return std::snprintf(text, size, "%s.%06u%s ", date_and_time,
+                       static_cast<unsigned>(now % second / 1000), offset);
+}
+
+/** Puts the lines of a thread together, in the room that it has for them. */
+template <typename Room>
+class TextWriter {
+ public:
+  TextWriter(Room& room, Thread& thread, long long depth)
+      : room_(room), thread_(thread), depth_(depth) {}
+
+  /** Appends a text with whatever line feeds it holds; `append` appends it to the room. */
+  template <typename Append>
+  void write(int level, Append append);
+
+  /** Ends a line that is still open. */
+  void complete() {
+    if (room_.length() > 0) {
+      append_line_feed();
+      end_line();
+    }
+  }
+
+ private:
+  void append_prefix(int level);
+  size_t begin_line(int level);
+  void append_line_feed();
+  void end_line();
+  void complete_cut_line();
+  void append_piece(int level, const char* piece, size_t size);
+  void rewrite_line_by_line(int level, size_t line_before, size_t size);
+
+  Room& room_;
+  Thread& thread_;
+  const long long depth_;
+};
+
+template <typename Room>
+void TextWriter<Room>::append_prefix(int level) {
+  char prefix[128];
   int size = 0;
   auto add = [&](const char* format, auto value) {
     size += std::snprintf(prefix + size, sizeof prefix - static_cast<size_t>(size), format, value);
   };
+  if (settings.shows_clock) {
+    size = print_clock(prefix, sizeof prefix);
+  }
   if (settings.shows_time) {
     auto elapsed = std::chrono::steady_clock::now() - load_time;
     long long microseconds = std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
@@ -78,66 +217,81 @@ void append_prefix(int level) {
   if (settings.shows_process) {
     add("%lu ", process_id());
   }
-  destination.append(prefix, static_cast<size_t>(size));
+  room_.append(prefix, static_cast<size_t>(size));
 }
 
 /** Begins a line when there is none. @return length of the line so far. */
-size_t begin_line(int level) {
-  if (destination.length() > 0) {
-    return destination.length();
+template <typename Room>
+size_t TextWriter<Room>::begin_line(int level) {
+  if (room_.length() > 0) {
+    return room_.length();
   }
-  line_level = level;
+  thread_.line_level = level;
   if (has_prefix) {
     append_prefix(level);
   }
-  const long long levels = depth < widest_depth ? depth : widest_depth;
-  destination.append_repeated(' ', blanks_per_level * static_cast<size_t>(levels));
-  return destination.length();
+  const long long levels = depth_ < widest_depth ? depth_ : widest_depth;
+  room_.append_repeated(' ', blanks_per_level * static_cast<size_t>(levels));
+  return room_.length();
 }
 
 /** Appends a line feed even where there is no memory left. */
-void append_line_feed() {
-  destination.append("\n", 1);
-  destination.cursor[-1] = '\n';
+template <typename Room>
+void TextWriter<Room>::append_line_feed() {
+  room_.append("\n", 1);
+  room_.cursor[-1] = '\n';
 }
 
-void end_line() {
-  is_in_writer = true;
-  destination.end_line(line_level);
-  is_in_writer = false;
+template <typename Room>
+void TextWriter<Room>::end_line() {
+  thread_.is_in_writer = true;
+  room_.end_line(thread_.line_level);
+  thread_.is_in_writer = false;
+}
+
+/**
+ * Ends a line that was cut, even if its text did not: a line that is full would take up nothing
+ * more, not even its end.
+ */
+template <typename Room>
+void TextWriter<Room>::complete_cut_line() {
+  if (room_.is_cut && room_.cursor[-1] != '\n') {
+    append_line_feed();
+  }
+  room_.is_cut = false;
 }
 
 /** Appends a piece of a text that has no line feed but possibly at its end. */
-void append_piece(int level, const char* piece, size_t size) {
-  bool is_empty_line = destination.length() == 0 && *piece == '\n';
+template <typename Room>
+void TextWriter<Room>::append_piece(int level, const char* piece, size_t size) {
+  bool is_empty_line = room_.length() == 0 && *piece == '\n';
   if (is_empty_line) {
-    line_level = level;
+    thread_.line_level = level;
   } else {
     begin_line(level);
   }
-  destination.append(piece, size);
-  if (piece[size - 1] != '\n') {
-    return;
+  room_.append(piece, size);
+  complete_cut_line();
+  if (room_.cursor[-1] == '\n') {
+    end_line();
   }
-  if (destination.cursor[-1] != '\n') {
-    append_line_feed();  // the piece was cut
-  }
-  end_line();
 }
 
 /** Takes a text with line feeds off the current line and writes it line by line. */
-void rewrite_line_by_line(int level, size_t line_before, size_t size) {
+template <typename Room>
+void TextWriter<Room>::rewrite_line_by_line(int level, size_t line_before, size_t size) {
   char small_copy[1024];
   char* copy = size <= sizeof small_copy ? small_copy : new (std::nothrow) char[size];
-  const char* text = destination.cursor - size;
+  const char* text = room_.cursor - size;
   if (copy == nullptr) {
-    // Out of memory: what is left of the text is its first line.
-    const char* end = static_cast<const char*>(std::memchr(text, '\n', size)) + 1;
-    destination.shorten(destination.length() - static_cast<size_t>(destination.cursor - end));
+    // Out of memory: the text's lines stay as they stand, the last one gets an end.
+    if (room_.cursor[-1] != '\n') {
+      append_line_feed();
+    }
     return end_line();
   }
   std::memcpy(copy, text, size);
-  destination.shorten(line_before);
+  room_.shorten(line_before);
   for (const char *piece = copy, *end = copy + size; piece < end;) {
     const void* found = std::memchr(piece, '\n', static_cast<size_t>(end - piece));
     const char* next = found == nullptr ? end : static_cast<const char*>(found) + 1;
@@ -149,30 +303,31 @@ void rewrite_line_by_line(int level, size_t line_before, size_t size) {
   }
 }
 
-/** Appends a text with whatever line feeds it holds; `append` appends it to the destination. */
+template <typename Room>
 template <typename Append>
-void write_text(int level, Append append) {
-  if (is_in_writer) {
-    return;
-  }
-  size_t line_before = destination.length();
+void TextWriter<Room>::write(int level, Append append) {
+  size_t line_before = room_.length();
   size_t text_begin = begin_line(level);
-  LineFeeds line_feeds = append();
-  size_t size = destination.length() - text_begin;
+  LineFeeds line_feeds = append(room_);
+  if (room_.is_cut) [[unlikely]] {
+    complete_cut_line();
+    line_feeds = LineFeeds::several;
+  }
+  size_t size = room_.length() - text_begin;
   if (size == 0) {
-    return destination.shorten(line_before);
+    return room_.shorten(line_before);
   }
   if (line_feeds == LineFeeds::none) {
     return;
   }
   bool is_empty_line = size == 1 && line_before == 0;
-  bool ends_line = destination.cursor[-1] == '\n' && !is_empty_line;
+  bool ends_line = room_.cursor[-1] == '\n' && !is_empty_line;
   if (line_feeds == LineFeeds::several) {
-    const void* first = std::memchr(destination.cursor - size, '\n', size);
+    const void* first = std::memchr(room_.cursor - size, '\n', size);
     if (first == nullptr) {
       return;
     }
-    ends_line = ends_line && first == destination.cursor - 1;
+    ends_line = ends_line && first == room_.cursor - 1;
   }
   if (ends_line) [[likely]] {
     end_line();
@@ -181,38 +336,166 @@ void write_text(int level, Append append) {
   }
 }
 
-/** Kept out of the entry functions, which would save registers for it even when they do nothing. */
-[[gnu::noinline]] void write_formatted(int level, const char* format, Arguments& arguments) {
-  if (!is_shown(level) || format == nullptr) {
-    return;
+/** Writes a text to where the calling thread puts its lines together. */
+template <typename Append>
+void write_text(int level, Append append) {
+  if (is_first_thread()) [[likely]] {
+    if (first_thread.is_in_writer) {
+      return;
+    }
+    const FirstThreadGuard guard;
+    TextWriter(destination, first_thread, ZOLP_trace_state.depth).write(level, append);
+  } else {
+    OtherThread& thread = other_thread();
+    if (!thread.is_in_writer) {
+      TextWriter(thread.line, thread, thread.depth).write(level, append);
+    }
   }
-  write_text(level, [&] { return append_formatted(destination, format, arguments); });
 }
 
-/** Ends a line that is still open. */
-void complete_line() {
-  if (destination.length() == 0) {
+/** A text that is put together apart from the lines. */
+class LooseText final : public LineRoom {
+ public:
+  LooseText() = default;
+  ~LooseText() { buffer_.free(*this); }
+  LooseText(const LooseText&) = delete;
+  LooseText& operator=(const LooseText&) = delete;
+
+ private:
+  bool grow(size_t size) override { return buffer_.grow(*this, size); }
+
+  LineBuffer<1024> buffer_;
+};
+
+/** Keeps a text in the recording, and writes it when it is shown. */
+[[gnu::cold]] void write_and_keep(int level, const char* format, Arguments& arguments,
+                                  bool is_shown) {
+  LooseText text;
+  append_formatted(text, format, arguments);
+  const TextKind kind = level == ZOLP_LEVEL_ERROR     ? TextKind::error
+                        : level == ZOLP_LEVEL_WARNING ? TextKind::warning
+                                                      : TextKind::trace;
+  if (level != ZOLP_LEVEL_LOG && level <= ZOLP_LEVEL_TRACE) {
+    keep_text(kind, text.line, text.length());
+  }
+  if (is_shown) {
+    write_text(level, [&](LineRoom& room) {
+      room.append(text.line, text.length());
+      return LineFeeds::several;
+    });
+  }
+}
+
+/** Writes a text that may be hidden, or recorded. */
+[[gnu::cold, gnu::noinline]] void write_with_care(int level, const char* format,
+                                                  Arguments& arguments) {
+  if (level > ZOLP_LEVEL_ERROR && has_selection && is_hidden(this_thread().visibility)) {
     return;
   }
-  append_line_feed();
-  end_line();
+  const bool is_shown = level <= text_level.load(std::memory_order_relaxed);
+  if (settings.records_details && recorder.is_on()) {
+    write_and_keep(level, format, arguments, is_shown);
+  } else if (is_shown) {
+    write_text(level, [&](LineRoom& room) { return append_formatted(room, format, arguments); });
+  }
+}
+
+/** Kept out of the entry functions, which would save registers for it even when they do nothing. */
+[[gnu::noinline]] void write_formatted(int level, const char* format, Arguments& arguments) {
+  if (!is_wanted(level) || format == nullptr) {
+    return;
+  }
+  if (needs_care.load(std::memory_order_relaxed)) [[unlikely]] {
+    return write_with_care(level, format, arguments);
+  }
+  write_text(level, [&](LineRoom& room) { return append_formatted(room, format, arguments); });
 }
 
 Finisher::~Finisher() {
-  if (shown_level == unknown_level) {
+  if (wanted_level() == unknown_level) {
     return;
   }
+  recorder.finish();
+  if (destination_lock.is_abandoned()) {
+    return;
+  }
+  const DestinationGuard guard;
   destination.finish();
 }
 
+/** The depth of the calling thread, which may become the first one with that. */
+long long& depth_of_thread() {
+  if (is_first_thread()) [[likely]] {
+    return ZOLP_trace_state.depth;
+  }
+  start();
+  return is_first_thread() ? ZOLP_trace_state.depth : other_thread().depth;
+}
+
+void end_writer() {
+  const DestinationGuard guard;
+  destination.end_writer();
+}
+
 }  // namespace
+
+void start() {
+  if (wanted_level(__ATOMIC_ACQUIRE) != unknown_level) [[likely]] {
+    return;
+  }
+  const std::lock_guard lock(settings_mutex);
+  if (wanted_level() != unknown_level) {
+    return;
+  }
+  ErrorKeeper error_keeper;
+  remember_folder();
+  __atomic_store_n(&ZOLP_trace_state.thread, thread_pointer(), __ATOMIC_RELAXED);
+  destination_lock.prepare();
+  settings = read_settings();
+  has_prefix =
+      settings.shows_clock || settings.shows_time || settings.shows_level || settings.shows_process;
+  has_selection = settings.skipped != nullptr || settings.chosen != nullptr;
+  text_level.store(settings.level, std::memory_order_relaxed);
+  destination.configure(settings);
+  recorder.configure(settings);
+  call_around_forks(prepare_for_fork, go_on_as_parent, go_on_as_child);
+  publish();
+}
+
+bool has_chosen_names() {
+  return settings.chosen != nullptr;
+}
+
+void recording_changed() {
+  publish();
+}
+
+void OtherLine::end_line(int level) {
+  destination_lock.lock_as_other();
+  destination.insert_line(level, line, length());
+  destination_lock.unlock_as_other();
+  buffer_.drop(*this);
+}
+
+void OtherLine::complete(int level) {
+  if (length() > 0) {
+    append("\n", 1);
+    cursor[-1] = '\n';
+    end_line(level);
+  }
+}
+
+void OtherLine::free() {
+  buffer_.free(*this);
+}
+
 }  // namespace basetool
 
 // A variadic function cannot hand its arguments on but by a va_list; each entry function has the
 // same few lines.
 #define WRITE_FORMATTED(level)                           \
   do {                                                   \
-    if ((level) > basetool::shown_level)                 \
+    if ((level) > basetool::wanted_level())              \
       return;                                            \
     basetool::Arguments arguments;                       \
     va_start(arguments.next, format);                    \
@@ -247,45 +530,77 @@ void ZOLP_PRINT_VERINFO(const char* format, ...) {
 }
 
 void ZOLP_CRERROR(const char* text) {
-  if (text == nullptr || !basetool::is_shown(ZOLP_LEVEL_ERROR)) {
+  if (text == nullptr || !basetool::is_wanted(ZOLP_LEVEL_ERROR)) {
     return;
   }
-  basetool::write_text(ZOLP_LEVEL_ERROR, [text] {
-    basetool::destination.append(text, std::strlen(text));
-    basetool::destination.append("\n", 1);
+  if (basetool::settings.records_details) {
+    basetool::keep_text(basetool::TextKind::error, text, std::strlen(text));
+  }
+  if (basetool::text_level.load(std::memory_order_relaxed) < ZOLP_LEVEL_ERROR) {
+    return;
+  }
+  basetool::write_text(ZOLP_LEVEL_ERROR, [text](basetool::LineRoom& room) {
+    room.append(text, std::strlen(text));
+    room.append("\n", 1);
     return basetool::LineFeeds::several;
   });
 }
 
 void ZOLP_IncTraceSpaces(void) {
-  ++basetool::depth;
+  ++basetool::depth_of_thread();
 }
 
 void ZOLP_DecTraceSpaces(void) {
-  if (basetool::depth > 0) {
-    --basetool::depth;
+  long long& depth = basetool::depth_of_thread();
+  if (depth > 0) {
+    --depth;
   }
 }
 
 int ZOLP_IsTraced(int level) {
-  return level > ZOLP_LEVEL_OFF && basetool::is_shown(level) ? 1 : 0;
+  return level > ZOLP_LEVEL_OFF && basetool::is_wanted(level) ? 1 : 0;
 }
 
 void ZOLP_SetTraceLevel(int level) {
   basetool::start();
-  basetool::shown_level = level < ZOLP_LEVEL_OFF     ? ZOLP_LEVEL_OFF
-                          : level > ZOLP_LEVEL_DEBUG ? ZOLP_LEVEL_DEBUG
-                                                     : level;
+  const std::lock_guard lock(basetool::settings_mutex);
+  basetool::text_level.store(std::clamp<int>(level, ZOLP_LEVEL_OFF, ZOLP_LEVEL_DEBUG),
+                             std::memory_order_relaxed);
+  basetool::publish();
 }
 
 int ZOLP_GetTraceDepth(void) {
-  return static_cast<int>(std::min<long long>(basetool::depth, INT_MAX));
+  const long long depth = basetool::depth_of_thread();
+  return static_cast<int>(std::min<long long>(depth, INT_MAX));
 }
 
 void ZOLP_SetTraceWriter(ZOLP_TraceWriter writer, void* context) {
   basetool::start();
-  if (!basetool::is_in_writer) {
-    basetool::complete_line();
+  if (basetool::this_thread().is_in_writer) {
+    basetool::destination.set_writer(writer, context);
+    return;
   }
-  basetool::destination.set_writer(writer, context);
+  {
+    const basetool::DestinationGuard guard;
+    basetool::TextWriter(basetool::destination, basetool::first_thread, ZOLP_trace_state.depth)
+        .complete();
+    basetool::destination.set_writer(writer, context);
+  }
+  if (writer != nullptr) {
+    basetool::call_at_end_of_main(basetool::end_writer);
+  }
+}
+
+int ZOLP_SetTraceRecording(const char* file, unsigned long long size) {
+  basetool::start();
+  const std::lock_guard lock(basetool::settings_mutex);
+  const basetool::DestinationGuard guard;
+  bool is_done = true;
+  if (file == nullptr) {
+    basetool::recorder.stop();
+  } else {
+    is_done = basetool::recorder.start(file, size);
+  }
+  basetool::publish();
+  return is_done ? 1 : 0;
 }

@@ -24,15 +24,17 @@ void complain(const char* format, ...) {
   append({.descriptor = standard_error()}, line, size);
 }
 
-Opening TraceFile::open(const char* path) {
+Opening TraceFile::open(const char* path, Wanted wanted) {
   constexpr int tries = 10;
   for (int i = 0; i < tries; ++i) {
-    const Opening opening = open_for_appending(path, file_);
+    const Opening opening = open_for_appending(path, wanted, file_);
     if (opening != Opening::done) {
-      error_ = system_error();
+      const int error = system_error();
       forget();
+      error_ = error;
       return opening;
     }
+    own_end_ = file_.state.size;
     if (!file_.is_regular) {
       return Opening::done;
     }
@@ -85,12 +87,13 @@ bool TraceFile::refresh() {
 bool TraceFile::write(const char* text, size_t size) {
   const uint64_t size_before = file_.state.size;
   const size_t written = append(file_, text, size);
+  const int error = system_error();
   file_.state.size += written;
+  own_end_ = file_.state.size;
   if (written == size) {
     return true;
   }
-  const int error = system_error();
-  if (file_.is_regular) {
+  if (file_.is_regular && refresh()) {
     shorten(size_before);
   }
   error_ = error;
@@ -98,26 +101,31 @@ bool TraceFile::write(const char* text, size_t size) {
 }
 
 void TraceFile::shorten(uint64_t size) {
-  if (size >= file_.state.size) {
-    return;  // somebody else shortened it already
+  if (size >= file_.state.size || !has_own_end()) {
+    return;  // somebody else shortened it already, or made it longer
   }
   if (cut_off(file_.descriptor, size)) {
-    file_.state.size = size;
+    file_.state.size = own_end_ = size;
   } else {
     error_ = system_error();
   }
 }
 
-char* TraceFile::map(uint64_t from, uint64_t needed, char** end) {
+char* TraceFile::map(uint64_t& from, uint64_t needed, char** end) {
   if (is_window_lost()) {
     unmap();
   }
-  if (size() < needed) {
-    file_.state.size = append_line_feeds(file_.descriptor, size(), needed);
+  while (size() < from + needed) {
+    own_end_ = append_line_feeds(file_.descriptor, size(), from + needed);
     error_ = system_error();
+    if (own_end_ < from + needed || !refresh() || has_own_end()) {
+      file_.state.size = own_end_;
+      break;
+    }
+    from = size();  // others have appended since we asked for the size: that is not our room
   }
   char* place = nullptr;
-  if (size() >= needed) {
+  if (size() >= from + needed) {
     place = in_window(from, size());
     if (place == nullptr && lay_window(file_.descriptor, from, size())) {
       place = in_window(from, size());
@@ -153,6 +161,7 @@ void TraceFile::close() {
 void TraceFile::forget() {
   unmap();
   file_ = {};
+  own_end_ = 0;
 }
 
 const char* TraceFile::last_error() const {

@@ -31,7 +31,7 @@ class TraceFile {
    * a line.
    * @return `failed` with the reason in `last_error()`.
    */
-  Opening open(const char* path);
+  Opening open(const char* path, Wanted wanted = Wanted::anything);
 
   void use_standard_error();
 
@@ -50,16 +50,21 @@ class TraceFile {
   /** Appends to the file. A failure leaves the file as it was, where that is possible. */
   bool write(const char* text, size_t size);
 
-  /** Cuts a regular file off. */
+  /** Asks whether the file ends where this process has made it end; if not, others append too. */
+  bool has_own_end() const { return size() == own_end_; }
+
+  /** Cuts a regular file off, unless others have appended to what this process made of it. */
   void shorten(uint64_t size);
 
   /**
-   * Has the window lie over the file's bytes from `from` to at least `needed`, which the file is
-   * made to have. The window may move.
+   * Has the window lie over a part of the file, which the file is made to have. The window may
+   * move.
+   * @param[in,out] from first byte of the part; becomes the file's end when others have appended.
+   * @param[in] needed its size at least.
    * @param[out] end end of the window.
    * @return where byte `from` stands, or null on failure; then there is no window.
    */
-  char* map(uint64_t from, uint64_t needed, char** end);
+  char* map(uint64_t& from, uint64_t needed, char** end);
 
   void unmap();
 
@@ -87,6 +92,7 @@ class TraceFile {
   void trim();
 
   OpenFile file_;
+  uint64_t own_end_ = 0; /**< size that this process found, and made of it since */
   int error_ = 0;
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,16 @@ template <auto Walk>
 void on_large(benchmark::State& state) {
   measure(state, large, Walk);
 }
+/** The same while the walk is recorded. */
+template <auto Walk>
+void on_large_recorded(benchmark::State& state) {
+  const std::string path = (std::filesystem::temp_directory_path() / "zolp-bench-walk").string();
+  ZOLP_SetTraceRecording(path.c_str(), 0);
+  measure(state, large, Walk);
+  ZOLP_SetTraceRecording(nullptr, 0);
+  std::filesystem::remove(path);
+}
+
 template <auto Walk>
 void on_small(benchmark::State& state) {
   measure(state, small, Walk);
@@ -276,6 +287,10 @@ void add_structure_benchmarks() {
   large = show("large-", 5);
   small = show("small-", 4);
   compare_walk<library_size, plain_children>("size of a structure", 1.15, 1.3);
+  // A frame and a platform call for each line, at 30 ns each.
+  compare({"depth of a structure, recorded, a line of 111,110",
+           "depth of a structure, neither shown nor recorded", 1.0, 60},
+          on_large_recorded<library_depth>, on_large<library_depth>, 1);
   compare_walk<library_depth, plain_children>("depth of a structure", 1.15, 1.3);
   compare_walk<library_resequence, plain_resequence>("structure resequenced", 1.3, 1.3);
   compare_walk<library_pack, plain_pack>("structure packed", 1.3, 1.3);

@@ -22,7 +22,8 @@ if(TARGET zolp)
   install(TARGETS zolp RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 install(DIRECTORY platform/ork DESTINATION "${zolp_header_dir}" FILES_MATCHING PATTERN "*.h")
-install(FILES include/zolp_orktool.h platform/zolp_basetool.h DESTINATION "${zolp_header_dir}")
+install(FILES include/zolp_orktool.h include/zolp_call_frame.h
+              platform/zolp_basetool.h DESTINATION "${zolp_header_dir}")
 install(DIRECTORY include/zolp_orktool DESTINATION "${zolp_header_dir}" FILES_MATCHING PATTERN "*.h")
 install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 

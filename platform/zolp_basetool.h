@@ -9,9 +9,14 @@
  *
  * Formats are those of `printf`; a null text for `%s` is shown as "(null)", a null format is
  * ignored, and a text that memory does not suffice for is cut. A text may hold any number of line
- * feeds; an empty line gets neither prefix nor indentation. `errno` is left as it was. To be used
- * from one thread, like the library that it serves; from the child of a fork, too, which writes to
- * a file of its own.
+ * feeds; an empty line gets neither prefix nor indentation. `errno` is left as it was.
+ *
+ * All threads may call it: their lines are whole, and each has its own depth and its own line that
+ * is being put together. The thread that was first pays nothing for that. The child of a fork may
+ * call it, too, and writes to files of its own.
+ *
+ * Beside the text, a process may keep a recording of its calls, which costs so little that it can
+ * be left on; see `ZOLP_SetTraceRecording`. Calls are traced and recorded with `zolp_call_frame.h`.
  */
 #ifndef ZOLP_BASETOOL_H
 #define ZOLP_BASETOOL_H
@@ -52,17 +57,67 @@ enum {
   ZOLP_LEVEL_DEBUG = 5  /**< remarks of functions */
 };
 
-/** What the trace shows, and how deep it is. */
-typedef struct ZOLP_TraceState {
-  int level;       /**< highest level that is shown; above all levels until the first text */
-  long long depth; /**< depth of indentation in levels, 0 at the margin */
-} ZOLP_TraceState;
+/** What a place in the sources traces. */
+enum {
+  ZOLP_SITE_FRAME = 1,  /**< a function: its entry and its exit */
+  ZOLP_SITE_TRACED = 2, /**< a platform call whose failure is reported */
+  ZOLP_SITE_GUARDED = 3 /**< a platform call whose failure ends the function */
+};
+
+/** A place in the sources that traces. Static: the trace library keeps its number in it. */
+typedef struct ZOLP_CallSite {
+  int kind;               /**< one of the kinds above */
+  int line;               /**< source line */
+  const char* text;       /**< name of the function, or source text of the call */
+  const char* file;       /**< source file; folders in front of it are not shown */
+  const char* with_place; /**< "TEXT FILE:LINE" where it is at hand, or null */
+  const char* in_detail;  /**< "File:FILE Line:LINE Funktion:TEXT" where it is at hand, or null */
+  unsigned epoch;         /**< the trace library's own, 0 at first */
+  unsigned number;        /**< the trace library's own, 0 at first */
+} ZOLP_CallSite;
+
+/** The value of `ZOLP_TraceState.calls` while calls are shown and nothing else. */
+enum { ZOLP_CALLS_FOR_TEXT = 1 };
+
+/** What is still to be written of a call; see `ZOLP_TraceState`. */
+enum {
+  ZOLP_SHOW_NOTHING = 0,
+  ZOLP_SHOW_LINES = 1 /**< its lines, and its indentation is to be changed */
+};
 
 /**
- * The state of this process's trace, for callers to whom a function call per question is too much:
- * what is above its level need not be passed on. Its level is set by `ZOLP_SetTraceLevel` only;
- * its depth may be changed in place, by as much as is taken back later.
+ * The state of this process's trace, for call frames, to which a function call per question is too
+ * much. Programs use `zolp_call_frame.h`, which also does without it where another trace library
+ * has taken this one's place.
  */
+typedef struct ZOLP_TraceState {
+  int level;          /**< highest level that is wanted; above all levels until the first text */
+  int calls;          /**< 0 while nobody wants to know of calls that succeed;
+                           #ZOLP_CALLS_FOR_TEXT while all lines are shown and nobody is to be told */
+  const void* thread; /**< thread pointer of the thread that was first */
+  long long depth;    /**< that thread's depth of indentation, 0 at the margin; it may change it
+                           in place */
+  /** The operation that writes entry lines, to be compared with what a caller is linked with. */
+  void (*log)(int area, int detail, const char* format, ...);
+  /**
+   * Tells that a site is entered.
+   * @return #ZOLP_SHOW_LINES when the entry line is to be written and the depth to be raised.
+   */
+  int (*enter)(ZOLP_CallSite* site);
+  /**
+   * Tells that a site is left.
+   * @param[in] status result of the call, or of the function.
+   * @return #ZOLP_SHOW_LINES when the rest of its lines is to be written and the depth to be
+   *   lowered. Error lines are to be written in any case.
+   */
+  int (*leave)(ZOLP_CallSite* site, int status);
+  /** Tells that a function has ended without its exit line. */
+  void (*abandon)(ZOLP_CallSite* site);
+  /** Keeps the error text of the call that this thread left last. */
+  void (*keep_error_text)(const char* text);
+} ZOLP_TraceState;
+
+/** Its `level`, `calls` and `thread` may change at any time, from any thread. */
 ZOLP_TRACE_API extern ZOLP_TraceState ZOLP_trace_state;
 
 /**
@@ -131,11 +186,23 @@ typedef void (*ZOLP_TraceWriter)(int level, const char* line, size_t size, void*
 /**
  * Sends the trace to a function of the host program instead of a file or standard error. A line
  * that is not finished goes where the trace went before. Texts that the function itself writes are
- * dropped, and it is not called any more when the program is ending.
+ * dropped. It is called by one thread at a time, and not any more once `main` has returned.
  * @param[in] writer the function; null goes back to what the environment says.
  * @param[in] context passed on to it; the caller's, and to be kept as long as the function is set.
  */
 ZOLP_TRACE_API void ZOLP_SetTraceWriter(ZOLP_TraceWriter writer, void* context);
+
+/**
+ * Starts a recording of all calls from now on, or ends it, in place of what the environment says.
+ * The file has its full size from the beginning; when it is full, what is oldest gives way. One
+ * that is there already is renamed to NAME.1 and so on, as in rotation.
+ * @param[in] file name of the file, with %p for the process id and %% for a percent sign; null ends
+ *   the recording.
+ * @param[in] size its size in bytes; 0 stands for the environment's, or else 8 MiB.
+ * @return 1 if that is done; 0 if not, and a line on standard error says why. There is no recording
+ *   then.
+ */
+ZOLP_TRACE_API int ZOLP_SetTraceRecording(const char* file, unsigned long long size);
 
 #ifdef __cplusplus
 }

@@ -3,27 +3,33 @@
  * The trace of a function and of the platform calls that it makes.
  *
  *     int ZOLP_example(const char* name, int* count) {
- *       Frame frame("ZOLP_example");
+ *       FRAME(frame, "ZOLP_example");
  *       int status = ORK_ok;
  *       GUARDED("PREF_initialize()", PREF_initialize());
  *       TRACED(status, "PREF_get_value_count(name, count)", PREF_get_value_count(name, count));
  *       return frame.leave(status);
  *     }
  *
- * The text of a call is a literal of its own, so that a formatter that rewraps the call leaves the
- * trace as it is.
+ * This is zolp_call_frame.h, which customers use, with what the library does besides: the texts of
+ * lines are put together when compiling. The text of a call is a literal of its own, so that a
+ * formatter that rewraps the call leaves the trace as it is.
  */
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 #include <type_traits>
 
 #include "clock.h"
 #include "ork/ork.h"
-#include "zolp_basetool.h"
+
+// The library's clock, which tests replace, is the one by which calls are slow.
+using ZOLP_FrameMoment = orktool::Moment;
+#define ZOLP_FRAME_UNKNOWN_MOMENT_ orktool::unknown_moment
+#define ZOLP_FRAME_THIS_MOMENT_() orktool::this_moment()
+#define ZOLP_FRAME_MILLISECONDS_SINCE_(start) orktool::milliseconds_since(start)
+#include "zolp_call_frame.h"
 
 namespace orktool {
 
@@ -59,64 +65,48 @@ inline Place here(const char* file = __builtin_FILE(), int line = __builtin_LINE
   return {file_name(file), line};
 }
 
-/** Whether entry and exit lines may be shown; if not, nothing but errors is. */
-inline bool shows_calls() {
-  return ZOLP_trace_state.level >= ZOLP_LEVEL_LOG;
-}
-
-void write_entry(const char* text, Place place);
-void write_exit(const char* text, Place place);
-
-// While calls are not shown, they cost as good as nothing: no function of the trace library is
-// called, and the depth that errors are shown at is counted in place.
-
-/** Writes the entry line of a frame, and indents. */
-inline void enter_frame(const char* name, Place start) {
-  if (shows_calls()) [[unlikely]] {
-    write_entry(name, start);
-  } else {
-    ++ZOLP_trace_state.depth;
-  }
-}
-
-/** The end of what was indented while calls are not shown. */
-inline void unindent_silently() {
-  if (ZOLP_trace_state.depth > 0) [[likely]] {
-    --ZOLP_trace_state.depth;
-  }
-}
-
-/** Writes the exit line of a frame, one level of indentation less. */
-inline void leave_frame(const char* name, Place end = here()) {
-  if (shows_calls()) [[unlikely]] {
-    write_exit(name, end);
-  } else {
-    unindent_silently();
-  }
-}
-
 /**
  * The frame of an exported function: the entry line, one level of indentation and the exit line.
- * Leaving without the exit line is part of the contract of some functions; hence no destructor.
+ * Leaving without the exit line is part of the contract of some functions: the destructor writes
+ * none, and only tells the recording.
  */
 class Frame {
  public:
-  explicit Frame(const char* name, Place start = here()) : name_(name) { enter_frame(name, start); }
+  explicit Frame(ZOLP_CallSite& site) : site_(&site) { zolp_enter_site_(&site); }
+  ~Frame() { abandon(); }
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
 
   /** Writes the exit line and passes the status on. */
   template <typename Status>
   [[nodiscard]] Status leave(Status status, Place end = here()) const {
-    leave_frame(name_, end);
+    leave_with(status, site_->text, end);
     return status;
   }
 
   /** The same under another name than that of the entry line. */
-  void leave_as(const char* name, Place end = here()) const { leave_frame(name, end); }
+  void leave_as(const char* name, Place end = here()) const { leave_with(ORK_ok, name, end); }
+
+  /** Leaves without an exit line. */
+  void abandon() const {
+    if (!is_left_) {
+      is_left_ = true;
+      zolp_abandon_site_(site_);
+    }
+  }
+
+  /** Leaves the frame to a `LEAVE_FRAME` elsewhere. */
+  void stay_open() const { is_left_ = true; }
 
  private:
-  const char* name_;
+  template <typename Status>
+  void leave_with(Status status, const char* name, Place end) const {
+    is_left_ = true;
+    zolp_leave_site_(site_, static_cast<int>(status), name, end.file, end.line);
+  }
+
+  ZOLP_CallSite* site_;
+  mutable bool is_left_ = false;
 };
 
 /**
@@ -125,15 +115,8 @@ class Frame {
  */
 int print_failure(int status, Place place = here());
 
-/** A platform call as trace lines name it. */
-struct Call {
-  const char* text;
-  Place place;
-  const char* with_place; /**< "TEXT FILE:LINE" */
-  const char* in_detail;  /**< "File:FILE Line:LINE Funktion:TEXT" */
-};
-
-/** These texts, put together when compiling: a traced call needs no more than to copy them. */
+/** The texts of a platform call, put together when compiling: a traced call needs no more than to
+ * copy them. */
 template <std::size_t TextSize, std::size_t PathSize>
 class CallTexts {
  public:
@@ -143,7 +126,9 @@ class CallTexts {
     put(in_detail_, {"File:", place_.file, " Line:"}, line, " Funktion:", text);
   }
 
-  constexpr Call as_call() const { return {text_, place_, with_place_, in_detail_}; }
+  constexpr ZOLP_CallSite as_site(int kind) const {
+    return {kind, place_.line, text_, place_.file, with_place_, in_detail_, 0, 0};
+  }
 
  private:
   static consteval void put(char* to, std::initializer_list<const char*> before, int line,
@@ -194,56 +179,44 @@ struct ShortenedCall {
   }
 };
 
-/** A platform call that was made. Its members are evaluated in this order. */
-struct FinishedCall {
-  const Call& call;
-  Moment start; /**< `unknown_moment` when a slow call would not be shown */
-  int status;
-};
-
-Moment write_start(const Call& call);
-int finish_traced(FinishedCall call);
-int finish_guarded(FinishedCall call);
-
-/** Reads the clock, writes the entry line of a call and indents. */
-inline Moment start_call(const Call& call) {
-  if (shows_calls()) [[unlikely]] {
-    return write_start(call);
-  }
-  ++ZOLP_trace_state.depth;
-  return unknown_moment;
-}
-
-/** Writes what follows a traced call; returns its status. */
-inline int traced(const FinishedCall& call) {
-  if (call.status != ORK_ok || shows_calls()) [[unlikely]] {
-    return finish_traced(call);
-  }
-  unindent_silently();
-  return ORK_ok;
-}
-
-/** Writes what follows a guarded call; returns its status. */
-inline int guarded(const FinishedCall& call) {
-  if (call.status != ORK_ok || shows_calls()) [[unlikely]] {
-    return finish_guarded(call);
-  }
-  unindent_silently();
-  return ORK_ok;
-}
-
 }  // namespace orktool
 
-/** A detail that is not shown costs a comparison; its arguments are not evaluated then. */
+/** A detail that is not wanted costs a comparison; its arguments are not evaluated then. */
 #define ZOLP_TRACE(...) \
-  (ZOLP_trace_state.level >= ZOLP_LEVEL_TRACE ? (ZOLP_TRACE)(__VA_ARGS__) : static_cast<void>(0))
+  (zolp_wants_level_(ZOLP_LEVEL_TRACE) ? (ZOLP_TRACE)(__VA_ARGS__) : static_cast<void>(0))
+
+#define FRAME_SITE_(site, name)                                                     \
+  static constinit ZOLP_CallSite site = {ZOLP_SITE_FRAME, __LINE__, name, __FILE__, \
+                                         nullptr,         nullptr,  0,    0}
+
+/** Begins a function of a name and declares its frame. */
+#define FRAME(frame, name)       \
+  FRAME_SITE_(frame_site, name); \
+  const orktool::Frame frame(frame_site)
+
+// For loops that stand for calls inside calls: frames that begin and end anywhere.
+
+#define ENTER_FRAME(name)            \
+  do {                               \
+    FRAME_SITE_(entered_site, name); \
+    zolp_enter_site_(&entered_site); \
+  } while (false)
+
+#define LEAVE_FRAME(name)                                                       \
+  do {                                                                          \
+    FRAME_SITE_(left_site, name);                                               \
+    zolp_leave_site_(&left_site, ORK_ok, name, left_site.file, left_site.line); \
+  } while (false)
 
 /** Makes a platform call, traces it and keeps its status; goes on whatever the status is. */
-#define TRACED(status, text_literal, call)                                               \
-  do {                                                                                   \
-    static constexpr orktool::CallTexts call_texts(text_literal, __FILE__, __LINE__);    \
-    static constexpr orktool::Call traced_call = call_texts.as_call();                   \
-    (status) = orktool::traced({traced_call, orktool::start_call(traced_call), (call)}); \
+#define TRACED(status, text_literal, call)                                            \
+  do {                                                                                \
+    static constexpr orktool::CallTexts call_texts(text_literal, __FILE__, __LINE__); \
+    static constinit ZOLP_CallSite call_site = call_texts.as_site(ZOLP_SITE_TRACED);  \
+    const orktool::Moment call_start = zolp_start_call_(&call_site);                  \
+    const int call_status = (call);                                                   \
+    zolp_end_call_(&call_site, call_start, call_status, zolp_finish_traced_);         \
+    (status) = call_status;                                                           \
   } while (false)
 
 /** Makes a platform call and traces it; returns its status from the function if it failed. */
@@ -251,10 +224,11 @@ inline int guarded(const FinishedCall& call) {
   do {                                                                                       \
     static constexpr orktool::ShortenedCall shortened_call(text_literal);                    \
     static constexpr orktool::CallTexts call_texts(shortened_call.text, __FILE__, __LINE__); \
-    static constexpr orktool::Call guarded_call = call_texts.as_call();                      \
-    if (const int guarded_status =                                                           \
-            orktool::guarded({guarded_call, orktool::start_call(guarded_call), (call)});     \
-        guarded_status != ORK_ok) {                                                          \
-      return guarded_status;                                                                 \
+    static constinit ZOLP_CallSite call_site = call_texts.as_site(ZOLP_SITE_GUARDED);        \
+    const orktool::Moment call_start = zolp_start_call_(&call_site);                         \
+    const int call_status = (call);                                                          \
+    zolp_end_call_(&call_site, call_start, call_status, zolp_finish_guarded_);               \
+    if (call_status != ORK_ok) {                                                             \
+      return call_status;                                                                    \
     }                                                                                        \
   } while (false)

@@ -1,6 +1,16 @@
 #include "clock.h"
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
+#include <mutex>
+
+#if defined(_WIN32)
+#include <windows.h>
+
+#include <cstdlib>
+#include <cstring>
+#endif
 
 #if defined(__x86_64__) && !defined(_WIN32)
 #include <cpuid.h>
@@ -44,13 +54,14 @@ std::int32_t difference(std::int32_t end, std::int32_t start) {
 
 // The processor's counter takes a fraction of the time that reading the clock does, which matters
 // where a traced call costs no more than a few lines of text. Its rate is found out when it is
-// needed, from all the time since the library was loaded.
+// needed.
 
 std::int64_t counter() {
   return static_cast<std::int64_t>(__builtin_ia32_rdtsc());
 }
 
-const std::int64_t load_count = counter();
+CounterScale counter_scale({counter(), load_time});
+std::mutex counter_scale_mutex;
 
 /** Whether the counter runs at the same rate whatever the processor does. */
 const bool is_counter_steady = [] {
@@ -68,9 +79,9 @@ std::int32_t milliseconds_of(std::int64_t counts) {
   if (counts < counts_of_half_a_second) {
     return 0;
   }
-  const auto all_counts = static_cast<double>(counter() - load_count);
-  const auto all_nanoseconds = static_cast<double>(monotonic_nanoseconds() - load_time);
-  const double milliseconds = static_cast<double>(counts) / all_counts * all_nanoseconds / 1e6;
+  const std::lock_guard lock(counter_scale_mutex);
+  const double milliseconds =
+      counter_scale.nanoseconds(counts, {counter(), monotonic_nanoseconds()}) / 1e6;
   constexpr std::int32_t longest = std::numeric_limits<std::int32_t>::max();
   return milliseconds < longest ? static_cast<std::int32_t>(milliseconds) : longest;
 }
@@ -93,16 +104,38 @@ bool counts_moments() {
   return is_counter_steady && current_clock == real_clock;
 }
 
+#if defined(_WIN32)
+
+// The host process may have another C runtime, which keeps an environment of its own.
+void take_time_zone() {
+  char zone[256] = "";
+  const DWORD length = GetEnvironmentVariableA("TZ", zone, sizeof zone);
+  const char* known = std::getenv("TZ");
+  if (length < sizeof zone && std::strcmp(zone, known != nullptr ? known : "") != 0) {
+    _putenv_s("TZ", zone);
+  }
+  _tzset();
+}
+
 std::tm real_calendar() {
   const std::time_t now = std::time(nullptr);
   std::tm parts{};
-#if defined(_WIN32)
+  take_time_zone();
   localtime_s(&parts, &now);
-#else
-  localtime_r(&now, &parts);
-#endif
   return parts;
 }
+
+#else
+
+std::tm real_calendar() {
+  const std::time_t now = std::time(nullptr);
+  std::tm parts{};
+  tzset();  // localtime_r need not look whether the process has changed its time zone
+  localtime_r(&now, &parts);
+  return parts;
+}
+
+#endif
 
 Calendar current_calendar = real_calendar;
 
@@ -110,6 +143,37 @@ Calendar current_calendar = real_calendar;
 
 std::int32_t elapsed_milliseconds() {
   return current_clock();
+}
+
+double CounterScale::nanoseconds(std::int64_t counts, Reading now) {
+  const std::int64_t passed_counts = now.count - earlier_.count;
+  const std::int64_t passed = now.nanoseconds - earlier_.nanoseconds;
+  if (passed_counts > 0 && passed > 0) {
+    learn(static_cast<double>(passed) / static_cast<double>(passed_counts), now);
+  } else {
+    earlier_ = latest_ = now;  // the counter was set back
+  }
+  const double result = static_cast<double>(counts) * rate_;
+  // What began after the earlier look cannot have taken longer than the time since then.
+  return counts <= passed_counts ? std::min(result, static_cast<double>(passed)) : result;
+}
+
+void CounterScale::learn(double rate, Reading now) {
+  constexpr std::int64_t between_looks = 10'000'000'000;
+  const auto differs = [](double one, double other) {
+    constexpr double tolerance = 0.01;
+    return std::abs(one - other) > tolerance * other;
+  };
+  if (rate_ == 0 || !differs(rate, rate_) || !differs(rate, new_rate_)) {
+    rate_ = rate;
+  } else {
+    new_rate_ = rate;
+    earlier_ = latest_ = now;
+  }
+  if (now.nanoseconds - latest_.nanoseconds > between_looks) {
+    earlier_ = latest_;
+    latest_ = now;
+  }
 }
 
 Moment this_moment() {

@@ -28,6 +28,33 @@ Moment this_moment();
  */
 std::int32_t milliseconds_since(Moment start);
 
+/**
+ * Turns counts of the processor's counter into time. The counter's rate is that of the time since
+ * some look at both, seconds ago, so that a jump of the counter (the machine slept, or was moved)
+ * spoils one answer at most.
+ */
+class CounterScale {
+ public:
+  /** The counter and the system's clock at one moment. */
+  struct Reading {
+    std::int64_t count;
+    std::int64_t nanoseconds;
+  };
+
+  constexpr explicit CounterScale(Reading start) : earlier_(start), latest_(start) {}
+
+  /** Nanoseconds that so many counts, up to now, took. */
+  double nanoseconds(std::int64_t counts, Reading now);
+
+ private:
+  void learn(double rate, Reading now);
+
+  Reading earlier_;
+  Reading latest_;
+  double rate_ = 0;     /**< nanoseconds of a count; 0 as long as it is not known */
+  double new_rate_ = 0; /**< what was measured last, when it was another one */
+};
+
 /** Puts another clock in the place of the real one, for all three; null brings it back. */
 void replace_clock(Clock clock);
 

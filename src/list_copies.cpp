@@ -16,7 +16,7 @@ class SeenItems {
   /** Adds an item; false when it was there before. Traces the search as a look at each item. */
   bool add(const std::string& item) {
     const auto [position, is_new] = order_.try_emplace(item, order_.size());
-    if (ZOLP_trace_state.level >= ZOLP_LEVEL_TRACE) {
+    if (zolp_wants_level_(ZOLP_LEVEL_TRACE)) {
       const std::size_t looks = is_new ? order_.size() - 1 : position->second + 1;
       for (std::size_t i = 0; i < looks; ++i) {
         ZOLP_TRACE("IN test itemlist");

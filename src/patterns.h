@@ -8,19 +8,25 @@
 #include <string>
 #include <string_view>
 
+#include "plain_texts.h"
+
 namespace orktool {
 
-/** An extended regular expression in its compiled form. */
+/** An extended regular expression in the form in which it is matched. */
 class Pattern {
  public:
   /**
-   * The compiled form of a pattern, kept from its first use on.
-   * @return the pattern; null when it does not compile, or would take more memory or time than any
-   *   filter is worth (the limits stand in `pattern_limits`).
+   * That form of a pattern, kept from its first use on, and made anew when the process has changed
+   * its locale.
+   * @return the pattern; null when it does not compile, and, with a warning when it is first asked
+   *   for, when it would take more memory or time than any filter is worth (`pattern_cost.h`).
    */
   static Pattern* find(const char* text) noexcept;
 
-  /** Whether the pattern matches anywhere in a value. */
+  /**
+   * Whether the pattern matches anywhere in a value. One whose back-references would take too long
+   * in a value of this length does not match it, with a warning when this happens first.
+   */
   bool matches(const char* value);
 
   ~Pattern();
@@ -31,39 +37,24 @@ class Pattern {
 
  private:
   explicit Pattern(std::string_view text);
+  bool is_usable() const { return uses_texts_ || is_compiled_; }
+  void fit_to_locale(unsigned locale);
+  void release();
   void compile();
+  void warn_once(const char* reason);
 
   std::string text_;
-  re_pattern_buffer compiled_{};
+  std::optional<PlainTexts> texts_; /**< those that it stands for, if it is nothing else */
+  std::string expression_;          /**< otherwise, what is compiled */
+  bool is_within_limits_ = false;
+  std::size_t longest_value_ = 0;
+
+  unsigned locale_ = 0; /**< the one that what follows is made for */
+  bool uses_texts_ = false;
   bool is_compiled_ = false;
-  std::size_t work_ = 0;               /**< since it was compiled */
-  std::optional<std::string> literal_; /**< the text that it stands for, if it is but one */
+  bool has_warned_ = false;
+  re_pattern_buffer compiled_{};
+  std::size_t work_ = 0; /**< since it was compiled */
 };
-
-/**
- * What a pattern may hold once its repetitions are written out ("a{3}" as "aaa", "a+" as "aa*").
- *
- * The compiler keeps, for each part that can be passed without a character, a list of the parts
- * that follow, and walks these lists and nested groups by recursion. Without limits a pattern of a
- * few characters fills the memory, and one of some thousand parentheses overruns the stack. Word
- * boundaries and loops over what can be empty make it visit lists again and again, in a time that
- * doubles with each part. A back-reference makes the matcher try all ways to split a value.
- */
-struct pattern_limits {
-  static constexpr std::size_t depth = 250; /**< of groups in groups */
-  static constexpr std::size_t elements = 100'000;
-  /** Groups, choices (alternatives and repetitions of a variable number), and thrice the anchors.
-   */
-  static constexpr std::size_t branches = 1000;
-  /** The same, passed in a row without a character, beside an anchor or a loop over nothing. */
-  static constexpr std::size_t run_of_hazardous = 16;
-  /** The same, beside a "^" at the pattern's beginning or a "$" at its end alone. */
-  static constexpr std::size_t run_of_anchored = 64;
-  static constexpr std::size_t references = 3; /**< back-references */
-  static constexpr std::size_t choices_beside_references = 1;
-};
-
-/** Whether a pattern is within the limits; what does not compile may be so or not. */
-bool is_within_limits(const char* pattern);
 
 }  // namespace orktool

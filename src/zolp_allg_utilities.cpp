@@ -28,7 +28,6 @@
 #include "zolp_orktool.h"
 
 using orktool::copy_text;
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::out;
 
@@ -42,13 +41,13 @@ int ZOLP_ReportLastOrkError(int status) {
   ERR_get_errors(&count, &severities, &codes, &texts);
   for (int i = count - 1; i >= 0 && codes != nullptr && texts != nullptr; --i) {
     if (codes[i] == status) {
-      ZOLP_ERROR("--%s--\n", texts[i]);
+      zolp_write_error_text_(texts[i]);
       return ORK_ok;
     }
   }
   HostPtr<char> text;
   ERR_get_error_text(status, out(text));
-  ZOLP_ERROR("--%s--\n", text.get());
+  zolp_write_error_text_(text.get());
   return ORK_ok;
 }
 
@@ -148,7 +147,7 @@ const char* command_line_value(const char* option, const char* option_with_value
 }  // namespace
 
 int ZOLP_startup_ork_environment(void) {
-  const Frame frame("zolp_startup_ork_environment");
+  FRAME(frame, "zolp_startup_ork_environment");
   int status = ORK_ok;
   GUARDED("ORK_initialize_text_services (0)", ORK_initialize_text_services(0));
 
@@ -170,13 +169,13 @@ int ZOLP_startup_ork_environment(void) {
 }
 
 int ZOLP_shutdown_ork_environment(void) {
-  const Frame frame("ZOLP_shutdown_ork_environment");
+  FRAME(frame, "ZOLP_shutdown_ork_environment");
   GUARDED("ORK_exit_module(true)", ORK_exit_module(1));
   return frame.leave(ORK_ok);
 }
 
 logical ZOLP_set_ork_bypass(logical flag) {
-  const Frame frame("ZOLP_set_ork_bypass");
+  FRAME(frame, "ZOLP_set_ork_bypass");
   [[maybe_unused]] int status = ORK_ok;
   logical has_bypass = 0;
   TRACED(status, "ORK_get_bypass (&has_bypass)", ORK_get_bypass(&has_bypass));
@@ -193,7 +192,7 @@ logical ZOLP_set_ork_bypass(logical flag) {
 
 int ZOLP_identify_user_and_group(const char* user_name, const char* group_name, tag* user_tag,
                                  tag* group_tag) {
-  const Frame frame("zolp_identify_user_and_group");
+  FRAME(frame, "zolp_identify_user_and_group");
   [[maybe_unused]] int status = ORK_ok;
   ZOLP_TRACE("user_name:%s group_name:%s\n", user_name, group_name);
   *user_tag = NULLTAG;
@@ -216,7 +215,7 @@ int ZOLP_identify_user_and_group(const char* user_name, const char* group_name, 
 }
 
 int ZOLP_get_current_user_and_group(tag* user, tag* group) {
-  const Frame frame("ZOLP_get_current_user_and_group");
+  FRAME(frame, "ZOLP_get_current_user_and_group");
   *user = NULLTAG;
   *group = NULLTAG;
   [[maybe_unused]] int status = ORK_ok;
@@ -232,7 +231,7 @@ int ZOLP_get_current_user_and_group(tag* user, tag* group) {
 }
 
 int ZOLP_ask_login(char* user, char* group, char* role) {
-  const Frame frame("ZOLP_ask_login");
+  FRAME(frame, "ZOLP_ask_login");
   constexpr std::size_t buffer_size = ORG_name_size + 1;
   int status = ORK_ok;
   user[0] = '\0';
@@ -266,7 +265,7 @@ int ZOLP_ask_login(char* user, char* group, char* role) {
 
 int ZOLP_GetPreferenceArray(const char* name, int* count, char*** values) {
   static unsigned char initialized = 0;
-  const Frame frame("ZOLP_GetPreferenceArray");
+  FRAME(frame, "ZOLP_GetPreferenceArray");
   int status = ORK_ok;
   *count = 0;
   *values = nullptr;
@@ -290,7 +289,7 @@ int ZOLP_GetPreferenceArray(const char* name, int* count, char*** values) {
 int ZOLP_GetPreferenceValue(const char* name, char** value, const char* default_value,
                             int /*scope*/) {
   static unsigned char initialized = 0;
-  const Frame frame("ZOLP_GetPreferenceValue");
+  FRAME(frame, "ZOLP_GetPreferenceValue");
   int status = ORK_ok;
   int value_count = 0;
   *value = nullptr;
@@ -327,7 +326,7 @@ int ZOLP_getSitePreference(const char* name, char** value) {
 }
 
 int ZOLP_run_modul(const char* name) {
-  const Frame frame("ZOLP_run_modul");
+  FRAME(frame, "ZOLP_run_modul");
   [[maybe_unused]] int status = ORK_ok;
   TRACED(status, "PREF_initialize()", PREF_initialize());
   ZOLP_TRACE("Check preference = modulname [%s] \n", name);
@@ -348,7 +347,7 @@ int ZOLP_run_modul(const char* name) {
 // --------------------------------------------------------------------------- texts and paths
 
 int ZOLP_RepSpecialChar(char* text) {
-  const Frame frame("ZOLP_RepSpecialChar");
+  FRAME(frame, "ZOLP_RepSpecialChar");
   constexpr std::string_view special("/;, *:?=\\'#><[]}{|~@&$\"\xB4`");
   std::replace_if(
       text, text + std::strlen(text),
@@ -357,7 +356,7 @@ int ZOLP_RepSpecialChar(char* text) {
 }
 
 int string_to_lower(char* text) {
-  const Frame frame("string_to_lower");
+  FRAME(frame, "string_to_lower");
   std::transform(text, text + std::strlen(text), text, [](unsigned char character) {
     return static_cast<char>(std::tolower(character));
   });
@@ -446,7 +445,7 @@ int ZOLP_splitItemString(const char* text, const char* separators, int* count, c
 }
 
 int ZOLP_splitToFirstSeparator(const char* text, char separator, char* head, char* tail) {
-  const Frame frame("ZOLP_splitToFirstSeparator");
+  FRAME(frame, "ZOLP_splitToFirstSeparator");
   ZOLP_TRACE(" separator is [%c]\n", separator);
   const std::string_view whole(text);
   const std::size_t at = std::min(whole.find(separator), whole.size());
@@ -460,7 +459,7 @@ int ZOLP_splitToFirstSeparator(const char* text, char separator, char* head, cha
 }
 
 int ZOLP_ExtendPathVar(const char* path, char* long_path) {
-  const Frame frame("ZOLP_ExtendPathVar");
+  FRAME(frame, "ZOLP_ExtendPathVar");
   constexpr std::size_t longest_variable = 40;
   constexpr std::size_t longest_suffix = 256;
   if (path[0] != '%' && path[0] != '$') {
@@ -509,7 +508,7 @@ int ZOLP_ExtendPathVar(const char* path, char* long_path) {
 // ------------------------------------------------------------ ownership, access and locks
 
 int ZOLP_check_access(tag user, tag group, tag object, const char* privilege) {
-  const Frame frame("ZOLP_check_access");
+  FRAME(frame, "ZOLP_check_access");
   [[maybe_unused]] int status = ORK_ok;
   const tag accessors[] = {user, group};
   constexpr int accessor_count = 2;
@@ -532,7 +531,7 @@ int ZOLP_check_access(tag user, tag group, tag object, const char* privilege) {
 }
 
 int ZOLP_verify_state_and_lock_of_object(tag object) {
-  const Frame frame("ZOLP_verify_state_and_lock");
+  FRAME(frame, "ZOLP_verify_state_and_lock");
   [[maybe_unused]] int status = ORK_ok;
   int state = 0;
   int lock = 0;
@@ -560,7 +559,7 @@ int ZOLP_verify_state_and_lock_of_object(tag object) {
 }
 
 int ZOLP_checkObjectStatus(tag object, logical* has_status) {
-  const Frame frame("ZOLP_checkObjectStatus");
+  FRAME(frame, "ZOLP_checkObjectStatus");
   int count = 0;
   char** names = nullptr;
   GUARDED("ZOLP_ask_status_names(object, &status_count, &of_status)",
@@ -575,7 +574,7 @@ int ZOLP_checkObjectStatus(tag object, logical* has_status) {
 }
 
 int ZOLP_ask_ownership(tag object, tag* owner, tag* group) {
-  const Frame frame("ZOLP_ask_ownership");
+  FRAME(frame, "ZOLP_ask_ownership");
   int status = ORK_ok;
   *owner = NULLTAG;
   *group = NULLTAG;
@@ -587,7 +586,7 @@ int ZOLP_ask_ownership(tag object, tag* owner, tag* group) {
 }
 
 int ZOLP_ask_ownership_names(tag object, char* user_id, char* group_name) {
-  const Frame frame("ZOLP_ask_ownership_names");
+  FRAME(frame, "ZOLP_ask_ownership_names");
   tag owner = NULLTAG;
   tag group = NULLTAG;
   user_id[0] = '\0';
@@ -625,7 +624,7 @@ tag* primary_objects(const REL_record_s* relations, int count) {
 
 int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count, tag** list,
                          logical reverse) {
-  const Frame frame("ZOLP_GetAttachedObjs");
+  FRAME(frame, "ZOLP_GetAttachedObjs");
   int status = ORK_ok;
   tag type = NULLTAG;
   if (relation_name != nullptr && *relation_name != '\0') {
@@ -636,9 +635,10 @@ int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count, tag** l
       return status;  // without the exit line
     }
   }
+  *count = 0;
+  *list = nullptr;
   if (reverse != 0) {
     HostPtr<REL_record_s> relations;
-    *list = nullptr;
     TRACED(status, "REL_list_primary_objects(objTag, relType, p_count, &relations)",
            REL_list_primary_objects(obj, type, count, out(relations)));
     if (relations == nullptr) {
@@ -661,7 +661,7 @@ int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count, tag** l
 }
 
 int ZOLP_GetFirstAttachedObj(tag obj, const char* relation_name, tag* first, logical reverse) {
-  const Frame frame("ZOLP_GetFirstAttachedObj");
+  FRAME(frame, "ZOLP_GetFirstAttachedObj");
   int status = ORK_ok;
   int count = 0;
   HostPtr<tag> objects;
@@ -712,7 +712,7 @@ bool append_attributes(const tag* added, int added_count, int* count, tag** attr
 }  // namespace
 
 int ListAllClassAttributes(tag class_id, int* attr_count, tag** attr_ids, int* max_count) {
-  const Frame frame("ListAllClassAttributes");
+  FRAME(frame, "ListAllClassAttributes");
   constexpr int first_capacity = 100;
   int status = ORK_ok;
   if (*max_count < 1) {
@@ -746,7 +746,7 @@ int ListAllClassAttributes(tag class_id, int* attr_count, tag** attr_ids, int* m
 // --------------------------------------------------------------------------- export file names
 
 int ZOLP_buildFileName(tag item_rev, const char* path, char* file_name, const char* extension) {
-  const Frame frame("ZOLP_buildFileName");
+  FRAME(frame, "ZOLP_buildFileName");
   [[maybe_unused]] int status = ORK_ok;
   char item_id[ITEM_id_size + 1] = "";
   char rev_id[ITEM_id_size + 1] = "";

@@ -14,8 +14,6 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
-
 namespace {
 
 /** Tags are shown as "%d" has always shown them. */
@@ -71,19 +69,19 @@ int shrink(int count, tag** array) {
 }  // namespace
 
 int ZOLP_searchElementInArray(tag element, const tag* array, int count, logical* found) {
-  const Frame frame("ZOLP_searchElementInArray");
+  FRAME(frame, "ZOLP_searchElementInArray");
   *found = search(element, array, array != nullptr ? count : 0);
   return frame.leave(0);
 }
 
 int ZOLP_searchElement(tag element, tag** array, int* count, logical* found) {
-  const Frame frame("ZOLP_searchElement");
+  FRAME(frame, "ZOLP_searchElement");
   *found = search(element, *array, *array != nullptr ? *count : 0);
   return frame.leave(0);
 }
 
 int ZOLP_addElement(tag element, int* count, tag** array) {
-  const Frame frame("ZOLP_addElement");
+  FRAME(frame, "ZOLP_addElement");
   if (element == NULLTAG) {
     return 1;  // without the exit line, as for every refusal of a bad argument
   }
@@ -106,7 +104,7 @@ int ZOLP_addElement(tag element, int* count, tag** array) {
 }
 
 int ZOLP_removeElement(tag element, int* count, tag** array) {
-  const Frame frame("ZOLP_removeElement");
+  FRAME(frame, "ZOLP_removeElement");
   if (*array != nullptr) {
     *count = static_cast<int>(std::remove(*array, *array + std::max(*count, 0), element) - *array);
   } else {
@@ -120,7 +118,7 @@ int ZOLP_removeElement(tag element, int* count, tag** array) {
 }
 
 int ZOLP_removeInvalidTags(int* count, tag** array) {
-  const Frame frame("ZOLP_removeInvalidTags");
+  FRAME(frame, "ZOLP_removeInvalidTags");
   int kept = 0;
   for (int i = 0; *array != nullptr && i < *count; ++i) {
     const tag element = (*array)[i];
@@ -136,7 +134,7 @@ int ZOLP_removeInvalidTags(int* count, tag** array) {
 
 int ZOLP_excludeObjects(int count, const tag* objects, int exclude_count, const tag* exclude,
                         int* out_count, tag** out_array) {
-  const Frame frame("ZOLP_excludeObjects");
+  FRAME(frame, "ZOLP_excludeObjects");
   int status = 0;
   for (int i = 0; objects != nullptr && i < count && status == 0; ++i) {
     logical found = 0;
@@ -149,7 +147,7 @@ int ZOLP_excludeObjects(int count, const tag* objects, int exclude_count, const 
 }
 
 int ZOLP_ifStringInArray(const char* text, int count, char** strings, logical* found) {
-  const Frame frame("ZOLP_ifStringInArray");
+  FRAME(frame, "ZOLP_ifStringInArray");
   // Callers pass the text that they look for first in the list; only that one has ever counted.
   const bool has_first =
       count > 0 && text != nullptr && strings != nullptr && strings[0] != nullptr;
@@ -209,7 +207,7 @@ void keep_one_of_each(tag* array, std::size_t count, const std::vector<tag>& rep
 }  // namespace
 
 int ZOLP_eliminateRedundances(tag* array, int* count) {
-  const Frame frame("ZOLP_eliminateRedundances");
+  FRAME(frame, "ZOLP_eliminateRedundances");
   try {
     const auto size = static_cast<std::size_t>(array != nullptr ? std::max(*count, 0) : 0);
     const std::vector<tag> repeated = repeated_elements(array, size);

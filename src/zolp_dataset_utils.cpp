@@ -17,7 +17,6 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::out;
 using orktool::print_failure;
@@ -57,17 +56,13 @@ int choose_format(const char* type_name, tag tool, const char* wanted, FormatNam
   return ORK_ok;
 }
 
-int check_reference_name(tag type, const char* reference_name) {
-  int count = 0;
-  HostPtr<char*> names;
-  GUARDED("DSET_get_datasettype_refs(datasettype_tag, &ref_count, &ref_names)",
-          DSET_get_datasettype_refs(type, &count, out(names)));
+bool has_name(const HostPtr<char*>& names, int count, const char* wanted) {
   for (int i = 0; names != nullptr && i < count; ++i) {
-    if (std::strcmp(text_or_empty(names.get()[i]), text_or_empty(reference_name)) == 0) {
-      return ORK_ok;
+    if (std::strcmp(text_or_empty(names.get()[i]), text_or_empty(wanted)) == 0) {
+      return true;
     }
   }
-  return store_error(ZOLP_no_such_reference, reference_name);
+  return false;
 }
 
 int create_described(tag type, const char* name, const char* description, tag* dataset) {
@@ -105,7 +100,7 @@ int complete_dataset(tag dataset, tag tool, const char* format) {
 int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
                        const char* reference_name, const char* dataset_format,
                        const char* description, tag* dataset_tag) {
-  const Frame frame("ZOLP_create_dataset");
+  FRAME(frame, "ZOLP_create_dataset");
   const auto leave = [&](int status, orktool::Place end = orktool::here()) {
     frame.leave_as("ZOLP_createDataset", end);
     return status;
@@ -135,9 +130,12 @@ int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
   if (status != ORK_ok) {
     return leave(status);
   }
-  status = check_reference_name(type, reference_name);
-  if (status != ORK_ok) {
-    return status == ZOLP_no_such_reference ? leave(status) : status;
+  int reference_count = 0;
+  HostPtr<char*> reference_names;
+  GUARDED("DSET_get_datasettype_refs(datasettype_tag, &ref_count, &ref_names)",
+          DSET_get_datasettype_refs(type, &reference_count, out(reference_names)));
+  if (!has_name(reference_names, reference_count, reference_name)) {
+    return leave(store_error(ZOLP_no_such_reference, reference_name));
   }
   status = create_described(type, dataset_name, description, dataset_tag);
   if (status != ORK_ok) {
@@ -148,7 +146,7 @@ int ZOLP_createDataset(const char* datasettype, const char* dataset_name,
 }
 
 int ZOLP_attachNamedReference(tag dataset, tag file_tag, const char* reference) {
-  const Frame frame("ZOLP_attachNamedReference");
+  FRAME(frame, "ZOLP_attachNamedReference");
   ZOLP_TRACE("reference = <%s>\n", reference);
   int status = ZOLP_verify_state_and_lock_of_object(dataset);
   if (status != ORK_ok) {
@@ -159,22 +157,27 @@ int ZOLP_attachNamedReference(tag dataset, tag file_tag, const char* reference) 
   TRACED(status, "DSET_get_dataset_named_ref(dataset, reference, &reference_type, &old_ref)",
          DSET_get_dataset_named_ref(dataset, reference, &reference_type, &replaced));
   if (status == DSET_no_named_reference || replaced == NULLTAG) {
-    GUARDED("DSET_add_dataset_named_ref(dataset, reference, DSET_PART_OF, file_tag)",
-            DSET_add_dataset_named_ref(dataset, reference, DSET_PART_OF, file_tag));
-  } else if (status != ORK_ok) {
-    return frame.leave(status);
-  } else {
-    GUARDED("DSET_replace_dataset_named_ref(dataset, old_ref, reference, reference_type, file_tag)",
-            DSET_replace_dataset_named_ref(dataset, replaced, reference, reference_type, file_tag));
+    TRACED(status, "DSET_add_dataset_named_ref(dataset, reference, DSET_PART_OF, file_tag)",
+           DSET_add_dataset_named_ref(dataset, reference, DSET_PART_OF, file_tag));
+  } else if (status == ORK_ok) {
+    TRACED(status,
+           "DSET_replace_dataset_named_ref(dataset, old_ref, reference, reference_type, file_tag)",
+           DSET_replace_dataset_named_ref(dataset, replaced, reference, reference_type, file_tag));
   }
-  GUARDED("OBJ_save(dataset)", OBJ_save(dataset));
-  GUARDED("OBJ_unlock(dataset)", OBJ_refresh(dataset, 0));
-  GUARDED("OBJ_unload(dataset)", OBJ_unload(dataset));
-  return frame.leave(ORK_ok);
+  if (status == ORK_ok) {
+    TRACED(status, "OBJ_save(dataset)", OBJ_save(dataset));
+  }
+  if (status == ORK_ok) {
+    TRACED(status, "OBJ_unlock(dataset)", OBJ_refresh(dataset, 0));
+  }
+  if (status == ORK_ok) {
+    TRACED(status, "OBJ_unload(dataset)", OBJ_unload(dataset));
+  }
+  return frame.leave(status);
 }
 
 int ZOLP_findDatasetNamedRef(const char* dataset_name, const char* ref_name, tag* ref_tag) {
-  const Frame frame("ZOLP_findDatasetNamedRef");
+  FRAME(frame, "ZOLP_findDatasetNamedRef");
   *ref_tag = NULLTAG;
   int status = ORK_ok;
   tag dataset = NULLTAG;
@@ -190,7 +193,7 @@ int ZOLP_findDatasetNamedRef(const char* dataset_name, const char* ref_name, tag
 }
 
 int ZOLP_createRelation(tag destObject, tag tDataset, const char* relation_type) {
-  const Frame frame("ZOLP_createRelation");
+  FRAME(frame, "ZOLP_createRelation");
   int status = ORK_ok;
   tag type = NULLTAG;
   TRACED(status, "REL_find_relation_type(relation_type, &tRelationType)",
@@ -225,7 +228,10 @@ int import_text_file(const char* path, tag* file) {
   return status;
 }
 
-/** Makes a text dataset that holds a file, and saves it. */
+/**
+ * Makes a text dataset that holds a file, and saves it. Unlike ZOLP_createDataset it sets no
+ * revision limit and takes the type's references on trust; both ways have callers of their own.
+ */
 int create_text_dataset(const char* name, const char* description, tag file, tag* dataset) {
   int status = ORK_ok;
   tag type = NULLTAG;
@@ -317,9 +323,11 @@ int export_image(tag dataset, tag reference, const RevisionName& revision, char*
 
 int ZOLP_importTextDataset(const char* /*reserved*/, const char* dataset_name, const char* path,
                            tag* dataset) {
-  const Frame frame("ZOLP_importTextDataset");
+  FRAME(frame, "ZOLP_importTextDataset");
   *dataset = NULLTAG;  // a site without text datasets makes none, and says so by this alone
   ZOLP_TRACE("Path <%s>\n", path);
+  // Not by import_text_file: here a file that cannot be imported, saved or locked does not end the
+  // work, and the trace has always had its own text for the import.
   int status = ORK_ok;
   tag file = NULLTAG;
   FILE_handle descriptor = nullptr;
@@ -347,7 +355,7 @@ int ZOLP_importTextDataset(const char* /*reserved*/, const char* dataset_name, c
 int ZOLP_fct_import_text_dataset_desc(tag destObject, const char* szDatasetName,
                                       const char* szDatasetDesc, const char* szOsPath,
                                       const char* szFileName) {
-  const Frame frame("ZOLP_fct_import_text_dataset_desc");
+  FRAME(frame, "ZOLP_fct_import_text_dataset_desc");
   ZOLP_TRACE("Path <%s> File <%s>\n", szOsPath, szFileName);
   tag file = NULLTAG;
   tag dataset = NULLTAG;
@@ -382,7 +390,7 @@ int ZOLP_fct_import_text_dataset(tag destObject, const char* szDatasetName, cons
 
 int ZOLP_exportImage(tag* list, int count, char* export_file_path, const char* ref_name,
                      const char* mode, tag itemrev) {
-  const Frame frame("ZOLP_export_image");
+  FRAME(frame, "ZOLP_export_image");
   if (std::strcmp(text_or_empty(mode), "no") != 0 || itemrev == NULLTAG) {
     frame.leave_as("ZOLP_exportImage");
     return 1;

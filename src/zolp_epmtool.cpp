@@ -18,7 +18,6 @@
 #include "zolp_orktool.h"
 
 using orktool::copy_text;
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::out;
 using orktool::text_or_empty;
@@ -26,7 +25,7 @@ using orktool::text_or_empty;
 // -------------------------------------------------------------------------------- attachments
 
 int ZOLP_add_attachments(tag job, int attachment_type, int count, tag* objects) {
-  const Frame frame("ZOLP_add_attachments");
+  FRAME(frame, "ZOLP_add_attachments");
   tag root = NULLTAG;
   GUARDED("FLOW_get_root_task(job, &root)", FLOW_get_root_task(job, &root));
   const HostPtr<int> types = orktool::attachment_types(count, attachment_type);
@@ -43,21 +42,21 @@ int ZOLP_add_attachments(tag job, int attachment_type, int count, tag* objects) 
 }
 
 int ZOLP_add_reference_objects(tag job, int count, tag* reference_objects) {
-  const Frame frame("ZOLP_add_reference_objects");
+  FRAME(frame, "ZOLP_add_reference_objects");
   GUARDED("ZOLP_add_attachments(job, FLOW_reference_attachment, count, reference_objects)",
           ZOLP_add_attachments(job, FLOW_reference_attachment, count, reference_objects));
   return frame.leave(ORK_ok);
 }
 
 int ZOLP_add_target_objects(tag job, int count, tag* target_objects) {
-  const Frame frame("ZOLP_add_target_objects");
+  FRAME(frame, "ZOLP_add_target_objects");
   GUARDED("ZOLP_add_attachments(job, FLOW_target_attachment, count, target_objects)",
           ZOLP_add_attachments(job, FLOW_target_attachment, count, target_objects));
   return frame.leave(ORK_ok);
 }
 
 int ZOLP_remove_attachments(tag job, int count, tag* objects) {
-  const Frame frame("ZOLP_remove_attachments");
+  FRAME(frame, "ZOLP_remove_attachments");
   tag root = NULLTAG;
   GUARDED("FLOW_get_root_task(job, &root)", FLOW_get_root_task(job, &root));
   GUARDED("FLOW_remove_attachments(root, count, objects)",
@@ -66,7 +65,7 @@ int ZOLP_remove_attachments(tag job, int count, tag* objects) {
 }
 
 int ZOLP_ask_target_objects(tag job, int* count, tag** target_objects) {
-  const Frame frame("ZOLP_ask_target_objects");
+  FRAME(frame, "ZOLP_ask_target_objects");
   tag root = NULLTAG;
   GUARDED("FLOW_get_root_task(job, &root)", FLOW_get_root_task(job, &root));
   GUARDED("FLOW_get_attachments(root, FLOW_target_attachment, count, target_objects)",
@@ -75,7 +74,7 @@ int ZOLP_ask_target_objects(tag job, int* count, tag** target_objects) {
 }
 
 int ZOLP_ask_reference_objects(tag job, int* count, tag** reference_objects) {
-  const Frame frame("ZOLP_ask_reference_objects");
+  FRAME(frame, "ZOLP_ask_reference_objects");
   tag root = NULLTAG;
   GUARDED("FLOW_get_root_task(job, &root)", FLOW_get_root_task(job, &root));
   GUARDED("FLOW_get_attachments(root, FLOW_reference_attachment, count, reference_objects)",
@@ -143,7 +142,7 @@ int refresh_attachments(tag root, int type) {
 }  // namespace
 
 int ZOLP_refresh_entire_job(tag job) {
-  const Frame frame("ZOLP_refresh_entire_job");
+  FRAME(frame, "ZOLP_refresh_entire_job");
   int status = ORK_ok;
   tag root = NULLTAG;
   TRACED(status, "FLOW_get_root_task(job, &root)", FLOW_get_root_task(job, &root));
@@ -165,7 +164,7 @@ int ZOLP_refresh_entire_job(tag job) {
 // --------------------------------------------------------------------------- condition tasks
 
 int ZOLP_get_condition_task_by_name(tag job, const char* task_name, tag* condition_task) {
-  const Frame frame("ZOLP_get_condition_task_by_name");
+  FRAME(frame, "ZOLP_get_condition_task_by_name");
   int status = ORK_ok;
   int count = 0;
   HostPtr<tag> tasks;
@@ -185,7 +184,7 @@ int ZOLP_get_condition_task_by_name(tag job, const char* task_name, tag* conditi
 }
 
 int ZOLP_set_condition_task_result(tag condition_task, int result) {
-  const Frame frame("ZOLP_set_condition_task_result");
+  FRAME(frame, "ZOLP_set_condition_task_result");
   int status = ORK_ok;
   TRACED(status, "OBJ_refresh(condition_task, true)", OBJ_refresh(condition_task, 1));
   if (status == ORK_ok) {
@@ -201,7 +200,7 @@ int ZOLP_set_condition_task_result(tag condition_task, int result) {
 }
 
 int ZOLP_set_named_condition_task_result(tag job, const char* task_name, int result) {
-  const Frame frame("ZOLP_set_named_condition_task_result");
+  FRAME(frame, "ZOLP_set_named_condition_task_result");
   tag task = NULLTAG;
   if (const int status = ZOLP_get_condition_task_by_name(job, task_name, &task); status != ORK_ok) {
     return frame.leave(status);
@@ -242,7 +241,7 @@ int find_task_in_state(int wanted_state, int count, const tag* tasks, tag* found
     HostPtr<char> display_name;
     status = read_display_name(tasks[i], display_name);
     if (status == ORK_ok) {
-      copy_text(name, FLOW_name_size + 1, display_name.get());
+      std::strcpy(name, text_or_empty(display_name.get()));  // whole, as callers are told
       *found = tasks[i];
       ZOLP_TRACE("spCurrentReleaseLevelName=%s\n", name);
     }
@@ -253,7 +252,7 @@ int find_task_in_state(int wanted_state, int count, const tag* tasks, tag* found
 }  // namespace
 
 int ZOLP_ask_current_release_level(tag job, tag* release_level, char* release_level_name) {
-  const Frame frame("ZOLP_ask_current_release_level");
+  FRAME(frame, "ZOLP_ask_current_release_level");
   *release_level_name = '\0';
   *release_level = NULLTAG;
   int count = 0;
@@ -269,7 +268,7 @@ int ZOLP_ask_current_release_level(tag job, tag* release_level, char* release_le
 }
 
 int ZOLP_ask_current_release_level_name(tag job, char* release_level_name) {
-  const Frame frame("ZOLP_ask_current_release_level_name");
+  FRAME(frame, "ZOLP_ask_current_release_level_name");
   int status = ORK_ok;
   tag release_level = NULLTAG;
   TRACED(status, "ZOLP_ask_current_release_level(job, &release_level, release_level_name)",
@@ -278,7 +277,7 @@ int ZOLP_ask_current_release_level_name(tag job, char* release_level_name) {
 }
 
 int ZOLP_find_release_level(tag job, const char* release_level_name, tag* release_level) {
-  const Frame frame("ZOLP_find_release_level");
+  FRAME(frame, "ZOLP_find_release_level");
   *release_level = NULLTAG;
   ZOLP_TRACE("search for release level nane=%s\n", release_level_name);
   int count = 0;
@@ -419,54 +418,62 @@ int list_reviewers(tag job, const char* release_level_name, WantedType wanted_ty
 }  // namespace
 
 int ZOLP_ask_reviewers(tag job, const char* release_level_name, int* count, tag** members) {
-  const Frame frame("ZOLP_ask_reviewers");
+  FRAME(frame, "ZOLP_ask_reviewers");
   return frame.leave(list_reviewers(job, release_level_name, std::nullopt, count, members));
 }
 
 int ZOLP_ask_reviewers_by_type(tag job, const char* release_level_name, int member_type, int* count,
                                tag** members) {
-  const Frame frame("ZOLP_ask_reviewers_by_type");
+  FRAME(frame, "ZOLP_ask_reviewers_by_type");
   return frame.leave(list_reviewers(job, release_level_name, member_type, count, members));
 }
 
-int ZOLP_ask_reviewers_groupmembers(tag job, const char* release_level_name, int* count,
-                                    tag** members) {
-  const Frame frame("ZOLP_ask_reviewers_groupmembers");
-  int status = ORK_ok;
+namespace {
+
+/** Hands out what `ask(count, members)` has found, unless it fails. */
+template <typename Ask>
+int ask_members_of_type(Ask ask, const char* traced_count, int* count, tag** members) {
   int found_count = 0;
   HostPtr<tag> found;
   *count = 0;
   *members = nullptr;
-  TRACED(status,
-         "ZOLP_ask_reviewers_by_type(job, release_level_name, 0, &iTempGroupmemberCount, &temp)",
-         ZOLP_ask_reviewers_by_type(job, release_level_name, SIGNOFF_group_member, &found_count,
-                                    out(found)));
-  ZOLP_TRACE("iTempGroupmemberCount=%d\n", found_count);
+  const int status = ask(&found_count, found);
+  ZOLP_TRACE(traced_count, found_count);
   if (status == ORK_ok) {
     *count = found_count;
     *members = found.release();
   }
-  return frame.leave(status);
+  return status;
+}
+
+}  // namespace
+
+int ZOLP_ask_reviewers_groupmembers(tag job, const char* release_level_name, int* count,
+                                    tag** members) {
+  FRAME(frame, "ZOLP_ask_reviewers_groupmembers");
+  const auto ask = [&](int* found_count, HostPtr<tag>& found) {
+    int status = ORK_ok;
+    TRACED(status,
+           "ZOLP_ask_reviewers_by_type(job, release_level_name, 0, &iTempGroupmemberCount, &temp)",
+           ZOLP_ask_reviewers_by_type(job, release_level_name, SIGNOFF_group_member, found_count,
+                                      out(found)));
+    return status;
+  };
+  return frame.leave(ask_members_of_type(ask, "iTempGroupmemberCount=%d\n", count, members));
 }
 
 int ZOLP_ask_reviewers_resourcepools(tag job, const char* release_level_name, int* count,
                                      tag** members) {
-  const Frame frame("ZOLP_ask_reviewers_resourcepools");
-  int status = ORK_ok;
-  int found_count = 0;
-  HostPtr<tag> found;
-  *count = 0;
-  *members = nullptr;
-  TRACED(status,
-         "ZOLP_ask_reviewers_by_type(job, release_level_name, 1, &iTempResourcepoolCount, &temp)",
-         ZOLP_ask_reviewers_by_type(job, release_level_name, SIGNOFF_resource_pool, &found_count,
-                                    out(found)));
-  ZOLP_TRACE("iTempResourcepoolCount=%d\n", found_count);
-  if (status == ORK_ok) {
-    *count = found_count;
-    *members = found.release();
-  }
-  return frame.leave(status);
+  FRAME(frame, "ZOLP_ask_reviewers_resourcepools");
+  const auto ask = [&](int* found_count, HostPtr<tag>& found) {
+    int status = ORK_ok;
+    TRACED(status,
+           "ZOLP_ask_reviewers_by_type(job, release_level_name, 1, &iTempResourcepoolCount, &temp)",
+           ZOLP_ask_reviewers_by_type(job, release_level_name, SIGNOFF_resource_pool, found_count,
+                                      out(found)));
+    return status;
+  };
+  return frame.leave(ask_members_of_type(ask, "iTempResourcepoolCount=%d\n", count, members));
 }
 
 namespace {
@@ -599,7 +606,7 @@ int ask_job_owner(tag job, char* user_name, tag* user) {
 
 int ZOLP_getJobInfo(const FLOW_action_message_s* msg, char* user_name, date_s* signoff_date,
                     tag* user) {
-  const Frame frame("ZOLP_getJobInfo");
+  FRAME(frame, "ZOLP_getJobInfo");
   int status = ORK_ok;
   tag job = NULLTAG;
   int count = 0;

@@ -24,7 +24,6 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::out;
 
@@ -40,7 +39,7 @@ bool is_given(const char* text) {
 
 int ZOLP_ApplyFilter(tag object, const char* name_filter, const char* type_filter, bool* match,
                      bool prefix_check) {
-  const Frame frame("ZOLP_ApplyFilter");
+  FRAME(frame, "ZOLP_ApplyFilter");
   int status = ORK_ok;
   WSO_description_s description{};
   *match = false;
@@ -178,7 +177,7 @@ int ZOLP_ApplyRegExpFilter(tag object, const char* name_filter, const char* type
 
 int ZOLP_ApplyRegExpFilterExt(tag object, const char* name_filter, const char* type_filter,
                               const char* status_filter, bool* match, bool escape) {
-  const Frame frame("ZOLP_ApplyRegExpFilter");
+  FRAME(frame, "ZOLP_ApplyRegExpFilter");
   int status = ORK_ok;
   HostPtr<char> name;
   HostPtr<char> type;
@@ -337,13 +336,13 @@ int ask_current_date_text(const char* format, char** text) {
 }  // namespace
 
 int ZOLP_DateAskCurrentDate(date_s* date) {
-  const Frame frame("ZOLP_DateAskCurrentDate");
+  FRAME(frame, "ZOLP_DateAskCurrentDate");
   *date = orktool::local_date();
   return frame.leave(ORK_ok);
 }
 
 int ZOLP_DateAskCurrentDateTimeAsString(char** text) {
-  const Frame frame("ZOLP_DateAskCurrentDateTimeAsString");
+  FRAME(frame, "ZOLP_DateAskCurrentDateTimeAsString");
   const date_s now = orktool::local_date();
   char buffer[257] = "";
   std::snprintf(buffer, sizeof buffer, "%02d.%02d.%04d %02d:%02d", now.day, now.month + 1, now.year,
@@ -353,28 +352,28 @@ int ZOLP_DateAskCurrentDateTimeAsString(char** text) {
 }
 
 int ZOLP_DateAskCurrentDateAsString(char** text) {
-  const Frame frame("ZOLP_DateAskCurrentDateAsString");
+  FRAME(frame, "ZOLP_DateAskCurrentDateAsString");
   *text = nullptr;
   formats.fetch();
   return frame.leave(ask_current_date_text(formats.site_format(), text));
 }
 
 int ZOLP_DateAskCurrentDateAsVELOString(char** text) {
-  const Frame frame("ZOLP_DateAskCurrentDateAsVELOString");
+  FRAME(frame, "ZOLP_DateAskCurrentDateAsVELOString");
   *text = nullptr;
   formats.fetch();
   return frame.leave(ask_current_date_text(formats.default_format(), text));
 }
 
 int ZOLP_DateDateToString(date_s date, char** text) {
-  const Frame frame("ZOLP_DateDateToString");
+  FRAME(frame, "ZOLP_DateDateToString");
   *text = nullptr;
   formats.fetch();
   return frame.leave(copy_date_text(date, formats.site_format(), text));
 }
 
 int ZOLP_DateStringVELODateString(const char* input, char** text) {
-  const Frame frame("ZOLP_DateStringVELODateString");
+  FRAME(frame, "ZOLP_DateStringVELODateString");
   *text = nullptr;
   formats.fetch();
   date_s date{};
@@ -387,7 +386,7 @@ int ZOLP_DateStringVELODateString(const char* input, char** text) {
 }
 
 int ZOLP_UTIL_DateStringToVELODate(const char* input, date_s* date, const char* format) {
-  const Frame frame("ZOLP_UTIL_DateStringToVELODate");
+  FRAME(frame, "ZOLP_UTIL_DateStringToVELODate");
   *date = STORE_null_date();
   if (!is_given(input)) {
     return frame.leave(ask_current_date_traced(date));
@@ -408,7 +407,7 @@ int ZOLP_UTIL_DateStringToVELODate(const char* input, date_s* date, const char* 
 // ---------------------------------------------------------------- view types and occurrences
 
 int ZOLP_IsViewOfType(tag bv_or_bvr, tag view_type, bool* verdict) {
-  const Frame frame("ZOLP_IsViewOfType");
+  FRAME(frame, "ZOLP_IsViewOfType");
   int status = ORK_ok;
   logical is_bom_view = 0;
   TRACED(status, "ZOLP_isObjectOfClass(tBVOrBVR, CLASS_PSBOMVIEW, &lIsBomView)",
@@ -437,7 +436,7 @@ int ZOLP_IsViewOfType(tag bv_or_bvr, tag view_type, bool* verdict) {
 }
 
 int ZOLP_IsViewOfType(tag bv_or_bvr, const char* view_type_name, bool* verdict) {
-  const Frame frame("ZOLP_IsViewOfType");
+  FRAME(frame, "ZOLP_IsViewOfType");
   int status = ORK_ok;
   tag view_type = NULLTAG;
   *verdict = false;
@@ -494,7 +493,7 @@ int identify_child(tag object, Child* child, char** type_name) {
 
 int ZOLP_GetItemAndRevFromOccObj(tag occ_obj, tag rev_rule, tag* item, tag* item_rev,
                                  char** type_name) {
-  const Frame frame("ZOLP_GetItemAndRevFromOccObj");
+  FRAME(frame, "ZOLP_GetItemAndRevFromOccObj");
   Child child;
   int status = identify_child(occ_obj, &child, type_name);
   if (child.is_item && rev_rule != NULLTAG) {
@@ -519,7 +518,7 @@ int ZOLP_GetItemAndRevFromOccObj(tag occ_obj, tag rev_rule, tag* item, tag* item
 
 int ZOLP_GetItemAndRevFromOccObj(tag occ_obj, const char* rev_rule_name, tag* item, tag* item_rev,
                                  char** type_name) {
-  const Frame frame("ZOLP_GetItemAndRevFromOccObj");
+  FRAME(frame, "ZOLP_GetItemAndRevFromOccObj");
   int status = ORK_ok;
   tag rev_rule = NULLTAG;
   TRACED(status, "CONFIG_find(szRevRule, &tRevRule)", CONFIG_find(rev_rule_name, &rev_rule));
@@ -532,7 +531,7 @@ int ZOLP_GetItemAndRevFromOccObj(tag occ_obj, const char* rev_rule_name, tag* it
 }
 
 int ZOLP_GetItemFromOccObj(tag occ_obj, tag* item, char** type_name) {
-  const Frame frame("ZOLP_GetItemFromOccObj");
+  FRAME(frame, "ZOLP_GetItemFromOccObj");
   Child child;
   int status = identify_child(occ_obj, &child, type_name);
   if (child.is_item) {
@@ -544,7 +543,7 @@ int ZOLP_GetItemFromOccObj(tag occ_obj, tag* item, char** type_name) {
 }
 
 int GetSeqNo(tag bvr, tag occ, char** seq_no) {
-  const Frame frame("GetSeqNo");
+  FRAME(frame, "GetSeqNo");
   int status = ORK_ok;
   [[maybe_unused]] int ignored = ORK_ok;
   *seq_no = nullptr;
@@ -561,7 +560,7 @@ int GetSeqNo(tag bvr, tag occ, char** seq_no) {
 
 int ZOLP_GetOccNoteText(tag bvr, tag occ, const char* note_type, tag** notes, int* note_count,
                         char** value) {
-  const Frame frame("ZOLP_GetOccNoteText");
+  FRAME(frame, "ZOLP_GetOccNoteText");
   int status = ORK_ok;
   *value = nullptr;
   if (*notes == nullptr) {

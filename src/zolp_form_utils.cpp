@@ -11,20 +11,24 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::HostTexts;
 
 int ZOLP_createForm(const char* form_name, const char* form_type, const char* description,
                     tag* form) {
-  const Frame frame("ZOLP_createForm");
+  FRAME(frame, "ZOLP_createForm");
   *form = NULLTAG;
-  GUARDED("FORM_create(form_name, description, form_type, form)",
-          FORM_create(form_name, description, form_type, form));
-  GUARDED("FORM_initialize(*form, form_name, NULL, form_type)",
-          FORM_initialize(*form, form_name, nullptr, form_type));
-  GUARDED("OBJ_save(*form)", OBJ_save(*form));
-  return frame.leave(ORK_ok);
+  int status = ORK_ok;
+  TRACED(status, "FORM_create(form_name, description, form_type, form)",
+         FORM_create(form_name, description, form_type, form));
+  if (status == ORK_ok) {
+    TRACED(status, "FORM_initialize(*form, form_name, NULL, form_type)",
+           FORM_initialize(*form, form_name, nullptr, form_type));
+  }
+  if (status == ORK_ok) {
+    TRACED(status, "OBJ_save(*form)", OBJ_save(*form));
+  }
+  return frame.leave(status);
 }
 
 namespace {
@@ -76,7 +80,7 @@ struct FormDescription {
 
 int ZOLP_FORM_describe(tag form, char** form_type_name, int* field_count, char*** field_names,
                        char*** field_display_names, int** field_lengths, char*** field_values) {
-  const Frame frame("ZOLP_FORM_describe");
+  FRAME(frame, "ZOLP_FORM_describe");
   *form_type_name = nullptr;
   *field_count = 0;
   *field_names = *field_display_names = *field_values = nullptr;

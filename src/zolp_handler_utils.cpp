@@ -18,7 +18,6 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::out;
 using orktool::text_or_empty;
@@ -45,7 +44,7 @@ int trace_class(tag target, int position) {
 
 int ZOLP_getRHTargetObjects(const FLOW_action_message_s* msg, tag* job, int* target_count,
                             tag** targets) {
-  const Frame frame("ZOLP_getRHTargetObjects");
+  FRAME(frame, "ZOLP_getRHTargetObjects");
   *job = NULLTAG;
   *target_count = 0;
   *targets = nullptr;
@@ -69,6 +68,7 @@ int ZOLP_getRHTargetObjects(const FLOW_action_message_s* msg, tag* job, int* tar
     MEM_free(*targets);
     *targets = nullptr;
     const orktool::Place place = orktool::here();
+    *target_count = 0;
     ZOLP_TRACE("Error by exit status! File;%s [Line:%d]\n", place.file, place.line);
     frame.leave_as("ERROR:ZOLP_getRHTargetObjects");
     return status;
@@ -77,7 +77,7 @@ int ZOLP_getRHTargetObjects(const FLOW_action_message_s* msg, tag* job, int* tar
 }
 
 int ZOLP_deleteJob(tag job) {
-  const Frame frame("ZOLP_deleteJob");
+  FRAME(frame, "ZOLP_deleteJob");
   logical exists = 0;
   ZOLP_TRACE("Job = %d\n", static_cast<int>(job));
   GUARDED("STORE_instance_exists(job, &exists)", STORE_instance_exists(job, &exists));
@@ -118,27 +118,10 @@ int report_if_dataset(tag attachment, const char* target_id, std::FILE* report) 
   return ORK_ok;
 }
 
-int report_datasets(const Frame& frame, tag revision, std::FILE* report) {
-  int status = ORK_ok;
-  HostPtr<char> id;
-  int count = 0;
-  HostPtr<ITEM_attached_object_s> attachments;
-  GUARDED("WSO_get_object_id_string(target, &id)", WSO_get_object_id_string(revision, out(id)));
-  TRACED(status, "ITEM_list_all_rev_attachments(target, &attach_count, &attachments)",
-         ITEM_list_all_rev_attachments(revision, &count, out(attachments)));
-  if (status != ORK_ok) {
-    return frame.leave(status);
-  }
-  for (int i = 0; i < count && status == ORK_ok; ++i) {
-    status = report_if_dataset(attachments.get()[i].attachment, text_or_empty(id.get()), report);
-  }
-  return status;
-}
-
 }  // namespace
 
 int ZOLP_HasTargetADrawing(tag job, FILE** report) {
-  const Frame frame("ZOLP_HasTargetADrawing");
+  FRAME(frame, "ZOLP_HasTargetADrawing");
   int count = 0;
   HostPtr<tag> targets;
   GUARDED("ZOLP_ask_target_objects(job, &count, &targets)",
@@ -154,8 +137,22 @@ int ZOLP_HasTargetADrawing(tag job, FILE** report) {
     if (is_revision == 0) {
       continue;
     }
-    if (const int status = report_datasets(frame, target, *report); status != ORK_ok) {
-      return status;
+    HostPtr<char> id;
+    GUARDED("WSO_get_object_id_string(target, &id)", WSO_get_object_id_string(target, out(id)));
+    int status = ORK_ok;
+    int attachment_count = 0;
+    HostPtr<ITEM_attached_object_s> attachments;
+    TRACED(status, "ITEM_list_all_rev_attachments(target, &attach_count, &attachments)",
+           ITEM_list_all_rev_attachments(target, &attachment_count, out(attachments)));
+    if (status != ORK_ok) {
+      return frame.leave(status);
+    }
+    for (int j = 0; j < attachment_count; ++j) {
+      const tag attachment = attachments.get()[j].attachment;
+      status = report_if_dataset(attachment, text_or_empty(id.get()), *report);
+      if (status != ORK_ok) {
+        return status;
+      }
     }
   }
   return frame.leave(ORK_ok);
@@ -194,7 +191,7 @@ int insert_at_beginning(tag folder, int count, const tag* objects) {
 }  // namespace
 
 int ZOLP_moveTargetToFolder(tag job, const char* folder_name, const char* description) {
-  const Frame frame("ZOLP_moveTargetToFolder");
+  FRAME(frame, "ZOLP_moveTargetToFolder");
   ZOLP_TRACE("folder:<%s> description:<%s>\n", folder_name, description);
   if (*folder_name == '\0') {
     return frame.leave(ZOLP_failed);
@@ -257,7 +254,7 @@ int run_temporary_job(const char* job_name, tag process_template, int count, con
 
 int ZOLP_addReleaseStatusWithTmpJob(int object_count, tag* objects, char* job_name,
                                     const char* procedure_name) {
-  const Frame frame("ZOLP_addReleaseStatusWithTmpJob");
+  FRAME(frame, "ZOLP_addReleaseStatusWithTmpJob");
   ZOLP_TRACE("ObjCount        = %d\n", object_count);
   ZOLP_TRACE("ObjectList      = %p\n", static_cast<void*>(objects));
   ZOLP_TRACE("szJobName       = %s\n", job_name);

@@ -28,14 +28,13 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
 using orktool::HostTexts;
 using orktool::out;
 using orktool::text_or_empty;
 
 int ZOLP_get_logical_pref(int /*option*/, const char* name, logical* value, logical default_value) {
-  const Frame frame("ZOLP_get_logical_pref");
+  FRAME(frame, "ZOLP_get_logical_pref");
   int status = ORK_ok;
   TRACED(status, "PREF_initialize()", PREF_initialize());
   if (PREF_get_logical_value(name, 0, value) != ORK_ok && value != nullptr) {
@@ -52,7 +51,7 @@ int ZOLP_get_string_pref(int /*option*/, const char* name, char** value,
     ZOLP_ERROR("ZOLP_get_string_pref default=NULL\n");
     return ORK_ok;
   }
-  const Frame frame("ZOLP_get_string_pref");
+  FRAME(frame, "ZOLP_get_string_pref");
   int status = ORK_ok;
   *value = nullptr;
   TRACED(status, "PREF_initialize()", PREF_initialize());
@@ -104,7 +103,7 @@ int list_statuses(tag object, int* count, HostPtr<tag>& statuses) {
 }  // namespace
 
 int ZOLP_ask_status_names(tag object, int* count, char*** names) {
-  const Frame frame("ZOLP_ask_status_names");
+  FRAME(frame, "ZOLP_ask_status_names");
   int status_count = 0;
   HostPtr<tag> statuses;
   if (const int status = list_statuses(object, &status_count, statuses); status != ORK_ok) {
@@ -133,7 +132,7 @@ int ZOLP_ask_status_names(tag object, int* count, char*** names) {
 }
 
 int ZOLP_ask_status(tag object, int* count, ZOLP_status_record** records) {
-  const Frame frame("ZOLP_ask_status");
+  FRAME(frame, "ZOLP_ask_status");
   int status_count = 0;
   HostPtr<tag> statuses;
   if (const int status = list_statuses(object, &status_count, statuses); status != ORK_ok) {
@@ -165,7 +164,7 @@ int ZOLP_ask_status(tag object, int* count, ZOLP_status_record** records) {
 }
 
 int ZOLP_ask_latest_status(tag object, char* status_name) {
-  const Frame frame("ZOLP_ask_latest_status");
+  FRAME(frame, "ZOLP_ask_latest_status");
   status_name[0] = '\0';
   int count = 0;
   HostPtr<tag> statuses;
@@ -185,7 +184,7 @@ int ZOLP_ask_latest_status(tag object, char* status_name) {
 // ------------------------------------------------------------------- tests of types and classes
 
 int ZOLP_TYPE_ask_name(tag type, char* name) {
-  const Frame frame("ZOLP_TYPE_ask_name");
+  FRAME(frame, "ZOLP_TYPE_ask_name");
   int status = ORK_ok;
   HostPtr<char> type_name;
   TRACED(status, "TYPE_get_name2(type, &name)", TYPE_get_name2(type, out(type_name)));
@@ -197,7 +196,7 @@ int ZOLP_TYPE_ask_name(tag type, char* name) {
 }
 
 int ZOLP_isObjectOfClass(tag object, const char* class_name, logical* answer) {
-  const Frame frame("ZOLP_isObjectOfClass");
+  FRAME(frame, "ZOLP_isObjectOfClass");
   int status = ORK_ok;
   tag wanted_class = NULLTAG;
   tag object_class = NULLTAG;
@@ -220,7 +219,7 @@ int ZOLP_isObjectOfClass(tag object, const char* class_name, logical* answer) {
 
 int ZOLP_isObjectOfTypeExt(tag tObj, const char* szWantedType, logical* p_lAnswer,
                            logical include_subtypes) {
-  const Frame frame("ZOLP_isObjectOfTypeExt");
+  FRAME(frame, "ZOLP_isObjectOfTypeExt");
   int status = ORK_ok;
   tag wanted_type = NULLTAG;
   tag object_type = NULLTAG;
@@ -246,7 +245,7 @@ int ZOLP_isObjectOfType(tag tObj, const char* szWantedType, logical* p_lAnswer) 
 }
 
 int ZOLP_Test_STORE_instance_isNew(tag tObj, logical* isNew) {
-  const Frame frame("ZOLP_Test_STORE_instance_isNew");
+  FRAME(frame, "ZOLP_Test_STORE_instance_isNew");
   int status = ORK_ok;
   tag item = NULLTAG;
   int state = 0;
@@ -307,7 +306,7 @@ int test_modifiable_and_not_checkout(tag object) {
 }  // namespace
 
 logical ZOLP_TestModifiableAndNotCheckout(tag tagRes) {
-  const Frame frame("ZOLP_TestModifiableAndNotCheckout");
+  FRAME(frame, "ZOLP_TestModifiableAndNotCheckout");
   const int code = test_modifiable_and_not_checkout(tagRes);
   if (code == 0) {
     return frame.leave(logical{1});
@@ -325,7 +324,7 @@ logical ZOLP_TestModifiableAndNotCheckout(tag tagRes) {
 }
 
 int ZOLP_isItemReplica(tag item, logical* isReplica) {
-  const Frame frame("ZOLP_isItemReplica");
+  FRAME(frame, "ZOLP_isItemReplica");
   int status = ORK_ok;
   int local_site_id = 0;
   tag local_site = NULLTAG;
@@ -359,7 +358,7 @@ tag first_of(const HostPtr<tag>& objects, int count) {
 }  // namespace
 
 int ZOLP_ITEM_find_item(const char* item_id, tag* item) {
-  const Frame frame("ZOLP_ITEM_find_item");
+  FRAME(frame, "ZOLP_ITEM_find_item");
   int status = ORK_ok;
   int count = 0;
   HostPtr<tag> items;
@@ -372,7 +371,7 @@ int ZOLP_ITEM_find_item(const char* item_id, tag* item) {
 }
 
 int ZOLP_ITEM_find_rev(const char* item_id, const char* pcRev_id, tag* rev) {
-  const Frame frame("ZOLP_ITEM_find_rev");
+  FRAME(frame, "ZOLP_ITEM_find_rev");
   int status = ORK_ok;
   int count = 0;
   HostPtr<tag> revisions;
@@ -387,7 +386,7 @@ int ZOLP_ITEM_find_rev(const char* item_id, const char* pcRev_id, tag* rev) {
 }
 
 int ZOLP_ask_attachment_type(tag primary, tag secondary, tag* tagAttType, char* cType) {
-  const Frame frame("ZOLP_ask_attachment_type");
+  FRAME(frame, "ZOLP_ask_attachment_type");
   int status = ORK_ok;
   int count = 0;
   HostPtr<REL_record_s> relations;
@@ -413,7 +412,7 @@ int ZOLP_ask_attachment_type(tag primary, tag secondary, tag* tagAttType, char* 
 }
 
 void ZOLP_GetTime(date_s* date) {
-  const Frame frame("ZOLP_GetTime");
+  FRAME(frame, "ZOLP_GetTime");
   *date = orktool::local_date();
   (void)frame.leave(0);
 }
@@ -596,7 +595,7 @@ int copy_reference(tag copy, int index, tag dataset_type, const char* type_name,
 }  // namespace
 
 int ZOLP_RealCopyDataset(tag tagOldDS, const char* pcNewDatsetName, tag* ptagNewDS) {
-  const Frame frame("ZOLP_RealCopyDataset");
+  FRAME(frame, "ZOLP_RealCopyDataset");
   *ptagNewDS = NULLTAG;
   GUARDED("DSET_copy_dataset_with_id(tagOldDS, pcNewDatsetName, NULL, NULL, ptagNewDS)",
           DSET_copy_dataset_with_id(tagOldDS, pcNewDatsetName, nullptr, nullptr, ptagNewDS));
@@ -631,12 +630,16 @@ tag master_form_relation = NULLTAG;
 }  // namespace
 
 int ZOLP_GetMasterForm(tag tagObj, tag* form) {
-  const Frame frame("ZOLP_GetMasterForm");
+  FRAME(frame, "ZOLP_GetMasterForm");
   *form = NULLTAG;
+  int status = ORK_ok;
   if (master_form_relation == NULLTAG) {
     tag found = NULLTAG;
-    GUARDED("TYPE_find_type(\"VELO_master_form\", NULL, &VK_master_form_rtype)",
-            TYPE_find_type("VELO_master_form", nullptr, &found));
+    TRACED(status, "TYPE_find_type(\"VELO_master_form\", NULL, &VK_master_form_rtype)",
+           TYPE_find_type("VELO_master_form", nullptr, &found));
+    if (status != ORK_ok) {
+      return frame.leave(status);
+    }
     master_form_relation = found;
     if (master_form_relation == NULLTAG) {
       ZOLP_ERROR("ZOLP_GetMasterForm VK_master_form_rtype not found\n");
@@ -645,8 +648,11 @@ int ZOLP_GetMasterForm(tag tagObj, tag* form) {
   }
   int count = 0;
   HostPtr<tag> objects;
-  GUARDED("REL_list_secondary_objects_only(tagObj, VK_master_form_rtype, &count, &objects)",
-          REL_list_secondary_objects_only(tagObj, master_form_relation, &count, out(objects)));
+  TRACED(status, "REL_list_secondary_objects_only(tagObj, VK_master_form_rtype, &count, &objects)",
+         REL_list_secondary_objects_only(tagObj, master_form_relation, &count, out(objects)));
+  if (status != ORK_ok) {
+    return frame.leave(status);
+  }
   if (count != 1 || objects == nullptr) {
     ZOLP_ERROR("ZOLP_GetMasterForm REL_list_secondary_objects_only return %d Objects\n", count);
     return frame.leave(ZOLP_no_single_master_form);
@@ -682,7 +688,7 @@ int create_named_form(tag dataset, const char* reference_name, const char* form_
 
 int ZOLP_GetNamedRefForm(tag tagObj, const char* cNamedRef, tag* ptagForm, logical create,
                          const char* cFormType) {
-  const Frame frame("ZOLP_GetNamedRefForm");
+  FRAME(frame, "ZOLP_GetNamedRefForm");
   int status = ORK_ok;
   TRACED(status, "OBJ_refresh(tagObj, STORE_no_lock)", OBJ_refresh(tagObj, 0));
   *ptagForm = NULLTAG;
@@ -711,7 +717,7 @@ int ZOLP_GetNamedRefForm(tag tagObj, const char* cNamedRef, tag* ptagForm, logic
 }
 
 int ZOLP_FORM_ask_value(tag form, const char* field_name, int len, char* value, int* actual_chars) {
-  const Frame frame("ZOLP_FORM_ask_value");
+  FRAME(frame, "ZOLP_FORM_ask_value");
   *actual_chars = 0;
   value[0] = '\0';
   HostPtr<char> display_value;
@@ -727,9 +733,12 @@ int ZOLP_FORM_ask_value(tag form, const char* field_name, int len, char* value, 
 }
 
 int ZOLP_FORM_set_value(tag form, const char* field_name, const char* field_value) {
-  const Frame frame("ZOLP_FORM_set_value");
-  GUARDED("OBJ_UIF_set_value(form, field_name, field_value)",
-          OBJ_UIF_set_value(form, field_name, field_value));
-  ZOLP_TRACE("set form field \"%s\" to value \"%s\"\n", field_name, field_value);
-  return frame.leave(ORK_ok);
+  FRAME(frame, "ZOLP_FORM_set_value");
+  int status = ORK_ok;
+  TRACED(status, "OBJ_UIF_set_value(form, field_name, field_value)",
+         OBJ_UIF_set_value(form, field_name, field_value));
+  if (status == ORK_ok) {
+    ZOLP_TRACE("set form field \"%s\" to value \"%s\"\n", field_name, field_value);
+  }
+  return frame.leave(status);
 }

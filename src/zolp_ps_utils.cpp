@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 #include "call_frame.h"
 #include "host_memory.h"
@@ -19,9 +20,7 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-using orktool::Frame;
 using orktool::HostPtr;
-using orktool::leave_frame;
 using orktool::out;
 using orktool::print_failure;
 
@@ -37,7 +36,7 @@ int shown(tag object) {
 }  // namespace
 
 int ZOLP_getSequenceNo(tag line, char** seq_no) {
-  const Frame frame("ZOLP_getSequenceNo");
+  FRAME(frame, "ZOLP_getSequenceNo");
   int status = ORK_ok;
   *seq_no = nullptr;
   TRACED(status, "OBJ_get_value_string(bomline, \"bl_sequence_no\", seqno)",
@@ -47,7 +46,7 @@ int ZOLP_getSequenceNo(tag line, char** seq_no) {
 }
 
 int ZOLP_setSequenceNo(tag line, const char* seq_no) {
-  const Frame frame("ZOLP_setSequenceNo");
+  FRAME(frame, "ZOLP_setSequenceNo");
   int status = ORK_ok;
   TRACED(status, "OBJ_set_value_string(bomline, \"bl_sequence_no\", seqno)",
          OBJ_set_value_string(line, "bl_sequence_no", seq_no));
@@ -55,7 +54,7 @@ int ZOLP_setSequenceNo(tag line, const char* seq_no) {
 }
 
 int ZOLP_getQuantity(tag line, char** quantity) {
-  const Frame frame("ZOLP_getQuantity");
+  FRAME(frame, "ZOLP_getQuantity");
   int status = ORK_ok;
   *quantity = nullptr;
   TRACED(status, "OBJ_get_value_string(bomline, \"bl_quantity\", quantity)",
@@ -64,7 +63,7 @@ int ZOLP_getQuantity(tag line, char** quantity) {
 }
 
 int ZOLP_setQuantity(tag line, const char* quantity) {
-  const Frame frame("ZOLP_setQuantity");
+  FRAME(frame, "ZOLP_setQuantity");
   int status = ORK_ok;
   TRACED(status, "OBJ_set_value_string(bomline, \"bl_quantity\", quantity)",
          OBJ_set_value_string(line, "bl_quantity", quantity));
@@ -72,7 +71,7 @@ int ZOLP_setQuantity(tag line, const char* quantity) {
 }
 
 int ZOLP_get_bomline_revtag(tag line, tag* item_rev) {
-  const Frame frame("ZOLP_get_bomline_revtag");
+  FRAME(frame, "ZOLP_get_bomline_revtag");
   int status = ORK_ok;
   int attribute = 0;
   *item_rev = NULLTAG;
@@ -87,7 +86,7 @@ int ZOLP_get_bomline_revtag(tag line, tag* item_rev) {
 }
 
 int ZOLP_get_bomline_itemtag(tag line, tag* item) {
-  const Frame frame("ZOLP_get_bomline_itemtag");
+  FRAME(frame, "ZOLP_get_bomline_itemtag");
   int status = ORK_ok;
   int attribute = 0;
   *item = NULLTAG;
@@ -101,7 +100,7 @@ int ZOLP_get_bomline_itemtag(tag line, tag* item) {
 }
 
 int ZOLP_get_bomline_item_and_rev(tag line, char** item_id, char** rev_id) {
-  const Frame frame("ZOLP_get_bomline_item_and_rev");
+  FRAME(frame, "ZOLP_get_bomline_item_and_rev");
   int status = ORK_ok;
   *item_id = nullptr;
   *rev_id = nullptr;
@@ -151,7 +150,7 @@ namespace {
 
 int ZOLP_resequence_bom(tag line, int* current_seq, int* increment, logical recursive,
                         int max_depth, int* depth, tag* not_desired, int not_desired_count) {
-  const Frame frame("ZOLP_resequence_bom");
+  FRAME(frame, "ZOLP_resequence_bom");
   ZOLP_TRACE("count_of_not_desired_bomlines:%d\n", not_desired_count);
   int number = *current_seq;
   int step = *increment;
@@ -189,7 +188,7 @@ constexpr char pack_name[] = "ZOLP_pack_bom";
  * and the line is packed anew.
  */
 int pack_children(tag line, logical recursive, bool* merged) {
-  const Frame frame(pack_name);
+  FRAME(frame, pack_name);
   int status = ORK_ok;
   int count = 0;
   HostPtr<tag> children;
@@ -210,6 +209,7 @@ int pack_children(tag line, logical recursive, bool* merged) {
     new_children.reset();
     if (new_count != count) {
       *merged = true;
+      frame.stay_open();
       return status;
     }
     status = ZOLP_pack_bom(children.get()[i], recursive);
@@ -231,7 +231,7 @@ int ZOLP_pack_bom(tag line, logical recursive) {
     status = pack_children(line, recursive, &merged);
   } while (merged);
   for (; open_frames > 0; --open_frames) {
-    leave_frame(pack_name);
+    LEAVE_FRAME(pack_name);
   }
   return status;
 }
@@ -239,7 +239,7 @@ int ZOLP_pack_bom(tag line, logical recursive) {
 // ------------------------------------------------------------------------------ depth and size
 
 int ZOLP_get_max_depth_of_ps(tag line, int level, int* max_depth) {
-  const Frame frame("ZOLP_get_max_depth_of_ps");
+  FRAME(frame, "ZOLP_get_max_depth_of_ps");
   int count = 0;
   HostPtr<tag> children;
   read_children(line, &count, children);
@@ -267,7 +267,7 @@ bool may_descend(int limit, int* counter) {
 }  // namespace
 
 int ZOLP_getSizeOfPS(tag line, int limit, int* counter, int* size) {
-  const Frame frame("ZOLP_getSizeOfPS");
+  FRAME(frame, "ZOLP_getSizeOfPS");
   ++*size;
   int count = 0;
   HostPtr<tag> children;
@@ -289,7 +289,7 @@ int ZOLP_getSizeOfPS(tag line, int limit, int* counter, int* size) {
 
 int ZOLP_excludeListFromBom(tag line, int* counter, int limit, int exclude_count, tag* exclude,
                             int* out_count, tag** out_array) {
-  const Frame frame("ZOLP_excludeListFromBom");
+  FRAME(frame, "ZOLP_excludeListFromBom");
   int count = 0;
   HostPtr<tag> children;
   int status = read_children(line, &count, children);
@@ -309,7 +309,7 @@ int ZOLP_excludeListFromBom(tag line, int* counter, int limit, int exclude_count
 }
 
 int ZOLP_existObjectInBom(tag line, tag top_line, logical* found) {
-  const Frame frame("ZOLP_existObjectInBom");
+  FRAME(frame, "ZOLP_existObjectInBom");
   int status = ORK_ok;
   tag wanted = NULLTAG;
   int count = 0;
@@ -352,7 +352,7 @@ namespace {
 }  // namespace
 
 int ZOLP_getSeqNoListOfBom(tag line, int limit, int* counter, int* count, tag** list) {
-  const Frame frame("ZOLP_getSeqNoListOfBom");
+  FRAME(frame, "ZOLP_getSeqNoListOfBom");
   int child_count = 0;
   HostPtr<tag> children;
   int status = read_children(line, &child_count, children);
@@ -366,19 +366,20 @@ int ZOLP_getSeqNoListOfBom(tag line, int limit, int* counter, int* count, tag** 
 }
 
 int ZOLP_getUnusedSeqNo(int* seq_no, int increment, int count, tag* list) {
-  constexpr char name[] = "ZOLP_getUnusedSeqNo";
+  static constexpr char name[] = "ZOLP_getUnusedSeqNo";
   // Trying the next number is a call inside the call, as often as there are used numbers: a loop
   // makes them. The innermost one, which finds its number unused, leaves without an exit line.
   for (int open_frames = 0;; ++open_frames) {
-    const Frame frame(name);
+    FRAME(frame, name);
     logical found = 0;
     const int status = ZOLP_searchElement(static_cast<tag>(*seq_no), &list, &count, &found);
     if (status != ORK_ok) {
       return frame.leave(print_failure(status));
     }
     if (found == 0) {
+      frame.abandon();
       for (; open_frames > 0; --open_frames) {
-        leave_frame(name);
+        LEAVE_FRAME(name);
       }
       return 0;
     }
@@ -386,11 +387,12 @@ int ZOLP_getUnusedSeqNo(int* seq_no, int increment, int count, tag* list) {
       // It has come back to a number that it has tried, and would go on for ever.
       const int failed = frame.leave(print_failure(1));
       for (; open_frames > 0; --open_frames) {
-        leave_frame(name);
+        LEAVE_FRAME(name);
       }
       return failed;
     }
     *seq_no = orktool::next_number(*seq_no, increment);
+    frame.stay_open();
   }
 }
 
@@ -405,7 +407,8 @@ struct ObjectList {
   bool is_exhausted = false; /**< memory did not suffice for an object */
 };
 
-void add_valid_object(tag object, ObjectList& list) {
+/** Not part of the recursion's frames. */
+[[gnu::noinline]] void add_valid_object(tag object, ObjectList& list) {
   if (object == NULLTAG) {
     return;
   }
@@ -417,7 +420,8 @@ void add_valid_object(tag object, ObjectList& list) {
   }
 }
 
-int add_datasets(tag revision, ObjectList& list) {
+/** Not part of the recursion's frames. */
+[[gnu::noinline]] int add_datasets(tag revision, ObjectList& list) {
   int count = 0;
   HostPtr<ITEM_attached_object_s> attachments;
   GUARDED("ITEM_list_all_rev_attachments(item_rev, &count, &attachments)",
@@ -433,32 +437,21 @@ int add_datasets(tag revision, ObjectList& list) {
   return ORK_ok;
 }
 
-/** Adds the objects of one line that belong to a class. Not part of the recursion's frames. */
-[[gnu::noinline]] int add_objects_of_line(const Frame& frame, tag line, const char* class_name,
-                                          ObjectList& list) {
-  const bool wants_item = std::strcmp(class_name, "Item") == 0;
-  const bool wants_datasets = std::strcmp(class_name, "Dataset") == 0;
-  if (!wants_item && !wants_datasets && std::strcmp(class_name, "ItemRevision") != 0) {
-    return ORK_ok;
-  }
-  tag object = NULLTAG;
-  const int status =
-      wants_item ? ZOLP_get_bomline_itemtag(line, &object) : ZOLP_get_bomline_revtag(line, &object);
-  if (status != ORK_ok) {
-    return frame.leave(print_failure(status));
-  }
-  if (wants_datasets) {
-    return add_datasets(object, list);
-  }
-  add_valid_object(object, list);
-  return ORK_ok;
+/** What is collected of each line. */
+enum class Wanted { nothing, item, revision, datasets };
+
+Wanted wanted_by(std::string_view class_name) {
+  return class_name == "Item"           ? Wanted::item
+         : class_name == "ItemRevision" ? Wanted::revision
+         : class_name == "Dataset"      ? Wanted::datasets
+                                        : Wanted::nothing;
 }
 
 }  // namespace
 
 int ZOLP_exportObjectsFromBom(tag line, const char* class_name, void* reserved, int reserved2,
                               int* count, tag** list) {
-  const Frame frame("ZOLP_exportObjectsFromBom");
+  FRAME(frame, "ZOLP_exportObjectsFromBom");
   if (line == NULLTAG) {
     return frame.leave(1);
   }
@@ -466,13 +459,23 @@ int ZOLP_exportObjectsFromBom(tag line, const char* class_name, void* reserved, 
   HostPtr<tag> children;
   GUARDED("BOMW_line_get_child_lines(bomline, &count, &children)",
           BOMW_line_get_child_lines(line, &child_count, out(children)));
+  const Wanted wanted = wanted_by(orktool::text_or_empty(class_name));
   int status = ORK_ok;
   ObjectList objects{count, list};
   for (int i = 0;
        children != nullptr && i < child_count && status == ORK_ok && !objects.is_exhausted; ++i) {
-    status = add_objects_of_line(frame, line, orktool::text_or_empty(class_name), objects);
-    if (status != ORK_ok) {
-      return status;
+    if (wanted != Wanted::nothing) {
+      tag object = NULLTAG;
+      status = wanted == Wanted::item ? ZOLP_get_bomline_itemtag(line, &object)
+                                      : ZOLP_get_bomline_revtag(line, &object);
+      if (status != ORK_ok) {
+        return frame.leave(print_failure(status));
+      }
+      if (wanted != Wanted::datasets) {
+        add_valid_object(object, objects);
+      } else if (status = add_datasets(object, objects); status != ORK_ok) {
+        return status;
+      }
     }
     status =
         ZOLP_exportObjectsFromBom(children.get()[i], class_name, reserved, reserved2, count, list);

@@ -32,12 +32,10 @@ using orktool::contains;
 using orktool::copy_text;
 using orktool::Field;
 using orktool::File;
-using orktool::Frame;
 using orktool::here;
 using orktool::HostPtr;
 using orktool::is_read_completely;
 using orktool::is_same_file;
-using orktool::leave_frame;
 using orktool::Line;
 using orktool::LineReader;
 using orktool::open_error;
@@ -54,7 +52,7 @@ namespace {
 
 /** Runs what may throw; exhausted memory becomes status 1, for no exception leaves the library. */
 template <typename Body>
-int with_memory_check(const Frame& frame, const char* text, Body body) {
+int with_memory_check(const orktool::Frame& frame, const char* text, Body body) {
   try {
     return frame.leave(body());
   } catch (const std::bad_alloc&) {
@@ -69,7 +67,7 @@ int with_memory_check(const Frame& frame, const char* text, Body body) {
 
 int ZOLP_read_itemrevlist(const char* file, int* count, char*** item_ids, char*** levels,
                           int** counts) {
-  const Frame frame("ZOLP_read_itemrevlist");
+  FRAME(frame, "ZOLP_read_itemrevlist");
   const File list = open_file(file, "r+");
   if (list == nullptr) {
     const Place place = here();
@@ -95,7 +93,7 @@ namespace {
 /** Copies a list by way of `copy(reader, copy_file)`. The exit line of a failed open has its name.
  */
 template <typename Copy>
-int copy_list(const Frame& frame, const char* failed_open, const char* in_file,
+int copy_list(const orktool::Frame& frame, const char* failed_open, const char* in_file,
               const char* out_file, Copy copy) {
   orktool::ListCopy files;
   if (!orktool::open_list_copy(in_file, out_file, files)) {
@@ -113,20 +111,20 @@ int copy_list(const Frame& frame, const char* failed_open, const char* in_file,
 }  // namespace
 
 int ZOLP_clean_list(const char* in_file, const char* out_file) {
-  const Frame frame("ZOLP_clean_list");
+  FRAME(frame, "ZOLP_clean_list");
   return copy_list(frame, "ERROR: ZOLP_clean_list", in_file, out_file,
                    orktool::copy_without_empty_blocks);
 }
 
 int ZOLP_remove_doubles_from_list(const char* in_file, const char* out_file) {
-  const Frame frame("ZOLP_remove_doubles_from_list");
+  FRAME(frame, "ZOLP_remove_doubles_from_list");
   // The name under which callers' scripts look for a list that cannot be opened.
   return copy_list(frame, "ERROR: ZOLP_read_itemrevlist", in_file, out_file,
                    orktool::copy_first_of_each_item);
 }
 
 int ZOLP_scan_usage(const char* in_file, const char* out_file, int n_patterns, char** patterns) {
-  const Frame frame("ZOLP_scan_usage");
+  FRAME(frame, "ZOLP_scan_usage");
   const auto copy_used_lines = [&](LineReader& reader, const File& copy) {
     orktool::copy_used_lines(reader, copy, n_patterns, patterns);
   };
@@ -154,7 +152,7 @@ bool split_cell(const Field& cell, std::string_view separator, char* id, char* r
 
 int read_item_basic_data(const char* line, const char* separator, char* item_id, char* item_rev,
                          char* new_item_id, char* new_item_rev) {
-  const Frame frame("read_item_basic_data");
+  FRAME(frame, "read_item_basic_data");
   const std::string_view text(text_or_empty(line));
   const std::string_view separator_text(text_or_empty(separator));
   int status = 0;
@@ -180,7 +178,7 @@ int read_item_basic_data(const char* line, const char* separator, char* item_id,
 
 int read_dataset_basic_data(const char* line, const char* dataset_type, int /*ignored*/,
                             assy_entry* current) {
-  const Frame frame("read_dataset_basic_data");
+  FRAME(frame, "read_dataset_basic_data");
   const std::string_view text(text_or_empty(line));
   assy_entry* entry = current != nullptr ? orktool::new_entry(text) : nullptr;
   ZOLP_TRACE("nach malloc in %s\n", dataset_type);
@@ -212,7 +210,7 @@ int read_dataset_basic_data(const char* line, const char* dataset_type, int /*ig
 }
 
 int ZOLP_read_assylist(const char* file, assy_entry** entry) {
-  const Frame frame("ZOLP_read_assylist");
+  FRAME(frame, "ZOLP_read_assylist");
   GUARDED("PREF_initialize()", PREF_initialize());
   HostPtr<char> separator_value;
   GUARDED("PREF_get_char_value(\"FLColumnCatIVFSeparatorPref\", 0, &separator)",
@@ -239,14 +237,14 @@ namespace {
 
 /** Formats the header line and takes the columns' positions from it. */
 int get_format_positions() {
-  const Frame frame("get_format_positions");
+  FRAME(frame, "get_format_positions");
   orktool::fix_column_positions();
   return frame.leave(0);
 }
 
 /** Replaces the first occurrence of a text in a line; 1 when the result would not fit. */
 int replace_string(Line& line, std::string_view search, std::string_view replacement) {
-  const Frame frame("replace_string");
+  FRAME(frame, "replace_string");
   switch (orktool::replace_first(line, search, replacement)) {
     case Replaced::nothing:
       break;
@@ -306,9 +304,9 @@ void default_container(Field& container, std::string_view insert_preference, con
   }
 }
 
-int write_clone_log_header(const Frame& frame, const TopAssembly& top, const char* container,
-                           const char* template_path, const char* release_list_file,
-                           const char* out_file) {
+int write_clone_log_header(const orktool::Frame& frame, const TopAssembly& top,
+                           const char* container, const char* template_path,
+                           const char* release_list_file, const char* out_file) {
   File clone_log;
   // Opening the clone log empties it: it must not be one of the files that it is made from.
   if (!is_same_file(text_or_empty(out_file), text_or_empty(template_path)) &&
@@ -357,7 +355,7 @@ int write_clone_log_header(const Frame& frame, const TopAssembly& top, const cha
 
 int ZOLP_create_clonelogheader(const char* release_list_file, const char* out_file,
                                const char* header_pref) {
-  const Frame frame("ZOLP_create_clonelogheader");
+  FRAME(frame, "ZOLP_create_clonelogheader");
   HostPtr<char> separator;
   HostPtr<char> insert_preference;
   HostPtr<char> template_path;
@@ -410,7 +408,7 @@ int write_info_line(const char* prefix, const char* id, FILE_handle log) {
 
 int ZOLP_write_info_about_relation(tag item_rev, const char* relation_type_name, const char* prefix,
                                    FILE_handle* log) {
-  const Frame frame("ZOLP_write_info_about_relation");
+  FRAME(frame, "ZOLP_write_info_about_relation");
   int status = ORK_ok;
   tag relation_type = NULLTAG;
   int count = 0;
@@ -490,7 +488,7 @@ int write_batch(const BatchSettings& settings, const assy_entry& top, const File
 }  // namespace
 
 int ZOLP_write_startbat(const char* batch_file, assy_entry* top) {
-  const Frame frame("ZOLP_write_startbat");
+  FRAME(frame, "ZOLP_write_startbat");
   BatchSettings settings;
   GUARDED("PREF_get_char_value(\"ZOLP_qnversion\", 0, &version)",
           PREF_get_char_value("ZOLP_qnversion", 0, out(settings.version)));
@@ -560,7 +558,7 @@ int write_entry_line(const Line& line, std::FILE* entries) {
 }
 
 /** Writes an entry from the template that a preference names. */
-int write_entry(const Frame& frame, std::FILE** entries, const char* template_preference,
+int write_entry(const orktool::Frame& frame, std::FILE** entries, const char* template_preference,
                 const EntryTexts& texts, std::initializer_list<Replacement> replacements) {
   if (entries == nullptr || *entries == nullptr) {
     const Place place = here();
@@ -595,7 +593,7 @@ int write_entry(const Frame& frame, std::FILE** entries, const char* template_pr
 
 int ZOLP_write_item(FILE** out, const char* item_id, const char* item_rev,
                     const char* template_pref) {
-  const Frame frame("ZOLP_write_item");
+  FRAME(frame, "ZOLP_write_item");
   return write_entry(frame, out, template_pref, item_texts,
                      {{"%%ITEM_ID%%", item_id}, {"%%ITEM_REV%%", item_rev}});
 }
@@ -603,7 +601,7 @@ int ZOLP_write_item(FILE** out, const char* item_id, const char* item_rev,
 int ZOLP_write_replace_and_cloneitem(FILE** out, const char* item_id, const char* item_rev,
                                      const char* new_item_id, const char* new_item_rev,
                                      const char* new_name, const char* template_pref) {
-  const Frame frame("ZOLP_write_replace_and_cloneitem");
+  FRAME(frame, "ZOLP_write_replace_and_cloneitem");
   return write_entry(frame, out, template_pref, item_texts,
                      {{"%%ITEM_ID%%", item_id},
                       {"%%ITEM_REV%%", item_rev},
@@ -614,7 +612,7 @@ int ZOLP_write_replace_and_cloneitem(FILE** out, const char* item_id, const char
 
 int ZOLP_write_retaindataset(FILE** out, const char* item_id, const char* item_rev,
                              const char* relation_name, const char* part_name) {
-  const Frame frame("ZOLP_write_retaindataset");
+  FRAME(frame, "ZOLP_write_retaindataset");
   return write_entry(frame, out, "VPD_retain_datasettemplate", item_texts,
                      {{"%%ITEM_ID%%", item_id},
                       {"%%QNPARTNAME%%", part_name},
@@ -625,7 +623,7 @@ int ZOLP_write_retaindataset(FILE** out, const char* item_id, const char* item_r
 int ZOLP_write_clonedataset(FILE** out, const char* item_id, const char* item_rev,
                             const char* dataset_name, const char* relation, const char* new_item_id,
                             const char* new_item_rev, const char* new_name) {
-  const Frame frame("ZOLP_write_clonedataset");
+  FRAME(frame, "ZOLP_write_clonedataset");
   return write_entry(frame, out, "VPD_clone_datasettemplate", clone_dataset_texts,
                      {{"%%ITEM_ID%%", item_id},
                       {"%%ITEM_REV%%", item_rev},
@@ -689,19 +687,19 @@ struct OpenCalls {
 
 /** Begins a record's call: its frame and its own entry. */
 int begin_record(std::FILE* out, const assy_entry& entry) {
-  const Frame frame(walk_name);
+  ENTER_FRAME(walk_name);
   return write_record(out, entry);
 }
 
 /** Ends the calls of a level. Each one ends after that of its next sibling; a failure ends all. */
 void end_calls(const OpenCalls& calls, int status) {
-  leave_frame(walk_name);
+  LEAVE_FRAME(walk_name);
   for (const assy_entry* entry = calls.first; entry != calls.last; entry = entry->next) {
     if (status != 0) {
       const Place place = here();
       ZOLP_ERROR(walk_error, place.file, place.line);
     }
-    leave_frame(walk_name);
+    LEAVE_FRAME(walk_name);
   }
 }
 
@@ -760,7 +758,7 @@ int walk_tree(std::FILE* out, const assy_entry& root) {
 
 int ZOLP_write_assylist(FILE* out, assy_entry* entry) {
   if (entry == nullptr) {
-    const Frame frame(walk_name);
+    FRAME(frame, walk_name);
     return frame.leave(0);
   }
   return walk_tree(out, *entry);

@@ -10,6 +10,7 @@
 #include "ork/flow.h"
 #include "ork/org.h"
 #include "ork/signoff.h"
+#include "ork/store.h"
 #include "ork/wso.h"
 #include "zolp_orktool.h"
 
@@ -296,7 +297,7 @@ tag current_task(tag job) {
 }
 
 Json job_summary(tag job) {
-  std::array<char, FLOW_name_size + 1> level{};
+  std::array<char, STORE_max_string_length + 1> level{};  // shown in other words, maybe
   require(ZOLP_ask_current_release_level_name(job, level.data()), "the release level");
   return {{"number", "#" + std::to_string(job)},
           {"name", display_value(job, "object_name")},

@@ -3,16 +3,26 @@
  *
  * The login comes from the command line. Without the three options the site's user for automatic
  * login is taken. On the embedded host, ORK_HOST_DB names the site's file.
+ *
+ * The program's own functions stand in the trace beside those of the library, and in the recording
+ * that ZOLP_TRACE_RECORD=FILE makes.
  */
 #include <stdio.h>
 
+#include "zolp_call_frame.h"
 #include "zolp_orktool.h"
 
 /* Reads the preference and prints it. Returns the program's exit code. */
 static int print_preference(const char* name) {
   char* value = NULL;
-  int status = ZOLP_GetPreferenceValue(name, &value, NULL, PREF_SCOPE_SITE);
+  int count = 0;
+  int status = ORK_ok;
   int exit_code = 1;
+  ZOLP_ENTER("print_preference");
+  ZOLP_TRACED(status, PREF_get_value_count(name, &count));
+  if (status == ORK_ok) {
+    status = ZOLP_GetPreferenceValue(name, &value, NULL, PREF_SCOPE_SITE);
+  }
   if (status != ORK_ok) {
     ZOLP_ReportLastOrkError(status);
   } else if (value == NULL) {
@@ -22,7 +32,7 @@ static int print_preference(const char* name) {
     exit_code = 0;
   }
   MEM_free(value);
-  return exit_code;
+  return ZOLP_LEAVE(exit_code);
 }
 
 int main(int argc, char** argv) {

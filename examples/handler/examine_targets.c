@@ -15,6 +15,7 @@
 #include "ork/flow.h"
 #include "ork/mem.h"
 #include "ork/wso.h"
+#include "zolp_call_frame.h"
 #include "zolp_orktool.h"
 
 enum { argument_size = 256, text_size = 512 };
@@ -54,19 +55,17 @@ static int list_statuses(tag object, int* count, char* text) {
 static int write_report(const char* path, tag revision, const char* statuses) {
   char* id = NULL;
   FILE* report = NULL;
-  const int status = WSO_get_object_id_string(revision, &id);
-  if (status != ORK_ok) {
-    return status;
-  }
+  ZOLP_ENTER("write_report");
+  ZOLP_GUARDED(WSO_get_object_id_string(revision, &id));
   report = fopen(path, "w");
   if (report == NULL) {
     MEM_free(id);
-    return ORK_invalid_argument;
+    return ZOLP_LEAVE(ORK_invalid_argument);
   }
   fprintf(report, "Examination of %s\n\nRelease statuses: %s\n", id,
           statuses[0] != '\0' ? statuses : "none");
   MEM_free(id);
-  return fclose(report) == 0 ? ORK_ok : ORK_invalid_argument;
+  return ZOLP_LEAVE(fclose(report) == 0 ? ORK_ok : ORK_invalid_argument);
 }
 
 /* Examines one target; takes back *all_released when it has no release status. */
@@ -102,9 +101,11 @@ static int examine_targets(const FLOW_action_message_s* message) {
   tag* targets = NULL;
   logical all_released = 1;
   int i = 0;
-  int status = ZOLP_getRHTargetObjects(message, &job, &count, &targets);
+  int status = ORK_ok;
+  ZOLP_ENTER("examine_targets");
+  status = ZOLP_getRHTargetObjects(message, &job, &count, &targets);
   if (status != ORK_ok) {
-    return status;
+    return ZOLP_LEAVE(status);
   }
   read_argument(message->arguments, "condition", condition);
   read_argument(message->arguments, "report", report);
@@ -116,7 +117,7 @@ static int examine_targets(const FLOW_action_message_s* message) {
     status = ZOLP_set_named_condition_task_result(
         job, condition, all_released ? FLOW_condition_true : FLOW_condition_false);
   }
-  return status;
+  return ZOLP_LEAVE(status);
 }
 
 /* Called by the host when it loads this library. */

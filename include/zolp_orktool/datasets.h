@@ -23,7 +23,8 @@ extern "C" {
 /**
  * Makes a dataset with its type's default tool, saved and unlocked and related to nothing. A type
  * that the platform does not know makes none and is no failure: clear `dataset_tag` before the call
- * and test it afterwards. A failure after the dataset was made leaves it in the database.
+ * and test it afterwards. A failure after the dataset was made leaves it as far as it got, saved or
+ * not, and locked.
  * @param[in] datasettype name of the dataset type.
  * @param[in] dataset_name name of the dataset.
  * @param[in] reference_name a named reference that the type must define; only checked.
@@ -45,7 +46,9 @@ ZOLP_API int ZOLP_createDataset(const char* datasettype, const char* dataset_nam
  * Attaches a file to a dataset, in place of what the reference refers to, if anything, and as a
  * part of the dataset otherwise. Leaves the dataset saved, unlocked and unloaded; a failure leaves
  * it as far as it got, and locked unless it only could not be unloaded.
- * @param[in] dataset the dataset; the function locks it.
+ * @param[in] dataset the dataset; the function locks it. One that cannot be locked is not refused
+ * at once: the function goes on and ends with the status of the first change that the platform
+ *   refuses, and the trace has the reason.
  * @param[in] file_tag the file.
  * @param[in] reference name of the reference.
  * @return 0 or the status of the platform call that failed.

@@ -44,17 +44,23 @@ ZOLP_API int ZOLP_ApplyRegExpFilter(tag object, const char* name_filter, const c
                                     bool* match);
 
 /**
- * Filters an object by regular expressions: POSIX extended ones in the dialect of the C library,
- * with case, matching anywhere in the value. Patterns are compiled once for the life of the
- * process.
+ * Filters an object by regular expressions: POSIX extended ones in the dialect and the locale of
+ * the C library, with case, matching anywhere in the value. Patterns are compiled once for the life
+ * of the process, and anew when it has changed its locale. Lists of thousands of ids as
+ * alternatives, such as "^(4711|4712)$", are looked up fast.
  *
  * A pattern that does not compile lets no object pass. Neither does one that would take too much
- * memory or time. Its limits, with repetitions written out ("a{3}" as "aaa", "a+" as "aa*"), are
- * 250 groups in one another, 100,000 characters, and 1,000 groups, alternatives, repetitions of a
- * variable number and anchors, each of which counts three times. Of these, 16 may follow each other
- * without a character between, if there are anchors or unlimited repetitions of what can be empty,
- * as in "(a*)*". Beside back-references, of which there may be 3, one alternative or repetition of
- * a variable number is allowed.
+ * memory or time; a warning in the trace says so when it is first met. These are such patterns,
+ * with repetitions written out ("a{3}" as "aaa", "a+" as "aa*"):
+ * - more than 250 groups in one another, or 100,000 characters;
+ * - some 1,000 parts in a row that can all be passed without a character, such as "a?b?c?";
+ * - 64 groups, alternatives and repetitions in such a row beside "^" at the beginning or "$" at the
+ *   end, 16 beside other anchors or an unlimited repetition of what can be empty, as in "(a*)*"; an
+ *   anchor counts three times in the row;
+ * - a back-reference in an unlimited repetition of what can be empty;
+ * - with back-references, values that are too long to try all ways to split them: with one group of
+ *   a variable length that is referred to, 211 bytes; with two 54, with three 24, and less beside
+ *   repetitions of what can be empty. Shorter values are tried.
  * @param[in] object the object; it has the properties "object_name" and "object_type".
  * @param[in] name_filter pattern for the name. Without escaping it is not used: then a name filter
  *   lets no object pass.

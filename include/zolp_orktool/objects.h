@@ -43,7 +43,7 @@ ZOLP_API int ZOLP_verify_state_and_lock_of_object(tag object);
  * Asks whether an object carries a release status.
  * @param[in] object the object.
  * @param[out] has_status 1 if so, otherwise 0; untouched on failure.
- * @return 0 or the platform's status.
+ * @return 0, the platform's status, or 1 when memory is exhausted.
  */
 ZOLP_API int ZOLP_checkObjectStatus(tag object, logical* has_status);
 
@@ -70,8 +70,9 @@ ZOLP_API int ZOLP_ask_ownership_names(tag object, char* user_id, char* group_nam
  * @param[in] obj the object.
  * @param[in] relation_name name of the relation type; null or "" takes all.
  * @param[out] count number of objects.
- * @param[out] list the objects, freed by the caller with `MEM_free`; null for none. Both are
- *   untouched when the relation type is not known or cannot be looked up: set them before.
+ * @param[out] list the objects, freed by the caller with `MEM_free`; null for none, and after a
+ *   failure of listing them. Both are untouched when the relation type is not known, which is no
+ *   failure, or cannot be looked up: set them before.
  * @param[in] reverse 0 for the objects attached to it, 1 for those that it is attached to.
  * @return 0, the platform's status, or 1 when memory is exhausted.
  */

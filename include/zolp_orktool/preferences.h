@@ -89,7 +89,7 @@ ZOLP_API int ZOLP_get_string_pref(int option, const char* name, char** value,
 ZOLP_API logical ZOLP_check_preference(int option, const char* name, const char* value);
 
 /**
- * Asks whether a preference switches a module off.
+ * Asks whether a preference switches a module off. Keeps one small block of memory for each call.
  * @param[in] name the preference.
  * @return 1 when its first value is missing, empty, "FALSE", "NO" or "NEIN" (in exactly this
  *   spelling); otherwise 0.

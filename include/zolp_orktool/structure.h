@@ -102,8 +102,8 @@ ZOLP_API int ZOLP_get_bomline_item_and_rev(tag line, char** item_id, char** rev_
  *   children that passes over this line only, and the numbers run on from pass to pass: with
  *   several of them, the last pass counts.
  * @param[in] not_desired_count their number.
- * @return 0, also when children cannot be read (they show in the trace as failures); 1 when memory
- *   is exhausted.
+ * @return 0, also when children cannot be read, or numbers cannot be read or set: such failures
+ * show in the trace and on the platform's error stack alone. 1 when memory is exhausted.
  */
 ZOLP_API int ZOLP_resequence_bom(tag line, int* current_seq, int* increment, logical recursive,
                                  int max_depth, int* depth, tag* not_desired,
@@ -133,8 +133,9 @@ ZOLP_API int ZOLP_get_max_depth_of_ps(tag line, int level, int* max_depth);
  * @param[in,out] counter counts the descents, up from what the caller sets; may be null where
  *   `limit` is 0. The same holds for the other walks.
  * @param[in,out] size the number of lines is added to it.
- * @return 0, or the platform's status when the children of this very line cannot be read; failures
- *   are printed to standard output too.
+ * @return 0, or the platform's status when the children of this very line cannot be read. Where
+ *   those of a line further down cannot be read, its later siblings are not counted either, and the
+ *   status is 0 all the same. Failures are printed to standard output too.
  */
 ZOLP_API int ZOLP_getSizeOfPS(tag line, int limit, int* counter, int* size);
 

@@ -129,7 +129,8 @@ ZOLP_API int ZOLP_addElement(tag element, int* count, tag** array);
 ZOLP_API int ZOLP_removeElement(tag element, int* count, tag** array);
 
 /**
- * Removes the tags of objects that do not exist any more. Needs a session.
+ * Removes the tags of objects that do not exist any more, and those that the platform cannot be
+ * asked about. Needs a session.
  * @param[in,out] count, array the array; it may move. When nothing is left it is freed and null.
  * @return always 0.
  */

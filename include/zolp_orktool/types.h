@@ -108,7 +108,8 @@ ZOLP_API int ZOLP_isObjectOfType(tag tObj, const char* szWantedType, logical* p_
 ZOLP_API int ZOLP_Test_STORE_instance_isNew(tag tObj, logical* isNew);
 
 /**
- * Asks whether an object may be changed by the session's user and is not checked out.
+ * Asks whether an object may be changed by the session's user and is not checked out. Where the
+ * platform cannot tell whether it is checked out, it counts as not checked out.
  * @param[in] tagRes the object.
  * @return 1 if so; otherwise 0, with an error line that has the reason: 919340 checked out, 919341
  * no "WRITE" privilege, 919342 refused by the platform, or the platform's status.

@@ -122,8 +122,10 @@ ZOLP_API int ZOLP_set_named_condition_task_result(tag job, const char* task_name
  * that is pending.
  * @param[in] job the job.
  * @param[out] release_level the review task, or 0 when there is none.
- * @param[out] release_level_name caller's buffer of #FLOW_name_size + 1 bytes for its name, cut to
- *   that; "" when there is none.
+ * @param[out] release_level_name caller's buffer for its name as users see it; "" when there is
+ * none. The name is copied whole, so the buffer must hold the longest one that the platform shows.
+ * Names are stored with at most #FLOW_name_size bytes, but may be shown in other words: one of
+ * `STORE_max_string_length` + 1 (4001) bytes is room enough.
  * @return 0, also when there is none, or the platform's status.
  */
 ZOLP_API int ZOLP_ask_current_release_level(tag job, tag* release_level, char* release_level_name);
@@ -177,7 +179,8 @@ ZOLP_API int ZOLP_ask_reviewers_resourcepools(tag job, const char* release_level
  * @param[out] signoff_date the date; the null date when there is none.
  * @param[out] user the user; 0 when the owner's id belongs to nobody, or when a failure came before
  *   the user was known.
- * @return 0 or the platform's status.
+ * @return 0 or the platform's status. After an approving decision also 0 when a later read of this
+ *   signoff has failed, which shows in the trace alone.
  */
 ZOLP_API int ZOLP_getJobInfo(const FLOW_action_message_s* msg, char* user_name,
                              date_s* signoff_date, tag* user);
@@ -189,8 +192,8 @@ ZOLP_API int ZOLP_getJobInfo(const FLOW_action_message_s* msg, char* user_name,
  * @param[in] msg the handler's message; its task counts.
  * @param[out] job the job.
  * @param[out] target_count number of targets.
- * @param[out] targets the targets, freed by the caller with `MEM_free` on success, and not to be
- *   used after a failure.
+ * @param[out] targets the targets, freed by the caller with `MEM_free`; after a failure null, with
+ *   the number 0.
  * @return 0, 33030 (#FLOW_target_object_not_attached) when there are no targets, or the platform's
  *   status.
  */
@@ -207,7 +210,8 @@ ZOLP_API int ZOLP_deleteJob(tag job);
 /**
  * Writes a line for each dataset that is attached to a target of a job, for targets that are item
  * revisions: the target's id, the dataset's type and its name, each padded to 25 columns. It does
- * not tell whether one of them is a drawing: the reader does.
+ * not tell whether one of them is a drawing: the reader does. An attachment whose class cannot be
+ * read is passed over.
  * @param[in] job the job.
  * @param[in] report address of the open stream that the lines go to.
  * @return 0 or the platform's status; a failing test of a target's class is also printed to

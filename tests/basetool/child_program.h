@@ -10,12 +10,13 @@
 
 namespace test {
 
-/** A running trace_program; its standard error goes to the folder's file "stderr". */
-class ChildProgram : public Process {
+/** A running program; its standard error goes to the folder's file "stderr". */
+class ProgramRun : public Process {
  public:
-  ChildProgram(const TemporaryFolder& folder, std::vector<std::string> environment,
-               std::vector<std::string> commands, const std::string& standard_error = "stderr")
-      : Process({with_program(std::move(commands)), std::move(environment), "",
+  ProgramRun(const std::string& program, const TemporaryFolder& folder,
+             std::vector<std::string> environment, std::vector<std::string> commands,
+             const std::string& standard_error = "stderr")
+      : Process({with_program(program, std::move(commands)), std::move(environment), "",
                  folder.path(standard_error)}) {}
 
   /** Waits until it has come to its next "meet". */
@@ -29,11 +30,27 @@ class ChildProgram : public Process {
   }
 
  private:
-  static std::vector<std::string> with_program(std::vector<std::string> commands) {
-    commands.insert(commands.begin(), TRACE_PROGRAM);
+  static std::vector<std::string> with_program(const std::string& program,
+                                               std::vector<std::string> commands) {
+    commands.insert(commands.begin(), program);
     return commands;
   }
 };
+
+/** A running trace_program. */
+class ChildProgram : public ProgramRun {
+ public:
+  ChildProgram(const TemporaryFolder& folder, std::vector<std::string> environment,
+               std::vector<std::string> commands, const std::string& standard_error = "stderr")
+      : ProgramRun(TRACE_PROGRAM, folder, std::move(environment), std::move(commands),
+                   standard_error) {}
+};
+
+/** Runs a program to its end. @return as `ProgramRun::wait`. */
+inline int run_program_at(const std::string& program, const TemporaryFolder& folder,
+                          std::vector<std::string> environment, std::vector<std::string> commands) {
+  return ProgramRun(program, folder, std::move(environment), std::move(commands)).wait();
+}
 
 /** Runs trace_program to its end. @return as `ChildProgram::wait`. */
 inline int run_program(const TemporaryFolder& folder, std::vector<std::string> environment,

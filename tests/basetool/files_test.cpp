@@ -55,7 +55,7 @@ TEST_F(Prefix, StandsBeforeTheIndentation) {
     EXPECT_EQ(line.find_first_of("EW"), line.empty() ? std::string::npos : 13U) << line;
   }
   run_program(folder, {"ZOLP_TRACE_PREFIX=Level, colour"}, {"text", "d\n"}, "wrong");
-  EXPECT_THAT(folder.read("wrong"), MatchesRegex(".*ZOLP_TRACE_PREFIX=Level, colour.*\nE d\n"));
+  EXPECT_THAT(folder.read("wrong"), MatchesRegex(".*ZOLP_TRACE_PREFIX=Level, colour.*\nd\n"));
 }
 
 TEST_F(File, IsAppendedToAndTrimmed) {

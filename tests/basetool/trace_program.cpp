@@ -17,7 +17,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
+#include <string_view>
 
 #include "support/shared_memory.h"
 #include "zolp_basetool.h"
@@ -31,6 +34,21 @@ void meet() {
   while (std::getchar() != '\n') {
   }
 }
+
+bool has_main_returned = false;
+
+/** Traces when `main` has returned, before the trace library itself tidies up. */
+struct AfterMain {
+  ~AfterMain() {
+    if (is_wanted) {
+      ZOLP_ERROR("after main\n");
+    }
+  }
+  bool is_wanted = false;
+} after_main;
+struct MainEnd {
+  ~MainEnd() { has_main_returned = true; }
+};
 
 /** One text of each level. */
 void levels() {
@@ -61,6 +79,8 @@ void count_lines(const char* counter_file) {
 }
 
 #if !defined(_WIN32)
+
+const char* planted_target = nullptr;
 
 void fork_child() {
   ZOLP_ERROR("begun by the parent, ");
@@ -107,6 +127,28 @@ void exhaust_memory() {
   ZOLP_ERROR("%s\n%s", text.c_str(), "last\n");
 }
 
+void* volatile taken_memory = nullptr;
+
+/** Writes a text with line feeds that the buffer cannot hold, when there is no memory at all. */
+void exhaust_heap() {
+  std::string text(9000, 'x');
+  text += "\n";
+  ZOLP_ERROR("%s", "before\n");
+  rlimit limit{1, 1};
+  setrlimit(RLIMIT_AS, &limit);
+  for (size_t size = 1 << 20; size > 8; size /= 2) {
+    do {
+      taken_memory = std::malloc(size);
+    } while (taken_memory != nullptr);
+  }
+  ZOLP_ERROR("%s", text.c_str());
+  ZOLP_ERROR("next %d\n", 1);
+  ZOLP_CRERROR("memory");
+  ZOLP_ERROR("%s", std::string_view("\nseveral\nlines").data());
+  ZOLP_ERROR("\n");
+  _exit(0);
+}
+
 bool is_late = false;
 
 void trace_late(int, void*) {
@@ -133,6 +175,10 @@ bool carry_out_on_posix(const std::string& command, char**& argument) {
     return truncate(*++argument, 0) == 0;
   } else if (command == "take-descriptors") {
     take_descriptors(*++argument);
+  } else if (command == "plant-link") {
+    planted_target = *++argument;
+  } else if (command == "exhaust-heap") {
+    exhaust_heap();
   } else if (command == "exhaust-memory") {
     exhaust_memory();
   } else if (command == "late") {
@@ -145,7 +191,7 @@ bool carry_out_on_posix(const std::string& command, char**& argument) {
 
 #else
 
-bool carry_out_on_posix(const std::string&, char**&) {
+bool carry_out_on_posix(const std::string& /*command*/, char**& /*argument*/) {
   return false;
 }
 
@@ -153,7 +199,20 @@ bool carry_out_on_posix(const std::string&, char**&) {
 
 }  // namespace
 
+#if !defined(_WIN32)
+/** Somebody who puts a link in the place of a file as soon as it is renamed. */
+extern "C" [[gnu::visibility("default")]] int rename(const char* path,
+                                                     const char* new_path) noexcept {
+  const int result = renameat(AT_FDCWD, path, AT_FDCWD, new_path);
+  if (result == 0 && planted_target != nullptr) {
+    static_cast<void>(symlink(planted_target, path) == 0);
+  }
+  return result;
+}
+#endif
+
 int main(int, char** argument) {
+  MainEnd end;
   while (*++argument != nullptr) {
     const std::string command = *argument;
     if (command == "levels") {
@@ -165,10 +224,24 @@ int main(int, char** argument) {
       ZOLP_ERROR("%s", *++argument);
     } else if (command == "long") {
       ZOLP_ERROR("%s|\n", std::string(static_cast<size_t>(std::atoi(*++argument)), 'x').c_str());
+    } else if (command == "append") {
+      std::ofstream(argument[1], std::ios::app) << argument[2];
+      argument += 2;
+    } else if (command == "folder") {
+      std::filesystem::current_path(*++argument);
     } else if (command == "deeper") {
       ZOLP_IncTraceSpaces();
     } else if (command == "capture") {
-      ZOLP_SetTraceWriter([](int, const char* line, size_t, void*) { std::puts(line); }, nullptr);
+      ZOLP_SetTraceWriter(
+          [](int, const char* line, size_t, void*) {
+            if (has_main_returned) {
+              std::_Exit(3);
+            }
+            std::puts(line);
+          },
+          nullptr);
+    } else if (command == "after-main") {
+      after_main.is_wanted = true;
     } else if (command == "release") {
       ZOLP_SetTraceWriter(nullptr, nullptr);
     } else if (command == "errno") {

@@ -1,15 +1,5 @@
-#include "ork/access.h"
-
 #include "objects_site.h"
 #include "ork/item.h"
-
-using test::ask;
-using test::last_error;
-using test::ObjectsSite;
-using test::refusal;
-using test::user_named;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
@@ -149,6 +139,13 @@ TEST_F(AccessTest, BypassIsForTheSessionsUserAlone) {
   EXPECT_EQ(OBJ_lock(item), ORK_ok);
   ASSERT_EQ(ORK_set_bypass(0), ORK_ok);
   EXPECT_EQ(OBJ_save(item), ACCESS_denied) << "also for what was locked with it";
+  ASSERT_EQ(ORK_set_bypass(1) | ORK_exit_module(0), ORK_ok);
+  log_in();
+  EXPECT_FALSE(ask(ORK_get_bypass)) << "bypass belongs to a session";
+  ORK_exit_module(0);
+  log_in_as_designer();
+  EXPECT_EQ(ORK_set_bypass(1), ORK_bypass_not_allowed);
+  EXPECT_EQ(ORK_set_bypass(0), ORK_ok);
 }
 
 TEST_F(AccessTest, AccessorsCountTogetherAndInPlaceOfTheSession) {

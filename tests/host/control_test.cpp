@@ -1,16 +1,7 @@
-#include <algorithm>
 #include <chrono>
 
 #include "demo_site.h"
-#include "ork/org.h"
-#include "ork/pref.h"
-#include "ork/store.h"
-#include "tests/support/temporary_folder.h"
 
-using test::DemoSite;
-using test::last_error;
-using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::Pair;
 
 namespace {
@@ -56,6 +47,7 @@ TEST_F(DemoSite, TheNthCallOfAllOperationsCountsWhatTheJournalRecords) {
   EXPECT_EQ(ERR_clear_errors(), ORK_ok);
   EXPECT_EQ(PREF_initialize(), ORK_ok);
   EXPECT_EQ(ORK_set_bypass(1), 4711);
+  EXPECT_FALSE(ask(ORK_get_bypass)) << "a call that fails does nothing";
   EXPECT_EQ(ORK_set_bypass(1), ORK_ok);
 
   ork_host_fail_call("ERR_get_errors", 1, 5);
@@ -64,6 +56,18 @@ TEST_F(DemoSite, TheNthCallOfAllOperationsCountsWhatTheJournalRecords) {
   const char** texts = nullptr;
   EXPECT_EQ(ERR_get_errors(&count, &numbers, &numbers, &texts), 5);
   EXPECT_EQ(count, 0);
+
+  ork_host_start_journal();
+  ork_host_fail_call("PREF_initialize", 2, 7);
+  ork_host_fail_call("PREF_initialize", 3, ORK_internal_error);
+  for (int i = 0; i < 4; ++i) {
+    PREF_initialize();
+  }
+  const auto called = [](int status) { return testing::Pair("PREF_initialize", status); };
+  EXPECT_THAT(journal(),
+              ElementsAre(called(ORK_ok), called(7), called(ORK_internal_error), called(ORK_ok)));
+  EXPECT_THAT(error_codes(), testing::IsSupersetOf({7, int{ORK_internal_error}}));
+  ork_host_stop_journal();
 
   ork_host_fail_call("ORG_init_module", 1, 1);
   ork_host_clear_faults();

@@ -2,45 +2,11 @@
  */
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "objects_site.h"
-#include "ork/access.h"
-#include "ork/dset.h"
-#include "ork/file.h"
-#include "ork/form.h"
-#include "ork/wso.h"
-#include "tests/support/temporary_folder.h"
 
 namespace test {
 
-inline constexpr const char* data_seed = R"({
-  "tools": [{"name": "Modeller", "output_formats": ["PRT", "BINARY"]}, {"name": "Viewer"}],
-  "dataset_types": [
-    {"name": "Model", "tool": "Modeller", "references": [
-      {"name": "Part", "files": [{"template": "*.prt", "format": "PRT"},
-                                 {"template": "*.bin", "format": "BINARY"}]},
-      {"name": "Release"}]},
-    {"name": "Assembly", "parent": "Model"},
-    {"name": "Loose", "parent": "Dataset", "tool": "Viewer"}],
-  "form_types": [
-    {"name": "Mass", "fields": [
-      {"name": "material", "kind": "text", "length": 8}, {"name": "pieces", "kind": "integer"},
-      {"name": "weight", "kind": "real"}, {"name": "bought", "kind": "logical"},
-      {"name": "weighed", "kind": "date"}, {"name": "weigher", "kind": "reference"}]},
-    {"name": "ExactMass", "parent": "Mass", "fields": [{"name": "error", "kind": "real"}]}],
-  "items": [
-    {"id": "000100", "name": "Bracket",
-     "master_form": {"type": "Mass", "values": {"material": "steel", "weight": "1.25"}},
-     "revisions": [
-      {"id": "A", "datasets": [
-        {"name": "model", "type": "Assembly",
-         "files": [{"reference": "Part", "path": "a.prt"},
-                   {"reference": "Part", "path": "a.prt", "name": "b.prt"}],
-         "forms": [{"reference": "Release", "type": "FreigabeInfo",
-                    "values": {"UGezPerson": "wagner", "UGezDate": "21-Nov-2026"}}]}]}]}]
-})";
+inline const std::string data_seed = file_text("host/seeds/data.json");
 
 class DataSite : public ObjectsSite {
  protected:
@@ -101,3 +67,5 @@ class DataSite : public ObjectsSite {
 };
 
 }  // namespace test
+
+using test::DataSite;

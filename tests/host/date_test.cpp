@@ -1,12 +1,4 @@
-#include "ork/date.h"
-
-#include <array>
-#include <cstdlib>
-
 #include "demo_site.h"
-
-using test::DemoSite;
-using testing::HasSubstr;
 
 namespace {
 

@@ -1,45 +1,32 @@
 /** @file A small site in memory. */
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "ork/ork.h"
-#include "ork_host.h"
-#include "tests/support/asking.h"
+#include "support/prelude.h"
 
 namespace test {
 
-inline constexpr const char* demo_seed = R"({
-  "site": {"password_cost": 1, "name": "Demo", "automatic_login": "build"},
-  "groups": ["design", "dba"],
-  "roles": ["Designer", "Administrator"],
-  "users": [
-    {"id": "wagner", "name": "Petra Wagner", "password": "let me in",
-     "memberships": [{"group": "design", "role": "Designer"}]},
-    {"id": "build", "name": "Nightly build", "password": "at night", "administrator": true,
-     "memberships": [{"group": "dba", "role": "Administrator"},
-                     {"group": "design", "role": "Designer"}],
-     "default_group": "design"}],
-  "preferences": {"Separator": "/", "Mail": true, "Receivers": ["wagner", "build", ""]},
-  "items": [
-    {"id": "000100", "name": "Bracket", "revisions": [
-      {"id": "A", "datasets": [{"name": "notes"}, {"name": "drawing"}]},
-      {"id": "B", "name": "Stiff bracket"}]},
-    {"id": "000200", "name": "Pump", "revisions": [{"id": "A"}]}],
-  "relations": [
-    {"primary": {"item": "000200", "revision": "A"}, "type": "VELO_based_on",
-     "secondary": {"item": "000100", "revision": "A"}},
-    {"primary": {"item": "000200", "revision": "A"}, "type": "VELO_reference",
-     "secondary": {"item": "000100", "revision": "A", "dataset": "drawing"}},
-    {"primary": {"item": "000200", "revision": "A"}, "type": "VELO_reference",
-     "secondary": {"item": "000100"}}]
-})";
+inline const std::string demo_seed_text = file_text("host/seeds/demo.json");
+inline const char* const demo_seed = demo_seed_text.c_str();
 
 inline std::string describe(const char* section) {
   return ask(ork_host_describe, section);
+}
+
+/**
+ * Requires that seeds are refused and change nothing. A table has two lines for each: the seed,
+ * and, indented, what the text of the refusal contains.
+ */
+template <typename Seed>
+void expect_refused(const std::string& table, const Seed& seed) {
+  std::istringstream lines(file_text("host/seeds/" + table));
+  const std::string before = describe(nullptr);
+  int count = 0;
+  for (std::string json, text; std::getline(lines, json) && std::getline(lines, text); ++count) {
+    EXPECT_EQ(seed(json.c_str()), ORK_invalid_argument) << json;
+    EXPECT_THAT(last_error(), testing::HasSubstr(text.substr(text.find_first_not_of(' '))));
+    EXPECT_EQ(describe(nullptr), before) << json;
+  }
+  EXPECT_GT(count, 0) << table;
 }
 
 class DemoSite : public testing::Test {
@@ -74,3 +61,5 @@ class DemoSite : public testing::Test {
 };
 
 }  // namespace test
+
+using test::DemoSite, test::describe, test::expect_refused;

@@ -1,8 +1,4 @@
 #include "demo_site.h"
-#include "ork/pref.h"
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(ErrorStack, KeepsEntriesInOrderWithTheirDetails) {
   ERR_clear_errors();

@@ -1,9 +1,4 @@
-#include "ork/file.h"
-
 #include "demo_site.h"
-#include "tests/support/temporary_folder.h"
-
-using testing::HasSubstr;
 
 TEST(TextFile, IsWrittenAsItStands) {
   const test::TemporaryFolder folder;

@@ -1,16 +1,6 @@
 // Forms, and values of attributes as users write them.
 
-#include "ork/form.h"
-
 #include "data_site.h"
-
-using test::ask;
-using test::DataSite;
-using test::last_error;
-using test::list;
-using test::refusal;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 

@@ -2,18 +2,6 @@
 
 #include "child_process.h"
 #include "objects_site.h"
-#include "tests/support/temporary_folder.h"
-
-using test::ask;
-using test::is_valid;
-using test::last_error;
-using test::list;
-using test::lock_of;
-using test::ObjectsSite;
-using test::refusal;
-using test::take;
-using test::value_of;
-using testing::HasSubstr;
 
 namespace {
 
@@ -51,6 +39,7 @@ TEST_F(ObjectsSite, AnObjectIsLoadedLockedChangedAndSaved) {
 
   EXPECT_EQ(OBJ_set_value_string(item, "object_desc", "new"), STORE_not_locked);
   EXPECT_EQ(OBJ_lock(item), ORK_ok);
+  EXPECT_EQ(OBJ_lock(item), ORK_ok) << "it is held already";
   EXPECT_EQ(lock_of(item), STORE_modify_lock);
   const Holder holder = holder_of(item);
   EXPECT_EQ(holder.user_id, "wagner");
@@ -142,6 +131,15 @@ TEST(LockOfProcess, IsSeenWithItsHolderUntilThatDies) {
   }
   EXPECT_EQ(OBJ_lock(item), ORK_ok) << last_error();
   EXPECT_EQ(holder_of(item).user_id, "build");
+  // A refresh gives up a lock of this process alone.
+  tag other = NULLTAG;
+  ork_host_find_item("000100", "A", &other);
+  test::ChildProcess holder({PARTNER_PROGRAM, "hold", path, std::to_string(other)});
+  ASSERT_EQ(holder.read_line(), "held");
+  EXPECT_EQ(OBJ_refresh(other, 1), STORE_locked_by_other);
+  EXPECT_EQ(OBJ_refresh(other, 0), ORK_ok);
+  EXPECT_EQ(holder_of(other).user_id, "partner");
+  EXPECT_EQ(STORE_refresh_instances(1, &other, NULLTAG, STORE_modify_lock), STORE_locked_by_other);
 
   test::ChildProcess refused({PARTNER_PROGRAM, "hold", path, std::to_string(item)});
   EXPECT_EQ(refused.wait(), 1) << "nor does another process get this one's";

@@ -1,10 +1,6 @@
 #include <cstdint>
-#include <cstring>
 
 #include "demo_site.h"
-#include "ork/store.h"
-
-using test::DemoSite;
 
 TEST(Memory, BlocksAreCountedUntilTheyAreFreed) {
   void* first = MEM_alloc(100);

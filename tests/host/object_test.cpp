@@ -1,16 +1,4 @@
 #include "objects_site.h"
-#include "ork/wso.h"
-
-using test::ask;
-using test::DemoSite;
-using test::last_error;
-using test::list;
-using test::refusal;
-using test::relation_type;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
 
 namespace {
 
@@ -78,6 +66,10 @@ TEST_F(DemoSite, RelationsArePermanentOnceTheyAreSaved) {
   EXPECT_EQ(refused(pump, bracket), REL_not_a_relation_type);
   EXPECT_EQ(refused(4711, reference), STORE_unknown_tag);
   EXPECT_EQ(REL_save_relation(bracket), ORK_invalid_argument);
+  EXPECT_EQ(OBJ_lock(relation) | OBJ_delete(relation), ORK_ok) << last_error();
+  EXPECT_THAT(secondaries(bracket, NULLTAG), IsEmpty());
+  EXPECT_TRUE(is_valid(pump)) << "a relation goes alone";
+  EXPECT_EQ(OBJ_delete(ask(REL_create_relation, bracket, pump, reference, NULLTAG)), ORK_ok);
 }
 
 TEST_F(DemoSite, TheEndOfASessionKeepsOrDropsWhatWasNotSaved) {

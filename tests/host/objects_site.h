@@ -3,40 +3,12 @@
  */
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "demo_site.h"
-#include "ork/obj.h"
-#include "ork/org.h"
-#include "ork/rel.h"
-#include "ork/store.h"
-#include "ork/type.h"
 
 namespace test {
 
-inline constexpr const char* objects_seed = R"({
-  "site": {"id": 100, "name": "Demo"},
-  "sites": [{"id": 200, "name": "Pump works"}],
-  "groups": ["quality"], "roles": ["Checker"],
-  "users": [
-    {"id": "maurer", "name": "Karl Maurer", "password": "open",
-     "memberships": [{"group": "quality", "role": "Checker"}]}],
-  "classes": [{"name": "Machined", "parent": "Item", "attributes": [
-    {"name": "material", "kind": "text", "length": 8},
-    {"name": "weights", "kind": "real", "list": true}]}],
-  "types": [{"name": "Part", "parent": "Item"},
-            {"name": "Turned", "parent": "Part", "class": "Machined"},
-            {"name": "Drawing", "parent": "Dataset"}],
-  "items": [
-    {"id": "000100", "name": "Bracket", "owner": "build", "group": "design", "revisions": [
-      {"id": "A", "statuses": [{"name": "Prototype", "date": "2026-03-31 12:30:59"},
-                               {"name": "Released", "date": "2025-01-02"}, "Archived"]},
-      {"id": "B", "checked_out_by": "maurer", "checked_out_since": "2026-04-01"}]},
-    {"id": "000200", "name": "Pump", "owning_site": 200},
-    {"id": "000300", "name": "50%_Shaft", "type": "Turned", "owner": "wagner"},
-    {"id": "000400", "name": "Plate", "type": "Part", "owner": "maurer", "group": "quality"}]
-})";
+inline const std::string objects_seed_text = file_text("host/seeds/objects.json");
+inline const char* const objects_seed = objects_seed_text.c_str();
 
 class ObjectsSite : public DemoSite {
  protected:
@@ -77,3 +49,6 @@ std::vector<int> fields(const Date& date) {
 }
 
 }  // namespace test
+
+using test::ObjectsSite, test::relation_type, test::type_named, test::user_named, test::lock_of,
+    test::is_valid, test::value_of, test::fields;

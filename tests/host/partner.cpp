@@ -7,6 +7,7 @@
 #include "failure.h"
 #include "ork/file.h"
 #include "ork/obj.h"
+#include "ork/signoff.h"
 #include "ork_host.h"
 #include "store.h"
 
@@ -87,6 +88,21 @@ int abandon(const char* file_path) {
   std::_Exit(0);
 }
 
+/** Approves by signoffs as the user of the automatic login. */
+int approve(const char* path, char** signoffs) {
+  if (ork_host_open(path) != ORK_ok || ORK_auto_login() != ORK_ok) {
+    return 1;
+  }
+  for (; *signoffs != nullptr; ++signoffs) {
+    const auto signoff = static_cast<tag>(std::atoi(*signoffs));
+    if (SIGNOFF_set_signoff_decision(signoff, SIGNOFF_approve, "") != ORK_ok) {
+      return 1;
+    }
+  }
+  say("approved");
+  return 0;
+}
+
 int say_arguments() {
   for (const char* option : {"-u", "-u=", "-p=", "-g", "-g="}) {
     const char* value = ORK_get_cli_argument(option);
@@ -114,6 +130,9 @@ int main(int count, char** arguments) {
     }
     if (command == "abandon") {
       return abandon(arguments[2]);
+    }
+    if (command == "approve") {
+      return approve(arguments[2], arguments + 3);
     }
     if (command == "arguments") {
       return say_arguments();

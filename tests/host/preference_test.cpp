@@ -1,9 +1,4 @@
 #include "demo_site.h"
-#include "ork/pref.h"
-
-using test::ask;
-using test::DemoSite;
-using test::refusal;
 
 namespace {
 

@@ -1,21 +1,7 @@
-#include <stdlib.h>
-
-#include <set>
-
 #include "child_process.h"
 #include "objects_site.h"
-#include "ork/dset.h"
-#include "tests/support/temporary_folder.h"
 
-using test::ask;
-using test::DemoSite;
 using test::error_texts;
-using test::last_error;
-using test::take;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
 
 TEST_F(DemoSite, LoginTellsWhatIsWrongByCodeAndText) {
   const std::tuple<const char*, const char*, const char*, int, const char*> cases[] = {
@@ -71,21 +57,6 @@ TEST_F(DemoSite, SessionKnowsItsUserGroupAndRole) {
   ORK_exit_module(1);
   log_in_as_designer();
   expect_session("Petra Wagner", "wagner", "design", "Designer", false);
-}
-
-TEST_F(DemoSite, OnlyAdministratorsBypassAccessChecks) {
-  log_in_as_designer();
-  EXPECT_EQ(ORK_set_bypass(1), ORK_bypass_not_allowed);
-  EXPECT_EQ(ORK_set_bypass(0), ORK_ok);
-  EXPECT_FALSE(ask(ORK_get_bypass));
-  ORK_exit_module(1);
-
-  log_in();
-  EXPECT_EQ(ORK_set_bypass(1), ORK_ok);
-  EXPECT_TRUE(ask(ORK_get_bypass));
-  ORK_exit_module(1);
-  log_in();
-  EXPECT_FALSE(ask(ORK_get_bypass)) << "bypass belongs to a session";
 }
 
 TEST(Session, LoginOpensTheSiteOfTheEnvironmentButMakesNone) {

@@ -4,14 +4,9 @@
 
 #include "demo_site.h"
 #include "failure.h"
-#include "ork/rel.h"
-#include "ork/store.h"
-#include "tests/support/temporary_folder.h"
 
 using host::InstanceState;
 using host::Store;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 

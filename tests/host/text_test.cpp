@@ -1,15 +1,6 @@
-#include <cstdlib>
-
 #include "demo_site.h"
 #include "host/store/registry.h"
 #include "host/system/texts.h"
-#include "ork/pref.h"
-#include "ork/text.h"
-#include "tests/support/temporary_folder.h"
-
-using test::DemoSite;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 
@@ -90,17 +81,7 @@ TEST(SiteTexts, StandInPlaceOfTheShippedOnesAndAreKept) {
   ASSERT_EQ(ork_host_seed(R"({"texts": {"de": {"error.4711": null}}})"), ORK_ok);
   EXPECT_EQ(text_of("error.4711"), "Out of perfume");
 
-  const std::pair<const char*, const char*> refused[] = {
-      {R"({"texts": {"fr": {}}})", "/texts/fr: expected a language: en or de"},
-      {R"({"texts": {"en": {"Greeting": ""}}})", "/texts/en/Greeting: must not be empty"},
-      {R"({"texts": {"en": {"Greeting": "x", "DefaultDateFormat": "%d-%b"}}})",
-       "/texts/en/DefaultDateFormat: "},
-      {R"({"texts": {"en": {"DefaultDateFormat": "%d-%b-%Y %I"}}})", "\"%\" stands before"},
-  };
-  for (const auto& [seed, reason] : refused) {
-    EXPECT_EQ(ork_host_seed(seed), ORK_invalid_argument);
-    EXPECT_THAT(test::last_error(), HasSubstr(reason));
-  }
+  expect_refused("refused_texts.txt", ork_host_seed);
   EXPECT_EQ(text_of("Greeting"), "Hello");
   ork_host_close();
   unsetenv("ORK_LANGUAGE");

@@ -7,16 +7,9 @@
 #include <csignal>
 #endif
 
-#include <filesystem>
-
 #include "child_process.h"
 #include "objects_site.h"
-#include "ork/file.h"
-#include "tests/support/temporary_folder.h"
 
-using test::last_error;
-using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 namespace {
@@ -161,6 +154,38 @@ TEST_F(Vault, OnlyFilesThatCanBeReadAreImported) {
     EXPECT_THAT(last_error(), HasSubstr(folder_.path(name) + ": "));
   }
   EXPECT_THAT(vault(), IsEmpty());
+  EXPECT_EQ(ork_host_seed("{}"), ORK_ok) << "no object waits to be saved";
+}
+
+TEST_F(Vault, ADatasetAndItsFilesAreDeletedTogetherOrNotAtAll) {
+  const tag file = save("part");
+  const tag dataset = ask(DSET_create_dataset_with_id, ask(DSET_find_datasettype, "Text"),
+                          "notes of", nullptr, "", nullptr);
+  ASSERT_EQ(DSET_add_dataset_named_ref(dataset, "Text", DSET_PART_OF, file) | OBJ_save(dataset),
+            ORK_ok);
+  ASSERT_EQ(OBJ_refresh(file, 0), ORK_ok);
+  const auto is_whole = [&] {
+    return ask(STORE_is_tag_valid, dataset) && ask(STORE_is_tag_valid, file) &&
+           !contents_of_only_file().empty();
+  };
+  {
+    test::ChildProcess other({PARTNER_PROGRAM, "hold", site_, std::to_string(file)});
+    ASSERT_EQ(other.read_line(), "held");
+    EXPECT_EQ(OBJ_delete(dataset), STORE_locked_by_other);
+    EXPECT_THAT(last_error(), HasSubstr("object " + std::to_string(file)));
+    EXPECT_TRUE(is_whole());
+  }
+  EXPECT_EQ(OBJ_refresh(dataset, 0), ORK_ok);
+  const char* rule = R"({"deny": ["DELETE"], "to": "world", "on": {"class": "VeloFile"}})";
+  seed(std::string(R"({"access_rules": [)") + rule + "]}");
+  ASSERT_EQ(OBJ_lock(dataset), ORK_ok);
+  EXPECT_EQ(OBJ_delete(dataset), ACCESS_denied);
+  EXPECT_TRUE(is_whole());
+  ASSERT_EQ(OBJ_refresh(dataset, 0), ORK_ok);
+  seed(R"({"access_rules": []})");
+  EXPECT_EQ(OBJ_lock(dataset) | OBJ_delete(dataset), ORK_ok) << last_error();
+  EXPECT_FALSE(ask(STORE_is_tag_valid, file));
+  EXPECT_TRUE(contents_of_only_file().empty());
 }
 
 TEST_F(Vault, ExportsOverwriteNothing) {

@@ -40,25 +40,19 @@ constexpr const char* seed = R"({
 })";
 
 /** A process that changes the site, and what it says of that. */
-class Worker {
- public:
-  Worker(const test::TemporaryFolder& folder, const char* name)
-      : name(name),
-        path_(folder.write(std::string("progress") + name,
-                           std::string(sizeof(test::Progress), '\0'))),
-        progress(path_) {}
+struct Worker {
+  Worker(const test::TemporaryFolder& folder, const char* its_name)
+      : name(its_name),
+        path(folder.write("progress" + name, std::string(sizeof(test::Progress), '\0'))),
+        progress(path) {}
 
   std::unique_ptr<test::ChildProcess> start(const std::string& site) const {
     return std::make_unique<test::ChildProcess>(
-        std::vector<std::string>{CHANGING_PROGRAM, site, path_, name});
+        std::vector<std::string>{CHANGING_PROGRAM, site, path, name});
   }
 
-  const std::string name;
-
- private:
-  std::string path_;
-
- public:
+  std::string name;
+  std::string path;
   test::SharedMemory<test::Progress> progress;
 };
 

@@ -1,22 +1,10 @@
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <cstdlib>
 #include <numeric>
 #include <random>
-#include <string>
 #include <unordered_set>
-#include <vector>
 
-#include "ork/mem.h"
 #include "support/site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
-
-using testing::ElementsAre;
-using testing::StartsWith;
 
 /** An array of tags as the library's callers have it. */
 struct Tags {
@@ -153,32 +141,6 @@ TEST_F(Arrays, EliminateRedundancesTracesWhatItDoes) {
   EXPECT_THAT(without_redundances({3, 1, 2}), ElementsAre(3, 1, 2));
 }
 
-TEST_F(Arrays, EliminateRedundancesAgreesWithAPlainModelAtScale) {
-  ZOLP_SetTraceLevel(ZOLP_LEVEL_OFF);
-  std::mt19937 random(1);
-  for (const std::size_t size : {10U, 1000U, 100'000U}) {
-    std::vector<tag> tags(size);
-    std::iota(tags.begin(), tags.end(), 1);
-    std::copy_n(tags.begin(), size / 2, tags.begin() + static_cast<std::ptrdiff_t>(size / 2));
-    std::iota(tags.begin(), tags.begin() + static_cast<std::ptrdiff_t>(size / 4), 500'000);
-    std::shuffle(tags.begin(), tags.end(), random);
-
-    std::vector<tag> expected;
-    std::vector<tag> repeated;
-    std::unordered_multiset<tag> all(tags.begin(), tags.end());
-    std::unordered_set<tag> seen;
-    for (const tag element : tags) {
-      if (all.count(element) == 1) {
-        expected.push_back(element);
-      } else if (seen.insert(element).second) {
-        repeated.push_back(element);
-      }
-    }
-    expected.insert(expected.end(), repeated.begin(), repeated.end());
-    EXPECT_EQ(without_redundances(tags), expected);
-  }
-}
-
 TEST(Texts, SpecialCharactersAndCase) {
   const auto replaced = [](std::string text) {
     EXPECT_EQ(ZOLP_RepSpecialChar(text.data()), 0);
@@ -190,41 +152,6 @@ TEST(Texts, SpecialCharactersAndCase) {
   std::string text = "MiXeD 123 \xC4";
   EXPECT_EQ(string_to_lower(text.data()), 0);
   EXPECT_EQ(text, "mixed 123 \xC4");
-}
-
-std::vector<std::string> fields(const char* text, const char* separators = nullptr) {
-  int count = -1;
-  char** items = nullptr;
-  EXPECT_EQ(ZOLP_splitItemString(text, separators, &count, &items), 0);
-  std::vector<std::string> result(items, items + count);
-  for (int i = 0; i < count; ++i) {
-    MEM_free(items[i]);
-  }
-  MEM_free(items);
-  return result;
-}
-
-TEST(Texts, SplitItemString) {
-  EXPECT_THAT(fields("A~ B ~\"x~y\"~"), ElementsAre("A", "B ", "\"x~y\"", ""));
-  EXPECT_THAT(fields("a,b;;c\n,d", ",;"), ElementsAre("a", "b", "", "c"));
-  EXPECT_THAT(fields("\"open ~ quote"), ElementsAre("\"open ~ quote"));
-  EXPECT_THAT(fields("  \n"), ElementsAre(""));
-  EXPECT_THAT(fields(""), ElementsAre());
-  EXPECT_THAT(fields(nullptr), ElementsAre());
-  EXPECT_EQ(ork_host_block_count(), 0U);
-}
-
-TEST(Texts, SplitToFirstSeparator) {
-  char head[16];
-  char tail[16];
-  const auto split = [&](const char* text) {
-    EXPECT_EQ(ZOLP_splitToFirstSeparator(text, '/', head, tail), 0);
-    return std::string(head) + "|" + tail;
-  };
-  EXPECT_EQ(split("a/b/c"), "a|b/c");
-  EXPECT_EQ(split("abc"), "abc|");
-  EXPECT_EQ(split("abc/"), "abc|");
-  EXPECT_EQ(split(""), "|");
 }
 
 TEST(Texts, ExtendPathVar) {

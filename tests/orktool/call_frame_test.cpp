@@ -1,20 +1,10 @@
 #include "call_frame.h"
 
-#include <gmock/gmock.h>
-
-#include <limits>
-#include <string>
-
 #include "clock.h"
-#include "ork/mem.h"
 #include "support/site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
 
-using orktool::Frame;
-using testing::ElementsAre;
 
 constexpr int failure = PREF_value_not_found;
 
@@ -35,7 +25,7 @@ struct Lines {
 /** An exported function of the kind that goes on after a failing call. */
 int traced_function(int status, int duration, Lines& lines) {
   lines.entry = __LINE__ + 1;
-  const Frame frame("traced_function");
+  FRAME(frame, "traced_function");
   int result = ORK_ok;
   lines.call = __LINE__ + 1;
   TRACED(result, "call( a, &b)", platform_call(status, duration));
@@ -46,7 +36,7 @@ int traced_function(int status, int duration, Lines& lines) {
 /** An exported function of the kind that a failing call ends. */
 int guarded_function(int status, int duration, Lines& lines) {
   lines.entry = __LINE__ + 1;
-  const Frame frame("guarded_function");
+  FRAME(frame, "guarded_function");
   lines.call = __LINE__ + 1;
   GUARDED("call (a, f(b))", platform_call(status, duration));
   lines.exit = __LINE__ + 1;
@@ -99,6 +89,9 @@ TEST_F(CallFrame, FailingTracedCallWritesTimeStatusAndGeneralText) {
                           "    --" + std::string(text) + "--",                                   //
                           "   <-call( a, &b)" + at(lines.call),                                  //
                           " <-traced_function" + at(lines.exit)));
+  EXPECT_THAT(trace.levels(),
+              ElementsAre(ZOLP_LEVEL_LOG, ZOLP_LEVEL_LOG, ZOLP_LEVEL_TRACE, ZOLP_LEVEL_TRACE,
+                          ZOLP_LEVEL_ERROR, ZOLP_LEVEL_ERROR, ZOLP_LEVEL_LOG, ZOLP_LEVEL_LOG));
   MEM_free(text);
   EXPECT_EQ(ork_host_block_count(), 0U);
 }
@@ -122,6 +115,8 @@ TEST_F(CallFrame, FailingGuardedCallEndsTheFunctionAndLeavesALevelOpen) {
                   "    ##ORK_err_" + number(failure) + ": call (...)  " + at(lines.call),
                   testing::MatchesRegex("    --.*the latest.*"),
                   "   <-call (...)" + at(lines.call)));
+  EXPECT_THAT(trace.levels(), ElementsAre(ZOLP_LEVEL_LOG, ZOLP_LEVEL_LOG, ZOLP_LEVEL_TRACE,
+                                          ZOLP_LEVEL_ERROR, ZOLP_LEVEL_ERROR, ZOLP_LEVEL_LOG));
 
   trace.clear();
   EXPECT_EQ(traced_function(ORK_ok, 0, lines), ORK_ok);
@@ -160,6 +155,28 @@ TEST(FileName, LosesFolders) {
   EXPECT_STREQ(orktool::file_name("D:\\build\\src\\zolp_itool.cpp"), "zolp_itool.cpp");
   EXPECT_STREQ(orktool::file_name("zolp_itool.cpp"), "zolp_itool.cpp");
   EXPECT_STREQ(orktool::file_name("src/zolp_itool.cpp"), "zolp_itool.cpp");
+}
+
+TEST(Clock, CounterThatJumpsSpoilsOneAnswerAtMost) {
+  constexpr std::int64_t second = 1'000'000'000;
+  constexpr std::int64_t rate = 3;  // counts in a nanosecond
+  for (const std::int64_t jump : {3600 * second, 100 * second, -40 * second, -3600 * second}) {
+    std::int64_t time = 7 * second;
+    std::int64_t count = rate * time;
+    orktool::CounterScale scale({count, time});
+    const auto seconds_of_call = [&](std::int64_t duration) {
+      time += duration;
+      count += rate * duration;
+      return scale.nanoseconds(rate * duration, {count, time}) / second;
+    };
+    EXPECT_NEAR(seconds_of_call(2 * second), 2, 0.01);
+    time += 50 * second;
+    count += rate * 50 * second + jump;
+    seconds_of_call(2 * second);
+    for (int call = 0; call < 100; ++call) {
+      EXPECT_NEAR(seconds_of_call(2 * second), 2, 0.01) << jump << " " << call;
+    }
+  }
 }
 
 TEST(Clock, CountsElapsedTimeFromTheStart) {

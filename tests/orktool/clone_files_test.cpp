@@ -1,21 +1,6 @@
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstring>
-#include <string>
-
-#include "ork/rel.h"
 #include "support/release_list.h"
-#include "support/trace_capture.h"
 
 namespace {
-
-using test::header_row;
-using test::item_row;
-using test::row;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 class CloneFiles : public testing::Test {
  protected:
@@ -72,9 +57,10 @@ TEST_F(CloneFiles, HeaderIsMadeFromTheFirstItemLine) {
   ASSERT_EQ(create_header(header_row() + top + item_row(2, "4712")), 0);
   EXPECT_EQ(folder.read("clone.log"), "ada:Newstuff %%DEFAULT_CONTAINER%%\n4711|N-4711\n" +
                                           top.substr(106 + 7, 121) + "\n" + top.substr(139, 128));
-  EXPECT_TRUE(trace.has("headerpref:Header template_file_name:" + folder.path("header.txt")));
-  EXPECT_TRUE(trace.has(" <-get_format_positions zolp_rb_utils.cpp:"));
-  EXPECT_TRUE(trace.has("OUTSTRING:ada:Newstuff %%DEFAULT_CONTAINER%%"));
+  EXPECT_EQ(trace.missing({"headerpref:Header template_file_name:" + folder.path("header.txt"),
+                           " <-get_format_positions zolp_rb_utils.cpp:",
+                           "OUTSTRING:ada:Newstuff %%DEFAULT_CONTAINER%%"}),
+            "");
   EXPECT_THAT(trace.lines().back(),
               HasSubstr(folder.path("clone.log") +
                         " closed <-ZOLP_create_clonelogheader zolp_rb_utils.cpp:"));
@@ -104,6 +90,11 @@ TEST_F(CloneFiles, HeaderFailures) {
 
   EXPECT_EQ(create(folder.write("list.txt", top), "no-folder/clone.log"), 1);
   EXPECT_THAT(trace.lines().back(), StartsWith(" <-ERROR: ZOLP_create_clonelogheader "));
+  // The clone log goes over none of the files that it is made from.
+  const std::string header = folder.read("header.txt");
+  EXPECT_EQ(create(folder.path("list.txt"), "header.txt"), 1);
+  EXPECT_EQ(create(folder.path("list.txt"), "list.txt"), 1);
+  EXPECT_EQ(folder.read("header.txt") + folder.read("list.txt"), header + top);
   site.preference("Header", folder.path("no-template"));
   EXPECT_EQ(create_header(top), 1);
   EXPECT_TRUE(trace.has("ERROR: Unable to open headertemplate " + folder.path("no-template")));
@@ -121,8 +112,9 @@ TEST_F(CloneFiles, ReplacementsThatDoNotFitAreRefused) {
   EXPECT_EQ(folder.read("clone.log").size(), 499U);
   folder.write("header.txt", std::string(500 - 128, 'x') + name);
   EXPECT_EQ(create_header(item_row(1, "4711")), 1);
-  EXPECT_TRUE(trace.has("Error: %%NEW_NAME%% does not fit into a line of 499 characters!"));
-  EXPECT_TRUE(trace.has("Error from replace new_name! File:zolp_rb_utils.cpp [Line:"));
+  EXPECT_EQ(trace.missing({"Error: %%NEW_NAME%% does not fit into a line of 499 characters!",
+                           "Error from replace new_name! File:zolp_rb_utils.cpp [Line:"}),
+            "");
 }
 
 // --------------------------------------------------------------------------- relation lines
@@ -187,10 +179,11 @@ TEST_F(CloneFiles, BatchFileFailures) {
   EXPECT_THAT(trace.lines().back(), HasSubstr(" <-ERROR: ZOLP_read_itemrevlist "));
   site.preference("ZOLP_qnversion", "v16");
   EXPECT_EQ(write_startbat(top), 1);
-  EXPECT_TRUE(trace.has("Error from open precloneactionsfile:<" + folder.path("missing") +
-                        ">! Program will be terminated now."));
-  EXPECT_TRUE(trace.has("Error from open precloneactionsfile:<" + folder.path("missing") +
-                        ">! File:zolp_rb_utils.cpp [Line:"));
+  EXPECT_EQ(trace.missing({"Error from open precloneactionsfile:<" + folder.path("missing") +
+                               ">! Program will be terminated now.",
+                           "Error from open precloneactionsfile:<" + folder.path("missing") +
+                               ">! File:zolp_rb_utils.cpp [Line:"}),
+            "");
   site.preference("ZOLP_precloneactionfile", folder.write("pre.txt", ""));
   EXPECT_EQ(write_startbat(top), 1);
   EXPECT_TRUE(trace.has("Error from open postcloneactionsfile:<"));
@@ -219,8 +212,7 @@ TEST_F(CloneFiles, EntryWritersReplaceTheirPlaceholders) {
   EXPECT_EQ(written(ZOLP_write_item, "ID", "REV", "Item"),
             "ID,%%ITEM_ID%%,REV,%%NEW_REV%%,%%NEW_ID%%,%%NEW_NAME%%,%%NEW_NAME%%,%%QNPARTNAME%%,"
             "%%RELATIONNAME%%,%%RELATION%%,%%DATASET_NAME%%\n");
-  EXPECT_TRUE(trace.has("mode:Item = " + path));
-  EXPECT_TRUE(trace.has(path + " closed"));
+  EXPECT_EQ(trace.missing({"mode:Item = " + path, path + " closed"}), "");
   EXPECT_EQ(written(ZOLP_write_replace_and_cloneitem, "ID", "REV", "NID", "NREV", "NAME", "Item"),
             "ID,%%ITEM_ID%%,REV,NREV,NID,NAME,%%NEW_NAME%%,%%QNPARTNAME%%,%%RELATIONNAME%%,"
             "%%RELATION%%,%%DATASET_NAME%%\n");
@@ -229,8 +221,8 @@ TEST_F(CloneFiles, EntryWritersReplaceTheirPlaceholders) {
             "%%RELATION%%,%%DATASET_NAME%%\n");
   EXPECT_EQ(written(ZOLP_write_clonedataset, "ID", "REV", "SET", "RELATION", "NID", "NREV", "NAME"),
             "ID,%%ITEM_ID%%,REV,NREV,NID,NAME,NAME,%%QNPARTNAME%%,%%RELATIONNAME%%,RELATION,SET\n");
-  EXPECT_TRUE(trace.has("preference:VPD_clone_datasettemplate = " + path));
-  EXPECT_TRUE(trace.has(path + " geschlossen"));
+  EXPECT_EQ(
+      trace.missing({"preference:VPD_clone_datasettemplate = " + path, path + " geschlossen"}), "");
   folder.write("all.txt", "[%%ITEM_ID%%]");
   EXPECT_EQ(written(ZOLP_write_item, nullptr, "", "Item"), "[]");
 }
@@ -248,83 +240,56 @@ TEST_F(CloneFiles, EntryWritersFail) {
   EXPECT_EQ(ZOLP_write_item(nullptr, "ID", "REV", "Item"), 1);
 }
 
-/** What the walk would write if it called itself for each sibling, without lines' numbers. */
-std::string recursive_walk(const assy_entry* entry, int depth, const std::string& failing_id,
-                           bool& failed) {
-  const auto line = [depth](const std::string& text, int more = 1) {
-    return std::string(2 * static_cast<std::size_t>(depth + more), ' ') + text + "\n";
-  };
-  const std::string error = line("Error from ZOLP_write_assylist!");
-  const std::string exit = line(" <-ZOLP_write_assylist", 0);
-  std::string text = line(" ->ZOLP_write_assylist", 0) + line("ID " + std::string(entry->item_id));
-  if (entry->item_id == failing_id) {
-    failed = true;
-    return text + line("Error from ZOLP_write_replace_and_cloneitem!") + exit;
-  }
-  if (entry->child != nullptr) {
-    text +=
-        line("---> One Level down") + recursive_walk(entry->child, depth + 1, failing_id, failed);
-    if (failed) {
-      return text + error + exit;
-    }
-    text += line("<--- One Level up");
-  }
-  if (entry->next != nullptr) {
-    text += line("Next knot") + recursive_walk(entry->next, depth + 1, failing_id, failed);
-    if (failed) {
-      return text + error + exit;
+/** The walk's own lines, without places. */
+std::vector<std::string> walk_lines(const test::TraceCapture& trace) {
+  std::vector<std::string> walked;
+  for (const std::string& line : trace.lines()) {
+    for (const char* kept : {"->ZOLP_write_assylist", "<-ZOLP_write_assylist", " ID ", "Next knot",
+                             "---> One", "<--- One", "Error from ZOLP_write_"}) {
+      if (line.find(kept) != std::string::npos) {
+        walked.push_back(line.substr(0, line.find(" File:")).substr(0, line.find(" zolp_rb")));
+        break;
+      }
     }
   }
-  return text + exit;
+  return walked;
 }
 
 TEST_F(CloneFiles, WalkTracesLikeARecursionAlsoWhenItFails) {
-  site.fix_columns();
-  assy_entry* last = nullptr;
-  ASSERT_EQ(ZOLP_read_assylist(
-                folder
-                    .write("list.txt", item_row(1, "A") + item_row(2, "B") + item_row(3, "C") +
-                                           item_row(3, "D") + item_row(2, "E") + item_row(3, "F") +
-                                           item_row(2, "G") + item_row(1, "H") + item_row(1, "I"))
-                    .c_str(),
-                &last),
-            0);
-  assy_entry* root = tool::assembly_root(last);
-  // A line that the long id of the record that fails does not fit into.
-  site.preference("VPD_clone_itemtemplate",
-                  folder.write("clone.txt", std::string(485, 'x') + "%%ITEM_ID%%\n"));
-  for (const std::string failing_id : {"none", "A", "D", "F", "G", "H", "I"}) {
-    assy_entry* failing = nullptr;
-    tool::visit_assembly(root, [&](const assy_entry& entry, std::size_t) {
-      if (entry.item_id == failing_id) {
-        failing = const_cast<assy_entry*>(&entry);
-      }
-      return true;
-    });
-    if (failing != nullptr) {
-      std::strcpy(failing->item_id, std::string(20, failing_id[0]).c_str());
-    }
-    bool failed = false;
-    const std::string expected =
-        recursive_walk(root, 0, failing != nullptr ? failing->item_id : failing_id, failed);
-    trace.clear();
-    EXPECT_EQ(write_assylist(root) == "status 1", failed);
-    std::string walked;
-    for (const std::string& line : trace.lines()) {
-      const std::string text = line.substr(std::min(line.find_first_not_of(' '), line.size()));
-      for (const char* kept : {"->ZOLP_write_assylist", "<-ZOLP_write_assylist", "ID ", "Next knot",
-                               "---> One", "<--- One", "Error from ZOLP_write_"}) {
-        if (text.starts_with(kept)) {
-          walked += line.substr(0, line.find(" File:")).substr(0, line.find(" zolp_rb")) + "\n";
-        }
-      }
-    }
-    EXPECT_EQ(walked, expected) << failing_id;
-    if (failing != nullptr) {
-      std::strcpy(failing->item_id, failing_id.c_str());
+  assy_entry a = record("A", "CLONE"), b = record("B", "CLONE"), c = record("C", "CLONE");
+  a.child = &b;
+  b.next = &c;
+  const auto begun = [](int depth, const char* id) {
+    const std::string indent(2 * static_cast<std::size_t>(depth), ' ');
+    return std::vector<std::string>{indent + " ->ZOLP_write_assylist", indent + "  ID " + id};
+  };
+  trace.clear();
+  EXPECT_EQ(write_assylist(&a), "C A N\nC B N\nC C N\n");
+  std::vector<std::string> expected = begun(0, "A");
+  expected.push_back("  ---> One Level down");
+  for (const auto& [depth, id] : {std::pair{1, "B"}, {2, "C"}}) {
+    const std::vector<std::string> lines = begun(depth, id);
+    expected.insert(expected.end(), lines.begin(), lines.end());
+    if (depth == 1) {
+      expected.push_back("    Next knot");
     }
   }
-  tool::free_assembly(root);
+  expected.insert(expected.end(), {"     <-ZOLP_write_assylist", "   <-ZOLP_write_assylist",
+                                   "  <--- One Level up", " <-ZOLP_write_assylist"});
+  EXPECT_EQ(walk_lines(trace), expected);
+
+  // A line that the last record's id does not fit into.
+  site.preference("VPD_clone_itemtemplate",
+                  folder.write("clone.txt", std::string(485, 'x') + "%%ITEM_ID%%\n"));
+  std::strcpy(c.item_id, std::string(20, 'C').c_str());
+  trace.clear();
+  EXPECT_EQ(write_assylist(&a), "status 1");
+  const std::vector<std::string> ends = walk_lines(trace);
+  EXPECT_THAT(std::vector<std::string>(ends.end() - 6, ends.end()),
+              ElementsAre("      Error from ZOLP_write_replace_and_cloneitem!",
+                          "     <-ZOLP_write_assylist", "    Error from ZOLP_write_assylist!",
+                          "   <-ZOLP_write_assylist", "  Error from ZOLP_write_assylist!",
+                          " <-ZOLP_write_assylist"));
 }
 
 TEST_F(CloneFiles, WalkWritesEntriesOfItemsOnly) {

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <string>
 
@@ -7,13 +8,8 @@
 #include "ork/mem.h"
 #include "support/fixed_time.h"
 #include "support/site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
-
-using testing::ElementsAre;
-using testing::StartsWith;
 
 /** What a function has handed out and its status: "0:text". */
 template <typename Function>
@@ -50,21 +46,12 @@ std::string record(const char* input, const char* format = nullptr) {
   return told(status, date);
 }
 
-class DateConversions : public testing::Test {
+class DateConversions : public test::TestOn<> {
  protected:
-  DateConversions() {
-    unsetenv("STORE_DATE_FORMAT");
-    blocks = ork_host_block_count();
-  }
-  ~DateConversions() override {
-    EXPECT_EQ(ork_host_block_count(), blocks);
-    unsetenv("STORE_DATE_FORMAT");
-  }
+  DateConversions() { unsetenv("STORE_DATE_FORMAT"); }
+  ~DateConversions() override { unsetenv("STORE_DATE_FORMAT"); }
 
-  test::Site site;
   test::FixedTime fixed_time;
-  test::TraceCapture trace;
-  std::size_t blocks = 0;
 };
 
 TEST_F(DateConversions, CurrentDate) {
@@ -121,6 +108,25 @@ TEST_F(DateConversions, TheSecondFormatIsTriedAfterTheFirst) {
   ork_host_start_journal();
   EXPECT_EQ(record("31/2/26", "%d/%m/%y"), "37001: 0 0 0 0 0 0");
   EXPECT_THAT(test::Site::journal(), ElementsAre("DATE_string_to_date"));
+}
+
+TEST(LocalTime, FollowsTheTimeZoneOfTheProcess) {
+  using namespace std::chrono;
+  const auto moment = [](const char* zone, auto ask) {
+    setenv("TZ", zone, 1);
+    date_s date{};
+    ask(&date);
+    return sys_days(year(date.year) / (date.month + 1) / date.day) + hours(date.hour);
+  };
+  for (int round = 0; round < 2; ++round) {
+    const auto of_date =
+        moment("AAA-12", ZOLP_DateAskCurrentDate) - moment("BBB12", ZOLP_DateAskCurrentDate);
+    const auto of_time = moment("AAA-12", ZOLP_GetTime) - moment("BBB12", ZOLP_GetTime);
+    // An hour more where one ends in between.
+    EXPECT_TRUE(of_date == hours(24) || of_date == hours(23)) << of_date.count();
+    EXPECT_TRUE(of_time == hours(24) || of_time == hours(23)) << of_time.count();
+  }
+  unsetenv("TZ");
 }
 
 TEST_F(DateConversions, ADateMayHaveNoText) {

@@ -1,18 +1,6 @@
-#include <gmock/gmock.h>
-
-#include <cstring>
-#include <string>
-
-#include "ork/err.h"
-#include "ork/mem.h"
 #include "support/site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 TEST(Errors, ReportTakesTheLatestEntryOfTheCodeOrTheGeneralText) {
   const test::Site site;
@@ -22,6 +10,8 @@ TEST(Errors, ReportTakesTheLatestEntryOfTheCodeOrTheGeneralText) {
   ERR_store_error_s1(ERR_severity_error, ORK_wrong_password, "third");
   ZOLP_ReportLastOrkError(ORK_unknown_user);
   EXPECT_THAT(trace.lines(), ElementsAre(HasSubstr("second")));
+  EXPECT_THAT(trace.levels(), ElementsAre(ZOLP_LEVEL_ERROR)) << "seen by those who trace nothing";
+  EXPECT_EQ(error_codes().size(), 3U) << "the stack stays";
   trace.clear();
   char* text = nullptr;
   ERR_get_error_text(ORK_unknown_group, &text);
@@ -67,11 +57,18 @@ TEST(Version, IsPrintedOnce) {
 
 TEST(Strings, CopyIsTheCallers) {
   EXPECT_EQ(ZOLP_CopyString(nullptr), nullptr);
+  EXPECT_EQ(ZOLP_string_append(nullptr, "x"), nullptr);
+  const char original[] = "text";
+  char* copy = ZOLP_CopyString(original);
+  EXPECT_NE(copy, original);
+  EXPECT_EQ(ork_host_block_bytes(), sizeof original);
+  EXPECT_EQ(take(copy), original);
 
   const test::TraceCapture trace;
   ork_host_fail_allocation(1);
   EXPECT_EQ(ZOLP_CopyString("text"), nullptr);
   EXPECT_THAT(trace.lines(), ElementsAre("ZOLP_CopyString alloc Memory"));
+  EXPECT_THAT(trace.levels(), ElementsAre(ZOLP_LEVEL_ERROR));
 }
 
 TEST(Strings, AppendGrowsTheText) {

@@ -1,19 +1,6 @@
-#include <gmock/gmock.h>
-
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "support/release_list.h"
-#include "support/trace_capture.h"
 
 namespace {
-
-using test::header_row;
-using test::item_row;
-using test::row;
-using testing::ElementsAre;
-using testing::StartsWith;
 
 struct ItemList {
   int status = 0;

@@ -1,39 +1,13 @@
 // View types, and the occurrences of view revisions.
 
-#include <gmock/gmock.h>
-
-#include "ork/config.h"
-#include "ork/store.h"
 #include "support/structure_site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
 
-using test::ask;
-using test::error_codes;
-using test::list;
-using test::take;
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-constexpr int failure = 4711;
-
-class Occurrences : public testing::Test {
+class Occurrences : public test::TestOn<test::StructureSite> {
  protected:
   Occurrences() {
-    site.seed(R"({
-      "types": [{"name": "Screw", "parent": "Item"}],
-      "view_types": ["service"], "note_types": ["Torque", "Remark"],
-      "revision_rules": [{"name": "Released", "clauses": [{"status": "Released"}]}],
-      "items": [
-        {"id": "T", "name": "Top", "revisions": [{"id": "A"}]},
-        {"id": "S", "name": "Screw", "type": "Screw",
-         "revisions": [{"id": "A", "statuses": ["Released"]}, {"id": "B"}]}],
-      "structures": [
-        {"item": "T", "revision": "A", "view_type": "service", "lines": [
-          {"item": "S", "sequence": "10", "notes": {"Remark": "Locked", "Torque": "12 Nm"}},
-          {"item": "S", "revision": "B"}]}]})");
+    site.seed(test::file_text("orktool/seeds/occurrences.json"));
     view = ask(STRUCT_find_view_type, "view");
     service = ask(STRUCT_find_view_type, "service");
     rule = ask(CONFIG_find, "Released");
@@ -43,16 +17,10 @@ class Occurrences : public testing::Test {
     first = occurrences.at(0);
     second = occurrences.at(1);
     EXPECT_EQ(ERR_clear_errors(), ORK_ok);
-    blocks = ork_host_block_count();
   }
-  ~Occurrences() override { EXPECT_EQ(ork_host_block_count(), blocks); }
 
-  test::StructureSite site;
-  test::TraceCapture trace;
   tag view = NULLTAG, service = NULLTAG, rule = NULLTAG;
   tag bv = NULLTAG, bvr = NULLTAG, first = NULLTAG, second = NULLTAG;
-
-  std::size_t blocks = 0;
 };
 
 // ---------------------------------------------------------------------------------- view types
@@ -166,12 +134,6 @@ TEST_F(Occurrences, ItemsOfChildren) {
     EXPECT_EQ(found, expected);
     MEM_free(name);
   }
-  tag item = untouched;
-  char* type = nullptr;
-  ork_host_fail_call("WSO_get_object_type", 1, failure);
-  EXPECT_EQ(ZOLP_GetItemFromOccObj(site.find("S"), &item, &type), failure);
-  EXPECT_EQ(item, site.find("S"));
-  EXPECT_EQ(take(type), "");
 }
 
 TEST_F(Occurrences, AMissingSequenceNumberIsNoFailure) {

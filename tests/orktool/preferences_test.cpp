@@ -1,20 +1,8 @@
-#include <gmock/gmock.h>
-
-#include <string>
-#include <vector>
-
-#include "ork/mem.h"
-#include "ork/pref.h"
 #include "support/site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::StartsWith;
-
-class Preferences : public testing::Test {
+class Preferences : public test::TestOn<> {
  protected:
   Preferences() {
     site.log_in();
@@ -22,7 +10,6 @@ class Preferences : public testing::Test {
     site.preference("Empty", "");
     site.preference("Switch", "false");
   }
-  ~Preferences() override { EXPECT_EQ(ork_host_block_count(), leaked_blocks); }
 
   /** Status and value of a reader as "status:value". */
   template <typename Reader>
@@ -43,10 +30,6 @@ class Preferences : public testing::Test {
   static std::string string_value(const char* name, const char* default_value) {
     return told([&](char** value) { return ZOLP_get_string_pref(0, name, value, default_value); });
   }
-
-  std::size_t leaked_blocks = 0;
-  test::Site site;
-  test::TraceCapture trace;
 };
 
 TEST_F(Preferences, ArrayHasAllValuesInOneBlock) {
@@ -140,13 +123,12 @@ TEST_F(Preferences, CheckLooksAtEachValueWhole) {
 }
 
 TEST_F(Preferences, ModuleIsSwitchedOffByExactlyFourTexts) {
-  leaked_blocks = 9;  // the switch's text stays allocated
+  blocks += 9;  // the switch's text stays allocated
   for (const char* off : {"", "FALSE", "NO", "NEIN"}) {
     site.preference("Module", off);
     EXPECT_EQ(ZOLP_run_modul("Module"), 1) << off;
   }
-  EXPECT_TRUE(trace.has("  Preference [Module] = [NEIN]"));
-  EXPECT_TRUE(trace.has("  Modul [Module] = [1]"));
+  EXPECT_EQ(trace.missing({"  Preference [Module] = [NEIN]", "  Modul [Module] = [1]"}), "");
   for (const char* on : {"TRUE", "nein", "No", "0", "NEIN "}) {
     site.preference("Module", on);
     EXPECT_EQ(ZOLP_run_modul("Module"), 0) << on;

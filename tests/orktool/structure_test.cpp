@@ -1,35 +1,13 @@
 // Values of BOM lines, and the walks over the lines below one.
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <limits>
-
-#include "ork/store.h"
 #include "support/structure_site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
 
-using test::List;
-using test::take;
-using testing::ElementsAre;
-using testing::HasSubstr;
 using Texts = std::vector<std::string>;
 
-constexpr int failure = 4711;
-
-class Lines : public testing::Test {
+class Lines : public test::TestOn<test::StructureSite> {
  protected:
-  ~Lines() override { EXPECT_EQ(ork_host_block_count(), blocks); }
-
-  /** Makes the nth call of an operation fail. */
-  void fail(const char* operation, int nth = 1) {
-    ork_host_fail_call(operation, nth, failure);
-    trace.clear();
-  }
-
   /** Trace texts without indentation and places, those of the platform's calls left out. */
   Texts remarks() const {
     Texts found;
@@ -44,11 +22,6 @@ class Lines : public testing::Test {
   }
 
   static std::string number(tag line) { return std::to_string(line); }
-
-  test::StructureSite site;
-  test::TraceCapture trace;
-
-  std::size_t blocks = ork_host_block_count();
 };
 
 // ----------------------------------------------------------------------------- values of a line
@@ -130,16 +103,6 @@ TEST_F(Resequence, NotDesiredLinesKeepTheirNumbers) {
                         ": children:" + number(lines[3])));
 }
 
-TEST_F(Resequence, ChildrenThatCannotBeReadAreNone) {
-  const tag top = site.show("T: A B; A: C");
-  fail("BOMW_line_get_child_lines", 2);
-  EXPECT_EQ(resequence(top, {}, 1), 0);
-  EXPECT_TRUE(trace.has("BOMW_line_get_child_lines(bomline, &count, &children) returned 4711"));
-  EXPECT_TRUE(trace.has("Count of children:0 "));
-  EXPECT_THAT(site.sequences(top), ElementsAre("10", "20"));
-  EXPECT_THAT(site.sequences(site.child(top, 0)), ElementsAre(""));
-}
-
 // -------------------------------------------------------------------------------------- packing
 
 TEST_F(Lines, PackingOneLevelLeavesThoseBelow) {
@@ -170,17 +133,6 @@ TEST_F(Lines, PackingAgainIsACallInsideTheCall) {
                                  "     <-ZOLP_pack_bom", "   <-ZOLP_pack_bom", " <-ZOLP_pack_bom"));
   const Texts journal = test::Site::journal();
   EXPECT_EQ(std::count(journal.begin(), journal.end(), "BOMW_line_pack"), 1 + 2 + 3);
-}
-
-TEST_F(Lines, FailingReadsOfChildrenShowTheirCall) {
-  const tag top = site.show("T: A B; A: C");
-  fail("BOMW_line_get_child_lines", 2);  // after the packing of A
-  EXPECT_EQ(ZOLP_pack_bom(top, 1), failure);
-  EXPECT_TRUE(trace.has("BOMW_line_get_child_lines(bomline, &count2, &childs2) returned 4711"));
-  logical found = 0;
-  fail("BOMW_line_get_child_lines");
-  EXPECT_EQ(ZOLP_existObjectInBom(top, top, &found), 0);
-  EXPECT_TRUE(trace.has("BOMW_line_get_child_lines (top_line, &iChildCount, &children) returned"));
 }
 
 // ------------------------------------------------------------------------------- depth and size
@@ -271,33 +223,6 @@ TEST_F(Export, CollectsFromLinesWithChildren) {
   top = site.open("B");
   EXPECT_EQ(collect("Item", none), 0);
   EXPECT_EQ(none.count, 0);
-}
-
-TEST_F(Export, EndsWithAFailureOfTheVisitedLine) {
-  struct Case {
-    const char* operation;
-    int nth;
-    const char* class_name;
-    int status;
-    bool is_printed;
-    int open_levels; /**< 1 after a failure that ends the function by itself */
-  };
-  for (const Case& example : {
-           Case{"BOMW_line_get_attribute_tag", 1, "Item", failure, true, 0},
-           Case{"BOMW_line_look_up_attribute", 1, "ItemRevision", failure, true, 0},
-           Case{"BOMW_line_get_attribute_tag", 2, "Item", 0, true, 0},  // of A
-           Case{"ITEM_list_all_rev_attachments", 1, "Dataset", failure, false, 1},
-           Case{"STORE_class_of_instance", 1, "Dataset", 0, false, 0},
-       }) {
-    SCOPED_TRACE(example.operation);
-    List list;
-    fail(example.operation, example.nth);
-    testing::internal::CaptureStdout();
-    const int levels_before = ZOLP_GetTraceDepth();
-    EXPECT_EQ(collect(example.class_name, list), example.status);
-    EXPECT_EQ(ZOLP_GetTraceDepth() - levels_before, example.open_levels);
-    EXPECT_EQ(testing::internal::GetCapturedStdout().empty(), !example.is_printed);
-  }
 }
 
 }  // namespace

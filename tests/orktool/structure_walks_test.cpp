@@ -1,21 +1,12 @@
 // The walks, compared with plain recursive models on made-up structures; long and deep structures.
 
-#include <gmock/gmock.h>
-
-#include <cstdlib>
-#include <functional>
-#include <map>
-
 #include "support/small_stack.h"
 #include "support/structure_generator.h"
 #include "support/structure_site.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
 
 namespace {
 
 using test::GeneratedStructure;
-using test::List;
 
 /** A line as a plain tree has it; the occurrence is shared like the platform's. */
 struct Node {
@@ -246,35 +237,6 @@ TEST_F(Walks, NumberAsAPlainWalkDoes) {
       EXPECT_EQ(depth, model_depth);
       expect_occurrences(top);
     }
-  });
-}
-
-void expect_packed(const test::StructureSite& site, const Node& node) {
-  std::map<std::pair<int, std::string>, double> quantities;
-  for (const Node& child : node.below) {
-    const std::string& quantity = child.occurrence->quantity;
-    quantities[{child.item, child.occurrence->sequence}] +=
-        quantity.empty() ? 1 : std::atof(quantity.c_str());
-  }
-  std::map<tag, const Node*> nodes;
-  for (const Node& child : node.below) {
-    nodes[child.line] = &child;
-  }
-  const std::vector<tag> lines = site.children(node.line);
-  EXPECT_EQ(lines.size(), quantities.size());
-  for (const tag line : lines) {
-    const Node& child = *nodes.at(line);
-    const std::string quantity = site.value(line, "bl_quantity");
-    EXPECT_EQ(quantity.empty() ? 1 : std::atof(quantity.c_str()),
-              (quantities[{child.item, child.occurrence->sequence}]));
-    expect_packed(site, child);
-  }
-}
-
-TEST_F(Walks, PackAsAPlainWalkDoes) {
-  for_each_structure([&] {
-    EXPECT_EQ(ZOLP_pack_bom(top.line, 1), ORK_ok);
-    expect_packed(site, top);
   });
 }
 

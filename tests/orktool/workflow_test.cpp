@@ -1,66 +1,39 @@
 // Attachments, condition tasks, release levels, reviewers and what handlers do with targets.
 
-#include <gmock/gmock.h>
-
-#include <cstring>
 #include <ctime>
-#include <string>
-#include <vector>
 
 #include "clock.h"
-#include "ork/flow.h"
-#include "ork/folder.h"
-#include "ork/obj.h"
-#include "ork/org.h"
-#include "ork/rel.h"
-#include "ork/signoff.h"
-#include "ork/store.h"
-#include "ork/wso.h"
 #include "support/site.h"
-#include "support/temporary_folder.h"
-#include "support/trace_capture.h"
-#include "zolp_orktool.h"
+
+#if !defined(_WIN32)
+#include <dlfcn.h>
+
+/** Shown in place of names, where it is set: a platform may show more than it stores. */
+static const char* shown_name = nullptr;
+
+extern "C" int OBJ_UIF_get_value(tag object, const char* property, char** value) {
+  static const auto of_the_host =
+      reinterpret_cast<decltype(&OBJ_UIF_get_value)>(dlsym(RTLD_NEXT, "OBJ_UIF_get_value"));
+  if (shown_name == nullptr) {
+    return of_the_host(object, property, value);
+  }
+  *value = ZOLP_CopyString(shown_name);
+  return ORK_ok;
+}
+#endif
 
 namespace {
 
-using test::ask;
-using test::list;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
-
-constexpr int failure = 4711;
-
-class Workflow : public testing::Test {
+class Workflow : public test::TestOn<> {
  protected:
   Workflow() {
-    EXPECT_EQ(ork_host_seed(R"({
-      "items": [{"id": "4711", "name": "Gearbox", "revisions": [
-        {"id": "A", "datasets": [{"name": "drawing"}, {"name": "notes"}]}]}],
-      "process_templates": [
-        {"name": "Review", "tasks": [
-          {"name": "Check", "type": "review", "quorum": 2, "signoffs": [
-            {"pool": {"group": "engineering"}}, {"user": "ada"}, {"user": "root"}]},
-          {"name": "Check", "type": "review", "signoffs": [{"user": "root"}]},
-          {"name": "Large?", "type": "condition", "branches": [
-            {"result": true, "tasks": [{"name": "Later?", "type": "condition"}]}]},
-          {"name": "Large?", "type": "condition"}]},
-        {"name": "No team", "tasks": [{"name": "Nobody", "type": "review"}]},
-        {"name": "Release", "handlers": [{"on": "start", "name": "set-release-status",
-                                          "arguments": ["status=Released"]}]},
-        {"name": "Broken", "handlers": [{"on": "start", "name": "none"}]}]})"),
-              ORK_ok);
+    EXPECT_EQ(ork_host_seed(test::file_text("orktool/seeds/workflow.json").c_str()), ORK_ok);
     site.log_in();
     EXPECT_EQ(ork_host_find_item("4711", nullptr, &item), ORK_ok);
     EXPECT_EQ(ork_host_find_item("4711", "A", &revision), ORK_ok);
     EXPECT_EQ(ork_host_find_item("4712", "B", &other), ORK_ok);
-    blocks = ork_host_block_count();
   }
-  ~Workflow() override {
-    orktool::replace_calendar(nullptr);
-    EXPECT_EQ(ork_host_block_count(), blocks);
-  }
+  ~Workflow() override { orktool::replace_calendar(nullptr); }
 
   static tag start(const char* name, const std::vector<tag>& targets = {}) {
     const std::vector<int> types(targets.size(), FLOW_target_attachment);
@@ -72,26 +45,9 @@ class Workflow : public testing::Test {
     return list(FLOW_get_type_tasks, job, type);
   }
 
-  /** The platform calls of an action. */
-  template <typename Action>
-  std::vector<std::string> calls(const Action& action) {
-    trace.clear();
-    ork_host_start_journal();
-    action();
-    ork_host_stop_journal();
-    return test::Site::journal();
-  }
-
-  static void fail(const char* operation, int nth = 1) {
-    ork_host_fail_call(operation, nth, failure);
-  }
-
-  test::Site site;
-  test::TraceCapture trace;
   tag item = NULLTAG;
   tag revision = NULLTAG;
   tag other = NULLTAG;
-  std::size_t blocks = 0;
 };
 
 // -------------------------------------------------------------------------------- attachments
@@ -115,8 +71,9 @@ TEST_F(Workflow, ObjectsAreAttachedToTheRootTask) {
   EXPECT_EQ(ZOLP_add_attachments(job, 3, -1, objects), ORK_invalid_argument);
   trace.clear();
   EXPECT_EQ(ZOLP_add_target_objects(job, 1, &revision), FLOW_already_attached);
-  EXPECT_TRUE(trace.has("##ORK_err_33007: FLOW_add_attachments(...)"));
-  EXPECT_TRUE(trace.has("##ORK_err_33007: ZOLP_add_attachments(...)"));
+  EXPECT_EQ(trace.missing({"##ORK_err_33007: FLOW_add_attachments(...)",
+                           "##ORK_err_33007: ZOLP_add_attachments(...)"}),
+            "");
   ork_host_fail_allocation(1);
   EXPECT_EQ(ZOLP_add_attachments(job, 1, 1, &other), 2002);
   EXPECT_TRUE(trace.has("ERROR: not enough memory available"));
@@ -137,21 +94,8 @@ TEST_F(Workflow, AJobIsRefreshedInAFixedOrder) {
                   {"FLOW_get_attachments", "OBJ_load", "OBJ_load", "FLOW_get_attachments",
                    "OBJ_load", "FLOW_get_attachments", "FLOW_refresh_entire_job"});
   EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), ORK_ok); }), expected);
-  EXPECT_TRUE(trace.has("level_task=0 state [Started] "));
-  EXPECT_TRUE(trace.has("level_task=3 state [Pending] "));
+  EXPECT_EQ(trace.missing({"level_task=0 state [Started] ", "level_task=3 state [Pending] "}), "");
 
-  fail("OBJ_load");
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), ORK_ok); }),
-              testing::IsSupersetOf(
-                  {"OBJ_load", "OBJ_load", "OBJ_load", "OBJ_refresh", "FLOW_refresh_entire_job"}));
-  fail("OBJ_load");
-  fail("OBJ_refresh", 5);
-  EXPECT_EQ(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(job), failure); }).back(), "OBJ_refresh");
-  const tag levels_done = start("No team");
-  EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(levels_done), ORK_ok); }),
-              ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_state",
-                          "FLOW_get_state_string", "FLOW_get_attachments", "FLOW_get_attachments",
-                          "FLOW_get_attachments", "FLOW_refresh_entire_job"));
   const tag done = start("Release", {item});
   EXPECT_THAT(calls([&] { EXPECT_EQ(ZOLP_refresh_entire_job(done), ORK_ok); }),
               ElementsAre("FLOW_get_root_task", "FLOW_get_sub_tasks", "FLOW_get_attachments",
@@ -195,8 +139,7 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
     return std::to_string(level) + " " + name;
   };
   EXPECT_EQ(current(job), std::to_string(levels[0]) + " Check");
-  EXPECT_TRUE(trace.has("iTaskListCount=2"));
-  EXPECT_TRUE(trace.has("spCurrentReleaseLevelName=Check"));
+  EXPECT_EQ(trace.missing({"iTaskListCount=2", "spCurrentReleaseLevelName=Check"}), "");
   const std::vector<tag> signoffs = list(FLOW_get_attachments, levels[0], FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, ""), ORK_ok);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[1], SIGNOFF_approve, ""), ORK_ok);
@@ -222,6 +165,23 @@ TEST_F(Workflow, TheCurrentLevelIsTheFirstStartedOrElseTheFirstPendingOne) {
   EXPECT_TRUE(
       trace.has("->ZOLP_ask_current_release_level(job, &release_level, release_level_name) zolp_"));
 }
+
+#if !defined(_WIN32)
+TEST_F(Workflow, TheNameOfALevelIsHandedOutWhole) {
+  const tag job = start("Review");
+  const std::string longer_than_stored(3 * FLOW_name_size, 'n');
+  shown_name = longer_than_stored.c_str();
+  tag level = NULLTAG;
+  char name[1024];
+  char alone[1024];
+  EXPECT_EQ(ZOLP_ask_current_release_level(job, &level, name), ORK_ok);
+  EXPECT_EQ(ZOLP_ask_current_release_level_name(job, alone), ORK_ok);
+  shown_name = nullptr;
+  EXPECT_EQ(name, longer_than_stored);
+  EXPECT_EQ(alone, longer_than_stored);
+}
+
+#endif
 
 TEST_F(Workflow, LevelsAreFoundByTheirWholeName) {
   const tag job = start("Review");
@@ -254,8 +214,8 @@ TEST_F(Workflow, ReviewersComeFromTheTeamByType) {
   trace.clear();
   EXPECT_THAT(list(ZOLP_ask_reviewers_groupmembers, job, level),
               ElementsAre(members[1], members[2]));
-  EXPECT_TRUE(trace.has("iTempGroupmemberCount=2"));
-  EXPECT_TRUE(trace.has("ignore Member[0] of not selected type"));
+  EXPECT_EQ(trace.missing({"iTempGroupmemberCount=2", "ignore Member[0] of not selected type"}),
+            "");
   EXPECT_THAT(list(ZOLP_ask_reviewers_resourcepools, job, level), ElementsAre(members[0]));
   EXPECT_TRUE(trace.has("iTempResourcepoolCount=1"));
   EXPECT_THAT(list(ZOLP_ask_reviewers_by_type, job, level, 9999), IsEmpty());
@@ -289,9 +249,10 @@ TEST_F(Workflow, JobInfoTellsWhoSignsOffAndWhen) {
   const tag level = tasks(start("Review"), eFLOWReviewTask)[0];
   EXPECT_EQ(info(level), "root");
   EXPECT_EQ(year, 0);
-  EXPECT_TRUE(trace.has("Nr.=0 g=[engineering] r=[*] "));
-  EXPECT_TRUE(trace.has("Nr.=1 u=[ada] g=[engineering] r=[designer] "));
-  EXPECT_TRUE(trace.has("Nr.=2 u=[root] g=[engineering] r=[administrator] "));
+  EXPECT_EQ(
+      trace.missing({"Nr.=0 g=[engineering] r=[*] ", "Nr.=1 u=[ada] g=[engineering] r=[designer] ",
+                     "Nr.=2 u=[root] g=[engineering] r=[administrator] "}),
+      "");
   const std::vector<tag> signoffs = list(FLOW_get_attachments, level, FLOW_signoff_attachment);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[2], SIGNOFF_reject, ""), ORK_ok);
   info(level);
@@ -313,21 +274,24 @@ TEST_F(Workflow, AHandlerGetsItsJobAndTargets) {
     int count = 99;
     tag* found = nullptr;
     EXPECT_EQ(ZOLP_getRHTargetObjects(&message, &found_job, &count, &found), status);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(found, nullptr);
   };
   EXPECT_THAT(list(ZOLP_getRHTargetObjects, &message, &found_job), ElementsAre(item, revision));
   EXPECT_EQ(found_job, job);
-  EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [2]"));
-  EXPECT_TRUE(trace.has("TARGET[2]: CLASS = [ItemRevision]"));
+  EXPECT_EQ(trace.missing({"NUMBER OF TARGETS = [2]", "TARGET[2]: CLASS = [ItemRevision]"}), "");
   fail("TYPE_get_object_type", 2);
   fails(failure);
-  EXPECT_TRUE(trace.has("Error by exit status! File;zolp_handler_utils.cpp [Line:"));
-  EXPECT_TRUE(trace.has("<-ERROR:ZOLP_getRHTargetObjects zolp_handler_utils.cpp:"));
+  EXPECT_EQ(trace.missing({"Error by exit status! File;zolp_handler_utils.cpp [Line:",
+                           "<-ERROR:ZOLP_getRHTargetObjects zolp_handler_utils.cpp:"}),
+            "");
   tag objects[] = {item, revision};
   EXPECT_EQ(ZOLP_remove_attachments(job, 2, objects), ORK_ok);
   fails(FLOW_target_object_not_attached);
-  EXPECT_TRUE(trace.has("NUMBER OF TARGETS = [0]"));
-  EXPECT_TRUE(
-      trace.has("Error FLOW_target_object_not_attached! File:zolp_handler_utils.cpp [Line"));
+  EXPECT_EQ(
+      trace.missing({"NUMBER OF TARGETS = [0]",
+                     "Error FLOW_target_object_not_attached! File:zolp_handler_utils.cpp [Line"}),
+      "");
   EXPECT_THAT(trace.lines().back(),
               HasSubstr("<-ERROR: ZOLP_getRHTargetObjects zolp_handler_utils.cpp:"));
 }
@@ -408,9 +372,9 @@ TEST_F(Workflow, ATemporaryJobSetsAStatusAndGoes) {
   };
   const auto jobs = [] { return list(FLOW_find_jobs, nullptr).size(); };
   EXPECT_EQ(release("TMP", "Release"), "0 TMP1700000000");
-  EXPECT_TRUE(trace.has("ObjCount        = 2"));
-  EXPECT_TRUE(trace.has("szProcedureName = Release"));
-  EXPECT_TRUE(trace.has("job name <TMP1700000000>"));
+  EXPECT_EQ(trace.missing(
+                {"ObjCount        = 2", "szProcedureName = Release", "job name <TMP1700000000>"}),
+            "");
   EXPECT_EQ(jobs(), 0u);
   for (const tag object : {revision, other}) {
     char latest[ZOLP_NAME_SIZE + 1] = "";

@@ -1,11 +1,7 @@
 /** @file Lines of release lists and the site that the list functions need. */
 #pragma once
 
-#include <cstdio>
-#include <string>
-
 #include "support/site.h"
-#include "support/temporary_folder.h"
 #include "tools/assembly_tree.h"
 #include "zolp_orktool.h"
 
@@ -56,3 +52,5 @@ class CloneSite : public Site {
 };
 
 }  // namespace test
+
+using test::row, test::item_row, test::header_row;

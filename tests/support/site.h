@@ -1,16 +1,12 @@
 /** @file A site of the embedded host for one test: three users, two groups, preferences to set. */
 #pragma once
 
-#include <gtest/gtest.h>
+#include "support/prelude.h"
+#include "support/trace_capture.h"
+#include "zolp_orktool.h"
 
 #include <initializer_list>
-#include <string>
 #include <string_view>
-#include <vector>
-
-#include "ork/ork.h"
-#include "ork_host.h"
-#include "support/asking.h"
 
 namespace test {
 
@@ -20,7 +16,7 @@ class Site {
     // No arguments of the test program's own are taken for a login.
     arguments({});
     EXPECT_EQ(ork_host_open(":memory:"), ORK_ok);
-    EXPECT_EQ(ork_host_seed(seed), ORK_ok);
+    EXPECT_EQ(ork_host_seed_file(TEST_FILES "/support/site.json"), ORK_ok);
   }
   ~Site() {
     ork_host_clear_faults();
@@ -62,31 +58,34 @@ class Site {
     }
     return names;
   }
+};
 
- private:
-  static constexpr const char* seed = R"({
-    "site": {"password_cost": 1, "name": "Test", "automatic_login": "batch"},
-    "groups": [{"name": "engineering"}, {"name": "quality"}],
-    "roles": [{"name": "designer"}, {"name": "administrator"}],
-    "users": [
-      {"id": "ada", "name": "Ada Example", "password": "ada-secret",
-       "memberships": [{"group": "engineering", "role": "designer"}],
-       "default_group": "engineering"},
-      {"id": "root", "name": "Rita Root", "password": "root-secret", "administrator": true,
-       "memberships": [{"group": "engineering", "role": "administrator"}],
-       "default_group": "engineering"},
-      {"id": "batch", "name": "Batch", "password": "batch-secret",
-       "memberships": [{"group": "quality", "role": "designer"}],
-       "default_group": "quality"}
-    ],
-    "relation_types": [{"name": "Documents"}, {"name": "Drawings"}],
-    "items": [
-      {"id": "4711", "name": "Gearbox", "revisions": [
-        {"id": "A", "name": "Gearbox", "datasets": []}]},
-      {"id": "4712", "name": "Housing", "revisions": [
-        {"id": "B", "name": "Housing with a name that is longer than its column", "datasets": []}]}
-    ]
-  })";
+/** A test on a site, with its trace. No block of the platform may be left. */
+template <typename Kind = Site>
+class TestOn : public testing::Test {
+ protected:
+  ~TestOn() override { EXPECT_EQ(ork_host_block_count(), blocks); }
+
+  static constexpr int failure = 4711;
+
+  /** Makes the nth call of an operation fail. */
+  static void fail(const char* operation, int nth = 1) {
+    ork_host_fail_call(operation, nth, failure);
+  }
+
+  /** The platform calls of an action, whose trace follows the lines that are dropped here. */
+  template <typename Action>
+  std::vector<std::string> calls(const Action& action) {
+    trace.clear();
+    ork_host_start_journal();
+    action();
+    ork_host_stop_journal();
+    return Site::journal();
+  }
+
+  Kind site;
+  TraceCapture trace;
+  std::size_t blocks = ork_host_block_count();
 };
 
 }  // namespace test

@@ -2,9 +2,16 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
+#include <cstddef>
 #include <functional>
+
+#if defined(_WIN32)
+#define NOMINMAX
+#include <windows.h>
+#else
+#include <sys/resource.h>
+#endif
 
 namespace test {
 
@@ -15,22 +22,41 @@ inline constexpr std::size_t small_stack_size = std::size_t{4} << 20;
 inline constexpr std::size_t small_stack_size = std::size_t{1} << 20;
 #endif
 
-/** Runs a function on such a stack. */
-inline void on_small_stack(std::function<void()> function) {
-  pthread_attr_t attributes;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, small_stack_size), 0);
-  pthread_t thread{};
-  ASSERT_EQ(pthread_create(
-                &thread, &attributes,
-                [](void* argument) -> void* {
-                  (*static_cast<std::function<void()>*>(argument))();
-                  return nullptr;
-                },
-                &function),
-            0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
+#if defined(_WIN32)
+
+/** Runs a function on such a stack, in the thread whose session it uses. */
+inline void on_small_stack(const std::function<void()>& function) {
+  struct Work {
+    const std::function<void()>& function;
+    void* caller;
+  } work{function, ConvertThreadToFiber(nullptr)};
+  ASSERT_NE(work.caller, nullptr);
+  void* fiber = CreateFiberEx(
+      0, small_stack_size, 0,
+      [](void* argument) {
+        const auto* given = static_cast<Work*>(argument);
+        given->function();
+        SwitchToFiber(given->caller);
+      },
+      &work);
+  ASSERT_NE(fiber, nullptr);
+  SwitchToFiber(fiber);
+  DeleteFiber(fiber);
+  ConvertFiberToThread();
 }
+
+#else
+
+/** Runs a function on such a stack, in the thread whose session it uses. */
+inline void on_small_stack(const std::function<void()>& function) {
+  rlimit usual{};
+  ASSERT_EQ(getrlimit(RLIMIT_STACK, &usual), 0);
+  const rlimit small{small_stack_size, usual.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_STACK, &small), 0);
+  function();
+  ASSERT_EQ(setrlimit(RLIMIT_STACK, &usual), 0);
+}
+
+#endif
 
 }  // namespace test

@@ -1,19 +1,8 @@
 /** @file A site with product structures, and a window on one of them. */
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <map>
-#include <set>
 #include <sstream>
-#include <string>
-#include <vector>
 
-#include "ork/bomw.h"
-#include "ork/item.h"
-#include "ork/mem.h"
-#include "ork/obj.h"
-#include "ork/struct.h"
 #include "support/site.h"
 
 namespace test {
@@ -119,3 +108,5 @@ class StructureSite : public Site {
 };
 
 }  // namespace test
+
+using test::List;

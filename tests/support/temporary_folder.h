@@ -66,4 +66,12 @@ class TemporaryFolder {
   std::filesystem::path path_;
 };
 
+#if defined(TEST_FILES)
+/** Text of a file beside the tests' sources. */
+inline std::string file_text(const std::string& name) {
+  std::ifstream file(host::utf8_path(TEST_FILES "/" + name), std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+#endif
+
 }  // namespace test

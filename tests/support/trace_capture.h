@@ -1,6 +1,7 @@
 /** @file Collects the lines of the trace while it lives, on the most detailed level. */
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,9 @@ class TraceCapture {
  public:
   explicit TraceCapture(int level = ZOLP_LEVEL_DEBUG) {
     ZOLP_SetTraceWriter(
-        [](int, const char* line, size_t size, void* context) {
+        [](int line_level, const char* line, size_t size, void* context) {
           static_cast<TraceCapture*>(context)->lines_.emplace_back(line, size);
+          static_cast<TraceCapture*>(context)->levels_.push_back(line_level);
         },
         this);
     ZOLP_SetTraceLevel(level);
@@ -26,7 +28,12 @@ class TraceCapture {
   TraceCapture& operator=(const TraceCapture&) = delete;
 
   const std::vector<std::string>& lines() const { return lines_; }
-  void clear() { lines_.clear(); }
+  /** Levels of the lines. */
+  const std::vector<int>& levels() const { return levels_; }
+  void clear() {
+    lines_.clear();
+    levels_.clear();
+  }
 
   /** Number of lines that contain a text. */
   int count(const std::string& text) const {
@@ -40,8 +47,16 @@ class TraceCapture {
   }
   bool has(const std::string& text) const { return count(text) > 0; }
 
+  /** The first of some texts that no line contains; empty when all are there. */
+  std::string missing(const std::vector<std::string>& texts) const {
+    const auto found =
+        std::find_if(texts.begin(), texts.end(), [this](const auto& text) { return !has(text); });
+    return found != texts.end() ? *found : "";
+  }
+
  private:
   std::vector<std::string> lines_;
+  std::vector<int> levels_;
 };
 
 }  // namespace test

@@ -1,12 +1,6 @@
 // View types, occurrences, BOM lines and the walks over them.
 
-#include "ork/bomw.h"
-#include "ork/config.h"
-#include "ork/mem.h"
-#include "ork/obj.h"
-#include "ork/struct.h"
 #include "sweep.h"
-#include "zolp_orktool.h"
 
 namespace sweep {
 
@@ -38,14 +32,7 @@ tag occurrence() {
 
 // ------------------------------------------------------------------ view types and occurrences
 
-const std::string class_test =
-    "STORE_class_id_of_class STORE_class_of_instance STORE_is_descendant ";
-
 void add_view_types(Cases& cases) {
-  // A test of a view revision's class that fails says no.
-  const std::string steps = R"(ignores STORE_class_id_of_class STORE_class_of_instance
-      then STRUCT_get_bom_view_of_bvr STRUCT_get_bom_view_type: 1; ignores STORE_is_descendant: 1;
-    passes STRUCT_get_bom_view_of_bvr STRUCT_get_bom_view_type: 0)";
   const auto ask_with = [](auto type_of_run) {
     return [type_of_run](Run& run) {
       const tag view = view_revision();
@@ -55,16 +42,14 @@ void add_view_types(Cases& cases) {
       run.out(verdict ? 1 : 0);
     };
   };
-  cases.add("ZOLP_IsViewOfType(unsigned int, unsigned int, bool*)", "", "good 0: 1;" + steps)
-      .call(ask_with([] {
-        tag type = NULLTAG;
-        prepared(STRUCT_find_view_type("view", &type), "view type");
-        return type;
-      }));
-  cases
-      .add("ZOLP_IsViewOfType(unsigned int, char const*, bool*)", "",
-           "good 0: 1; aborts STRUCT_find_view_type: 0;" + steps)
-      .call(ask_with([] { return "view"; }));
+  cases.add("ZOLP_IsViewOfType(unsigned int, unsigned int, bool*)").call(ask_with([] {
+    tag type = NULLTAG;
+    prepared(STRUCT_find_view_type("view", &type), "view type");
+    return type;
+  }));
+  cases.add("ZOLP_IsViewOfType(unsigned int, char const*, bool*)").call(ask_with([] {
+    return "view";
+  }));
 }
 
 /** What a call makes of an item that stands for a child. */
@@ -83,19 +68,11 @@ auto ask_child(Ask ask) {
 }
 
 void add_children(Cases& cases) {
-  // An item for which a rule gives the revision.
-  const std::string configured =
-      "ignores STORE_class_id_of_class STORE_class_of_instance then " + class_test + R"(
-        WSO_get_object_type CONFIG_item_get_configured: S1|S1/A|Item;
-      ignores STORE_is_descendant: S1|S1/A|Item; answers 2010 )" +
-      class_test + R"( then WSO_get_object_type: untouched|untouched|Item;
-      ignores WSO_get_object_type: S1|S1/A|; passes CONFIG_item_get_configured: S1|0|Item;
-      exhausted 0: S1|S1/A|null)";
   cases
       .add(
           "ZOLP_GetItemAndRevFromOccObj(unsigned int, unsigned int, unsigned int*, unsigned int*, "
           "char**)",
-          "an item", "good 0: S1|S1/A|Item;" + configured)
+          "an item")
       .call(ask_child([](tag released, tag* item, tag* revision, char** type_name) {
         return ZOLP_GetItemAndRevFromOccObj(object("S1"), released, item, revision, type_name);
       }));
@@ -103,39 +80,24 @@ void add_children(Cases& cases) {
       .add(
           "ZOLP_GetItemAndRevFromOccObj(unsigned int, char const*, unsigned int*, unsigned int*, "
           "char**)",
-          "an item",
-          "good 0: S1|S1/A|Item; answers 2010 CONFIG_find then " + class_test + class_test +
-              "WSO_get_object_type: untouched|untouched|Item;" + configured)
+          "an item")
       .call(ask_child([](tag, tag* item, tag* revision, char** type_name) {
         return ZOLP_GetItemAndRevFromOccObj(object("S1"), "Released", item, revision, type_name);
       }));
-  cases
-      .add("ZOLP_GetItemFromOccObj(unsigned int, unsigned int*, char**)", "a revision",
-           "good 0: S1|untouched|ItemRevision; ignores " + class_test + "then " + class_test + R"(
-             WSO_get_object_type: untouched|untouched|ItemRevision;
-           ignores STORE_class_id_of_class STORE_class_of_instance
-             then WSO_get_object_type ITEM_get_item_of_rev: S1|untouched|ItemRevision;
-           ignores STORE_is_descendant: S1|untouched|ItemRevision;
-           ignores WSO_get_object_type: S1|untouched|;
-           passes ITEM_get_item_of_rev: 0|untouched|ItemRevision;
-           exhausted 0: S1|untouched|null)")
+  cases.add("ZOLP_GetItemFromOccObj(unsigned int, unsigned int*, char**)", "a revision")
       .call(ask_child([](tag, tag* item, tag*, char** type_name) {
         return ZOLP_GetItemFromOccObj(object("S1/A"), item, type_name);
       }));
 }
 
 void add_occurrences(Cases& cases) {
-  cases
-      .add("GetSeqNo(unsigned int, unsigned int, char**)", "",
-           "good 0: 10; passes STRUCT_get_seq_no: null")
+  cases.add("GetSeqNo(unsigned int, unsigned int, char**)")
       .call(outputs_of(
           GetSeqNo, [](Run&) { return view_revision(); }, [](Run&) { return occurrence(); }));
   cases
       .add(
           "ZOLP_GetOccNoteText(unsigned int, unsigned int, char const*, unsigned int**, int*, "
-          "char**)",
-          "", R"(good 0: 12 Nm; passes STRUCT_list_occurrence_notes STRUCT_get_note_type_name
-             STRUCT_get_occurrence_note_text: null)")
+          "char**)")
       .call([](Run& run) {
         const tag view = view_revision();
         const tag first = occurrence();
@@ -190,61 +152,35 @@ auto set_line_text(const char* attribute, Set set) {
 }
 
 void add_line_values(Cases& cases) {
-  const std::string text = "; passes OBJ_get_value_string: null";
-  cases.add("ZOLP_getSequenceNo", "", "good 0: 10" + text)
-      .call(outputs_of(ZOLP_getSequenceNo, first_line));
-  cases.add("ZOLP_getQuantity", "", "good 0: 2" + text)
-      .call(outputs_of(ZOLP_getQuantity, first_line));
-  cases.add("ZOLP_setSequenceNo", "", "good 0: 7; passes OBJ_set_value_string: 10")
-      .call(set_line_text("bl_sequence_no", ZOLP_setSequenceNo));
-  cases.add("ZOLP_setQuantity", "", "good 0: 7; passes OBJ_set_value_string: 2")
-      .call(set_line_text("bl_quantity", ZOLP_setQuantity));
-  const std::string looked_up =
-      "; passes BOMW_line_look_up_attribute BOMW_line_get_attribute_tag: 0";
-  cases.add("ZOLP_get_bomline_revtag", "", "good 0: S1/A" + looked_up)
-      .call(outputs_of(ZOLP_get_bomline_revtag, first_line));
-  cases.add("ZOLP_get_bomline_itemtag", "", "good 0: S1" + looked_up)
-      .call(outputs_of(ZOLP_get_bomline_itemtag, first_line));
-  cases
-      .add("ZOLP_get_bomline_item_and_rev", "", R"(good 0: S1|A;
-        ignores OBJ_get_value_string: null|A; passes OBJ_get_value_string: S1|null)")
+  cases.add("ZOLP_getSequenceNo").call(outputs_of(ZOLP_getSequenceNo, first_line));
+  cases.add("ZOLP_getQuantity").call(outputs_of(ZOLP_getQuantity, first_line));
+  cases.add("ZOLP_setSequenceNo").call(set_line_text("bl_sequence_no", ZOLP_setSequenceNo));
+  cases.add("ZOLP_setQuantity").call(set_line_text("bl_quantity", ZOLP_setQuantity));
+  cases.add("ZOLP_get_bomline_revtag").call(outputs_of(ZOLP_get_bomline_revtag, first_line));
+  cases.add("ZOLP_get_bomline_itemtag").call(outputs_of(ZOLP_get_bomline_itemtag, first_line));
+  cases.add("ZOLP_get_bomline_item_and_rev")
       .call(outputs_of(ZOLP_get_bomline_item_and_rev, first_line));
 }
 
 // ----------------------------------------------------------------------------------------- walks
 
 void add_changing_walks(Cases& cases) {
-  // Failures show in the trace; a line whose revision cannot be read gets a number of its own.
-  cases
-      .add("ZOLP_resequence_bom", "two children", R"(good 0: 100;
-        answers 0 BOMW_line_get_child_lines: 10;
-        ignores BOMW_line_look_up_attribute then OBJ_set_value_string BOMW_line_look_up_attribute
-          BOMW_line_get_attribute_tag OBJ_set_value_string: 100;
-        ignores BOMW_line_get_attribute_tag: 100; ignores OBJ_set_value_string: 10;
-        ignores BOMW_line_look_up_attribute then OBJ_set_value_string: 100;
-        ignores BOMW_line_get_attribute_tag OBJ_set_value_string: 100)")
-      .call([](Run& run) {
-        const tag top = top_line();
-        int number = 100;
-        int increment = 10;
-        run.call([&] {
-          return ZOLP_resequence_bom(top, &number, &increment, 0, 0, nullptr, nullptr, 0);
-        });
-        run.out(std::string_view(value(child_of(top), "bl_sequence_no")));
-        prepared(BOMW_close_window(window), "close");
-      });
-  // A number that is free ends it without its exit line.
-  cases.add("ZOLP_getUnusedSeqNo", "", "good 0 +1: 30").call([](Run& run) {
+  cases.add("ZOLP_resequence_bom", "two children").call([](Run& run) {
+    const tag top = top_line();
+    int number = 100;
+    int increment = 10;
+    run.call(
+        [&] { return ZOLP_resequence_bom(top, &number, &increment, 0, 0, nullptr, nullptr, 0); });
+    run.out(std::string_view(value(child_of(top), "bl_sequence_no")));
+    prepared(BOMW_close_window(window), "close");
+  });
+  cases.add("ZOLP_getUnusedSeqNo").call([](Run& run) {
     tag used[] = {10, 20};
     int number = 10;
     run.call(ZOLP_getUnusedSeqNo, &number, 10, 2, used);
     run.out(number);
   });
-  // S1, below it S3; then S2.
-  cases
-      .add("ZOLP_pack_bom", "all levels", R"(good 0; passes BOMW_line_get_child_lines BOMW_line_pack
-          BOMW_line_get_child_lines x2 BOMW_line_pack BOMW_line_get_child_lines x2 BOMW_line_pack
-          BOMW_line_get_child_lines x2)")
+  cases.add("ZOLP_pack_bom", "all levels")
       .call(outputs_of(
           ZOLP_pack_bom, [](Run&) { return top_line(); }, logical{1}));
 }
@@ -263,69 +199,29 @@ auto counted(Walk walk) {
 }
 
 void add_reading_walks(Cases& cases) {
-  // The lines are read in the order T, S1, S3, S2.
-  cases
-      .add("ZOLP_get_max_depth_of_ps", "", R"(good 0: 1; ignores BOMW_line_get_child_lines then: 1;
-        ignores BOMW_line_get_child_lines then BOMW_line_get_child_lines: 1;
-        ignores BOMW_line_get_child_lines x2: 1)")
-      .call(counted(
-          [](tag top, int* depth, tag**) { return ZOLP_get_max_depth_of_ps(top, 0, depth); }));
-  // A failure ends the walk over the siblings, and is no failure of the line above.
-  cases
-      .add("ZOLP_getSizeOfPS", "", R"(good 0: 4; passes BOMW_line_get_child_lines: 1;
-        answers 0 BOMW_line_get_child_lines: 2; ignores BOMW_line_get_child_lines x2: 4)")
-      .call(counted(
-          [](tag top, int* size, tag**) { return ZOLP_getSizeOfPS(top, 0, nullptr, size); }));
-  const std::string each_exhausted = "; exhausted 1: 0; exhausted 1: 1; exhausted 1: 2";
-  cases
-      .add("ZOLP_excludeListFromBom", "nothing left out",
-           R"(good 0: 3; passes BOMW_line_get_child_lines: 0; passes BOMW_line_get_child_lines: 1;
-             passes BOMW_line_get_child_lines: 2; passes BOMW_line_get_child_lines: 3)" +
-               each_exhausted)
+  cases.add("ZOLP_get_max_depth_of_ps").call(counted([](tag top, int* depth, tag**) {
+    return ZOLP_get_max_depth_of_ps(top, 0, depth);
+  }));
+  cases.add("ZOLP_getSizeOfPS").call(counted([](tag top, int* size, tag**) {
+    return ZOLP_getSizeOfPS(top, 0, nullptr, size);
+  }));
+  cases.add("ZOLP_excludeListFromBom", "nothing left out")
       .call(counted([](tag top, int* count, tag** list) {
         return ZOLP_excludeListFromBom(top, nullptr, 0, 0, nullptr, count, list);
       }));
-  cases
-      .add("ZOLP_getSeqNoListOfBom", "",
-           R"(good 0: 3; passes BOMW_line_get_child_lines OBJ_get_value_string: 0;
-             passes BOMW_line_get_child_lines OBJ_get_value_string: 1;
-             passes BOMW_line_get_child_lines OBJ_get_value_string: 2;
-             passes BOMW_line_get_child_lines: 3)" +
-               each_exhausted)
-      .call(counted([](tag top, int* count, tag** list) {
-        return ZOLP_getSeqNoListOfBom(top, 0, nullptr, count, list);
-      }));
-  // T once for each of its children, S1 for its child. A failure at S1 and S3 is none of T's, but
-  // T's other children are left out.
-  cases
-      .add("ZOLP_exportObjectsFromBom", "items", R"(good 0: 2; aborts BOMW_line_get_child_lines: 0;
-        passes BOMW_line_look_up_attribute BOMW_line_get_attribute_tag: 0;
-        ignores STORE_is_tag_valid: 2; answers 0 +1 BOMW_line_get_child_lines: 1;
-        answers 0 BOMW_line_look_up_attribute BOMW_line_get_attribute_tag: 1;
-        ignores STORE_is_tag_valid: 1; ignores +1 BOMW_line_get_child_lines: 2;
-        passes BOMW_line_look_up_attribute BOMW_line_get_attribute_tag: 2;
-        ignores STORE_is_tag_valid: 2; ignores +1 BOMW_line_get_child_lines: 2;
-        exhausted 0 x2: 1)")
-      .call(counted([](tag top, int* count, tag** list) {
-        return ZOLP_exportObjectsFromBom(top, "Item", nullptr, 0, count, list);
-      }));
-  // Without one of the two revisions they differ, and the child is looked into. One that is found
-  // ends the walk without its exit line.
-  const std::string below =
-      "BOMW_line_look_up_attribute BOMW_line_get_attribute_tag BOMW_line_get_child_lines: 0;";
-  const std::string look_up = "BOMW_line_look_up_attribute BOMW_line_get_attribute_tag then ";
-  cases
-      .add("ZOLP_existObjectInBom", "a child",
-           "good 0 +1: 1; answers 0 " + look_up + "BOMW_line_get_child_lines " +
-               "BOMW_line_look_up_attribute BOMW_line_get_attribute_tag " + below +
-               "answers 0 BOMW_line_get_child_lines: 0; answers 0 " + look_up + below)
-      .call([](Run& run) {
-        const tag line = child_of(top_line());
-        const tag below_line = child_of(line);
-        logical found = untouched_number;
-        run.call(ZOLP_existObjectInBom, below_line, line, &found);
-        run.out(found);
-      });
+  cases.add("ZOLP_getSeqNoListOfBom").call(counted([](tag top, int* count, tag** list) {
+    return ZOLP_getSeqNoListOfBom(top, 0, nullptr, count, list);
+  }));
+  cases.add("ZOLP_exportObjectsFromBom", "items").call(counted([](tag top, int* count, tag** list) {
+    return ZOLP_exportObjectsFromBom(top, "Item", nullptr, 0, count, list);
+  }));
+  cases.add("ZOLP_existObjectInBom", "a child").call([](Run& run) {
+    const tag line = child_of(top_line());
+    const tag below_line = child_of(line);
+    logical found = untouched_number;
+    run.call(ZOLP_existObjectInBom, below_line, line, &found);
+    run.out(found);
+  });
 }
 
 }  // namespace

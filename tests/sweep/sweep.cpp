@@ -9,20 +9,10 @@
 
 #include "sweep.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <optional>
 #include <set>
 #include <sstream>
 
 #include "heap.h"
-#include "ork/date.h"
-#include "ork/mem.h"
-#include "ork/store.h"
-#include "ork_host.h"
 #include "process.h"
 #include "support/trace_capture.h"
 #include "zolp_basetool.h"
@@ -229,21 +219,17 @@ std::size_t step_of_call(const Case& tried, std::size_t call) {
   return step;
 }
 
-std::string title(const Case& tried) {
-  return std::string(tried.function) + (*tried.what != '\0' ? ", " : "") + tried.what;
-}
-
 std::string words(const Case& tried, const Fault& fault) {
   if (fault.step != nullptr) {
-    return title(tried) + ": failing " + fault.step->operation + ", step " +
+    return tried.title() + ": failing " + fault.step->operation + ", step " +
            std::to_string(fault.at_step + 1);
   }
   if (fault.heap_request > 0) {
-    return title(tried) + ": refused heap request " + std::to_string(fault.heap_request);
+    return tried.title() + ": refused heap request " + std::to_string(fault.heap_request);
   }
-  return title(tried) + (fault.allocation > 0
-                             ? ": failing allocation " + std::to_string(fault.allocation)
-                             : ": good call");
+  return tried.title() + (fault.allocation > 0
+                              ? ": failing allocation " + std::to_string(fault.allocation)
+                              : ": good call");
 }
 
 /** Checks a run with a failing allocation. Returns whether it was one of the library's own. */
@@ -404,7 +390,8 @@ void try_allocations(Tally& tally) {
   }
   if (tally.runs == tally.held && own_allocations != tally.tried->own_allocations.size()) {
     std::fprintf(stderr, "%s: %zu allocations of its own, where the table has %zu\n",
-                 title(*tally.tried).c_str(), own_allocations, tally.tried->own_allocations.size());
+                 tally.tried->title().c_str(), own_allocations,
+                 tally.tried->own_allocations.size());
     --tally.held;
   }
 }
@@ -433,34 +420,24 @@ Tally try_case(const Case& tried, std::size_t number) {
 
 void write_matrix(const std::vector<Tally>& tallies) {
   std::ofstream report(SWEEP_REPORT);
-  report << "# Fault sweep\n\nEach function's good call, and the same with each of its platform "
-            "calls and each of its allocations failing, and each of its requests to the C heap "
-            "refused.\n\n"
-            "| function | good call | platform calls | failed calls | failed allocations | "
-            "refused heap requests | held |\n"
-            "|---|---|--:|--:|--:|--:|---|\n";
+  report << "# Fault sweep\n\n| good call | platform calls | failed calls | failed allocations | "
+            "refused heap requests | held |\n|---|--:|--:|--:|--:|---|\n";
   Tally sum;
   for (const Tally& tally : tallies) {
-    report << "| `" << tally.tried->function << "` | " << tally.tried->what << " | "
-           << tally.tried->all_steps.size() << " | " << tally.call_faults << " | "
-           << tally.allocation_faults << " | " << tally.refused_requests << " | "
-           << (tally.held == tally.runs
-                   ? "all"
-                   : std::to_string(tally.held) + " of " + std::to_string(tally.runs))
-           << " |\n";
+    report << "| " << tally.tried->title() << " | " << tally.tried->all_steps.size() << " | "
+           << tally.call_faults << " | " << tally.allocation_faults << " | "
+           << tally.refused_requests << " | " << tally.held << " of " << tally.runs << " |\n";
     sum.call_faults += tally.call_faults;
     sum.allocation_faults += tally.allocation_faults;
     sum.refused_requests += tally.refused_requests;
     sum.runs += tally.runs;
     sum.held += tally.held;
   }
-  const std::string summary =
-      std::to_string(tallies.size()) + " good calls, " + std::to_string(sum.call_faults) +
-      " failed calls, " + std::to_string(sum.allocation_faults) + " failed allocations, " +
-      std::to_string(sum.refused_requests) + " refused heap requests: " + std::to_string(sum.held) +
-      " of " + std::to_string(sum.runs) + " runs went as promised";
-  report << "\n" << summary << ".\n";
-  std::printf("%s\n%s\n", summary.c_str(), SWEEP_REPORT);
+  std::printf(
+      "%zu good calls, %d failed calls, %d failed allocations, %d refused heap requests: %d of %d "
+      "runs went as promised\n%s\n",
+      tallies.size(), sum.call_faults, sum.allocation_faults, sum.refused_requests, sum.held,
+      sum.runs, SWEEP_REPORT);
 }
 
 // ------------------------------------------------------------------------------ coverage
@@ -515,6 +492,44 @@ bool is_complete(const Cases& cases) {
   return complete;
 }
 
+/** Reads the table of promises. @return whether each case has its own there, and nothing else is.
+ */
+bool take_promises(Cases& cases) {
+  std::map<std::string, Case*> by_title;
+  for (Case& one : cases.all) {
+    by_title[one.title()] = &one;
+  }
+  std::ifstream table(SWEEP_PROMISES);
+  Case* of = nullptr;
+  bool fits = true;
+  std::string promise;
+  const auto take = [&] {
+    if (of != nullptr && !promise.empty()) {
+      of->promise(promise);
+    }
+    promise.clear();
+  };
+  for (std::string line; std::getline(table, line);) {
+    if (line.starts_with("   ")) {
+      promise += line;
+      continue;
+    }
+    take();
+    if (line.starts_with("  ")) {
+      promise = line;
+    } else if (!line.empty() && line[0] != '#') {
+      const auto found = by_title.extract(line);
+      fits = fits && !found.empty();
+      of = found.empty() ? nullptr : found.mapped();
+    }
+  }
+  take();
+  for (const auto& [title, without] : by_title) {
+    std::fprintf(stderr, "%s: nothing is promised\n", title.c_str());
+  }
+  return fits && by_title.empty();
+}
+
 int sweep(const std::vector<std::string>& arguments) {
   open_site();
   Cases cases;
@@ -529,6 +544,7 @@ int sweep(const std::vector<std::string>& arguments) {
   add_dataset_cases(cases);
   add_filter_cases(cases);
   add_structure_cases(cases);
+  const bool all_promised = take_promises(cases);
   if (!arguments.empty() && arguments[0] == "--run") {
     return run_in_words(cases, arguments);
   }
@@ -543,7 +559,7 @@ int sweep(const std::vector<std::string>& arguments) {
   const bool held = std::all_of(tallies.begin(), tallies.end(),
                                 [](const Tally& tally) { return tally.held == tally.runs; });
   const bool complete = !wanted.empty() || is_complete(cases);
-  return held && complete && !tallies.empty() ? 0 : 1;
+  return held && complete && all_promised && !tallies.empty() ? 0 : 1;
 }
 
 }  // namespace
@@ -576,20 +592,12 @@ std::string outputs_in(const std::string& text) {
 
 }  // namespace
 
-Case::Case(const char* name, const char* which, const std::string& promises)
-    : function(name), what(which) {
-  std::istringstream groups(promises);
-  for (std::string group; std::getline(groups, group, ';');) {
-    promise(group);
-  }
-}
-
-void Case::promise(const std::string& group) {
-  const std::size_t colon = std::min(group.find(':'), group.size());
-  std::istringstream words(group.substr(0, colon));
+void Case::promise(const std::string& line) {
+  const std::size_t colon = std::min(line.find(':'), line.size());
+  std::istringstream words(line.substr(0, colon));
   Step promised;
   Outcome& outcome = promised.outcome;
-  outcome.outputs = outputs_in(group.substr(std::min(colon + 1, group.size())));
+  outcome.outputs = outputs_in(line.substr(std::min(colon + 1, line.size())));
   std::string kind;
   std::string word;
   words >> kind;
@@ -636,11 +644,10 @@ void Case::promise(const std::string& group) {
     made_do_outputs = outcome.outputs;
   } else if (kind == "exhausted") {
     own_allocations.insert(own_allocations.end(), times, outcome);
-  } else if (!kind.empty()) {
+  } else {
     const bool is_known =
         kind == "passes" || kind == "aborts" || kind == "answers" || kind == "ignores";
-    prepared(is_known && !operations.empty() ? ORK_ok : 1,
-             (std::string(function) + ": " + group).c_str());
+    prepared(is_known && !operations.empty() ? ORK_ok : 1, (title() + ": " + line).c_str());
     for (const std::string& operation : operations) {
       promised.operation = operation;
       all_steps.push_back(promised);

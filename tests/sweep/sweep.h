@@ -3,32 +3,18 @@
  * The fault sweep: what each exported function promises for the failure of each platform call that
  * it makes and of each allocation, as tables that `sweep.cpp` tries out one fault at a time.
  *
- * A case is one prepared good call. Its promises stand in a text: groups that end with a semicolon,
- * each a word for what is promised, what it is promised for, and behind a colon the outputs.
- *
- *     good 0: 2|100/C 100/A;                      the good call: its status and its outputs
- *     passes OBJ_load OBJ_save: 0|null;           platform calls, in the order of the good call
- *     exhausted 1 x2: 0|null;                     allocations of the library's own, in their order
- *     makes_do: none                              see `Case::made_do_outputs`
- *
- * The words for a failed platform call:
- *
- *     passes       the function ends and returns the failed call's status; its frame is closed
- *     aborts       the same with its frame left open, as after each guarded call
- *     answers N    the function ends and returns a status of its own
- *     ignores      the function goes on and returns what it returns anyway
- *
- * Among the operations of a group may stand `+N` (levels of indentation that stay open), `keeps N`
- * (blocks that nobody has freed), `locked` (objects are locked that were not before), `xN` (the
- * operation before it, N times), `unwrapped` (the failure is no error line of the trace),
- * `unrecorded` (the journal does not have the call), `goes_on` (the calls after it are those of the
- * good call, as for `ignores`), and at the end `then` and the calls that are made instead. In
- * outputs, `\\n` is a line feed. An allocation that fails inside a platform call fails that call.
+ * A case is one prepared good call. What is promised for it stands in `promises.txt`, by the case's
+ * title, and there is also what the table's words mean.
  */
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <deque>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <optional>
@@ -39,9 +25,31 @@
 #include <utility>
 #include <vector>
 
+#include "ork/access.h"
+#include "ork/bomw.h"
+#include "ork/config.h"
 #include "ork/date.h"
+#include "ork/dset.h"
+#include "ork/err.h"
+#include "ork/file.h"
+#include "ork/flow.h"
+#include "ork/folder.h"
+#include "ork/form.h"
+#include "ork/item.h"
 #include "ork/mem.h"
-#include "ork/ork.h"
+#include "ork/obj.h"
+#include "ork/org.h"
+#include "ork/pref.h"
+#include "ork/rel.h"
+#include "ork/rsv.h"
+#include "ork/signoff.h"
+#include "ork/store.h"
+#include "ork/struct.h"
+#include "ork/text.h"
+#include "ork/type.h"
+#include "ork/wso.h"
+#include "ork_host.h"
+#include "zolp_orktool.h"
 
 namespace sweep {
 
@@ -129,8 +137,13 @@ class Run {
 /** A prepared good call. */
 class Case {
  public:
-  /** @param promises see the top of this file */
-  Case(const char* name, const char* which, const std::string& promises);
+  Case(const char* name, const char* which) : function(name), what(which) {}
+
+  /** Its name in the table of promises. */
+  std::string title() const { return std::string(function) + (*what != '\0' ? ", " : "") + what; }
+
+  /** Takes a line of that table. */
+  void promise(const std::string& line);
 
   Case& call(std::function<void(Run&)> tested) {
     make_call = std::move(tested);
@@ -159,15 +172,12 @@ class Case {
   std::function<void(Run&)> make_call;
   std::function<void()> make_ready;
   std::function<void()> make_ready_again;
-
- private:
-  void promise(const std::string& group);
 };
 
 class Cases {
  public:
-  Case& add(const char* function, const char* what, const std::string& promises) {
-    return all.emplace_back(function, what, promises);
+  Case& add(const char* function, const char* what = "") {
+    return all.emplace_back(function, what);
   }
 
   std::deque<Case> all;

@@ -2,11 +2,6 @@
 
 namespace {
 
-using test::expect_refusal;
-using test::run_zolp;
-using testing::HasSubstr;
-using testing::Not;
-
 class BomCommands : public test::ZolpTest {
  protected:
   BomCommands() {

@@ -2,38 +2,12 @@
 
 #include "support/release_list.h"
 #include "tests/tools/run_program.h"
+#include "tools/error.h"
+#include "tools/output_files.h"
 
 namespace {
 
-using test::expect_refusal;
-using test::files_in;
-using test::header_row;
-using test::item_row;
-using test::row;
-using test::run_zolp;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
-
-constexpr const char* seed = R"({
-  "site": {"password_cost": 1, "name": "Test", "automatic_login": "batch"},
-  "groups": ["engineering"], "roles": ["designer"],
-  "users": [{"id": "ada", "password": "ada-secret",
-             "memberships": [{"group": "engineering", "role": "designer"}]},
-            {"id": "batch", "memberships": [{"group": "engineering", "role": "designer"}]}],
-  "preferences": {
-    "FLColumnCatIVFSeparatorPref": "/",
-    "WsoInsertNoSelectionsPref": "1",
-    "ZOLP_clonelogheader": {"file": "header.txt"},
-    "VPD_clone_itemtemplate": {"file": "clone.txt"},
-    "VPD_retain_itemtemplate": {"file": "retain.txt"},
-    "ZOLP_qnversion": "v16",
-    "ZOLP_qnclone_prg": "cloner",
-    "ZOLP_clonelogfile": "clone_log.txt",
-    "ZOLP_precloneactionfile": {"file": "pre.txt"},
-    "ZOLP_postcloneactionsfile": {"file": "post.txt"}}})";
+const std::string seed = test::file_text("tools/seeds/clone.json");
 
 class CloneCommand : public test::ZolpTest {
  protected:
@@ -143,6 +117,8 @@ TEST_F(CloneCommand, BadListsAreRefusedWithTheirLine) {
     expect_refusal(clone(list), 1, "cannot be opened for update");
   }
   EXPECT_THAT(files_in(out), IsEmpty());
+  folder.write("longest.txt", head + std::string(498, 'x') + "\n");
+  EXPECT_EQ(clone(folder.path("longest.txt")).exit_code, 0);
 }
 
 TEST_F(CloneCommand, FailuresKeepEarlierResults) {
@@ -210,6 +186,21 @@ TEST_F(CloneCommand, OutputFolder) {
   std::filesystem::create_directory(folder.path("out/clone.bat"));
   expect_refusal(clone(list), 1, "clone.bat is a folder");
   EXPECT_THAT(files_in(out), ElementsAre("clone.bat"));
+}
+
+TEST(OutputFiles, APublicationThatFailsMidwayIsTakenBack) {
+  const test::TemporaryFolder folder;
+  folder.write("b", "earlier");
+  {
+    tool::OutputFiles files(host::utf8_path(folder.path("")));
+    for (const char* name : {"a", "b"}) {
+      std::ofstream(files.add(name)) << "new";
+    }
+    files.add("c");  // which nobody writes
+    EXPECT_THROW(files.publish(), tool::Error);
+  }
+  EXPECT_THAT(files_in(folder.path("")), ElementsAre("b"));
+  EXPECT_EQ(folder.read("b"), "earlier");
 }
 
 TEST_F(CloneCommand, TraceGoesWhereItIsWanted) {

@@ -19,31 +19,7 @@
 
 namespace {
 
-using test::expect_refusal;
-using test::files_in;
-using test::run_zolp;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-constexpr const char* seed = R"({
-  "site": {"name": "Here", "automatic_login": "ada"},
-  "groups": ["engineering"], "roles": ["designer"],
-  "users": [{"id": "ada", "memberships": [{"group": "engineering", "role": "designer"}]}],
-  "form_types": [{"name": "Mass", "fields": [
-    {"name": "material", "kind": "text", "length": 20}, {"name": "weight", "kind": "real"}]}],
-  "dataset_types": [{"name": "Model", "tool": "ImageViewer", "references": [
-    {"name": "Part", "files": [{"template": "*.prt", "format": "BINARY"}]}, {"name": "Mass"}]}],
-  "items": [
-    {"id": "1/00", "name": "Press", "master_form": {"type": "FreigabeInfo"}, "revisions": [
-      {"id": "A", "master_form": {"type": "Mass", "values": {"material": "steel"}}, "datasets": [
-        {"name": "Front", "type": "Image",
-         "files": [{"reference": "Image", "path": "front.png"}]},
-        {"name": "Side", "type": "Image",
-         "files": [{"reference": "Image", "path": "front.png"},
-                   {"reference": "Image", "path": "side.png"}]},
-        {"name": "Frame", "type": "Model",
-         "forms": [{"reference": "Mass", "type": "Mass"}]}]}]}]})";
+const std::string seed = test::file_text("tools/seeds/dataset.json");
 
 class DatasetCommands : public test::ZolpTest {
  protected:
@@ -152,6 +128,7 @@ TEST_F(DatasetCommands, RefusalsSayWhatIsWrongAndLeaveNothing) {
       {{"import", text, "--name", "Front"}, "1/00/A-Press has a dataset Front"},
       {{"import", text, "--type", "Modell"}, "there is no dataset type Modell"},
       {{"import", text, "--type", "Model", "--reference", "Mass"}, "takes no files as Mass"},
+      {{"import", text, "--type", "Raw"}, "output format"},  // when the file is in already
       {{"import", text, "--name", std::string(129, 'n')}, "name is longer than 128 bytes"},
       {{"import", text, "--description", std::string(241, 'd')}, "longer than 240 bytes"},
       {{"export", "none"}, "1/00/A-Press has no dataset none"},

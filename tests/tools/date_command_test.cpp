@@ -2,9 +2,6 @@
 
 namespace {
 
-using test::expect_refusal;
-using test::run_zolp;
-
 TEST(DateCommand, ConvertsDates) {
   EXPECT_EQ(run_zolp({"date", "31.12.2026", "1.2.2026", "--format", "%d.%m.%Y"}).out,
             "31-Dec-2026 00:00\n01-Feb-2026 00:00\n");

@@ -2,26 +2,7 @@
 
 namespace {
 
-using test::expect_refusal;
-using test::run_zolp;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-constexpr const char* seed = R"({
-  "site": {"password_cost": 1, "automatic_login": "ada"},
-  "groups": ["engineering"], "roles": ["designer"],
-  "users": [{"id": "ada", "password": "ada-secret",
-             "memberships": [{"group": "engineering", "role": "designer"}]}],
-  "types": [{"name": "Report", "parent": "Dataset"}],
-  "items": [
-    {"id": "100", "name": "Press", "revisions": [
-      {"id": "A", "statuses": ["Prototype", "Released"],
-       "datasets": [{"name": "Pressure", "type": "Report"}]}]},
-    {"id": "200", "name": "Pump"
-}],
-  "access_rules": [{"deny": ["READ"], "to": "world", "on": {"item": "200"}}]
-})";
+const std::string seed = test::file_text("tools/seeds/filter.json");
 
 class FilterCommand : public test::ZolpTest {
  protected:

@@ -4,13 +4,6 @@
 
 namespace {
 
-using test::expect_refusal;
-using test::files_in;
-using test::run_zolp;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Not;
-
 constexpr const char* seed = R"({
   "site": {"password_cost": 1, "name": "Test", "automatic_login": "ada"},
   "groups": ["engineering"], "roles": ["designer"],
@@ -84,6 +77,18 @@ TEST_F(HostCommand, FailuresLeaveNoSite) {
       "/users");
   expect_refusal(run_zolp({"host", "init", folder.path("no/site.db")}), 1, "does not exist");
   EXPECT_THAT(files_in(folder.path("")), ElementsAre("bad.json"));
+
+  // A vault that was left behind goes with another site.
+  folder.write("x.txt", "x");
+  const std::string with_file = folder.write("file.json", R"({"items": [{"id": "1", "name": "n",
+    "revisions": [{"id": "A", "datasets": [{"name": "d", "type": "Text",
+      "files": [{"reference": "Text", "path": "x.txt"}]}]}]}]})");
+  std::filesystem::create_directory(site + ".vault");
+  expect_refusal(run_zolp({"host", "init", site, "--seed", with_file}), 1,
+                 "site.db.vault already exists");
+  EXPECT_FALSE(folder.has("site.db"));
+  EXPECT_THAT(files_in(site + ".vault"), testing::IsEmpty());
+  std::filesystem::remove(site + ".vault");
 
   make_site(seed);
   expect_refusal(run_zolp({"host", "init", site}), 1, "already exists");

@@ -2,35 +2,7 @@
 
 namespace {
 
-using test::expect_refusal;
-using test::run_zolp;
-using testing::HasSubstr;
-using testing::Not;
-
-constexpr const char* seed = R"({
-  "site": {"password_cost": 1, "name": "Here", "automatic_login": "ada"},
-  "groups": ["engineering", "quality"], "roles": ["designer", "checker"],
-  "users": [
-    {"id": "ada", "password": "ada-secret",
-     "memberships": [{"group": "engineering", "role": "designer"}]},
-    {"id": "carl", "password": "carl-secret",
-     "memberships": [{"group": "quality", "role": "checker"}]},
-    {"id": "dora", "password": "dora-secret",
-     "memberships": [{"group": "engineering", "role": "checker"}]}],
-  "items": [{"id": "100", "name": "Press", "revisions": [{"id": "A"}]},
-            {"id": "200", "name": "Rod\u001b[31m"}],
-  "process_templates": [
-    {"name": "Release",
-     "handlers": [{"on": "complete", "name": "set-release-status", "arguments": ["status=OK"]}],
-     "tasks": [
-       {"name": "Check", "type": "review", "signoffs": [
-         {"user": "ada"}, {"pool": {"group": "quality"}}]},
-       {"name": "Large?", "type": "condition", "branches": [
-         {"result": true, "tasks": [{"name": "Inform"}]}, {"result": 3, "tasks": []}]}]},
-    {"name": "Decided", "tasks": [
-      {"name": "Decide", "handlers": [{"on": "start", "name": "test-decide"}]},
-      {"name": "Large?", "type": "condition"}]},
-    {"name": "Gone", "handlers": [{"on": "start", "name": "test-delete-job"}]}]})";
+const std::string seed = test::file_text("tools/seeds/job.json");
 
 class JobCommands : public test::ZolpTest {
  protected:
@@ -127,6 +99,32 @@ TEST_F(JobCommands, HandlersOfALibraryAreCalled) {
   const test::Run all = on_site({"handler", "run", library, "--job", "R", "--json"});
   EXPECT_EQ(all.json().size(), 2u) << all.err;
   EXPECT_EQ(job({"list", "--json"}).json().size(), 2u) << "one of them deletes the job";
+}
+
+TEST_F(JobCommands, AnUndecidedSignoffGoesBeforeAnotherUsersDecidedOne) {
+  done({"start", "Pools", "--name", "P"});
+  for (const std::string user : {"carl", "emil"}) {
+    done({"signoff", "P", "--decision", "approve", "-u=" + user, "-p=" + user + "-secret",
+          "-g=quality"});
+  }
+  EXPECT_THAT(done({"show", "P"}),
+              AllOf(HasSubstr("P  Completed"), HasSubstr("by carl on "), HasSubstr("by emil on ")));
+}
+
+TEST_F(JobCommands, OfTwoJobsOfOneNameTheNumberTellsWhich) {
+  tag template_of_both = NULLTAG;
+  tag second = NULLTAG;
+  ASSERT_EQ(ork_host_open(site.c_str()) | ORK_auto_login(), ORK_ok);
+  ASSERT_EQ(FLOW_find_process_template("Release", &template_of_both), ORK_ok);
+  for (const char* description : {"first", "second"}) {
+    ASSERT_EQ(FLOW_create_process("R", description, template_of_both, 0, nullptr, nullptr, &second),
+              ORK_ok);
+  }
+  ork_host_close();
+  expect_refusal(this->job({"delete", "R"}), 1, "there are 2 jobs R");
+  EXPECT_THAT(done({"show", "#" + std::to_string(second)}), StartsWith("R  Started"));
+  done({"delete", "#" + std::to_string(second)});
+  EXPECT_THAT(done({"show", "R"}), StartsWith("R  Started"));
 }
 
 TEST_F(JobCommands, RefuseWhatIsWrong) {

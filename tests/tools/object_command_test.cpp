@@ -1,29 +1,9 @@
-#include "host/ork_host.h"
-#include "ork/obj.h"
 #include "tests/tools/run_program.h"
 #include "zolp_orktool.h"
 
 namespace {
 
-using test::expect_refusal;
-using test::run_zolp;
-using testing::HasSubstr;
-using testing::Not;
-
-constexpr const char* seed = R"({
-  "site": {"password_cost": 1, "id": 1, "name": "Here", "automatic_login": "ada"},
-  "sites": [{"id": 2, "name": "Elsewhere"}],
-  "groups": ["engineering"], "roles": ["designer"],
-  "users": [{"id": "ada", "name": "Ada Example", "password": "ada-secret",
-             "memberships": [{"group": "engineering", "role": "designer"}]}],
-  "relation_types": [{"name": "Documents"}],
-  "types": [{"name": "Report", "parent": "Dataset"}],
-  "items": [
-    {"id": "100", "name": "Press", "owner": "ada", "revisions": [
-      {"id": "A", "owner": "ada", "checked_out_by": "ada",
-       "statuses": [{"name": "Released", "date": "2024-02-19 10:12:00"}, "Frozen"],
-       "datasets": [{"name": "report", "type": "Report", "relation": "Documents"}]}]},
-    {"id": "2/00", "name": "Slashed\u001b[31m", "owning_site": 2}]})";
+const std::string seed = test::file_text("tools/seeds/object.json");
 
 class ObjectCommands : public test::ZolpTest {
  protected:

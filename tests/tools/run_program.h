@@ -1,15 +1,11 @@
 /** @file Runs a program as a user does and collects what it prints. */
 #pragma once
 
-#include <gmock/gmock.h>
+#include "support/prelude.h"
 
-#include <map>
 #include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
 
 #include "support/process.h"
-#include "support/temporary_folder.h"
 
 namespace test {
 
@@ -96,3 +92,5 @@ inline std::vector<std::string> files_in(const std::string& folder) {
 }
 
 }  // namespace test
+
+using test::run_zolp, test::expect_refusal, test::files_in;

@@ -146,8 +146,9 @@ class CloneRun {
     }
     if (contents_.level_jumps > 0) {
       std::printf(
-          "note: %s over several levels, the first at %s; the reader climbs one level only\n",
-          counted(contents_.level_jumps, "drop").c_str(), contents_.first_level_jump.c_str());
+          "note: %s placed elsewhere than the level says, the first at %s; the reader climbs one "
+          "level only\n",
+          counted(contents_.level_jumps, "item").c_str(), contents_.first_level_jump.c_str());
     }
   }
 

@@ -24,7 +24,7 @@ int decision_code(const std::string& text) {
 
 tag release_level(tag job, const JobOptions& options) {
   tag level = NULLTAG;
-  std::vector<char> name(FLOW_name_size + 1);
+  std::vector<char> name(STORE_max_string_length + 1);  // shown in other words, maybe
   if (options.task.empty()) {
     require(ZOLP_ask_current_release_level(job, &level, name.data()), "the release level");
   } else {

@@ -113,8 +113,10 @@ void show_tree(const TreeOptions& options) {
   }
   print_tree(tree.root(), options);
   if (contents.level_jumps > 0) {
-    std::printf("(%s over several levels, the first at %s; the reader climbs one level only)\n",
-                counted(contents.level_jumps, "drop").c_str(), contents.first_level_jump.c_str());
+    std::printf(
+        "(%s placed elsewhere than the level says, the first at %s; the reader climbs one "
+        "level only)\n",
+        counted(contents.level_jumps, "item").c_str(), contents.first_level_jump.c_str());
   }
 }
 
