@@ -82,7 +82,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
-    tool::os::prepare_terminal();
+    tool::os::prepare_process();
     tool::silence_trace_unless_wanted();
     return run(argc, argv);
   } catch (const tool::Error& error) {

@@ -6,8 +6,11 @@
 
 namespace tool::os {
 
-/** To be called first: has texts shown as they are, in UTF-8. */
-void prepare_terminal();
+/**
+ * To be called first: has texts shown as they are, in UTF-8, and makes a file that gets too large a
+ * write that fails, to be reported like a full disk.
+ */
+void prepare_process();
 
 /** Asks whether standard error is shown to somebody. */
 bool is_error_on_terminal();
@@ -17,6 +20,21 @@ bool is_accessible(const std::string& path);
 
 /** Asks whether a file's name is as a template with wildcards has it, in either case of letters. */
 bool fits_file_template(const std::string& name, const std::string& file_template);
+
+/**
+ * Asks whether the system takes a name for that of a file, and of nothing else such as a device, a
+ * drive or a part of a file. Names of folders and parts of paths are not its business.
+ */
+bool is_file_name(const std::string& name);
+
+/** Makes a folder that its owner alone can read. @return false on failure, as `errno` says. */
+bool make_private_folder(const std::filesystem::path& path);
+
+/**
+ * Gives a file or folder another name on the same disk, which nothing may have.
+ * @return false on failure, with the reason in `errno`: `EEXIST` when something has it.
+ */
+bool move_without_replacing(const std::filesystem::path& from, const std::filesystem::path& to);
 
 /** Sets a variable of the program's environment. */
 void set_variable(const char* name, const std::string& value);

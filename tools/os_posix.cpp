@@ -2,8 +2,10 @@
 #include <fnmatch.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 #include "os.h"
@@ -16,8 +18,9 @@ volatile sig_atomic_t interrupted = 0;
 
 }  // namespace
 
-void prepare_terminal() {
+void prepare_process() {
   // Terminals show UTF-8.
+  signal(SIGXFSZ, SIG_IGN);
 }
 
 bool is_error_on_terminal() {
@@ -30,6 +33,34 @@ bool is_accessible(const std::string& path) {
 
 bool fits_file_template(const std::string& name, const std::string& file_template) {
   return fnmatch(file_template.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
+}
+
+bool is_file_name(const std::string&) {
+  return true;
+}
+
+bool make_private_folder(const std::filesystem::path& path) {
+  return mkdir(path.c_str(), S_IRWXU) == 0;
+}
+
+bool move_without_replacing(const std::filesystem::path& from, const std::filesystem::path& to) {
+#if defined(RENAME_NOREPLACE)
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+    return true;
+  }
+  if (errno != EINVAL && errno != ENOSYS) {
+    return false;
+  }
+#endif
+  // A file system without that: a link never replaces. A folder can only replace an empty one.
+  if (!std::filesystem::is_directory(from)) {
+    return link(from.c_str(), to.c_str()) == 0 && unlink(from.c_str()) == 0;
+  }
+  if (access(to.c_str(), F_OK) == 0) {
+    errno = EEXIST;
+    return false;
+  }
+  return rename(from.c_str(), to.c_str()) == 0;
 }
 
 void set_variable(const char* name, const std::string& value) {
@@ -48,8 +79,6 @@ void watch_for_interruption() {
   for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
     sigaction(signal_number, &action, nullptr);
   }
-  // A file that gets too large is a write that fails, to be reported like a full disk.
-  signal(SIGXFSZ, SIG_IGN);
 }
 
 bool was_interrupted() {

@@ -1,3 +1,4 @@
+#include <direct.h>
 #include <fcntl.h>
 #include <io.h>
 #include <stdio.h>
@@ -7,6 +8,7 @@
 #include <shlwapi.h>
 
 #include <cerrno>
+#include <string_view>
 
 #include "os.h"
 #include "utf8_path.h"
@@ -27,7 +29,7 @@ BOOL WINAPI note_interruption(DWORD) {
 
 }  // namespace
 
-void prepare_terminal() {
+void prepare_process() {
   SetConsoleOutputCP(CP_UTF8);
 }
 
@@ -43,6 +45,42 @@ bool is_accessible(const std::string& path) {
 bool fits_file_template(const std::string& name, const std::string& file_template) {
   return PathMatchSpecW(host::utf8_path(name).c_str(), host::utf8_path(file_template).c_str()) !=
          FALSE;
+}
+
+bool is_file_name(const std::string& name) {
+  static constexpr std::string_view forbidden = "<>:\"|?*";
+  if (name.find_first_of(forbidden) != std::string::npos || name.ends_with('.') ||
+      name.ends_with(' ')) {
+    return false;
+  }
+  // Devices have these names in every folder, with whatever ending.
+  const std::wstring wide = host::utf8_path(name).wstring();
+  std::wstring device = wide.substr(0, wide.find(L'.'));
+  device.erase(device.find_last_not_of(L' ') + 1);
+  const bool has_number =
+      device.size() == 4 &&
+      std::wstring_view(L"0123456789\u00b9\u00b2\u00b3").find(device[3]) != std::wstring::npos;
+  const std::wstring kind = has_number ? device.substr(0, 3) : device;
+  const auto is = [&kind](const wchar_t* other) { return _wcsicmp(kind.c_str(), other) == 0; };
+  return has_number ? !is(L"COM") && !is(L"LPT")
+                    : !is(L"CON") && !is(L"PRN") && !is(L"AUX") && !is(L"NUL") && !is(L"CONIN$") &&
+                          !is(L"CONOUT$");
+}
+
+bool make_private_folder(const std::filesystem::path& path) {
+  errno = 0;
+  return _wmkdir(path.c_str()) == 0;
+}
+
+bool move_without_replacing(const std::filesystem::path& from, const std::filesystem::path& to) {
+  if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_WRITE_THROUGH) != 0) {
+    return true;
+  }
+  const DWORD error = GetLastError();
+  const bool is_there = error == ERROR_ALREADY_EXISTS || error == ERROR_FILE_EXISTS ||
+                        (error == ERROR_ACCESS_DENIED && std::filesystem::exists(to));
+  errno = is_there ? EEXIST : EACCES;
+  return false;
 }
 
 void set_variable(const char* name, const std::string& value) {

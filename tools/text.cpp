@@ -13,6 +13,35 @@ size_t display_width(std::string_view text) {
       std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
+/** Takes a UTF-8 text apart; a byte that belongs to no character is passed on alone. */
+template <typename Take>
+void for_each_character(std::string_view text, const Take& take) {
+  const auto continues = [&text](size_t at) {
+    return at < text.size() && (text[at] & 0xC0) == 0x80;
+  };
+  while (!text.empty()) {
+    const auto first = static_cast<unsigned char>(text.front());
+    size_t size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC2 ? 2 : 1;
+    for (size_t i = 1; i < size; ++i) {
+      size = continues(i) ? size : 1;
+    }
+    take(text.substr(0, size));
+    text.remove_prefix(size);
+  }
+}
+
+/**
+ * Whether terminals take a character for a command: those below 32, 127, and those from 128 to 159,
+ * in UTF-8 or as the byte that they are elsewhere.
+ */
+bool is_control(std::string_view character) {
+  const auto first = static_cast<unsigned char>(character.front());
+  const auto last = static_cast<unsigned char>(character.back());
+  const bool is_high = last >= 0x80 && last < 0xA0 && (character.size() == 1 || first == 0xC2);
+  return (character.size() == 1 && (first < 0x20 || first == 0x7F)) ||
+         (is_high && character.size() <= 2);
+}
+
 void print_row(const std::vector<std::string>& cells, const std::vector<size_t>& widths) {
   std::string line;
   for (size_t i = 0; i < cells.size(); ++i) {
@@ -39,9 +68,9 @@ std::string cell_text(std::string_view field) {
 }
 
 std::string printable(std::string_view text) {
-  std::string result(text);
-  std::replace_if(
-      result.begin(), result.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+  std::string result;
+  for_each_character(
+      text, [&](std::string_view character) { result += is_control(character) ? "?" : character; });
   return result;
 }
 
@@ -50,7 +79,18 @@ std::string counted(size_t count, const std::string& noun) {
 }
 
 void print_json(const Json& document) {
-  std::puts(document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+  const std::string text = document.dump(2, ' ', false, Json::error_handler_t::replace);
+  std::string printed;
+  // What is left of control characters stands in strings, where an escape means the same.
+  for_each_character(text, [&](std::string_view character) {
+    char escape[8];
+    if (character != "\n" && is_control(character)) {
+      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned char>(character.back()));
+      character = escape;
+    }
+    printed += character;
+  });
+  std::puts(printed.c_str());
 }
 
 void Table::add_row(std::vector<std::string> cells) {

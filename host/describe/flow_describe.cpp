@@ -97,10 +97,12 @@ Json describe_process_templates(Site& site) {
   Store& store = site.store();
   Json all = Json::array();
   for (const tag process : store.find("ProcessTemplate")) {
+    const tag root_template = store.required_reference(process, "root_template");
+    flow::tasks_from(root_template);  // refuses a damaged one
     all.push_back({{"tag", process},
                    {"name", store.text(process, "template_name")},
                    {"description", store.text(process, "template_desc")},
-                   {"root", describe_template(store, store.reference(process, "root_template"))}});
+                   {"root", describe_template(store, root_template)}});
   }
   return all;
 }
@@ -113,7 +115,7 @@ Json describe_jobs(Site& site) {
         {{"tag", job},
          {"name", store.text(job, "object_name")},
          {"process_template", object_label(store, store.reference(job, "process_template"))},
-         {"root", describe_task(store, store.reference(job, "root_task"))}});
+         {"root", describe_task(store, flow::root_task_of(job))}});
   }
   return all;
 }

@@ -51,8 +51,8 @@ void require_dataset_type(tag type) {
 }
 
 std::vector<FileReference> file_references(Store& store, tag type) {
-  for (; type != NULLTAG; type = store.reference(type, "parent_type")) {
-    std::vector<FileReference> references = own_file_references(store, type);
+  for (TypePath path(store, type); path.type() != NULLTAG; path.climb()) {
+    std::vector<FileReference> references = own_file_references(store, path.type());
     if (!references.empty()) {
       return references;
     }
@@ -72,8 +72,8 @@ std::vector<std::string> reference_names(const std::vector<FileReference>& refer
 
 tag default_tool(Store& store, tag type) {
   tag tool = NULLTAG;
-  for (; tool == NULLTAG && type != NULLTAG; type = store.reference(type, "parent_type")) {
-    tool = store.reference(type, "default_tool");
+  for (TypePath path(store, type); tool == NULLTAG && path.type() != NULLTAG; path.climb()) {
+    tool = store.reference(path.type(), "default_tool");
   }
   return tool;
 }

@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "ork/dset.h"
 #include "site.h"
+#include "stored_values.h"
 
 namespace host {
 
@@ -46,7 +47,7 @@ tag import_file(const std::string& path, const std::string& original_name, int t
       objects.create(objects.class_named("VeloFile"),
                      {{"original_file_name", last_part(original_name)}, {"file_type", type}});
   try {
-    const Contents contents = site().vault().bring_in(path, progress);
+    const Contents contents = site().vault().bring_in(objects, path, progress);
     objects.set(file, "contents", contents.name);
     objects.set(file, "byte_size", std::to_string(contents.size));
     objects.set(file, "digest", contents.digest);
@@ -64,7 +65,11 @@ int file_type(const std::string& format) {
 Contents contents_of(Store& objects, tag file) {
   Contents contents{objects.text(file, "contents"), 0, objects.text(file, "digest")};
   const std::string& size = objects.text(file, "byte_size");
-  std::from_chars(size.data(), size.data() + size.size(), contents.size);
+  const char* const end = size.data() + size.size();
+  const auto parsed = std::from_chars(size.data(), end, contents.size);
+  if (!size.empty() && (parsed.ec != std::errc() || parsed.ptr != end || contents.size < 0)) {
+    refuse_damage(file, "byte_size", "\"" + size + "\" is no size");
+  }
   return contents;
 }
 

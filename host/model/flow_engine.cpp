@@ -146,7 +146,7 @@ class JobRun {
   JobRun(const JobRun&) = delete;
   JobRun& operator=(const JobRun&) = delete;
 
-  void go() { advance(store().reference(job_, "root_task")); }
+  void go() { advance(root_task_of(job_)); }
 
  private:
   enum class Progress { over, waiting, deleted };
@@ -299,8 +299,9 @@ tag create_job(const std::string& name, const std::string& description, tag proc
   const tag job = change.adopt(make_workspace_object(
       type_of_class("Job", "Job"), name,
       {{"object_desc", description}, {"process_template", process_template}}));
-  const tag root = JobMaker(change, job)
-                       .make_task(store().reference(process_template, "root_template"), NULLTAG);
+  const tag root_template = store().required_reference(process_template, "root_template");
+  tasks_from(root_template);  // refuses a damaged one
+  const tag root = JobMaker(change, job).make_task(root_template, NULLTAG);
   attach(root, attachments);
   store().set(job, "root_task", root);
   change.commit();
@@ -330,7 +331,7 @@ void continue_after_save(tag object) {
   Store& objects = store();
   if (objects.is_a(object, "Task") && objects.integer(object, "state") == FLOW_started &&
       objects.integer(object, "task_type") == eFLOWConditionTask) {
-    continue_job(objects.reference(object, "job"));
+    continue_job(objects.required_reference(object, "job"));
   }
 }
 
@@ -339,8 +340,8 @@ void decide(tag signoff, int decision, const std::string& comments) {
   if (!is_decision(decision)) {
     refuse(SIGNOFF_unknown_decision, std::to_string(decision));
   }
-  const tag review = store().reference(signoff, "review_task");
-  const tag job = store().reference(review, "job");
+  const tag review = store().required_reference(signoff, "review_task");
+  const tag job = store().required_reference(review, "job");
   const tag user = session().user;
   const JobLock lock(job);
   store().bring_up_to_date(review);
@@ -364,7 +365,7 @@ void decide(tag signoff, int decision, const std::string& comments) {
 }
 
 void delete_job(tag job) {
-  std::vector<tag> parts = tasks_from(store().reference(job, "root_task"));
+  std::vector<tag> parts = tasks_from(root_task_of(job));
   const std::vector<tag> signoffs = signoffs_among(parts);
   parts.insert(parts.end(), signoffs.begin(), signoffs.end());
   store().remove(job, parts);
@@ -373,7 +374,7 @@ void delete_job(tag job) {
 void refresh_job(tag job) {
   store().refresh(job, false);
   // The tree of tasks is what it was when the job was made.
-  const std::vector<tag> tasks = tasks_from(store().reference(job, "root_task"));
+  const std::vector<tag> tasks = tasks_from(root_task_of(job));
   std::vector<tag> parts = signoffs_among(tasks);
   parts.insert(parts.end(), tasks.begin(), tasks.end());
   for (const tag part : parts) {

@@ -7,6 +7,7 @@
 #include "failure.h"
 #include "ork/signoff.h"
 #include "site.h"
+#include "stored_values.h"
 
 namespace host::flow {
 
@@ -65,14 +66,27 @@ const char* attachment_attribute(int type) {
   }
 }
 
+tag root_task_of(tag job) {
+  const tag root = store().required_reference(job, "root_task");
+  tasks_from(root);  // refuses a damaged one
+  return root;
+}
+
 std::vector<tag> tasks_from(tag task) {
   std::vector<tag> tasks;
   std::vector<tag> left = {task};
+  std::unordered_set<tag> known = {task};
   while (!left.empty()) {
     const tag next = left.back();
     left.pop_back();
     tasks.push_back(next);
     const std::vector<tag> sub_tasks = references(next, "sub_tasks");
+    for (const tag sub_task : sub_tasks) {
+      if (!known.insert(sub_task).second) {
+        refuse_damage(next, "sub_tasks",
+                      object_text(sub_task) + " is a part of one tree of tasks twice");
+      }
+    }
     left.insert(left.end(), sub_tasks.rbegin(), sub_tasks.rend());
   }
   return tasks;
@@ -98,7 +112,7 @@ std::vector<tag> tasks_of_type(tag job, int type) {
   if (type < eFLOWAnyTask || type > eFLOWConditionTask) {
     refuse(FLOW_unknown_task_type, std::to_string(type));
   }
-  std::vector<tag> tasks = tasks_from(store().reference(job, "root_task"));
+  std::vector<tag> tasks = tasks_from(root_task_of(job));
   if (type != eFLOWAnyTask) {
     std::erase_if(tasks, [type](tag task) { return store().integer(task, "task_type") != type; });
   }

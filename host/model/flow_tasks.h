@@ -30,7 +30,13 @@ const char* attachment_attribute(int type);
 /** All attributes of a task that list attachments. */
 const std::vector<const char*>& attachment_attributes();
 
-/** A task and all below it, each before its sub-tasks, in their order. */
+/** The root task of a job, whose tasks are a tree. */
+tag root_task_of(tag job);
+
+/**
+ * A task and all below it, each before its sub-tasks, in their order. What is no tree, as only a
+ * damaged file has it, is refused.
+ */
 std::vector<tag> tasks_from(tag task);
 
 /** The tasks of a job that are of a type, or all of them for eFLOWAnyTask. */

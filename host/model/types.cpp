@@ -3,6 +3,7 @@
 #include "failure.h"
 #include "ork/type.h"
 #include "site.h"
+#include "stored_values.h"
 
 namespace host {
 
@@ -21,11 +22,25 @@ bool is_stored_in(Store& store, tag type, const char* class_name) {
   return !type_class.empty() && store.class_named(type_class).is_a(store.class_named(class_name));
 }
 
-bool is_type_of(Store& store, tag type, tag ancestor) {
-  while (type != NULLTAG && type != ancestor) {
-    type = store.reference(type, "parent_type");
+void TypePath::climb() {
+  const tag below = type_;
+  type_ = store_.reference(below, "parent_type");
+  if (type_ == mark_) {
+    refuse_damage(below, "parent_type", "types are above one another in a circle");
   }
-  return type != NULLTAG;
+  if (++steps_ == steps_to_next_mark_) {
+    mark_ = type_;
+    steps_ = 0;
+    steps_to_next_mark_ *= 2;
+  }
+}
+
+bool is_type_of(Store& store, tag type, tag ancestor) {
+  TypePath path(store, type);
+  while (path.type() != NULLTAG && path.type() != ancestor) {
+    path.climb();
+  }
+  return path.type() != NULLTAG;
 }
 
 tag type_of_class(const std::string& name, const char* class_name) {

@@ -5,6 +5,25 @@
 
 namespace host {
 
+/** A walk from a type to those above it. A circle of types, as only a damaged file has, is refused.
+ */
+class TypePath {
+ public:
+  TypePath(Store& store, tag type) : store_(store), type_(type), mark_(type) {}
+
+  /** Where the walk is; NULLTAG behind its end. */
+  tag type() const { return type_; }
+
+  void climb();
+
+ private:
+  Store& store_;
+  tag type_;
+  tag mark_; /**< a type that was passed; a walk that comes there again goes round in a circle */
+  unsigned steps_ = 0;
+  unsigned steps_to_next_mark_ = 1;
+};
+
 /** Type of a workspace object or a relation; NULLTAG for other objects, which have none. */
 tag type_of(Store& store, tag object);
 

@@ -1,6 +1,7 @@
 #include "seed.h"
 
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "access_seeder.h"
 #include "failure.h"
@@ -344,14 +345,61 @@ class Seeder : private SeedWriter {
   DataSeeder data_;
 };
 
+/** Sees to it that no member of an object is given twice, of which the parser would lose one. */
+class MemberCheck {
+ public:
+  bool see(Json::parse_event_t event, const Json& value) {
+    using Event = Json::parse_event_t;
+    if (event == Event::key) {
+      levels_.back().name = value.get_ref<const std::string&>();
+      if (!levels_.back().names.insert(levels_.back().name).second) {
+        Node(value, place()).refuse("is given twice");
+      }
+    } else if (event == Event::object_end || event == Event::array_end) {
+      levels_.pop_back();
+    } else {
+      if (!levels_.empty() && levels_.back().is_array) {
+        levels_.back().name = std::to_string(levels_.back().elements++);
+      }
+      if (event != Event::value) {
+        levels_.push_back({event == Event::array_start, 0, {}, {}});
+      }
+    }
+    return true;
+  }
+
+ private:
+  struct Level {
+    bool is_array;
+    std::size_t elements;
+    std::string name; /**< of the member or element that is being read */
+    std::set<std::string> names;
+  };
+
+  std::string place() const {
+    std::string text;
+    for (const Level& level : levels_) {
+      text += "/" + Node::escaped(level.name);
+    }
+    return text;
+  }
+
+  std::vector<Level> levels_;
+};
+
 Json parse(const std::string& text) {
   try {
-    return Json::parse(text);
-  } catch (const Json::parse_error& error) {
+    MemberCheck check;
+    return Json::parse(text, [&check](int, Json::parse_event_t event, Json& value) {
+      return check.see(event, value);
+    });
+  } catch (const Json::exception& error) {
     // Behind the library's own tag in brackets it says line, column and what it found.
     const std::string what = error.what();
     const std::size_t tag_end = what.find("] ");
-    refuse(ORK_invalid_argument, tag_end == std::string::npos ? what : what.substr(tag_end + 2));
+    refuse(
+        ORK_invalid_argument,
+        shortened(tag_end == std::string::npos ? what : what.substr(tag_end + 2), longest_refusal));
   }
 }
 

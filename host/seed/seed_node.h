@@ -15,6 +15,22 @@
 
 namespace host {
 
+/** What a refusal shows of a name, and how long it gets at most, whatever the seed says. */
+inline constexpr std::size_t longest_shown_name = 80;
+inline constexpr std::size_t longest_refusal = 1000;
+
+/** A text, cut between two characters where it is too long. */
+inline std::string shortened(const std::string& text, std::size_t most) {
+  if (text.size() <= most) {
+    return text;
+  }
+  std::size_t end = most;
+  while (end > 0 && (text[end] & 0xC0) == 0x80) {
+    --end;
+  }
+  return text.substr(0, end) + "...";
+}
+
 /** A value of the seed and its place in it, as a JSON pointer. Refuses what is not as expected. */
 class Node {
  public:
@@ -23,7 +39,8 @@ class Node {
   Node(const Json& value, std::string place) : value_(&value), place_(std::move(place)) {}
 
   [[noreturn]] void refuse(const std::string& why) const {
-    host::refuse(ORK_invalid_argument, (place_.empty() ? "the seed" : place_) + ": " + why);
+    host::refuse(ORK_invalid_argument,
+                 shortened((place_.empty() ? "the seed" : place_) + ": " + why, longest_refusal));
   }
   [[noreturn]] void refuse_kind(const char* expected) const {
     refuse(std::string("expected ") + expected + ", found " + value_->type_name());
@@ -141,15 +158,16 @@ class Node {
     return list ? list->items() : std::vector<Node>();
   }
 
- private:
+  /** A member's name as a JSON pointer has it. */
   static std::string escaped(const std::string& key) {
     std::string text;
-    for (const char letter : key) {
+    for (const char letter : shortened(key, longest_shown_name)) {
       text += letter == '~' ? "~0" : letter == '/' ? "~1" : std::string(1, letter);
     }
     return text;
   }
 
+ private:
   const Json* value_;
   std::string place_;
 };

@@ -40,6 +40,9 @@ constexpr int handler_arguments_length = 4000;
 AttributeDefinition text(const char* name, int max_length) {
   return {name, Kind::text, false, max_length};
 }
+AttributeDefinition file_name(const char* name, int max_length) {
+  return {name, Kind::text, false, max_length, true};
+}
 AttributeDefinition texts(const char* name, int max_length) {
   return {name, Kind::text, true, max_length};
 }
@@ -91,6 +94,7 @@ constexpr int errors[] = {
     ORK_out_of_memory,
     ORK_site_busy,
     ORK_wrong_thread,
+    ORK_site_damaged,
     PREF_value_not_found,
     PREF_value_not_logical,
     ORG_not_a_user,
@@ -278,7 +282,7 @@ const std::vector<ClassDefinition>& built_in_classes() {
       // The size is a text, since an integer ends at 2 GiB.
       {"VeloFile",
        "Object",
-       {text("original_file_name", FILE_original_name_size), one("file_type", Kind::integer),
+       {file_name("original_file_name", FILE_original_name_size), one("file_type", Kind::integer),
         text("byte_size", 20), text("digest", FILE_digest_size), text("contents", 32)},
        {},
        0},
@@ -428,6 +432,31 @@ const std::vector<ClassDefinition>& built_in_classes() {
        0},
   };
   return classes;
+}
+
+const AttributeDefinition* find_built_in_attribute(const std::string& class_name,
+                                                   const std::string& attribute_name) {
+  for (const ClassDefinition& definition : built_in_classes()) {
+    for (const AttributeDefinition& attribute : definition.attributes) {
+      if (definition.name == class_name && attribute.name == attribute_name) {
+        return &attribute;
+      }
+    }
+  }
+  return nullptr;
+}
+
+const std::vector<ListsSideBySide>& lists_side_by_side() {
+  static const std::vector<ListsSideBySide> all = {
+      {"Type", {"reference_names", "reference_templates", "reference_formats"}},
+      {"Dataset", {"reference_names", "reference_types", "reference_objects"}},
+      {"TaskDefinition", {"handler_names", "handler_actions", "handler_arguments"}},
+      {"PSBOMViewRevision",
+       {"occurrence_numbers", "occurrence_items", "occurrence_revisions", "occurrence_quantities",
+        "occurrence_sequences"}},
+      {"PSBOMViewRevision", {"note_occurrences", "note_types", "note_texts"}},
+  };
+  return all;
 }
 
 std::span<const TypeDefinition> built_in_types() {

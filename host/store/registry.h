@@ -19,7 +19,8 @@ struct AttributeDefinition {
   std::string name;
   Kind kind;
   bool list = false;
-  int max_length = 0; /**< of texts, in bytes */
+  int max_length = 0;        /**< of texts, in bytes */
+  bool is_file_name = false; /**< whether it takes names of files only, which lead nowhere else */
 };
 
 struct ClassDefinition {
@@ -75,6 +76,17 @@ struct ObjectDefinition {
 
 /** Built-in classes, each after its parent. */
 const std::vector<ClassDefinition>& built_in_classes();
+
+/** An attribute that a built-in class itself defines; null when there is none. */
+const AttributeDefinition* find_built_in_attribute(const std::string& class_name,
+                                                   const std::string& attribute_name);
+
+/** Lists of a class that are one list of things with several values each, so all of one length. */
+struct ListsSideBySide {
+  const char* class_name;
+  std::vector<std::string> attributes;
+};
+const std::vector<ListsSideBySide>& lists_side_by_side();
 
 /** Built-in types, each after its parent. */
 std::span<const TypeDefinition> built_in_types();

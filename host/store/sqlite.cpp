@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <system_error>
 
 #include "failure.h"
 #include "ork/ork.h"
 #include "os.h"
+#include "os_file.h"
 
 namespace host {
 
@@ -33,6 +35,25 @@ int patience() {
   return is_number ? static_cast<int>(std::min<long>(wanted, most_patience)) : usual_patience;
 }
 
+constexpr const char* in_memory = ":memory:";
+
+/** A new site is for its owner; one that is there keeps the rights that it has been given. */
+void make_private_file(const std::string& path) {
+  try {
+    os::make_private_file(path);
+  } catch (const std::system_error& error) {
+    refuse(ORK_site_not_available, path + ": " + error.code().message());
+  }
+}
+
+/** A file may come from anybody: what its schema wants to be run is not. */
+void distrust(sqlite3* connection) {
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+}
+
 constexpr char like_escape = '\\';
 
 }  // namespace
@@ -46,11 +67,15 @@ void Database::FinalizeStatement::operator()(sqlite3_stmt* statement) const {
 }
 
 Database::Database(const std::string& path) : path_(path), patience_(patience()) {
+  if (path != in_memory) {
+    make_private_file(path);
+  }
   sqlite3* connection = nullptr;
   constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   const int result = sqlite3_open_v2(path.c_str(), &connection, flags, nullptr);
   connection_.reset(connection);
   check(result);
+  distrust(connection);
   check(sqlite3_busy_handler(connection, wait_for_writer, this));
 }
 
@@ -216,8 +241,19 @@ bool Query::next() {
   return false;
 }
 
-bool Query::is_null(int column) const {
-  return sqlite3_column_type(statement_.get(), column) == SQLITE_NULL;
+ColumnType Query::type(int column) const {
+  switch (sqlite3_column_type(statement_.get(), column)) {
+    case SQLITE_INTEGER:
+      return ColumnType::integer;
+    case SQLITE_FLOAT:
+      return ColumnType::real;
+    case SQLITE_TEXT:
+      return ColumnType::text;
+    case SQLITE_BLOB:
+      return ColumnType::bytes;
+    default:
+      return ColumnType::nothing;
+  }
 }
 
 std::int64_t Query::integer(int column) const {

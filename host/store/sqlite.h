@@ -18,7 +18,10 @@ namespace host {
 /** An open database and its prepared statements. */
 class Database {
  public:
-  /** Opens a file, or creates it; ":memory:" keeps nothing. */
+  /**
+   * Opens a file, or creates it for its owner alone; ":memory:" keeps nothing. Whatever the file
+   * brings along that would run by itself does not.
+   */
   explicit Database(const std::string& path);
 
   const std::string& path() const { return path_; }
@@ -31,6 +34,9 @@ class Database {
    * and takes a moment in which nobody else uses it.
    */
   void log_ahead();
+
+  /** Whether something is under way that may still be undone. */
+  bool is_in_transaction() const;
 
   /** Writes go on at once or are refused, and wait for no other process. */
   void set_patience(bool is_patient) { is_patient_ = is_patient; }
@@ -65,7 +71,6 @@ class Database {
   StatementHandle take_statement(std::string_view sql);
   void put_back(std::string_view sql, StatementHandle statement);
   void check(int result) const;
-  bool is_in_transaction() const;
   static int wait_for_writer(void* database, int earlier_waits);
   bool wait(int earlier_waits);
 
@@ -81,6 +86,8 @@ class Database {
   std::chrono::steady_clock::time_point waiting_since_;
   bool has_said_that_it_waits_ = false;
 };
+
+enum class ColumnType { integer, real, text, bytes, nothing };
 
 /** One run of a statement. The text must outlive it. */
 class Query {
@@ -106,7 +113,8 @@ class Query {
   /** Goes on to the next row of the result; false when there is none. */
   bool next();
 
-  bool is_null(int column) const;
+  ColumnType type(int column) const;
+  bool is_null(int column) const { return type(column) == ColumnType::nothing; }
   std::int64_t integer(int column) const;
   double real(int column) const;
   std::string text(int column) const;

@@ -61,6 +61,7 @@ struct Class {
   int key_taken = 0;
   bool is_abstract = false;
   bool is_built_in = false;
+  std::vector<std::vector<std::string>> side_by_side; /**< lists that have one length */
 
   /** Whether this is a class or descends from it. */
   bool is_a(const Class& ancestor) const;
@@ -105,6 +106,9 @@ class Store {
 
   /** A class that must exist, by the number that stands for it. */
   const Class& class_with_id(std::uint32_t id);
+
+  /** The same, which may not exist: null then. */
+  const Class* find_class_with_id(std::int64_t id);
 
   /** Classes in the order in which they were defined. */
   std::vector<const Class*> classes() const;
@@ -195,6 +199,10 @@ class Store {
   /** The values of single-valued attributes; empty, 0 or null where there is no value. */
   const std::string& text(tag object, const std::string& attribute);
   tag reference(tag object, const std::string& attribute);
+
+  /** A reference that objects of this kind always have; one without is refused as damaged. */
+  tag required_reference(tag object, const std::string& attribute);
+
   bool logical_value(tag object, const std::string& attribute);
   int integer(tag object, const std::string& attribute);
   date_s date(tag object, const std::string& attribute);
@@ -269,6 +277,7 @@ class Store {
   void create_tables();
   void add_later_tables();
   void complete_built_ins();
+  void check_built_in(const Class& type, const ClassDefinition& definition) const;
   bool add_missing_classes(bool write);
   bool add_missing_types(bool write);
   bool add_missing_tools(bool write);
@@ -279,6 +288,8 @@ class Store {
 
   Instance& loaded(tag object);
   void read(tag object, Instance& instance);
+  Instance read_saved(tag object);
+  static void check_lists(tag object, const Instance& instance);
   std::optional<std::int64_t> saved_version(tag object);
   void write_instance(tag object, const Instance& instance);
   void write_values(tag object, const Instance& instance);

@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "file_references.h"
 #include "ork/store.h"
+#include "schema.h"
 #include "store.h"
 
 namespace host {
@@ -47,6 +48,8 @@ CREATE TABLE IF NOT EXISTS text(
   language TEXT NOT NULL, key TEXT NOT NULL, text TEXT NOT NULL,
   PRIMARY KEY(language, key)) WITHOUT ROWID;
 )";
+
+const std::string all_tables = std::string(schema) + later_tables;
 
 /** Locks that were kept under numbers of processes: theirs have ended. */
 constexpr const char* later_lock_table = R"(
@@ -117,6 +120,7 @@ void Store::create_tables() {
                                        std::to_string(schema_version));
   }
   add_later_tables();
+  require_tables(database_, all_tables.c_str());
 }
 
 /** Looks first: nothing is written, and nobody is waited for, where they are there. */
@@ -154,12 +158,31 @@ void Store::complete_built_ins() {
   transaction.commit();
 }
 
+/** What a file says of the classes that every site has. */
+void Store::check_built_in(const Class& type, const ClassDefinition& definition) const {
+  const std::string parent = type.parent != nullptr ? type.parent->name : "";
+  if (parent != definition.parent) {
+    refuse(ORK_site_damaged, "class " + type.name + " is below \"" + parent +
+                                 "\", and not below \"" + definition.parent + "\"");
+  }
+  for (const AttributeDefinition& attribute : definition.attributes) {
+    const Attribute* const found = type.find_attribute(attribute.name);
+    if (found != nullptr && (found->kind != attribute.kind || found->list != attribute.list)) {
+      refuse(ORK_site_damaged,
+             "class " + type.name + ": its attribute " + attribute.name + " has another kind");
+    }
+  }
+}
+
 bool Store::add_missing_classes(bool write) {
   bool missing = false;
   for (const ClassDefinition& definition : built_in_classes()) {
     const auto found = class_by_name_.find(definition.name);
     if (found == class_by_name_.end() && !write) {
       return true;
+    }
+    if (found != class_by_name_.end()) {
+      check_built_in(*found->second, definition);
     }
     const auto parent = class_by_name_.find(definition.parent);
     Class& type = found != class_by_name_.end()
@@ -248,6 +271,10 @@ void Store::load_classes() {
       continue;
     }
     const auto parent = classes_.find(static_cast<std::uint32_t>(classes.integer(2)));
+    if (parent == classes_.end() && !classes.is_null(2)) {
+      refuse(ORK_site_damaged,
+             "class " + classes.text(1) + ": there is no class " + classes.text(2) + " before it");
+    }
     add_class(id, classes.text(1), parent == classes_.end() ? nullptr : parent->second.get());
   }
   Query attributes(database_,
@@ -261,10 +288,13 @@ void Store::load_classes() {
     attribute->id = static_cast<std::uint32_t>(attributes.integer(0));
     attribute->name = attributes.text(2);
     if (!find_kind(attributes.text(3), &attribute->kind)) {
-      refuse(ORK_site_not_available, "attribute " + attribute->name + " has an unknown kind");
+      refuse(ORK_site_damaged, "attribute " + attribute->name + " has an unknown kind");
     }
     attribute->list = attributes.integer(4) != 0;
     attribute->max_length = static_cast<int>(attributes.integer(5));
+    if (const auto* built_in = find_built_in_attribute(owner->second->name, attribute->name)) {
+      attribute->is_file_name = built_in->is_file_name;
+    }
     if (owner->second->find_attribute(attribute->name) == nullptr) {
       add_attribute(*owner->second, std::move(attribute));
     }
@@ -289,6 +319,12 @@ Class& Store::add_class(std::uint32_t id, const std::string& name, const Class* 
     type.key_owner = parent->key_owner;
     type.key = parent->key;
     type.key_taken = parent->key_taken;
+    type.side_by_side = parent->side_by_side;
+  }
+  for (const ListsSideBySide& lists : lists_side_by_side()) {
+    if (lists.class_name == name) {
+      type.side_by_side.push_back(lists.attributes);
+    }
   }
   const auto& known = built_in_classes();
   const auto definition = std::find_if(
@@ -334,15 +370,24 @@ const Class& Store::class_named(const std::string& name) {
   return *type;
 }
 
-const Class& Store::class_with_id(std::uint32_t id) {
-  if (!classes_.contains(id)) {
+const Class* Store::find_class_with_id(std::int64_t id) {
+  const auto number = static_cast<std::uint32_t>(id);
+  if (number != id) {
+    return nullptr;
+  }
+  if (!classes_.contains(number)) {
     load_classes();
   }
-  const auto found = classes_.find(id);
-  if (found == classes_.end()) {
+  const auto found = classes_.find(number);
+  return found == classes_.end() ? nullptr : found->second.get();
+}
+
+const Class& Store::class_with_id(std::uint32_t id) {
+  const Class* const found = find_class_with_id(id);
+  if (found == nullptr) {
     refuse(STORE_unknown_class, std::to_string(id));
   }
-  return *found->second;
+  return *found;
 }
 
 std::vector<const Class*> Store::classes() const {
@@ -389,6 +434,9 @@ std::uint32_t Store::next_number() {
   query.next();
   const std::int64_t number = query.integer(0);
   query.next();  // runs it to its end, where SQLite commits it
+  if (number < 1) {
+    refuse(ORK_site_damaged, "its next_number is " + std::to_string(number));
+  }
   if (number >= first_transient) {
     refuse(ORK_site_not_available, "the site has used up its object numbers");
   }

@@ -50,11 +50,20 @@ Store::Instance& Store::loaded(tag object) {
   return instances_.insert_or_assign(object, std::move(fresh)).first->second;
 }
 
-/** Replaces what is in memory by what is saved. One statement reads one state of the file. */
+/** Replaces what is in memory by what is saved. */
 void Store::read(tag object, Instance& instance) {
+  Instance fresh = read_saved(object);
+  check_lists(object, fresh);
+  fresh.locked = instance.locked;
+  instance = std::move(fresh);
+}
+
+/** One statement reads one state of the file. */
+Store::Instance Store::read_saved(tag object) {
   Query query(database_,
-              "SELECT i.class, i.version, i.deleted, v.attribute, v.content FROM instance i "
-              "LEFT JOIN value v ON v.instance = i.tag WHERE i.tag = ? "
+              "SELECT i.class, i.version, i.deleted, v.attribute, v.content, v.position, r.tag "
+              "FROM instance i LEFT JOIN value v ON v.instance = i.tag "
+              "LEFT JOIN instance r ON r.tag = v.content AND r.deleted = 0 WHERE i.tag = ? "
               "ORDER BY v.attribute, v.position",
               object);
   if (!query.next()) {
@@ -63,17 +72,19 @@ void Store::read(tag object, Instance& instance) {
   if (query.integer(2) != 0) {
     refuse(STORE_deleted_tag, object_text(object));
   }
-  const Class& type = class_with_id(static_cast<std::uint32_t>(query.integer(0)));
+  const Class* const type = find_class_with_id(query.integer(0));
+  if (type == nullptr) {
+    refuse(ORK_site_damaged, object_text(object) + ": there is no class " + query.text(0));
+  }
   Instance fresh;
-  fresh.type = &type;
-  fresh.locked = instance.locked;
+  fresh.type = type;
   fresh.version = query.integer(1);
   fresh.stamp = ++last_stamp_;
   fresh.state = InstanceState::loaded;
-  fresh.slots.resize(type.slots.size());
+  fresh.slots.resize(type->slots.size());
   std::unordered_map<std::int64_t, std::size_t> slot_by_id;
-  for (std::size_t i = 0; i < type.slots.size(); ++i) {
-    slot_by_id.emplace(type.slots[i]->id, i);
+  for (std::size_t i = 0; i < type->slots.size(); ++i) {
+    slot_by_id.emplace(type->slots[i]->id, i);
   }
   do {
     if (query.is_null(3)) {
@@ -83,10 +94,35 @@ void Store::read(tag object, Instance& instance) {
     if (slot == slot_by_id.end()) {
       continue;  // of an attribute that another process has just added
     }
-    fresh.slots[slot->second].values.push_back(
-        read_value(query, 4, type.slots[slot->second]->kind));
+    const Attribute& attribute = *type->slots[slot->second];
+    Values& values = fresh.slots[slot->second].values;
+    check_position(query.integer(5), values.size(), attribute, object);
+    values.push_back(stored_value(query, 4, attribute, object));
+    const tag* const target = std::get_if<tag>(&values.back());
+    if (target != nullptr && *target != NULLTAG && query.is_null(6)) {
+      refuse_damage(object, attribute.name,
+                    "it refers to object " + std::to_string(*target) + ", which is not there");
+    }
   } while (query.next());
-  instance = std::move(fresh);
+  return fresh;
+}
+
+/** Lists side by side have a value each for each of their things. */
+void Store::check_lists(tag object, const Instance& instance) {
+  const Class& type = *instance.type;
+  const auto length = [&](const std::string& attribute) {
+    const std::size_t slot = type.slot_by_name.at(attribute);
+    return slot < instance.slots.size() ? instance.slots[slot].values.size() : 0;
+  };
+  for (const std::vector<std::string>& lists : type.side_by_side) {
+    for (const std::string& list : lists) {
+      if (length(list) != length(lists.front())) {
+        refuse_damage(object, list,
+                      "it has " + std::to_string(length(list)) + " values, and " + lists.front() +
+                          " has " + std::to_string(length(lists.front())));
+      }
+    }
+  }
 }
 
 std::optional<std::int64_t> Store::saved_version(tag object) {

@@ -60,7 +60,8 @@ std::unordered_map<tag, Scalar> Store::saved_values(const std::string& class_nam
   Query query(database_, "SELECT instance, content FROM value WHERE attribute = ?", definition->id);
   std::unordered_map<tag, Scalar> values;
   while (query.next()) {
-    values.emplace(static_cast<tag>(query.integer(0)), read_value(query, 1, definition->kind));
+    const auto object = static_cast<tag>(query.integer(0));
+    values.emplace(object, stored_value(query, 1, *definition, object));
   }
   return values;
 }

@@ -6,6 +6,7 @@
 #include "failure.h"
 #include "ork/store.h"
 #include "store.h"
+#include "stored_values.h"
 
 namespace host {
 
@@ -21,6 +22,11 @@ bool is_no_value(const Scalar& value) {
   return false;
 }
 
+/** Whether a text names a file and leads to no other folder, on whatever system. */
+bool is_file_name(const std::string& text) {
+  return text != "." && text != ".." && text.find_first_of("/\\") == std::string::npos;
+}
+
 void check_value(const Attribute& attribute, const Scalar& value) {
   if (value.index() != static_cast<std::size_t>(attribute.kind)) {
     refuse(STORE_wrong_value_type, attribute.name);
@@ -30,6 +36,10 @@ void check_value(const Attribute& attribute, const Scalar& value) {
       refuse(STORE_value_too_long, attribute.name + " takes " +
                                        std::to_string(attribute.max_length) + " bytes, not " +
                                        std::to_string(text->size()));
+    }
+    if (attribute.is_file_name && !is_file_name(*text)) {
+      refuse(ORK_invalid_argument,
+             attribute.name + " takes the name of a file, without a path: \"" + *text + "\"");
     }
   }
   if (const auto* real = std::get_if<double>(&value); real != nullptr && !std::isfinite(*real)) {
@@ -87,6 +97,14 @@ Value Store::single(tag object, const std::string& attribute) {
 
 tag Store::reference(tag object, const std::string& attribute) {
   return single<tag>(object, attribute);
+}
+
+tag Store::required_reference(tag object, const std::string& attribute) {
+  const tag target = reference(object, attribute);
+  if (target == NULLTAG) {
+    refuse_damage(object, attribute, "it refers to nothing");
+  }
+  return target;
 }
 
 bool Store::logical_value(tag object, const std::string& attribute) {

@@ -125,6 +125,28 @@ void publish(os::NewFile& file, const std::string& path) {
   }
 }
 
+/** In a temporary folder, beside the contents: its maker's, which holds it (held_file.h). */
+constexpr const char* temporary_file_of_maker = "/maker";
+
+/** Temporary folders of processes that have ended without removing them. */
+void remove_temporary_folders_left_behind() {
+  std::error_code none;
+  const std::filesystem::path parent = std::filesystem::temp_directory_path(none);
+  for (const auto& entry : std::filesystem::directory_iterator(parent, none)) {
+    const std::string path = entry.path().string();
+    if (!entry.path().filename().string().starts_with(os::temporary_folder_prefix)) {
+      continue;
+    }
+    std::error_code ignored;
+    if (entry.is_directory(ignored) && !entry.is_symlink(ignored) &&
+        std::filesystem::is_regular_file(
+            std::filesystem::symlink_status(utf8_path(path + temporary_file_of_maker), ignored)) &&
+        !os::is_held(path + temporary_file_of_maker)) {
+      std::filesystem::remove_all(entry.path(), ignored);
+    }
+  }
+}
+
 }  // namespace
 
 void Progress::report(std::int64_t done, std::int64_t total) const {
@@ -144,12 +166,13 @@ Vault::Vault(const std::string& site_path, Presence& presence)
     : presence_(presence),
       is_temporary_(site_path == ":memory:"),
       // One vault by whatever path the site is opened, and if the program changes its folder.
-      folder_(is_temporary_
-                  ? std::string()
-                  : std::filesystem::weakly_canonical(utf8_path(site_path)).string() + ".vault") {}
+      site_path_(is_temporary_ ? std::string()
+                               : std::filesystem::weakly_canonical(utf8_path(site_path)).string()),
+      folder_(is_temporary_ ? std::string() : site_path_ + ".vault") {}
 
 Vault::~Vault() {
   if (is_temporary_ && !folder_.empty() && maker_ == os::forks()) {
+    held_.reset();  // some systems remove no open file
     std::error_code ignored;
     std::filesystem::remove_all(utf8_path(folder_), ignored);
   }
@@ -163,11 +186,41 @@ std::string Vault::path_of(const std::string& name) const {
 }
 
 void Vault::make_folder() {
-  if (folder_.empty()) {
-    folder_ = os::make_temporary_folder();
-    maker_ = os::forks();
+  if (!is_temporary_) {
+    os::make_folder_like(folder_, site_path_);
+  } else if (folder_.empty()) {
+    make_temporary_folder();
   }
-  std::filesystem::create_directories(utf8_path(folder_));
+}
+
+void Vault::make_temporary_folder() {
+  remove_temporary_folders_left_behind();
+  constexpr int attempts = 10;  // another process may take it for one that is left behind
+  for (int attempt = 1;; ++attempt) {
+    const std::string folder = os::make_temporary_folder();
+    try {
+      held_ = std::make_unique<os::HeldFile>(folder + temporary_file_of_maker, folder);
+      folder_ = folder;
+      maker_ = os::forks();
+      return;
+    } catch (const std::system_error&) {
+      if (attempt == attempts) {
+        throw;
+      }
+    }
+  }
+}
+
+/** Names of contents that are saved need not be known any more. */
+void Vault::forget_claimed(Store& store) {
+  constexpr std::size_t few = 64;
+  if (announced_.size() < most_announced_ || store.database().is_in_transaction()) {
+    return;  // what is saved in a transaction may still be undone
+  }
+  std::erase_if(announced_, [&](const std::string& name) {
+    return store.find_one("VeloFile", {{"contents", name}}) != NULLTAG;
+  });
+  most_announced_ = 2 * announced_.size() + few;
 }
 
 void Vault::announce(const std::string& name) {
@@ -178,12 +231,13 @@ void Vault::announce(const std::string& name) {
   announced_.push_back(name);
 }
 
-Contents Vault::bring_in(const std::string& path, const Progress& progress) {
+Contents Vault::bring_in(Store& store, const std::string& path, const Progress& progress) {
   const Meaning read_failure{FILE_cannot_read, path};
   const Meaning write_failure{FILE_cannot_write, "the vault, for " + path};
   const os::SourceFile source = open_source(path, read_failure);
   require_regular(source, path);
   const std::string name = random_name();
+  forget_claimed(store);
   announce(name);
   return with_meaning(write_failure, [&] {
     os::NewFile file(folder_, name + own_name_ending, os::NewFile::Mode::read_only);
@@ -211,7 +265,12 @@ void Vault::take_out(const Contents& contents, const std::string& path,
     refuse(FILE_cannot_open, "the path is empty");
   }
   const Meaning damage{FILE_damaged, "its contents " + contents.name + " cannot be read"};
-  const os::SourceFile source = open_source(path_of(contents.name), damage);
+  const os::SourceFile source = with_meaning(damage, [&] {
+    return os::SourceFile(path_of(contents.name), os::SourceFile::Links::refused);
+  });
+  if (!source.is_regular()) {
+    refuse(FILE_damaged, "its contents " + contents.name + " are no file");
+  }
   if (is_taken(path)) {
     refuse(FILE_exists, path);  // before much is copied for nothing; publishing asks again
   }
@@ -223,6 +282,11 @@ void Vault::take_out(const Contents& contents, const std::string& path,
     progress.report(0, contents.size);
     const Contents found =
         read_through(source, damage, [&](std::string_view block, std::int64_t done) {
+          if (done > contents.size) {
+            refuse(FILE_damaged, "its contents " + contents.name +
+                                     " are not what was imported: more than " +
+                                     std::to_string(contents.size) + " bytes");
+          }
           file->write(block);
           progress.report(done, contents.size);
         });

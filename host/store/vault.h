@@ -10,14 +10,17 @@
  * the next process that opens the site after it was killed, whatever no saved file has is removed.
  * So nothing is left over, and nothing is taken from a process that is still at work.
  *
- * A site that keeps nothing has a temporary folder, made at the first import.
+ * A site that keeps nothing has a temporary folder, made at the first import. One that a process
+ * has left behind goes when the next one makes its own.
  */
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "held_file.h"
 #include "ork/file.h"
 #include "os_file.h"
 #include "store.h"
@@ -50,7 +53,7 @@ class Vault {
   Vault& operator=(const Vault&) = delete;
 
   /** Copies a file into the vault. */
-  Contents bring_in(const std::string& path, const Progress& progress);
+  Contents bring_in(Store& store, const std::string& path, const Progress& progress);
 
   /** Copies contents to a path where nothing may be, and checks them on the way. */
   void take_out(const Contents& contents, const std::string& path, const Progress& progress) const;
@@ -69,13 +72,18 @@ class Vault {
 
  private:
   void make_folder();
+  void make_temporary_folder();
+  void forget_claimed(Store& store);
   std::string path_of(const std::string& name) const;
 
   Presence& presence_;
   bool is_temporary_;
   unsigned maker_ = 0; /**< of a temporary folder: the half of the fork that removes it */
-  std::string folder_; /**< empty until a temporary one is made */
+  std::string site_path_;
+  std::string folder_;                 /**< empty until a temporary one is made */
+  std::unique_ptr<os::HeldFile> held_; /**< in a temporary one: whose it is */
   std::vector<std::string> announced_;
+  std::size_t most_announced_ = 0; /**< how many there may be until those that are saved go */
 };
 
 }  // namespace host

@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "held_file.h"
+#include "private_access.h"
 #include "utf8_path.h"
 
 namespace host::os {
@@ -81,8 +82,16 @@ void remove_unheld(const std::string& path) noexcept {
   }
 }
 
-void make_folder_like(const std::string& path, const std::string&) {
-  std::filesystem::create_directory(utf8_path(path));
+void make_folder_like(const std::string& path, const std::string& about) {
+  if (!has_own_access(about)) {
+    std::filesystem::create_directory(utf8_path(path));
+    return;
+  }
+  PrivateAccess access;
+  if (CreateDirectoryW(utf8_path(path).c_str(), access.attributes()) == 0 &&
+      GetLastError() != ERROR_ALREADY_EXISTS) {
+    throw_last_error();
+  }
 }
 
 }  // namespace host::os

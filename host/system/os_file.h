@@ -30,7 +30,9 @@ class FileDescriptor {
 /** A file to read from its start to its end. Opening one never waits, whatever the path names. */
 class SourceFile {
  public:
-  explicit SourceFile(const std::string& path);
+  enum class Links { followed, refused };
+
+  explicit SourceFile(const std::string& path, Links links = Links::followed);
 
   /** Whether it is a file with contents, and no folder, pipe or device. */
   bool is_regular() const { return is_regular_; }
@@ -74,11 +76,17 @@ class NewFile {
   FileDescriptor file_;
 };
 
+/** Makes an empty file that its owner alone can read and write, if nothing is there. */
+void make_private_file(const std::string& path);
+
 /** A file to whose end lines are added; it is made when it does not exist. */
 FileDescriptor open_for_appending(const std::string& path);
 
 /** Waits until the names in a folder are on the disk. */
 void sync_folder(const std::string& folder);
+
+/** What names of temporary folders begin with. */
+inline constexpr const char* temporary_folder_prefix = "ork-vault-";
 
 /** A new folder for this process alone. */
 std::string make_temporary_folder();

@@ -111,8 +111,9 @@ void FileDescriptor::close() {
   }
 }
 
-SourceFile::SourceFile(const std::string& path)
-    : file_(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
+SourceFile::SourceFile(const std::string& path, Links links)
+    : file_(open(path.c_str(),
+                 O_RDONLY | O_NONBLOCK | O_CLOEXEC | (links == Links::refused ? O_NOFOLLOW : 0))) {
   struct stat status {};
   check(fstat(file_.number(), &status));
   is_regular_ = S_ISREG(status.st_mode);
@@ -151,6 +152,14 @@ void NewFile::publish(const std::string& path) {
   own_path_.clear();
 }
 
+void make_private_file(const std::string& path) {
+  const int file = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (file < 0 && errno == EEXIST) {
+    return;
+  }
+  FileDescriptor(file).close();
+}
+
 FileDescriptor open_for_appending(const std::string& path) {
   return FileDescriptor(open(path.c_str(), O_CREAT | O_APPEND | O_WRONLY | O_CLOEXEC, 0666));
 }
@@ -161,7 +170,9 @@ void sync_folder(const std::string& folder) {
 }
 
 std::string make_temporary_folder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "ork-vault-XXXXXX").string();
+  std::string pattern =
+      (std::filesystem::temp_directory_path() / (temporary_folder_prefix + std::string("XXXXXX")))
+          .string();
   if (mkdtemp(pattern.data()) == nullptr) {
     throw_errno();
   }

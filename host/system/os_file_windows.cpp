@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "os_file.h"
+#include "private_access.h"
 #include "utf8_path.h"
 
 namespace host::os {
@@ -32,10 +33,12 @@ int open_file_at(const std::filesystem::path& path, int flags) {
 }
 
 /** Folders and devices cannot be opened as files are; nothing is read from them. */
-int open_source(const std::filesystem::path& path) {
+int open_source(const std::filesystem::path& path, bool follows_links) {
   std::error_code ignored;
+  const auto status = follows_links ? std::filesystem::status(path, ignored)
+                                    : std::filesystem::symlink_status(path, ignored);
   const bool is_readable =
-      std::filesystem::is_regular_file(path, ignored) || !std::filesystem::exists(path, ignored);
+      std::filesystem::is_regular_file(status) || !std::filesystem::exists(status);
   return open_file_at(is_readable ? path : L"NUL", _O_RDONLY);
 }
 
@@ -46,6 +49,16 @@ int open_new(const std::string& folder, const std::string& own_name, std::string
   check(file);
   *own_path = path.string();
   return file;
+}
+
+[[noreturn]] void throw_last_error() {
+  throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
+}
+
+bool is_there_already(DWORD error, const std::string& path) {
+  std::error_code ignored;
+  return error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS ||
+         std::filesystem::exists(utf8_path(path), ignored);
 }
 
 constexpr std::size_t most_at_once = std::size_t{1} << 30;
@@ -77,7 +90,8 @@ void FileDescriptor::close() {
   check(_close(number));
 }
 
-SourceFile::SourceFile(const std::string& path) : file_(open_source(utf8_path(path))) {
+SourceFile::SourceFile(const std::string& path, Links links)
+    : file_(open_source(utf8_path(path), links == Links::followed)) {
   const HANDLE handle = reinterpret_cast<HANDLE>(_get_osfhandle(file_.number()));
   is_regular_ = GetFileType(handle) == FILE_TYPE_DISK;
   LARGE_INTEGER size{};
@@ -116,9 +130,20 @@ void NewFile::publish(const std::string& path) {
   file_.close();
   if (MoveFileExW(utf8_path(own_path_).c_str(), utf8_path(path).c_str(), MOVEFILE_WRITE_THROUGH) ==
       0) {
-    throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
+    throw_last_error();
   }
   own_path_.clear();
+}
+
+void make_private_file(const std::string& path) {
+  PrivateAccess access;
+  const HANDLE file = CreateFileW(utf8_path(path).c_str(), GENERIC_WRITE, 0, access.attributes(),
+                                  CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file != INVALID_HANDLE_VALUE) {
+    CloseHandle(file);
+  } else if (!is_there_already(GetLastError(), path)) {
+    throw_last_error();
+  }
 }
 
 FileDescriptor open_for_appending(const std::string& path) {
@@ -131,7 +156,7 @@ void sync_folder(const std::string&) {
 
 std::string make_temporary_folder() {
   const std::filesystem::path parent = std::filesystem::temp_directory_path();
-  const std::string name = "ork-vault-" + std::to_string(GetCurrentProcessId()) + "-";
+  const std::string name = temporary_folder_prefix + std::to_string(GetCurrentProcessId()) + "-";
   for (unsigned i = 0;; ++i) {
     const std::filesystem::path path = parent / (name + std::to_string(i));
     if (std::filesystem::create_directory(path)) {

@@ -19,6 +19,14 @@ TEST_F(DemoSite, SeedingChangesWhatExists) {
 TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
   expect_refused("refused.txt", ork_host_seed);
   EXPECT_EQ(ork_host_seed(nullptr), ORK_invalid_argument);
+  const std::string huge(5'000'000, 'x');
+  for (const std::string& seed :
+       {R"({")" + huge + R"(": 1})", R"({"groups": [{"name": ")" + huge + R"("}]})",
+        R"({"groups": ")" + huge,
+        R"({"users": [{"id": "a", "memberships": [{"group": ")" + huge + R"(", "role": ""}]}]})"}) {
+    EXPECT_EQ(ork_host_seed(seed.c_str()), ORK_invalid_argument);
+    EXPECT_LT(last_error().size(), 1200U);
+  }
   EXPECT_EQ(ORK_init_module("wagner", "let me in", nullptr), ORK_ok);
 }
 

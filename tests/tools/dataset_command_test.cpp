@@ -13,6 +13,7 @@
 
 #include "host/ork_host.h"
 #include "ork/obj.h"
+#include "tests/support/site_damage.h"
 #include "tests/tools/run_program.h"
 #include "zolp_orktool.h"
 
@@ -92,6 +93,27 @@ TEST_F(DatasetCommands, ExportsAreWholeAndOverwriteNothing) {
   std::filesystem::create_directory(folder.path("twins"));
   EXPECT_EQ(dataset({"export", "Twin", "--out", folder.path("twins")}).exit_code, 0);
   EXPECT_THAT(files_in(folder.path("twins")), ElementsAre("Twin-2.png", "Twin.png"));
+}
+
+TEST_F(DatasetCommands, NamesFromASiteLeadToNoOtherPlace) {
+  std::filesystem::create_directory(folder.path("out/deep"));
+  std::vector<std::string> names = {"../x", folder.path("x"), "..", "..\\x", "a\nb"};
+#if defined(_WIN32)
+  names.insert(names.end(), {"C:x", "a:b", "NUL", "con.txt", "LPT1 .x", "x.", "x ", "a?"});
+#endif
+  for (const std::string& name : names) {
+    test::RowDamage(site).execute("UPDATE value SET content = '" + name +
+                                  "' WHERE attribute = (SELECT id FROM attribute WHERE name = "
+                                  "'original_file_name')");
+    expect_refusal(dataset({"export", "Front", "--out", folder.path("out/deep")}), 1,
+                   "give a path for it with --out");
+    EXPECT_EQ(dataset({"export", "Front", "--out", folder.path("given")}).exit_code, 0);
+    std::filesystem::remove(folder.path("given"));
+    EXPECT_THAT(files_in(folder.path("")), ElementsAre("front.png", "out", "seed.json", "side.png",
+                                                       "site.db", "site.db.vault"));
+    EXPECT_THAT(files_in(target), ElementsAre("deep"));
+    EXPECT_THAT(files_in(folder.path("out/deep")), IsEmpty());
+  }
 }
 
 TEST_F(DatasetCommands, RefusalsSayWhatIsWrongAndLeaveNothing) {
@@ -244,6 +266,8 @@ TEST_F(DatasetCommands, AnInterruptedImportLeavesNothing) {
 
 TEST_F(DatasetCommands, FormsAreShownAndFilled) {
   EXPECT_EQ(on_site({"form", "get", "1/00/A", "material"}).out, "steel\n");
+  EXPECT_EQ(on_site({"form", "set", "1/00/A", "material=\x1b[1m"}).exit_code, 0);
+  EXPECT_EQ(on_site({"form", "get", "1/00/A", "material"}).out, "?[1m\n");
   const test::Run filled = on_site({"form", "set", "1/00/A", "material=a=b", "weight=2.5"});
   EXPECT_EQ(filled.exit_code, 0) << filled.err;
   EXPECT_EQ(filled.out, "Press (Mass)\n  field     value\n  material  a=b\n  weight    2.5\n");

@@ -1,3 +1,5 @@
+#include <memory>
+
 #include "tests/tools/run_program.h"
 
 namespace {
@@ -92,6 +94,59 @@ TEST_F(HostCommand, FailuresLeaveNoSite) {
   expect_refusal(run_zolp({"host", "init", site}), 1, "already exists");
   expect_refusal(run_zolp({"host", "seed", site, folder.path("bad.json")}), 1, "/users");
   EXPECT_EQ(pref({"One"}).out, "first\n");
+}
+
+TEST_F(HostCommand, InitNeverReplacesAndIsWhole) {
+  // Whatever stands at one of the places of a site stays, and nothing else is left.
+  for (const char* taken : {"site.db", "site.db.vault"}) {
+    const test::TemporaryFolder place;
+    std::filesystem::create_directory(place.path(taken));
+    expect_refusal(run_zolp({"host", "init", place.path("site.db")}), 1, "already exists");
+    EXPECT_THAT(files_in(place.path("")), ElementsAre(taken));
+    EXPECT_TRUE(std::filesystem::is_empty(place.path(taken)));
+  }
+
+  // Of several at once one makes the site.
+  const std::string path = folder.write("seed.json", seed);
+  std::vector<std::unique_ptr<test::Process>> at_once;
+  for (int i = 0; i < 4; ++i) {
+    at_once.push_back(std::make_unique<test::Process>(
+        test::Launch{{ZOLP_PROGRAM, "host", "init", site, "--seed", path},
+                     test::own_environment(),
+                     folder.path("out"),
+                     folder.path("err")}));
+  }
+  std::vector<int> results;
+  for (const auto& process : at_once) {
+    results.push_back(process->wait());
+  }
+  EXPECT_THAT(results, testing::UnorderedElementsAre(0, 1, 1, 1)) << folder.read("err");
+  EXPECT_THAT(files_in(folder.path("")),
+              ElementsAre("err", "out", "seed.json", "site.db", "site.db.vault"));
+  EXPECT_EQ(pref({"One"}).out, "first\n");
+}
+
+#if !defined(_WIN32)
+TEST_F(HostCommand, AFileThatGetsTooLargeIsAFailureWithWords) {
+  make_site(seed);
+  const test::Run run =
+      test::run_program({"/bin/sh", "-c", "ulimit -f 1; exec \"$0\" \"$@\"", ZOLP_PROGRAM, "host",
+                         "pref", site, "One", std::string(100'000, 'x')});
+  expect_refusal(run, 1, "cannot");
+  EXPECT_EQ(pref({"One"}).out, "first\n");
+}
+#endif
+
+TEST_F(HostCommand, ControlCharactersDoNotReachTheTerminal) {
+  make_site(seed);
+  const std::string odd =
+      "a\x1b[1mb\x7f\xc2\x9b"
+      "1mc\xc3\xa9";
+  EXPECT_EQ(pref({"One", odd}).exit_code, 0);
+  EXPECT_EQ(pref({"One"}).out, "a?[1mb??1mc\xc3\xa9\n");
+  const test::Run json = pref({"One", "--json"});
+  EXPECT_THAT(json.out, HasSubstr("a\\u001b[1mb\\u007f\\u009b1mc\xc3\xa9"));
+  EXPECT_EQ(json.json()[0], odd);
 }
 
 TEST_F(HostCommand, OtherFilesAndWrongUsage) {

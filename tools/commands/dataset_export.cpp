@@ -10,6 +10,7 @@
 #include "copy_progress.h"
 #include "error.h"
 #include "ork/file.h"
+#include "os.h"
 #include "utf8_path.h"
 
 namespace fs = std::filesystem;
@@ -51,6 +52,12 @@ fs::path numbered(const fs::path& path, const std::vector<fs::path>& given) {
   return candidate;
 }
 
+/** A name comes from the site, whoever filled it, and must lead to no other place. */
+bool is_file_name(const std::string& name) {
+  return !name.empty() && name != "." && name != ".." && printable(name) == name &&
+         name.find_first_of("/\\") == std::string::npos && os::is_file_name(name);
+}
+
 /** Where a file is to go: into a folder under its own name, or to the path that is given. */
 fs::path target_of(const DatasetOptions& options, tag file) {
   const fs::path target = host::utf8_path(options.target.empty() ? "." : options.target);
@@ -59,7 +66,7 @@ fs::path target_of(const DatasetOptions& options, tag file) {
     return target;
   }
   const std::string name = original_name(file);
-  if (name.empty() || name == "." || name == "..") {
+  if (!is_file_name(name)) {
     throw Error("the file has the name \"" + name + "\"", "give a path for it with --out");
   }
   return target / host::utf8_path(name);

@@ -26,7 +26,7 @@ void get_value(const FormOptions& options) {
   if (options.json) {
     print_json({{"field", options.field}, {"value", value}});
   } else {
-    std::puts(value.c_str());
+    std::puts(printable(value).c_str());
   }
 }
 

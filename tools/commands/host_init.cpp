@@ -1,4 +1,6 @@
 /** @file `zolp host init`: creates a site. */
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -6,6 +8,7 @@
 
 #include "commands/host.h"
 #include "error.h"
+#include "os.h"
 #include "output_files.h"
 #include "site.h"
 #include "utf8_path.h"
@@ -21,17 +24,61 @@ struct InitOptions {
   std::vector<std::string> seeds;
 };
 
-/** Moves a finished site to its place: its file, and what lies beside it. */
-void move_site(const fs::path& from, const fs::path& to) {
-  for (const auto& entry : fs::directory_iterator(from)) {
-    const fs::path target = to / entry.path().filename();
-    if (fs::exists(target)) {
-      throw Error(target.string() + " already exists", "remove it or choose another name");
+/** A finished site on its way from the folder that it was made in, taken back unless it is kept. */
+class MovedSite {
+ public:
+  MovedSite(const fs::path& from, const fs::path& to) : from_(from), to_(to) {}
+  ~MovedSite() {
+    for (auto name = moved_.rbegin(); name != moved_.rend(); ++name) {
+      os::move_without_replacing(to_ / *name, from_ / *name);
     }
   }
-  for (const auto& entry : fs::directory_iterator(from)) {
-    fs::rename(entry.path(), to / entry.path().filename());
+  MovedSite(const MovedSite&) = delete;
+  MovedSite& operator=(const MovedSite&) = delete;
+
+  /** Never over what is there. */
+  void move(const fs::path& name) {
+    const fs::path target = to_ / name;
+    if (!os::move_without_replacing(from_ / name, target)) {
+      const int error = errno;
+      throw error == EEXIST
+          ? Error(target.string() + " already exists", "remove it or choose another name")
+          : Error("cannot write to " + target.string() + " (" + std::strerror(error) + ")",
+                  "make room, or choose a place that can be written");
+    }
+    moved_.push_back(name);
   }
+
+  void keep() { moved_.clear(); }
+
+ private:
+  fs::path from_, to_;
+  std::vector<fs::path> moved_;
+};
+
+/**
+ * Moves a site to its place, first what lies beside its file. Every site has a vault here: of two
+ * that are made at once under one name, the one whose vault is there first has the name.
+ */
+void move_site(const fs::path& from, const fs::path& to, const fs::path& site) {
+  fs::path vault = site;
+  vault += ".vault";
+  if (!fs::exists(from / vault) && !os::make_private_folder(from / vault)) {
+    throw Error("cannot make " + vault.string() + " (" + std::strerror(errno) + ")", "make room");
+  }
+  std::vector<fs::path> others;
+  for (const auto& entry : fs::directory_iterator(from)) {
+    if (entry.path().filename() != site && entry.path().filename() != vault) {
+      others.push_back(entry.path().filename());
+    }
+  }
+  MovedSite moved(from, to);
+  moved.move(vault);
+  for (const fs::path& name : others) {
+    moved.move(name);
+  }
+  moved.move(site);
+  moved.keep();
 }
 
 void init_site(const InitOptions& options) {
@@ -51,7 +98,7 @@ void init_site(const InitOptions& options) {
       site.seed_file(seed);
     }
   }
-  move_site(work.path(), folder);
+  move_site(work.path(), folder, target.filename());
 }
 
 }  // namespace
