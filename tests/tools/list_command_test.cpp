@@ -95,7 +95,8 @@ TEST_F(ListCommand, TreeTellsWhereTheReaderClimbsLessThanTheList) {
       folder.write("list.txt", header_row() + item_row(1, "A") + item_row(2, "B") +
                                    item_row(3, "C") + item_row(4, "D") + item_row(2, "E"));
   const std::string drawn = list({"tree", in}).out;
-  EXPECT_THAT(drawn, HasSubstr("1 item placed elsewhere than the level says, the first at " + in + ":6"));
+  EXPECT_THAT(drawn,
+              HasSubstr("1 item placed elsewhere than the level says, the first at " + in + ":6"));
 }
 
 TEST_F(ListCommand, CellsCannotSteerTheTerminal) {
