@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "error.h"
+#include "failures.h"
 #include "text.h"
 #include "utf8_path.h"
 #include "zolp_orktool.h"
@@ -36,11 +36,8 @@ ColumnSession::ColumnSession(const std::string& separator)
   session_.emplace();
   LibraryCall call;
   const std::string log = work_.file("log");
-  const int status = ZOLP_create_clonelogheader(list.c_str(), log.c_str(), "zolp_list_header");
-  if (status != 0) {
-    throw Error("cannot find the columns (" + platform_error_text(status) + ")",
-                "see the call trace, set ZOLP_TRACE_LEVEL=4");
-  }
+  require_success(ZOLP_create_clonelogheader(list.c_str(), log.c_str(), "zolp_list_header"),
+                  "cannot find the columns", "see the call trace, set ZOLP_TRACE_LEVEL=4");
 }
 
 }  // namespace tool

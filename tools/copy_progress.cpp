@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "failures.h"
 #include "ork/file.h"
 #include "os.h"
 #include "output_files.h"
@@ -19,15 +20,17 @@ constexpr std::int64_t large_file = 64 << 20;
 CopyProgress::CopyProgress(const std::string& what)
     : what_(printable(what)), is_terminal_(os::is_error_on_terminal()) {
   watch_for_interruption();
-  FILE_set_progress(
-      [](int64_t done, int64_t total, void* context) {
-        return static_cast<CopyProgress*>(context)->see(done, total);
-      },
-      this);
+  require_success(FILE_set_progress(
+                      [](int64_t done, int64_t total, void* context) {
+                        return static_cast<CopyProgress*>(context)->see(done, total);
+                      },
+                      this),
+                  "the progress of copies is not told",
+                  "see the call trace, set ZOLP_TRACE_LEVEL=4");
 }
 
 CopyProgress::~CopyProgress() {
-  FILE_set_progress(nullptr, nullptr);
+  forget_failure(FILE_set_progress(nullptr, nullptr));  // no copy follows
   clear();
 }
 

@@ -17,7 +17,7 @@ namespace tool {
 
 namespace {
 
-std::string advice_for_copy(int status) {
+std::string advice_for(int status) {
   switch (status) {
     case FILE_exists:
       return "remove it or choose another target";
@@ -29,13 +29,15 @@ std::string advice_for_copy(int status) {
     case FILE_damaged:
       return "restore the site's vault from a backup";
     default:
-      return advice_for(status, "see the call trace, set ZOLP_TRACE_LEVEL=4");
+      return "see the call trace, set ZOLP_TRACE_LEVEL=4";
   }
 }
 
 bool is_dataset(tag object) {
   int ignored = 0;
-  return DSET_get_dataset_ref_count(object, &ignored) == ORK_ok;
+  const int status = DSET_get_dataset_ref_count(object, &ignored);
+  require(status, "what an object is", {DSET_not_a_dataset});
+  return status == ORK_ok;
 }
 
 Json describe_file(tag file) {
@@ -53,13 +55,11 @@ Json describe_file(tag file) {
 
 }  // namespace
 
-void require_done(int status, const std::string& problem) {
-  if (status == FILE_cancelled) {
+void require_done(int status, const std::string& problem, std::initializer_list<int> answers) {
+  if (has_failed()) {
     stop_if_interrupted();
   }
-  if (status != ORK_ok) {
-    throw Error(problem + " (" + platform_error_text(status) + ")", advice_for_copy(status));
-  }
+  require_success(status, problem, advice_for(status), answers);
 }
 
 tag find_owner(const std::string& item, const std::string& revision) {
@@ -78,12 +78,6 @@ tag find_owner(const std::string& item, const std::string& revision) {
                 "see \"zolp find '*'\" for what there is");
   }
   return owner;
-}
-
-std::string name_of(tag object) {
-  std::array<char, WSO_name_size + 1> name{};
-  require(WSO_get_name(object, name.data()), "the name");
-  return name.data();
 }
 
 std::vector<tag> datasets_of(tag owner) {
@@ -151,11 +145,9 @@ std::string original_name(tag file) {
 }
 
 Json dataset_card(tag dataset) {
-  std::array<char, WSO_name_size + 1> type{};
   std::array<char, DSET_name_size + 1> tool_name{};
   std::array<char, DSET_name_size + 1> format{};
   tag tool = NULLTAG;
-  require(WSO_get_object_type(dataset, type.data()), "the type");
   require(DSET_get_dataset_tool(dataset, &tool), "the tool");
   require(DSET_get_dataset_format(dataset, format.data()), "the format");
   if (tool != NULLTAG) {
@@ -173,7 +165,7 @@ Json dataset_card(tag dataset) {
     references.push_back(std::move(entry));
   }
   return {{"name", name_of(dataset)},
-          {"type", type.data()},
+          {"type", type_of(dataset)},
           {"description", display_value(dataset, "object_desc")},
           {"owner", display_value(dataset, "owning_user")},
           {"tool", tool_name.data()},

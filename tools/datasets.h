@@ -1,6 +1,7 @@
 /** @file Datasets of the open site, as commands name and show them. */
 #pragma once
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -12,13 +13,11 @@ namespace tool {
 constexpr const char* text_type = "Text";
 constexpr const char* dataset_relation = "VELO_reference";
 
-/** Reports what could not be done; an interruption as such. */
-void require_done(int status, const std::string& problem);
+/** Requires that something was done, as `require_success` does; tells an interruption as such. */
+void require_done(int status, const std::string& problem, std::initializer_list<int> answers = {});
 
 /** Finds an item or, with a revision id, a revision; NULLTAG when no item is named. */
 tag find_owner(const std::string& item, const std::string& revision);
-
-std::string name_of(tag object);
 
 /** Datasets of an item or revision, in the order in which they were related to it. */
 std::vector<tag> datasets_of(tag owner);

@@ -32,14 +32,4 @@ inline Error usage_error(const std::string& problem, const std::string& advice) 
   return {problem, advice, exit_usage};
 }
 
-/** What a user can do about a platform failure whose reason tells; `otherwise` where it does not.
- */
-std::string advice_for(int status, const std::string& otherwise);
-
-/** The newest entry of the error stack; #ORK_ok when it is empty. */
-int last_platform_error();
-
-/** Text of a platform failure: the newest entry of the error stack with this code. */
-std::string platform_error_text(int status);
-
 }  // namespace tool

@@ -87,7 +87,10 @@ using Name = std::array<char, ORG_name_size + 1>;
 
 std::string user_id(tag user) {
   Name name{};
-  return user != NULLTAG && ORG_get_user_identifier(user, name.data()) == ORK_ok ? name.data() : "";
+  if (user != NULLTAG) {
+    require(ORG_get_user_identifier(user, name.data()), "the id of a user");
+  }
+  return name.data();
 }
 
 /** "*" for none, which stands for any. */
@@ -95,10 +98,10 @@ std::string group_and_role(tag group, tag role) {
   Name group_name{'*'};
   Name role_name{'*'};
   if (group != NULLTAG) {
-    ORG_get_group_name(group, group_name.data());
+    require(ORG_get_group_name(group, group_name.data()), "the name of a group");
   }
   if (role != NULLTAG) {
-    ORG_get_role_name(role, role_name.data());
+    require(ORG_get_role_name(role, role_name.data()), "the name of a role");
   }
   return std::string(group_name.data()) + "/" + role_name.data();
 }
@@ -112,13 +115,14 @@ std::string member_text(tag signoff) {
   require(FLOW_get_signoff_member(signoff, &member, &type), "a signoff");
   if (type == SIGNOFF_resource_pool) {
     logical allow_subgroup = 0;
-    FLOW_get_resource_pool_group_role(member, &group, &role, &allow_subgroup);
+    require(FLOW_get_resource_pool_group_role(member, &group, &role, &allow_subgroup),
+            "a resource pool");
     return "anybody of " + group_and_role(group, role);
   }
   tag user = NULLTAG;
-  ORG_get_groupmember_user(member, &user);
-  ORG_get_groupmember_group(member, &group);
-  ORG_get_groupmember_role(member, &role);
+  require(ORG_get_groupmember_user(member, &user), "a member");
+  require(ORG_get_groupmember_group(member, &group), "a member");
+  require(ORG_get_groupmember_role(member, &role), "a member");
   return user_id(user) + " (" + group_and_role(group, role) + ")";
 }
 
@@ -268,11 +272,8 @@ tag find_job(const std::string& name) {
 }
 
 void load_handlers(const std::string& path) {
-  const int status = ork_host_load_handlers(path.c_str());
-  if (status != ORK_ok) {
-    throw Error("cannot load the handlers of " + path + " (" + platform_error_text(status) + ")",
-                "name a shared library that has ORK_register_handlers");
-  }
+  require_success(ork_host_load_handlers(path.c_str()), "cannot load the handlers of " + path,
+                  "name a shared library that has ORK_register_handlers");
 }
 
 tag find_task(tag job, const std::string& name) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "failures.h"
 #include "site.h"
 
 namespace tool {
@@ -27,6 +28,7 @@ void check_login_options(const CLI::App& command);
 
 /**
  * Adds the login options and --json to a command, and has it do its work in a session on the site.
+ * A failure that the work has passed over is noticed in the end.
  * @param options with the members `login` and `json`.
  */
 template <typename Options, typename Work>
@@ -38,6 +40,7 @@ void work_in_session(CLI::App& command, const std::shared_ptr<Options>& options,
     const Site site(site_file(options->login.site));
     const Session session;
     work(*options);
+    require_success(ORK_ok, "not all has been done", "see the call trace, set ZOLP_TRACE_LEVEL=4");
   });
 }
 

@@ -71,6 +71,11 @@ int run(int argc, char** argv) {
     program.exit(help_or_version);
   } catch (const CLI::ParseError& error) {
     return report_usage(error);
+  } catch (const std::bad_alloc&) {
+    const bool reads_list = program.got_subcommand("list") || program.got_subcommand("clone");
+    return report(std::string("memory is exhausted: ") +
+                      (reads_list ? "work on a smaller list" : "make room for the program"),
+                  tool::exit_failure);
   }
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     return report("cannot write to standard output: check where it goes", tool::exit_failure);
@@ -88,7 +93,7 @@ int main(int argc, char** argv) {
   } catch (const tool::Error& error) {
     return report(error.what(), error.exit_code());
   } catch (const std::bad_alloc&) {
-    return report("memory is exhausted: work on a smaller list", tool::exit_failure);
+    return report("memory is exhausted: make room for the program", tool::exit_failure);
   } catch (const std::exception& error) {
     return report(std::string("unexpected failure (") + error.what() + "): please report it",
                   tool::exit_failure);

@@ -12,29 +12,43 @@
 
 namespace tool {
 
-void require(int status, const std::string& what) {
-  if (status != ORK_ok) {
-    throw Error("cannot read " + what + " (" + platform_error_text(status) + ")",
-                advice_for(status, "see the call trace, set ZOLP_TRACE_LEVEL=4"));
-  }
+std::string id_of(tag object) {
+  const std::string id = handed_out("the id of an object", [object](char** text) {
+    return WSO_get_object_id_string(object, text);
+  });
+  return !id.empty() ? id : "(object " + std::to_string(object) + ")";
 }
 
-std::string id_of(tag object) {
-  const std::string id =
-      handed_out([object](char** text) { WSO_get_object_id_string(object, text); });
-  return !id.empty() ? id : "(object " + std::to_string(object) + ")";
+std::string name_of(tag object) {
+  std::array<char, WSO_name_size + 1> name{};
+  require(WSO_get_name(object, name.data()), "the name of an object");
+  return name.data();
 }
 
 std::string class_of(tag object) {
   tag class_id = NULLTAG;
-  STORE_class_of_instance(object, &class_id);
-  return handed_out([class_id](char** text) { STORE_name_of_class(class_id, text); });
+  require(STORE_class_of_instance(object, &class_id), "the class of an object");
+  return handed_out("the name of a class",
+                    [class_id](char** text) { return STORE_name_of_class(class_id, text); });
+}
+
+std::string type_of(tag object) {
+  std::array<char, WSO_name_size + 1> type{};
+  require(WSO_get_object_type(object, type.data()), "the type of an object");
+  return type.data();
 }
 
 std::string type_name(tag type) {
   std::array<char, ZOLP_NAME_SIZE + 1> name{};
-  ZOLP_TYPE_ask_name(type, name.data());
+  require(ZOLP_TYPE_ask_name(type, name.data()), "the name of a type");
   return name.data();
+}
+
+Owner owner_of(tag object) {
+  std::array<char, ORG_name_size + 1> user{};
+  std::array<char, ORG_name_size + 1> group{};
+  require(ZOLP_ask_ownership_names(object, user.data(), group.data()), "the owner of an object");
+  return {user.data(), group.data()};
 }
 
 std::string date_text(const date_s& date) {
@@ -45,8 +59,9 @@ std::string date_text(const date_s& date) {
 }
 
 std::string display_value(tag object, const char* attribute) {
-  return handed_out(
-      [object, attribute](char** text) { OBJ_UIF_get_value(object, attribute, text); });
+  return handed_out(attribute, [object, attribute](char** text) {
+    return OBJ_UIF_get_value(object, attribute, text);
+  });
 }
 
 tag find_object(const std::string& id) {
@@ -69,28 +84,49 @@ std::vector<tag> find_by_pattern(const std::string& pattern) {
   });
 }
 
-Json summary_of(tag object) {
-  std::array<char, WSO_name_size + 1> type{};
-  std::array<char, ZOLP_NAME_SIZE + 1> status{};
-  std::array<char, ORG_name_size + 1> owner{};
-  std::array<char, ORG_name_size + 1> group{};
-  WSO_get_object_type(object, type.data());
-  ZOLP_ask_latest_status(object, status.data());
-  ZOLP_ask_ownership_names(object, owner.data(), group.data());
-  return {{"id", id_of(object)},
-          {"class", class_of(object)},
-          {"type", type.data()},
-          {"owner", owner.data()},
-          {"status", status.data()}};
+void ObjectList::add(tag object) {
+  try {
+    std::array<char, ZOLP_NAME_SIZE + 1> status{};
+    require(ZOLP_ask_latest_status(object, status.data()), "the release status of an object");
+    rows_.push_back({{"id", id_of(object)},
+                     {"class", class_of(object)},
+                     {"type", type_of(object)},
+                     {"owner", owner_of(object).user},
+                     {"status", status.data()},
+                     {"error", nullptr}});
+  } catch (const Error&) {
+    add_unreadable(object, failure_text(ORK_ok));
+  }
 }
 
-void print_summaries(const Json& summaries) {
-  Table table({"id", "class", "type", "owner", "status"});
-  for (const Json& object : summaries) {
-    table.add_row(
-        {object["id"], object["class"], object["type"], object["owner"], object["status"]});
+void ObjectList::add_unreadable(tag object, const std::string& why) {
+  rows_.push_back({{"id", known_as(object)},
+                   {"class", ""},
+                   {"type", ""},
+                   {"owner", ""},
+                   {"status", ""},
+                   {"error", why}});
+  ++unreadable_;
+  forget_failures();
+}
+
+void ObjectList::print(bool as_json) const {
+  if (as_json) {
+    print_json(rows_);
+  } else {
+    Table table({"id", "class", "type", "owner", "status"});
+    for (const Json& row : rows_) {
+      table.add_row({row["id"], row["class"], row["type"], row["owner"], row["status"]});
+    }
+    table.print();
   }
-  table.print();
+  for (const Json& row : rows_) {
+    if (!row["error"].is_null()) {
+      throw Error(counted(unreadable_, "object") + " cannot be read, the first is " +
+                      row["id"].get<std::string>() + " (" + row["error"].get<std::string>() + ")",
+                  "log in as somebody who may, or see the call trace, set ZOLP_TRACE_LEVEL=4");
+    }
+  }
 }
 
 }  // namespace tool

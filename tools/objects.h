@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "failures.h"
 #include "ork/date.h"
 #include "ork/ork.h"
 #include "platform_block.h"
@@ -11,15 +12,13 @@
 
 namespace tool {
 
-/** Throws an Error when reading something has failed. */
-void require(int status, const std::string& what);
-
-/** What a platform operation hands out as text. */
+/** What a platform operation `int(char** text)` hands out; empty for none. */
 template <typename Operation>
-std::string handed_out(Operation operation) {
+std::string handed_out(const std::string& what, Operation operation) {
   char* text = nullptr;
-  operation(&text);
+  const int status = operation(&text);
   const PlatformBlock<char> block(text);
+  require(status, what);
   return text != nullptr ? text : "";
 }
 
@@ -28,14 +27,23 @@ template <typename Operation>
 std::vector<tag> listed(const std::string& what, Operation operation) {
   int count = 0;
   tag* objects = nullptr;
-  require(operation(&count, &objects), what);
+  const int status = operation(&count, &objects);
   const PlatformBlock<tag> block(objects);
+  require(status, what);
   return {objects, objects + count};
 }
 
 std::string id_of(tag object);
+std::string name_of(tag object);
 std::string class_of(tag object);
+std::string type_of(tag object);
 std::string type_name(tag type);
+
+struct Owner {
+  std::string user, group;
+};
+
+Owner owner_of(tag object);
 
 /** To the minute; empty for the null date. */
 std::string date_text(const date_s& date);
@@ -49,10 +57,23 @@ tag find_object(const std::string& id);
 /** The objects whose id or name matches a pattern. */
 std::vector<tag> find_by_pattern(const std::string& pattern);
 
-/** An object as a row of a list: id, class, type, owner and latest status. */
-Json summary_of(tag object);
+/**
+ * Objects as rows: id, class, type, owner and latest status. One that cannot be read does not keep
+ * the others from being listed: it has an `error`, which is null for those, and its number for an
+ * id.
+ */
+class ObjectList {
+ public:
+  void add(tag object);
+  /** Adds one that could not be read. */
+  void add_unreadable(tag object, const std::string& why);
 
-/** Prints such rows as a table. */
-void print_summaries(const Json& summaries);
+  /** Prints the rows; then throws an Error when one of them could not be read. */
+  void print(bool as_json) const;
+
+ private:
+  Json rows_ = Json::array();
+  std::size_t unreadable_ = 0;
+};
 
 }  // namespace tool

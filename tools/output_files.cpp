@@ -94,6 +94,13 @@ void OutputFiles::publish() {
   }
 }
 
+NewFiles::~NewFiles() {
+  for (const fs::path& path : paths_) {
+    std::error_code ignored;
+    fs::remove(path, ignored);
+  }
+}
+
 bool is_interrupted() {
   return os::was_interrupted();
 }

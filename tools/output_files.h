@@ -50,6 +50,22 @@ class OutputFiles {
   std::vector<std::string> names_;
 };
 
+/** Files that are removed again unless all of them are there. */
+class NewFiles {
+ public:
+  NewFiles() = default;
+  NewFiles(const NewFiles&) = delete;
+  NewFiles& operator=(const NewFiles&) = delete;
+  ~NewFiles();
+
+  const std::vector<std::filesystem::path>& paths() const { return paths_; }
+  void add(const std::filesystem::path& path) { paths_.push_back(path); }
+  void keep() { paths_.clear(); }
+
+ private:
+  std::vector<std::filesystem::path> paths_;
+};
+
 /**
  * Lets signals that ask the program to end take effect at the next `stop_if_interrupted`; a second
  * one ends it at once. A work folder does so too.

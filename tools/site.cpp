@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "error.h"
+#include "failures.h"
 #include "host/ork_host.h"
 #include "os.h"
 #include "platform_block.h"
@@ -18,12 +19,6 @@ namespace {
 
 bool trace_is_wanted() {
   return std::getenv("ZOLP_TRACE_LEVEL") != nullptr || std::getenv("ZOLP_TRACE_FILE") != nullptr;
-}
-
-void require(int status, const std::string& problem, const std::string& advice) {
-  if (status != ORK_ok) {
-    throw Error(problem + " (" + platform_error_text(status) + ")", advice_for(status, advice));
-  }
 }
 
 }  // namespace
@@ -44,8 +39,8 @@ Site::Site(const std::string& path, Open how) {
   if (how == Open::existing && !std::filesystem::is_regular_file(host::utf8_path(path), ignored)) {
     throw Error("site " + path + " does not exist", "create it with \"zolp host init\"");
   }
-  require(ork_host_open(path.c_str()), "cannot open site " + path,
-          "check that the file is a site and can be read and written");
+  require_success(ork_host_open(path.c_str()), "cannot open site " + path,
+                  "check that the file is a site and can be read and written");
 }
 
 Site::~Site() {
@@ -53,7 +48,7 @@ Site::~Site() {
 }
 
 void Site::seed(const std::string& json) {
-  require(ork_host_seed(json.c_str()), "the seed is not taken", "correct it");
+  require_success(ork_host_seed(json.c_str()), "the seed is not taken", "correct it");
 }
 
 void Site::seed_file(const std::string& path) {
@@ -61,7 +56,7 @@ void Site::seed_file(const std::string& path) {
   if (!std::filesystem::is_regular_file(host::utf8_path(path), ignored)) {
     throw Error("seed " + path + " is not there, or is no file", "check the path");
   }
-  require(ork_host_seed_file(path.c_str()), "seed " + path + " is not taken", "correct it");
+  require_success(ork_host_seed_file(path.c_str()), "seed " + path + " is not taken", "correct it");
 }
 
 void Site::set_preference(const std::string& name, const std::vector<std::string>& values) {
@@ -69,28 +64,29 @@ void Site::set_preference(const std::string& name, const std::vector<std::string
   for (const std::string& value : values) {
     texts.push_back(value.c_str());
   }
-  require(ork_host_set_preference(name.c_str(), static_cast<int>(texts.size()), texts.data()),
-          "cannot set preference " + name, "check its name and that the site can be written");
+  require_success(
+      ork_host_set_preference(name.c_str(), static_cast<int>(texts.size()), texts.data()),
+      "cannot set preference " + name, "check its name and that the site can be written");
 }
 
 std::string Site::describe(const std::string& section) const {
   char* json = nullptr;
-  require(ork_host_describe(section.empty() ? nullptr : section.c_str(), &json),
-          "cannot read the site", "check that the file is a site");
+  require_success(ork_host_describe(section.empty() ? nullptr : section.c_str(), &json),
+                  "cannot read the site", "check that the file is a site");
   const PlatformBlock<char> block(json);
   return json;
 }
 
 View::View() {
-  require(ork_host_begin_view(), "cannot read the site", "start again");
+  require_success(ork_host_begin_view(), "cannot read the site", "start again");
 }
 
 View::~View() {
-  ork_host_end_view();
+  forget_failure(ork_host_end_view());  // all has been read
 }
 
 Change::Change() {
-  require(ork_host_begin_change(), "cannot change the site", "start again");
+  require_success(ork_host_begin_change(), "cannot change the site", "start again");
 }
 
 Change::~Change() {
@@ -106,8 +102,8 @@ int Change::keep() {
 
 Session::Session() : failures_before_(std::uncaught_exceptions()) {
   LibraryCall call;
-  require(ZOLP_startup_ork_environment(), "login failed",
-          "check -u, -p and -g, or the site's user for automatic login");
+  require_success(ZOLP_startup_ork_environment(), "login failed",
+                  "check -u, -p and -g, or the site's user for automatic login");
 }
 
 Session::~Session() {
@@ -121,12 +117,13 @@ Session::~Session() {
 
 std::string Session::preference(const std::string& name) const {
   char* value = nullptr;
-  ZOLP_get_pref(name.c_str(), &value);
+  const int status = ZOLP_get_pref(name.c_str(), &value);
+  const PlatformBlock<char> block(value);
+  tool::require(status, "preference " + name, {PREF_value_not_found});
   if (value == nullptr) {
     throw Error("preference " + name + " is not set",
                 "set it with \"zolp host pref FILE " + name + " VALUE\"");
   }
-  const PlatformBlock<char> block(value);
   return value;
 }
 

@@ -16,6 +16,9 @@ namespace tool {
 
 namespace {
 
+constexpr const char* nothing_has_changed =
+    "nothing of it has changed; mend the cause and try again";
+
 tag find_revision(const std::string& id) {
   const tag object = find_object(id);
   if (class_of(object) == "Item") {
@@ -26,7 +29,12 @@ tag find_revision(const std::string& id) {
 
 tag find_view_type(const std::string& name) {
   tag type = NULLTAG;
-  if (!name.empty() && STRUCT_find_view_type(name.c_str(), &type) != ORK_ok) {
+  if (name.empty()) {
+    return type;
+  }
+  require(STRUCT_find_view_type(name.c_str(), &type), "view type " + name,
+          {STRUCT_unknown_view_type});
+  if (type == NULLTAG) {
     throw Error("there is no view type " + name, "see \"zolp host show FILE structures\"");
   }
   return type;
@@ -44,10 +52,10 @@ tag find_rule(const std::string& name) {
   return rule;
 }
 
-std::vector<std::string> statuses_of(tag revision) {
+std::vector<std::string> statuses_of(tag revision, const std::string& id) {
   int count = 0;
   char** names = nullptr;
-  require(ZOLP_ask_status_names(revision, &count, &names), "the release statuses");
+  require(ZOLP_ask_status_names(revision, &count, &names), "the release statuses of " + id);
   const PlatformBlock<char*> array(names);
   std::vector<std::string> statuses;
   for (int i = 0; i < count; ++i) {
@@ -55,12 +63,6 @@ std::vector<std::string> statuses_of(tag revision) {
     statuses.emplace_back(name.get());
   }
   return statuses;
-}
-
-std::string name_of(tag object) {
-  char name[WSO_name_size + 1] = "";
-  require(WSO_get_name(object, name), "the name");
-  return name;
 }
 
 std::vector<tag> lines_below(tag line, const std::string& id) {
@@ -117,15 +119,16 @@ Window::Window(const std::string& revision_id, const std::string& rule_name,
 }
 
 Window::~Window() {
-  BOMW_close_window(window_);
+  const int status = BOMW_close_window(window_);
+  if (status != ORK_ok) {
+    forget_failure(status);
+    // The session's own end would save what the window was to drop.
+    forget_failure(ORK_exit_module(0));
+  }
 }
 
 void Window::save() {
-  const int status = BOMW_save_window(window_);
-  if (status != ORK_ok) {
-    throw Error("the structure is not saved (" + platform_error_text(status) + ")",
-                "nothing of it has changed; mend the cause and try again");
-  }
+  require_success(BOMW_save_window(window_), "the structure is not saved", nothing_has_changed);
 }
 
 Line read_line(tag line, int depth) {
@@ -137,19 +140,22 @@ Line read_line(tag line, int depth) {
   const PlatformBlock<char> revision_block(revision_id);
   read.item = item_id;
   read.revision = revision_id;
-  read.sequence = handed_out([line](char** text) { ZOLP_getSequenceNo(line, text); });
-  read.quantity = handed_out([line](char** text) { ZOLP_getQuantity(line, text); });
+  const std::string id = read.item + "/" + read.revision;
+  read.sequence = handed_out("the sequence number of " + id,
+                             [line](char** text) { return ZOLP_getSequenceNo(line, text); });
+  read.quantity = handed_out("the quantity of " + id,
+                             [line](char** text) { return ZOLP_getQuantity(line, text); });
   tag revision = NULLTAG;
-  require(ZOLP_get_bomline_revtag(line, &revision), "a line's revision");
+  require(ZOLP_get_bomline_revtag(line, &revision), "the revision of " + id);
   if (revision != NULLTAG) {
     read.name = name_of(revision);
-    read.statuses = statuses_of(revision);
+    read.statuses = statuses_of(revision, id);
   } else {
     tag item = NULLTAG;
-    require(ZOLP_get_bomline_itemtag(line, &item), "a line's item");
+    require(ZOLP_get_bomline_itemtag(line, &item), "the item of " + id);
     read.name = name_of(item);
   }
-  const std::vector<tag> below = lines_below(line, read.item);
+  const std::vector<tag> below = lines_below(line, id);
   read.has_hidden = depth == 0 && !below.empty();
   for (std::size_t i = 0; depth > 0 && i < below.size(); ++i) {
     read.below.push_back(read_line(below[i], depth - 1));
@@ -176,15 +182,37 @@ Json line_json(const Line& line, const Line* before) {
   return json;
 }
 
-int walk(const std::function<int()>& call) {
-  const LibraryCall library_call;
-  return call();
+void walk(const std::string& what, const std::function<int()>& call) {
+  int status = ORK_ok;
+  {
+    const LibraryCall library_call;
+    status = call();
+  }
+  require_success(status, what, nothing_has_changed);
+}
+
+std::vector<tag> walk_to_list(const std::string& what,
+                              const std::function<int(int* count, tag** list)>& call, int ending,
+                              bool* is_complete) {
+  int status = ORK_ok;
+  int count = 0;
+  PlatformBlock<tag> block;
+  walk(what, [&] {
+    tag* list = nullptr;
+    status = call(&count, &list);
+    block.reset(list);
+    return status == ending ? ORK_ok : status;
+  });
+  if (is_complete != nullptr) {
+    *is_complete = status == ORK_ok;
+  }
+  return {block.get(), block.get() + count};
 }
 
 int size_of(const Window& window) {
   int size = 0;
-  require(walk([&] { return ZOLP_getSizeOfPS(window.top_line(), 0, nullptr, &size); }),
-          "the structure");
+  walk("the structure is not counted",
+       [&] { return ZOLP_getSizeOfPS(window.top_line(), 0, nullptr, &size); });
   return size;
 }
 

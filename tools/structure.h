@@ -24,6 +24,7 @@ class Window {
 
   tag top_line() const { return top_line_; }
 
+  /** Saves what has changed, all of it or nothing. */
   void save();
 
  private:
@@ -47,8 +48,21 @@ void draw(const Line& line, const Line* before);
 
 Json line_json(const Line& line, const Line* before = nullptr);
 
-/** Runs a walk of the library, whose own output goes where the trace goes. */
-int walk(const std::function<int()>& call);
+/**
+ * Runs a walk of the library, whose own output goes where the trace goes. The walks pass over much
+ * that fails, and yield what they have got: that is noticed here, and is an Error.
+ * @param what what was to be done, for example "the structure is not packed".
+ */
+void walk(const std::string& what, const std::function<int()>& call);
+
+/**
+ * The same for a walk that makes a list.
+ * @param ending a status, beside #ORK_ok, that ends the walk early and is no failure.
+ * @param[out] is_complete whether it did not; may be null.
+ */
+std::vector<tag> walk_to_list(const std::string& what,
+                              const std::function<int(int* count, tag** list)>& call,
+                              int ending = ORK_ok, bool* is_complete = nullptr);
 
 /** Number of lines, the top one included. */
 int size_of(const Window& window);

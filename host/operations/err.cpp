@@ -15,6 +15,13 @@ namespace {
 
 /** What ERR_get_errors hands out. */
 struct Lists {
+  /** Takes all the room at once: they are asked for when memory is exhausted, too. */
+  Lists() {
+    severities.reserve(ERR_stack_size + 1);
+    codes.reserve(ERR_stack_size + 1);
+    texts.reserve(ERR_stack_size + 1);
+  }
+
   std::vector<int> severities;
   std::vector<int> codes;
   std::vector<const char*> texts;

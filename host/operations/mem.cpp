@@ -5,22 +5,40 @@
 #include <cstdint>
 #include <cstring>
 
+#include "error_stack.h"
 #include "heap.h"
+#include "ork/err.h"
+#include "turn.h"
 
 namespace heap = host::heap;
 
+namespace {
+
+/** Has a block that could not be had noted on the error stack, like each failure. */
+void* noted(void* block) {
+  if (block != nullptr) {
+    return block;
+  }
+  if (const host::Turn turn; turn.is_granted()) {
+    host::push_error(ERR_severity_error, ORK_out_of_memory, {});
+  }
+  return nullptr;
+}
+
+}  // namespace
+
 void* MEM_alloc(size_t size) {
-  return heap::allocate(size);
+  return noted(heap::allocate(size));
 }
 
 void* MEM_realloc(void* block, size_t size) {
   size_t old_size = 0;
-  return heap::reallocate("MEM_realloc", block, size, &old_size);
+  return noted(heap::reallocate("MEM_realloc", block, size, &old_size));
 }
 
 void* MEM_crealloc(void* block, size_t count, size_t element_size) {
   if (element_size != 0 && count > SIZE_MAX / element_size) {
-    return nullptr;
+    return noted(nullptr);
   }
   const size_t size = count * element_size;
   size_t old_size = 0;
@@ -28,7 +46,7 @@ void* MEM_crealloc(void* block, size_t count, size_t element_size) {
   if (resized != nullptr && size > old_size) {
     std::memset(static_cast<char*>(resized) + old_size, 0, size - old_size);
   }
-  return resized;
+  return noted(resized);
 }
 
 void MEM_free(void* block) {

@@ -12,7 +12,8 @@ namespace host {
 namespace {
 
 struct Stack {
-  std::deque<ErrorEntry> entries;
+  std::list<ErrorEntry> entries;
+  std::list<ErrorEntry> spare{{ERR_severity_error, ORK_out_of_memory, "Memory is exhausted"}};
   std::vector<std::size_t> protect_marks; /**< each the number of entries that it covers */
 
   std::size_t protected_count() const {
@@ -28,7 +29,7 @@ Stack& stack() {
 
 }  // namespace
 
-const std::deque<ErrorEntry>& errors() {
+const std::list<ErrorEntry>& errors() {
   return stack().entries;
 }
 
@@ -47,7 +48,7 @@ void push_error(int severity, int code, std::string_view detail) noexcept {
       }
     }
   } catch (const std::bad_alloc&) {
-    // The status of the operation has to do.
+    stack().entries.splice(stack().entries.end(), stack().spare);
   }
 }
 

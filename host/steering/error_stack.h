@@ -1,7 +1,7 @@
 /** @file The error stack behind the ERR_ operations. */
 #pragma once
 
-#include <deque>
+#include <list>
 #include <string>
 #include <string_view>
 
@@ -14,9 +14,12 @@ struct ErrorEntry {
 };
 
 /** The entries, the oldest first. */
-const std::deque<ErrorEntry>& errors();
+const std::list<ErrorEntry>& errors();
 
-/** Puts an entry on the stack: the code's general text and, behind it, the detail, if any. */
+/**
+ * Puts an entry on the stack: the code's general text and, behind it, the detail, if any. Where
+ * memory is exhausted there is room for one entry more, which says that.
+ */
 void push_error(int severity, int code, std::string_view detail) noexcept;
 
 /** Clears the entries, the protected ones and their marks too. */

@@ -2,12 +2,47 @@
 
 #include "failure.h"
 #include "os.h"
+#include "outside.h"
 
 namespace host {
 
+namespace {
+
+/** What the environment has asked for. Never destroyed, like `steering`. */
+struct Outside {
+  JournalFile file;
+  bool only_file = false; /**< nobody reads the journal in memory */
+  std::string problem;    /**< why what was asked for cannot be done; operations are refused then */
+};
+
+Outside& outside() {
+  static Outside& instance = *new Outside;
+  return instance;
+}
+
+Steering& steering_from_environment() {
+  auto& made = *new Steering;
+  try {
+    for (const FaultOrder& order : fault_orders(os::environment("ORK_HOST_FAULTS"))) {
+      made.fail_call(order.operation, order.nth, order.status);
+    }
+    const std::string journal = os::environment("ORK_HOST_JOURNAL");
+    if (!journal.empty()) {
+      outside().file.open(journal);
+      made.stop_journal();
+    }
+  } catch (const Failure& failure) {
+    outside().problem = failure.detail();
+    made.start_journal();  // has operations look here
+  }
+  return made;
+}
+
+}  // namespace
+
 Steering& steering() {
   // Never destroyed: programs may call the platform while they end.
-  static Steering& instance = *new Steering;
+  static Steering& instance = steering_from_environment();
   return instance;
 }
 
@@ -34,15 +69,20 @@ void Steering::clear_faults() {
 void Steering::start_journal() {
   journal_.clear();
   recording_ = true;
+  outside().only_file = false;
   update_active();
 }
 
 void Steering::stop_journal() {
-  recording_ = false;
+  recording_ = outside().file.is_open();
+  outside().only_file = recording_;
   update_active();
 }
 
 void Steering::begin(const char* operation, bool recorded, std::size_t* entry) {
+  if (recorded && !outside().problem.empty()) {
+    refuse(ORK_invalid_argument, outside().problem);
+  }
   if (recording_ && recorded) {
     *entry = journal_.size();
     journal_.push_back({operation, ORK_ok});
@@ -73,8 +113,15 @@ void Steering::begin(const char* operation, bool recorded, std::size_t* entry) {
 }
 
 void Steering::end(std::size_t entry, int status) noexcept {
-  if (entry < journal_.size()) {
-    journal_[entry].status = status;
+  if (entry >= journal_.size()) {
+    return;
+  }
+  journal_[entry].status = status;
+  if (outside().file.is_open()) {
+    outside().file.write(journal_[entry].operation, status);
+    if (outside().only_file && entry + 1 == journal_.size()) {
+      journal_.pop_back();
+    }
   }
 }
 

@@ -97,7 +97,7 @@ TEST_F(JobCommands, HandlersOfALibraryAreCalled) {
   expect_refusal(on_site({"handler", "run", library, "--job", "R", "--task", "none"}), 1,
                  "the job has no task none");
   const test::Run all = on_site({"handler", "run", library, "--job", "R", "--json"});
-  EXPECT_EQ(all.json().size(), 2u) << all.err;
+  EXPECT_EQ(all.json().size(), 3u) << all.err;
   EXPECT_EQ(job({"list", "--json"}).json().size(), 2u) << "one of them deletes the job";
 }
 

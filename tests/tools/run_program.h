@@ -26,8 +26,9 @@ inline Run run_program(const std::vector<std::string>& command, const Environmen
     const std::size_t name_end = variable.find('=', 1);  // on Windows some names begin with one
     environment.emplace(variable.substr(0, name_end), variable.substr(name_end + 1));
   }
-  for (const char* name : {"ORK_HOST_DB", "ORK_LANGUAGE", "STORE_DATE_FORMAT", "ZOLP_TRACE_LEVEL",
-                           "ZOLP_TRACE_FILE"}) {
+  for (const char* name :
+       {"ORK_HOST_DB", "ORK_HOST_FAULTS", "ORK_HOST_JOURNAL", "ORK_HOST_WAIT", "ORK_LANGUAGE",
+        "STORE_DATE_FORMAT", "ZOLP_TRACE_LEVEL", "ZOLP_TRACE_FILE"}) {
     if (settings.count(name) == 0) {
       environment.erase(name);
     }

@@ -30,9 +30,15 @@ int delete_job(const FLOW_action_message_s* message) {
   return status == ORK_ok ? ZOLP_deleteJob(job) : status;
 }
 
+/** Calls nothing of the platform. */
+int do_nothing(const FLOW_action_message_s*) {
+  return ORK_ok;
+}
+
 }  // namespace
 
 extern "C" __attribute__((visibility("default"))) int ORK_register_handlers(void) {
   const int status = FLOW_register_handler("test-decide", decide);
-  return status == ORK_ok ? FLOW_register_handler("test-delete-job", delete_job) : status;
+  const int next = status == ORK_ok ? FLOW_register_handler("test-delete-job", delete_job) : status;
+  return next == ORK_ok ? FLOW_register_handler("do-nothing", do_nothing) : next;
 }

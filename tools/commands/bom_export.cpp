@@ -1,9 +1,9 @@
 /** @file `zolp bom export`: lists the objects of all assemblies of a structure. */
 #include <memory>
+#include <vector>
 
 #include "commands/bom.h"
 #include "objects.h"
-#include "platform_block.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -13,17 +13,14 @@ namespace {
 void export_objects(const BomOptions& options) {
   const View one_state;
   const Window window = open_window(options);
-  int count = 0;
-  tag* list = nullptr;
-  const int status = walk([&] {
-    return ZOLP_exportObjectsFromBom(window.top_line(), options.class_name.c_str(), nullptr, 0,
-                                     &count, &list);
-  });
-  const PlatformBlock<tag> block(list);
-  require(status, "the objects");
+  const std::vector<tag> found =
+      walk_to_list("the objects are not listed", [&](int* count, tag** list) {
+        return ZOLP_exportObjectsFromBom(window.top_line(), options.class_name.c_str(), nullptr, 0,
+                                         count, list);
+      });
   Json objects = Json::array();
-  for (int i = 0; i < count; ++i) {
-    objects.push_back({{"id", id_of(list[i])}, {"class", class_of(list[i])}});
+  for (const tag object : found) {
+    objects.push_back({{"id", id_of(object)}, {"class", class_of(object)}});
   }
   if (options.json) {
     print_json(objects);

@@ -14,7 +14,8 @@ void find_in_structure(const BomOptions& options) {
   const Window window = open_window(options);
   const Window wanted(options.wanted, options.rule, options.view);
   logical found = 0;
-  walk([&] { return ZOLP_existObjectInBom(wanted.top_line(), window.top_line(), &found); });
+  walk("the structure is not searched",
+       [&] { return ZOLP_existObjectInBom(wanted.top_line(), window.top_line(), &found); });
   if (options.json) {
     print_json({{"found", found != 0}});
   } else {

@@ -1,39 +1,44 @@
 /** @file `zolp bom numbers`: lists the sequence numbers of a product structure. */
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "commands/bom.h"
 #include "error.h"
-#include "objects.h"
-#include "platform_block.h"
 #include "zolp_orktool.h"
 
 namespace tool {
 
 namespace {
 
+/** How the library's list of numbers ends at a line that has none. */
+constexpr int line_without_number = 1;
+
 void show_numbers(const BomOptions& options) {
   const View one_state;
   const Window window = open_window(options);
-  int count = 0;
-  tag* list = nullptr;
-  const int status =
-      walk([&] { return ZOLP_getSeqNoListOfBom(window.top_line(), 0, nullptr, &count, &list); });
-  const PlatformBlock<tag> block(list);
-  if (status > 1) {
-    require(status, "the sequence numbers");
-  }
+  bool is_complete = true;
+  std::vector<tag> list = walk_to_list(
+      "the sequence numbers are not listed",
+      [&](int* count, tag** numbers) {
+        return ZOLP_getSeqNoListOfBom(window.top_line(), 0, nullptr, count, numbers);
+      },
+      line_without_number, &is_complete);
   int next = options.start;
-  if (walk([&] { return ZOLP_getUnusedSeqNo(&next, options.increment, count, list); }) != 0) {
+  const bool is_in_use = std::find(list.begin(), list.end(), static_cast<tag>(next)) != list.end();
+  if (options.increment == 0 && is_in_use) {
     throw usage_error("--increment is 0 and number " + std::to_string(next) + " is in use",
                       "give another one");
   }
-  // A line without a number ends the library's list.
-  const bool is_complete = status == 0;
+  walk("no number is found", [&] {
+    return ZOLP_getUnusedSeqNo(&next, options.increment, static_cast<int>(list.size()),
+                               list.data());
+  });
   Json numbers = Json::array();
-  for (int i = 0; i < count; ++i) {
-    numbers.push_back(static_cast<int>(list[i]));
+  for (const tag number : list) {
+    numbers.push_back(static_cast<int>(number));
   }
   if (options.json) {
     print_json({{"numbers", numbers}, {"complete", is_complete}, {"next_unused", next}});

@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "commands/bom.h"
-#include "objects.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -11,11 +10,11 @@ namespace tool {
 namespace {
 
 void pack(const BomOptions& options) {
+  const View one_state;
   const Window window = open_window(options);
   const int lines = size_of(window);
-  const int status =
-      walk([&] { return ZOLP_pack_bom(window.top_line(), options.recursive ? 1 : 0); });
-  require(status, "the structure");
+  walk("the structure is not packed",
+       [&] { return ZOLP_pack_bom(window.top_line(), options.recursive ? 1 : 0); });
   const int packed_lines = size_of(window);
   const Line top = read_line(window.top_line(), options.depth);
   if (options.json) {

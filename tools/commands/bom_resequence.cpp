@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "commands/bom.h"
-#include "objects.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -16,11 +15,10 @@ void resequence(const BomOptions& options) {
   const Line before = read_line(window.top_line(), depth);
   int start = options.start;
   int increment = options.increment;
-  require(walk([&] {
-            return ZOLP_resequence_bom(window.top_line(), &start, &increment,
-                                       options.recursive ? 1 : 0, 0, nullptr, nullptr, 0);
-          }),
-          "the structure");
+  walk("the structure is not numbered", [&] {
+    return ZOLP_resequence_bom(window.top_line(), &start, &increment, options.recursive ? 1 : 0, 0,
+                               nullptr, nullptr, 0);
+  });
   const Line after = read_line(window.top_line(), depth);
   if (options.save) {
     window.save();

@@ -9,6 +9,7 @@
 #include "assembly_tree.h"
 #include "commands/commands.h"
 #include "error.h"
+#include "failures.h"
 #include "login.h"
 #include "os.h"
 #include "output_files.h"
@@ -91,16 +92,12 @@ void check_settings(const Session& session, const std::string& header_preference
 }
 
 /** Reports a failure of the library: of its own (1), or of the platform. */
-void require(int status, const std::string& what, const std::string& cause_of_1,
-             const std::string& advice_for_1) {
-  if (status == 0) {
-    return;
-  }
-  if (status == 1) {
+void require_written(int status, const std::string& what, const std::string& cause_of_1,
+                     const std::string& advice_for_1) {
+  if (status == 1 && !has_failed()) {
     throw Error("cannot write the " + what + ", " + cause_of_1, advice_for_1);
   }
-  throw Error("cannot write the " + what + " (" + platform_error_text(status) + ")",
-              "see the call trace, set ZOLP_TRACE_LEVEL=4");
+  require_success(status, "cannot write the " + what, "see the call trace, set ZOLP_TRACE_LEVEL=4");
 }
 
 class CloneRun {
@@ -169,12 +166,12 @@ class CloneRun {
     progress_.step("writing " + std::string(log_name));
     const std::string path = files_.add(log_name);
     LibraryCall call;
-    require(ZOLP_create_clonelogheader(options_.release_list.c_str(), path.c_str(),
-                                       options_.header_preference.c_str()),
-            "clone log",
-            "a line of the template of preference " + options_.header_preference +
-                " gets too long or the disk is full",
-            "keep filled-in lines below 500 characters, with one placeholder each");
+    require_written(ZOLP_create_clonelogheader(options_.release_list.c_str(), path.c_str(),
+                                               options_.header_preference.c_str()),
+                    "clone log",
+                    "a line of the template of preference " + options_.header_preference +
+                        " gets too long or the disk is full",
+                    "keep filled-in lines below 500 characters, with one placeholder each");
   }
 
   void read_tree() {
@@ -183,11 +180,14 @@ class CloneRun {
     LibraryCall call;
     const int status = ZOLP_read_assylist(options_.release_list.c_str(), tree_.address());
     statistics_ = measure_assembly(tree_.root());
+    const std::string problem = "list " + options_.release_list + " was read to " +
+                                std::to_string(statistics_.items) + " of its " +
+                                counted(contents_.items, "item");
+    if (status > 1 || has_failed()) {
+      require_success(status, problem, "see the call trace, set ZOLP_TRACE_LEVEL=4");
+    }
     if (status != 0 || statistics_.items != contents_.items) {
-      throw Error("list " + options_.release_list + " was read to " +
-                      std::to_string(statistics_.items) + " of its " +
-                      counted(contents_.items, "item"),
-                  status > 1 ? platform_error_text(status) : "check memory, and start again");
+      throw Error(problem, "check memory, and start again");
     }
   }
 
@@ -195,8 +195,8 @@ class CloneRun {
     progress_.step("writing " + std::string(batch_name));
     const std::string path = files_.add(batch_name);
     LibraryCall call;
-    require(ZOLP_write_startbat(path.c_str(), tree_.root()), "batch file",
-            "the disk is full or an action file has gone", "make room and start again");
+    require_written(ZOLP_write_startbat(path.c_str(), tree_.root()), "batch file",
+                    "the disk is full or an action file has gone", "make room and start again");
   }
 
   void write_entries() {
@@ -215,10 +215,11 @@ class CloneRun {
     if (std::fclose(entries) != 0 || has_failed) {
       throw Error("cannot write the clone entries", "make room on the disk and start again");
     }
-    require(status, "clone entries",
-            std::string("a line of the template of preference ") + clone_template_preference +
-                " or " + retain_template_preference + " gets too long",
-            "keep filled-in lines below 500 characters, with one placeholder each");
+    require_written(status, "clone entries",
+                    std::string("a line of the template of preference ") +
+                        clone_template_preference + " or " + retain_template_preference +
+                        " gets too long",
+                    "keep filled-in lines below 500 characters, with one placeholder each");
   }
 
   const CloneOptions& options_;

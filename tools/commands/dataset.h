@@ -7,7 +7,6 @@
 
 #include "datasets.h"
 #include "login.h"
-#include "ork/obj.h"
 
 namespace tool {
 
@@ -30,31 +29,6 @@ inline tag find_dataset(const DatasetOptions& options) {
 
 /** Refuses what would be refused when the files are copied already. */
 void check_length(const char* what, const std::string& text, std::size_t limit);
-
-/** Objects that are deleted again unless the work on them ends well. */
-class MadeObjects {
- public:
-  MadeObjects() = default;
-  MadeObjects(const MadeObjects&) = delete;
-  MadeObjects& operator=(const MadeObjects&) = delete;
-  ~MadeObjects() {
-    for (auto object = objects_.rbegin(); object != objects_.rend(); ++object) {
-      if (OBJ_refresh(*object, 1) == ORK_ok) {
-        OBJ_delete(*object);
-      }
-    }
-  }
-
-  void add(tag object) {
-    if (object != NULLTAG) {
-      objects_.push_back(object);
-    }
-  }
-  void keep() { objects_.clear(); }
-
- private:
-  std::vector<tag> objects_;
-};
 
 /** Adds a subcommand with the options that all of them have; what it does it does in a session. */
 CLI::App* add_dataset_command(CLI::App& group, const char* name, const char* description,

@@ -4,9 +4,11 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "commands/dataset.h"
 #include "copy_progress.h"
+#include "error.h"
 #include "ork/wso.h"
 #include "os.h"
 #include "output_files.h"
@@ -34,31 +36,50 @@ class PassageFolder {
   WorkFolder folder_;
 };
 
-void copy_dataset(const DatasetOptions& options) {
-  check_length("name", options.name, WSO_name_size);
-  const tag owner = find_owner(options);
-  const tag dataset = find_dataset(options);
+/** The library lets a copy share files whose references are of no known format. */
+void require_own_files(tag dataset, tag copy) {
+  const std::vector<Reference> references = references_of(dataset);
+  for (const Reference& own : references_of(copy)) {
+    for (const Reference& reference : references) {
+      if (own.object == reference.object && is_file(own.object)) {
+        throw Error("file " + original_name(own.object) + " is not copied, for reference " +
+                        own.name + " has no format",
+                    "give the dataset type one for it");
+      }
+    }
+  }
+}
+
+/** Copies a dataset. @return what is shown of the copy. */
+Json make_copy(const DatasetOptions& options, tag owner, tag dataset) {
   const std::string problem = "cannot copy dataset " + options.dataset;
   const PassageFolder folder;
-  MadeObjects made;
+  const CopyProgress progress("copying " + options.dataset);
+  Change change;
   tag copy = NULLTAG;
   {
-    const CopyProgress progress("copying " + options.dataset);
     const LibraryCall call;
-    const int status = ZOLP_RealCopyDataset(dataset, options.name.c_str(), &copy);
-    made.add(copy);
-    require_done(status, problem);
+    require_done(ZOLP_RealCopyDataset(dataset, options.name.c_str(), &copy), problem);
     if (owner != NULLTAG) {
       require_done(ZOLP_createRelation(owner, copy, dataset_relation), problem);
     }
   }
-  made.keep();
+  require_own_files(dataset, copy);
+  Json card = dataset_card(copy);
+  require_done(change.keep(), problem);
+  return card;
+}
+
+void copy_dataset(const DatasetOptions& options) {
+  check_length("name", options.name, WSO_name_size);
+  const tag owner = find_owner(options);
+  const Json card = make_copy(options, owner, find_dataset(options));
   if (options.json) {
-    print_json(dataset_card(copy));
+    print_json(card);
   } else {
     std::printf("copied %s to %s with %s\n", printable(options.dataset).c_str(),
                 printable(options.name).c_str(),
-                counted(references_of(copy).size(), "reference").c_str());
+                counted(card["references"].size(), "reference").c_str());
   }
 }
 

@@ -11,6 +11,7 @@
 #include "error.h"
 #include "ork/file.h"
 #include "os.h"
+#include "output_files.h"
 #include "utf8_path.h"
 
 namespace fs = std::filesystem;
@@ -18,27 +19,6 @@ namespace fs = std::filesystem;
 namespace tool {
 
 namespace {
-
-/** Files that are removed again unless all of them are there. */
-class ExportedFiles {
- public:
-  ExportedFiles() = default;
-  ExportedFiles(const ExportedFiles&) = delete;
-  ExportedFiles& operator=(const ExportedFiles&) = delete;
-  ~ExportedFiles() {
-    for (const fs::path& path : paths_) {
-      std::error_code ignored;
-      fs::remove(path, ignored);
-    }
-  }
-
-  const std::vector<fs::path>& paths() const { return paths_; }
-  void add(const fs::path& path) { paths_.push_back(path); }
-  void keep() { paths_.clear(); }
-
- private:
-  std::vector<fs::path> paths_;
-};
 
 /** The path, or the next one with a number that no other file of the dataset has been given. */
 fs::path numbered(const fs::path& path, const std::vector<fs::path>& given) {
@@ -87,7 +67,7 @@ void export_dataset(const DatasetOptions& options) {
                 "see \"zolp dataset show\" for what it has");
   }
   Json paths = Json::array();
-  ExportedFiles exported;
+  NewFiles exported;
   for (const tag file : files) {
     const fs::path target = numbered(target_of(options, file), exported.paths());
     if (files.size() > 1 && target == options.target) {

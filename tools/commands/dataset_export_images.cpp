@@ -8,6 +8,8 @@
 #include "commands/dataset.h"
 #include "copy_progress.h"
 #include "error.h"
+#include "objects.h"
+#include "ork/dset.h"
 #include "output_files.h"
 #include "site.h"
 #include "utf8_path.h"
@@ -78,12 +80,19 @@ void export_images(const DatasetOptions& options) {
   const std::vector<Image> images = expected_images(options, datasets);
   std::string path = (host::utf8_path(options.folder) / "").string();
   path.resize(path.size() + ZOLP_IMAGE_NAME_SIZE);
+  NewFiles written;
+  for (const Image& image : images) {
+    if (!image.is_taken) {
+      written.add(image.path);
+    }
+  }
   {
     const CopyProgress progress("exporting images");
     const LibraryCall call;
     require_done(ZOLP_exportImage(datasets.data(), static_cast<int>(datasets.size()), path.data(),
                                   options.reference.c_str(), "no", revision),
-                 "cannot export images of " + options.item + "/" + options.revision);
+                 "cannot export images of " + options.item + "/" + options.revision,
+                 {DSET_no_such_reference});
   }
   stop_if_interrupted();
   for (const Image& image : images) {
@@ -93,6 +102,7 @@ void export_images(const DatasetOptions& options) {
           "see the call trace, set ZOLP_TRACE_LEVEL=4");
     }
   }
+  written.keep();
   print_images(options, images, datasets.size());
 }
 

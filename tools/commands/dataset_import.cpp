@@ -97,7 +97,8 @@ void import_file(const DatasetOptions& options, const std::string& name, tag own
   const int status = ZOLP_createDataset(options.type.c_str(), name.c_str(), kind.reference.c_str(),
                                         nullptr, options.description.c_str(), &dataset);
   require_done(status, problem);
-  require_done(ZOLP_attachNamedReference(dataset, file, kind.reference.c_str()), problem);
+  require_done(ZOLP_attachNamedReference(dataset, file, kind.reference.c_str()), problem,
+               {DSET_no_named_reference});
   require_done(OBJ_refresh(file, 0), problem);
   require_done(ZOLP_createRelation(owner, dataset, dataset_relation), problem);
 }
@@ -121,6 +122,8 @@ void import_dataset(const DatasetOptions& options) {
   if (find_dataset_of(owner, name) != NULLTAG) {
     throw Error(id_of(owner) + " has a dataset " + name, "choose another name with --name");
   }
+  const std::string id = id_of(owner);
+  Json card;
   {
     const CopyProgress progress("importing " + options.file);
     Change change;
@@ -130,14 +133,14 @@ void import_dataset(const DatasetOptions& options) {
       import_file(options, name, owner);
     }
     require_only_one(owner, name);
+    card = dataset_card(find_dataset_of(owner, name));
     require_done(change.keep(), "cannot import " + options.file);
   }
-  const Json card = dataset_card(find_dataset_of(owner, name));
   if (options.json) {
     print_json(card);
   } else {
     std::printf("imported %s as dataset %s of %s\n", printable(options.file).c_str(),
-                printable(name).c_str(), printable(id_of(owner)).c_str());
+                printable(name).c_str(), printable(id).c_str());
   }
 }
 

@@ -33,31 +33,34 @@ struct DateOptions {
 date_s read_date(const std::string& input, const DateOptions& options) {
   date_s date{};
   const int status = ZOLP_UTIL_DateStringToVELODate(input.c_str(), &date, options.format.c_str());
+  const char* const advice = "say with --format how it is written";
   if (status != ORK_ok) {
-    throw Error("cannot read a date (" + platform_error_text(status) + ")",
-                "say with --format how it is written");
+    require_success(status, "cannot read a date", advice);
   }
+  // A date in the default format is none in the site's, which is tried first.
+  require_success(status, "cannot read a date", advice,
+                  {DATE_wrong_text, DATE_invalid_date, DATE_invalid_format});
   return date;
 }
 
+std::string default_format() {
+  return handed_out("the default format",
+                    [](char** found) { return TEXT_lookup(TEXT_default_date_format, found); });
+}
+
 std::string written(const date_s& date, const DateOptions& options) {
+  char* text = nullptr;
   int status = ORK_ok;
-  const std::string text = handed_out([&](char** result) {
-    if (options.in_site_format) {
-      status = ZOLP_DateDateToString(date, result);
-      return;
-    }
-    std::string format = options.result_format;
-    if (format.empty()) {
-      format = handed_out([](char** found) { TEXT_lookup(TEXT_default_date_format, found); });
-    }
-    status = DATE_date_to_string(date, format.c_str(), result);
-  });
-  if (status != ORK_ok) {
-    throw Error("cannot write the date (" + platform_error_text(status) + ")",
-                "choose another format with --to");
+  if (options.in_site_format) {
+    status = ZOLP_DateDateToString(date, &text);
+  } else {
+    const std::string format =
+        options.result_format.empty() ? default_format() : options.result_format;
+    status = DATE_date_to_string(date, format.c_str(), &text);
   }
-  return text;
+  const PlatformBlock<char> block(text);
+  require_success(status, "cannot write the date", "choose another format with --to");
+  return text != nullptr ? text : "";
 }
 
 Json record_of(const date_s& date) {

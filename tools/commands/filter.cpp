@@ -1,13 +1,19 @@
 /** @file `zolp filter`: the objects of a site that pass the library's filters. */
-#include <cstdio>
+#include <regex.h>
+
+#include <array>
+#include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "commands/commands.h"
 #include "error.h"
+#include "failures.h"
 #include "login.h"
 #include "objects.h"
 #include "text.h"
+#include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -23,50 +29,118 @@ struct FilterOptions {
   LoginOptions login;
 };
 
-struct Answer {
-  bool passes;
-  int status; /**< of reading the object; one that cannot be read passes */
+/** What the library warns of as long as it lives; the trace gets none of it. */
+class Warnings {
+ public:
+  Warnings() : level_(ZOLP_trace_state.level) {
+    ZOLP_SetTraceLevel(ZOLP_LEVEL_WARNING);
+    ZOLP_SetTraceWriter(
+        [](int level, const char* line, std::size_t, void* context) {
+          if (level == ZOLP_LEVEL_WARNING) {
+            static_cast<Warnings*>(context)->text_.append(line);
+          }
+        },
+        this);
+  }
+  ~Warnings() {
+    ZOLP_SetTraceWriter(nullptr, nullptr);
+    ZOLP_SetTraceLevel(level_);
+  }
+  Warnings(const Warnings&) = delete;
+  Warnings& operator=(const Warnings&) = delete;
+
+  std::string text() const { return trimmed(text_); }
+
+ private:
+  int level_;
+  std::string text_;
 };
 
+/** The expression that the library makes of a text that is none. */
+std::string escaped(const std::string& text) {
+  std::string expression;
+  for (const char letter : text) {
+    expression += std::strchr("*.+[]{}^$\\", letter) != nullptr ? "\\" : "";
+    expression += letter;
+  }
+  return expression;
+}
+
+/** Refuses an expression that does not compile: it would let nothing pass. */
+void require_compiles(const char* option, const std::string& expression) {
+  regex_t compiled;
+  const int failure = regcomp(&compiled, expression.c_str(), REG_EXTENDED);
+  if (failure != 0) {
+    std::array<char, 256> reason{};
+    regerror(failure, &compiled, reason.data(), reason.size());
+    throw usage_error(std::string(option) + " is no expression (" + reason.data() + ")",
+                      "put a \"\\\" before what is to stand for itself, with --regex");
+  }
+  regfree(&compiled);
+}
+
+/** Refuses expressions that the library refuses, in order to protect itself, or cannot compile. */
+void check_expressions(const FilterOptions& options, const std::vector<tag>& objects) {
+  const char* const type = options.whole ? "" : options.type.c_str();
+  const char* const name = options.whole ? "" : options.name.c_str();
+  for (const tag object : objects) {
+    const Warnings warnings;
+    bool ignored = false;
+    const bool is_read = ZOLP_ApplyRegExpFilter(object, name, "", &ignored) == ORK_ok &&
+                         ZOLP_ApplyRegExpFilterExt(object, "", type, options.status.c_str(),
+                                                   &ignored, !options.expressions) == ORK_ok;
+    if (!warnings.text().empty()) {
+      throw usage_error("an expression is refused (" + warnings.text() + ")", "give a simpler one");
+    }
+    if (is_read) {
+      break;
+    }
+  }
+  forget_failures();  // they are told when the object is filtered
+  const auto expression = [&options](const std::string& text) {
+    return options.expressions ? text : escaped(text);
+  };
+  require_compiles("--name", escaped(name));
+  require_compiles("--type", expression(type));
+  require_compiles("--status", expression(options.status));
+}
+
 /** Filters by name and type, then by status; the library has no function for all of them. */
-Answer filter(tag object, const FilterOptions& options) {
+bool passes(tag object, const FilterOptions& options) {
   const char* name = options.name.c_str();
   const char* type = options.type.c_str();
-  Answer answer{};
+  bool answer = false;
   if (options.whole) {
-    answer.status = ZOLP_ApplyFilter(object, name, type, &answer.passes, false);
+    require(ZOLP_ApplyFilter(object, name, type, &answer, false), "an object");
   } else {
     const char* type_text = options.expressions ? "" : type;
-    answer.status = ZOLP_ApplyRegExpFilter(object, name, type_text, &answer.passes);
+    require(ZOLP_ApplyRegExpFilter(object, name, type_text, &answer), "an object");
   }
-  if (!answer.passes || answer.status != ORK_ok) {
-    return answer;
+  if (!answer) {
+    return false;
   }
   const char* type_expression = options.expressions ? type : "";
-  answer.status = ZOLP_ApplyRegExpFilterExt(object, "", type_expression, options.status.c_str(),
-                                            &answer.passes, !options.expressions);
+  require(ZOLP_ApplyRegExpFilterExt(object, "", type_expression, options.status.c_str(), &answer,
+                                    !options.expressions),
+          "an object");
   return answer;
 }
 
 void list_objects(const FilterOptions& options) {
-  Json found = Json::array();
-  size_t unreadable = 0;
-  for (const tag object : find_by_pattern(options.candidates)) {
-    const Answer answer = filter(object, options);
-    if (answer.passes) {
-      Json& row = found.emplace_back(summary_of(object));
-      row["error"] = answer.status == ORK_ok ? Json() : Json(platform_error_text(answer.status));
-      unreadable += answer.status == ORK_ok ? 0 : 1;
+  const View one_state;
+  const std::vector<tag> objects = find_by_pattern(options.candidates);
+  check_expressions(options, objects);
+  ObjectList found;
+  for (const tag object : objects) {
+    try {
+      if (passes(object, options)) {
+        found.add(object);
+      }
+    } catch (const Error&) {
+      found.add_unreadable(object, failure_text(ORK_ok));
     }
   }
-  if (options.json) {
-    return print_json(found);
-  }
-  print_summaries(found);
-  if (unreadable > 0) {
-    std::printf("(%s among them that cannot be read and so cannot be filtered)\n",
-                counted(unreadable, "object").c_str());
-  }
+  found.print(options.json);
 }
 
 }  // namespace

@@ -19,15 +19,11 @@ struct FindOptions {
 
 void find(const FindOptions& options) {
   const View one_state;
-  Json found = Json::array();
+  ObjectList found;
   for (const tag object : find_by_pattern(options.pattern)) {
-    found.push_back(summary_of(object));
+    found.add(object);
   }
-  if (options.json) {
-    print_json(found);
-  } else {
-    print_summaries(found);
-  }
+  found.print(options.json);
 }
 
 }  // namespace

@@ -38,19 +38,14 @@ tag find_form_of_dataset(const FormOptions& options) {
           "the form of dataset " + options.object);
   int count = 0;
   char** names = nullptr;
-  const bool is_form = form != NULLTAG && FORM_list_fields(form, &count, &names) == ORK_ok;
+  const int status = form != NULLTAG ? FORM_list_fields(form, &count, &names) : ORK_ok;
   const PlatformBlock<char*> block(names);
-  if (!is_form) {
+  require(status, "the form of dataset " + options.object, {FORM_not_a_form});
+  if (form == NULLTAG || status != ORK_ok) {
     throw Error("dataset " + options.object + " has no form as " + options.reference,
                 "see \"zolp dataset show\" for what it has");
   }
   return form;
-}
-
-std::string type_of(tag form) {
-  std::array<char, WSO_name_size + 1> type{};
-  require(WSO_get_object_type(form, type.data()), "the form's type");
-  return type.data();
 }
 
 /** An array of texts that are blocks of their own. */
@@ -58,14 +53,19 @@ class TextBlocks {
  public:
   TextBlocks(int count, char** texts) : count_(count), texts_(texts) {}
   ~TextBlocks() {
-    for (int i = 0; i < count_; ++i) {
+    for (int i = 0; texts_ != nullptr && i < count_; ++i) {
       MEM_free(texts_.get()[i]);
     }
   }
   TextBlocks(const TextBlocks&) = delete;
   TextBlocks& operator=(const TextBlocks&) = delete;
 
-  const char* at(int place) const { return texts_.get()[place]; }
+  const char* at(int place) const {
+    if (texts_ == nullptr || texts_.get()[place] == nullptr) {
+      throw std::bad_alloc();  // the library could not copy it
+    }
+    return texts_.get()[place];
+  }
 
  private:
   int count_;
@@ -87,7 +87,7 @@ Fields describe_release(tag form) {
   const TextBlocks all_names(count, names);
   const TextBlocks all_display_names(count, display_names);
   const TextBlocks all_values(count, values);
-  require(status, "the form");
+  require(status, "the form", {STORE_unknown_attribute});  // a field that it lacks is empty
   Fields fields;
   for (int i = 0; i < count; ++i) {
     fields.emplace_back(all_names.at(i), all_values.at(i));
@@ -117,7 +117,7 @@ tag find_form(const FormOptions& options) {
   const tag object = find_object(options.object);
   const LibraryCall call;
   const int status = ZOLP_GetMasterForm(object, &form);
-  if (status == no_single_master_form) {
+  if (status == no_single_master_form && !has_failed()) {
     throw Error(options.object + " does not have exactly one master form",
                 "see \"zolp show " + options.object + "\" for its relations");
   }
@@ -138,23 +138,28 @@ std::string ask_value(tag form, const std::string& field) {
   return value;
 }
 
-void print_form(tag form, bool json) {
+Json form_card(tag form) {
   const std::string type = type_of(form);
   const Fields fields = [&] {
     const LibraryCall call;
     return type == release_type ? describe_release(form) : read_fields(form);
   }();
-  if (json) {
-    Json values = Json::object();
-    for (const auto& [name, value] : fields) {
-      values[name] = value;
-    }
-    print_json({{"name", id_of(form)}, {"type", type}, {"fields", values}});
-    return;
-  }
-  std::printf("%s (%s)\n", printable(id_of(form)).c_str(), printable(type).c_str());
-  Table table({"  field", "value"});
+  Json values = Json::object();
   for (const auto& [name, value] : fields) {
+    values[name] = value;
+  }
+  return {{"name", id_of(form)}, {"type", type}, {"fields", values}};
+}
+
+void print_form(const Json& card, bool as_json) {
+  if (as_json) {
+    return print_json(card);
+  }
+  std::puts(
+      printable(card["name"].get<std::string>() + " (" + card["type"].get<std::string>() + ")")
+          .c_str());
+  Table table({"  field", "value"});
+  for (const auto& [name, value] : card["fields"].items()) {
     table.add_row({"  " + name, value});
   }
   table.print();

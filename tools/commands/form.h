@@ -8,6 +8,7 @@
 
 #include "login.h"
 #include "ork/ork.h"
+#include "text.h"
 
 namespace tool {
 
@@ -26,8 +27,10 @@ tag find_form(const FormOptions& options);
 /** A field as users see it. */
 std::string ask_value(tag form, const std::string& field);
 
-/** Prints the fields of a form. */
-void print_form(tag form, bool json);
+/** The fields of a form. */
+Json form_card(tag form);
+
+void print_form(const Json& card, bool as_json);
 
 /** Adds a subcommand that works on a form in a session. */
 CLI::App* add_form_command(CLI::App& group, const char* name, const char* description,

@@ -6,9 +6,8 @@
 
 #include "commands/form.h"
 #include "error.h"
-#include "ork/err.h"
+#include "failures.h"
 #include "ork/obj.h"
-#include "ork/store.h"
 #include "site.h"
 #include "zolp_orktool.h"
 
@@ -35,17 +34,10 @@ Fields parse_texts(const std::vector<std::string>& texts) {
 class Lock {
  public:
   explicit Lock(tag object) : object_(object) {
-    ERR_clear_errors();
-    ZOLP_verify_state_and_lock_of_object(object);
-    int lock = STORE_no_lock;
-    STORE_get_instance_lock(object, &lock);
-    if (lock != STORE_modify_lock) {
-      const int status = last_platform_error();
-      throw Error("the form cannot be locked (" + platform_error_text(status) + ")",
-                  advice_for(status, "start again"));
-    }
+    require_success(ZOLP_verify_state_and_lock_of_object(object), "the form cannot be locked",
+                    "wait until it is free, or log in as somebody who may change it");
   }
-  ~Lock() { OBJ_refresh(object_, 0); }
+  ~Lock() { forget_failure(OBJ_refresh(object_, 0)); }  // the session's end unlocks it, too
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;
 
@@ -53,25 +45,23 @@ class Lock {
   tag object_;
 };
 
+/** Sets fields. @return the form as it is then. */
+Json change(tag form, const Fields& fields) {
+  const LibraryCall call;
+  const Lock lock(form);
+  for (const auto& [name, text] : fields) {
+    require_success(ZOLP_FORM_set_value(form, name.c_str(), text.c_str()), "cannot set " + name,
+                    "nothing was changed, correct it and start again");
+  }
+  Json card = form_card(form);
+  // The last that can fail: what is saved stays.
+  require_success(OBJ_save(form), "cannot save the form", "nothing was changed, start again");
+  return card;
+}
+
 void set_values(const FormOptions& options) {
   const Fields fields = parse_texts(options.texts);
-  const tag form = find_form(options);
-  {
-    const LibraryCall call;
-    const Lock lock(form);
-    for (const auto& [name, text] : fields) {
-      const int status = ZOLP_FORM_set_value(form, name.c_str(), text.c_str());
-      if (status != ORK_ok) {
-        throw Error("cannot set " + name + " (" + platform_error_text(status) + ")",
-                    advice_for(status, "nothing was changed, correct it and start again"));
-      }
-    }
-    if (const int status = OBJ_save(form); status != ORK_ok) {
-      throw Error("cannot save the form (" + platform_error_text(status) + ")",
-                  advice_for(status, "nothing was changed, start again"));
-    }
-  }
-  print_form(form, options.json);
+  print_form(change(find_form(options), fields), options.json);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace {
 
 void show_form(const FormOptions& options) {
   const View one_state;
-  print_form(find_form(options), options.json);
+  print_form(form_card(find_form(options)), options.json);
 }
 
 void get_value(const FormOptions& options) {

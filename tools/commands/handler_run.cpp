@@ -66,10 +66,11 @@ void run(const HandlerOptions& options) {
   const std::string name_of_task = task_name(task);
   for (const std::string& handler : wanted) {
     const int status = FLOW_run_handler(task, handler.c_str(), arguments.c_str());
-    if (status != ORK_ok) {
-      throw Error("handler " + handler + " failed (" + platform_error_text(status) + ")",
-                  "see the call trace, set ZOLP_TRACE_LEVEL=4");
+    if (status == ORK_ok) {
+      forget_failures();  // the handler has dealt with them
     }
+    require_success(status, "handler " + handler + " failed",
+                    "see the call trace, set ZOLP_TRACE_LEVEL=4");
     results.push_back({{"handler", handler}, {"task", name_of_task}});
   }
   if (options.json) {

@@ -7,6 +7,7 @@
 
 #include "commands/host.h"
 #include "error.h"
+#include "failures.h"
 #include "host/ork_host.h"
 #include "site.h"
 
@@ -26,10 +27,13 @@ tag find(const std::string& id) {
     return static_cast<tag>(std::strtoul(id.c_str() + 1, nullptr, 10));
   }
   tag object = NULLTAG;
-  ork_host_find_item(id.c_str(), nullptr, &object);
+  require_success(ork_host_find_item(id.c_str(), nullptr, &object), "cannot find " + id,
+                  "check that the file is a site");
   const std::size_t slash = id.rfind('/');
   if (object == NULLTAG && slash != std::string::npos) {
-    ork_host_find_item(id.substr(0, slash).c_str(), id.substr(slash + 1).c_str(), &object);
+    require_success(
+        ork_host_find_item(id.substr(0, slash).c_str(), id.substr(slash + 1).c_str(), &object),
+        "cannot find " + id, "check that the file is a site");
   }
   return object;
 }
@@ -68,11 +72,8 @@ void unlock(const UnlockOptions& options) {
                    released.end());
   }
   for (const Json& lock : released) {
-    const int status = ork_host_release_lock(lock["object"]["tag"].get<tag>());
-    if (status != ORK_ok) {
-      throw Error("cannot unlock " + line_of(lock) + " (" + platform_error_text(status) + ")",
-                  advice_for(status, "check that the site can be written"));
-    }
+    require_success(ork_host_release_lock(lock["object"]["tag"].get<tag>()),
+                    "cannot unlock " + line_of(lock), "check that the site can be written");
   }
   if (options.json) {
     return print_json(released);

@@ -13,11 +13,35 @@
 
 namespace tool {
 
-void change(int status, const std::string& what) {
-  if (status != ORK_ok) {
-    throw Error(what + " (" + platform_error_text(status) + ")",
-                advice_for(status, "see what the job is at with \"zolp job show\""));
+namespace {
+
+/** The job; null when it is gone. */
+Json what_is_left(tag job) {
+  logical exists = 0;
+  require(STORE_instance_exists(job, &exists), "the job");
+  return exists != 0 ? job_json(job) : Json();
+}
+
+Json what_is_left_at_last(tag job) {
+  try {
+    return what_is_left(job);
+  } catch (const Error&) {
+    forget_failures();
+    return what_is_left(job);
   }
+}
+
+}  // namespace
+
+void require_changed(int status, const std::string& what) {
+  require_success(status, what, "see what the job is at with \"zolp job show\"");
+}
+
+void require_run(int status, const std::string& what) {
+  if (status == ORK_ok) {
+    forget_failures();
+  }
+  require_changed(status, what);
 }
 
 void print(const Json& json, bool as_json, void (*print_text)(const Json&)) {
@@ -39,21 +63,19 @@ std::vector<tag> find_objects(const std::vector<std::string>& ids) {
 }
 
 void require_not_stopped(int status, const JobOptions& options) {
-  if (status != ORK_ok) {
-    throw Error("job " + options.job + " was stopped (" + platform_error_text(status) + ")",
-                "mend the cause and run it on with \"zolp job continue\"");
+  if (status == ORK_ok) {
+    return forget_failures();
   }
+  require_success(status, "job " + options.job + " was stopped",
+                  "mend the cause and run it on with \"zolp job continue\"");
 }
 
 void show_what_is_left(tag job, const JobOptions& options) {
-  logical exists = 0;
-  require(STORE_instance_exists(job, &exists), "the job");
-  if (exists != 0) {
-    show(job, options);
-  } else if (options.json) {
-    print_json(nullptr);
-  } else {
+  const Json left = what_is_left_at_last(job);
+  if (left.is_null() && !options.json) {
     std::puts(printable("a handler has deleted job " + options.job).c_str());
+  } else {
+    print(left, options.json, print_job);
   }
 }
 

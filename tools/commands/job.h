@@ -18,8 +18,14 @@ struct JobOptions {
   LoginOptions login;
 };
 
-/** Runs an operation that is to change a job. */
-void change(int status, const std::string& what);
+/** Requires that an operation that was to change a job has done so. */
+void require_changed(int status, const std::string& what);
+
+/**
+ * The same for an operation that runs handlers: its status tells all, and failures that handlers
+ * have left on the error stack they have dealt with.
+ */
+void require_run(int status, const std::string& what);
 
 /** Prints something as JSON or as a text. */
 void print(const Json& json, bool as_json, void (*print_text)(const Json&));
@@ -31,7 +37,10 @@ std::vector<tag> find_objects(const std::vector<std::string>& ids);
 /** Tells of a handler that has stopped a job. */
 void require_not_stopped(int status, const JobOptions& options);
 
-/** Shows a job after a change; a handler may have deleted the job that it ran in. */
+/**
+ * Shows a job after a change; a handler may have deleted the job that it ran in. The change is made
+ * by then, so what cannot be read is read once more before that is said.
+ */
 void show_what_is_left(tag job, const JobOptions& options);
 
 struct JobCommand {

@@ -10,7 +10,7 @@ namespace tool {
 namespace {
 
 void remove(const JobOptions& options) {
-  change(ZOLP_deleteJob(find_job(options.job)), "job " + options.job + " is not deleted");
+  require_changed(ZOLP_deleteJob(find_job(options.job)), "job " + options.job + " is not deleted");
   std::puts(printable("deleted " + options.job).c_str());
 }
 

@@ -8,7 +8,7 @@ namespace {
 
 void refresh(const JobOptions& options) {
   const tag job = find_job(options.job);
-  change(ZOLP_refresh_entire_job(job), "job " + options.job + " is not up to date");
+  require_run(ZOLP_refresh_entire_job(job), "job " + options.job + " is not up to date");
   show(job, options);
 }
 

@@ -5,8 +5,8 @@
 #include "commands/job.h"
 #include "error.h"
 #include "objects.h"
-#include "ork/err.h"
 #include "ork/flow.h"
+#include "site.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -34,11 +34,10 @@ void set_result(const JobOptions& options) {
     throw Error("the job has no condition task " + options.task,
                 "see its tasks with \"zolp job show\"");
   }
-  // The platform has the reason of a result that is not taken; the status does not tell.
-  ERR_clear_errors();
-  change(ZOLP_set_condition_task_result(task, result), "the result is not set");
-  change(last_platform_error(),
-         "the result of " + options.task + " is not taken, or stopped the job");
+  const std::string problem = "the result of " + options.task + " is not taken";
+  Change change;
+  require_changed(ZOLP_set_condition_task_result(task, result), problem);
+  require_run(change.keep(), problem + ", or stopped the job");  // the job goes on
   show_what_is_left(job, options);
 }
 

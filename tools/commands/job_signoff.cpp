@@ -40,7 +40,7 @@ tag release_level(tag job, const JobOptions& options) {
 
 tag session_user() {
   tag user = NULLTAG;
-  handed_out([&user](char** name) { require(STORE_get_user(name, &user), "the session's user"); });
+  handed_out("the session's user", [&user](char** name) { return STORE_get_user(name, &user); });
   return user;
 }
 
@@ -50,10 +50,10 @@ int rank_of(tag signoff, tag user) {
   tag member = NULLTAG;
   tag member_user = NULLTAG;
   tag decided_by = NULLTAG;
-  SIGNOFF_get_signoff_groupmember(signoff, &member);
-  SIGNOFF_get_signoff_user(signoff, &decided_by);
+  require(SIGNOFF_get_signoff_groupmember(signoff, &member), "a signoff");
+  require(SIGNOFF_get_signoff_user(signoff, &decided_by), "a signoff");
   if (member != NULLTAG) {
-    ORG_get_groupmember_user(member, &member_user);
+    require(ORG_get_groupmember_user(member, &member_user), "a signoff");
     return member_user == user ? 0 : 4;
   }
   return decided_by == user ? 1 : decided_by == NULLTAG ? 2 : 3;
@@ -77,12 +77,13 @@ void sign_off(const JobOptions& options) {
     if (status != SIGNOFF_not_the_member) {
       break;
     }
+    forget_failures();  // somebody else's
   }
   if (status == SIGNOFF_not_the_member) {
     throw Error("review " + name_of_level + " has no signoff for this user",
                 "log in as one of its members");
   }
-  change(status, "the decision on " + name_of_level + " is not taken, or stopped the job");
+  require_run(status, "the decision on " + name_of_level + " is not taken, or stopped the job");
   show_what_is_left(job, options);
 }
 

@@ -15,7 +15,9 @@ namespace {
 
 tag find_template(const std::string& name) {
   tag found = NULLTAG;
-  if (FLOW_find_process_template(name.c_str(), &found) != ORK_ok) {
+  require(FLOW_find_process_template(name.c_str(), &found), "process template " + name,
+          {FLOW_unknown_process_template});
+  if (found == NULLTAG) {
     throw Error("there is no process template " + name,
                 "see \"zolp host show FILE process_templates\" for what there is");
   }
@@ -31,10 +33,12 @@ void require_no_more_jobs(const std::string& name, std::size_t limit) {
   }
 }
 
+/** Also when that cannot be found out: it was made. */
 bool exists(tag job) {
   logical found = 0;
-  require(STORE_instance_exists(job, &found), "the job");
-  return found != 0;
+  const int status = STORE_instance_exists(job, &found);
+  forget_failure(status);
+  return status != ORK_ok || found != 0;
 }
 
 void start(const JobOptions& options) {
@@ -45,17 +49,17 @@ void start(const JobOptions& options) {
   const std::vector<tag> references = find_objects(options.references);
   objects.insert(objects.end(), references.begin(), references.end());
   types.resize(objects.size(), FLOW_reference_attachment);
+  const std::string problem = "job " + options.job + " is not made";
   tag job = NULLTAG;
   Change changes;
-  int status =
+  require_changed(
       FLOW_create_process(options.job.c_str(), options.description.c_str(), process,
-                          static_cast<int>(objects.size()), objects.data(), types.data(), &job);
-  if (job != NULLTAG) {
-    require_no_more_jobs(options.job, 1);  // again: others that start one wait by now
-    status = changes.keep();
-  }
-  if (status != ORK_ok && !(job != NULLTAG && exists(job))) {
-    change(status, "job " + options.job + " is not made");
+                          static_cast<int>(objects.size()), objects.data(), types.data(), &job),
+      problem);
+  require_no_more_jobs(options.job, 1);  // again: others that start one wait by now
+  const int status = changes.keep();     // the job runs
+  if (status != ORK_ok && !exists(job)) {
+    require_changed(status, problem);
   }
   require_not_stopped(status, options);
   show_what_is_left(job, options);

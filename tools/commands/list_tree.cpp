@@ -9,6 +9,7 @@
 #include "column_session.h"
 #include "commands/list.h"
 #include "error.h"
+#include "failures.h"
 #include "output_files.h"
 #include "release_list.h"
 #include "site.h"
@@ -102,10 +103,11 @@ void show_tree(const TreeOptions& options) {
   {
     LibraryCall call;
     const int status = ZOLP_read_assylist(options.file.c_str(), tree.address());
-    if (status != 0) {
-      throw Error("cannot read " + options.file,
-                  "check that it is writable, and that memory is enough");
+    const char* const advice = "check that it is writable, and that memory is enough";
+    if (status != 0 && !has_failed()) {
+      throw Error("cannot read " + options.file, advice);
     }
+    require_success(status, "cannot read " + options.file, advice);
   }
   stop_if_interrupted();
   if (options.json) {

@@ -24,9 +24,10 @@ Json lock_of(tag object) {
   char* user = nullptr;
   char* node = nullptr;
   date_s since{};
-  STORE_who_locked_instance(object, &user, &since, &node);
+  const int status = STORE_who_locked_instance(object, &user, &since, &node);
   const PlatformBlock<char> user_block(user);
   const PlatformBlock<char> node_block(node);
+  require(status, "the lock");
   if (user == nullptr) {
     return nullptr;
   }
@@ -49,10 +50,11 @@ Json statuses_of(tag object) {
 Json checkout_of(tag object) {
   tag user = NULLTAG;
   std::array<char, ORG_name_size + 1> user_id{};
-  if (RSV_get_checkout_user(object, &user) != ORK_ok || user == NULLTAG) {
+  require(RSV_get_checkout_user(object, &user), "the reservation");
+  if (user == NULLTAG) {
     return nullptr;
   }
-  ORG_get_user_identifier(user, user_id.data());
+  require(ORG_get_user_identifier(user, user_id.data()), "the id of a user");
   return user_id.data();
 }
 
@@ -63,7 +65,7 @@ std::string site_of(tag object) {
     return "local";
   }
   tag site = NULLTAG;
-  STORE_location_of_instance(object, &site);
+  require(STORE_location_of_instance(object, &site), "the owning site");
   return "replica of " + display_value(site, "site_name");
 }
 
@@ -86,19 +88,13 @@ Json relations_of(tag object) {
 }
 
 Json card_of(tag object) {
-  std::array<char, WSO_name_size + 1> name{};
-  std::array<char, WSO_name_size + 1> type{};
-  std::array<char, ORG_name_size + 1> owner{};
-  std::array<char, ORG_name_size + 1> group{};
-  require(WSO_get_name(object, name.data()), "the name");
-  require(WSO_get_object_type(object, type.data()), "the type");
-  require(ZOLP_ask_ownership_names(object, owner.data(), group.data()), "the owner");
+  const Owner owner = owner_of(object);
   return {{"id", id_of(object)},
-          {"name", name.data()},
+          {"name", name_of(object)},
           {"class", class_of(object)},
-          {"type", type.data()},
-          {"owner", owner.data()},
-          {"group", group.data()},
+          {"type", type_of(object)},
+          {"owner", owner.user},
+          {"group", owner.group},
           {"locked", lock_of(object)},
           {"checked_out_by", checkout_of(object)},
           {"site", site_of(object)},
