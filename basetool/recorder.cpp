@@ -349,6 +349,11 @@ unsigned char* Recorder::begin_chunk(ChunkKind kind, uint32_t thread, uint64_t& 
   } while (held_[next_place_] != 0);
   held_[next_place_] = 1;
   unsigned char* bytes = file_bytes_ + chunks_offset_ + next_place_ * recording_chunk_size;
+  constexpr uint64_t provided_at_once = 32;  // chunks; a page fault for each would cost more
+  if (chunks_begun_ < chunk_count_ && next_place_ % provided_at_once == 0) {
+    provide_pages(bytes,
+                  std::min(provided_at_once, chunk_count_ - next_place_) * recording_chunk_size);
+  }
   auto* chunk = reinterpret_cast<ChunkHeader*>(bytes);
   if (chunk->serial != 0) {
     count_overwritten(bytes);

@@ -200,6 +200,9 @@ bool allocate(Descriptor file, uint64_t size);
 /** Maps all of a file of some size; null on failure. There is one such mapping in a process. */
 char* map_recording(Descriptor file, uint64_t size);
 
+/** Has the system provide the pages of a part of the mapping at once, where it can. */
+void provide_pages(unsigned char* begin, size_t size);
+
 void unmap_recording();
 
 /** Forgets a mapping that is lost, leaving the memory in its place to whoever still writes to it.

@@ -526,6 +526,13 @@ char* map_recording(Descriptor file, uint64_t size) {
   return recording_begin;
 }
 
+void provide_pages([[maybe_unused]] unsigned char* begin, [[maybe_unused]] size_t size) {
+#if defined(MADV_POPULATE_WRITE)
+  const ErrorKeeper keeper;
+  madvise(begin, size, MADV_POPULATE_WRITE);  // an older system provides them one by one
+#endif
+}
+
 void abandon_recording() {
   recording_begin = nullptr;
   recording_lost = 0;

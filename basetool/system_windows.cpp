@@ -495,6 +495,10 @@ char* map_recording(Descriptor file, uint64_t size) {
   return recording_begin;
 }
 
+void provide_pages(unsigned char*, size_t) {
+  // One by one, when they are needed.
+}
+
 void abandon_recording() {
   recording_begin = nullptr;
 }

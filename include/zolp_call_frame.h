@@ -226,11 +226,11 @@ ZOLP_FRAME_INLINE_ const void* zolp_thread_(void) {
 #elif defined(_MSC_VER) && defined(_M_X64)
   return (const void*)__readgsqword(0x30);
 #else
-  return NULL; /* no thread's: the depth is changed by a function call */
+  return &zolp_state_; /* no thread's: the depth is changed by a function call */
 #endif
 }
 
-/* Changes the depth while lines are not shown: in place, for the thread that may do that. */
+/* Changes the depth: in place, for the thread that may do that. */
 ZOLP_FRAME_INLINE_ void zolp_indent_(ZOLP_TraceState* state) {
   if (ZOLP_FRAME_READ_(state->thread) == zolp_thread_()) {
     ++state->depth;
@@ -278,7 +278,7 @@ ZOLP_FRAME_INLINE_ void zolp_write_line_(const ZOLP_CallSite* site, int is_exit,
 ZOLP_FRAME_SLOW_ void zolp_show_entry_(ZOLP_CallSite* site) {
   if (zolp_shows_entry_(zolp_known_state_(), site)) {
     zolp_write_line_(site, 0, site->text);
-    ZOLP_IncTraceSpaces();
+    zolp_indent_(ZOLP_FRAME_READ_(zolp_state_));
   }
 }
 
@@ -294,7 +294,7 @@ ZOLP_FRAME_INLINE_ void zolp_enter_site_(ZOLP_CallSite* site) {
 ZOLP_FRAME_SLOW_ void zolp_show_exit_(ZOLP_CallSite* site, int status, const char* name,
                                       const char* file, int line) {
   if (zolp_shows_exit_(zolp_known_state_(), site, status)) {
-    ZOLP_DecTraceSpaces();
+    zolp_unindent_(ZOLP_FRAME_READ_(zolp_state_));
     ZOLP_LOG(1, 1, " <-%s %s:%d\n", name, zolp_file_name_(file), line);
   }
 }
@@ -413,7 +413,7 @@ ZOLP_FRAME_SLOW_ ZOLP_FrameMoment zolp_show_call_(ZOLP_CallSite* site) {
   }
   zolp_write_line_(site, 0,
                    site->kind == ZOLP_SITE_GUARDED ? zolp_shorten_(site, shortened) : site->text);
-  ZOLP_IncTraceSpaces();
+  zolp_indent_(ZOLP_FRAME_READ_(zolp_state_));
   return start;
 }
 
@@ -469,7 +469,7 @@ ZOLP_FRAME_SLOW_ void zolp_finish_traced_(ZOLP_CallSite* site, ZOLP_FrameMoment 
     }
   }
   if (is_shown) {
-    ZOLP_DecTraceSpaces();
+    zolp_unindent_(ZOLP_FRAME_READ_(zolp_state_));
     zolp_write_line_(site, 1, site->text);
   }
 }
@@ -492,7 +492,7 @@ ZOLP_FRAME_SLOW_ void zolp_finish_guarded_(ZOLP_CallSite* site, ZOLP_FrameMoment
     ZOLP_ReportLastOrkError(status);
   }
   if (is_shown) {
-    ZOLP_DecTraceSpaces();
+    zolp_unindent_(ZOLP_FRAME_READ_(zolp_state_));
     zolp_write_line_(site, 1, text);
   }
 }
