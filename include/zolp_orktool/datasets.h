@@ -135,7 +135,8 @@ ZOLP_API int ZOLP_exportImage(tag* list, int count, char* export_file_path, cons
  * Paths there have at most 260 bytes, original names at most 100; what is longer is cut.
  * Files of one name pass through one path there, so copies that run at once in several processes
  * take turns at each path, by a file "<path>-lock" beside it. One that has not had its turn after
- * five minutes goes on without removing what is there, and so with the platform's refusal to export.
+ * five minutes goes on without removing what is there, and so with the platform's refusal to
+ * export.
  * @param[in] tagOldDS the dataset, which stays as it is.
  * @param[in] pcNewDatsetName name of the copy.
  * @param[out] ptagNewDS the copy. After a failure it may exist, be locked and share files.

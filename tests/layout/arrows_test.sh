@@ -34,7 +34,8 @@ may basetool platform/zolp_basetool.h
 may include platform/
 may src include/ platform/
 may host platform/
-may tools include/ platform/ host/ork_host.h host/system/utf8_path.h
+# A reader of recordings shares their format with the writer.
+may tools include/ platform/ host/ork_host.h host/system/utf8_path.h basetool/recording_format.h
 
 # The rooms of host/ share one list of include directories: a name that two of them have would be
 # whichever comes first.

@@ -5,7 +5,6 @@
 
 namespace {
 
-
 constexpr int failure = PREF_value_not_found;
 
 std::int32_t now = 0;

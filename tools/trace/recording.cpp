@@ -1,4 +1,4 @@
-#include "tools/trace/recording.h"
+#include "recording.h"
 
 #include <algorithm>
 #include <bit>
