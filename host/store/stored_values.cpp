@@ -52,50 +52,56 @@ class Reader {
   }
 
  private:
-  void require(bool holds, const std::string& why) const {
-    if (!holds) {
-      refuse_damage(object_, attribute_.name, why);
-    }
+  [[noreturn]] void refuse_value(const std::string& why) const {
+    refuse_damage(object_, attribute_.name, why);
   }
 
   void require_type(ColumnType expected) const {
     const ColumnType found = query_.type(column_);
-    require(found == expected,
-            std::string("expected ") + name_of(expected) + ", found " + name_of(found));
+    if (found != expected) {
+      refuse_value(std::string("expected ") + name_of(expected) + ", found " + name_of(found));
+    }
   }
 
   std::string text() const {
     require_type(ColumnType::text);
     std::string found = query_.text(column_);
-    require(found.find('\0') == std::string::npos, "the text has a null byte");
-    require(attribute_.kind != Kind::text ||
-                found.size() <= static_cast<std::size_t>(attribute_.max_length),
-            "the text has " + std::to_string(found.size()) + " bytes, of at most " +
-                std::to_string(attribute_.max_length));
+    if (found.find('\0') != std::string::npos) {
+      refuse_value("the text has a null byte");
+    }
+    if (attribute_.kind == Kind::text &&
+        found.size() > static_cast<std::size_t>(attribute_.max_length)) {
+      refuse_value("the text has " + std::to_string(found.size()) + " bytes, of at most " +
+                   std::to_string(attribute_.max_length));
+    }
     return found;
   }
 
   std::int64_t integer(std::int64_t least, std::int64_t most) const {
     require_type(ColumnType::integer);
     const std::int64_t found = query_.integer(column_);
-    require(found >= least && found <= most, "the number " + std::to_string(found) +
-                                                 " is not one from " + std::to_string(least) +
-                                                 " to " + std::to_string(most));
+    if (found < least || found > most) {
+      refuse_value("the number " + std::to_string(found) + " is not one from " +
+                   std::to_string(least) + " to " + std::to_string(most));
+    }
     return found;
   }
 
   double real() const {
     require_type(ColumnType::real);
     const double found = query_.real(column_);
-    require(std::isfinite(found), "the number is not finite");
+    if (!std::isfinite(found)) {
+      refuse_value("the number is not finite");
+    }
     return found;
   }
 
   date_s date() const {
     const std::string found = text();
     const date_s parsed = parse_date(found);
-    require(found.empty() || !(parsed == date_s{}),
-            "there is no date \"" + found.substr(0, 40) + "\"");
+    if (!found.empty() && parsed == date_s{}) {
+      refuse_value("there is no date \"" + found.substr(0, 40) + "\"");
+    }
     return parsed;
   }
 
