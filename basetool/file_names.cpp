@@ -10,10 +10,9 @@ namespace basetool {
 
 bool expand_file_name(const char* name, Path& path) {
   constexpr size_t kept_for_endings = 64;
-  size_t size = 0;
-  if (!is_absolute(name)) {
-    size = std::strlen(std::strcpy(path.data(), remembered_folder()));
-  }
+  const char* const folder = remembered_folder();
+  size_t size = missing_part(name, folder);
+  std::memcpy(path.data(), folder, size);
   for (; *name != '\0'; ++name) {
     if (size + kept_for_endings > path.size()) {
       return false;

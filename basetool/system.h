@@ -24,8 +24,8 @@ const char* environment(const char* variable);
 
 unsigned long process_id();
 
-/** Whether a path is the same wherever the program's current folder is. */
-bool is_absolute(const char* path);
+/** How many characters of a folder's path stand before a file's name that starts from there. */
+size_t missing_part(const char* name, const char* folder);
 
 /** Copies the path of the current folder, with a separator at its end. @return false on failure. */
 bool current_folder(char* path, size_t size);

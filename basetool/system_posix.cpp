@@ -219,8 +219,8 @@ unsigned long process_id() {
   return static_cast<unsigned long>(getpid());
 }
 
-bool is_absolute(const char* path) {
-  return path[0] == '/';
+size_t missing_part(const char* name, const char* folder) {
+  return name[0] == '/' ? 0 : std::strlen(folder);
 }
 
 bool current_folder(char* path, size_t size) {

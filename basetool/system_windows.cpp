@@ -166,10 +166,13 @@ unsigned long process_id() {
   return GetCurrentProcessId();
 }
 
-bool is_absolute(const char* path) {
-  const bool has_root = path[0] == '\\' || path[0] == '/';
-  return has_root ? path[1] == '\\' || path[1] == '/'  // a share or a device
-                  : path[0] != '\0' && path[1] == ':';
+size_t missing_part(const char* name, const char* folder) {
+  const auto is_separator = [](char character) { return character == '\\' || character == '/'; };
+  if (is_separator(name[0])) {
+    const bool lacks_drive = !is_separator(name[1]);  // unlike a share or a device
+    return lacks_drive && folder[0] != '\0' && folder[1] == ':' ? 2 : 0;
+  }
+  return name[0] != '\0' && name[1] == ':' ? 0 : strlen(folder);
 }
 
 bool current_folder(char* path, size_t size) {

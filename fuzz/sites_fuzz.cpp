@@ -19,13 +19,14 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string& folder() {
-  static const std::string path = [] {
+  // Never destroyed: what is removed when the program ends is asked for here, too.
+  static const auto* const path = [] {
     const fs::path made =
         fs::temp_directory_path() / ("sites-fuzz-" + std::to_string(std::random_device{}()));
     fs::create_directory(made);
-    return made.string();
+    return new std::string(made.string());
   }();
-  return path;
+  return *path;
 }
 
 std::string file(const char* name) {

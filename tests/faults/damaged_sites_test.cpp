@@ -48,7 +48,8 @@ TEST_F(DamagedSites, AreReadOrRefused) {
     for (char& byte : bytes) {
       byte = static_cast<char>(random());
     }
-    fs::copy_file(whole, site, fs::copy_options::overwrite_existing);
+    fs::remove(site);
+    fs::copy_file(whole, site);
     test::damage(site, bytes);
     for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
              {"host", "show", site},

@@ -43,7 +43,8 @@ class HostileSite : public testing::Test {
   /** Changes the whole site with a statement and opens it. */
   int open_changed(const std::string& statement) {
     ork_host_close();
-    fs::copy_file(folder_.path("whole.db"), site_, fs::copy_options::overwrite_existing);
+    fs::remove(site_);
+    fs::copy_file(folder_.path("whole.db"), site_);
     test::RowDamage(site_).execute(statement);
     return ork_host_open(site_.c_str());
   }
