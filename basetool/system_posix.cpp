@@ -220,7 +220,7 @@ unsigned long process_id() {
 }
 
 size_t missing_part(const char* name, const char* folder) {
-  return name[0] == '/' ? 0 : std::strlen(folder);
+  return name[0] == '/' ? 0 : strlen(folder);
 }
 
 bool current_folder(char* path, size_t size) {

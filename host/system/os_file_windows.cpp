@@ -137,8 +137,10 @@ void NewFile::publish(const std::string& path) {
 
 void make_private_file(const std::string& path) {
   PrivateAccess access;
-  const HANDLE file = CreateFileW(utf8_path(path).c_str(), GENERIC_WRITE, 0, access.attributes(),
-                                  CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  // Shared: others who open the new site at this moment would have it for reading only.
+  const HANDLE file = CreateFileW(utf8_path(path).c_str(), GENERIC_WRITE,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                  access.attributes(), CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file != INVALID_HANDLE_VALUE) {
     CloseHandle(file);
   } else if (!is_there_already(GetLastError(), path)) {

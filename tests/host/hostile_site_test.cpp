@@ -112,16 +112,19 @@ TEST_F(HostileSite, WhatIsOddIsRefusedWithObjectAndAttribute) {
 
 TEST_F(HostileSite, AFileThatIsNoSiteIsNotOpened) {
   const std::pair<const char*, const char*> cases[] = {
-      {"CREATE TRIGGER t AFTER INSERT ON lock BEGIN DELETE FROM value; END", "a trigger \"t\""},
-      {"CREATE VIEW v AS SELECT 1", "a view \"v\""},
-      {"DROP TABLE lock; CREATE VIEW lock AS SELECT 1 AS instance, 2 AS holder", "a view \"lock\""},
-      {"CREATE VIRTUAL TABLE f USING fts5(a)", "a table \"f\""},
-      {"DROP TABLE preference; CREATE TABLE preference(name, position, value)",
-       "table \"preference\" is not a site's"},
-      {"UPDATE class SET parent = 4000 WHERE name = 'Item'", "class Item: there is no class 4000"},
-      {"UPDATE class SET parent = NULL WHERE name = 'Item'", "class Item is below \"\""},
-      {"UPDATE attribute SET kind = 'integer' WHERE name = 'item_id'",
-       "class Item: its attribute item_id has another kind"}};
+    {"CREATE TRIGGER t AFTER INSERT ON lock BEGIN DELETE FROM value; END", "a trigger \"t\""},
+    {"CREATE VIEW v AS SELECT 1", "a view \"v\""},
+    {"DROP TABLE lock; CREATE VIEW lock AS SELECT 1 AS instance, 2 AS holder", "a view \"lock\""},
+#if !defined(_WIN32)  // where SQLite comes without them
+    {"CREATE VIRTUAL TABLE f USING fts5(a)", "a table \"f\""},
+#endif
+    {"DROP TABLE preference; CREATE TABLE preference(name, position, value)",
+     "table \"preference\" is not a site's"},
+    {"UPDATE class SET parent = 4000 WHERE name = 'Item'", "class Item: there is no class 4000"},
+    {"UPDATE class SET parent = NULL WHERE name = 'Item'", "class Item is below \"\""},
+    {"UPDATE attribute SET kind = 'integer' WHERE name = 'item_id'",
+     "class Item: its attribute item_id has another kind"}
+  };
   for (const auto& [statement, text] : cases) {
     EXPECT_EQ(open_changed(statement), ORK_site_damaged) << statement;
     EXPECT_THAT(last_error(), HasSubstr(text));
@@ -176,7 +179,11 @@ TEST_F(HostileSite, TheVaultIsReadAsFarAsItIsRecorded) {
     EXPECT_FALSE(folder_.has("out"));
   };
   fs::permissions(contents, fs::perms::owner_all);
+#if defined(_WIN32)
+  fs::resize_file(contents, std::uintmax_t{1} << 30);  // it cannot make larger ones
+#else
   fs::resize_file(contents, std::uintmax_t{1} << 40);  // takes no room, and hours to read
+#endif
   refused("more than 6 bytes");
 #if !defined(_WIN32)
   fs::remove(contents);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "failure.h"
+#include "ork/err.h"
 #include "ork/file.h"
 #include "ork/obj.h"
 #include "ork/signoff.h"
@@ -37,7 +38,16 @@ int set_preferences(const char* path, const std::string& prefix, int count) {
 int open_with_others(const char* path) {
   say("ready");
   std::getchar();
-  return ork_host_open(path) == ORK_ok ? 0 : 1;
+  const int status = ork_host_open(path);
+  if (status != ORK_ok) {
+    const int* codes = nullptr;
+    const int* severities = nullptr;
+    const char** texts = nullptr;
+    int count = 0;
+    ERR_get_errors(&count, &severities, &codes, &texts);
+    std::fprintf(stderr, "%d %s\n", status, count > 0 ? texts[count - 1] : "");
+  }
+  return status == ORK_ok ? 0 : 1;
 }
 
 /** Locks an object and holds the lock until it is told to go on, and then without giving it back.
