@@ -6,6 +6,7 @@
  * @code
  * int count_specifications(tag revision, int* count) {
  *   tag* specifications = 0;
+ *   *count = 0; // stays so where the site does not know the relation
  *   int status = ZOLP_GetAttachedObjs(revision, "VELO_specification", count, &specifications, 0);
  *   MEM_free(specifications);
  *   return status;
