@@ -98,6 +98,7 @@ const std::vector<Command>& commands() {
       {{"bom", "export", "P/A", "--class", "Item"}},
       {{"bom", "export", "P/A", "--class", "Dataset"}},
       {{"clone", "{files}/list.txt", "--out", "{out}"}},
+      {{"completion", "bash"}},
       {{"dataset", "import", "{files}/report.txt", "--item", "P", "--rev", "A"}},
       {{"dataset", "import", "{files}/body.prt", "--type", "Model", "--item", "P", "--json"}},
       {{"dataset", "export", "Front", "--out", "{out}"}},
@@ -134,6 +135,7 @@ const std::vector<Command>& commands() {
       {{"list", "scan", "{files}/list.txt", "{out}/new.txt", "--pattern", "X"}},
       {{"list", "items", "{files}/items.txt"}},
       {{"list", "tree", "{files}/list.txt"}},
+      {{"manual", "--markdown"}},
       {{"show", "P/A"}},
   };
   return all;
