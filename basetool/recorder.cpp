@@ -142,7 +142,7 @@ bool Recorder::open() {
     table_size_ = std::min(size / 8, largest_table) / recording_chunk_size * recording_chunk_size;
     chunks_offset_ = table_offset_ + table_size_;
     chunk_count_ = (size - chunks_offset_) / recording_chunk_size;
-    table_used_ = chunks_begun_ = next_place_ = 0;
+    table_used_ = chunks_begun_ = next_place_ = provided_ = 0;
     sites_ = threads_ = 0;
     text_chunk_ = nullptr;
     held_ = static_cast<unsigned char*>(std::calloc(chunk_count_, 1));
@@ -349,13 +349,11 @@ unsigned char* Recorder::begin_chunk(ChunkKind kind, uint32_t thread, uint64_t& 
   } while (held_[next_place_] != 0);
   held_[next_place_] = 1;
   unsigned char* bytes = file_bytes_ + chunks_offset_ + next_place_ * recording_chunk_size;
-  constexpr uint64_t provided_at_once = 32;  // chunks; a page fault for each would cost more
-  if (chunks_begun_ < chunk_count_ && next_place_ % provided_at_once == 0) {
-    provide_pages(bytes,
-                  std::min(provided_at_once, chunk_count_ - next_place_) * recording_chunk_size);
-  }
   auto* chunk = reinterpret_cast<ChunkHeader*>(bytes);
-  if (chunk->serial != 0) {
+  if (chunks_begun_ < chunk_count_) {
+    // Nothing of a new one is read: pages that are written first are mapped many at once.
+    provide_until(static_cast<uint64_t>(bytes - file_bytes_) + recording_chunk_size);
+  } else {
     count_overwritten(bytes);
     __atomic_store_n(&chunk->serial, 0, __ATOMIC_RELEASE);
     std::memset(bytes + sizeof *chunk, 0, recording_chunk_size - sizeof *chunk);
@@ -370,6 +368,21 @@ unsigned char* Recorder::begin_chunk(ChunkKind kind, uint32_t thread, uint64_t& 
   header().chunks_begun = serial;
   __atomic_store_n(&chunk->serial, serial, __ATOMIC_RELEASE);
   return bytes;
+}
+
+/**
+ * Has the system provide what stands before a byte of the file. A page fault for each chunk would
+ * cost more than its events; all of the file at once would hold up a program that ends soon.
+ */
+void Recorder::provide_until(uint64_t end) {
+  constexpr uint64_t step = 256 * 1024;
+  if (end <= provided_) {
+    return;
+  }
+  const uint64_t begin = end - recording_chunk_size;
+  const uint64_t file_size = chunks_offset_ + chunk_count_ * recording_chunk_size;
+  provided_ = std::min((begin / step + 1) * step, file_size);
+  provide_pages(file_, file_size, begin, provided_ - begin);
 }
 
 void Recorder::count_overwritten(const unsigned char* bytes) {

@@ -200,8 +200,11 @@ bool allocate(Descriptor file, uint64_t size);
 /** Maps all of a file of some size; null on failure. There is one such mapping in a process. */
 char* map_recording(Descriptor file, uint64_t size);
 
-/** Has the system provide the pages of a part of the mapping at once, where it can. */
-void provide_pages(unsigned char* begin, size_t size);
+/**
+ * Has the system provide a part of the mapping at once, where it can, which holds zeros and keeps
+ * them.
+ */
+void provide_pages(const OpenFile& file, uint64_t file_size, uint64_t offset, size_t size);
 
 void unmap_recording();
 

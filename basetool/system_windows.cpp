@@ -498,7 +498,7 @@ char* map_recording(Descriptor file, uint64_t size) {
   return recording_begin;
 }
 
-void provide_pages(unsigned char*, size_t) {
+void provide_pages(const OpenFile&, uint64_t, uint64_t, size_t) {
   // One by one, when they are needed.
 }
 
