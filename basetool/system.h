@@ -54,6 +54,15 @@ uint64_t thread_id();
  */
 void* thread_memory(size_t size, void (*at_end)(void*));
 
+/** Whether the calling thread has asked for it. */
+bool has_thread_memory();
+
+/**
+ * Whether the process began with the calling thread. Not told, that is false, where ends of threads
+ * come after the functions of `atexit`.
+ */
+bool is_initial_thread();
+
 /** The path of the program that the process runs, cut to a size. */
 void read_program_name(char* name, size_t size);
 

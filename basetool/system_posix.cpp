@@ -256,8 +256,7 @@ void call_at_end_of_main(void (*function)()) {
     void (*function)() = nullptr;
   };
   thread_local Ending ending;
-  const bool is_first_thread = syscall(SYS_gettid) == getpid();
-  if (is_first_thread) {
+  if (is_initial_thread()) {
     ending.function = function;
   }
   static bool is_registered = false;
@@ -275,24 +274,35 @@ uint64_t thread_id() {
   return static_cast<uint64_t>(syscall(SYS_gettid));
 }
 
+namespace {
+constinit thread_local void* memory_of_thread = nullptr;
+}
+
+bool has_thread_memory() {
+  return memory_of_thread != nullptr;
+}
+
+bool is_initial_thread() {
+  return thread_id() == process_id();
+}
+
 void* thread_memory(size_t size, void (*at_end)(void*)) {
-  static constinit thread_local void* memory = nullptr;
   struct Ending {
     ~Ending() {
-      if (memory != nullptr) {
-        at_end(memory);
-        free(memory);
-        memory = nullptr;
+      if (memory_of_thread != nullptr) {
+        at_end(memory_of_thread);
+        free(memory_of_thread);
+        memory_of_thread = nullptr;
       }
     }
     void (*at_end)(void*) = nullptr;
   };
   static thread_local Ending ending;
-  if (memory == nullptr) {
-    memory = calloc(1, size);
+  if (memory_of_thread == nullptr) {
+    memory_of_thread = calloc(1, size);
     ending.at_end = at_end;
   }
-  return memory;
+  return memory_of_thread;
 }
 
 void read_program_name(char* name, size_t size) {

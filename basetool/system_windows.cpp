@@ -234,22 +234,39 @@ uint64_t thread_id() {
   return GetCurrentThreadId();
 }
 
-void* thread_memory(size_t size, void (*at_end)(void*)) {
-  // What the compiler keeps for a thread is gone before the thread's end can be told.
-  static void (*call_at_end)(void*) = nullptr;
-  call_at_end = at_end;
+namespace {
+
+void (*call_at_end_of_thread)(void*) = nullptr;
+
+// What the compiler keeps for a thread is gone before the thread's end can be told.
+DWORD slot_of_thread() {
   static const DWORD slot = FlsAlloc([](void* memory) {
     if (memory != nullptr) {
-      call_at_end(memory);
+      call_at_end_of_thread(memory);
       free(memory);
     }
   });
-  void* memory = FlsGetValue(slot);
+  return slot;
+}
+
+}  // namespace
+
+void* thread_memory(size_t size, void (*at_end)(void*)) {
+  call_at_end_of_thread = at_end;
+  void* memory = FlsGetValue(slot_of_thread());
   if (memory == nullptr) {
     memory = calloc(1, size);
-    FlsSetValue(slot, memory);
+    FlsSetValue(slot_of_thread(), memory);
   }
   return memory;
+}
+
+bool has_thread_memory() {
+  return FlsGetValue(slot_of_thread()) != nullptr;
+}
+
+bool is_initial_thread() {
+  return false;
 }
 
 void read_program_name(char* name, size_t size) {
@@ -307,7 +324,9 @@ void yield_processor() {
 }
 
 bool share_barriers() {
-  return true;
+  // Wine has the function that issues them, but in some versions that does nothing.
+  HMODULE system = GetModuleHandleA("ntdll.dll");
+  return system != nullptr && GetProcAddress(system, "wine_get_version") == nullptr;
 }
 
 void issue_barriers() {

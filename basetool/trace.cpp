@@ -449,7 +449,7 @@ void start() {
   }
   ErrorKeeper error_keeper;
   remember_folder();
-  __atomic_store_n(&ZOLP_trace_state.thread, thread_pointer(), __ATOMIC_RELAXED);
+  begin_first_thread();
   destination_lock.prepare();
   settings = read_settings();
   has_prefix =
@@ -460,6 +460,14 @@ void start() {
   recorder.configure(settings);
   call_around_forks(prepare_for_fork, go_on_as_parent, go_on_as_child);
   publish();
+}
+
+void end_first_thread() {
+  const FirstThreadGuard guard;
+  TextWriter(destination, first_thread, ZOLP_trace_state.depth).complete();
+  recorder.release(first_thread.events);
+  first_thread = {};
+  ZOLP_trace_state.depth = 0;
 }
 
 bool has_chosen_names() {
