@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <set>
-#include <stdexcept>
 
 #include "recording_calls.h"
 #include "text_calls.h"

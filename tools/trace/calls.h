@@ -95,7 +95,7 @@ class CallReader {
  public:
   /**
    * @param files names of files, `-` for standard input.
-   * @throws std::runtime_error when one cannot be opened.
+   * @throws tool::Error when one cannot be opened.
    */
   CallReader(CallSites& sites, const std::vector<std::string>& files, const ReadOptions& options);
   ~CallReader();
@@ -104,7 +104,7 @@ class CallReader {
 
   /**
    * The next events; none at the end. They are valid until the next call.
-   * @throws std::runtime_error when a file cannot be read, or is no trace.
+   * @throws tool::Error when a file cannot be read, or is no trace.
    */
   std::span<const CallEvent> read();
 

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "error.h"
+
 namespace trace {
 namespace {
 

@@ -15,7 +15,7 @@ class RecordingCalls final : public CallSource {
  public:
   /**
    * @param begin what was read of the file already.
-   * @throws std::runtime_error when it is of a version that is not known.
+   * @throws tool::Error when it is of a version that is not known.
    */
   RecordingCalls(Reading& reading, std::unique_ptr<TraceFile> file, std::string begin);
 

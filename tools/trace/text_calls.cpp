@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <stdexcept>
+
+#include "error.h"
 
 namespace trace {
 namespace {
@@ -360,8 +361,16 @@ void TextCalls::finish() {
     return;
   }
   is_finished_ = true;
+  if (calls_ == 0 && damaged_lines_ > 0) {
+    throw tool::Error(file_->shown_name() + " is neither a text trace nor a recording",
+                      "name a file that ZOLP_TRACE_FILE or ZOLP_TRACE_RECORD has named");
+  }
   for (TextLane& lane : lanes_) {
     end_lane(lane);
+  }
+  if (calls_ == 0 && line_number_ > 0) {
+    reading_.remarks.push_back(file_->shown_name() +
+                               " holds no calls: trace with ZOLP_TRACE_LEVEL=log or trace");
   }
   if (exits_without_entry_ > 0) {
     reading_.remarks.push_back(file_->shown_name() + ": the beginning is missing: " +
@@ -442,6 +451,7 @@ const char* TextCalls::read_known_entry(const char* call, const char* end) {
 }
 
 void TextCalls::enter(uint32_t site) {
+  ++calls_;
   lane_->stack.enter(site, time_, line_number_);
   latest_site_ = site;
   was_latest_entered_ = true;
@@ -530,6 +540,7 @@ void TextCalls::settle(TextLane& lane) {
 void TextCalls::add_pending_failure(TextLane& lane) {
   lane.error_text = TextLane::ErrorText::none;
   if (lane.has_pending_failure) {
+    ++calls_;
     lane.has_pending_failure = false;
     lane.pending.error_text = lane.pending_text;
     lane.stack.add_failure(lane.pending_site, lane.pending);
@@ -547,6 +558,11 @@ void TextCalls::read_rare_line(std::string_view line, std::string_view text) {
   }
   if (text.size() < line.size() && text.starts_with("<-")) {
     return read_exit(text.substr(2));
+  }
+  if (text.starts_with('\0')) {
+    // Where the file was emptied under a process that writes at an offset of its own.
+    const std::string_view rest = text.substr(std::min(text.find_first_not_of('\0'), text.size()));
+    return rest.empty() ? void() : read_rare_line(rest, trimmed_left(rest));
   }
   if (holds_control_characters(text)) {
     return note_damage();

@@ -98,6 +98,7 @@ class TextCalls final : public CallSource {
   bool has_prefix_ = false;
   bool is_format_known_ = false;
   uint64_t line_number_ = 0;
+  uint64_t calls_ = 0;
   int64_t time_ = unknown_time; /**< of the current line */
   uint64_t damaged_lines_ = 0;
   std::string first_damage_;

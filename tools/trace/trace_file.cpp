@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <stdexcept>
 
+#include "error.h"
 #include "utf8_path.h"
 
 #if defined(_WIN32)
@@ -49,12 +49,12 @@ TraceFile::TraceFile(const std::string& path) : path_(path), shown_name_(path) {
   } else {
     std::error_code problem;
     if (std::filesystem::is_directory(host::utf8_path(path), problem)) {
-      throw std::runtime_error("cannot read " + path + ": it is a folder: name a file in it");
+      throw tool::Error("cannot read " + path + ", which is a folder", "name a file in it");
     }
     file_.reset(open_for_reading(path));
     if (file_ == nullptr) {
-      throw std::runtime_error("cannot read " + path + " (" + std::strerror(errno) +
-                               "): check its name, and that you may read it");
+      throw tool::Error("cannot read " + path + " (" + std::strerror(errno) + ")",
+                        "check its name, and that you may read it");
     }
   }
   // Blocks are large; another buffer in between would only copy them.
@@ -64,8 +64,8 @@ TraceFile::TraceFile(const std::string& path) : path_(path), shown_name_(path) {
 size_t TraceFile::read(char* to, size_t size) {
   const size_t count = std::fread(to, 1, size, file_.get());
   if (count < size && std::ferror(file_.get()) != 0) {
-    throw std::runtime_error("cannot read " + shown_name_ + " (" + std::strerror(errno) +
-                             "): check the disk, or copy the file");
+    throw tool::Error("cannot read " + shown_name_ + " (" + std::strerror(errno) + ")",
+                      "check the disk, or copy the file");
   }
   if (count == 0) {
     std::clearerr(file_.get());

@@ -16,10 +16,10 @@ namespace trace {
  */
 class TraceFile {
  public:
-  /** @throws std::runtime_error when it cannot be opened. */
+  /** @throws tool::Error when it cannot be opened. */
   explicit TraceFile(const std::string& path);
 
-  /** Reads up to so many bytes. @return how many; 0 at the end. @throws std::runtime_error */
+  /** Reads up to so many bytes. @return how many; 0 at the end. @throws tool::Error */
   size_t read(char* to, size_t size);
 
   /** Goes back, so that bytes that were read can be read anew. @return false for what is no file.
