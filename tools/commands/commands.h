@@ -17,5 +17,6 @@ void add_handler_commands(CLI::App& program);
 void add_job_commands(CLI::App& program);
 void add_list_commands(CLI::App& program);
 void add_show_command(CLI::App& program);
+void add_trace_commands(CLI::App& program);
 
 }  // namespace tool
