@@ -4,6 +4,7 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "commands/commands.h"
 #include "error.h"
@@ -67,6 +68,7 @@ int run(int argc, char** argv) {
   tool::add_bom_commands(program);
   tool::add_completion_commands(program);
   tool::add_manual_command(program);
+  tool::add_trace_commands(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {
@@ -90,7 +92,10 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     tool::os::prepare_process();
-    tool::silence_trace_unless_wanted();
+    // What shows traces makes none: it would put away the recording that it is about to read.
+    if (argc < 2 || std::string_view(argv[1]) != "trace") {
+      tool::silence_trace_unless_wanted();
+    }
     return run(argc, argv);
   } catch (const tool::Error& error) {
     return report(error.what(), error.exit_code());

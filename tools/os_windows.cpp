@@ -38,6 +38,35 @@ bool is_error_on_terminal() {
   return _isatty(standard_error) != 0;
 }
 
+bool is_output_on_terminal() {
+  return _isatty(standard_output) != 0;
+}
+
+OutputProgram start_pager(const std::string& command) {
+  fflush(stdout);
+  OutputProgram pager;
+  pager.pipe = _popen(command.empty() ? "more" : command.c_str(), "w");
+  if (pager.pipe != nullptr) {
+    pager.earlier_output = _dup(standard_output);
+    _dup2(_fileno(pager.pipe), standard_output);
+    // An interruption is the pager's: it stays, and so must what feeds it.
+    SetConsoleCtrlHandler(nullptr, TRUE);
+  }
+  return pager;
+}
+
+void end_pager(const OutputProgram& pager) {
+  if (pager.pipe != nullptr) {
+    restore_standard_output(pager.earlier_output);
+    _pclose(pager.pipe);
+    SetConsoleCtrlHandler(nullptr, FALSE);
+  }
+}
+
+void pause_milliseconds(int milliseconds) {
+  Sleep(static_cast<DWORD>(milliseconds));
+}
+
 bool is_accessible(const std::string& path) {
   constexpr int read_and_write = 6;
   return _waccess(host::utf8_path(path).c_str(), read_and_write) == 0;

@@ -1,0 +1,45 @@
+/** @file The subcommands of `zolp trace`, and what they share; each adds itself. */
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "trace_input.h"
+
+namespace tool {
+
+void add_trace_diff(CLI::App& group);
+void add_trace_failures(CLI::App& group);
+void add_trace_graph(CLI::App& group);
+void add_trace_show(CLI::App& group);
+void add_trace_slow(CLI::App& group);
+void add_trace_summary(CLI::App& group);
+
+/** Adds the files, and what all commands have beside them. */
+void add_trace_input(CLI::App& command, TraceOptions& options);
+void add_trace_parts(CLI::App& command, TraceOptions& options);
+
+/** Standard output goes through a pager as long as one lives, when it is a terminal. */
+class Pager {
+ public:
+  Pager();
+  ~Pager();
+  Pager(const Pager&) = delete;
+  Pager& operator=(const Pager&) = delete;
+
+ private:
+  struct Running;
+  std::unique_ptr<Running> running_;
+};
+
+/** Sequences that colour what follows; empty where nothing is coloured. */
+struct Colours {
+  const char* failure = "";
+  const char* name = "";
+  const char* aside = "";
+  const char* plain = "";
+};
+Colours colours();
+
+}  // namespace tool
