@@ -67,6 +67,8 @@ int run(int argc, char** argv) {
   tool::add_handler_commands(program);
   tool::add_bom_commands(program);
   tool::add_trace_commands(program);
+  tool::add_completion_commands(program);
+  tool::add_manual_command(program);
   int exit_code = tool::exit_ok;
   try {
     program.parse(argc, argv);

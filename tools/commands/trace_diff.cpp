@@ -95,7 +95,7 @@ struct Step {
 };
 
 std::string status_text(const CallEvent& event) {
-  std::string text = " ends";
+  std::string text = " returns";
   if (event.has_failed) {
     text = " fails with " + std::to_string(event.status);
     text += event.text.empty() ? "" : ": " + std::string(event.text);

@@ -1,4 +1,5 @@
 /** @file `zolp trace failures`: the calls that failed, each with its callers. */
+#include <algorithm>
 #include <map>
 #include <tuple>
 
@@ -54,7 +55,7 @@ void print_failure(const Failure& failure, const trace::ChainTree& chains, Trace
   std::printf("  at %s, %s%s", printable(place_of(site)).c_str(), failure.count > 1 ? "first " : "",
               position_text(lane, failure.position).c_str());
   if (failure.time != trace::unknown_time) {
-    std::printf(", after %s", duration_text(failure.time).c_str());
+    std::printf(", after %s", duration_text(std::max<int64_t>(failure.time, 0)).c_str());
   }
   std::puts("");
   print_callers(chains, failure.node, "  ");

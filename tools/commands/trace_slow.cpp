@@ -65,7 +65,7 @@ void print_call(const SlowCall& call, const trace::ChainTree& chains, TraceInput
               printable(site.text).c_str(), colours.plain);
   std::printf("  at %s, %s, after %s\n", printable(place_of(site)).c_str(),
               position_text(input.reader().lanes()[call.lane], call.position).c_str(),
-              duration_text(call.entered).c_str());
+              duration_text(std::max<int64_t>(call.entered, 0)).c_str());
   print_callers(chains, call.node, "  ");
 }
 
