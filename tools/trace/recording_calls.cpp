@@ -82,6 +82,7 @@ RecordingCalls::Thread& RecordingCalls::thread_of(uint32_t number) {
     thread.stack = std::make_unique<CallStack>(reading_.sites, reading_.queue, thread.lane);
     Lane lane;
     lane.file = name_;
+    lane.parts.push_back({name_, 0});
     lane.program = recording_.program;
     lane.process = recording_.process;
     lane.thread = number;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "error.h"
 
@@ -179,7 +180,7 @@ TextCalls::TextCalls(Reading& reading, std::vector<std::string> parts,
 TextCalls::~TextCalls() = default;
 
 bool TextCalls::read() {
-  while (!reading_.queue.is_full()) {
+  while (!reading_.queue.is_full() && !std::exchange(has_to_wait_, false)) {
     if (line_ < complete_) {
       read_lines();
     } else if (!fill()) {
@@ -191,7 +192,11 @@ bool TextCalls::read() {
 }
 
 void TextCalls::find_complete_lines() {
-  const std::string_view contents(buffer_.data(), used_);
+  std::string_view contents(buffer_.data(), used_);
+  if (is_followed()) {
+    // The last line may still be written, and be found with line feeds behind it.
+    contents = contents.substr(0, contents.find_last_not_of('\n') + 1);
+  }
   const size_t last = contents.rfind('\n');
   complete_ = last == std::string_view::npos ? 0 : last + 1;
   if (!is_format_known_ && complete_ > 0) {
@@ -225,7 +230,7 @@ bool TextCalls::fill() {
 
 /** At the end of a file: goes on with the next part, or waits for more. */
 bool TextCalls::go_on_at_end() {
-  if (parts_.empty() && is_last_ && reading_.options.wait) {
+  if (is_followed()) {
     return wait_for_more();
   }
   read_cut_line();
@@ -235,8 +240,11 @@ bool TextCalls::go_on_at_end() {
   file_ = std::make_unique<TraceFile>(parts_.front());
   parts_.pop_front();
   offset_ = 0;
-  line_number_ = 0;
+  lines_before_ = line_number_;
   is_format_known_ = false;
+  for (const TextLane& lane : lanes_) {
+    reading_.lanes[lane.index].parts.push_back({file_->shown_name(), lines_before_});
+  }
   return true;
 }
 
@@ -248,6 +256,11 @@ void TextCalls::read_cut_line() {
     reading_.remarks.push_back(here() + ": the last line is cut, and was left out");
   }
   used_ = 0;
+}
+
+/** Whether this is a file that is waited for at its end. */
+bool TextCalls::is_followed() const {
+  return parts_.empty() && is_last_ && reading_.options.wait;
 }
 
 /**
@@ -262,6 +275,11 @@ bool TextCalls::wait_for_more() {
   if (!line.empty() && line == growing_line_ && end < used_) {
     complete_ = end + 1;
     growing_line_.clear();
+    return true;
+  }
+  if (!reading_.queue.is_empty()) {
+    // Who reads should have what there is before anybody waits.
+    has_to_wait_ = true;
     return true;
   }
   growing_line_ = line;
@@ -341,6 +359,7 @@ void TextCalls::choose_lane(const Prefix& prefix) {
 void TextCalls::add_lane(const Prefix& prefix) {
   Lane lane;
   lane.file = file_->shown_name();
+  lane.parts.push_back({lane.file, lines_before_});
   lane.process = prefix.process;
   lane.has_times = format_.has_time || format_.has_clock;
   if (format_.has_clock) {
@@ -683,7 +702,7 @@ void TextCalls::note_damage() {
 }
 
 std::string TextCalls::here() const {
-  return file_->shown_name() + ", line " + std::to_string(line_number_);
+  return file_->shown_name() + ", line " + std::to_string(line_number_ - lines_before_);
 }
 
 }  // namespace trace

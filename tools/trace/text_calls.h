@@ -48,6 +48,7 @@ class TextCalls final : public CallSource {
 
   bool fill();
   bool go_on_at_end();
+  bool is_followed() const;
   bool wait_for_more();
   void find_complete_lines();
   void read_cut_line();
@@ -88,16 +89,18 @@ class TextCalls final : public CallSource {
   bool is_finished_ = false;
 
   std::vector<char> buffer_;
-  size_t used_ = 0;     /**< bytes of the buffer that were read ... */
-  size_t line_ = 0;     /**< ... the next line's place there ... */
-  size_t complete_ = 0; /**< ... and the end of its complete lines */
-  uint64_t offset_ = 0; /**< in the file, of the buffer's end */
-  std::string growing_line_;
+  size_t used_ = 0;          /**< bytes of the buffer that were read ... */
+  size_t line_ = 0;          /**< ... the next line's place there ... */
+  size_t complete_ = 0;      /**< ... and the end of its complete lines */
+  uint64_t offset_ = 0;      /**< in the file, of the buffer's end */
+  std::string growing_line_; /**< the last one when the end was reached */
+  bool has_to_wait_ = false;
 
   PrefixFormat format_;
   bool has_prefix_ = false;
   bool is_format_known_ = false;
   uint64_t line_number_ = 0;
+  uint64_t lines_before_ = 0; /**< in older parts */
   uint64_t calls_ = 0;
   int64_t time_ = unknown_time; /**< of the current line */
   uint64_t damaged_lines_ = 0;
