@@ -97,12 +97,6 @@ std::string random_name() {
   return hex_text(bytes);
 }
 
-/** Names are read from the store and from lists, and what they name is read and removed. */
-bool is_name(const std::string& text) {
-  return text.size() == 2 * name_bytes &&
-         text.find_first_not_of("0123456789abcdef") == std::string::npos;
-}
-
 std::string parent_folder(const std::string& path) {
   const std::string folder = utf8_path(path).parent_path().string();
   return folder.empty() ? "." : folder;
@@ -149,6 +143,12 @@ void remove_temporary_folders_left_behind() {
 
 }  // namespace
 
+/** Names are read from the store and from lists, and what they name is read and removed. */
+bool is_contents_name(const std::string& text) {
+  return text.size() == 2 * name_bytes &&
+         text.find_first_not_of("0123456789abcdef") == std::string::npos;
+}
+
 void Progress::report(std::int64_t done, std::int64_t total) const {
   if (function != nullptr && function(done, std::max(done, total), context) == 0) {
     refuse(FILE_cancelled, "after " + std::to_string(done) + " bytes");
@@ -179,7 +179,7 @@ Vault::~Vault() {
 }
 
 std::string Vault::path_of(const std::string& name) const {
-  if (!is_name(name)) {
+  if (!is_contents_name(name)) {
     refuse(FILE_damaged, "\"" + name + "\" is no name of contents");
   }
   return folder_ + "/" + name;
@@ -301,7 +301,7 @@ void Vault::take_out(const Contents& contents, const std::string& path,
 
 void Vault::remove_unclaimed(Store& store, const std::vector<std::string>& names) const {
   for (const std::string& name : names) {
-    if (is_name(name) && store.find_one("VeloFile", {{"contents", name}}) == NULLTAG) {
+    if (is_contents_name(name) && store.find_one("VeloFile", {{"contents", name}}) == NULLTAG) {
       std::error_code ignored;
       std::filesystem::remove(utf8_path(path_of(name)), ignored);
       std::filesystem::remove(utf8_path(path_of(name) + own_name_ending), ignored);

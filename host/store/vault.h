@@ -42,6 +42,9 @@ struct Contents {
   std::string digest; /**< SHA-256 in hexadecimal digits */
 };
 
+/** Whether a text is a name of contents, and so nothing that leads elsewhere. */
+bool is_contents_name(const std::string& text);
+
 /** Size and digest of a file in the file system. */
 Contents read_contents(const std::string& path);
 
@@ -51,6 +54,9 @@ class Vault {
   ~Vault();
   Vault(const Vault&) = delete;
   Vault& operator=(const Vault&) = delete;
+
+  /** Its folder, which need not be there; empty until a temporary one is made. */
+  const std::string& folder() const { return folder_; }
 
   /** Copies a file into the vault. */
   Contents bring_in(Store& store, const std::string& path, const Progress& progress);
