@@ -14,6 +14,7 @@
 #include "object_id.h"
 #include "operation.h"
 #include "seed.h"
+#include "seed_export.h"
 #include "site_check.h"
 #include "snapshot.h"
 #include "utf8_path.h"
@@ -111,6 +112,18 @@ int ork_host_check(const char* path, logical repair, int* findings, char** json)
     const int left = host::check_site(path, repair != 0, &text);
     *json = host::hand_out(text);
     *findings = left;
+  });
+}
+
+int ork_host_export(const char* files, const char* prefix, logical dates, char** json) {
+  host::clear(json);
+  return guarded([&] {
+    host::require_all(json);
+    host::ExportWishes wishes;
+    wishes.has_dates = dates != 0;
+    wishes.files_prefix = prefix != nullptr ? prefix : "";
+    *json = host::hand_out(
+        host::export_site(host::site(), std::move(wishes), files != nullptr ? files : ""));
   });
 }
 

@@ -113,6 +113,22 @@ ORK_API int ork_host_remove(const char* path);
 ORK_API int ork_host_check(const char* path, logical repair, int* findings, char** json);
 
 /**
+ * The open site as a seed, which makes an equal site of a new one: with the same definitions,
+ * people (passwords as their hashes), preferences, texts, objects of all classes, relations and
+ * files. `docs/embedded-host.md` says what equal covers.
+ * @param[in] files folder for the contents of files, which is made and must not exist yet; null for
+ *   a site without files, others are refused then.
+ * @param[in] prefix what stands before the name of a file of the folder in the seed: the way from
+ *   the seed's folder to it, with a slash at the end; null for none.
+ * @param[in] dates 1 to have the seed say when objects were made and changed and by whom, 0 for one
+ *   that is shorter.
+ * @param[out] json the seed; null on failure.
+ * @return #ORK_ok, #ORK_invalid_argument with unsaved changes, for a text that is not UTF-8, or for
+ *   files without a folder, #FILE_exists, or #ORK_site_not_available.
+ */
+ORK_API int ork_host_export(const char* files, const char* prefix, logical dates, char** json);
+
+/**
  * Sets a preference's values; the session that is open sees them at once.
  * @param[in] name the preference.
  * @param[in] count number of values; 0 removes the preference.

@@ -8,6 +8,7 @@
 #include "flow_seed.h"
 #include "known_sites.h"
 #include "object_id.h"
+#include "object_seeder.h"
 #include "ork/text.h"
 #include "password.h"
 #include "seed_data.h"
@@ -55,7 +56,8 @@ class Seeder : private SeedWriter {
                      "view_types",
                      "note_types",
                      "revision_rules",
-                     "structures"});
+                     "structures",
+                     "objects"});
     if (const auto settings = root.find("site")) {
       take_password_cost(*settings);
     }
@@ -100,6 +102,7 @@ class Seeder : private SeedWriter {
     take_process_templates(site_, root.items_of("process_templates"));
     StructureSeeder(site_, folder_).take(root);
     AccessSeeder(site_, folder_).take(root);
+    ObjectSeeder(site_, folder_).take(root);
   }
 
  private:
@@ -116,7 +119,8 @@ class Seeder : private SeedWriter {
   }
 
   void take_user(const Node& node) {
-    node.allow_only({"id", "name", "password", "administrator", "memberships", "default_group"});
+    node.allow_only({"id", "name", "password", "password_hash", "administrator", "memberships",
+                     "default_group"});
     const Node id = node.at("id");
     const bool is_new = store_.find_one("User", {{"user_id", id.name()}}) == NULLTAG;
     const tag user = ensure(id, "User", {{"user_id", id.name()}});
@@ -126,6 +130,9 @@ class Seeder : private SeedWriter {
     put_text(node, "name", user, "user_name");
     if (const auto password = node.find("password")) {
       take_password(*password, user);
+    }
+    if (const auto hash = node.find("password_hash")) {
+      at_place(*hash, [&] { store_password_hash(site_.database(), user, hash->name()); });
     }
     if (const auto flag = node.find("administrator")) {
       put(*flag, user, "is_administrator", flag->logical_value());

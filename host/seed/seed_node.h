@@ -46,6 +46,7 @@ class Node {
     refuse(std::string("expected ") + expected + ", found " + value_->type_name());
   }
 
+  const Json& json() const { return *value_; }
   bool is_null() const { return value_->is_null(); }
   bool is_text() const { return value_->is_string(); }
   bool is_logical() const { return value_->is_boolean(); }

@@ -265,7 +265,7 @@ void Store::write_slot(tag object, const Attribute& attribute, const Slot& slot)
 
 /** Notes who saves an instance, and when. */
 void Store::sign(tag object, Instance& instance) {
-  if (instance.type->find_attribute("last_mod_date") == nullptr) {
+  if (!signs_ || instance.type->find_attribute("last_mod_date") == nullptr) {
     return;
   }
   set(object, "last_mod_date", os::local_time());

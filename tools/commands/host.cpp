@@ -85,6 +85,7 @@ void add_host_commands(CLI::App& program) {
   add_host_reset(group);
   add_host_remove(group);
   add_host_check(group);
+  add_host_export(group);
 }
 
 }  // namespace tool

@@ -36,5 +36,6 @@ void add_host_restore(CLI::App& group);
 void add_host_reset(CLI::App& group);
 void add_host_remove(CLI::App& group);
 void add_host_check(CLI::App& group);
+void add_host_export(CLI::App& group);
 
 }  // namespace tool
