@@ -12,7 +12,9 @@
 #include "failure.h"
 #include "object_id.h"
 #include "ork/file.h"
+#include "random_name.h"
 #include "schema.h"
+#include "snapshot.h"
 #include "store.h"
 #include "stored_files.h"
 #include "utf8_path.h"
@@ -244,7 +246,7 @@ class SiteCheck {
       note("process", "the file of a process that has ended: " + processes_of(path_) + "/" + name,
            [&] {
              for (const std::string& contents : presence_.notes_of(name)) {
-               if (is_contents_name(contents) && !is_claimed(database_, contents)) {
+               if (is_random_name(contents) && !is_claimed(database_, contents)) {
                  remove(vault_ + "/" + contents);
                  remove(vault_ + "/" + contents + ".part");
                }
@@ -268,7 +270,7 @@ class SiteCheck {
 
   std::string wrong_with(const StoredFile& file) const {
     const std::string path = vault_ + "/" + file.contents.name;
-    if (!is_contents_name(file.contents.name)) {
+    if (!is_random_name(file.contents.name)) {
       return "\"" + file.contents.name + "\" is no name of contents";
     }
     if (!is_plain_file(path)) {
@@ -299,7 +301,7 @@ class SiteCheck {
     for (const std::string& name : names) {
       const std::string contents = name.substr(0, name.find('.'));
       const std::string path = vault_ + "/" + name;
-      const bool is_ours = is_contents_name(contents) || name == "maker" || name == "site";
+      const bool is_ours = is_random_name(contents) || name == "maker" || name == "site";
       if (under_way.contains(contents) ||
           (contents == name && is_claimed(database_, name)) || os::is_held(path) ||
           !fs::exists(fs::symlink_status(utf8_path(path), none))) {
@@ -349,6 +351,7 @@ int check_site(const std::string& path, bool repairs, std::string* json) {
   if (!fs::is_regular_file(utf8_path(path), ignored)) {
     refuse(ORK_site_not_available, path + " is not there");
   }
+  require_no_open_site(path);  // its own locks would look like those of nobody
   SiteCheck check(path, repairs);
   check.run();
   *json = check.json();

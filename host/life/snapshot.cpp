@@ -10,6 +10,7 @@
 #include "held_file.h"
 #include "ork/file.h"
 #include "os_file.h"
+#include "random_name.h"
 #include "schema.h"
 #include "stored_files.h"
 #include "utf8_path.h"
@@ -194,7 +195,7 @@ class Copying {
       return true;
     }
     const std::string from = source_.vault + "/" + name;
-    if (!is_contents_name(name) || !is_plain_file(from)) {
+    if (!is_random_name(name) || !is_plain_file(from)) {
       return false;
     }
     try {
@@ -258,7 +259,7 @@ void copy_site(const Source& source, const std::string& path, Sharing sharing) {
 void require_contents(const std::vector<StoredFile>& files, const std::string& vault) {
   for (const StoredFile& file : files) {
     const std::string path = vault + "/" + file.contents.name;
-    if (!is_contents_name(file.contents.name) || !is_plain_file(path)) {
+    if (!is_random_name(file.contents.name) || !is_plain_file(path)) {
       refuse(FILE_damaged, "contents " + file.contents.name + " are not in " + vault);
     }
     if (read_contents(path).digest != file.contents.digest) {
@@ -408,13 +409,13 @@ void put_back(ClaimedSite& site, const std::string& path, const Source& source, 
   contents.done();
 }
 
+}  // namespace
+
 void require_no_open_site(const std::string& path) {
   if (open_site() != nullptr && is_same_file(open_site()->path(), path)) {
     refuse(ORK_site_in_use, path + " is open in this process");
   }
 }
-
-}  // namespace
 
 void make_snapshot(Site& site, const std::string& copy, Sharing sharing) {
   copy_site({site.database(), site.vault().folder()}, copy, sharing);

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "random_name.h"
 #include "utf8_path.h"
 
 namespace host {
@@ -68,7 +69,7 @@ std::vector<std::string> names_in_vault(const std::string& folder) {
   }
   for (const auto& entry : fs::directory_iterator(utf8_path(folder), none)) {
     const std::string name = entry.path().filename().string();
-    if (is_contents_name(name) && is_plain_file(entry.path().string())) {
+    if (is_random_name(name) && is_plain_file(entry.path().string())) {
       names.push_back(name);
     }
   }

@@ -42,9 +42,6 @@ struct Contents {
   std::string digest; /**< SHA-256 in hexadecimal digits */
 };
 
-/** Whether a text is a name of contents, and so nothing that leads elsewhere. */
-bool is_contents_name(const std::string& text);
-
 /** Size and digest of a file in the file system. */
 Contents read_contents(const std::string& path);
 

@@ -98,6 +98,7 @@ const std::vector<Command>& commands() {
       {{"bom", "export", "P/A", "--class", "Item"}},
       {{"bom", "export", "P/A", "--class", "Dataset"}},
       {{"clone", "{files}/list.txt", "--out", "{out}"}},
+      {{"completion", "bash"}},
       {{"dataset", "import", "{files}/report.txt", "--item", "P", "--rev", "A"}},
       {{"dataset", "import", "{files}/body.prt", "--type", "Model", "--item", "P", "--json"}},
       {{"dataset", "export", "Front", "--out", "{out}"}},
@@ -117,6 +118,12 @@ const std::vector<Command>& commands() {
       {{"host", "init", "{out}/new.db", "--seed", "{files}/seed.json"}},
       {{"host", "seed", "{site}", "{files}/seed.json"}},
       {{"host", "show", "{site}", "users"}},
+      {{"host", "snapshot", "{site}", "{out}/copy.db"}},
+      {{"host", "restore", "{out}/new.db", "{site}"}},
+      {{"host", "reset", "{site}"}},
+      {{"host", "remove", "{site}"}},
+      {{"host", "check", "{site}"}},
+      {{"host", "export", "{site}", "--out", "{out}/seed.json", "--files", "{out}/files"}},
       {{"host", "pref", "{site}", "ZOLP_qnversion", "v15"}},
       {{"host", "unlock", "{site}"}},
       {start},
@@ -134,6 +141,7 @@ const std::vector<Command>& commands() {
       {{"list", "scan", "{files}/list.txt", "{out}/new.txt", "--pattern", "X"}},
       {{"list", "items", "{files}/items.txt"}},
       {{"list", "tree", "{files}/list.txt"}},
+      {{"manual", "--markdown"}},
       {{"show", "P/A"}},
   };
   return all;
