@@ -59,8 +59,8 @@ void Store::read(tag object, Instance& instance) {
 }
 
 /**
- * One statement reads one state of the file. What references lead to is not looked up before somebody
- * follows them; see refuse_missing.
+ * One statement reads one state of the file. What references lead to is not looked up before
+ * somebody follows them; see refuse_missing.
  */
 Store::Instance Store::read_saved(tag object) {
   Query query(database_,
