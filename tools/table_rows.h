@@ -1,0 +1,16 @@
+/** @file Rows of tables, as all tables print them. */
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tool {
+
+/** Number of columns that a UTF-8 text takes, counting each character as one. */
+size_t display_width(std::string_view text);
+
+/** Prints the cells of a row, each padded to its column's width. */
+void print_row(const std::vector<std::string>& cells, const std::vector<size_t>& widths);
+
+}  // namespace tool
