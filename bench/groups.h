@@ -13,5 +13,6 @@ void add_job_benchmarks();
 void add_release_list_benchmarks();
 
 void add_structure_benchmarks();
+void add_seed_benchmarks(const std::string& where);
 
 }  // namespace bench
