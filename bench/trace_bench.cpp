@@ -31,8 +31,7 @@ class MappedFile {
     struct stat status = {};
     fstat(file_, &status);
     size_ = static_cast<std::size_t>(status.st_size);
-    begin_ =
-        static_cast<const char*>(mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, file_, 0));
+    begin_ = static_cast<const char*>(mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, file_, 0));
   }
   ~MappedFile() {
     munmap(const_cast<char*>(begin_), size_);
@@ -86,9 +85,12 @@ struct Traces {
     list_ = site().folder.path("traced_list.txt");
     write_list(list_);
     std::FILE* out = std::fopen(text.c_str(), "w");
-    ZOLP_SetTraceWriter([](int, const char* line, size_t size,
-                           void* to) { std::fwrite(line, 1, size, static_cast<std::FILE*>(to)); },
-                        out);
+    ZOLP_SetTraceWriter(
+        [](int, const char* line, size_t size, void* to) {
+          std::fwrite(line, 1, size, static_cast<std::FILE*>(to));
+          std::fputc('\n', static_cast<std::FILE*>(to));
+        },
+        out);
     ZOLP_SetTraceLevel(ZOLP_LEVEL_DEBUG);
     clone();
     ZOLP_SetTraceLevel(ZOLP_LEVEL_OFF);

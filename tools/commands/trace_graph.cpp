@@ -11,6 +11,7 @@ namespace tool {
 namespace {
 
 struct GraphOptions : TraceOptions {
+  std::string file;
   std::string name;
 };
 
@@ -184,21 +185,21 @@ void add_trace_graph(CLI::App& group) {
   CLI::App* const command =
       group.add_subcommand("graph", "Print who calls a function and what it calls");
   const auto options = std::make_shared<GraphOptions>();
-  // Of several arguments the last one is the name.
-  command
-      ->add_option("FILE", options->files,
-                   "Text traces and recordings, - for standard input; then the function's name, "
-                   "in which * stands for any characters")
+  command->add_option("FILE", options->file, "Text trace or recording; - for standard input")
       ->required()
-      ->expected(2, 1'000'000)
-      ->type_name("... NAME");
+      ->type_name("");
+  command
+      ->add_option("NAME", options->name,
+                   "The function; * stands for any characters, commas stand between several")
+      ->required()
+      ->type_name("");
+  command->add_option("MORE", options->files, "Further files")->type_name("");
   add_trace_parts(*command, *options);
   command->footer(
       "\nNAME() is a call as a function makes it, NAME the function itself.\n\n"
       "Example: zolp trace graph run.trace 'PREF_*'");
   command->callback([options] {
-    options->name = options->files.back();
-    options->files.pop_back();
+    options->files.insert(options->files.begin(), options->file);
     show_graph(*options);
   });
 }
