@@ -96,9 +96,9 @@ ORK_API void ork_host_set_seed_progress(ork_host_seed_progress progress, void* c
 /**
  * Describes a part of the open site as JSON.
  * @param[in] section "site", "users", "groups", "roles", "classes", "types", "relation_types",
- *   "tools", "dataset_types", "form_types", "objects", "relations", "structures", "preferences",
- *   "texts" (those of the site's own), "sites", "process_templates", "jobs", "access" (its rules)
- * or "locks"; null for all of them in one object.
+ *   "tools", "dataset_types", "form_types", "objects", "relations", "structures", "revision_rules",
+ *   "preferences", "texts" (those of the site's own), "sites", "process_templates", "jobs",
+ * "access" (its rules) or "locks"; null for all of them in one object.
  * @param[out] json the text; null on failure.
  * @return #ORK_ok, #ORK_invalid_argument or #ORK_site_not_available.
  */
@@ -142,14 +142,14 @@ ORK_API int ork_host_remove(const char* path);
  * Looks a site over: the file as SQLite sees it, references, all values of all objects, circles in
  * structures, types and tasks, locks of processes that have ended, contents of all files, and files
  * in the vault that nothing refers to. Others may be using the site.
- * @param[in] path path of the site.
+ * @param[in] path path of the site, which this process must not have open.
  * @param[in] repair 1 to put right what can be without losing anything: locks and files of
  *   processes that have ended, contents that nothing refers to, values of deleted objects, and
  *   indexes.
  * @param[out] findings number of findings, without those that were repaired.
  * @param[out] json an object with `site`, `whole`, `objects`, `files` and `findings`, each of these
  *   with `kind`, `text` and `repaired`; null on failure.
- * @return #ORK_ok, whatever was found, or #ORK_site_not_available.
+ * @return #ORK_ok, whatever was found, #ORK_site_in_use or #ORK_site_not_available.
  */
 ORK_API int ork_host_check(const char* path, logical repair, int* findings, char** json);
 
@@ -168,6 +168,21 @@ ORK_API int ork_host_check(const char* path, logical repair, int* findings, char
  *   files without a folder, #FILE_exists, or #ORK_site_not_available.
  */
 ORK_API int ork_host_export(const char* files, const char* prefix, logical dates, char** json);
+
+/**
+ * Takes a piece of a text, which ends between two values.
+ * @return 1 to go on, 0 for no more.
+ */
+typedef logical (*ork_host_writer)(const char* text, size_t size, void* context);
+
+/**
+ * The same, piece by piece as it is made: the memory that it takes does not grow with the site.
+ * @param[in] section as above.
+ * @param[in] write takes the pieces; what was written when the description fails is a part of it.
+ * @param[in] context what it is called with.
+ * @return as above, or #ORK_interrupted where no more was wanted.
+ */
+ORK_API int ork_host_write_description(const char* section, ork_host_writer write, void* context);
 
 /**
  * Sets a preference's values; the session that is open sees them at once.
@@ -209,6 +224,12 @@ ORK_API int ork_host_begin_view(void);
 
 /** Ends that; without a view it does nothing. */
 ORK_API int ork_host_end_view(void);
+
+/**
+ * Drops from memory the values that were read and are neither changed nor locked; they are read
+ * again when they are next asked for. For programs that go through a whole site.
+ */
+ORK_API int ork_host_forget_read(void);
 
 /**
  * From now on until #ork_host_end_change, what is saved comes into the site as a whole or not at
