@@ -126,8 +126,18 @@ class SiteCheck {
 
   void check_references() {
     for (Query rows(database_, "PRAGMA foreign_key_check"); rows.next();) {
-      note("reference", "table " + rows.text(0) + ": a row refers to one that is not in table " +
-                            rows.text(2));
+      note("reference",
+           "table " + rows.text(0) + ": a row refers to one that is not in table " + rows.text(2));
+    }
+    for (Query lost(database_,
+                    "SELECT v.instance, a.name, v.content FROM attribute a "
+                    "JOIN value v ON v.attribute = a.id "
+                    "JOIN instance i ON i.tag = v.instance AND i.deleted = 0 "
+                    "LEFT JOIN instance r ON r.tag = v.content AND r.deleted = 0 "
+                    "WHERE a.kind = 'reference' AND r.tag IS NULL AND v.content IS NOT 0");
+         lost.next();) {
+      note("reference", "object " + lost.text(0) + ", attribute " + lost.text(1) +
+                            ": it refers to object " + lost.text(2) + ", which is not there");
     }
     Query dead(database_,
                "SELECT DISTINCT v.instance FROM value v JOIN instance i ON i.tag = v.instance "
@@ -279,9 +289,9 @@ class SiteCheck {
     try {
       const Contents found = read_contents(path);
       if (found.size != file.contents.size || found.digest != file.contents.digest) {
-        return "its contents " + path + " are not what was imported: " +
-               std::to_string(found.size) + " bytes of " + std::to_string(file.contents.size) +
-               ", digest " + found.digest;
+        return "its contents " + path +
+               " are not what was imported: " + std::to_string(found.size) + " bytes of " +
+               std::to_string(file.contents.size) + ", digest " + found.digest;
       }
     } catch (const Failure& failure) {
       return failure.detail();
@@ -302,9 +312,8 @@ class SiteCheck {
       const std::string contents = name.substr(0, name.find('.'));
       const std::string path = vault_ + "/" + name;
       const bool is_ours = is_random_name(contents) || name == "maker" || name == "site";
-      if (under_way.contains(contents) ||
-          (contents == name && is_claimed(database_, name)) || os::is_held(path) ||
-          !fs::exists(fs::symlink_status(utf8_path(path), none))) {
+      if (under_way.contains(contents) || (contents == name && is_claimed(database_, name)) ||
+          os::is_held(path) || !fs::exists(fs::symlink_status(utf8_path(path), none))) {
         continue;
       }
       note("leftover", "nothing refers to " + path,
