@@ -75,7 +75,8 @@ void require_clear(const std::vector<tag>& found, const RemoveOptions& options) 
 
 void remove_lines(const RemoveOptions& options) {
   const tag parent = find_object(options.revision);
-  const std::string problem = "no line is taken out of " + id_of(parent);
+  const std::string id = id_of(parent);
+  const std::string problem = "no line is taken out of " + id;
   Change change;
   const tag lines = class_of(parent) == "Item"
                         ? NULLTAG
@@ -95,10 +96,10 @@ void remove_lines(const RemoveOptions& options) {
   });
   require_success(change.keep(), problem, "start again");
   if (options.json) {
-    return print_json({{"revision", id_of(parent)}, {"removed", count}});
+    return print_json({{"revision", id}, {"removed", count}});
   }
   std::printf("took %zu %s out of %s\n", count, count == 1 ? "line" : "lines",
-              printable(id_of(parent)).c_str());
+              printable(id).c_str());
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "host/ork_host.h"
 #include "login.h"
 #include "objects.h"
+#include "site.h"
 
 namespace tool {
 
@@ -23,11 +24,14 @@ template <typename Operation>
 void reserve(const CheckoutOptions& options, const char* done, Operation operation) {
   const tag object = find_object(options.object);
   const std::string id = id_of(object);
-  require_success(operation(object), id + " is not " + done,
+  const std::string problem = id + " is not " + done;
+  Change change;
+  require_success(operation(object), problem,
                   "see \"zolp show " + options.object + "\" for who has it");
+  const Json card = {{"object", id}, {"checked_out_by", display_value(object, "checked_out_user")}};
+  require_success(change.keep(), problem, "start again");
   if (options.json) {
-    return print_json(
-        {{"object", id}, {"checked_out_by", display_value(object, "checked_out_user")}});
+    return print_json(card);
   }
   std::printf("%s %s\n", done, printable(id).c_str());
 }
