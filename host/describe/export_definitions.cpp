@@ -240,10 +240,9 @@ class DefinitionExport {
       const auto definition =
           std::find_if(known.begin(), known.end(),
                        [&](const DatasetTypeDefinition& entry) { return entry.type == name; });
-      const bool is_as_known = definition == known.end()
-                                   ? tool == NULLTAG && references.empty()
-                                   : definition->default_tool == tool_name &&
-                                         definition->references == references;
+      const bool is_as_known = definition == known.end() ? tool == NULLTAG && references.empty()
+                                                         : definition->default_tool == tool_name &&
+                                                               definition->references == references;
       if (!is_as_known) {
         all.push_back({{"name", name}});
         add(all.back(), "tool", tool_name);
@@ -329,8 +328,7 @@ class DefinitionExport {
 
 Json rule_json(Store& store, const ExportPlaces& places, const AccessRule& rule) {
   Json described = {{rule.grants ? "grant" : "deny", rule.privileges}};
-  described["to"] =
-      rule.accessor != NULLTAG ? places.of(rule.accessor) : Json(rule.accessor_kind);
+  described["to"] = rule.accessor != NULLTAG ? places.of(rule.accessor) : Json(rule.accessor_kind);
   described["on"] = rule.target_object != NULLTAG ? places.of(rule.target_object)
                     : rule.target_type != NULLTAG
                         ? Json({{"type", store.text(rule.target_type, "type_name")}})

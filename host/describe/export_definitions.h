@@ -1,4 +1,5 @@
-/** @file What objects of a site are made of, as seeds have it: people, types, preferences, texts. */
+/** @file What objects of a site are made of, as seeds have it: people, types, preferences, texts.
+ */
 #pragma once
 
 #include "export_places.h"

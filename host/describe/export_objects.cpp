@@ -19,18 +19,16 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /** What sections say of all workspace objects. */
-const std::set<std::string> common = {"object_name",  "object_type",      "object_desc",
-                                      "owning_user",  "owning_group",     "owning_site",
-                                      "checked_out_user", "checked_out_date",
-                                      "release_status_list"};
+const std::set<std::string> common = {
+    "object_name", "object_type",      "object_desc",      "owning_user",        "owning_group",
+    "owning_site", "checked_out_user", "checked_out_date", "release_status_list"};
 
 class ObjectExport {
  public:
   ObjectExport(Site& site, const ExportWishes& wishes, ExportPlaces& places, Unsaid& unsaid)
       : site_(site), store_(site.store()), wishes_(wishes), places_(places), unsaid_(unsaid) {
     const auto user_id = store_.setting("automatic_login");
-    has_automatic_user_ =
-        user_id && store_.find_one("User", {{"user_id", *user_id}}) != NULLTAG;
+    has_automatic_user_ = user_id && store_.find_one("User", {{"user_id", *user_id}}) != NULLTAG;
   }
 
   void add_to(Json& seed) {
@@ -103,8 +101,7 @@ class ObjectExport {
            store_.text(status, "object_name") == name &&
            store_.text(status, "object_type") == "ReleaseStatus" &&
            store_.text(status, "object_desc").empty() &&
-           store_.reference(status, "owning_user") == NULLTAG &&
-           places_.references_to(status) == 1;
+           store_.reference(status, "owning_user") == NULLTAG && places_.references_to(status) == 1;
   }
 
   void add_statuses(Json& described, tag object, std::set<std::string>& said) {
@@ -185,8 +182,8 @@ class ObjectExport {
     const std::map<std::string, std::set<tag>> datasets = datasets_of(relations);
     for (const tag relation : relations) {
       const tag dataset = store_.reference(relation, "secondary_object");
-      if (is_plain_relation(relation) && !places_.has(dataset) &&
-          store_.is_a(dataset, "Dataset") && is_sayable_dataset(dataset) &&
+      if (is_plain_relation(relation) && !places_.has(dataset) && store_.is_a(dataset, "Dataset") &&
+          is_sayable_dataset(dataset) &&
           datasets.at(store_.text(dataset, "object_name")).size() == 1) {
         places_.note_unnamed(relation);
         described["datasets"].push_back(dataset_json(dataset, relation, place));
@@ -243,10 +240,9 @@ class ObjectExport {
     if (has_plain_files) {
       for (const NamedReference& file : named_references(store_, dataset)) {
         places_.note_unnamed(file.object);
-        described["files"].push_back(
-            {{"reference", file.name},
-             {"path", path_of_contents(store_, wishes_, file.object)},
-             {"name", store_.text(file.object, "original_file_name")}});
+        described["files"].push_back({{"reference", file.name},
+                                      {"path", path_of_contents(store_, wishes_, file.object)},
+                                      {"name", store_.text(file.object, "original_file_name")}});
       }
     }
     return described;
@@ -304,19 +300,18 @@ class ObjectExport {
         continue;
       }
       Json place = places_.of(revision);
-      place["view_type"] =
-          store_.text(store_.reference(view, "view_type"), "view_type_name");
+      place["view_type"] = store_.text(store_.reference(view, "view_type"), "view_type_name");
       Json lines = lines_json(view_revision);
       if (lines.is_null()) {
         continue;
       }
       note_view(view, place);
       places_.note(view_revision, place);
-      place.update(workspace_json(
-          view_revision, "PSBOMViewRevision",
-          {"bom_view", "structure_of", "occurrence_numbers", "occurrence_items",
-           "occurrence_revisions", "occurrence_quantities", "occurrence_sequences",
-           "note_occurrences", "note_types", "note_texts"}));
+      place.update(
+          workspace_json(view_revision, "PSBOMViewRevision",
+                         {"bom_view", "structure_of", "occurrence_numbers", "occurrence_items",
+                          "occurrence_revisions", "occurrence_quantities", "occurrence_sequences",
+                          "note_occurrences", "note_types", "note_texts"}));
       place["lines"] = std::move(lines);
       all.push_back(std::move(place));
     }
@@ -352,9 +347,8 @@ class ObjectExport {
       if (revision != NULLTAG) {
         line["revision"] = store_.text(revision, "item_revision_id");
       }
-      for (const auto& [member, text] :
-           {std::pair{"quantity", structure.quantity(*occurrence)},
-            std::pair{"sequence", structure.sequence(*occurrence)}}) {
+      for (const auto& [member, text] : {std::pair{"quantity", structure.quantity(*occurrence)},
+                                         std::pair{"sequence", structure.sequence(*occurrence)}}) {
         if (!text.empty()) {
           line[member] = text;
         }

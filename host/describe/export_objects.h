@@ -1,4 +1,5 @@
-/** @file Items with all that belongs to them, their structures and relations, as seeds have them. */
+/** @file Items with all that belongs to them, their structures and relations, as seeds have them.
+ */
 #pragma once
 
 #include <string>

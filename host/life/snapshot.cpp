@@ -182,8 +182,8 @@ class Copying {
         break;
       }
       if (attempt == attempts || is_claimed(source_.database, lost.front())) {
-        refuse(FILE_damaged, "contents " + lost.front() + " are not in the vault of " +
-                                 source_.database.path());
+        refuse(FILE_damaged,
+               "contents " + lost.front() + " are not in the vault of " + source_.database.path());
       }
     }
     remove_what_is_nobodys();
@@ -305,7 +305,8 @@ class ClaimedSite {
   std::optional<Database> database_;
 };
 
-/** Brings contents into a vault that may have them already, and puts right what is damaged there. */
+/** Brings contents into a vault that may have them already, and puts right what is damaged there.
+ */
 void bring_contents(const std::vector<StoredFile>& files, const std::string& from,
                     const std::string& to, Sharing sharing) {
   for (const StoredFile& file : files) {

@@ -2,9 +2,10 @@
  * @file
  * Copies of whole sites, and sites that are put back to what a copy has or removed.
  *
- * A copy is made inside of its vault's folder, beside the contents, and its file gets its name last:
- * with that it is there. A file in the folder says whose work it is (held_file.h), so that what a
- * killed process has left is told from a site, and removed by who makes a copy of that name next.
+ * A copy is made inside of its vault's folder, beside the contents, and its file gets its name
+ * last: with that it is there. A file in the folder says whose work it is (held_file.h), so that
+ * what a killed process has left is told from a site, and removed by who makes a copy of that name
+ * next.
  *
  * A site is put back in one transaction. Contents that it is to have come before that, those that
  * it had go after it, and all of them stand in this process's presence file meanwhile: whatever

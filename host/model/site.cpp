@@ -7,6 +7,7 @@
 #include "site_texts.h"
 #include "structures.h"
 #include "turn.h"
+#include "writer_note.h"
 
 namespace host {
 
@@ -34,6 +35,12 @@ std::unique_ptr<Site>& current() {
 const Site*& left_behind() {
   static const Site* site = nullptr;
   return site;
+}
+
+/** While changes are held: others wait for this process. */
+std::optional<WriterNote>& note_of_held_changes() {
+  static std::optional<WriterNote> note;
+  return note;
 }
 
 void refuse_forked() {
@@ -78,6 +85,7 @@ void Site::give_all_back() {
     report_locks();
   }
   database_.end_changes(false);
+  note_of_held_changes().reset();
   database_.end_view();
   try {
     store_->release_locks();
@@ -123,6 +131,7 @@ void Site::hold_changes() {
     refuse(ORK_invalid_argument, "the session has unsaved changes; save or drop them first");
   }
   database_.hold_changes();
+  note_of_held_changes().emplace(path(), session ? session->user_id : "");
 }
 
 void Site::end_changes(bool keep) {
@@ -137,7 +146,9 @@ void Site::end_changes(bool keep) {
   };
   try {
     database_.end_changes(keep);
+    note_of_held_changes().reset();
   } catch (...) {
+    note_of_held_changes().reset();
     undo_in_memory();
     throw;
   }

@@ -221,10 +221,9 @@ tag ObjectSeeder::find_in_item(const Node& node) {
     revision_id->refuse("the item has no revision \"" + revision_id->text() + "\"");
   }
   if (const auto view_type = node.find("view_type")) {
-    const tag view =
-        store_.find_one("PSBOMView", {{"parent_item", item},
-                                      {"view_type", find_named(*view_type, "PSViewType",
-                                                               "view_type_name")}});
+    const tag view = store_.find_one(
+        "PSBOMView", {{"parent_item", item},
+                      {"view_type", find_named(*view_type, "PSViewType", "view_type_name")}});
     const tag found = view == NULLTAG || !revision_id
                           ? view
                           : store_.find_one("PSBOMViewRevision",

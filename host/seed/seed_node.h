@@ -17,10 +17,11 @@
 
 namespace host {
 
-/** What faults do while a seed is taken: the first one refuses it, unless all of them are wanted. */
+/** What faults do while a seed is taken: the first one refuses it, unless all of them are wanted.
+ */
 struct SeedFaults {
-  TakeFault take;               /**< empty where the first one ends the seed */
-  std::size_t count = 0;        /**< of those that were taken */
+  TakeFault take;                /**< empty where the first one ends the seed */
+  std::size_t count = 0;         /**< of those that were taken */
   std::set<std::string> lacking; /**< names of what a fault has kept from being made */
 
   bool are_gathered() const { return take != nullptr; }

@@ -19,9 +19,9 @@ bool means_damage(int result) {
 
 Database::Claim Database::claim() {
   const Impatience at_once(*this);
-  const int result = sqlite3_exec(connection_.get(),
-                                  "PRAGMA locking_mode = EXCLUSIVE; BEGIN IMMEDIATE; COMMIT",
-                                  nullptr, nullptr, nullptr);
+  const int result =
+      sqlite3_exec(connection_.get(), "PRAGMA locking_mode = EXCLUSIVE; BEGIN IMMEDIATE; COMMIT",
+                   nullptr, nullptr, nullptr);
   if ((result & 0xFF) == SQLITE_BUSY) {
     return Claim::in_use;
   }

@@ -59,8 +59,8 @@ void Store::read(tag object, Instance& instance) {
 }
 
 /**
- * One statement reads one state of the file. What references lead to is not looked up before somebody
- * follows them; see refuse_missing.
+ * One statement reads one state of the file. What references lead to is not looked up before
+ * somebody follows them; see refuse_missing.
  */
 Store::Instance Store::read_saved(tag object) {
   Query query(database_,
@@ -112,7 +112,8 @@ void Store::refuse_missing(tag object, bool is_deleted) {
                    "WHERE v.attribute IN (SELECT id FROM attribute WHERE kind = 'reference') "
                    "AND v.content = ? LIMIT 1",
                    object);
-  if (references.next()) {
+  // References to nothing are kept as those to the null tag.
+  if (object != NULLTAG && references.next()) {
     refuse_damage(static_cast<tag>(references.integer(0)), references.text(1),
                   "it refers to object " + std::to_string(object) + ", which is not there");
   }

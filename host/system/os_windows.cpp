@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "os.h"
+#include "process_id.h"
 #include "utf8_path.h"
 
 namespace host::os {
@@ -30,6 +31,10 @@ std::wstring wide(const std::string& text) {
 
 unsigned forks() {
   return 0;
+}
+
+std::uint64_t process_id() {
+  return GetCurrentProcessId();
 }
 
 std::string node_name() {

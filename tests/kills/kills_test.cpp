@@ -276,10 +276,10 @@ TEST_F(Kills, SnapshotsWhileEightProcessesWriteAreWhole) {
   ASSERT_EQ(ork_host_open(site_.c_str()), ORK_ok);
   for (const char* name : {"d", "e", "f", "g", "h", "i", "j", "k"}) {
     const std::string kept = std::string("kept") + name;
-    ASSERT_EQ(ork_host_seed((R"({"items": [{"id": ")" + kept +
-                             R"(", "name": "0", "description": "0"}]})")
-                                .c_str()),
-              ORK_ok);
+    ASSERT_EQ(
+        ork_host_seed(
+            (R"({"items": [{"id": ")" + kept + R"(", "name": "0", "description": "0"}]})").c_str()),
+        ORK_ok);
     workers.push_back(std::make_unique<Worker>(folder_, name));
   }
   ork_host_close();

@@ -72,7 +72,8 @@ std::string value_text(const Json& value) {
 }
 
 void add_host_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("host", "Create, fill, show, copy, check and remove embedded sites");
+  CLI::App& group =
+      *program.add_subcommand("host", "Create, fill, show, copy, check and remove embedded sites");
   group.require_subcommand(1);
   group.footer("\n\"zolp host COMMAND --help\" says more about each command.");
   add_host_init(group);

@@ -94,8 +94,7 @@ void add_host_export(CLI::App& group) {
   command->add_option("--out", options->seed, "The seed; an earlier one is replaced")
       ->required()
       ->type_name("FILE");
-  command->add_option("--files", options->files,
-                      "Folder for the contents of files; must not exist")
+  command->add_option("--files", options->files, "Folder for the contents of files; must not exist")
       ->type_name("FOLDER");
   command->add_flag("--without-dates", options->has_no_dates,
                     "Leave out when objects were made and changed, and by whom");
