@@ -33,9 +33,10 @@ TEST(Demo, ShowsAJobWithAHandler) {
 }
 
 TEST(Demo, ShowsDatasetsAndAForm) {
-  expect_shown("datasets", {"exported.txt is what was imported", "Check_report__second_shaft.txt",
-                            "wrote images/SH-200_A_Side_view", "UGepDate     16-Oct-2026",
-                            "there is no such date"});
+  expect_shown("datasets",
+               {"exported.txt is what was imported", "Check_report__second_shaft.txt",
+                "wrote images/SH-200_A_Side_view", "UGepDate     16-Oct-2026",
+                "there is no such date", "are not there", "is not whole (1 finding)", "whole: "});
 }
 
 TEST(Demo, ShowsAProductStructure) {
