@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "commands/host.h"
@@ -30,7 +31,10 @@ class MovedSite {
   MovedSite(const fs::path& from, const fs::path& to) : from_(from), to_(to) {}
   ~MovedSite() {
     for (auto name = moved_.rbegin(); name != moved_.rend(); ++name) {
-      os::move_without_replacing(to_ / *name, from_ / *name);
+      if (!os::move_without_replacing(to_ / *name, from_ / *name)) {
+        std::error_code ignored;
+        fs::remove_all(to_ / *name, ignored);  // it was put there by this process
+      }
     }
   }
   MovedSite(const MovedSite&) = delete;
