@@ -65,6 +65,8 @@ int run(int argc, char** argv) {
   tool::add_job_commands(program);
   tool::add_handler_commands(program);
   tool::add_bom_commands(program);
+  tool::add_completion_commands(program);
+  tool::add_manual_command(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {
