@@ -113,7 +113,8 @@ void add_host_init(CLI::App& group) {
   init->add_option("FILE", options->file, "The site's file; must not exist")
       ->required()
       ->type_name("");
-  init->add_option("--seed", options->seeds, "JSON file to fill the site from; repeatable")
+  init->add_option("--seed", options->seeds,
+                   "JSON file to fill the site from, - for standard input; repeatable")
       ->type_name("FILE")
       ->allow_extra_args(false);
   init->footer(
