@@ -148,6 +148,7 @@ const std::vector<Command>& commands() {
       {{"job", "targets", "J", "--add", "Q/A", "--remove", "P/A"}, {start}},
       {{"job", "refresh", "J"}, {start}},
       {{"job", "delete", "J"}, {start}},
+      {{"list", "check", "{files}/list.txt"}},
       {{"list", "clean", "{files}/list.txt", "{out}/new.txt"}},
       {{"list", "dedupe", "{files}/list.txt", "{out}/new.txt"}},
       {{"list", "scan", "{files}/list.txt", "{out}/new.txt", "--pattern", "X"}},
