@@ -20,6 +20,13 @@ install(
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 if(TARGET zolp)
   install(TARGETS zolp RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(DIRECTORY "${PROJECT_BINARY_DIR}/manual/" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  install(FILES "${PROJECT_BINARY_DIR}/completions/zolp"
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
+  install(FILES "${PROJECT_BINARY_DIR}/completions/_zolp"
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions")
+  install(FILES "${PROJECT_BINARY_DIR}/completions/zolp.fish"
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 endif()
 install(DIRECTORY platform/ork DESTINATION "${zolp_header_dir}" FILES_MATCHING PATTERN "*.h")
 install(FILES include/zolp_orktool.h include/zolp_call_frame.h

@@ -67,10 +67,16 @@ int run(int argc, char** argv) {
   tool::add_handler_commands(program);
   tool::add_bom_commands(program);
   tool::add_trace_commands(program);
+  tool::add_completion_commands(program);
+  tool::add_manual_command(program);
+  int exit_code = tool::exit_ok;
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {
     program.exit(help_or_version);
+  } catch (const CLI::RuntimeError& answer) {
+    // What a command has found out is its exit code.
+    exit_code = answer.get_exit_code();
   } catch (const CLI::ParseError& error) {
     return report_usage(error);
   } catch (const std::bad_alloc&) {
@@ -82,7 +88,7 @@ int run(int argc, char** argv) {
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     return report("cannot write to standard output: check where it goes", tool::exit_failure);
   }
-  return tool::exit_ok;
+  return exit_code;
 }
 
 }  // namespace

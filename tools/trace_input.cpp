@@ -47,7 +47,7 @@ void TraceInput::tell_remarks() const {
 }
 
 bool TraceInput::has_times() const {
-  if (!reader_.has_times() && !reader_.lanes().empty()) {
+  if (!reader_.has_times() && has_events_) {
     std::fflush(stdout);
     std::fputs(
         "zolp: the trace has no times: trace with ZOLP_TRACE_PREFIX=time, or record with "

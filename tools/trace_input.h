@@ -49,6 +49,7 @@ class TraceInput {
       for (const trace::CallEvent& event : events) {
         take(event);
       }
+      has_events_ = true;
     }
     tell_remarks();
   }
@@ -66,6 +67,7 @@ class TraceInput {
   trace::CallSites own_sites_;
   trace::CallSites& sites_;
   trace::CallReader reader_;
+  bool has_events_ = false;
 };
 
 /** A duration with three digits and its unit: "1.25 ms". */

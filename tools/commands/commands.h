@@ -8,6 +8,7 @@ namespace tool {
 void add_host_commands(CLI::App& program);
 void add_bom_commands(CLI::App& program);
 void add_clone_command(CLI::App& program);
+void add_completion_commands(CLI::App& program);
 void add_dataset_commands(CLI::App& program);
 void add_date_command(CLI::App& program);
 void add_filter_command(CLI::App& program);
@@ -16,6 +17,7 @@ void add_form_commands(CLI::App& program);
 void add_handler_commands(CLI::App& program);
 void add_job_commands(CLI::App& program);
 void add_list_commands(CLI::App& program);
+void add_manual_command(CLI::App& program);
 void add_show_command(CLI::App& program);
 void add_trace_commands(CLI::App& program);
 

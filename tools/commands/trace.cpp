@@ -1,6 +1,7 @@
 /** @file `zolp trace`: what traces and recordings hold. */
 #include "commands/trace.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 #include "commands/commands.h"
@@ -34,6 +35,45 @@ Colours colours() {
     return {};
   }
   return {"\033[31m", "\033[1m", "\033[2m", "\033[0m"};
+}
+
+void print_callers(const trace::ChainTree& chains, uint32_t node, const char* indentation) {
+  for (uint32_t above = chains[node].parent; above != trace::ChainTree::root;
+       above = chains[above].parent) {
+    const trace::CallSite& site = chains.groups().site(chains[above].group);
+    std::printf("%sin %s  %s\n", indentation, printable(site.text).c_str(),
+                printable(place_of(site)).c_str());
+  }
+}
+
+Json callers_json(const trace::ChainTree& chains, uint32_t node) {
+  Json callers = Json::array();
+  for (const uint32_t above : chains.chain(chains[node].parent)) {
+    callers.push_back(site_json(chains.groups().site(chains[above].group)));
+  }
+  return callers;
+}
+
+std::string position_text(const trace::Lane& lane, uint64_t position) {
+  const trace::Lane::Part* part = &lane.parts.front();
+  for (const trace::Lane::Part& later : lane.parts) {
+    part = later.positions_before < position ? &later : part;
+  }
+  return (lane.is_recording ? "event " : "line ") +
+         std::to_string(position - part->positions_before) + " of " + printable(part->file);
+}
+
+std::string without_numbers(std::string_view text) {
+  std::string result;
+  for (const char c : text) {
+    const bool is_digit = c >= '0' && c <= '9';
+    if (!is_digit) {
+      result += c;
+    } else if (!result.ends_with('#')) {
+      result += '#';
+    }
+  }
+  return result;
 }
 
 namespace {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "trace/chain_tree.h"
 #include "trace_input.h"
 
 namespace tool {
@@ -23,6 +24,16 @@ void add_trace_input(CLI::App& command, TraceOptions& options);
 /** The same but `--json`. */
 void add_trace_files(CLI::App& command, TraceOptions& options);
 void add_trace_parts(CLI::App& command, TraceOptions& options);
+
+/** The callers of a node of a tree of chains, one a line, the innermost first. */
+void print_callers(const trace::ChainTree& chains, uint32_t node, const char* indentation);
+Json callers_json(const trace::ChainTree& chains, uint32_t node);
+
+/** Where something stands: "line 12 of run.trace", "event 400 of run.rec". */
+std::string position_text(const trace::Lane& lane, uint64_t position);
+
+/** The text with a `#` for each number: what differs in tags alone is the same then. */
+std::string without_numbers(std::string_view text);
 
 /** Standard output goes through a pager as long as one lives, when it is a terminal. */
 class Pager {

@@ -71,10 +71,17 @@ struct CallEvent {
 
 /** One thread of one process in one file or series of rotated files: a stack of calls. */
 struct Lane {
+  /** A file of a series; positions run on from one to the next. */
+  struct Part {
+    std::string file;
+    uint64_t positions_before = 0;
+  };
+
   std::string file;
-  std::string program;  /**< of recordings */
-  uint64_t process = 0; /**< 0 when the trace does not tell */
-  uint32_t thread = 0;  /**< from 1 on in recordings; 0 in texts, which do not tell */
+  std::vector<Part> parts; /**< from older to newer; the first one is where the lane begins */
+  std::string program;     /**< of recordings */
+  uint64_t process = 0;    /**< 0 when the trace does not tell */
+  uint32_t thread = 0;     /**< from 1 on in recordings; 0 in texts, which do not tell */
   bool is_recording = false;
   /** What times count from, in nanoseconds since 1970; `unknown_time` when the trace has none, or
       does not tell (a text with microseconds alone). */

@@ -30,7 +30,8 @@ uint32_t ChainTree::leave(const CallEvent& event, std::vector<OpenCall>& open) {
   node.failures += event.has_failed ? 1 : 0;
   node.unfinished += event.ending == Ending::open ? 1 : 0;
   if (const int64_t duration = event.duration(); duration != unknown_time) {
-    node.own += duration - call.inside;
+    latest_own_ = duration - call.inside;
+    node.own += latest_own_;
     node.total += call.is_inner ? 0 : duration;
     if (!open.empty()) {
       open.back().inside += duration;

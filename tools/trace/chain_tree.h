@@ -34,6 +34,9 @@ class ChainTree {
   /** Adds an event. @return the node of the call that it enters or leaves, or that a text is in. */
   uint32_t add(const CallEvent& event);
 
+  /** Of the call that was left last: its time without the calls that it made. */
+  int64_t latest_own() const { return latest_own_; }
+
   static constexpr uint32_t root = 0;
   const ChainNode& operator[](uint32_t node) const { return nodes_[node]; }
   uint32_t size() const { return static_cast<uint32_t>(nodes_.size()); }
@@ -56,6 +59,7 @@ class ChainTree {
   std::vector<ChainNode> nodes_;
   std::unordered_map<uint64_t, uint32_t> steps_; /**< by node and group */
   std::vector<std::vector<OpenCall>> lanes_;
+  int64_t latest_own_ = 0;
 };
 
 }  // namespace trace

@@ -42,8 +42,7 @@ RecordingCalls::RecordingCalls(Reading& reading, std::unique_ptr<TraceFile> file
   try {
     recording_ = read_recording(rest_of(*file, std::move(begin)));
   } catch (const std::runtime_error& error) {
-    throw std::runtime_error(name_ + " " + error.what() +
-                             ": read it with the program that fits it");
+    throw tool::Error(name_ + " " + error.what(), "read it with the zolp that belongs to it");
   }
   for (const Text& text : recording_.texts) {
     if (text.kind == TextKind::error_of_call) {
@@ -82,6 +81,7 @@ RecordingCalls::Thread& RecordingCalls::thread_of(uint32_t number) {
     thread.stack = std::make_unique<CallStack>(reading_.sites, reading_.queue, thread.lane);
     Lane lane;
     lane.file = name_;
+    lane.parts.push_back({name_, 0});
     lane.program = recording_.program;
     lane.process = recording_.process;
     lane.thread = number;

@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "error.h"
+#include "told_failure.h"
 
 namespace trace {
 namespace {
-
-constexpr size_t block_size = size_t{128} * 1024;
-constexpr size_t longest_line = size_t{8} * 1024 * 1024;
-constexpr size_t slack = 64; /**< bytes behind the buffer's contents that may be looked at */
 
 /** A process that begins anew counts its time from 0; threads differ by less. */
 constexpr int64_t earlier_by_a_run = 1'000'000'000;
@@ -67,72 +65,6 @@ bool holds_control_characters(std::string_view text) {
   });
 }
 
-/** A failure that a line tells of. */
-struct ToldFailure {
-  CallKind kind{};
-  NamedCall call;
-  int32_t status = 0;
-};
-
-bool read_number(std::string_view text, int32_t& number) {
-  const bool is_negative = text.starts_with('-');
-  text.remove_prefix(is_negative ? 1 : 0);
-  int64_t value = 0;
-  if (text.empty() || text.size() > 10 || !std::all_of(text.begin(), text.end(), is_digit)) {
-    return false;
-  }
-  for (const char digit : text) {
-    value = value * 10 + (digit - '0');
-  }
-  number = static_cast<int32_t>(is_negative ? -value : value);
-  return true;
-}
-
-/** `File:F Line:N Funktion:CALL returned S `, wherever it begins in the line. */
-bool read_traced_failure(std::string_view line, ToldFailure& told) {
-  constexpr std::string_view file = "File:", line_number = " Line:", function = " Funktion:",
-                             returned = " returned ";
-  const size_t begin = line.find(file);
-  const size_t status = line.rfind(returned);
-  if (begin == std::string_view::npos || status == std::string_view::npos) {
-    return false;
-  }
-  const size_t number = line.find(line_number, begin);
-  const size_t call = line.find(function, begin);
-  int32_t place = 0;
-  if (number == std::string_view::npos || call == std::string_view::npos || call < number ||
-      call + function.size() > status ||
-      !read_number(line.substr(number + line_number.size(), call - number - line_number.size()),
-                   place) ||
-      !read_number(
-          line.substr(status + returned.size(), line.size() - status - returned.size() - 1),
-          told.status)) {
-    return false;
-  }
-  told.kind = CallKind::traced;
-  told.call.text = line.substr(call + function.size(), status - call - function.size());
-  told.call.file = line.substr(begin + file.size(), number - begin - file.size());
-  told.call.line = static_cast<uint32_t>(place);
-  return !told.call.text.empty() && !told.call.file.empty();
-}
-
-/** `##ORK_err_S: CALL   F:N`, wherever it begins in the line. */
-bool read_guarded_failure(std::string_view line, ToldFailure& told) {
-  constexpr std::string_view mark = "##ORK_err_";
-  const size_t begin = line.find(mark);
-  const size_t colon = line.find(": ", begin == std::string_view::npos ? line.size() : begin);
-  if (colon == std::string_view::npos ||
-      !read_number(line.substr(begin + mark.size(), colon - begin - mark.size()), told.status)) {
-    return false;
-  }
-  told.kind = CallKind::guarded;
-  told.call = parse_call(line.substr(colon + 2));
-  while (told.call.text.ends_with(' ')) {
-    told.call.text.remove_suffix(1);
-  }
-  return !told.call.text.empty();
-}
-
 }  // namespace
 
 /** Texts of a site's lines as they stand in the file, to be recognised by a comparison. */
@@ -166,119 +98,43 @@ struct TextCalls::TextLane {
 TextCalls::TextCalls(Reading& reading, std::vector<std::string> parts,
                      std::unique_ptr<TraceFile> first, const std::string& begin, bool is_last)
     : reading_(reading),
-      parts_(parts.begin(), parts.end()),
-      file_(std::move(first)),
-      is_last_(is_last),
-      buffer_(std::max(begin.size(), block_size) + slack) {
-  std::copy(begin.begin(), begin.end(), buffer_.begin());
-  used_ = begin.size();
-  offset_ = begin.size();
-  find_complete_lines();
-}
+      lines_(std::move(parts), std::move(first), begin, is_last ? reading.options.wait : nullptr) {}
 
 TextCalls::~TextCalls() = default;
 
 bool TextCalls::read() {
   while (!reading_.queue.is_full()) {
-    if (line_ < complete_) {
+    if (!lines_.lines().empty()) {
       read_lines();
-    } else if (!fill()) {
+      continue;
+    }
+    // Who reads should have what there is before anybody waits.
+    const TextLines::Step step = lines_.read_on(reading_.queue.is_empty());
+    if (step == TextLines::Step::wait) {
+      return true;
+    }
+    if (step == TextLines::Step::end) {
       finish();
       return false;
     }
+    note_step(step);
   }
   return true;
 }
 
-void TextCalls::find_complete_lines() {
-  const std::string_view contents(buffer_.data(), used_);
-  const size_t last = contents.rfind('\n');
-  complete_ = last == std::string_view::npos ? 0 : last + 1;
-  if (!is_format_known_ && complete_ > 0) {
-    is_format_known_ = true;
-    detect_format(contents.substr(0, complete_));
-  }
-}
-
-/** Reads the next block. @return false at the end of the last part. */
-bool TextCalls::fill() {
-  std::copy(buffer_.begin() + static_cast<std::ptrdiff_t>(line_),
-            buffer_.begin() + static_cast<std::ptrdiff_t>(used_), buffer_.begin());
-  used_ -= line_;
-  line_ = complete_ = 0;
-  if (used_ >= longest_line) {
-    note_damage();
-    used_ = 0;
-  }
-  if (buffer_.size() - slack < used_ + block_size) {
-    buffer_.resize(std::max(used_ + block_size, 2 * used_) + slack);
-  }
-  const size_t count = file_->read(buffer_.data() + used_, block_size);
-  if (count == 0) {
-    return go_on_at_end();
-  }
-  used_ += count;
-  offset_ += count;
-  find_complete_lines();
-  return true;
-}
-
-/** At the end of a file: goes on with the next part, or waits for more. */
-bool TextCalls::go_on_at_end() {
-  if (parts_.empty() && is_last_ && reading_.options.wait) {
-    return wait_for_more();
-  }
-  read_cut_line();
-  if (parts_.empty()) {
-    return false;
-  }
-  file_ = std::make_unique<TraceFile>(parts_.front());
-  parts_.pop_front();
-  offset_ = 0;
-  line_number_ = 0;
-  is_format_known_ = false;
-  return true;
-}
-
-/** The end of a file without a line feed. What is cut would be taken for something else. */
-void TextCalls::read_cut_line() {
-  const std::string_view rest(buffer_.data(), used_);
-  if (rest.find_first_not_of('\0') != std::string_view::npos) {
+void TextCalls::note_step(TextLines::Step step) {
+  if (step == TextLines::Step::new_part) {
+    lines_before_ = line_number_;
+    is_format_known_ = false;
+    for (const TextLane& lane : lanes_) {
+      reading_.lanes[lane.index].parts.push_back({lines_.name(), lines_before_});
+    }
+  } else if (step == TextLines::Step::cut_line) {
     ++line_number_;
     reading_.remarks.push_back(here() + ": the last line is cut, and was left out");
+  } else if (step == TextLines::Step::long_line) {
+    note_damage();
   }
-  used_ = 0;
-}
-
-/**
- * At the end of a file that grows. The room behind its text may be filled with line feeds, and its
- * last line may still be written: both are read anew. A line that has not changed meanwhile counts.
- */
-bool TextCalls::wait_for_more() {
-  const std::string_view contents(buffer_.data(), used_);
-  const size_t end = contents.find_last_not_of('\n') + 1;
-  const size_t begin = end == 0 ? 0 : contents.rfind('\n', end - 1) + 1;
-  const std::string_view line = contents.substr(begin, end - begin);
-  if (!line.empty() && line == growing_line_ && end < used_) {
-    complete_ = end + 1;
-    growing_line_.clear();
-    return true;
-  }
-  growing_line_ = line;
-  if (!reading_.options.wait()) {
-    return false;
-  }
-  const uint64_t held_at = offset_ - used_ + begin;
-  if (file_->was_replaced(held_at)) {
-    file_ = std::make_unique<TraceFile>(file_->path());
-    offset_ = 0;
-  } else if (!file_->go_to(held_at)) {
-    return false;
-  } else {
-    offset_ = held_at;
-  }
-  used_ = 0;
-  return true;
 }
 
 void TextCalls::detect_format(std::string_view lines) {
@@ -340,7 +196,8 @@ void TextCalls::choose_lane(const Prefix& prefix) {
 
 void TextCalls::add_lane(const Prefix& prefix) {
   Lane lane;
-  lane.file = file_->shown_name();
+  lane.file = lines_.name();
+  lane.parts.push_back({lane.file, lines_before_});
   lane.process = prefix.process;
   lane.has_times = format_.has_time || format_.has_clock;
   if (format_.has_clock) {
@@ -362,20 +219,20 @@ void TextCalls::finish() {
   }
   is_finished_ = true;
   if (calls_ == 0 && damaged_lines_ > 0) {
-    throw tool::Error(file_->shown_name() + " is neither a text trace nor a recording",
+    throw tool::Error(lines_.name() + " is neither a text trace nor a recording",
                       "name a file that ZOLP_TRACE_FILE or ZOLP_TRACE_RECORD has named");
   }
   for (TextLane& lane : lanes_) {
     end_lane(lane);
   }
   if (calls_ == 0 && line_number_ > 0) {
-    reading_.remarks.push_back(file_->shown_name() +
+    reading_.remarks.push_back(lines_.name() +
                                " holds no calls: trace with ZOLP_TRACE_LEVEL=log or trace");
   }
   if (exits_without_entry_ > 0) {
-    reading_.remarks.push_back(file_->shown_name() + ": the beginning is missing: " +
-                               std::to_string(exits_without_entry_) +
-                               " exits of calls whose entries are not there were left out");
+    reading_.remarks.push_back(
+        lines_.name() + ": the beginning is missing: " + std::to_string(exits_without_entry_) +
+        " exits of calls whose entries are not there were left out");
   }
   if (damaged_lines_ > 0) {
     reading_.remarks.push_back(first_damage_ + ": this is no text; " +
@@ -385,8 +242,13 @@ void TextCalls::finish() {
 }
 
 void TextCalls::read_lines() {
-  const char* line = buffer_.data() + line_;
-  const char* const end = buffer_.data() + complete_;
+  const std::string_view lines = lines_.lines();
+  if (!is_format_known_) {
+    is_format_known_ = true;
+    detect_format(lines);
+  }
+  const char* line = lines.data();
+  const char* const end = line + lines.size();
   while (line < end && !reading_.queue.is_full()) {
     ++line_number_;
     if (*line == '\n') {
@@ -407,7 +269,7 @@ void TextCalls::read_lines() {
     }
     line = read_line(line, after_blanks(text), end);
   }
-  line_ = static_cast<size_t>(line - buffer_.data());
+  lines_.consume(static_cast<size_t>(line - lines.data()));
 }
 
 /** Reads a line. @param text its first character that is no blank. @return the next line. */
@@ -567,7 +429,7 @@ void TextCalls::read_rare_line(std::string_view line, std::string_view text) {
   if (holds_control_characters(text)) {
     return note_damage();
   }
-  if (!text.empty() && (read_failure(text) || read_late_arrow(line, text))) {
+  if (!text.empty() && (read_told_failure(text) || read_late_arrow(line, text))) {
     return;
   }
   settle(*lane_);
@@ -603,9 +465,9 @@ bool TextCalls::read_error_text(std::string_view text) {
   return true;
 }
 
-bool TextCalls::read_failure(std::string_view text) {
+bool TextCalls::read_told_failure(std::string_view text) {
   ToldFailure told;
-  if (!read_traced_failure(text, told) && !read_guarded_failure(text, told)) {
+  if (!read_failure(text, told)) {
     return false;
   }
   settle(*lane_);
@@ -683,7 +545,7 @@ void TextCalls::note_damage() {
 }
 
 std::string TextCalls::here() const {
-  return file_->shown_name() + ", line " + std::to_string(line_number_);
+  return lines_.name() + ", line " + std::to_string(line_number_ - lines_before_);
 }
 
 }  // namespace trace
