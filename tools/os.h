@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace tool::os {
 
@@ -73,6 +74,9 @@ void watch_for_interruption();
 
 /** Asks whether the user has asked the program to end. A second request ends it at once. */
 bool was_interrupted();
+
+/** Runs a program that stands in one of the folders of PATH. @return whether it ended well. */
+bool run_program(const std::string& name, const std::vector<std::string>& arguments);
 
 enum class Redirection { to_standard_error, to_nowhere };
 

@@ -1,8 +1,10 @@
 #include <fcntl.h>
 #include <fnmatch.h>
 #include <signal.h>
+#include <spawn.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -116,6 +118,25 @@ void watch_for_interruption() {
 
 bool was_interrupted() {
   return interrupted != 0;
+}
+
+bool run_program(const std::string& name, const std::vector<std::string>& arguments) {
+  std::vector<char*> texts{const_cast<char*>(name.c_str())};
+  for (const std::string& argument : arguments) {
+    texts.push_back(const_cast<char*>(argument.c_str()));
+  }
+  texts.push_back(nullptr);
+  pid_t process = 0;
+  if (posix_spawnp(&process, name.c_str(), nullptr, nullptr, texts.data(), environ) != 0) {
+    return false;
+  }
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0) {
+    if (errno != EINTR) {
+      return false;
+    }
+  }
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 int redirect_standard_output(Redirection where) {

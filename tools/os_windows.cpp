@@ -1,6 +1,7 @@
 #include <direct.h>
 #include <fcntl.h>
 #include <io.h>
+#include <process.h>
 #include <stdio.h>
 // The next one needs it.
 #include <windows.h>
@@ -138,6 +139,21 @@ void watch_for_interruption() {
 
 bool was_interrupted() {
   return interruptions != 0;
+}
+
+bool run_program(const std::string& name, const std::vector<std::string>& arguments) {
+  // The system joins arguments to one text; those of ours hold no quotes.
+  const std::wstring program = host::utf8_path(name).wstring();
+  std::vector<std::wstring> quoted{program};
+  for (const std::string& argument : arguments) {
+    quoted.push_back(L'"' + host::utf8_path(argument).wstring() + L'"');
+  }
+  std::vector<const wchar_t*> texts;
+  for (const std::wstring& text : quoted) {
+    texts.push_back(text.c_str());
+  }
+  texts.push_back(nullptr);
+  return _wspawnvp(_P_WAIT, program.c_str(), texts.data()) == 0;
 }
 
 int redirect_standard_output(Redirection where) {

@@ -52,8 +52,8 @@ const std::string& Presence::name() {
 }
 
 bool Presence::lives(const std::string& name) const {
-  return !name.empty() &&
-         (name == name_ || (!folder_.empty() && is_random_name(name) && os::is_held(path_of(name))));
+  return !name.empty() && (name == name_ || (!folder_.empty() && is_random_name(name) &&
+                                             os::is_held(path_of(name))));
 }
 
 void Presence::note(const std::string& name_of_contents) {

@@ -14,9 +14,6 @@ namespace {
 
 constexpr int schema_version = 1;
 
-/** Marks a SQLite file as a site: "ORKS". */
-constexpr std::int64_t application_id = 0x4F524B53;
-
 constexpr const char* schema = R"(
 CREATE TABLE meta(name TEXT PRIMARY KEY, value NOT NULL) WITHOUT ROWID;
 CREATE TABLE class(
@@ -95,9 +92,7 @@ Store::Store(Database& database, Presence& presence)
 }
 
 void Store::create_tables() {
-  const auto is_site = [this] {
-    return single_number(database_, "PRAGMA application_id") == application_id;
-  };
+  const auto is_site = [this] { return has_site_mark(database_); };
   if (!is_site()) {
     if (single_number(database_, "SELECT count(*) FROM sqlite_master") != 0 && !is_site()) {
       refuse(ORK_site_not_available, database_.path() + " is a database of another program");
@@ -107,7 +102,7 @@ void Store::create_tables() {
     if (!is_site()) {
       database_.execute(schema);
       set_setting("schema_version", std::to_string(schema_version));
-      database_.execute(("PRAGMA application_id = " + std::to_string(application_id)).c_str());
+      database_.execute(("PRAGMA application_id = " + std::to_string(site_application_id)).c_str());
     }
     transaction.commit();
   }
@@ -427,6 +422,9 @@ void Store::define_attribute(const Class& owner, const AttributeDefinition& defi
 }
 
 std::uint32_t Store::next_number() {
+  if (batch_) {
+    return batch_->next_number = checked_number(std::int64_t{batch_->next_number} + 1);
+  }
   Query query(database_,
               "UPDATE meta SET value = max(value, ?) + 1 WHERE name = 'next_number' "
               "RETURNING value - 1",
@@ -434,6 +432,11 @@ std::uint32_t Store::next_number() {
   query.next();
   const std::int64_t number = query.integer(0);
   query.next();  // runs it to its end, where SQLite commits it
+  return checked_number(number);
+}
+
+/** A number that is given out from now on. */
+std::uint32_t Store::checked_number(std::int64_t number) {
   if (number < 1) {
     refuse(ORK_site_damaged, "its next_number is " + std::to_string(number));
   }
@@ -442,6 +445,16 @@ std::uint32_t Store::next_number() {
   }
   first_unused_number_ = static_cast<std::uint32_t>(number) + 1;
   return static_cast<std::uint32_t>(number);
+}
+
+void Store::begin_batch() {
+  batch_.emplace(Batch{next_number(), {}});
+}
+
+void Store::end_batch() {
+  run(database_, "UPDATE meta SET value = max(value, ?) WHERE name = 'next_number'",
+      batch_->next_number + 1);
+  batch_.reset();
 }
 
 std::optional<std::string> Store::setting(const std::string& name) {

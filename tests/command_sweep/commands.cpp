@@ -128,6 +128,7 @@ const std::vector<Command>& commands() {
       {approve, {start}},
       {{"job", "result", "J", "Large?", "true"}, {start, approve}},
       {{"job", "continue", "J", "--handlers", TEST_HANDLERS}, {stopped}},
+      {{"job", "template", "Release", "--mermaid"}},
       {{"job", "targets", "J", "--add", "Q/A", "--remove", "P/A"}, {start}},
       {{"job", "refresh", "J"}, {start}},
       {{"job", "delete", "J"}, {start}},

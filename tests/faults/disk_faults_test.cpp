@@ -76,12 +76,11 @@ class DiskFaults : public test::ZolpTest {
 
   test::Run run(std::vector<std::string> arguments, const std::string& failing_call) {
     fs::remove(report_);
-    return test::run_zolp(std::move(arguments),
-                          {{"ORK_HOST_DB", (run_ / "site.db").string()},
-                           {"LD_PRELOAD", FAILING_DISK},
-                           {"FAILING_DISK_FOLDER", run_.string()},
-                           {"FAILING_DISK_CALL", failing_call},
-                           {"FAILING_DISK_REPORT", report_}});
+    return test::run_zolp(std::move(arguments), {{"ORK_HOST_DB", (run_ / "site.db").string()},
+                                                 {"LD_PRELOAD", FAILING_DISK},
+                                                 {"FAILING_DISK_FOLDER", run_.string()},
+                                                 {"FAILING_DISK_CALL", failing_call},
+                                                 {"FAILING_DISK_REPORT", report_}});
   }
 
   long calls() const { return std::strtol(folder.read("report").c_str(), nullptr, 10); }

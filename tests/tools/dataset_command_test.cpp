@@ -170,8 +170,9 @@ TEST_F(DatasetCommands, OfManyOfOneNameAtOnceOneIsMade) {
   const struct {
     std::vector<std::string> arguments;
     const char* refusal;
-  } commands[] = {{{"dataset", "import", text, "--item", "1/00"}, "1/00-Press has a dataset report"},
-                  {{"job", "start", "Check", "--name", "J"}, "there is a job J already"}};
+  } commands[] = {
+      {{"dataset", "import", text, "--item", "1/00"}, "1/00-Press has a dataset report"},
+      {{"job", "start", "Check", "--name", "J"}, "there is a job J already"}};
   constexpr std::size_t count = 8;
   // All of them have looked for the name, and wait until this process has saved its change.
   const char* value = "set";
