@@ -25,18 +25,14 @@ struct ExportOptions : TraceOptions {
 
 void add_selection(CLI::App& command, CallSelection& selection) {
   const auto add = [&](const char* name, std::vector<std::string>& names, const char* help) {
-    command.add_option(name, names, help)->type_name("NAMES")->expected(1);
+    command.add_option(name, names, help)->type_name("NAME")->allow_extra_args(false);
   };
   add("--only", selection.only,
-      "Only these functions and calls, and what they call; several with commas, * for any "
-      "characters");
-  add("--skip", selection.skip, "Leave these out, and what they call");
-  command
-      .add_option("--depth", selection.depth,
-                  "Leave out what is deeper than so many calls inside "
-                  "each other")
+      "Only calls of these names, with all that happens below them; * stands for any characters");
+  add("--skip", selection.skip, "Leave these out, with all that happens below them");
+  command.add_option("--depth", selection.depth, "Number of levels to take")
       ->type_name("N")
-      ->check(CLI::Range(size_t{1}, size_t{1'000'000}));
+      ->check(CLI::Range(size_t{1}, size_t{1'000'000'000}));
 }
 
 /** Writes a file as a whole, or leaves what there was. */
