@@ -75,16 +75,13 @@ struct TextCalls::KnownCall {
 };
 
 struct TextCalls::TextLane {
-  TextLane(Reading& reading, uint32_t lane, uint64_t its_process, int64_t its_start)
-      : stack(reading.sites, reading.queue, lane),
-        index(lane),
-        process(its_process),
-        start(its_start) {}
+  TextLane(Reading& reading, uint32_t lane, uint64_t its_process)
+      : stack(reading.sites, reading.queue, lane), index(lane), process(its_process) {}
 
   CallStack stack;
   uint32_t index;
   uint64_t process;
-  int64_t start;
+  int64_t start = unknown_time;
   int64_t latest_time = unknown_time;
   enum class ErrorText { none, may_follow, goes_on } error_text = ErrorText::none;
   bool has_pending_failure = false; /**< of a call that is not shown */
@@ -192,6 +189,12 @@ void TextCalls::choose_lane(const Prefix& prefix) {
   if (format_.has_time) {
     lane_->latest_time = prefix.time;
   }
+  if (format_.has_clock && lane_->start == unknown_time) {
+    lane_->start = reading_.lanes[lane_->index].start = prefix.clock - prefix.time;
+  }
+  if (format_.has_time || format_.has_clock) {
+    reading_.lanes[lane_->index].has_times = true;
+  }
 }
 
 void TextCalls::add_lane(const Prefix& prefix) {
@@ -199,12 +202,8 @@ void TextCalls::add_lane(const Prefix& prefix) {
   lane.file = lines_.name();
   lane.parts.push_back({lane.file, lines_before_});
   lane.process = prefix.process;
-  lane.has_times = format_.has_time || format_.has_clock;
-  if (format_.has_clock) {
-    lane.start = prefix.clock - prefix.time;
-  }
-  lane_ = &lanes_.emplace_back(reading_, static_cast<uint32_t>(reading_.lanes.size()),
-                               prefix.process, lane.start);
+  lane_ =
+      &lanes_.emplace_back(reading_, static_cast<uint32_t>(reading_.lanes.size()), prefix.process);
   reading_.lanes.push_back(std::move(lane));
 }
 
