@@ -19,14 +19,19 @@ std::string_view ending_text(Ending ending) {
   return texts[static_cast<size_t>(ending)];
 }
 
-/** Microseconds with their three places. */
-std::string microseconds(int64_t nanoseconds) {
+/** Nanoseconds in a larger unit, with all their places: 1.25 is written as 1.250. */
+template <unsigned Places>
+std::string decimal(int64_t nanoseconds) {
+  constexpr uint64_t unit = Places == 3 ? 1'000 : 1'000'000;
   const uint64_t size = static_cast<uint64_t>(nanoseconds < 0 ? -nanoseconds : nanoseconds);
   char text[32];
-  std::snprintf(text, sizeof text, "%s%llu.%03u", nanoseconds < 0 ? "-" : "",
-                static_cast<unsigned long long>(size / 1000), static_cast<unsigned>(size % 1000));
+  std::snprintf(text, sizeof text, "%s%llu.%0*u", nanoseconds < 0 ? "-" : "",
+                static_cast<unsigned long long>(size / unit), static_cast<int>(Places),
+                static_cast<unsigned>(size % unit));
   return text;
 }
+constexpr auto microseconds = decimal<3>;
+constexpr auto milliseconds = decimal<6>;
 
 /** What is the same for all calls of a site, as members of a JSON object; made once for each. */
 class SiteMembers {
@@ -185,10 +190,10 @@ size_t write_calls_json(SelectedCalls& calls, DocumentWriter& to) {
           });
     is_first = false;
     if (event.entered != trace::unknown_time) {
-      to << R"(,"start_ns":)" << event.entered;
+      to << R"(,"entered_ms":)" << milliseconds(event.entered);
     }
     if (event.duration() != trace::unknown_time) {
-      to << R"(,"duration_ns":)" << event.duration();
+      to << R"(,"duration_ms":)" << milliseconds(event.duration());
     }
     to << ending_members(event) << "}";
   });
