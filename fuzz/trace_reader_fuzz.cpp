@@ -7,7 +7,9 @@
 
 #include "fuzz/support.h"
 #include "tools/error.h"
+#include "tools/trace/call_totals.h"
 #include "tools/trace/calls.h"
+#include "tools/trace/chain_tree.h"
 #include "tools/trace/recording.h"
 
 namespace {
@@ -63,9 +65,14 @@ void read_all(const std::string& path) {
   trace::ReadOptions how;
   how.texts = true;
   trace::CallReader reader(sites, {path}, how);
+  trace::CallTotals totals(sites, trace::GroupBy::name);
+  trace::SiteGroups groups(sites, trace::GroupBy::text);
+  trace::ChainTree chains(groups);
   std::map<uint32_t, std::vector<uint32_t>> lanes;
   for (auto events = reader.read(); !events.empty(); events = reader.read()) {
     for (const trace::CallEvent& event : events) {
+      totals.add(event);
+      chains.add(event);
       fuzz::check(event.lane < reader.lanes().size(), "the lane is known");
       std::vector<uint32_t>& open = lanes[event.lane];
       if (event.kind == trace::CallEvent::Kind::leave) {
@@ -83,6 +90,12 @@ void read_all(const std::string& path) {
   for (const auto& [lane, open] : lanes) {
     fuzz::check(open.empty(), "all calls are left");
   }
+  uint64_t count = 0;
+  for (uint32_t node = 1; node < chains.size(); ++node) {
+    count += chains[node].count;
+    fuzz::check(chains.chain(node).size() <= groups.size(), "a chain has each call once");
+  }
+  fuzz::check(count == totals.sum().count, "totals and chains count the same calls");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "commands/trace.h"
 #include "error.h"
+#include "trace/durations.h"
 
 namespace tool {
 
@@ -48,7 +49,8 @@ class CallGraph {
     --edge.open;
     edge.failures += event.has_failed ? 1 : 0;
     const int64_t duration = event.duration();
-    edge.total += duration != trace::unknown_time && edge.open == 0 ? duration : 0;
+    edge.total = trace::sum_of_times(
+        edge.total, duration != trace::unknown_time && edge.open == 0 ? duration : 0);
   }
 
   using Neighbours = std::vector<std::pair<uint32_t, Edge>>;
@@ -91,7 +93,7 @@ Edge sum_of(const CallGraph::Neighbours& edges) {
   for (const auto& [group, edge] : edges) {
     sum.count += edge.count;
     sum.failures += edge.failures;
-    sum.total += edge.total;
+    sum.total = trace::sum_of_times(sum.total, edge.total);
   }
   return sum;
 }
