@@ -49,7 +49,11 @@ ORK_API const char* ork_host_path(void);
  */
 ORK_API int ork_host_seed(const char* json);
 
-/** The same from a file. */
+/**
+ * The same from a file.
+ * @param[in] path the file's path.
+ * @return as `ork_host_seed`; #ORK_invalid_argument also for a file that cannot be read.
+ */
 ORK_API int ork_host_seed_file(const char* path);
 
 /**
@@ -68,6 +72,7 @@ ORK_API int ork_host_describe(const char* section, char** json);
  * @param[in] name the preference.
  * @param[in] count number of values; 0 removes the preference.
  * @param[in] values the values.
+ * @return 0 or an error code.
  */
 ORK_API int ork_host_set_preference(const char* name, int count, const char* const* values);
 
@@ -75,6 +80,7 @@ ORK_API int ork_host_set_preference(const char* name, int count, const char* con
  * Finds an item revision by the ids that users know.
  * @param[in] item_id, revision_id the ids; a null revision id finds the item itself.
  * @param[out] object the object, or #NULLTAG when there is none.
+ * @return 0 or an error code.
  */
 ORK_API int ork_host_find_item(const char* item_id, const char* revision_id, tag* object);
 
@@ -101,7 +107,10 @@ ORK_API int ork_host_release_lock(tag object);
  */
 ORK_API int ork_host_begin_view(void);
 
-/** Ends that; without a view it does nothing. */
+/**
+ * Ends that; without a view it does nothing.
+ * @return 0 or an error code.
+ */
 ORK_API int ork_host_end_view(void);
 
 /**
@@ -179,6 +188,7 @@ ORK_API void ork_host_stop_journal(void);
 
 /**
  * Number of calls in the journal. Operations of the `MEM_` and `ERR_` modules are not recorded.
+ * @return the number.
  */
 ORK_API int ork_host_journal_size(void);
 
@@ -191,10 +201,16 @@ ORK_API int ork_host_journal_size(void);
  */
 ORK_API int ork_host_journal_entry(int index, const char** operation, int* status);
 
-/** Number of blocks that were allocated with `MEM_alloc` and its relatives and not freed. */
+/**
+ * Number of blocks that were allocated with `MEM_alloc` and its relatives and not freed.
+ * @return the number.
+ */
 ORK_API size_t ork_host_block_count(void);
 
-/** Sum of the sizes of these blocks, in bytes. */
+/**
+ * Sum of the sizes of these blocks.
+ * @return the sum in bytes.
+ */
 ORK_API size_t ork_host_block_bytes(void);
 
 #ifdef __cplusplus
