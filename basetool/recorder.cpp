@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -17,9 +16,9 @@
 #include <cpuid.h>
 #endif
 
+#include "rounding.h"
 #include "selection.h"
 #include "system.h"
-#include "trace_file.h"
 
 namespace basetool {
 
@@ -27,11 +26,12 @@ constinit Recorder recorder;
 
 namespace {
 
-constexpr uint64_t smallest_size = 128 * 1024;
-constexpr uint64_t default_size = 8 * 1024 * 1024;
-constexpr uint64_t largest_table = 2 * 1024 * 1024;
+constexpr uint64_t entry_step = 8;
 
-/** Whether the processor's counter runs at the same rate whatever the processor does. */
+/**
+ * Whether the processor's counter runs at the same rate whatever the processor does. The library
+ * asks the same for its own clock (src/clock.cpp): this one may not be there for it to ask.
+ */
 bool is_counter_steady() {
 #if defined(__x86_64__)
   constexpr unsigned power_management = 0x80000007;
@@ -43,10 +43,6 @@ bool is_counter_steady() {
 #else
   return true;  // the system's clock serves as one
 #endif
-}
-
-size_t round_up_to_8(size_t size) {
-  return (size + 7) / 8 * 8;
 }
 
 /** The name of a source file without the folders in front of it. */
@@ -100,171 +96,6 @@ void Recorder::stop() {
   }
   first_thread.events = {};
   start_epoch();
-}
-
-void Recorder::close() {
-  unmap_recording();
-  file_bytes_ = nullptr;
-  if (file_.is_owned) {
-    FileState now;
-    if (read_state(file_.descriptor, now) && now.is_same_file(file_.state)) {
-      close_file(file_.descriptor);
-    }
-  }
-  file_ = {};
-  std::free(held_);
-  held_ = nullptr;
-}
-
-void Recorder::complain_of(const char* what) const {
-  complain("cannot %s %s: %s; there is no recording", what, path_.data(),
-           text_of_error(system_error()));
-}
-
-/** Makes the file. On failure there is no recording any more, and a line has said why. */
-bool Recorder::open() {
-  ErrorKeeper error_keeper;
-  uint64_t size = wanted_size_ == 0 ? default_size : std::max(wanted_size_, smallest_size);
-  size = size / recording_chunk_size * recording_chunk_size;
-  bool is_done = open_file();
-  if (is_done) {
-    is_done = allocate(file_.descriptor, size);
-    char* bytes = is_done ? map_recording(file_.descriptor, size) : nullptr;
-    is_done = bytes != nullptr;
-    if (!is_done) {
-      complain_of("make room for");
-      remove_file(path_.data());
-    }
-    file_bytes_ = reinterpret_cast<unsigned char*>(bytes);
-  }
-  if (is_done) {
-    table_offset_ = recording_header_size;
-    table_size_ = std::min(size / 8, largest_table) / recording_chunk_size * recording_chunk_size;
-    chunks_offset_ = table_offset_ + table_size_;
-    chunk_count_ = (size - chunks_offset_) / recording_chunk_size;
-    table_used_ = chunks_begun_ = next_place_ = 0;
-    sites_ = threads_ = 0;
-    text_chunk_ = nullptr;
-    held_ = static_cast<unsigned char*>(std::calloc(chunk_count_, 1));
-    is_done = held_ != nullptr;
-  }
-  if (!is_done) {
-    close();
-    is_on_.store(false, std::memory_order_relaxed);
-    recording_changed();
-    return false;
-  }
-  write_header();
-  return true;
-}
-
-/** Opens a file that is not there yet; one that is there gets another name. */
-bool Recorder::open_file() {
-  if (!expand_file_name(name_, path_)) {
-    complain("the name of the recording is too long; there is no recording");
-    return false;
-  }
-  constexpr int tries = 10;
-  for (int i = 0; i < tries; ++i) {
-    const Opening opening = open_for_appending(path_.data(), Wanted::new_file, file_);
-    if (opening == Opening::failed) {
-      complain_of("make");
-      return false;
-    }
-    if (opening == Opening::taken && !give_way_to_owner()) {
-      return false;
-    }
-    // While it was being locked somebody may have taken it for one that nobody writes to.
-    if (opening == Opening::done && leads_to(path_.data(), file_.state)) {
-      return true;
-    }
-    if (opening == Opening::done) {
-      close_file(file_.descriptor);
-    }
-  }
-  complain("cannot make %s: others make it, too; there is no recording", path_.data());
-  return false;
-}
-
-/** Renames the file that has the name; takes another name when a process still writes to it. */
-bool Recorder::give_way_to_owner() {
-  OpenFile old;
-  const Opening opening = open_for_appending(path_.data(), Wanted::old_file, old);
-  if (opening == Opening::taken) {
-    const size_t size = std::strlen(path_.data());
-    append_process_id(path_);
-    complain("%.*s belongs to another process; this one records to %s", static_cast<int>(size),
-             path_.data(), path_.data());
-    return true;
-  }
-  if (opening == Opening::failed || !old.is_regular) {
-    complain_of(opening == Opening::failed ? "replace" : "record to the stream");
-    if (opening != Opening::failed && old.is_owned) {
-      close_file(old.descriptor);
-    }
-    return false;
-  }
-  const bool is_done =
-      old.state.size == 0 ? remove_file(path_.data()) : rename_older_files(path_, kept_files_);
-  if (!is_done) {
-    complain_of("rename");
-  }
-  close_file(old.descriptor);
-  return is_done;
-}
-
-void Recorder::write_header() {
-  RecordingHeader& to = header();
-  to.version = recording_version;
-  to.byte_order = recording_byte_order;
-  to.file_size = chunks_offset_ + chunk_count_ * recording_chunk_size;
-  to.table_offset = table_offset_;
-  to.table_size = table_size_;
-  to.chunks_offset = chunks_offset_;
-  to.chunk_count = chunk_count_;
-  to.chunk_size = recording_chunk_size;
-  to.event_size = sizeof(RecordedEvent);
-  to.process = process_id();
-  to.counter_kind =
-#if defined(__x86_64__)
-      uses_clock_ ? CounterKind::nanoseconds : CounterKind::processor;
-#else
-      CounterKind::nanoseconds;
-#endif
-  to.state = is_finished_ ? RecordingState::ended : RecordingState::open;
-  read_program_name(to.program, sizeof to.program);
-  calibrate();
-  read_clocks(to.start);
-  to.latest[0] = to.latest[1] = to.start;
-  // Last: what does not begin with it is no recording.
-  uint64_t magic = 0;
-  std::memcpy(&magic, recording_magic, sizeof magic);
-  __atomic_store_n(reinterpret_cast<uint64_t*>(to.magic), magic, __ATOMIC_RELEASE);
-}
-
-void Recorder::read_clocks(ClockReading& reading) const {
-  reading.elapsed = elapsed_nanoseconds();
-  reading.counter = uses_clock_ ? reading.elapsed : read_counter();
-  reading.wall = wall_nanoseconds();
-}
-
-/** Notes where counter and clock are, in a way that a kill in the middle does not harm. */
-void Recorder::note_clocks() {
-  const uint32_t other = 1 - (header().latest_index & 1);
-  read_clocks(header().latest[other]);
-  __atomic_store_n(&header().latest_index, other, __ATOMIC_RELEASE);
-}
-
-void Recorder::calibrate() {
-  constexpr uint64_t long_enough = 20'000;
-  ClockReading begin;
-  ClockReading end;
-  read_clocks(begin);
-  do {
-    read_clocks(end);
-  } while (end.elapsed - begin.elapsed < long_enough);
-  header().calibration_counts = end.counter - begin.counter;
-  header().calibration_nanoseconds = end.elapsed - begin.elapsed;
 }
 
 void Recorder::finish() {
@@ -349,13 +180,11 @@ unsigned char* Recorder::begin_chunk(ChunkKind kind, uint32_t thread, uint64_t& 
   } while (held_[next_place_] != 0);
   held_[next_place_] = 1;
   unsigned char* bytes = file_bytes_ + chunks_offset_ + next_place_ * recording_chunk_size;
-  constexpr uint64_t provided_at_once = 32;  // chunks; a page fault for each would cost more
-  if (chunks_begun_ < chunk_count_ && next_place_ % provided_at_once == 0) {
-    provide_pages(bytes,
-                  std::min(provided_at_once, chunk_count_ - next_place_) * recording_chunk_size);
-  }
   auto* chunk = reinterpret_cast<ChunkHeader*>(bytes);
-  if (chunk->serial != 0) {
+  if (chunks_begun_ < chunk_count_) {
+    // Nothing of a new one is read: pages that are written first are mapped many at once.
+    provide_until(static_cast<uint64_t>(bytes - file_bytes_) + recording_chunk_size);
+  } else {
     count_overwritten(bytes);
     __atomic_store_n(&chunk->serial, 0, __ATOMIC_RELEASE);
     std::memset(bytes + sizeof *chunk, 0, recording_chunk_size - sizeof *chunk);
@@ -370,6 +199,21 @@ unsigned char* Recorder::begin_chunk(ChunkKind kind, uint32_t thread, uint64_t& 
   header().chunks_begun = serial;
   __atomic_store_n(&chunk->serial, serial, __ATOMIC_RELEASE);
   return bytes;
+}
+
+/**
+ * Has the system provide what stands before a byte of the file. A page fault for each chunk would
+ * cost more than its events; all of the file at once would hold up a program that ends soon.
+ */
+void Recorder::provide_until(uint64_t end) {
+  constexpr uint64_t step = 256 * 1024;
+  if (end <= provided_) {
+    return;
+  }
+  const uint64_t begin = end - recording_chunk_size;
+  const uint64_t file_size = chunks_offset_ + chunk_count_ * recording_chunk_size;
+  provided_ = std::min((begin / step + 1) * step, file_size);
+  provide_pages(file_, file_size, begin, provided_ - begin);
 }
 
 void Recorder::count_overwritten(const unsigned char* bytes) {
@@ -444,7 +288,7 @@ uint32_t Recorder::add_site(const ZOLP_CallSite& site) {
   }
   const std::string_view file = file_name(site.file);
   const size_t text_size = text.size() + ending.size();
-  const size_t size = round_up_to_8(sizeof(SiteEntry) + text_size + 1 + file.size() + 1);
+  const size_t size = round_up(sizeof(SiteEntry) + text_size + 1 + file.size() + 1, entry_step);
   unsigned char* room = sites_ < recording_site_mask ? table_room(size) : nullptr;
   if (room == nullptr) {
     header().sites_dropped += 1;
@@ -499,7 +343,7 @@ void Recorder::keep_text(EventRoom& room, TextKind kind, const char* text, size_
   constexpr size_t most_at_once = recording_chunk_size / 2;
   do {
     const size_t part = std::min(size, most_at_once);
-    const size_t entry_size = round_up_to_8(sizeof(TextEntry) + part);
+    const size_t entry_size = round_up(sizeof(TextEntry) + part, entry_step);
     unsigned char* to = text_room(entry_size);
     if (to == nullptr) {
       return;

@@ -107,6 +107,7 @@ class Recorder {
   bool make_room(EventRoom& room);
   bool begin_room(EventRoom& room);
   unsigned char* begin_chunk(ChunkKind kind, uint32_t thread, uint64_t& serial);
+  void provide_until(uint64_t end);
   void count_overwritten(const unsigned char* chunk);
   void recover();
   unsigned char* text_room(size_t size);
@@ -139,6 +140,7 @@ class Recorder {
   uint64_t chunks_offset_ = 0;
   uint64_t chunks_begun_ = 0;
   uint64_t next_place_ = 0;
+  uint64_t provided_ = 0;         /**< end of what the system has provided of the file */
   unsigned char* held_ = nullptr; /**< for each place, whether a thread still writes to its chunk */
   uint32_t sites_ = 0;
   uint32_t threads_ = 0;

@@ -54,6 +54,15 @@ uint64_t thread_id();
  */
 void* thread_memory(size_t size, void (*at_end)(void*));
 
+/** Whether the calling thread has asked for it. */
+bool has_thread_memory();
+
+/**
+ * Whether the process began with the calling thread. Not told, that is false, where ends of threads
+ * come after the functions of `atexit`.
+ */
+bool is_initial_thread();
+
 /** The path of the program that the process runs, cut to a size. */
 void read_program_name(char* name, size_t size);
 
@@ -200,8 +209,11 @@ bool allocate(Descriptor file, uint64_t size);
 /** Maps all of a file of some size; null on failure. There is one such mapping in a process. */
 char* map_recording(Descriptor file, uint64_t size);
 
-/** Has the system provide the pages of a part of the mapping at once, where it can. */
-void provide_pages(unsigned char* begin, size_t size);
+/**
+ * Has the system provide a part of the mapping at once, where it can, which holds zeros and keeps
+ * them.
+ */
+void provide_pages(const OpenFile& file, uint64_t file_size, uint64_t offset, size_t size);
 
 void unmap_recording();
 

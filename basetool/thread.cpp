@@ -15,8 +15,20 @@ namespace {
 /** Of threads for which there is no memory. */
 constinit OtherThread last_resort;
 
-/** When a thread ends, its line ends. */
+/** Whether the first thread has ended and none has taken its place. */
+constinit std::atomic<bool> is_first_place_free = false;
+
+void set_first_thread(const void* pointer) {
+  __atomic_store_n(&ZOLP_trace_state.thread, pointer, __ATOMIC_RELAXED);
+}
+
+/** When a thread ends, its line ends. The next thread may have its pointer. */
 void end_thread(void* memory) {
+  if (__atomic_load_n(&ZOLP_trace_state.thread, __ATOMIC_RELAXED) == thread_pointer()) {
+    end_first_thread();
+    set_first_thread(nullptr);
+    is_first_place_free.store(true, std::memory_order_release);
+  }
   auto& thread = *static_cast<OtherThread*>(memory);
   thread.line.complete(thread.line_level);
   thread.line.free();
@@ -77,7 +89,25 @@ OtherThread& other_thread() {
   return *thread;
 }
 
+void begin_first_thread() {
+  set_first_thread(thread_pointer());
+  // The initial one needs no end: it goes on to the end of the program.
+  if (!is_initial_thread()) {
+    other_thread();
+  }
+}
+
+bool succeed_first_thread() {
+  if (!is_first_place_free.load(std::memory_order_relaxed) || has_thread_memory() ||
+      &other_thread() == &last_resort || !is_first_place_free.exchange(false)) {
+    return false;
+  }
+  set_first_thread(thread_pointer());
+  return true;
+}
+
 void become_first_thread() {
+  is_first_place_free.store(false, std::memory_order_relaxed);
   if (is_first_thread()) {
     return;
   }
@@ -86,7 +116,7 @@ void become_first_thread() {
   other.line.cursor = other.line.line;
   first_thread.visibility = other.visibility;
   first_thread.is_in_writer = other.is_in_writer;
-  __atomic_store_n(&ZOLP_trace_state.thread, thread_pointer(), __ATOMIC_RELAXED);
+  set_first_thread(thread_pointer());
 }
 
 }  // namespace basetool

@@ -135,12 +135,22 @@ struct OtherThread : Thread {
 extern BiasedLock destination_lock;
 extern Thread first_thread;
 
-/** Whether this is the first thread. */
+/** Makes the calling thread the first one, if that one has ended and this one has nothing yet. */
+bool succeed_first_thread();
+
+/** Whether this is the first thread. When that has ended the next new one takes its place. */
 inline bool is_first_thread() {
-  return __atomic_load_n(&ZOLP_trace_state.thread, __ATOMIC_RELAXED) == thread_pointer();
+  const void* first = __atomic_load_n(&ZOLP_trace_state.thread, __ATOMIC_RELAXED);
+  return first == thread_pointer() || (first == nullptr && succeed_first_thread());
 }
 
-/** What the calling thread has, which is not the first one. Tidied up when the thread ends. */
+/** Makes the calling thread the first one of the process. */
+void begin_first_thread();
+
+/** Ends its line and gives back what it has, when the first thread ends. */
+void end_first_thread();
+
+/** What the calling thread has, if it is not the first one. Tidied up when the thread ends. */
 OtherThread& other_thread();
 
 inline Thread& this_thread() {
@@ -154,6 +164,7 @@ class DestinationGuard {
     if (is_first_) {
       was_inside_ = destination_lock.lock_as_first();
     } else {
+      other_thread();  // what has this does not become the first thread inside
       destination_lock.lock_as_other();
     }
   }

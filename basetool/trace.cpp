@@ -1,4 +1,4 @@
-// Puts lines together from the texts of one or more calls: prefix, indentation, text.
+// The operations: what is wanted of a text, and where it goes.
 //
 // The entry functions check the level first and nothing else; until the first text the level is not
 // known and stands above all others, so that it is found out then. All state is trivially
@@ -9,23 +9,21 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <climits>
 #include <cstdarg>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <new>
 
 #include "calls.h"
 #include "destination.h"
+#include "line_prefix.h"
 #include "line_room.h"
 #include "recorder.h"
 #include "settings.h"
 #include "system.h"
 #include "text_format.h"
+#include "text_writer.h"
 #include "thread.h"
 #include "zolp_basetool.h"
 
@@ -56,8 +54,6 @@ constinit Destination destination;
 namespace {
 
 constexpr int unknown_level = INT_MAX;
-constexpr int widest_depth = 32;
-constexpr int blanks_per_level = 2;
 
 /** The highest level that is wanted, for the text or for the recording. */
 int wanted_level(int order = __ATOMIC_RELAXED) {
@@ -68,11 +64,8 @@ int wanted_level(int order = __ATOMIC_RELAXED) {
 constinit std::atomic<int> text_level = ZOLP_LEVEL_OFF;
 constinit Settings settings;
 constinit Mutex settings_mutex;
-constinit bool has_prefix = false;
 constinit bool has_selection = false;
 constinit std::atomic<bool> needs_care = false; /**< texts are not simply shown */
-
-const std::chrono::steady_clock::time_point load_time = std::chrono::steady_clock::now();
 
 /** Relative names of files mean what they mean now. */
 const bool is_folder_remembered = (remember_folder(), true);
@@ -136,204 +129,6 @@ bool is_wanted(int level) {
   }
   start();
   return level <= wanted_level();
-}
-
-/** Writes the local time and the zone's offset from universal time. @return its length. */
-int print_clock(char* text, size_t size) {
-  static constinit thread_local int64_t known_second = -1;
-  static constinit thread_local char date_and_time[40] = {};
-  static constinit thread_local char offset[16] = {};
-  constexpr uint64_t second = 1'000'000'000;
-  const uint64_t now = wall_nanoseconds();
-  const auto seconds = static_cast<int64_t>(now / second);
-  std::tm parts{};
-  if (seconds != known_second && read_local_time(seconds, parts)) {
-    known_second = seconds;
-    std::strftime(date_and_time, sizeof date_and_time, "%Y-%m-%dT%H:%M:%S", &parts);
-    const std::chrono::sys_days day = std::chrono::year(parts.tm_year + 1900) /
-                                      std::chrono::month(static_cast<unsigned>(parts.tm_mon) + 1) /
-                                      std::chrono::day(static_cast<unsigned>(parts.tm_mday));
-    const int64_t as_universal = int64_t{day.time_since_epoch().count()} * 86400 +
-                                 parts.tm_hour * 3600 + parts.tm_min * 60 + parts.tm_sec;
-    const auto ahead = static_cast<int>((as_universal - seconds) / 60);
-    std::snprintf(offset, sizeof offset, "%c%02d:%02d", ahead < 0 ? '-' : '+',
-                  std::abs(ahead) / 60 % 100, std::abs(ahead) % 60);
-  }
-  return std::snprintf(text, size, "%s.%06u%s ", date_and_time,
-                       static_cast<unsigned>(now % second / 1000), offset);
-}
-
-/** Puts the lines of a thread together, in the room that it has for them. */
-template <typename Room>
-class TextWriter {
- public:
-  TextWriter(Room& room, Thread& thread, long long depth)
-      : room_(room), thread_(thread), depth_(depth) {}
-
-  /** Appends a text with whatever line feeds it holds; `append` appends it to the room. */
-  template <typename Append>
-  void write(int level, Append append);
-
-  /** Ends a line that is still open. */
-  void complete() {
-    if (room_.length() > 0) {
-      append_line_feed();
-      end_line();
-    }
-  }
-
- private:
-  void append_prefix(int level);
-  size_t begin_line(int level);
-  void append_line_feed();
-  void end_line();
-  void complete_cut_line();
-  void append_piece(int level, const char* piece, size_t size);
-  void rewrite_line_by_line(int level, size_t line_before, size_t size);
-
-  Room& room_;
-  Thread& thread_;
-  const long long depth_;
-};
-
-template <typename Room>
-void TextWriter<Room>::append_prefix(int level) {
-  char prefix[128];
-  int size = 0;
-  auto add = [&](const char* format, auto value) {
-    size += std::snprintf(prefix + size, sizeof prefix - static_cast<size_t>(size), format, value);
-  };
-  if (settings.shows_clock) {
-    size = print_clock(prefix, sizeof prefix);
-  }
-  if (settings.shows_time) {
-    auto elapsed = std::chrono::steady_clock::now() - load_time;
-    long long microseconds = std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
-    add("%12lld ", microseconds);
-  }
-  if (settings.shows_level) {
-    add("%c ", "-EWLTD"[level]);
-  }
-  if (settings.shows_process) {
-    add("%lu ", process_id());
-  }
-  room_.append(prefix, static_cast<size_t>(size));
-}
-
-/** Begins a line when there is none. @return length of the line so far. */
-template <typename Room>
-size_t TextWriter<Room>::begin_line(int level) {
-  if (room_.length() > 0) {
-    return room_.length();
-  }
-  thread_.line_level = level;
-  if (has_prefix) {
-    append_prefix(level);
-  }
-  const long long levels = depth_ < widest_depth ? depth_ : widest_depth;
-  room_.append_repeated(' ', blanks_per_level * static_cast<size_t>(levels));
-  return room_.length();
-}
-
-/** Appends a line feed even where there is no memory left. */
-template <typename Room>
-void TextWriter<Room>::append_line_feed() {
-  room_.append("\n", 1);
-  room_.cursor[-1] = '\n';
-}
-
-template <typename Room>
-void TextWriter<Room>::end_line() {
-  thread_.is_in_writer = true;
-  room_.end_line(thread_.line_level);
-  thread_.is_in_writer = false;
-}
-
-/**
- * Ends a line that was cut, even if its text did not: a line that is full would take up nothing
- * more, not even its end.
- */
-template <typename Room>
-void TextWriter<Room>::complete_cut_line() {
-  if (room_.is_cut && room_.cursor[-1] != '\n') {
-    append_line_feed();
-  }
-  room_.is_cut = false;
-}
-
-/** Appends a piece of a text that has no line feed but possibly at its end. */
-template <typename Room>
-void TextWriter<Room>::append_piece(int level, const char* piece, size_t size) {
-  bool is_empty_line = room_.length() == 0 && *piece == '\n';
-  if (is_empty_line) {
-    thread_.line_level = level;
-  } else {
-    begin_line(level);
-  }
-  room_.append(piece, size);
-  complete_cut_line();
-  if (room_.cursor[-1] == '\n') {
-    end_line();
-  }
-}
-
-/** Takes a text with line feeds off the current line and writes it line by line. */
-template <typename Room>
-void TextWriter<Room>::rewrite_line_by_line(int level, size_t line_before, size_t size) {
-  char small_copy[1024];
-  char* copy = size <= sizeof small_copy ? small_copy : new (std::nothrow) char[size];
-  const char* text = room_.cursor - size;
-  if (copy == nullptr) {
-    // Out of memory: the text's lines stay as they stand, the last one gets an end.
-    if (room_.cursor[-1] != '\n') {
-      append_line_feed();
-    }
-    return end_line();
-  }
-  std::memcpy(copy, text, size);
-  room_.shorten(line_before);
-  for (const char *piece = copy, *end = copy + size; piece < end;) {
-    const void* found = std::memchr(piece, '\n', static_cast<size_t>(end - piece));
-    const char* next = found == nullptr ? end : static_cast<const char*>(found) + 1;
-    append_piece(level, piece, static_cast<size_t>(next - piece));
-    piece = next;
-  }
-  if (copy != small_copy) {
-    delete[] copy;
-  }
-}
-
-template <typename Room>
-template <typename Append>
-void TextWriter<Room>::write(int level, Append append) {
-  size_t line_before = room_.length();
-  size_t text_begin = begin_line(level);
-  LineFeeds line_feeds = append(room_);
-  if (room_.is_cut) [[unlikely]] {
-    complete_cut_line();
-    line_feeds = LineFeeds::several;
-  }
-  size_t size = room_.length() - text_begin;
-  if (size == 0) {
-    return room_.shorten(line_before);
-  }
-  if (line_feeds == LineFeeds::none) {
-    return;
-  }
-  bool is_empty_line = size == 1 && line_before == 0;
-  bool ends_line = room_.cursor[-1] == '\n' && !is_empty_line;
-  if (line_feeds == LineFeeds::several) {
-    const void* first = std::memchr(room_.cursor - size, '\n', size);
-    if (first == nullptr) {
-      return;
-    }
-    ends_line = ends_line && first == room_.cursor - 1;
-  }
-  if (ends_line) [[likely]] {
-    end_line();
-  } else {
-    rewrite_line_by_line(level, line_before, size);
-  }
 }
 
 /** Writes a text to where the calling thread puts its lines together. */
@@ -449,17 +244,24 @@ void start() {
   }
   ErrorKeeper error_keeper;
   remember_folder();
-  __atomic_store_n(&ZOLP_trace_state.thread, thread_pointer(), __ATOMIC_RELAXED);
+  begin_first_thread();
   destination_lock.prepare();
   settings = read_settings();
-  has_prefix =
-      settings.shows_clock || settings.shows_time || settings.shows_level || settings.shows_process;
+  choose_prefix(settings);
   has_selection = settings.skipped != nullptr || settings.chosen != nullptr;
   text_level.store(settings.level, std::memory_order_relaxed);
   destination.configure(settings);
   recorder.configure(settings);
   call_around_forks(prepare_for_fork, go_on_as_parent, go_on_as_child);
   publish();
+}
+
+void end_first_thread() {
+  const FirstThreadGuard guard;
+  TextWriter(destination, first_thread, ZOLP_trace_state.depth).complete();
+  recorder.release(first_thread.events);
+  first_thread = {};
+  ZOLP_trace_state.depth = 0;
 }
 
 bool has_chosen_names() {

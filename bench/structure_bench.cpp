@@ -70,12 +70,15 @@ template <auto Walk>
 void on_large(benchmark::State& state) {
   measure(state, large, Walk);
 }
-/** The same while the walk is recorded, in a file that is full already, as with a server. */
-template <auto Walk>
+/** The same while the walk is recorded, in a file that is full already, as with a server, or new.
+ */
+template <auto Walk, bool IsNew>
 void on_large_recorded(benchmark::State& state) {
   const std::string path = (std::filesystem::temp_directory_path() / "zolp-bench-walk").string();
   ZOLP_SetTraceRecording(path.c_str(), 0);
-  Walk(large.top);
+  if (!IsNew) {
+    Walk(large.top);
+  }
   measure(state, large, Walk);
   ZOLP_SetTraceRecording(nullptr, 0);
   std::filesystem::remove(path);
@@ -291,7 +294,10 @@ void add_structure_benchmarks() {
   // A frame and a platform call for each line, at 30 ns each.
   compare({"depth of a structure, recorded, a line of 111,110",
            "depth of a structure, neither shown nor recorded", 1.0, 60},
-          on_large_recorded<library_depth>, on_large<library_depth>, 1);
+          on_large_recorded<library_depth, false>, on_large<library_depth>, 1);
+  compare({"depth of a structure, newly recorded, a line of 111,110",
+           "depth of a structure, neither shown nor recorded", 1.0, 60},
+          on_large_recorded<library_depth, true>, on_large<library_depth>, 1);
   compare_walk<library_depth, plain_children>("depth of a structure", 1.15, 1.3);
   compare_walk<library_resequence, plain_resequence>("structure resequenced", 1.3, 1.3);
   compare_walk<library_pack, plain_pack>("structure packed", 1.3, 1.3);

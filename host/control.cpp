@@ -2,6 +2,7 @@
 
 #include "ork_host.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -41,14 +42,31 @@ const char* ork_host_path(void) {
   return path;
 }
 
-int ork_host_seed(const char* json) {
-  return guarded([&] {
-    host::require_all(json);
-    host::seed(host::site(), json, {});
-  });
+namespace {
+
+ork_host_seed_progress seed_progress = nullptr;
+void* seed_progress_context = nullptr;
+
+host::SeeProgress progress_of_seeds() {
+  if (seed_progress == nullptr) {
+    return nullptr;
+  }
+  return [](const char* section, std::size_t done, std::size_t elements) {
+    return seed_progress(section, done, elements, seed_progress_context) != 0;
+  };
 }
 
-int ork_host_seed_file(const char* path) {
+host::TakeFault fault_taker(ork_host_seed_fault see, void* context) {
+  return [see, context](const host::SeedFault& fault) {
+    if (see != nullptr) {
+      see(fault.pointer.c_str(), fault.line, fault.column, fault.why.c_str(), context);
+    }
+  };
+}
+
+/** Does something with the text of a seed file and its folder. */
+template <typename Use>
+int with_seed_file(const char* path, const Use& use) {
   return guarded([&] {
     host::require_all(path);
     // A path object, so that names of all languages are found on all systems.
@@ -56,8 +74,47 @@ int ork_host_seed_file(const char* path) {
     if (!file) {
       host::refuse(ORK_invalid_argument, std::string(path) + " cannot be read");
     }
-    const std::string json{std::istreambuf_iterator<char>(file), {}};
-    host::seed(host::site(), json, host::utf8_path(path).parent_path());
+    std::error_code none;
+    const auto size = std::filesystem::file_size(host::utf8_path(path), none);
+    std::string json;
+    json.reserve(none ? 0 : static_cast<std::size_t>(size) + 1);
+    json.assign(std::istreambuf_iterator<char>(file), {});
+    use(json, host::utf8_path(path).parent_path());
+  });
+}
+
+}  // namespace
+
+int ork_host_seed(const char* json) {
+  return guarded([&] {
+    host::require_all(json);
+    host::seed(host::site(), json, {}, progress_of_seeds());
+  });
+}
+
+int ork_host_seed_file(const char* path) {
+  return with_seed_file(path, [](const std::string& json, const std::filesystem::path& folder) {
+    host::seed(host::site(), json, folder, progress_of_seeds());
+  });
+}
+
+int ork_host_check_seed(const char* json, ork_host_seed_fault see, void* context) {
+  return guarded([&] {
+    host::require_all(json);
+    host::check_seed(host::site(), json, {}, fault_taker(see, context), progress_of_seeds());
+  });
+}
+
+int ork_host_check_seed_file(const char* path, ork_host_seed_fault see, void* context) {
+  return with_seed_file(path, [&](const std::string& json, const std::filesystem::path& folder) {
+    host::check_seed(host::site(), json, folder, fault_taker(see, context), progress_of_seeds());
+  });
+}
+
+void ork_host_set_seed_progress(ork_host_seed_progress progress, void* context) {
+  guarded([&] {
+    seed_progress = progress;
+    seed_progress_context = context;
   });
 }
 

@@ -57,6 +57,47 @@ ORK_API int ork_host_seed(const char* json);
 ORK_API int ork_host_seed_file(const char* path);
 
 /**
+ * Is told what is wrong with a seed.
+ * @param[in] pointer JSON pointer to the place; empty for the seed as a whole.
+ * @param[in] line, column where the place begins, each from 1, the column in bytes; 0 where there is
+ *   no such place.
+ * @param[in] why what is wrong there.
+ */
+typedef void (*ork_host_seed_fault)(const char* pointer, int line, int column, const char* why,
+                                    void* context);
+
+/**
+ * Tells all that is wrong with a seed. What only follows from a fault that was told is not told as
+ * well. Nothing of the seed comes into the site; but between #ork_host_begin_change and
+ * #ork_host_end_change, whose changes are then undone in any case, what is right stays for the next
+ * seed that is checked. Like a seed that is taken, it has others that write wait.
+ * @param[in] json the text, NUL-terminated.
+ * @param[in] see told each fault; null for nobody.
+ * @param[in] context what it is called with.
+ * @return #ORK_ok where nothing is wrong; otherwise as #ork_host_seed.
+ */
+ORK_API int ork_host_check_seed(const char* json, ork_host_seed_fault see, void* context);
+
+/** The same for a file. */
+ORK_API int ork_host_check_seed_file(const char* path, ork_host_seed_fault see, void* context);
+
+/**
+ * Is told how far a seed is with a section that may be long.
+ * @param[in] section "items", "relations" or "structures".
+ * @param[in] done, elements how many of its elements have been taken, and of how many.
+ * @return 1 to go on, 0 to refuse the seed with #ORK_interrupted.
+ */
+typedef logical (*ork_host_seed_progress)(const char* section, size_t done, size_t elements,
+                                          void* context);
+
+/**
+ * Sets the function that seeds call from now on.
+ * @param[in] progress the function; null for none.
+ * @param[in] context what it is called with.
+ */
+ORK_API void ork_host_set_seed_progress(ork_host_seed_progress progress, void* context);
+
+/**
  * Describes a part of the open site as JSON.
  * @param[in] section "site", "users", "groups", "roles", "classes", "types", "relation_types",
  *   "tools", "dataset_types", "form_types", "objects", "relations", "structures", "preferences",

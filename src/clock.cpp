@@ -63,7 +63,10 @@ std::int64_t counter() {
 CounterScale counter_scale({counter(), load_time});
 std::mutex counter_scale_mutex;
 
-/** Whether the counter runs at the same rate whatever the processor does. */
+/**
+ * Whether the counter runs at the same rate whatever the processor does. The trace library asks the
+ * same for its recorder; another one may stand in its place that does not tell.
+ */
 const bool is_counter_steady = [] {
   constexpr unsigned power_management = 0x80000007;
   constexpr unsigned invariant_counter = 1U << 8;

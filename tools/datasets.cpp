@@ -1,5 +1,6 @@
 #include "datasets.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -101,6 +102,15 @@ tag find_dataset_of(tag owner, const std::string& name) {
     }
   }
   return NULLTAG;
+}
+
+void require_no_more_datasets(tag owner, const std::string& name, std::size_t limit) {
+  const std::vector<tag> datasets = datasets_of(owner);
+  const auto count = std::count_if(datasets.begin(), datasets.end(),
+                                   [&name](tag dataset) { return name_of(dataset) == name; });
+  if (static_cast<std::size_t>(count) > limit) {
+    throw Error(id_of(owner) + " has a dataset " + name, "choose another name for the new one");
+  }
 }
 
 tag find_dataset(tag owner, const std::string& name) {

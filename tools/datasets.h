@@ -1,6 +1,7 @@
 /** @file Datasets of the open site, as commands name and show them. */
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -24,6 +25,13 @@ std::vector<tag> datasets_of(tag owner);
 
 /** NULLTAG for none. */
 tag find_dataset_of(tag owner, const std::string& name);
+
+/**
+ * Refuses a name that more datasets of an item or revision have than may. To be asked once before
+ * there is much work, and once when the dataset is made but not kept: others that make one wait
+ * then, and what is seen decides who has the name.
+ */
+void require_no_more_datasets(tag owner, const std::string& name, std::size_t limit);
 
 /** Finds a dataset of an item or revision or, without one, of the site. */
 tag find_dataset(tag owner, const std::string& name);

@@ -180,24 +180,17 @@ Json task_json(tag task) {
 
 // ----------------------------------------------------------------------------------- the tree
 
-std::string result_text(const Json& result) {
-  const int number = result.get<int>();
-  return number == FLOW_condition_true    ? "true"
-         : number == FLOW_condition_false ? "false"
-                                          : std::to_string(number);
-}
-
 std::string task_line(const Json& task) {
   std::string line;
   if (task.contains("on_result")) {
-    line = "on " + result_text(task["on_result"]) + ": ";
+    line = "on " + result_text(task["on_result"].get<int>()) + ": ";
   }
   line += task["name"].get<std::string>() + "  " + task["state"].get<std::string>();
   if (task["type"] != "root" && task["type"] != "task") {
     line += "  (" + task["type"].get<std::string>() + ")";
   }
   if (task.value("result", 0) != FLOW_condition_unset) {
-    line += "  result " + result_text(task["result"]);
+    line += "  result " + result_text(task["result"].get<int>());
   }
   return line;
 }
@@ -241,6 +234,12 @@ void print_branches(const std::vector<Branch>& branches, const std::string& inde
 }
 
 }  // namespace
+
+std::string result_text(int result) {
+  return result == FLOW_condition_true    ? "true"
+         : result == FLOW_condition_false ? "false"
+                                          : std::to_string(result);
+}
 
 std::string task_name(tag task) {
   std::array<char, FLOW_name_size + 1> name{};

@@ -29,6 +29,9 @@ Json job_json(tag job);
 /** Prints what `job_json` makes as a tree. */
 void print_job(const Json& job);
 
+/** How users write the result of a condition: "true", "false" or a number. */
+std::string result_text(int result);
+
 /** A job in one line of a list. */
 Json job_summary(tag job);
 

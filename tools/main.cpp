@@ -4,6 +4,7 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "commands/commands.h"
 #include "error.h"
@@ -65,12 +66,17 @@ int run(int argc, char** argv) {
   tool::add_job_commands(program);
   tool::add_handler_commands(program);
   tool::add_bom_commands(program);
+  tool::add_trace_commands(program);
   tool::add_completion_commands(program);
   tool::add_manual_command(program);
+  int exit_code = tool::exit_ok;
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {
     program.exit(help_or_version);
+  } catch (const CLI::RuntimeError& answer) {
+    // What a command has found out is its exit code.
+    exit_code = answer.get_exit_code();
   } catch (const CLI::ParseError& error) {
     return report_usage(error);
   } catch (const std::bad_alloc&) {
@@ -82,7 +88,7 @@ int run(int argc, char** argv) {
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     return report("cannot write to standard output: check where it goes", tool::exit_failure);
   }
-  return tool::exit_ok;
+  return exit_code;
 }
 
 }  // namespace
@@ -90,7 +96,10 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     tool::os::prepare_process();
-    tool::silence_trace_unless_wanted();
+    // What shows traces makes none: it would put away the recording that it is about to read.
+    if (argc < 2 || std::string_view(argv[1]) != "trace") {
+      tool::silence_trace_unless_wanted();
+    }
     return run(argc, argv);
   } catch (const tool::Error& error) {
     return report(error.what(), error.exit_code());

@@ -1,8 +1,10 @@
 /** @file What the program asks of the operating system; nothing else in it depends on one. */
 #pragma once
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace tool::os {
 
@@ -14,6 +16,27 @@ void prepare_process();
 
 /** Asks whether standard error is shown to somebody. */
 bool is_error_on_terminal();
+
+/** The same for standard output. */
+bool is_output_on_terminal();
+
+/** A program that standard output goes through. */
+struct OutputProgram {
+  std::FILE* pipe = nullptr;
+  int earlier_output = -1;
+};
+
+/**
+ * Sends standard output to a program that shows it page by page.
+ * @param command for the system's shell; empty for the usual one of the system.
+ */
+OutputProgram start_pager(const std::string& command);
+
+/** Waits until the user has left it. */
+void end_pager(const OutputProgram& pager);
+
+/** Lets the processor work for others a while. */
+void pause_milliseconds(int milliseconds);
 
 /** Asks whether a file may be read and written; the reason is in `errno` when not. */
 bool is_accessible(const std::string& path);
@@ -51,6 +74,9 @@ void watch_for_interruption();
 
 /** Asks whether the user has asked the program to end. A second request ends it at once. */
 bool was_interrupted();
+
+/** Runs a program that stands in one of the folders of PATH. @return whether it ended well. */
+bool run_program(const std::string& name, const std::vector<std::string>& arguments);
 
 enum class Redirection { to_standard_error, to_nowhere };
 

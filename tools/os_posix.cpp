@@ -1,8 +1,11 @@
 #include <fcntl.h>
 #include <fnmatch.h>
 #include <signal.h>
+#include <spawn.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -25,6 +28,38 @@ void prepare_process() {
 
 bool is_error_on_terminal() {
   return isatty(STDERR_FILENO) != 0;
+}
+
+bool is_output_on_terminal() {
+  return isatty(STDOUT_FILENO) != 0;
+}
+
+OutputProgram start_pager(const std::string& command) {
+  constexpr const char* usual =
+      "if command -v less >/dev/null; then exec less -FRSX; else exec more; fi";
+  std::fflush(stdout);
+  OutputProgram pager;
+  pager.pipe = popen(command.empty() ? usual : command.c_str(), "w");
+  if (pager.pipe != nullptr) {
+    pager.earlier_output = dup(STDOUT_FILENO);
+    dup2(fileno(pager.pipe), STDOUT_FILENO);
+    // An interruption is the pager's: it stays, and so must what feeds it.
+    signal(SIGINT, SIG_IGN);
+  }
+  return pager;
+}
+
+void end_pager(const OutputProgram& pager) {
+  if (pager.pipe != nullptr) {
+    restore_standard_output(pager.earlier_output);
+    pclose(pager.pipe);
+    signal(SIGINT, SIG_DFL);
+  }
+}
+
+void pause_milliseconds(int milliseconds) {
+  const timespec pause = {milliseconds / 1000, milliseconds % 1000 * 1'000'000L};
+  nanosleep(&pause, nullptr);
 }
 
 bool is_accessible(const std::string& path) {
@@ -83,6 +118,25 @@ void watch_for_interruption() {
 
 bool was_interrupted() {
   return interrupted != 0;
+}
+
+bool run_program(const std::string& name, const std::vector<std::string>& arguments) {
+  std::vector<char*> texts{const_cast<char*>(name.c_str())};
+  for (const std::string& argument : arguments) {
+    texts.push_back(const_cast<char*>(argument.c_str()));
+  }
+  texts.push_back(nullptr);
+  pid_t process = 0;
+  if (posix_spawnp(&process, name.c_str(), nullptr, nullptr, texts.data(), environ) != 0) {
+    return false;
+  }
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0) {
+    if (errno != EINTR) {
+      return false;
+    }
+  }
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 int redirect_standard_output(Redirection where) {

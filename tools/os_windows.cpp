@@ -1,6 +1,7 @@
 #include <direct.h>
 #include <fcntl.h>
 #include <io.h>
+#include <process.h>
 #include <stdio.h>
 // The next one needs it.
 #include <windows.h>
@@ -35,6 +36,35 @@ void prepare_process() {
 
 bool is_error_on_terminal() {
   return _isatty(standard_error) != 0;
+}
+
+bool is_output_on_terminal() {
+  return _isatty(standard_output) != 0;
+}
+
+OutputProgram start_pager(const std::string& command) {
+  fflush(stdout);
+  OutputProgram pager;
+  pager.pipe = _popen(command.empty() ? "more" : command.c_str(), "w");
+  if (pager.pipe != nullptr) {
+    pager.earlier_output = _dup(standard_output);
+    _dup2(_fileno(pager.pipe), standard_output);
+    // An interruption is the pager's: it stays, and so must what feeds it.
+    SetConsoleCtrlHandler(nullptr, TRUE);
+  }
+  return pager;
+}
+
+void end_pager(const OutputProgram& pager) {
+  if (pager.pipe != nullptr) {
+    restore_standard_output(pager.earlier_output);
+    _pclose(pager.pipe);
+    SetConsoleCtrlHandler(nullptr, FALSE);
+  }
+}
+
+void pause_milliseconds(int milliseconds) {
+  Sleep(static_cast<DWORD>(milliseconds));
 }
 
 bool is_accessible(const std::string& path) {
@@ -109,6 +139,21 @@ void watch_for_interruption() {
 
 bool was_interrupted() {
   return interruptions != 0;
+}
+
+bool run_program(const std::string& name, const std::vector<std::string>& arguments) {
+  // The system joins arguments to one text; those of ours hold no quotes.
+  const std::wstring program = host::utf8_path(name).wstring();
+  std::vector<std::wstring> quoted{program};
+  for (const std::string& argument : arguments) {
+    quoted.push_back(L'"' + host::utf8_path(argument).wstring() + L'"');
+  }
+  std::vector<const wchar_t*> texts;
+  for (const std::wstring& text : quoted) {
+    texts.push_back(text.c_str());
+  }
+  texts.push_back(nullptr);
+  return _wspawnvp(_P_WAIT, program.c_str(), texts.data()) == 0;
 }
 
 int redirect_standard_output(Redirection where) {

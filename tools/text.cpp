@@ -42,11 +42,14 @@ bool is_control(std::string_view character) {
          (is_high && character.size() <= 2);
 }
 
-void print_row(const std::vector<std::string>& cells, const std::vector<size_t>& widths) {
+void print_row(const std::vector<std::string>& cells, const std::vector<size_t>& widths,
+               size_t numbers) {
   std::string line;
   for (size_t i = 0; i < cells.size(); ++i) {
+    const size_t blanks = widths[i] - display_width(cells[i]);
+    line.append(i < numbers ? blanks : 0, ' ');
     line += cells[i];
-    line.append(widths[i] - display_width(cells[i]) + 2, ' ');
+    line.append((i < numbers ? 0 : blanks) + 2, ' ');
   }
   line.erase(line.find_last_not_of(' ') + 1);
   std::puts(line.c_str());
@@ -111,9 +114,9 @@ void Table::print() const {
       widths[i] = std::max(widths[i], display_width(row[i]));
     }
   }
-  print_row(headings_, widths);
+  print_row(headings_, widths, numbers_);
   for (const auto& row : rows_) {
-    print_row(row, widths);
+    print_row(row, widths, numbers_);
   }
 }
 

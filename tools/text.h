@@ -31,13 +31,16 @@ void print_json(const Json& document);
 /** Rows of text, printed in aligned columns under their headings. */
 class Table {
  public:
-  explicit Table(std::vector<std::string> headings) : headings_(std::move(headings)) {}
+  /** @param numbers how many of the first columns hold numbers, which end below each other. */
+  explicit Table(std::vector<std::string> headings, size_t numbers = 0)
+      : headings_(std::move(headings)), numbers_(numbers) {}
 
   void add_row(std::vector<std::string> cells);
   void print() const;
 
  private:
   std::vector<std::string> headings_;
+  size_t numbers_;
   std::vector<std::vector<std::string>> rows_;
 };
 

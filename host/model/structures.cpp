@@ -268,6 +268,70 @@ void Structures::refuse_cycle(tag item, const std::vector<tag>& children) {
   }
 }
 
+namespace {
+
+/** An item on the way down, with those below it that are still to be looked at. */
+struct Step {
+  tag item;
+  std::vector<tag> to_do;
+};
+
+}  // namespace
+
+/** Goes down from each item once; what is met again on the way down is a part of itself. */
+void Structures::find_cycles(const std::vector<tag>& from, const SeeCycle& see) {
+  std::unordered_map<tag, bool> is_on_the_way; /**< of all items that were met */
+  std::vector<Step> way;
+  const auto enter = [&](tag item) {
+    is_on_the_way[item] = true;
+    way.push_back({item, items_below(item)});
+  };
+  for (const tag first : from) {
+    if (!is_on_the_way.contains(first)) {
+      enter(first);
+    }
+    while (!way.empty()) {
+      Step& step = way.back();
+      if (step.to_do.empty()) {
+        is_on_the_way[step.item] = false;
+        way.pop_back();
+        continue;
+      }
+      const tag below = step.to_do.back();
+      step.to_do.pop_back();
+      const auto met = is_on_the_way.find(below);
+      if (met == is_on_the_way.end()) {
+        enter(below);
+      } else if (met->second) {
+        std::vector<tag> cycle;
+        for (auto above = way.rbegin(); cycle.empty() || cycle.back() != below; ++above) {
+          cycle.push_back(above->item);
+        }
+        std::reverse(cycle.begin(), cycle.end());
+        see(cycle);
+      }
+    }
+  }
+}
+
+/** The items of an item's saved structures, of all its revisions and views, each once. */
+std::vector<tag> Structures::items_below(tag item) {
+  static const std::string class_name = "PSBOMViewRevision";
+  const Attribute& children = *store_.class_named(class_name).find_attribute(items);
+  std::vector<tag> below;
+  store_.for_each("PSBOMView", {{"parent_item", item}}, [&](tag view, const Class&) {
+    store_.for_each(class_name, {{"bom_view", view}}, [&](tag view_revision, const Class&) {
+      const std::vector<tag> more = store_.saved_references(view_revision, children);
+      below.insert(below.end(), more.begin(), more.end());
+      return true;
+    });
+    return true;
+  });
+  std::sort(below.begin(), below.end());
+  below.erase(std::unique(below.begin(), below.end()), below.end());
+  return below;
+}
+
 /** Items that have an item as a child, as saved or as changed by this process. */
 std::vector<tag> Structures::items_above(tag item) {
   std::vector<tag> above;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <string>
@@ -118,6 +119,12 @@ class Structures {
    */
   void refuse_cycle(tag item, const std::vector<tag>& children);
 
+  /** Is told the items of a cycle, each a part of the one before it and the first of the last. */
+  using SeeCycle = std::function<void(const std::vector<tag>& cycle)>;
+
+  /** Looks for such items in the saved structures of some items and of what is below them. */
+  void find_cycles(const std::vector<tag>& from, const SeeCycle& see);
+
   Window& open_window();
   void close_window(Window& window);
 
@@ -126,6 +133,7 @@ class Structures {
 
  private:
   std::vector<tag> items_above(tag item);
+  std::vector<tag> items_below(tag item);
   tag item_of(tag view_revision);
 
   Store& store_;

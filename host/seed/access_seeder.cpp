@@ -38,7 +38,7 @@ Node only_member(const Node& node, std::initializer_list<std::string_view> names
 
 void AccessSeeder::take(const Node& root) {
   if (const auto rules = root.find("access_rules")) {
-    take_rules(rules->items());
+    attempt(*rules, [&] { take_rules(rules->items()); });
   }
 }
 
@@ -50,7 +50,8 @@ void AccessSeeder::take_rules(const std::vector<Node>& nodes) {
     }
   }
   for (int i = 0; i < count; ++i) {
-    take_rule(nodes[static_cast<std::size_t>(i)], i + 1);
+    const Node& node = nodes[static_cast<std::size_t>(i)];
+    attempt(node, [&] { take_rule(node, i + 1); });
   }
 }
 

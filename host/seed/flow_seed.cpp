@@ -17,7 +17,7 @@ constexpr int max_number = std::numeric_limits<int>::max();
 
 class ProcessTemplateSeeder : private SeedWriter {
  public:
-  explicit ProcessTemplateSeeder(Site& site) : SeedWriter(site, {}) {}
+  using SeedWriter::SeedWriter;
 
   void take(const Node& node) {
     node.allow_only({"name", "description", "handlers", "tasks"});
@@ -225,10 +225,8 @@ class ProcessTemplateSeeder : private SeedWriter {
 
 }  // namespace
 
-void take_process_templates(Site& site, const std::vector<Node>& nodes) {
-  for (const Node& node : nodes) {
-    ProcessTemplateSeeder(site).take(node);
-  }
+void take_process_template(SeedRun& run, const Node& node) {
+  ProcessTemplateSeeder(run).take(node);
 }
 
 }  // namespace host

@@ -1,14 +1,11 @@
 /** @file Seeding of process templates. */
 #pragma once
 
-#include <vector>
-
-#include "seed_node.h"
-#include "site.h"
+#include "seed_writer.h"
 
 namespace host {
 
-/** Makes process templates, or changes those that are known. Jobs that run keep what they had. */
-void take_process_templates(Site& site, const std::vector<Node>& nodes);
+/** Makes a process template, or changes the one that is known. Jobs that run keep what they had. */
+void take_process_template(SeedRun& run, const Node& node);
 
 }  // namespace host

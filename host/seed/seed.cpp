@@ -1,9 +1,10 @@
 #include "seed.h"
 
-#include <nlohmann/json.hpp>
-#include <set>
+#include <cstdint>
+#include <iterator>
 
 #include "access_seeder.h"
+#include "datasets.h"
 #include "failure.h"
 #include "flow_seed.h"
 #include "known_sites.h"
@@ -29,10 +30,16 @@ constexpr const char* default_dataset_relation = "VELO_reference";
 /** Tries out date formats. */
 constexpr date_s some_date = {2026, 2, 31, 23, 59, 0};
 
+/** After so many what was read of them is dropped from memory. */
+constexpr std::size_t elements_at_once = 1000;
+
+/** The lists that may be as long as a site is large. */
+constexpr std::string_view streamed_sections[] = {"items", "relations", "structures"};
+
 class Seeder : private SeedWriter {
  public:
-  Seeder(Site& site, const std::filesystem::path& folder)
-      : SeedWriter(site, folder), data_(site, folder) {}
+  Seeder(SeedRun& run, const SeedText& text, const SeeProgress& progress)
+      : SeedWriter(run), text_(text), progress_(progress), data_(run), structures_(run) {}
 
   void take(const Node& root) {
     root.allow_only({"site",
@@ -56,53 +63,70 @@ class Seeder : private SeedWriter {
                      "note_types",
                      "revision_rules",
                      "structures"});
-    if (const auto settings = root.find("site")) {
-      take_password_cost(*settings);
-    }
-    for (const Node& group : root.items_of("groups")) {
-      take_named(group, "Group", "group");
-    }
-    for (const Node& role : root.items_of("roles")) {
-      take_named(role, "Role", "role");
-    }
-    for (const Node& user : root.items_of("users")) {
-      take_user(user);
-    }
-    for (const Node& type : root.items_of("classes")) {
-      take_class(type);
-    }
-    for (const Node& type : root.items_of("types")) {
-      take_type(type);
-    }
-    for (const Node& type : root.items_of("relation_types")) {
-      take_relation_type(type);
-    }
-    data_.take_types(root);
-    if (const auto preferences = root.find("preferences")) {
-      take_preferences(*preferences);
-    }
-    if (const auto texts = root.find("texts")) {
-      take_texts(*texts);
-    }
-    // After the users, since it names one, and before the items, since it names their owner.
-    if (const auto settings = root.find("site")) {
-      take_site(*settings);
-    }
-    for (const Node& site : root.items_of("sites")) {
-      take_other_site(site);
-    }
-    for (const Node& item : root.items_of("items")) {
-      take_item(item);
-    }
-    for (const Node& relation : root.items_of("relations")) {
-      take_relation(relation);
-    }
-    take_process_templates(site_, root.items_of("process_templates"));
-    StructureSeeder(site_, folder_).take(root);
-    AccessSeeder(site_, folder_).take(root);
+    take_definitions(root);
+    stream(root, "items", [this](const Node& item, std::size_t) { take_item(item); });
+    stream(root, "relations",
+           [this](const Node& relation, std::size_t) { take_relation(relation); });
+    each_of(root, "process_templates",
+            [this](const Node& process) { take_process_template(run_, process); });
+    structures_.take_definitions(root);
+    stream(root, "structures", [this](const Node& structure, std::size_t number) {
+      structures_.take_structure(structure, number);
+    });
+    structures_.check_cycles(text_);
+    AccessSeeder(run_).take(root);
   }
 
  private:
+  /** What objects are made of. */
+  void take_definitions(const Node& root) {
+    const auto settings = root.find("site");
+    if (settings) {
+      attempt(*settings, [&] { take_password_cost(*settings); });
+    }
+    each_of(root, "groups", [this](const Node& node) { take_named(node, "Group", "group"); });
+    each_of(root, "roles", [this](const Node& node) { take_named(node, "Role", "role"); });
+    each_of(root, "users", [this](const Node& node) { take_user(node); });
+    each_of(root, "classes", [this](const Node& node) { take_class(node); });
+    each_of(root, "types", [this](const Node& node) { take_type(node); });
+    each_of(root, "relation_types", [this](const Node& node) { take_relation_type(node); });
+    data_.take_types(root);
+    if (const auto preferences = root.find("preferences")) {
+      attempt(*preferences, [&] { take_preferences(*preferences); });
+    }
+    if (const auto texts = root.find("texts")) {
+      attempt(*texts, [&] { take_texts(*texts); });
+    }
+    // After the users, since it names one, and before the items, since it names their owner.
+    if (settings) {
+      attempt(*settings, [&] { take_site(*settings); });
+      run_.automatic_user.reset();
+    }
+    each_of(root, "sites", [this](const Node& node) { take_other_site(node); });
+  }
+
+  /** Takes the elements of a long list one by one; the memory that each needs is given back. */
+  template <typename Take>
+  void stream(const Node& root, const char* section, const Take& take) {
+    if (const auto list = root.find(section)) {
+      attempt(*list, [&] { list->items(); });  // which says when it is no list
+    }
+    const std::uint64_t stamp = store_.last_stamp();
+    const std::size_t size = text_.size(section);
+    std::size_t number = 0;
+    text_.for_each(section, [&](const Json& element, std::size_t begin) {
+      const SeedPart part{text_, element, begin, {section, std::to_string(number)}, run_.faults};
+      const Node node(element, part);
+      attempt(node, [&] { take(node, number); });
+      if (++number % elements_at_once == 0) {
+        store_.forget_since(stamp);
+      }
+      if (progress_ && !progress_(section, number, size)) {
+        refuse(ORK_interrupted, "at element " + std::to_string(number) + " of \"" + section + "\"");
+      }
+    });
+  }
+
   /** A group or role: a name, or an object with a name and a description. */
   void take_named(const Node& node, const char* class_name, const std::string& prefix) {
     if (!node.is_text()) {
@@ -130,9 +154,8 @@ class Seeder : private SeedWriter {
     if (const auto flag = node.find("administrator")) {
       put(*flag, user, "is_administrator", flag->logical_value());
     }
-    for (const Node& membership : node.items_of("memberships")) {
-      take_membership(membership, user);
-    }
+    each_of(node, "memberships",
+            [&](const Node& membership) { take_membership(membership, user); });
     if (const auto group = node.find("default_group")) {
       take_default_group(*group, user);
     }
@@ -175,9 +198,8 @@ class Seeder : private SeedWriter {
       parent_name.refuse("there is no class \"" + parent_name.text() + "\"");
     }
     const Class& type = ensure_class(node.at("name"), parent_name, *parent);
-    for (const Node& attribute : node.items_of("attributes")) {
-      take_attribute(attribute, type);
-    }
+    each_of(node, "attributes",
+            [&](const Node& attribute) { take_attribute(attribute, type); });
   }
 
   void take_type(const Node& node) {
@@ -240,19 +262,21 @@ class Seeder : private SeedWriter {
 
   void take_preferences(const Node& node) {
     for (const auto& [name, value] : node.members()) {
-      if (name.empty()) {
-        value.refuse("a preference needs a name");
-      }
-      PreferenceValues values;
-      if (value.is_list()) {
-        for (const Node& item : value.items()) {
-          values.push_back(preference_value(item));
-        }
-      } else {
-        values.push_back(preference_value(value));
-      }
-      write_preference(site_.database(), name, values);
+      attempt(value, [&, name = name, value = value] { take_preference(name, value); });
     }
+  }
+
+  void take_preference(const std::string& name, const Node& value) {
+    if (name.empty()) {
+      value.refuse("a preference needs a name");
+    }
+    PreferenceValues values;
+    if (value.is_list()) {
+      each(value.items(), [&](const Node& item) { values.push_back(preference_value(item)); });
+    } else {
+      values.push_back(preference_value(value));
+    }
+    write_preference(site_.database(), name, values);
   }
 
   std::string preference_value(const Node& node) {
@@ -275,10 +299,13 @@ class Seeder : private SeedWriter {
     for (const auto& [language_name, texts] : node.members()) {
       const auto language = find_language(language_name);
       if (!language) {
-        texts.refuse("expected a language: en or de");
+        texts.complain("expected a language: en or de");
+        continue;
       }
       for (const auto& [key, value] : texts.members()) {
-        write_site_text(site_.database(), *language, key, text_of(key, value));
+        attempt(value, [&, key = key, value = value] {
+          write_site_text(site_.database(), *language, key, text_of(key, value));
+        });
       }
     }
   }
@@ -301,24 +328,22 @@ class Seeder : private SeedWriter {
     const tag item =
         take_workspace_object(node, store_.find_one("Item", key), type_of(node, "Item"), key);
     data_.take_master_form(node, item);
-    for (const Node& revision : node.items_of("revisions")) {
-      take_revision(revision, item);
-    }
+    each_of(node, "revisions", [&](const Node& revision) { take_revision(revision, item, node); });
   }
 
-  void take_revision(const Node& node, tag item) {
+  void take_revision(const Node& node, tag item, const Node& item_node) {
     node.allow_only({"id", "datasets", "master_form"}, workspace_members);
     const std::string id = node.at("id").name();
     const Store::Criteria key = {{"item_tag", item}, {"item_revision_id", id}};
     const tag known = find_revision(store_, item, id);
-    const tag revision = take_workspace_object(node, known, type_of(node, "ItemRevision"), key);
-    if (store_.text(revision, "object_name").empty()) {
-      put(node, revision, "object_name", store_.text(item, "object_name"));
-    }
+    const tag revision =
+        take_workspace_object(node, known, type_of(node, "ItemRevision"), key, [&](Draft& draft) {
+          if (draft.text("object_name").empty()) {
+            draft.set(node, "object_name", item_node.at("name").text());
+          }
+        });
     data_.take_master_form(node, revision);
-    for (const Node& dataset : node.items_of("datasets")) {
-      take_dataset(dataset, revision);
-    }
+    each_of(node, "datasets", [&](const Node& dataset) { take_dataset(dataset, revision); });
   }
 
   void take_dataset(const Node& node, tag revision) {
@@ -329,8 +354,13 @@ class Seeder : private SeedWriter {
         relation ? find_relation_type(*relation) : store_.find_type(default_dataset_relation);
     const tag type = type_of(node, "Dataset");
     const tag known = find_dataset(revision, name);
-    const tag dataset =
-        take_workspace_object(node, known, type, {{"object_name", name}, {"dataset_type", type}});
+    const tag dataset = take_workspace_object(
+        node, known, type, {{"object_name", name}, {"dataset_type", type}}, [&](Draft& draft) {
+          if (draft.reference("tool_used") == NULLTAG) {
+            const tag held_type = known != NULLTAG ? host::type_of(store_, known) : type;
+            draft.set(node, "tool_used", default_tool(store_, held_type));
+          }
+        });
     ensure_relation(node, revision, relation_type, dataset);
     data_.take_contents(node, dataset);
   }
@@ -342,77 +372,47 @@ class Seeder : private SeedWriter {
     ensure_relation(node, primary, relation_type, find_object(node.at("secondary")));
   }
 
+  const SeedText& text_;
+  const SeeProgress& progress_;
   DataSeeder data_;
+  StructureSeeder structures_;
 };
 
-/** Sees to it that no member of an object is given twice, of which the parser would lose one. */
-class MemberCheck {
+/** Pages of the file that SQLite keeps in memory while a seed is taken, and at other times: in KiB. */
+constexpr const char* large_cache = "PRAGMA cache_size = -65536";
+constexpr const char* usual_cache = "PRAGMA cache_size = -2000";
+
+class LargeCache {
  public:
-  bool see(Json::parse_event_t event, const Json& value) {
-    using Event = Json::parse_event_t;
-    if (event == Event::key) {
-      levels_.back().name = value.get_ref<const std::string&>();
-      if (!levels_.back().names.insert(levels_.back().name).second) {
-        Node(value, place()).refuse("is given twice");
-      }
-    } else if (event == Event::object_end || event == Event::array_end) {
-      levels_.pop_back();
-    } else {
-      if (!levels_.empty() && levels_.back().is_array) {
-        levels_.back().name = std::to_string(levels_.back().elements++);
-      }
-      if (event != Event::value) {
-        levels_.push_back({event == Event::array_start, 0, {}, {}});
-      }
+  explicit LargeCache(Database& database) : database_(database) { database_.execute(large_cache); }
+  ~LargeCache() {
+    try {
+      database_.execute(usual_cache);
+    } catch (const std::exception&) {
+      // It is memory, and nothing else.
     }
-    return true;
   }
+  LargeCache(const LargeCache&) = delete;
+  LargeCache& operator=(const LargeCache&) = delete;
 
  private:
-  struct Level {
-    bool is_array;
-    std::size_t elements;
-    std::string name; /**< of the member or element that is being read */
-    std::set<std::string> names;
-  };
-
-  std::string place() const {
-    std::string text;
-    for (const Level& level : levels_) {
-      text += "/" + Node::escaped(level.name);
-    }
-    return text;
-  }
-
-  std::vector<Level> levels_;
+  Database& database_;
 };
 
-Json parse(const std::string& text) {
-  try {
-    MemberCheck check;
-    return Json::parse(text, [&check](int, Json::parse_event_t event, Json& value) {
-      return check.see(event, value);
-    });
-  } catch (const Json::exception& error) {
-    // Behind the library's own tag in brackets it says line, column and what it found.
-    const std::string what = error.what();
-    const std::size_t tag_end = what.find("] ");
-    refuse(
-        ORK_invalid_argument,
-        shortened(tag_end == std::string::npos ? what : what.substr(tag_end + 2), longest_refusal));
-  }
-}
-
-}  // namespace
-
-void seed(Site& site, const std::string& json, const std::filesystem::path& folder) {
+void take_seed(Site& site, std::string_view json, const std::filesystem::path& folder,
+               SeedFaults& faults, const SeeProgress& progress) {
   if (site.store().has_unsaved_changes()) {
     refuse(ORK_invalid_argument, "the session has unsaved changes; save or drop them first");
   }
-  const Json parsed = parse(json);
+  const SeedText text(json, streamed_sections, [&faults](const SeedFault& fault) { faults.add(fault); });
   try {
+    const LargeCache cache(site.database());
     Transaction transaction(site.database());
-    Seeder(site, folder).take(Node(parsed, ""));
+    InsertBatch batch(site.store());
+    SeedRun run{site, folder, faults, {}};
+    const SeedPart part{text, text.root(), text.begin(), {}, faults};
+    Seeder(run, text, progress).take(Node(text.root(), part));
+    batch.end();
     transaction.commit();
   } catch (...) {
     site.reload_store();  // memory holds what the file has just undone
@@ -426,6 +426,43 @@ void seed(Site& site, const std::string& json, const std::filesystem::path& fold
     site.session->preferences = read_preferences(site.database());
   }
   site.session->access_rules.reset();
+}
+
+}  // namespace
+
+void seed(Site& site, std::string_view json, const std::filesystem::path& folder,
+          const SeeProgress& progress) {
+  SeedFaults faults;
+  take_seed(site, json, folder, faults, progress);
+}
+
+void check_seed(Site& site, std::string_view json, const std::filesystem::path& folder,
+                const TakeFault& take_fault, const SeeProgress& progress) {
+  const bool is_alone = !site.database().holds_changes();
+  if (is_alone) {
+    site.hold_changes();
+  }
+  site.database().rehearse();
+  SeedFaults faults{take_fault, 0, {}};
+  try {
+    take_seed(site, json, folder, faults, progress);
+  } catch (const SeedFailure& failure) {
+    faults.add(failure.fault());
+  } catch (const Consequence&) {
+    // What it follows from has been told.
+  } catch (...) {
+    if (is_alone) {
+      site.end_changes(false);
+    }
+    throw;
+  }
+  if (is_alone) {
+    site.end_changes(false);
+  }
+  if (faults.count > 0) {
+    refuse(ORK_invalid_argument, "the seed has " + std::to_string(faults.count) +
+                                     (faults.count == 1 ? " fault" : " faults"));
+  }
 }
 
 }  // namespace host

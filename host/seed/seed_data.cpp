@@ -25,15 +25,9 @@ tag find_part(Store& store, tag dataset, const std::string& reference, const cha
 }  // namespace
 
 void DataSeeder::take_types(const Node& root) {
-  for (const Node& tool : root.items_of("tools")) {
-    take_tool(tool);
-  }
-  for (const Node& type : root.items_of("dataset_types")) {
-    take_dataset_type(type);
-  }
-  for (const Node& type : root.items_of("form_types")) {
-    take_form_type(type);
-  }
+  each_of(root, "tools", [this](const Node& tool) { take_tool(tool); });
+  each_of(root, "dataset_types", [this](const Node& type) { take_dataset_type(type); });
+  each_of(root, "form_types", [this](const Node& type) { take_form_type(type); });
 }
 
 void DataSeeder::take_tool(const Node& node) {
@@ -105,22 +99,13 @@ void DataSeeder::take_form_type(const Node& node) {
   }
   const Class& form_class =
       ensure_class(name, name, store_.class_named(store_.text(parent, "type_class")));
-  for (const Node& field : node.items_of("fields")) {
-    take_attribute(field, form_class);
-  }
+  each_of(node, "fields", [&](const Node& field) { take_attribute(field, form_class); });
   ensure_type(name, parent, form_class);
 }
 
 void DataSeeder::take_contents(const Node& node, tag dataset) {
-  if (store_.reference(dataset, "tool_used") == NULLTAG) {
-    put(node, dataset, "tool_used", default_tool(store_, host::type_of(store_, dataset)));
-  }
-  for (const Node& file : node.items_of("files")) {
-    take_file(file, dataset);
-  }
-  for (const Node& form : node.items_of("forms")) {
-    take_form_reference(form, dataset);
-  }
+  each_of(node, "files", [&](const Node& file) { take_file(file, dataset); });
+  each_of(node, "forms", [&](const Node& form) { take_form_reference(form, dataset); });
 }
 
 /** A file is known by its reference and its original name. */
@@ -202,7 +187,7 @@ tag DataSeeder::take_form(const Node& node, tag known, const std::string& usual_
   const tag form = take_workspace_object(node, known, type, {{"object_name", usual_name}});
   if (const auto values = node.find("values")) {
     for (const auto& [field, value] : values->members()) {
-      put_display_value(value, form, field);
+      attempt(node, [&, field = field, value = value] { put_display_value(value, form, field); });
     }
   }
   return form;

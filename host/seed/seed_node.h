@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,39 +13,52 @@
 
 #include "dates.h"
 #include "failure.h"
+#include "seed_text.h"
 
 namespace host {
 
-/** What a refusal shows of a name, and how long it gets at most, whatever the seed says. */
-inline constexpr std::size_t longest_shown_name = 80;
-inline constexpr std::size_t longest_refusal = 1000;
+/** What faults do while a seed is taken: the first one refuses it, unless all of them are wanted. */
+struct SeedFaults {
+  TakeFault take;               /**< empty where the first one ends the seed */
+  std::size_t count = 0;        /**< of those that were taken */
+  std::set<std::string> lacking; /**< names of what a fault has kept from being made */
 
-/** A text, cut between two characters where it is too long. */
-inline std::string shortened(const std::string& text, std::size_t most) {
-  if (text.size() <= most) {
-    return text;
-  }
-  std::size_t end = most;
-  while (end > 0 && (text[end] & 0xC0) == 0x80) {
-    --end;
-  }
-  return text.substr(0, end) + "...";
-}
+  bool are_gathered() const { return take != nullptr; }
 
-/** A value of the seed and its place in it, as a JSON pointer. Refuses what is not as expected. */
+  void add(const SeedFault& fault) {
+    if (!are_gathered()) {
+      throw SeedFailure(fault);
+    }
+    ++count;
+    take(fault);
+  }
+};
+
+/** A part of a seed that is in memory: all of it, or an element of a list that is streamed. */
+struct SeedPart {
+  const SeedText& text;
+  const nlohmann::json& root;
+  std::size_t begin; /**< in the text */
+  SeedPath base;     /**< the way to it */
+  SeedFaults& faults;
+
+  SeedPath path_to(const nlohmann::json& value) const;
+};
+
+/** A value of the seed. Refuses what is not as expected, and names its place. */
 class Node {
  public:
   using Json = nlohmann::json;
 
-  Node(const Json& value, std::string place) : value_(&value), place_(std::move(place)) {}
+  Node(const Json& value, const SeedPart& part) : value_(&value), part_(&part) {}
 
-  [[noreturn]] void refuse(const std::string& why) const {
-    host::refuse(ORK_invalid_argument,
-                 shortened((place_.empty() ? "the seed" : place_) + ": " + why, longest_refusal));
-  }
+  [[noreturn]] void refuse(const std::string& why) const { throw SeedFailure(fault(why)); }
   [[noreturn]] void refuse_kind(const char* expected) const {
     refuse(std::string("expected ") + expected + ", found " + value_->type_name());
   }
+
+  /** The same, and comes back where more faults are looked for. */
+  void complain(const std::string& why) const { part_->faults.add(fault(why)); }
 
   bool is_null() const { return value_->is_null(); }
   bool is_text() const { return value_->is_string(); }
@@ -52,24 +66,10 @@ class Node {
   bool is_list() const { return value_->is_array(); }
   bool is_object() const { return value_->is_object(); }
 
-  std::string text() const {
-    if (!is_text()) {
-      refuse_kind("a string");
-    }
-    std::string found = value_->get<std::string>();
-    if (found.find('\0') != std::string::npos) {
-      refuse("must not contain a NUL character");
-    }
-    return found;
-  }
+  std::string text() const;
 
-  std::string name() const {
-    std::string found = text();
-    if (found.empty()) {
-      refuse("must not be empty");
-    }
-    return found;
-  }
+  /** A text that is not empty. */
+  std::string name() const;
 
   bool logical_value() const {
     if (!is_logical()) {
@@ -78,98 +78,37 @@ class Node {
     return value_->get<bool>();
   }
 
-  int number_up_to(int limit) const {
-    if (!value_->is_number_integer()) {
-      refuse_kind("a whole number");
-    }
-    const auto number = value_->get<std::int64_t>();
-    if (number < 1 || number > limit) {
-      refuse("expected a number from 1 to " + std::to_string(limit));
-    }
-    return static_cast<int>(number);
-  }
+  int number_up_to(int limit) const;
 
   /** "2026-03-31 12:00:00"; the time may be left out. */
-  date_s date() const {
-    const std::string found = text();
-    const bool has_time = found.find(' ') != std::string::npos;
-    const date_s parsed = parse_date(has_time ? found : found + " 00:00:00");
-    if (parsed == date_s{}) {
-      refuse("expected a date such as \"2026-03-31 12:00:00\"");
-    }
-    return parsed;
-  }
+  date_s date() const;
 
-  std::vector<Node> items() const {
-    if (!is_list()) {
-      refuse_kind("an array");
-    }
-    std::vector<Node> nodes;
-    for (std::size_t i = 0; i < value_->size(); ++i) {
-      nodes.emplace_back((*value_)[i], place_ + "/" + std::to_string(i));
-    }
-    return nodes;
-  }
+  std::vector<Node> items() const;
 
   /** Names and values of an object. */
-  std::vector<std::pair<std::string, Node>> members() const {
-    if (!is_object()) {
-      refuse_kind("an object");
-    }
-    std::vector<std::pair<std::string, Node>> nodes;
-    for (const auto& [key, value] : value_->items()) {
-      nodes.emplace_back(key, Node(value, place_ + "/" + escaped(key)));
-    }
-    return nodes;
-  }
+  std::vector<std::pair<std::string, Node>> members() const;
 
-  /** Refuses members other than these, which are slips as a rule. */
+  /** Complains of members other than these, which are slips as a rule. */
   void allow_only(std::initializer_list<std::string_view> names,
-                  std::span<const std::string_view> more = {}) const {
-    for (const auto& [key, node] : members()) {
-      if (std::find(names.begin(), names.end(), key) == names.end() &&
-          std::find(more.begin(), more.end(), key) == more.end()) {
-        node.refuse("is not known here");
-      }
-    }
-  }
+                  std::span<const std::string_view> more = {}) const;
 
-  Node at(const char* key) const {
-    const std::optional<Node> found = find(key);
-    if (!found) {
-      refuse(std::string("expected a member \"") + key + "\"");
-    }
-    return *found;
-  }
-
-  std::optional<Node> find(const char* key) const {
-    if (!is_object()) {
-      refuse_kind("an object");
-    }
-    const auto found = value_->find(key);
-    if (found == value_->end()) {
-      return std::nullopt;
-    }
-    return Node(*found, place_ + "/" + key);
-  }
+  Node at(const char* key) const;
+  std::optional<Node> find(const char* key) const;
 
   std::vector<Node> items_of(const char* key) const {
     const std::optional<Node> list = find(key);
     return list ? list->items() : std::vector<Node>();
   }
 
-  /** A member's name as a JSON pointer has it. */
-  static std::string escaped(const std::string& key) {
-    std::string text;
-    for (const char letter : shortened(key, longest_shown_name)) {
-      text += letter == '~' ? "~0" : letter == '/' ? "~1" : std::string(1, letter);
-    }
-    return text;
-  }
+  const SeedPart& part() const { return *part_; }
 
  private:
+  SeedFault fault(const std::string& why) const {
+    return part_->text.fault_at(part_->begin, part_->base, part_->path_to(*value_), why);
+  }
+
   const Json* value_;
-  std::string place_;
+  const SeedPart* part_;
 };
 
 }  // namespace host

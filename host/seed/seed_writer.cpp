@@ -21,12 +21,11 @@ tag SeedWriter::ensure(const Node& node, const char* class_name, const Store::Cr
 
 tag SeedWriter::make(const Node& node, const std::string& class_name,
                      const Store::Criteria& values) {
-  return at_place(node, [&] {
-    const tag object = store_.create(store_.class_named(class_name), values);
-    store_.save(object);
-    store_.refresh(object, false);
-    return object;
-  });
+  Draft draft(store_, store_.class_named(class_name), NULLTAG);
+  for (const auto& [attribute, value] : values) {
+    draft.set(node, attribute.c_str(), value);
+  }
+  return draft.take(node);
 }
 
 void SeedWriter::put(const Node& node, tag object, const char* attribute, const Scalar& value) {
@@ -79,9 +78,27 @@ tag SeedWriter::find(const Node& node, const char* class_name, const char* attri
   const std::string name = node.name();
   const tag found = store_.find_one(class_name, {{attribute, name}});
   if (found == NULLTAG) {
-    node.refuse(std::string("there is no ") + what + " \"" + name + "\"");
+    refuse_unknown(node, std::string("there is no ") + what + " \"" + name + "\"");
   }
   return found;
+}
+
+void SeedWriter::refuse_unknown(const Node& node, const std::string& why) const {
+  if (run_.faults.lacking.contains(node.text())) {
+    throw Consequence();
+  }
+  node.refuse(why);
+}
+
+/** Others may name what is not made now. */
+void SeedWriter::note_lacking(const Node& node) {
+  for (const char* member : {"id", "name"}) {
+    const auto name = node.is_object() ? node.find(member) : std::nullopt;
+    if (name && name->is_text()) {
+      run_.faults.lacking.insert(name->text());
+      return;
+    }
+  }
 }
 
 tag SeedWriter::find_group(const Node& node) {
@@ -104,26 +121,28 @@ tag SeedWriter::find_relation_type(const Node& node) {
   return find(node, "RelationType", "type_name", "relation type");
 }
 
-void SeedWriter::take_owner(const Node& node, tag object) {
+void SeedWriter::take_owner(const Node& node, Draft& draft) {
   if (const auto owner = node.find("owner")) {
-    put(*owner, object, "owning_user", find_user(*owner));
-  } else if (store_.reference(object, "owning_user") == NULLTAG) {
-    put(node, object, "owning_user", automatic_user());
+    draft.set(*owner, "owning_user", find_user(*owner));
+  } else if (draft.reference("owning_user") == NULLTAG) {
+    draft.set(node, "owning_user", automatic_user());
   }
   if (const auto group = node.find("group")) {
-    put(*group, object, "owning_group", find_group(*group));
-  } else if (store_.reference(object, "owning_group") == NULLTAG) {
-    const tag owner = store_.reference(object, "owning_user");
-    if (owner == NULLTAG) {
-      return;
+    draft.set(*group, "owning_group", find_group(*group));
+  } else if (draft.reference("owning_group") == NULLTAG) {
+    const tag owner = draft.reference("owning_user");
+    if (owner != NULLTAG) {
+      draft.set(node, "owning_group", store_.reference(owner, "default_group"));
     }
-    put(node, object, "owning_group", store_.reference(owner, "default_group"));
   }
 }
 
 tag SeedWriter::automatic_user() {
-  const auto user_id = store_.setting("automatic_login");
-  return user_id ? store_.find_one("User", {{"user_id", *user_id}}) : NULLTAG;
+  if (!run_.automatic_user) {
+    const auto user_id = store_.setting("automatic_login");
+    run_.automatic_user = user_id ? store_.find_one("User", {{"user_id", *user_id}}) : NULLTAG;
+  }
+  return *run_.automatic_user;
 }
 
 tag SeedWriter::type_of(const Node& node, const char* class_name) {
@@ -138,39 +157,85 @@ tag SeedWriter::type_of(const Node& node, const char* class_name) {
   return type;
 }
 
-tag SeedWriter::take_workspace_object(const Node& node, tag known, tag type, Store::Criteria key) {
+tag SeedWriter::take_workspace_object(const Node& node, tag known, tag type,
+                                      const Store::Criteria& key,
+                                      const std::function<void(Draft&)>& complete) {
   const std::string type_name = store_.text(type, "type_name");
-  tag object = known;
-  if (object == NULLTAG) {
-    key.emplace_back("object_type", type_name);
-    object = make(node, store_.text(type, "type_class"), key);
+  Draft draft(store_,
+              known != NULLTAG ? store_.class_of(known)
+                               : store_.class_named(store_.text(type, "type_class")),
+              known);
+  if (known == NULLTAG) {
+    for (const auto& [attribute, value] : key) {
+      draft.set(node, attribute.c_str(), value);
+    }
+    draft.set(node, "object_type", type_name);
   } else if (const auto named = node.find("type")) {
-    const std::string& held = store_.text(object, "object_type");
+    const std::string& held = store_.text(known, "object_type");
     if (held != type_name) {
       named->refuse("the object exists with type \"" + held + "\"");
     }
   }
-  put_text(node, "name", object, "object_name");
-  put_text(node, "description", object, "object_desc");
-  take_owner(node, object);
-  take_statuses(node, object);
-  take_checkout(node, object);
-  take_owning_site(node, object);
+  for (const auto& [member, attribute] :
+       {std::pair("name", "object_name"), {"description", "object_desc"}}) {
+    attempt(node, [&, member = member, attribute = attribute] {
+      if (const auto text = node.find(member)) {
+        draft.set(*text, attribute, text->text());
+      }
+    });
+  }
+  const Values statuses = draft.values("release_status_list");
+  attempt(node, [&] { take_owner(node, draft); });
+  attempt(node, [&] { take_statuses(node, draft); });
+  attempt(node, [&] { take_checkout(node, draft); });
+  attempt(node, [&] { take_owning_site(node, draft); });
+  if (complete) {
+    complete(draft);
+  }
+  const tag object = draft.take(node);
+  remove_unused_statuses(statuses, object);
   return object;
 }
 
-void SeedWriter::take_statuses(const Node& owner, tag object) {
+void SeedWriter::take_statuses(const Node& owner, Draft& draft) {
   const auto list = owner.find("statuses");
   if (!list) {
     return;
   }
-  const Values held = store_.values(object, "release_status_list");
+  const Values held = draft.values("release_status_list");
   Values wanted;
-  for (const Node& node : list->items()) {
+  each(list->items(), [&](const Node& node) {
     const bool has_held = wanted.size() < held.size();
     wanted.emplace_back(take_status(node, has_held ? std::get<tag>(held[wanted.size()]) : NULLTAG));
+  });
+  draft.set_list(*list, "release_status_list", wanted);
+}
+
+tag SeedWriter::take_status(const Node& node, tag held) {
+  if (!node.is_text()) {
+    node.allow_only({"name", "date"});
   }
-  put_list(*list, object, "release_status_list", wanted);
+  const std::string name = node.is_text() ? node.name() : node.at("name").name();
+  const bool is_held = held != NULLTAG && store_.text(held, "name") == name;
+  Draft status(store_, store_.class_named("ReleaseStatus"), is_held ? held : NULLTAG);
+  if (!is_held) {
+    status.set(node, "name", name);
+    status.set(node, "object_name", name);
+    status.set(node, "object_type", std::string("ReleaseStatus"));
+  }
+  if (!node.is_text()) {
+    if (const auto date = node.find("date")) {
+      status.set(*date, "date_released", date->date());
+    }
+  }
+  return status.take(node);
+}
+
+void SeedWriter::remove_unused_statuses(const Values& held, tag object) {
+  if (held.empty()) {
+    return;
+  }
+  const Values wanted = store_.values(object, "release_status_list");
   for (const Scalar& status : held) {
     const bool is_wanted = std::find(wanted.begin(), wanted.end(), status) != wanted.end();
     // A job gives all of its targets one status, and keeps it among its attachments.
@@ -180,44 +245,25 @@ void SeedWriter::take_statuses(const Node& owner, tag object) {
   }
 }
 
-tag SeedWriter::take_status(const Node& node, tag held) {
-  if (!node.is_text()) {
-    node.allow_only({"name", "date"});
-  }
-  const std::string name = node.is_text() ? node.name() : node.at("name").name();
-  const bool is_held = held != NULLTAG && store_.text(held, "name") == name;
-  const tag status = is_held ? held
-                             : make(node, "ReleaseStatus",
-                                    {{"name", name},
-                                     {"object_name", name},
-                                     {"object_type", std::string("ReleaseStatus")}});
-  if (!node.is_text()) {
-    if (const auto date = node.find("date")) {
-      put(*date, status, "date_released", date->date());
-    }
-  }
-  return status;
-}
-
-void SeedWriter::take_checkout(const Node& node, tag object) {
+void SeedWriter::take_checkout(const Node& node, Draft& draft) {
   const auto user = node.find("checked_out_by");
   const auto since = node.find("checked_out_since");
   if (user) {
-    put(*user, object, "checked_out_user", user->is_null() ? NULLTAG : find_user(*user));
+    draft.set(*user, "checked_out_user", user->is_null() ? NULLTAG : find_user(*user));
     if (user->is_null()) {
-      put(*user, object, "checked_out_date", date_s{});
+      draft.set(*user, "checked_out_date", date_s{});
     }
   }
   if (!since) {
     return;
   }
-  if (store_.reference(object, "checked_out_user") == NULLTAG) {
+  if (draft.reference("checked_out_user") == NULLTAG) {
     since->refuse("the object is not checked out");
   }
-  put(*since, object, "checked_out_date", since->date());
+  draft.set(*since, "checked_out_date", since->date());
 }
 
-void SeedWriter::take_owning_site(const Node& node, tag object) {
+void SeedWriter::take_owning_site(const Node& node, Draft& draft) {
   const auto owner = node.find("owning_site");
   if (!owner) {
     return;
@@ -226,7 +272,7 @@ void SeedWriter::take_owning_site(const Node& node, tag object) {
   if (site == NULLTAG) {
     owner->refuse("there is no site of this number");
   }
-  put(*owner, object, "owning_site", site);
+  draft.set(*owner, "owning_site", site);
 }
 
 const Class& SeedWriter::ensure_class(const Node& name, const Node& parent_place,
@@ -306,7 +352,7 @@ tag SeedWriter::find_object(const Node& node) {
   }
   const tag revision = find_revision(store_, item, revision_id->name());
   if (revision == NULLTAG) {
-    revision_id->refuse("the item has no revision \"" + revision_id->text() + "\"");
+    refuse_unknown(*revision_id, "the item has no revision \"" + revision_id->text() + "\"");
   }
   const auto dataset_name = node.find("dataset");
   if (!dataset_name) {
@@ -314,7 +360,7 @@ tag SeedWriter::find_object(const Node& node) {
   }
   const tag dataset = find_dataset(revision, dataset_name->name());
   if (dataset == NULLTAG) {
-    dataset_name->refuse("the revision has no dataset \"" + dataset_name->text() + "\"");
+    refuse_unknown(*dataset_name, "the revision has no dataset \"" + dataset_name->text() + "\"");
   }
   return dataset;
 }

@@ -5,23 +5,19 @@
  */
 #pragma once
 
-#include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "failure.h"
-#include "ork/date.h"
-#include "ork/dset.h"
-#include "ork/file.h"
-#include "ork/obj.h"
-#include "ork/store.h"
-#include "ork/struct.h"
+#include "at_place.h"
+#include "draft.h"
 #include "registry.h"
 #include "seed_node.h"
 #include "site.h"
-#include "texts.h"
 
 namespace host {
 
@@ -32,32 +28,56 @@ inline constexpr std::string_view workspace_members[] = {
 
 inline constexpr int max_site_number = std::numeric_limits<int>::max();
 
-/** What a refusal of the store means for a seed: its text is at fault, at this place. */
-template <typename Action>
-auto at_place(const Node& node, const Action& action) {
-  try {
-    return action();
-  } catch (const Failure& failure) {
-    static constexpr int faults_of_a_seed[] = {
-        ORK_invalid_argument,     STORE_wrong_value_type, STORE_value_too_long,
-        STORE_key_taken,          DATE_invalid_format,    STORE_unknown_attribute,
-        OBJ_value_not_understood, FILE_cannot_read,       DSET_unknown_reference_name,
-        STRUCT_contains_itself,   STRUCT_bad_quantity,    STRUCT_text_too_long};
-    const bool is_of_the_seed =
-        std::count(std::begin(faults_of_a_seed), std::end(faults_of_a_seed), failure.status()) != 0;
-    if (!is_of_the_seed) {
-      throw;
-    }
-    node.refuse(error_text(failure.status()) + ": " + failure.detail());
-  }
-}
+/** A seed that is being taken, as all seeders share it. */
+struct SeedRun {
+  Site& site;
+  std::filesystem::path folder; /**< what paths are relative to */
+  SeedFaults& faults;
+  std::optional<tag> automatic_user; /**< once it has been looked up */
+};
+
+/** Ends what cannot be done since something else is at fault, which has been told. */
+struct Consequence {};
 
 class SeedWriter {
  public:
-  SeedWriter(Site& site, std::filesystem::path folder)
-      : site_(site), store_(site.store()), folder_(std::move(folder)) {}
+  explicit SeedWriter(SeedRun& run)
+      : run_(run), site_(run.site), store_(run.site.store()), folder_(run.folder) {}
 
  protected:
+  /** What goes wrong with one of several things does not keep the others from being looked at. */
+  template <typename Action>
+  void attempt(const Node& node, const Action& action) {
+    if (!run_.faults.are_gathered()) {
+      return action();
+    }
+    try {
+      action();
+    } catch (const SeedFailure& failure) {
+      note_lacking(node);
+      run_.faults.add(failure.fault());
+    } catch (const Consequence&) {
+      note_lacking(node);
+    }
+  }
+
+  /** Does the same to each of them. */
+  template <typename Action>
+  void each(const std::vector<Node>& nodes, const Action& action) {
+    for (const Node& node : nodes) {
+      attempt(node, [&] { action(node); });
+    }
+  }
+
+  /** Does it to each element of a list that an object may have. */
+  template <typename Action>
+  void each_of(const Node& owner, const char* member, const Action& action) {
+    attempt(owner, [&] { each(owner.items_of(member), action); });
+  }
+
+  /** Refuses a name that stands for nothing. */
+  [[noreturn]] void refuse_unknown(const Node& node, const std::string& why) const;
+
   /** An object with this key, which is made when it is missing. */
   tag ensure(const Node& node, const char* class_name, const Store::Criteria& key);
 
@@ -89,8 +109,12 @@ class SeedWriter {
   /** Type of a workspace object: the one that the seed names, or the class's own. */
   tag type_of(const Node& node, const char* class_name);
 
-  /** Makes a workspace object, or changes the one that is known. */
-  tag take_workspace_object(const Node& node, tag known, tag type, Store::Criteria key);
+  /**
+   * Makes a workspace object, or changes the one that is known.
+   * @param[in] complete adds to what the seed gives the object.
+   */
+  tag take_workspace_object(const Node& node, tag known, tag type, const Store::Criteria& key,
+                            const std::function<void(Draft&)>& complete = nullptr);
 
   /** The dataset of this name that is related to a revision, or NULLTAG. */
   tag find_dataset(tag revision, const std::string& name);
@@ -111,28 +135,31 @@ class SeedWriter {
   void ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary);
 
   /** Owner of what the seed makes: the one it names, or else the site's automatic user. */
-  void take_owner(const Node& node, tag object);
+  void take_owner(const Node& node, Draft& draft);
 
   /** {"item": id}, with "revision" one of its revisions, with "dataset" one of that's datasets. */
   tag find_object(const Node& node);
 
+  SeedRun& run_;
   Site& site_;
   Store& store_;
-  std::filesystem::path folder_;
+  const std::filesystem::path& folder_;
 
  private:
   tag automatic_user();
+  void note_lacking(const Node& node);
 
   /** The list becomes that of the seed; statuses that stay in their place are kept. */
-  void take_statuses(const Node& owner, tag object);
+  void take_statuses(const Node& owner, Draft& draft);
 
   /** A name, or an object with a name and a date. */
   tag take_status(const Node& node, tag held);
+  void remove_unused_statuses(const Values& held, tag object);
 
   /** A null user checks the object in. */
-  void take_checkout(const Node& node, tag object);
+  void take_checkout(const Node& node, Draft& draft);
 
-  void take_owning_site(const Node& node, tag object);
+  void take_owning_site(const Node& node, Draft& draft);
 };
 
 }  // namespace host

@@ -1,5 +1,9 @@
 #include "structure_seeder.h"
 
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
 #include "object_id.h"
 #include "revision_rules.h"
 #include "structures.h"
@@ -21,19 +25,12 @@ std::string optional_text(const Node& owner, const char* member) {
 
 }  // namespace
 
-void StructureSeeder::take(const Node& root) {
-  for (const Node& type : root.items_of("view_types")) {
-    take_view_type(type);
-  }
-  for (const Node& type : root.items_of("note_types")) {
+void StructureSeeder::take_definitions(const Node& root) {
+  each_of(root, "view_types", [this](const Node& type) { take_view_type(type); });
+  each_of(root, "note_types", [this](const Node& type) {
     ensure(type, "PSNoteType", {{"note_type_name", type.name()}});
-  }
-  for (const Node& rule : root.items_of("revision_rules")) {
-    take_rule(rule);
-  }
-  for (const Node& structure : root.items_of("structures")) {
-    take_structure(structure);
-  }
+  });
+  each_of(root, "revision_rules", [this](const Node& rule) { take_rule(rule); });
 }
 
 void StructureSeeder::take_view_type(const Node& node) {
@@ -71,31 +68,50 @@ std::string StructureSeeder::clause_of(const Node& node) {
   return latest_clause;
 }
 
-void StructureSeeder::take_structure(const Node& node) {
+/** The lines are one value: those of the seed take the place of the ones that are there. */
+void StructureSeeder::take_structure(const Node& node, std::size_t number) {
   node.allow_only({"item", "revision", "view_type", "lines"}, workspace_members);
   const tag item = find_item(node.at("item"));
   const tag revision = find_revision_of(node.at("revision"), item);
   const tag view = take_view(node, item, view_type_of(node));
-  const tag view_revision = take_view_revision(node, view, item, revision);
   Lines lines;
   const Node nodes = node.at("lines");
-  for (const Node& line : nodes.items()) {
-    take_line(line, lines);
+  int line_number = 0;
+  each(nodes.items(), [&](const Node& line) { take_line(line, ++line_number, lines); });
+  const tag view_revision = take_view_revision(node, view, item, revision, lines);
+  taken_.push_back({item, view_revision, number, node.part().begin});
+}
+
+void StructureSeeder::check_cycles(const SeedText& text) {
+  std::vector<tag> items;
+  for (const Taken& structure : taken_) {
+    items.push_back(structure.item);
   }
-  std::vector<tag> children;
-  for (const Scalar& child : lines.items) {
-    children.push_back(std::get<tag>(child));
+  site_.structures().find_cycles(items, [&](const std::vector<tag>& cycle) {
+    tag child = NULLTAG;
+    const Taken& last = last_of(cycle, &child);
+    run_.faults.add(text.fault_at(
+        last.begin, {"structures", std::to_string(last.number)}, {"lines"},
+        error_text(STRUCT_contains_itself) + ": item " + store_.text(last.item, "item_id") +
+            " is a part of item " + store_.text(child, "item_id")));
+  });
+}
+
+/** Of the structures that make up a cycle, the one that is last in the seed. */
+const StructureSeeder::Taken& StructureSeeder::last_of(const std::vector<tag>& cycle, tag* child) {
+  const Attribute& items = *store_.class_named("PSBOMViewRevision").find_attribute("occurrence_items");
+  for (auto taken = taken_.rbegin(); taken != taken_.rend(); ++taken) {
+    const auto found = std::find(cycle.begin(), cycle.end(), taken->item);
+    if (found == cycle.end()) {
+      continue;
+    }
+    *child = std::next(found) == cycle.end() ? cycle.front() : *std::next(found);
+    const std::vector<tag> children = store_.saved_references(taken->view_revision, items);
+    if (std::find(children.begin(), children.end(), *child) != children.end()) {
+      return *taken;
+    }
   }
-  at_place(nodes, [&] { site_.structures().refuse_cycle(item, children); });
-  put_lists(nodes, view_revision,
-            {{"occurrence_numbers", lines.numbers},
-             {"occurrence_items", lines.items},
-             {"occurrence_revisions", lines.revisions},
-             {"occurrence_quantities", lines.quantities},
-             {"occurrence_sequences", lines.sequences},
-             {"note_occurrences", lines.note_occurrences},
-             {"note_types", lines.note_types},
-             {"note_texts", lines.note_texts}});
+  refuse(ORK_internal_error, "a cycle of structures that were not seeded");
 }
 
 tag StructureSeeder::take_view(const Node& node, tag item, tag view_type) {
@@ -107,22 +123,36 @@ tag StructureSeeder::take_view(const Node& node, tag item, tag view_type) {
   Store::Criteria values = key;
   values.emplace_back("object_type", std::string("PSBOMView"));
   values.emplace_back("object_name", view_name(store_, item, NULLTAG, view_type));
-  const tag view = make(node, "PSBOMView", values);
+  Draft view(store_, store_.class_named("PSBOMView"), NULLTAG);
+  for (const auto& [attribute, value] : values) {
+    view.set(node, attribute.c_str(), value);
+  }
   take_owner(node, view);
-  return view;
+  return view.take(node);
 }
 
-tag StructureSeeder::take_view_revision(const Node& node, tag view, tag item, tag revision) {
-  Store::Criteria key = {{"bom_view", view}, {"structure_of", revision}};
+tag StructureSeeder::take_view_revision(const Node& node, tag view, tag item, tag revision,
+                                        const Lines& lines) {
+  Store::Criteria key = {{"structure_of", revision}, {"bom_view", view}};
   const tag known = store_.find_one("PSBOMViewRevision", key);
   key.emplace_back("object_name",
                    view_name(store_, item, revision, store_.reference(view, "view_type")));
-  return take_workspace_object(node, known, type_of(node, "PSBOMViewRevision"), key);
+  const Node place = node.at("lines");
+  return take_workspace_object(
+      node, known, type_of(node, "PSBOMViewRevision"), key, [&](Draft& draft) {
+        draft.set_list(place, "occurrence_numbers", lines.numbers);
+        draft.set_list(place, "occurrence_items", lines.items);
+        draft.set_list(place, "occurrence_revisions", lines.revisions);
+        draft.set_list(place, "occurrence_quantities", lines.quantities);
+        draft.set_list(place, "occurrence_sequences", lines.sequences);
+        draft.set_list(place, "note_occurrences", lines.note_occurrences);
+        draft.set_list(place, "note_types", lines.note_types);
+        draft.set_list(place, "note_texts", lines.note_texts);
+      });
 }
 
-void StructureSeeder::take_line(const Node& node, Lines& lines) {
+void StructureSeeder::take_line(const Node& node, int number, Lines& lines) {
   node.allow_only({"item", "revision", "quantity", "sequence", "notes"});
-  const int number = static_cast<int>(lines.numbers.size()) + 1;
   const tag item = find_item(node.at("item"));
   const auto revision = node.find("revision");
   const std::string quantity = optional_text(node, "quantity");
@@ -164,7 +194,7 @@ tag StructureSeeder::find_item(const Node& node) {
 tag StructureSeeder::find_revision_of(const Node& node, tag item) {
   const tag revision = find_revision(store_, item, node.name());
   if (revision == NULLTAG) {
-    node.refuse("the item has no revision \"" + node.text() + "\"");
+    refuse_unknown(node, "the item has no revision \"" + node.text() + "\"");
   }
   return revision;
 }

@@ -13,8 +13,14 @@ class StructureSeeder : private SeedWriter {
  public:
   using SeedWriter::SeedWriter;
 
-  /** Takes the sections "view_types", "note_types", "revision_rules" and "structures". */
-  void take(const Node& root);
+  /** Takes the sections "view_types", "note_types" and "revision_rules". */
+  void take_definitions(const Node& root);
+
+  /** Takes an element of "structures", by its number. */
+  void take_structure(const Node& node, std::size_t number);
+
+  /** Refuses structures in which an item is a part of itself, once all of them are there. */
+  void check_cycles(const SeedText& text);
 
  private:
   /** A structure's lines as the store keeps them. */
@@ -28,17 +34,23 @@ class StructureSeeder : private SeedWriter {
   void take_rule(const Node& node);
   static std::string clause_of(const Node& node);
 
-  /** The lines are one value: those of the seed take the place of the ones that are there. */
-  void take_structure(const Node& node);
+  /** A structure of the seed, and where it stands. */
+  struct Taken {
+    tag item, view_revision;
+    std::size_t number, begin;
+  };
+
+  const Taken& last_of(const std::vector<tag>& cycle, tag* child);
   tag take_view(const Node& node, tag item, tag view_type);
-  tag take_view_revision(const Node& node, tag view, tag item, tag revision);
-  void take_line(const Node& node, Lines& lines);
+  tag take_view_revision(const Node& node, tag view, tag item, tag revision, const Lines& lines);
+  void take_line(const Node& node, int number, Lines& lines);
   void take_notes(const Node& node, int number, Lines& lines);
   tag find_item(const Node& node);
   tag find_revision_of(const Node& node, tag item);
   tag view_type_of(const Node& node);
 
   std::unordered_map<std::string, tag> items_; /**< those that were looked up */
+  std::vector<Taken> taken_;
 };
 
 }  // namespace host

@@ -4,33 +4,20 @@
 #include <fstream>
 #include <system_error>
 
-#include "crypto.h"
 #include "failure.h"
 #include "ork/ork.h"
 #include "os.h"
+#include "random_name.h"
 #include "utf8_path.h"
 
 namespace host {
 
 namespace {
 
-constexpr std::size_t name_bytes = 16;
 constexpr const char* name_in_memory = "memory";
 
 /** Others remove the folder when they leave, and files that nobody holds. */
 constexpr int attempts = 100;
-
-std::string random_name() {
-  unsigned char bytes[name_bytes];
-  os::make_random(bytes);
-  return hex_text(bytes);
-}
-
-/** Names are read from the store, and what they name is opened. */
-bool is_name(const std::string& text) {
-  return text.size() == 2 * name_bytes &&
-         text.find_first_not_of("0123456789abcdef") == std::string::npos;
-}
 
 }  // namespace
 
@@ -65,15 +52,31 @@ const std::string& Presence::name() {
 }
 
 bool Presence::lives(const std::string& name) const {
-  return !name.empty() &&
-         (name == name_ || (!folder_.empty() && is_name(name) && os::is_held(path_of(name))));
+  return !name.empty() && (name == name_ || (!folder_.empty() && is_random_name(name) &&
+                                             os::is_held(path_of(name))));
 }
 
-void Presence::note(const std::string& line) {
+void Presence::note(const std::string& name_of_contents) {
   name();
   if (file_) {
-    file_->append(line + "\n");
+    file_->write(notes_size_, name_of_contents + "\n");
+    notes_size_ += name_of_contents.size() + 1;
   }
+}
+
+void Presence::keep_notes(const std::vector<std::string>& names) {
+  if (!file_) {
+    return;
+  }
+  // Lines are equally long and stay in their order: each goes to a place before its own, or the
+  // same, so that whatever a kill cuts off, no name that is kept is missing.
+  std::string lines;
+  for (const std::string& kept : names) {
+    lines += kept + "\n";
+  }
+  file_->write(0, lines);
+  file_->cut(lines.size());
+  notes_size_ = lines.size();
 }
 
 void Presence::leave() {
@@ -87,6 +90,7 @@ void Presence::leave() {
   std::filesystem::remove(utf8_path(path_of(name_)), ignored);
   file_.reset();
   name_.clear();
+  notes_size_ = 0;
   std::filesystem::remove(utf8_path(folder_), ignored);  // unless others are there
 }
 
@@ -98,7 +102,7 @@ std::vector<std::string> Presence::left_behind() const {
   }
   for (const auto& entry : std::filesystem::directory_iterator(utf8_path(folder_), none)) {
     const std::string name = entry.path().filename().string();
-    if (is_name(name) && name != name_ && !os::is_held(path_of(name))) {
+    if (is_random_name(name) && name != name_ && !os::is_held(path_of(name))) {
       names.push_back(name);
     }
   }

@@ -11,6 +11,7 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,8 +37,11 @@ class Presence {
   /** Whether a name is that of a process that lives. */
   bool lives(const std::string& name) const;
 
-  /** Writes a line into this process's file. */
-  void note(const std::string& line);
+  /** Writes the name of contents into this process's file. */
+  void note(const std::string& name_of_contents);
+
+  /** Takes all names out of that file but some of those that stand in it, in their order. */
+  void keep_notes(const std::vector<std::string>& names);
 
   /**
    * Gives the name up, and with it all that stands under it. Without this the file is left behind,
@@ -61,6 +65,7 @@ class Presence {
   std::string folder_; /**< empty for a site in memory */
   std::string name_;
   std::unique_ptr<os::HeldFile> file_;
+  std::size_t notes_size_ = 0; /**< bytes of the file that count */
 };
 
 }  // namespace host

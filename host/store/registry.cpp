@@ -95,6 +95,7 @@ constexpr int errors[] = {
     ORK_site_busy,
     ORK_wrong_thread,
     ORK_site_damaged,
+      ORK_interrupted,
     PREF_value_not_found,
     PREF_value_not_logical,
     ORG_not_a_user,

@@ -146,6 +146,8 @@ void Database::hold_changes() {
 
 void Database::end_changes(bool keep) {
   holds_changes_ = false;
+  transaction_failed_ = transaction_failed_ || is_rehearsal_;
+  is_rehearsal_ = false;
   if (is_in_transaction()) {
     if (keep && !transaction_failed_) {
       try {
@@ -228,6 +230,11 @@ void Query::bind(std::string_view value) {
   const char* text = value.data() != nullptr ? value.data() : "";
   database_.check(sqlite3_bind_text64(statement_.get(), ++parameters_, text, value.size(),
                                       SQLITE_TRANSIENT, SQLITE_UTF8));
+}
+
+void Query::restart() {
+  sqlite3_reset(statement_.get());
+  parameters_ = 0;
 }
 
 bool Query::next() {
@@ -316,7 +323,7 @@ Transaction::~Transaction() {
     return;
   }
   --database_.transaction_depth_;
-  database_.transaction_failed_ = true;
+  database_.transaction_failed_ = !database_.is_rehearsal_;
   if (database_.transaction_depth_ > 0) {
     return;
   }

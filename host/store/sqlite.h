@@ -50,6 +50,12 @@ class Database {
   /** Ends that: all that was held back comes into the file, or nothing. */
   void end_changes(bool keep);
 
+  /**
+   * The changes that are held can only be undone: a part of them that fails keeps nothing else from
+   * being tried.
+   */
+  void rehearse() { is_rehearsal_ = true; }
+
   /** All that is read is one state of the file, and changes are refused. */
   void hold_view();
   bool holds_view() const { return holds_view_; }
@@ -82,6 +88,7 @@ class Database {
   bool transaction_failed_ = false;
   bool is_patient_ = true;
   bool holds_changes_ = false;
+  bool is_rehearsal_ = false;
   bool holds_view_ = false;
   std::chrono::steady_clock::time_point waiting_since_;
   bool has_said_that_it_waits_ = false;
@@ -109,6 +116,9 @@ class Query {
   void bind(std::string_view value);
   void bind(const std::string& value) { bind(std::string_view(value)); }
   void bind(const char* value) { bind(std::string_view(value)); }
+
+  /** Goes back to before the first row, to be run once more with other parameters. */
+  void restart();
 
   /** Goes on to the next row of the result; false when there is none. */
   bool next();

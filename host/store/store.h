@@ -29,6 +29,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -94,6 +95,7 @@ class Store {
   Store& operator=(const Store&) = delete;
 
   Database& database() { return database_; }
+  const Identity& identity() const { return identity_; }
   void set_identity(Identity identity) { identity_ = std::move(identity); }
 
   // Classes.
@@ -126,6 +128,21 @@ class Store {
 
   /** With these values; when one is refused, nothing is created. */
   tag create(const Class& type, const Criteria& values);
+
+  /** Values by attribute. */
+  using Lists = std::vector<std::pair<const Attribute*, Values>>;
+
+  /**
+   * Makes an instance with these values that is saved at once. Unlike one from `create` it is
+   * neither locked nor in memory, so that any number of them can be made.
+   */
+  tag insert(const Class& type, const Lists& values);
+
+  /** What an attribute holds for one value: nothing for the null reference and the null date. */
+  static Values single_value(Scalar value);
+
+  /** Refuses what an attribute does not take. */
+  static void check_value(const Attribute& attribute, const Scalar& value);
 
   /** Whether a tag stands for an instance, one that others have not deleted since. */
   bool exists(tag object);
@@ -188,6 +205,13 @@ class Store {
   /** New and changed instances, in the order of their tags. */
   std::vector<tag> changed_instances() const;
 
+  /**
+   * Drops from memory what was read or changed after a stamp, but for what is locked or not saved:
+   * for those that go through a whole site.
+   */
+  void forget_since(std::uint64_t stamp);
+  std::uint64_t last_stamp() const { return last_stamp_; }
+
   /** Gives all locks back. One that cannot be given back at once ends with the process's name. */
   void release_locks();
 
@@ -227,11 +251,18 @@ class Store {
   /** Instances of a class and its subclasses, with these values. */
   std::vector<tag> find(const std::string& class_name, const Criteria& criteria = {});
 
+  /** The same, one by one: `see(object, class)` returns whether it wants to see more. */
+  template <typename See>
+  void for_each(const std::string& class_name, const Criteria& criteria, const See& see);
+
   /** The first of them, or NULLTAG. */
   tag find_one(const std::string& class_name, const Criteria& criteria);
 
   /** Those of them that this process has made and that were never saved. */
   std::vector<tag> find_new(const std::string& class_name, const Criteria& criteria);
+
+  /** The saved references of one instance, which is not loaded for this. */
+  std::vector<tag> saved_references(tag object, const Attribute& attribute);
 
   /** The saved values of a single-valued attribute, of all instances that have one. */
   std::unordered_map<tag, Scalar> saved_values(const std::string& class_name,
@@ -272,7 +303,18 @@ class Store {
     std::vector<Slot> slots;
   };
 
+  /** What is known while many instances are made in one transaction. */
+  struct Batch {
+    std::uint32_t next_number;
+    std::unordered_set<tag> existing; /**< some of the instances that references were made to */
+  };
+  friend class InsertBatch;
+  void begin_batch();
+  void end_batch();
+
   std::uint32_t next_number();
+  std::uint32_t checked_number(std::int64_t number);
+  bool is_referable(tag object);
 
   void create_tables();
   void add_later_tables();
@@ -289,6 +331,7 @@ class Store {
   Instance& loaded(tag object);
   void read(tag object, Instance& instance);
   Instance read_saved(tag object);
+  [[noreturn]] void refuse_missing(tag object, bool is_deleted);
   static void check_lists(tag object, const Instance& instance);
   std::optional<std::int64_t> saved_version(tag object);
   void write_instance(tag object, const Instance& instance);
@@ -299,6 +342,9 @@ class Store {
   void check_key(tag object, const Instance& instance);
   void check_references(const Slot& slot);
   void write_slot(tag object, const Attribute& attribute, const Slot& slot);
+  void insert_values(tag object, const Attribute& attribute, const Values& values);
+  static std::string query_text(std::size_t criteria);
+  static void bind_criteria(Query& query, const Class& wanted, const Criteria& criteria);
   template <typename Value>
   Value single(tag object, const std::string& attribute);
   Slot& slot_of(Instance& instance, const std::string& attribute, const Attribute** definition);
@@ -329,6 +375,22 @@ class Store {
   std::uint64_t last_stamp_ = 0;
   Transients transients_;
   Values transient_values_;
+  std::optional<Batch> batch_;
+};
+
+/**
+ * While one lives, in a transaction, numbers are given out in memory and references are looked up
+ * once. The numbers come into the file when it is ended; a store whose batch was not is dropped.
+ */
+class InsertBatch {
+ public:
+  explicit InsertBatch(Store& store) : store_(store) { store_.begin_batch(); }
+  InsertBatch(const InsertBatch&) = delete;
+  InsertBatch& operator=(const InsertBatch&) = delete;
+  void end() { store_.end_batch(); }
+
+ private:
+  Store& store_;
 };
 
 /** Locks an instance for as long as it lives, unless it was locked before. */
@@ -344,5 +406,25 @@ class LockGuard {
   tag object_;
   bool taken_;
 };
+
+template <typename See>
+void Store::for_each(const std::string& class_name, const Criteria& criteria, const See& see) {
+  const Class& wanted = class_named(class_name);
+  const std::string sql = query_text(criteria.size());
+  Query query(database_, sql);
+  bind_criteria(query, wanted, criteria);
+  tag last = NULLTAG;
+  while (query.next()) {
+    const auto object = static_cast<tag>(query.integer(0));
+    if (object == last) {
+      continue;  // its list has the value several times
+    }
+    last = object;
+    const Class& type = class_with_id(static_cast<std::uint32_t>(query.integer(1)));
+    if (type.is_a(wanted) && !see(object, type)) {
+      return;
+    }
+  }
+}
 
 }  // namespace host

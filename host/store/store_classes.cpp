@@ -427,6 +427,9 @@ void Store::define_attribute(const Class& owner, const AttributeDefinition& defi
 }
 
 std::uint32_t Store::next_number() {
+  if (batch_) {
+    return batch_->next_number = checked_number(std::int64_t{batch_->next_number} + 1);
+  }
   Query query(database_,
               "UPDATE meta SET value = max(value, ?) + 1 WHERE name = 'next_number' "
               "RETURNING value - 1",
@@ -434,6 +437,11 @@ std::uint32_t Store::next_number() {
   query.next();
   const std::int64_t number = query.integer(0);
   query.next();  // runs it to its end, where SQLite commits it
+  return checked_number(number);
+}
+
+/** A number that is given out from now on. */
+std::uint32_t Store::checked_number(std::int64_t number) {
   if (number < 1) {
     refuse(ORK_site_damaged, "its next_number is " + std::to_string(number));
   }
@@ -442,6 +450,16 @@ std::uint32_t Store::next_number() {
   }
   first_unused_number_ = static_cast<std::uint32_t>(number) + 1;
   return static_cast<std::uint32_t>(number);
+}
+
+void Store::begin_batch() {
+  batch_.emplace(Batch{next_number(), {}});
+}
+
+void Store::end_batch() {
+  run(database_, "UPDATE meta SET value = max(value, ?) WHERE name = 'next_number'",
+      batch_->next_number + 1);
+  batch_.reset();
 }
 
 std::optional<std::string> Store::setting(const std::string& name) {

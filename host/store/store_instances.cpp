@@ -58,19 +58,21 @@ void Store::read(tag object, Instance& instance) {
   instance = std::move(fresh);
 }
 
-/** One statement reads one state of the file. */
+/**
+ * One statement reads one state of the file. What references lead to is not looked up before somebody
+ * follows them; see refuse_missing.
+ */
 Store::Instance Store::read_saved(tag object) {
   Query query(database_,
-              "SELECT i.class, i.version, i.deleted, v.attribute, v.content, v.position, r.tag "
-              "FROM instance i LEFT JOIN value v ON v.instance = i.tag "
-              "LEFT JOIN instance r ON r.tag = v.content AND r.deleted = 0 WHERE i.tag = ? "
+              "SELECT i.class, i.version, i.deleted, v.attribute, v.content, v.position "
+              "FROM instance i LEFT JOIN value v ON v.instance = i.tag WHERE i.tag = ? "
               "ORDER BY v.attribute, v.position",
               object);
   if (!query.next()) {
-    refuse(STORE_unknown_tag, std::to_string(object));
+    refuse_missing(object, false);
   }
   if (query.integer(2) != 0) {
-    refuse(STORE_deleted_tag, object_text(object));
+    refuse_missing(object, true);
   }
   const Class* const type = find_class_with_id(query.integer(0));
   if (type == nullptr) {
@@ -98,13 +100,26 @@ Store::Instance Store::read_saved(tag object) {
     Values& values = fresh.slots[slot->second].values;
     check_position(query.integer(5), values.size(), attribute, object);
     values.push_back(stored_value(query, 4, attribute, object));
-    const tag* const target = std::get_if<tag>(&values.back());
-    if (target != nullptr && *target != NULLTAG && query.is_null(6)) {
-      refuse_damage(object, attribute.name,
-                    "it refers to object " + std::to_string(*target) + ", which is not there");
-    }
   } while (query.next());
   return fresh;
+}
+
+/** Where an instance that stays refers to one that is not there, the file is damaged. */
+void Store::refuse_missing(tag object, bool is_deleted) {
+  Query references(database_,
+                   "SELECT v.instance, a.name FROM value v JOIN attribute a ON a.id = v.attribute "
+                   "JOIN instance i ON i.tag = v.instance AND i.deleted = 0 "
+                   "WHERE v.attribute IN (SELECT id FROM attribute WHERE kind = 'reference') "
+                   "AND v.content = ? LIMIT 1",
+                   object);
+  if (references.next()) {
+    refuse_damage(static_cast<tag>(references.integer(0)), references.text(1),
+                  "it refers to object " + std::to_string(object) + ", which is not there");
+  }
+  if (is_deleted) {
+    refuse(STORE_deleted_tag, object_text(object));
+  }
+  refuse(STORE_unknown_tag, std::to_string(object));
 }
 
 /** Lists side by side have a value each for each of their things. */
@@ -158,6 +173,52 @@ tag Store::create(const Class& type, const Criteria& values) {
     throw;
   }
   return object;
+}
+
+tag Store::insert(const Class& type, const Lists& values) {
+  Instance fresh;
+  fresh.type = &type;
+  fresh.slots.resize(type.slots.size());
+  const auto put = [&](const Attribute* attribute, Values held) {
+    if (attribute != nullptr) {
+      fresh.slots[type.slot_by_name.at(attribute->name)].values = std::move(held);
+    }
+  };
+  const auto put_reference = [&](const char* name, tag target) {
+    put(type.find_attribute(name), target != NULLTAG ? Values{target} : Values{});
+  };
+  const date_s now = os::local_time();
+  put(type.find_attribute("creation_date"), {now});
+  put_reference("owning_user", identity_.user);
+  put_reference("owning_group", identity_.group);
+  for (const auto& [attribute, held] : values) {
+    for (const Scalar& value : held) {
+      check_value(*attribute, value);
+    }
+    put(attribute, held);
+  }
+  if (const Attribute* date = type.find_attribute("last_mod_date")) {
+    put(date, {now});
+    put_reference("last_mod_user", identity_.user);
+  }
+  Transaction transaction(database_);
+  const tag object = next_number();
+  check_key(object, fresh);
+  run(database_, "INSERT INTO instance(tag, class, version) VALUES(?, ?, 1)", object, type.id);
+  for (std::size_t i = 0; i < fresh.slots.size(); ++i) {
+    check_references(fresh.slots[i]);
+    insert_values(object, *type.slots[i], fresh.slots[i].values);
+  }
+  transaction.commit();
+  return object;
+}
+
+void Store::forget_since(std::uint64_t stamp) {
+  std::erase_if(instances_, [stamp](const auto& entry) {
+    const Instance& instance = entry.second;
+    return instance.stamp > stamp && instance.state == InstanceState::loaded && !instance.locked &&
+           !instance.changed;
+  });
 }
 
 void Store::unload(tag object) {
@@ -254,10 +315,20 @@ void Store::write_values(tag object, const Instance& instance) {
 
 void Store::write_slot(tag object, const Attribute& attribute, const Slot& slot) {
   run(database_, "DELETE FROM value WHERE instance = ? AND attribute = ?", object, attribute.id);
+  insert_values(object, attribute, slot.values);
+}
+
+void Store::insert_values(tag object, const Attribute& attribute, const Values& values) {
+  if (values.empty()) {
+    return;
+  }
+  Query insert(database_, "INSERT INTO value VALUES(?, ?, ?, ?)");
   int position = 0;
-  for (const Scalar& value : slot.values) {
-    Query insert(database_, "INSERT INTO value VALUES(?, ?, ?, ?)", object, attribute.id,
-                 position++);
+  for (const Scalar& value : values) {
+    insert.restart();
+    insert.bind(object);
+    insert.bind(attribute.id);
+    insert.bind(position++);
     bind_value(insert, value);
     insert.next();
   }
@@ -280,7 +351,9 @@ void Store::check_key(tag object, const Instance& instance) {
   Criteria criteria;
   std::string text;
   for (const std::string& name : type.key) {
-    const Values& key = values(object, name);
+    const std::size_t slot = type.slot_by_name.at(name);
+    static const Values none;
+    const Values& key = slot < instance.slots.size() ? instance.slots[slot].values : none;
     if (key.empty()) {
       return;
     }
@@ -296,10 +369,29 @@ void Store::check_key(tag object, const Instance& instance) {
   }
 }
 
+/** Whether an instance is saved. Nobody else deletes one while a batch is made. */
+bool Store::is_referable(tag object) {
+  if (!batch_) {
+    return saved_version(object).has_value();
+  }
+  if (batch_->existing.contains(object)) {
+    return true;
+  }
+  constexpr std::size_t most_remembered = 100'000;
+  if (!saved_version(object)) {
+    return false;
+  }
+  if (batch_->existing.size() == most_remembered) {
+    batch_->existing.clear();
+  }
+  batch_->existing.insert(object);
+  return true;
+}
+
 void Store::check_references(const Slot& slot) {
   for (const Scalar& value : slot.values) {
     const auto* target = std::get_if<tag>(&value);
-    if (target == nullptr || *target == NULLTAG || saved_version(*target)) {
+    if (target == nullptr || *target == NULLTAG || is_referable(*target)) {
       continue;
     }
     if (state(*target) == InstanceState::is_new) {
@@ -351,6 +443,9 @@ void Store::remove(tag object, const std::vector<tag>& parts) {
 }
 
 void Store::erase_rows(tag object) {
+  if (batch_) {
+    batch_->existing.erase(object);
+  }
   run(database_, "DELETE FROM value WHERE instance = ?", object);
   run(database_, "DELETE FROM lock WHERE instance = ?", object);
   run(database_, "DELETE FROM password WHERE user = ?", object);

@@ -9,17 +9,27 @@
 
 namespace host {
 
-std::vector<tag> Store::find(const std::string& class_name, const Criteria& criteria) {
-  const Class& wanted = class_named(class_name);
-  std::string sql = "SELECT DISTINCT i.tag, i.class FROM instance i";
-  for (std::size_t n = 0; n < criteria.size(); ++n) {
-    std::string alias = "v";
-    alias += std::to_string(n);
-    sql += " JOIN value " + alias + " ON " + alias + ".instance = i.tag AND " + alias +
-           ".attribute = ? AND " + alias + ".content = ?";
+/**
+ * The first criterion finds, by an index that has the instances in their order; the others are looked
+ * up for what it has found. So the first one should be the one that few instances meet.
+ */
+std::string Store::query_text(std::size_t criteria) {
+  if (criteria == 0) {
+    return "SELECT tag, class FROM instance WHERE deleted = 0 ORDER BY tag";
   }
-  sql += " WHERE i.deleted = 0 ORDER BY i.tag";
-  Query query(database_, sql);
+  std::string sql =
+      "SELECT v0.instance, i.class FROM value v0 "
+      "CROSS JOIN instance i ON i.tag = v0.instance AND i.deleted = 0";
+  for (std::size_t n = 1; n < criteria; ++n) {
+    const std::string alias = "v" + std::to_string(n);
+    sql += " CROSS JOIN value " + alias + " ON " + alias + ".instance = v0.instance AND " + alias +
+           ".attribute = ?" + std::to_string(2 * n + 1) + " AND " + alias + ".content = ?" +
+           std::to_string(2 * n + 2);
+  }
+  return sql + " WHERE v0.attribute = ?1 AND v0.content = ?2 ORDER BY v0.instance";
+}
+
+void Store::bind_criteria(Query& query, const Class& wanted, const Criteria& criteria) {
   for (const auto& [name, value] : criteria) {
     const Attribute* attribute = wanted.find_attribute(name);
     if (attribute == nullptr) {
@@ -28,13 +38,26 @@ std::vector<tag> Store::find(const std::string& class_name, const Criteria& crit
     query.bind(attribute->id);
     bind_value(query, value);
   }
+}
+
+std::vector<tag> Store::find(const std::string& class_name, const Criteria& criteria) {
   std::vector<tag> found;
-  while (query.next()) {
-    if (class_with_id(static_cast<std::uint32_t>(query.integer(1))).is_a(wanted)) {
-      found.push_back(static_cast<tag>(query.integer(0)));
-    }
-  }
+  for_each(class_name, criteria, [&found](tag object, const Class&) {
+    found.push_back(object);
+    return true;
+  });
   return found;
+}
+
+std::vector<tag> Store::saved_references(tag object, const Attribute& attribute) {
+  Query query(database_,
+              "SELECT content FROM value WHERE instance = ? AND attribute = ? ORDER BY position",
+              object, attribute.id);
+  std::vector<tag> targets;
+  while (query.next()) {
+    targets.push_back(std::get<tag>(stored_value(query, 0, attribute, object)));
+  }
+  return targets;
 }
 
 std::vector<tag> Store::find_new(const std::string& class_name, const Criteria& criteria) {
@@ -79,8 +102,12 @@ tag Store::find_type(const std::string& name) {
 }
 
 tag Store::find_one(const std::string& class_name, const Criteria& criteria) {
-  const std::vector<tag> found = find(class_name, criteria);
-  return found.empty() ? NULLTAG : found.front();
+  tag found = NULLTAG;
+  for_each(class_name, criteria, [&found](tag object, const Class&) {
+    found = object;
+    return false;
+  });
+  return found;
 }
 
 }  // namespace host

@@ -27,7 +27,9 @@ bool is_file_name(const std::string& text) {
   return text != "." && text != ".." && text.find_first_of("/\\") == std::string::npos;
 }
 
-void check_value(const Attribute& attribute, const Scalar& value) {
+}  // namespace
+
+void Store::check_value(const Attribute& attribute, const Scalar& value) {
   if (value.index() != static_cast<std::size_t>(attribute.kind)) {
     refuse(STORE_wrong_value_type, attribute.name);
   }
@@ -46,8 +48,6 @@ void check_value(const Attribute& attribute, const Scalar& value) {
     refuse(ORK_invalid_argument, attribute.name + " takes finite numbers only");
   }
 }
-
-}  // namespace
 
 Store::Slot& Store::slot_of(Instance& instance, const std::string& attribute,
                             const Attribute** definition) {
@@ -138,11 +138,15 @@ void Store::set(tag object, const std::string& attribute, Scalar value) {
     transient->write(attribute, value);
     return;
   }
+  set_values(object, attribute, single_value(std::move(value)));
+}
+
+Values Store::single_value(Scalar value) {
   Values values;
   if (!is_no_value(value)) {
     values.push_back(std::move(value));
   }
-  set_values(object, attribute, std::move(values));
+  return values;
 }
 
 void Store::set_values(tag object, const std::string& attribute, Values values) {

@@ -12,6 +12,7 @@
 
 #include "crypto.h"
 #include "failure.h"
+#include "random_name.h"
 #include "utf8_path.h"
 
 namespace host {
@@ -19,7 +20,6 @@ namespace host {
 namespace {
 
 constexpr std::size_t block_size = std::size_t{1} << 20;
-constexpr std::size_t name_bytes = 16;
 
 /** Of the name that incomplete contents have, where they need one. */
 constexpr const char* own_name_ending = ".part";
@@ -89,18 +89,6 @@ void require_regular(const os::SourceFile& source, const std::string& path) {
   if (!source.is_regular()) {
     refuse(FILE_cannot_read, path + ": it is a folder, or no regular file");
   }
-}
-
-std::string random_name() {
-  unsigned char bytes[name_bytes];
-  os::make_random(bytes);
-  return hex_text(bytes);
-}
-
-/** Names are read from the store and from lists, and what they name is read and removed. */
-bool is_name(const std::string& text) {
-  return text.size() == 2 * name_bytes &&
-         text.find_first_not_of("0123456789abcdef") == std::string::npos;
 }
 
 std::string parent_folder(const std::string& path) {
@@ -179,7 +167,7 @@ Vault::~Vault() {
 }
 
 std::string Vault::path_of(const std::string& name) const {
-  if (!is_name(name)) {
+  if (!is_random_name(name)) {
     refuse(FILE_damaged, "\"" + name + "\" is no name of contents");
   }
   return folder_ + "/" + name;
@@ -220,6 +208,7 @@ void Vault::forget_claimed(Store& store) {
   std::erase_if(announced_, [&](const std::string& name) {
     return store.find_one("VeloFile", {{"contents", name}}) != NULLTAG;
   });
+  with_meaning({FILE_cannot_write, "the vault"}, [&] { presence_.keep_notes(announced_); });
   most_announced_ = 2 * announced_.size() + few;
 }
 
@@ -301,7 +290,7 @@ void Vault::take_out(const Contents& contents, const std::string& path,
 
 void Vault::remove_unclaimed(Store& store, const std::vector<std::string>& names) const {
   for (const std::string& name : names) {
-    if (is_name(name) && store.find_one("VeloFile", {{"contents", name}}) == NULLTAG) {
+    if (is_random_name(name) && store.find_one("VeloFile", {{"contents", name}}) == NULLTAG) {
       std::error_code ignored;
       std::filesystem::remove(utf8_path(path_of(name)), ignored);
       std::filesystem::remove(utf8_path(path_of(name) + own_name_ending), ignored);

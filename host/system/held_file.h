@@ -2,6 +2,7 @@
  * std::system_error. */
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -23,8 +24,11 @@ class HeldFile {
   HeldFile(const HeldFile&) = delete;
   HeldFile& operator=(const HeldFile&) = delete;
 
-  /** Writes at the file's end. */
-  void append(std::string_view text) const;
+  /** Writes at a place, over what stands there. */
+  void write(std::size_t place, std::string_view text) const;
+
+  /** Takes away all that stands behind a number of bytes. */
+  void cut(std::size_t size) const;
 
  private:
 #if defined(_WIN32)

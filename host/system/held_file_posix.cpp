@@ -33,7 +33,7 @@ mode_t mode_of(const std::string& path) {
 }  // namespace
 
 HeldFile::HeldFile(std::string path, const std::string& about)
-    : file_(open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_APPEND | O_NOFOLLOW | O_CLOEXEC,
+    : file_(open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC,
                  mode_of(about))) {
   if (file_ < 0) {
     throw_errno();
@@ -55,13 +55,21 @@ HeldFile::~HeldFile() {
   close(file_);
 }
 
-void HeldFile::append(std::string_view text) const {
+void HeldFile::write(std::size_t place, std::string_view text) const {
   while (!text.empty()) {
-    const ssize_t written = write(file_, text.data(), text.size());
+    const ssize_t written = pwrite(file_, text.data(), text.size(), static_cast<off_t>(place));
     if (written < 0 && errno != EINTR) {
       throw_errno();
     }
-    text.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    const auto count = written > 0 ? static_cast<std::size_t>(written) : 0;
+    text.remove_prefix(count);
+    place += count;
+  }
+}
+
+void HeldFile::cut(std::size_t size) const {
+  if (ftruncate(file_, static_cast<off_t>(size)) != 0) {
+    throw_errno();
   }
 }
 

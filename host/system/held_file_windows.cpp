@@ -27,12 +27,20 @@ bool lock(HANDLE file, DWORD flags) {
   return LockFileEx(file, flags | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0;
 }
 
+void move_to(HANDLE file, std::size_t place) {
+  LARGE_INTEGER distance;
+  distance.QuadPart = static_cast<LONGLONG>(place);
+  if (SetFilePointerEx(file, distance, nullptr, FILE_BEGIN) == 0) {
+    throw_last_error();
+  }
+}
+
 constexpr DWORD shared = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
 }  // namespace
 
 HeldFile::HeldFile(std::string path, const std::string&)
-    : file_(CreateFileW(utf8_path(path).c_str(), FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE,
+    : file_(CreateFileW(utf8_path(path).c_str(), FILE_WRITE_DATA | FILE_READ_DATA | SYNCHRONIZE,
                         shared, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr)) {
   if (file_ == INVALID_HANDLE_VALUE) {
     throw_last_error();
@@ -48,9 +56,17 @@ HeldFile::~HeldFile() {
   CloseHandle(file_);
 }
 
-void HeldFile::append(std::string_view text) const {
+void HeldFile::write(std::size_t place, std::string_view text) const {
   DWORD written = 0;
+  move_to(file_, place);
   if (WriteFile(file_, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) == 0) {
+    throw_last_error();
+  }
+}
+
+void HeldFile::cut(std::size_t size) const {
+  move_to(file_, size);
+  if (SetEndOfFile(file_) == 0) {
     throw_last_error();
   }
 }

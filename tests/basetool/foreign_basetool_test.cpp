@@ -41,6 +41,52 @@ Function* find(void* library, const char* name) {
 #endif
 }
 
+/** What the foreign library has printed, line by line. */
+std::vector<std::string> printed_lines() {
+  std::istringstream output(testing::internal::GetCapturedStdout());
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(output, line);) {
+    while (line.ends_with('\r')) {
+      line.pop_back();
+    }
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+TEST(ForeignTraceLibrary, GetsTheLinesOfACustomersOwnFrame) {
+  ASSERT_NE(load(FOREIGN_BASETOOL), nullptr);
+  void* library = load(CUSTOMER_LIBRARY);
+  ASSERT_NE(library, nullptr);
+  auto* customer_function = find<int(int)>(library, "customer_function");
+  ASSERT_NE(customer_function, nullptr);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(customer_function(ORK_ok), ORK_ok);
+  EXPECT_EQ(customer_function(42), 42);
+  std::vector<std::string> expected;
+  const std::string place = " customer_library.cpp NUMBER";
+  const std::string arrow[] = {"LOG \" ->%s %s:%d\\n\" ", "LOG \" <-%s %s:%d\\n\" "};
+  for (const bool fails : {false, true}) {
+    expected.insert(
+        expected.end(),
+        {arrow[0] + "customer_function" + place, "Inc", arrow[0] + "platform_call(ORK_ok)" + place,
+         "Inc", "TRACE \" File:%s Line:%d Funktion:%s\\n\"" + place + " platform_call(ORK_ok)",
+         "Dec", arrow[1] + "platform_call(ORK_ok)" + place, arrow[0] + "platform_call(...)" + place,
+         "Inc"});
+    if (fails) {
+      expected.insert(expected.end(), {"ERROR \"##ORK_err_%d: %s   %s:%d\\n\" NUMBER "
+                                       "platform_call(...)" +
+                                           place,
+                                       "ERROR \"--%s--\\n\" Unknown error code 42"});
+    }
+    expected.insert(expected.end(), {"Dec", arrow[1] + "platform_call(...)" + place});
+    if (!fails) {
+      expected.insert(expected.end(), {"Dec", arrow[1] + "customer_function" + place});
+    }
+  }
+  EXPECT_EQ(printed_lines(), expected);
+}
+
 TEST(ForeignTraceLibrary, GetsAllLinesWithTheirFormats) {
   void* foreign = load(FOREIGN_BASETOOL);
   void* library = load(ORKTOOL);
@@ -55,15 +101,8 @@ TEST(ForeignTraceLibrary, GetsAllLinesWithTheirFormats) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(list_errors(1), ORK_ok);
   const int status = ask_status_names(4711, &count, &names);
-  std::istringstream output(testing::internal::GetCapturedStdout());
+  std::vector<std::string> lines = printed_lines();
   EXPECT_NE(status, ORK_ok);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(output, line);) {
-    while (line.ends_with('\r')) {
-      line.pop_back();
-    }
-    lines.push_back(line);
-  }
   const std::string list_call = "ERR_get_errors(&n_ifails, &severities, &ifails, &texts)";
   const std::string list_file = " zolp_allg_utilities.cpp NUMBER";
   ASSERT_GE(lines.size(), 6U);

@@ -268,6 +268,13 @@ TEST_F(Recorder, OutlivesForksExecFullDisksAndThoseWhoEmptyIt) {
 
 #endif
 
+TEST_F(Recorder, ThreadsThatEndLeaveNothingToTheNext) {
+  EXPECT_EQ(run({record, file}, {"threads-in-turn", "3"}), 0);
+  EXPECT_EQ(folder.read("trace"), "  thread 0\n  thread 1\n  thread 2\n");
+  EXPECT_THAT(numbers(read()), ElementsAre(0, 1, 2));
+  EXPECT_EQ(read().threads.size(), 3U);
+}
+
 /** What threads do to text and recording at once. */
 TEST_F(Recorder, ThreadsLoseAndTearNothing) {
   constexpr int threads = 8;

@@ -82,6 +82,17 @@ void run_threads(int threads, int rounds) {
   }
 }
 
+/** Threads that come one after the other; a system may give the next one all that the last had. */
+void run_threads_in_turn(int threads) {
+  for (int thread = 0; thread < threads; ++thread) {
+    std::thread([thread] {
+      ZOLP_IncTraceSpaces();
+      numbered_function(thread);
+      ZOLP_ERROR("thread %d", thread);
+    }).join();
+  }
+}
+
 #if !defined(_WIN32)
 
 int fork_child() {
@@ -139,6 +150,8 @@ int carry_out(char**& argument) {
   } else if (command == "threads") {
     run_threads(std::atoi(argument[1]), std::atoi(argument[2]));
     argument += 2;
+  } else if (command == "threads-in-turn") {
+    run_threads_in_turn(std::atoi(*++argument));
   } else if (command == "count") {
     count_functions(*++argument);
   } else if (command == "record") {

@@ -80,7 +80,8 @@ std::vector<File> files() {
           {"pre.txt", "before\n"},
           {"post.txt", "after\n"},
           {"items.txt", "1     PRESS\n2     ROD\n"},
-          {"list.txt", release_list()}};
+          {"list.txt", release_list()},
+          {"run.trace", " ->work work.cpp:1\n <-work work.cpp:9\n"}};
 }
 
 const std::vector<Command>& commands() {
@@ -98,6 +99,7 @@ const std::vector<Command>& commands() {
       {{"bom", "export", "P/A", "--class", "Item"}},
       {{"bom", "export", "P/A", "--class", "Dataset"}},
       {{"clone", "{files}/list.txt", "--out", "{out}"}},
+      {{"completion", "bash"}},
       {{"dataset", "import", "{files}/report.txt", "--item", "P", "--rev", "A"}},
       {{"dataset", "import", "{files}/body.prt", "--type", "Model", "--item", "P", "--json"}},
       {{"dataset", "export", "Front", "--out", "{out}"}},
@@ -126,6 +128,7 @@ const std::vector<Command>& commands() {
       {approve, {start}},
       {{"job", "result", "J", "Large?", "true"}, {start, approve}},
       {{"job", "continue", "J", "--handlers", TEST_HANDLERS}, {stopped}},
+      {{"job", "template", "Release", "--mermaid"}},
       {{"job", "targets", "J", "--add", "Q/A", "--remove", "P/A"}, {start}},
       {{"job", "refresh", "J"}, {start}},
       {{"job", "delete", "J"}, {start}},
@@ -134,7 +137,14 @@ const std::vector<Command>& commands() {
       {{"list", "scan", "{files}/list.txt", "{out}/new.txt", "--pattern", "X"}},
       {{"list", "items", "{files}/items.txt"}},
       {{"list", "tree", "{files}/list.txt"}},
+      {{"manual", "--markdown"}},
       {{"show", "P/A"}},
+      {{"trace", "show", "{files}/run.trace"}},
+      {{"trace", "summary", "{files}/run.trace"}},
+      {{"trace", "failures", "{files}/run.trace"}},
+      {{"trace", "slow", "{files}/run.trace"}},
+      {{"trace", "graph", "{files}/run.trace", "work"}},
+      {{"trace", "diff", "{files}/run.trace", "{files}/run.trace"}},
   };
   return all;
 }

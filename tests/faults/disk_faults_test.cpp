@@ -18,13 +18,14 @@ constexpr const char* seed = R"({
   "site": {"password_cost": 1, "automatic_login": "ada"},
   "groups": ["all"], "roles": ["any"],
   "users": [{"id": "ada", "memberships": [{"group": "all", "role": "any"}]}],
+  "process_templates": [{"name": "Check", "tasks": [{"name": "First"}]}],
   "form_types": [{"name": "Mass", "fields": [{"name": "weight", "kind": "real"}]}],
   "items": [{"id": "1", "name": "Press", "master_form": {"type": "Mass"}, "revisions": [
     {"id": "A", "datasets": [
       {"name": "Note", "type": "Text", "files": [{"reference": "Text", "path": "note.txt"}]}]}]}]
 })";
 
-/** 25 faults a command, spread over its calls, or as many as the variable says. */
+/** 25 of a command's calls, spread over them, or as many as the variable says. */
 long most_faults() {
   const char* const wanted = std::getenv("ZOLP_TEST_FAULTS");
   return wanted != nullptr ? std::atol(wanted) : 25;
@@ -73,14 +74,13 @@ class DiskFaults : public test::ZolpTest {
     copy_site(folder.path("kept"), run_);
   }
 
-  test::Run run(std::vector<std::string> arguments, long failing_call) {
+  test::Run run(std::vector<std::string> arguments, const std::string& failing_call) {
     fs::remove(report_);
-    return test::run_zolp(std::move(arguments),
-                          {{"ORK_HOST_DB", (run_ / "site.db").string()},
-                           {"LD_PRELOAD", FAILING_DISK},
-                           {"FAILING_DISK_FOLDER", run_.string()},
-                           {"FAILING_DISK_CALL", std::to_string(failing_call)},
-                           {"FAILING_DISK_REPORT", report_}});
+    return test::run_zolp(std::move(arguments), {{"ORK_HOST_DB", (run_ / "site.db").string()},
+                                                 {"LD_PRELOAD", FAILING_DISK},
+                                                 {"FAILING_DISK_FOLDER", run_.string()},
+                                                 {"FAILING_DISK_CALL", failing_call},
+                                                 {"FAILING_DISK_REPORT", report_}});
   }
 
   long calls() const { return std::strtol(folder.read("report").c_str(), nullptr, 10); }
@@ -135,32 +135,39 @@ class DiskFaults : public test::ZolpTest {
     };
     prepare();
     const Json before = state();
-    ASSERT_EQ(run(arguments, 0).exit_code, 0);
+    ASSERT_EQ(run(arguments, "0").exit_code, 0);
     const long all = calls();
     const Json after = state();
     ASSERT_GT(all, 0);
     ASSERT_NE(before, after);
     const long step = std::max(1L, all / most_faults());
     for (long call = 1; call <= all; call += step) {
-      SCOPED_TRACE(arguments[0] + " " + arguments[1] + ", call " + std::to_string(call) + " of " +
-                   std::to_string(all));
-      prepare();
-      const test::Run failed = run(arguments, call);
-      ++tried_;
-      const Json left = state();
-      if (failed.exit_code == 0) {
-        EXPECT_EQ(left, after) << "it says that it is done";
-        continue;
+      // Once; and so that undoing what was done fails, too.
+      for (const char* how : {"", "-"}) {
+        prepare();
+        expect_whole(arguments, std::to_string(call) + how, before, after);
+        ASSERT_FALSE(HasFailure());
       }
-      EXPECT_EQ(failed.exit_code, 1);
-      EXPECT_THAT(failed.err, testing::MatchesRegex("zolp: .+\n"));
-      EXPECT_THAT(failed.err, testing::Not(testing::HasSubstr("unexpected")));
-      if (left != after) {
-        EXPECT_EQ(left, before) << failed.err;
-        EXPECT_EQ(run(arguments, 0).exit_code, 0);
-        EXPECT_EQ(state(), after);
-      }
-      ASSERT_FALSE(HasFailure());
+    }
+  }
+
+  void expect_whole(const std::vector<std::string>& arguments, const std::string& failing,
+                    const Json& before, const Json& after) {
+    SCOPED_TRACE(arguments[0] + " " + arguments[1] + ", call " + failing);
+    const test::Run failed = run(arguments, failing);
+    ++tried_;
+    const Json left = state();
+    if (failed.exit_code == 0) {
+      EXPECT_EQ(left, after) << "it says that it is done";
+      return;
+    }
+    EXPECT_EQ(failed.exit_code, 1);
+    EXPECT_THAT(failed.err, testing::MatchesRegex("zolp: .+\n"));
+    EXPECT_THAT(failed.err, testing::Not(testing::HasSubstr("unexpected")));
+    if (left != after) {
+      EXPECT_EQ(left, before) << failed.err;
+      EXPECT_EQ(run(arguments, "0").exit_code, 0);
+      EXPECT_EQ(state(), after);
     }
   }
 
@@ -180,6 +187,7 @@ TEST_F(DiskFaults, LeaveWhatWasThereOrWhatIsWanted) {
            {"host", "pref", made, "One", "a", "b"},
            {"form", "set", "1", "weight=2.5"},
            {"dataset", "import", note, "--item", "1", "--rev", "A", "--name", "More"},
+           {"job", "start", "Check", "--name", "J", "--target", "1/A"},
            {"dataset", "copy", "Note", "Twin", "--item", "1", "--rev", "A"},
            {"dataset", "export", "Note", "--out", (run_ / "out.txt").string()}}) {
     expect_held(command);

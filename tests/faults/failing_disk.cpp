@@ -1,10 +1,11 @@
 // A library that is loaded before the C library and fails one of a program's calls that change a
-// disk: opening a file, writing, syncing, giving a file or folder its name. It counts the calls
-// that are about a folder, fails the one that is wanted, once, and says in a file how many there
-// were.
+// disk: opening a file, reading, writing, syncing, giving a file or folder its name. It counts the
+// calls that are about a folder, fails the one that is wanted, once or with all that come after it,
+// and says in a file how many there were. It ends a program that takes too long.
 //
 //   FAILING_DISK_FOLDER   the folder, with what is below it
-//   FAILING_DISK_CALL     number of the call that fails, from 1; 0 for none
+//   FAILING_DISK_CALL     number of the call that fails, from 1; 0 for none; "5-" for all from the
+//                         fifth on
 //   FAILING_DISK_REPORT   file that the number of calls so far is written to
 
 #include <dlfcn.h>
@@ -52,7 +53,9 @@ bool is_due(const char* path, int error) {
   static const char* const wanted = std::getenv("FAILING_DISK_CALL");
   const long count = ++calls;
   report(count);
-  if (wanted == nullptr || count != std::atol(wanted)) {
+  static const long first = wanted != nullptr ? std::atol(wanted) : 0;
+  static const bool goes_on = wanted != nullptr && std::strchr(wanted, '-') != nullptr;
+  if (first == 0 || count < first || (count > first && !goes_on)) {
     return false;
   }
   errno = error;
@@ -66,6 +69,11 @@ bool is_due(int file, int error) {
   const ssize_t length = readlink(link, path, PATH_MAX);
   path[length > 0 ? length : 0] = '\0';
   return is_due(path, error);
+}
+
+__attribute__((constructor)) void limit_time() {
+  constexpr unsigned seconds = 60;
+  alarm(seconds);
 }
 
 template <typename Function>
@@ -98,6 +106,18 @@ extern "C" {
   }
 OPEN(open)
 OPEN(open64)
+
+ssize_t pread(int file, void* data, size_t size, off_t offset) {
+  return is_due(file, EIO) ? -1 : NEXT(pread)(file, data, size, offset);
+}
+
+ssize_t pread64(int file, void* data, size_t size, off64_t offset) {
+  return is_due(file, EIO) ? -1 : NEXT(pread64)(file, data, size, offset);
+}
+
+ssize_t read(int file, void* data, size_t size) {
+  return is_due(file, EIO) ? -1 : NEXT(read)(file, data, size);
+}
 
 #define WRITE(name, Offset)                                                                   \
   ssize_t name(int file, const void* data, size_t size, Offset offset) {                      \

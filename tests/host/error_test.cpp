@@ -35,6 +35,20 @@ TEST(ErrorStack, KeepsTheMostRecentEntries) {
   EXPECT_THAT(texts.back(), testing::EndsWith(": " + std::to_string(stored - 1)));
 }
 
+TEST(ErrorStack, AMarkKeepsToItsEntriesWhenTheOldestGo) {
+  ERR_clear_errors();
+  ERR_store_error(ERR_severity_error, 1);
+  ERR_store_error(ERR_severity_error, 2);
+  ERR_set_protect_mark();
+  for (int i = 1; i < ERR_stack_size; ++i) {
+    ERR_store_error(ERR_severity_error, 3);
+  }
+  ERR_clear_errors();
+  EXPECT_THAT(error_codes(), ElementsAre(2));
+  ERR_clear_protect_mark();
+  ERR_clear_errors();
+}
+
 TEST(ErrorStack, RefusesWhatIsNoSeverityAndNullArguments) {
   EXPECT_EQ(ERR_store_error(0, 1), ORK_invalid_argument);
   EXPECT_EQ(ERR_store_error(4, 1), ORK_invalid_argument);

@@ -164,6 +164,9 @@ TEST_F(Flow, ReviewsWaitForTheirQuorumAndConditionsForTheirResult) {
   EXPECT_EQ(decision, SIGNOFF_reject);
   EXPECT_STREQ(comments, "too heavy");
   EXPECT_NE(date.year, 0);
+  EXPECT_EQ(ask(SIGNOFF_get_signoff_user, signoffs[0]), test::user_named("wagner"));
+  EXPECT_EQ(decide(signoffs[0], SIGNOFF_no_decision), ORK_ok);
+  EXPECT_EQ(ask(SIGNOFF_get_signoff_user, signoffs[0]), NULLTAG);
   EXPECT_EQ(SIGNOFF_set_signoff_decision(signoffs[0], SIGNOFF_approve, nullptr), ORK_ok);
   EXPECT_EQ(decide(signoffs[2], SIGNOFF_approve), ORK_ok);
   EXPECT_EQ(states(job),
@@ -348,7 +351,10 @@ TEST_F(Flow, AHandlerThatFailsStopsTheJobWhereItIs) {
     EXPECT_EQ(states(job), "Straight:S One:C Two:S Inner:P ");
     EXPECT_EQ(FLOW_continue_job(job), wrong.status);
     handlers().act = nullptr;
+    EXPECT_EQ(OBJ_refresh(job, 1), ORK_ok);
     EXPECT_EQ(FLOW_continue_job(job), ORK_ok) << last_error();
+    EXPECT_EQ(lock_of(job), STORE_modify_lock) << "the caller's lock stays";
+    EXPECT_EQ(OBJ_refresh(job, 0), ORK_ok);
     EXPECT_EQ(states(job), "Straight:C One:C Two:C Inner:C ");
     EXPECT_EQ(FLOW_continue_job(job), ORK_ok) << "nothing is left to do";
   }

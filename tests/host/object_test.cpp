@@ -72,6 +72,19 @@ TEST_F(DemoSite, RelationsArePermanentOnceTheyAreSaved) {
   EXPECT_EQ(OBJ_delete(ask(REL_create_relation, bracket, pump, reference, NULLTAG)), ORK_ok);
 }
 
+TEST_F(DemoSite, WhoSavesLastIsKnownBesideTheOwner) {
+  log_in_as_designer();
+  const tag bracket = find("000100", "B");
+  WSO_description_s before{};
+  WSO_description_s after{};
+  ASSERT_EQ(WSO_describe(bracket, &before) | OBJ_lock(bracket), ORK_ok) << last_error();
+  ASSERT_EQ(OBJ_set_value_string(bracket, "object_desc", "by wagner") | OBJ_save(bracket), ORK_ok);
+  ASSERT_EQ(OBJ_refresh(bracket, 0) | WSO_describe(bracket, &after), ORK_ok);
+  EXPECT_STREQ(after.last_modifying_user, "wagner");
+  EXPECT_STREQ(after.owners_name, before.owners_name);
+  EXPECT_STRNE(after.owners_name, "wagner");
+}
+
 TEST_F(DemoSite, TheEndOfASessionKeepsOrDropsWhatWasNotSaved) {
   for (const logical keep_changes : {logical{0}, logical{1}}) {
     log_in();

@@ -308,6 +308,21 @@ TEST_F(Vault, ContentsGoWithTheirFiles) {
   EXPECT_EQ(export_to(kept, target_.path("kept")), ORK_ok) << last_error();
 }
 
+TEST_F(Vault, WhatIsUnderWayIsNotedAndNothingElse) {
+  const tag first = save("saved");
+  const tag unsaved = import_file(folder_.write("a", "a"));
+  for (int i = 0; i < 200; ++i) {
+    const tag file = save("saved");
+    ASSERT_EQ(OBJ_unload(file), ORK_ok);
+  }
+  const auto processes = fs::directory_iterator(site_ + ".processes");
+  const std::string notes =
+      folder_.read("site.db.processes/" + processes->path().filename().string());
+  EXPECT_LT(notes.size(), 100 * 33U);
+  EXPECT_THAT(notes, HasSubstr(test::value_of(unsaved, "contents") + "\n"));
+  EXPECT_THAT(notes, Not(HasSubstr(test::value_of(first, "contents"))));
+}
+
 TEST_F(Vault, OtherProcessesImportsStandUntilTheyEnd) {
   test::ChildProcess other({PARTNER_PROGRAM, "import", site_, folder_.path("theirs.txt")});
   const tag saved = static_cast<tag>(std::stoul(other.read_line()));

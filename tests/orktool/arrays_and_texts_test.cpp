@@ -56,6 +56,19 @@ TEST_F(Arrays, SearchFindsInArraysAndInNone) {
   EXPECT_EQ(trace.lines()[4], "  Object does not exist in array");
 }
 
+TEST_F(Arrays, LongOnesAreSearchedWhole) {
+  Tags tags;
+  for (tag element = 1; element <= 200; ++element) {
+    for (const tag added : {element, (element + 1) / 2, element}) {
+      EXPECT_EQ(ZOLP_addElement(added, &tags.count, &tags.array), 0);
+    }
+    EXPECT_EQ(tags.count, static_cast<int>(element));
+  }
+  EXPECT_EQ(ZOLP_removeElement(100, &tags.count, &tags.array), 0);
+  EXPECT_EQ(tags.elements()[99], 101U);
+  EXPECT_EQ(tags.elements()[198], 200U);
+}
+
 TEST_F(Arrays, NullArraysAndNegativeCountsAreEmpty) {
   Tags none;
   logical found = 9;
@@ -139,6 +152,7 @@ TEST_F(Arrays, EliminateRedundancesTracesWhatItDoes) {
                   "  zaehler:3: sizeof_new_array:3", StartsWith(" <-ZOLP_eliminateRedundances ")));
   EXPECT_THAT(without_redundances({}), ElementsAre());
   EXPECT_THAT(without_redundances({3, 1, 2}), ElementsAre(3, 1, 2));
+  EXPECT_THAT(without_redundances({5, 5, 5, 7, 7, 9}), ElementsAre(9, 5, 7));
 }
 
 TEST(Texts, SpecialCharactersAndCase) {

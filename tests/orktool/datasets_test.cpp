@@ -294,6 +294,10 @@ TEST_F(Datasets, AFailedCopyStaysAndIsReported) {
   ork_host_fail_call("FILE_import_file", 1, failure);
   EXPECT_EQ(ZOLP_RealCopyDataset(original, "Copy", &copy), failure);
   EXPECT_TRUE(std::filesystem::is_empty(temporary));
+  // What stands at the file's place and is no file stays.
+  std::filesystem::create_directory(temporary / "a.prt");
+  EXPECT_EQ(ZOLP_RealCopyDataset(original, "Copy", &copy), FILE_exists);
+  EXPECT_TRUE(std::filesystem::is_directory(temporary / "a.prt"));
   // A folder that does not fit a path, and one that is not there.
   setenv("VK_TMP_DIR", std::string(300, 'x').c_str(), 1);
   EXPECT_EQ(ZOLP_RealCopyDataset(original, "Copy", &copy), FILE_cannot_open);
@@ -404,6 +408,7 @@ TEST_F(Datasets, ReleaseInformationIsDescribedWhole) {
   ork_host_fail_call("OBJ_UIF_get_value", 2, failure);
   describe();
   EXPECT_EQ(values[1], "");
+  EXPECT_EQ(lengths[1], 0);
 }
 
 TEST_F(Datasets, AMasterFormIsTheOnlyOne) {

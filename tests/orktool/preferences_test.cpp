@@ -120,6 +120,7 @@ TEST_F(Preferences, CheckLooksAtEachValueWhole) {
   EXPECT_EQ(ZOLP_check_preference(0, "Colours", "green"), 1);
   EXPECT_EQ(ZOLP_check_preference(0, "None", "red"), 0);
   EXPECT_EQ(trace.lines().back(), "Preference None not found");
+  EXPECT_EQ(trace.levels().back(), ZOLP_LEVEL_WARNING);
 }
 
 TEST_F(Preferences, ModuleIsSwitchedOffByExactlyFourTexts) {

@@ -183,6 +183,10 @@ class Cases {
   std::deque<Case> all;
 };
 
+/** Reads the table of promises. @return whether each case has its own there, and nothing else is.
+ */
+bool take_promises(Cases& cases);
+
 /** A tag that no function hands out: what an out-parameter is set to before the call. */
 constexpr tag untouched_tag = 0x7fffffff;
 constexpr int untouched_number = 99;

@@ -135,6 +135,7 @@ TEST_F(DatasetCommands, RefusalsSayWhatIsWrongAndLeaveNothing) {
       {{"export", "Frame"}, "dataset Frame has no file"},
       {{"export", "Front", "--out", target + "/none/x"}, "No such file"},
       {{"export-images", "--out", target + "/none"}, "is no folder"},
+      {{"copy", "Front", "Side"}, "1/00/A-Press has a dataset Side"},
       {{"copy", "Front", std::string(129, 'n')}, "longer than 128 bytes"}};
   for (const auto& [arguments, why] : refusals) {
     expect_refusal(dataset(arguments), 1, why);
@@ -163,21 +164,28 @@ TEST_F(DatasetCommands, AFailedImportLeavesNothing) {
   }
 }
 
-TEST_F(DatasetCommands, OfManyImportsOfOneNameAtOnceOneIsMade) {
-  constexpr std::size_t count = 4;
+TEST_F(DatasetCommands, OfManyOfOneNameAtOnceOneIsMade) {
   const std::size_t before = vault_size();
   const std::string text = folder.write("report.txt", "one");
+  const struct {
+    std::vector<std::string> arguments;
+    const char* refusal;
+  } commands[] = {
+      {{"dataset", "import", text, "--item", "1/00"}, "1/00-Press has a dataset report"},
+      {{"job", "start", "Check", "--name", "J"}, "there is a job J already"}};
+  constexpr std::size_t count = 8;
   // All of them have looked for the name, and wait until this process has saved its change.
   const char* value = "set";
   ASSERT_EQ(ork_host_open(site.c_str()) | ork_host_begin_change() |
                 ork_host_set_preference("Held", 1, &value),
             ORK_ok);
-  std::vector<std::unique_ptr<test::Process>> imports;
+  std::vector<std::unique_ptr<test::Process>> started;
   for (std::size_t i = 0; i < count; ++i) {
-    imports.push_back(std::make_unique<test::Process>(
-        test::Launch{{ZOLP_PROGRAM, "dataset", "import", text, "--item", "1/00", "--host", site},
-                     test::own_environment(),
-                     folder.path("out" + std::to_string(i)),
+    std::vector<std::string> command = commands[i % 2].arguments;
+    command.insert(command.begin(), ZOLP_PROGRAM);
+    command.insert(command.end(), {"--host", site});
+    started.push_back(std::make_unique<test::Process>(
+        test::Launch{command, test::own_environment(), folder.path("out" + std::to_string(i)),
                      folder.path("err" + std::to_string(i))}));
   }
   for (std::size_t i = 0; i < count; ++i) {
@@ -188,16 +196,15 @@ TEST_F(DatasetCommands, OfManyImportsOfOneNameAtOnceOneIsMade) {
   }
   ASSERT_EQ(ork_host_end_change(1), ORK_ok);
   ork_host_close();
-  std::size_t made = 0;
+  int made[2] = {};
   for (std::size_t i = 0; i < count; ++i) {
-    if (imports[i]->wait() == 0) {
-      ++made;
+    if (started[i]->wait() == 0) {
+      made[i % 2] += 1;
     } else {
-      EXPECT_THAT(folder.read("err" + std::to_string(i)),
-                  HasSubstr("1/00-Press has a dataset report"));
+      EXPECT_THAT(folder.read("err" + std::to_string(i)), HasSubstr(commands[i % 2].refusal));
     }
   }
-  EXPECT_EQ(made, 1U);
+  EXPECT_THAT(made, ElementsAre(1, 1));
   EXPECT_EQ(vault_size(), before + 1);
 }
 

@@ -51,6 +51,11 @@ TEST_F(FilterCommand, TellsWhatCannotBeFiltered) {
   EXPECT_THAT(found.out, HasSubstr("100/A-Press"));
   expect_refusal(run({"--status", "(", "--regex"}), 2, "--status is no expression (Unmatched");
   expect_refusal(run({"--name", "(a"}), 2, "--name is no expression (Unmatched");
+  // What would fill the memory, and what would overrun the stack.
+  for (const std::string& costly : {std::string("(((a{1,255}){1,255}){1,255}){1,255}"),
+                                    std::string(3000, '(') + "a" + std::string(3000, ')')}) {
+    expect_refusal(run({"--regex", "--type", costly}), 2, "it would take too much memory or time");
+  }
   expect_refusal(run({"--whole", "--regex"}), 2, "--whole excludes --regex");
   expect_refusal(run({"-u=ada"}), 2, "the login is not complete");
   expect_refusal(run_zolp({"filter"}), 2, "no site given");

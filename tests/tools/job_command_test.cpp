@@ -34,6 +34,23 @@ TEST_F(JobCommands, AJobFromItsStartToItsEnd) {
             "    └── on true: Inform  Pending\n");
   EXPECT_EQ(done({"show", "R-1"}), started);
   EXPECT_EQ(done({"refresh", "R-1"}), started);
+  EXPECT_EQ(done({"show", "R-1", "--mermaid"}),
+            "flowchart TD\n"
+            "  n0([\"R-1<br>Started\"]):::running\n"
+            "  n1[\"Check<br>Started<br>ada (engineering/designer): none<br>"
+            "anybody of quality/*: none\"]:::running\n"
+            "  n2{\"Large?<br>Pending\"}\n"
+            "  n3[\"Inform<br>Pending\"]\n"
+            "  n4([\"end\"])\n"
+            "  n0 --> n1\n"
+            "  n1 --> n2\n"
+            "  n2 -->|\"true\"| n3\n"
+            "  n3 --> n4\n"
+            "  n2 -->|\"otherwise\"| n4\n"
+            "  classDef running fill:#dbe9fb,stroke:#1565c0\n");
+  EXPECT_THAT(done({"template", "Release", "--dot"}),
+              HasSubstr("n2 [label=\"Large?\", shape=diamond"));
+  expect_refusal(job({"show", "R-1", "--dot", "--json"}), 2, "excludes");
 
   expect_refusal(job({"signoff", "R-1", "--decision", "approve", "-u=dora", "-p=dora-secret",
                       "-g=engineering"}),

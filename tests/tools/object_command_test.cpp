@@ -49,6 +49,7 @@ TEST_F(ObjectCommands, FindListsByPattern) {
   const auto found = on_site({"find", "press", "--json"}).json();
   ASSERT_EQ(found.size(), 2u);  // the item and its revision have this name
   EXPECT_EQ(found[1]["status"], "Frozen");
+  EXPECT_THAT(on_site({"find", "2/00*"}).out, HasSubstr("2/00-Slashed?[31m"));
   EXPECT_EQ(on_site({"find", "nothing"}).exit_code, 0);
   EXPECT_EQ(on_site({"find", "nothing", "--json"}).out, "[]\n");
 }

@@ -19,5 +19,6 @@ void add_job_commands(CLI::App& program);
 void add_list_commands(CLI::App& program);
 void add_manual_command(CLI::App& program);
 void add_show_command(CLI::App& program);
+void add_trace_commands(CLI::App& program);
 
 }  // namespace tool

@@ -62,6 +62,7 @@ Json make_copy(const DatasetOptions& options, tag owner, tag dataset) {
     require_done(ZOLP_RealCopyDataset(dataset, options.name.c_str(), &copy), problem);
     if (owner != NULLTAG) {
       require_done(ZOLP_createRelation(owner, copy, dataset_relation), problem);
+      require_no_more_datasets(owner, options.name, 1);
     }
   }
   require_own_files(dataset, copy);
@@ -73,7 +74,11 @@ Json make_copy(const DatasetOptions& options, tag owner, tag dataset) {
 void copy_dataset(const DatasetOptions& options) {
   check_length("name", options.name, WSO_name_size);
   const tag owner = find_owner(options);
-  const Json card = make_copy(options, owner, find_dataset(options));
+  const tag dataset = find_dataset(options);
+  if (owner != NULLTAG) {
+    require_no_more_datasets(owner, options.name, 0);
+  }
+  const Json card = make_copy(options, owner, dataset);
   if (options.json) {
     print_json(card);
   } else {

@@ -1,5 +1,4 @@
 /** @file `zolp dataset import`: brings a file into a new dataset. */
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <memory>
@@ -103,25 +102,13 @@ void import_file(const DatasetOptions& options, const std::string& name, tag own
   require_done(ZOLP_createRelation(owner, dataset, dataset_relation), problem);
 }
 
-/** Others that make datasets wait by now: what is seen decides who has the name. */
-void require_only_one(tag owner, const std::string& name) {
-  const std::vector<tag> datasets = datasets_of(owner);
-  const auto count = std::count_if(datasets.begin(), datasets.end(),
-                                   [&name](tag dataset) { return name_of(dataset) == name; });
-  if (count > 1) {
-    throw Error(id_of(owner) + " has a dataset " + name, "choose another name with --name");
-  }
-}
-
 void import_dataset(const DatasetOptions& options) {
   const tag owner = find_owner(options);
   const std::string name =
       options.name.empty() ? host::utf8_path(options.file).stem().string() : options.name;
   check_length("name", name, WSO_name_size);
   check_length("description", options.description, WSO_description_size);
-  if (find_dataset_of(owner, name) != NULLTAG) {
-    throw Error(id_of(owner) + " has a dataset " + name, "choose another name with --name");
-  }
+  require_no_more_datasets(owner, name, 0);
   const std::string id = id_of(owner);
   Json card;
   {
@@ -132,7 +119,7 @@ void import_dataset(const DatasetOptions& options) {
     } else {
       import_file(options, name, owner);
     }
-    require_only_one(owner, name);
+    require_no_more_datasets(owner, name, 1);
     card = dataset_card(find_dataset_of(owner, name));
     require_done(change.keep(), "cannot import " + options.file);
   }

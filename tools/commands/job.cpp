@@ -123,6 +123,7 @@ void add_job_commands(CLI::App& program) {
   add_job_result(group);
   add_job_continue(group);
   add_job_targets(group);
+  add_job_template(group);
   add_job_refresh(group);
   add_job_delete(group);
 }

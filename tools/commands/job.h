@@ -8,6 +8,7 @@
 
 #include "jobs.h"
 #include "login.h"
+#include "picture.h"
 
 namespace tool {
 
@@ -15,6 +16,7 @@ struct JobOptions {
   std::string job, process_template, description, task, decision, comment, result;
   std::vector<std::string> targets, references, added, removed, handlers;
   bool json = false;
+  PictureOptions picture;
   LoginOptions login;
 };
 
@@ -68,6 +70,7 @@ void add_job_signoff(CLI::App& group);
 void add_job_result(CLI::App& group);
 void add_job_continue(CLI::App& group);
 void add_job_targets(CLI::App& group);
+void add_job_template(CLI::App& group);
 void add_job_refresh(CLI::App& group);
 void add_job_delete(CLI::App& group);
 

@@ -1,5 +1,6 @@
 /** @file `zolp job show` and `zolp job list`: one job, or all of a site. */
 #include "commands/job.h"
+#include "flow_picture.h"
 #include "objects.h"
 #include "ork/flow.h"
 #include "text.h"
@@ -19,7 +20,12 @@ void print_jobs(const Json& jobs) {
 
 void show_job(const JobOptions& options) {
   const View one_state;
-  show(find_job(options.job), options);
+  const tag job = find_job(options.job);
+  if (options.picture.wanted()) {
+    const Json json = job_json(job);
+    return print_picture(flow_picture(json["name"], json["root"]), options.picture);
+  }
+  show(job, options);
 }
 
 void list(const JobOptions& options) {
@@ -38,7 +44,11 @@ void list(const JobOptions& options) {
 void add_job_show(CLI::App& group) {
   const JobCommand showing = add_job_command(group, "show", "Print a job as a tree", show_job);
   add_job_argument(showing);
-  showing.app->footer("\nExample: zolp job show R-17 --host site.db");
+  add_picture_options(*showing.app, showing.options->picture);
+  showing.app->footer(
+      "\nPictures are flow charts: what is done, runs or was left out has a colour of its own.\n"
+      "Example: zolp job show R-17 --host site.db\n"
+      "         zolp job show R-17 --svg > R-17.svg");
 }
 
 void add_job_list(CLI::App& group) {

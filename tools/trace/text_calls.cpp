@@ -1,0 +1,708 @@
+#include "text_calls.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <utility>
+
+#include "error.h"
+
+namespace trace {
+namespace {
+
+constexpr size_t block_size = size_t{128} * 1024;
+constexpr size_t longest_line = size_t{8} * 1024 * 1024;
+constexpr size_t slack = 64; /**< bytes behind the buffer's contents that may be looked at */
+
+/** A process that begins anew counts its time from 0; threads differ by less. */
+constexpr int64_t earlier_by_a_run = 1'000'000'000;
+
+bool is_digit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+std::string_view trimmed_left(std::string_view text) {
+  return text.substr(std::min(text.find_first_not_of(' '), text.size()));
+}
+
+/** What follows the blanks. Looks at eight bytes at a time; a line ends with a line feed. */
+const char* after_blanks(const char* at) {
+  constexpr uint64_t blanks = 0x2020202020202020U;
+  if constexpr (std::endian::native == std::endian::little) {
+    for (;;) {
+      uint64_t bytes;
+      std::memcpy(&bytes, at, sizeof bytes);
+      if (bytes != blanks) {
+        return at + std::countr_zero(bytes ^ blanks) / 8;
+      }
+      at += sizeof bytes;
+    }
+  }
+  while (*at == ' ') {
+    ++at;
+  }
+  return at;
+}
+
+/** Whether a line ends as those do that tell of a failure, or hold an arrow behind other text. */
+bool may_be_failure_or_arrow(const char* text, const char* end) {
+  if (end - text < 8) {
+    return false;
+  }
+  if (end[-1] == ' ') {
+    return is_digit(end[-2]);
+  }
+  if (!is_digit(end[-1])) {
+    return false;
+  }
+  const char* at = end - 1;
+  while (at > text && is_digit(*at)) {
+    --at;
+  }
+  return *at == ':';
+}
+
+bool holds_control_characters(std::string_view text) {
+  return std::any_of(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F;
+  });
+}
+
+/** A failure that a line tells of. */
+struct ToldFailure {
+  CallKind kind{};
+  NamedCall call;
+  int32_t status = 0;
+};
+
+bool read_number(std::string_view text, int32_t& number) {
+  const bool is_negative = text.starts_with('-');
+  text.remove_prefix(is_negative ? 1 : 0);
+  int64_t value = 0;
+  if (text.empty() || text.size() > 10 || !std::all_of(text.begin(), text.end(), is_digit)) {
+    return false;
+  }
+  for (const char digit : text) {
+    value = value * 10 + (digit - '0');
+  }
+  number = static_cast<int32_t>(is_negative ? -value : value);
+  return true;
+}
+
+/** `File:F Line:N Funktion:CALL returned S `, wherever it begins in the line. */
+bool read_traced_failure(std::string_view line, ToldFailure& told) {
+  constexpr std::string_view file = "File:", line_number = " Line:", function = " Funktion:",
+                             returned = " returned ";
+  const size_t begin = line.find(file);
+  const size_t status = line.rfind(returned);
+  if (begin == std::string_view::npos || status == std::string_view::npos) {
+    return false;
+  }
+  const size_t number = line.find(line_number, begin);
+  const size_t call = line.find(function, begin);
+  int32_t place = 0;
+  if (number == std::string_view::npos || call == std::string_view::npos || call < number ||
+      call + function.size() > status ||
+      !read_number(line.substr(number + line_number.size(), call - number - line_number.size()),
+                   place) ||
+      !read_number(
+          line.substr(status + returned.size(), line.size() - status - returned.size() - 1),
+          told.status)) {
+    return false;
+  }
+  told.kind = CallKind::traced;
+  told.call.text = line.substr(call + function.size(), status - call - function.size());
+  told.call.file = line.substr(begin + file.size(), number - begin - file.size());
+  told.call.line = static_cast<uint32_t>(place);
+  return !told.call.text.empty() && !told.call.file.empty();
+}
+
+/** `##ORK_err_S: CALL   F:N`, wherever it begins in the line. */
+bool read_guarded_failure(std::string_view line, ToldFailure& told) {
+  constexpr std::string_view mark = "##ORK_err_";
+  const size_t begin = line.find(mark);
+  const size_t colon = line.find(": ", begin == std::string_view::npos ? line.size() : begin);
+  if (colon == std::string_view::npos ||
+      !read_number(line.substr(begin + mark.size(), colon - begin - mark.size()), told.status)) {
+    return false;
+  }
+  told.kind = CallKind::guarded;
+  told.call = parse_call(line.substr(colon + 2));
+  while (told.call.text.ends_with(' ')) {
+    told.call.text.remove_suffix(1);
+  }
+  return !told.call.text.empty();
+}
+
+}  // namespace
+
+/** Texts of a site's lines as they stand in the file, to be recognised by a comparison. */
+struct TextCalls::KnownCall {
+  std::string entry;     /**< behind the arrow, with the line feed */
+  std::string exit;      /**< the same of its latest exit */
+  uint32_t next[2] = {}; /**< site that was entered next after it was left, or entered */
+};
+
+struct TextCalls::TextLane {
+  TextLane(Reading& reading, uint32_t lane, uint64_t its_process, int64_t its_start)
+      : stack(reading.sites, reading.queue, lane),
+        index(lane),
+        process(its_process),
+        start(its_start) {}
+
+  CallStack stack;
+  uint32_t index;
+  uint64_t process;
+  int64_t start;
+  int64_t latest_time = unknown_time;
+  enum class ErrorText { none, may_follow, goes_on } error_text = ErrorText::none;
+  bool has_pending_failure = false; /**< of a call that is not shown */
+  uint32_t pending_site = 0;
+  Exit pending;
+  std::string pending_text;
+
+  bool needs_care() const { return stack.is_top_doubtful() || error_text != ErrorText::none; }
+};
+
+TextCalls::TextCalls(Reading& reading, std::vector<std::string> parts,
+                     std::unique_ptr<TraceFile> first, const std::string& begin, bool is_last)
+    : reading_(reading),
+      parts_(parts.begin(), parts.end()),
+      file_(std::move(first)),
+      is_last_(is_last),
+      buffer_(std::max(begin.size(), block_size) + slack) {
+  std::copy(begin.begin(), begin.end(), buffer_.begin());
+  used_ = begin.size();
+  offset_ = begin.size();
+  find_complete_lines();
+}
+
+TextCalls::~TextCalls() = default;
+
+bool TextCalls::read() {
+  while (!reading_.queue.is_full() && !std::exchange(has_to_wait_, false)) {
+    if (line_ < complete_) {
+      read_lines();
+    } else if (!fill()) {
+      finish();
+      return false;
+    }
+  }
+  return true;
+}
+
+void TextCalls::find_complete_lines() {
+  std::string_view contents(buffer_.data(), used_);
+  if (is_followed()) {
+    // The last line may still be written, and be found with line feeds behind it.
+    contents = contents.substr(0, contents.find_last_not_of('\n') + 1);
+  }
+  const size_t last = contents.rfind('\n');
+  complete_ = last == std::string_view::npos ? 0 : last + 1;
+  if (!is_format_known_ && complete_ > 0) {
+    is_format_known_ = true;
+    detect_format(contents.substr(0, complete_));
+  }
+}
+
+/** Reads the next block. @return false at the end of the last part. */
+bool TextCalls::fill() {
+  std::copy(buffer_.begin() + static_cast<std::ptrdiff_t>(line_),
+            buffer_.begin() + static_cast<std::ptrdiff_t>(used_), buffer_.begin());
+  used_ -= line_;
+  line_ = complete_ = 0;
+  if (used_ >= longest_line) {
+    note_damage();
+    used_ = 0;
+  }
+  if (buffer_.size() - slack < used_ + block_size) {
+    buffer_.resize(std::max(used_ + block_size, 2 * used_) + slack);
+  }
+  const size_t count = file_->read(buffer_.data() + used_, block_size);
+  if (count == 0) {
+    return go_on_at_end();
+  }
+  used_ += count;
+  offset_ += count;
+  find_complete_lines();
+  return true;
+}
+
+/** At the end of a file: goes on with the next part, or waits for more. */
+bool TextCalls::go_on_at_end() {
+  if (is_followed()) {
+    return wait_for_more();
+  }
+  read_cut_line();
+  if (parts_.empty()) {
+    return false;
+  }
+  file_ = std::make_unique<TraceFile>(parts_.front());
+  parts_.pop_front();
+  offset_ = 0;
+  lines_before_ = line_number_;
+  is_format_known_ = false;
+  for (const TextLane& lane : lanes_) {
+    reading_.lanes[lane.index].parts.push_back({file_->shown_name(), lines_before_});
+  }
+  return true;
+}
+
+/** The end of a file without a line feed. What is cut would be taken for something else. */
+void TextCalls::read_cut_line() {
+  const std::string_view rest(buffer_.data(), used_);
+  if (rest.find_first_not_of('\0') != std::string_view::npos) {
+    ++line_number_;
+    reading_.remarks.push_back(here() + ": the last line is cut, and was left out");
+  }
+  used_ = 0;
+}
+
+/** Whether this is a file that is waited for at its end. */
+bool TextCalls::is_followed() const {
+  return parts_.empty() && is_last_ && reading_.options.wait;
+}
+
+/**
+ * At the end of a file that grows. The room behind its text may be filled with line feeds, and its
+ * last line may still be written: both are read anew. A line that has not changed meanwhile counts.
+ */
+bool TextCalls::wait_for_more() {
+  const std::string_view contents(buffer_.data(), used_);
+  const size_t end = contents.find_last_not_of('\n') + 1;
+  const size_t begin = end == 0 ? 0 : contents.rfind('\n', end - 1) + 1;
+  const std::string_view line = contents.substr(begin, end - begin);
+  if (!line.empty() && line == growing_line_ && end < used_) {
+    complete_ = end + 1;
+    growing_line_.clear();
+    return true;
+  }
+  if (!reading_.queue.is_empty()) {
+    // Who reads should have what there is before anybody waits.
+    has_to_wait_ = true;
+    return true;
+  }
+  growing_line_ = line;
+  if (!reading_.options.wait()) {
+    return false;
+  }
+  const uint64_t held_at = offset_ - used_ + begin;
+  if (file_->was_replaced(held_at)) {
+    file_ = std::make_unique<TraceFile>(file_->path());
+    offset_ = 0;
+  } else if (!file_->go_to(held_at)) {
+    return false;
+  } else {
+    offset_ = held_at;
+  }
+  used_ = 0;
+  return true;
+}
+
+void TextCalls::detect_format(std::string_view lines) {
+  constexpr int most_lines = 200;
+  PrefixFormat first;
+  int lines_of_first = 0;
+  bool is_first_likely = true;
+  for (int i = 0; i < most_lines && !lines.empty(); ++i) {
+    const std::string_view line = lines.substr(0, lines.find('\n'));
+    lines.remove_prefix(std::min(lines.size(), line.size() + 1));
+    PrefixFormat format;
+    bool is_certain = false;
+    if (line.empty()) {
+      continue;
+    }
+    detect_prefix(line, format, is_certain);
+    if (is_certain) {
+      set_format(format);
+      return;
+    }
+    first = lines_of_first++ == 0 ? format : first;
+    is_first_likely = is_first_likely && format == first;
+  }
+  set_format(is_first_likely ? first : PrefixFormat{});
+}
+
+void TextCalls::set_format(const PrefixFormat& format) {
+  format_ = format;
+  has_prefix_ = !format.is_empty();
+}
+
+int64_t TextCalls::time_of(const Prefix& prefix) const {
+  return format_.has_time    ? prefix.time
+         : format_.has_clock ? prefix.clock - lane_->start
+                             : unknown_time;
+}
+
+/** The lane of a process; one that counts its time anew is another one. */
+void TextCalls::choose_lane(const Prefix& prefix) {
+  if (lane_ == nullptr || lane_->process != prefix.process) {
+    const auto found = std::find_if(lanes_.rbegin(), lanes_.rend(), [&](const TextLane& lane) {
+      return lane.process == prefix.process;
+    });
+    if (found != lanes_.rend()) {
+      lane_ = &*found;
+    } else {
+      add_lane(prefix);
+    }
+  }
+  if (format_.has_time && lane_->latest_time != unknown_time &&
+      prefix.time < lane_->latest_time - earlier_by_a_run) {
+    end_lane(*lane_);
+    add_lane(prefix);
+  }
+  if (format_.has_time) {
+    lane_->latest_time = prefix.time;
+  }
+}
+
+void TextCalls::add_lane(const Prefix& prefix) {
+  Lane lane;
+  lane.file = file_->shown_name();
+  lane.parts.push_back({lane.file, lines_before_});
+  lane.process = prefix.process;
+  lane.has_times = format_.has_time || format_.has_clock;
+  if (format_.has_clock) {
+    lane.start = prefix.clock - prefix.time;
+  }
+  lane_ = &lanes_.emplace_back(reading_, static_cast<uint32_t>(reading_.lanes.size()),
+                               prefix.process, lane.start);
+  reading_.lanes.push_back(std::move(lane));
+}
+
+void TextCalls::end_lane(TextLane& lane) {
+  add_pending_failure(lane);
+  lane.stack.end(line_number_);
+}
+
+void TextCalls::finish() {
+  if (is_finished_) {
+    return;
+  }
+  is_finished_ = true;
+  if (calls_ == 0 && damaged_lines_ > 0) {
+    throw tool::Error(file_->shown_name() + " is neither a text trace nor a recording",
+                      "name a file that ZOLP_TRACE_FILE or ZOLP_TRACE_RECORD has named");
+  }
+  for (TextLane& lane : lanes_) {
+    end_lane(lane);
+  }
+  if (calls_ == 0 && line_number_ > 0) {
+    reading_.remarks.push_back(file_->shown_name() +
+                               " holds no calls: trace with ZOLP_TRACE_LEVEL=log or trace");
+  }
+  if (exits_without_entry_ > 0) {
+    reading_.remarks.push_back(file_->shown_name() + ": the beginning is missing: " +
+                               std::to_string(exits_without_entry_) +
+                               " exits of calls whose entries are not there were left out");
+  }
+  if (damaged_lines_ > 0) {
+    reading_.remarks.push_back(first_damage_ + ": this is no text; " +
+                               std::to_string(damaged_lines_) +
+                               " such lines were left out, what follows them was read");
+  }
+}
+
+void TextCalls::read_lines() {
+  const char* line = buffer_.data() + line_;
+  const char* const end = buffer_.data() + complete_;
+  while (line < end && !reading_.queue.is_full()) {
+    ++line_number_;
+    if (*line == '\n') {
+      ++line;
+      continue;
+    }
+    const char* text = line;
+    if (has_prefix_) {
+      Prefix prefix;
+      if (read_prefix(format_, {line, end}, prefix)) {
+        choose_lane(prefix);
+        time_ = time_of(prefix);
+        text += prefix.size;
+      }
+    }
+    if (lane_ == nullptr) {
+      add_lane({});
+    }
+    line = read_line(line, after_blanks(text), end);
+  }
+  line_ = static_cast<size_t>(line - buffer_.data());
+}
+
+/** Reads a line. @param text its first character that is no blank. @return the next line. */
+const char* TextCalls::read_line(const char* line, const char* text, const char* end) {
+  if (text > line && text[-1] == ' ' && !lane_->needs_care()) {
+    if (text[0] == '-' && text[1] == '>') {
+      if (const char* next = read_known_entry(text + 2, end)) {
+        return next;
+      }
+    } else if (text[0] == '<' && text[1] == '-') {
+      if (const char* next = read_known_exit(text + 2, end)) {
+        return next;
+      }
+    }
+  }
+  const char* const line_end =
+      static_cast<const char*>(std::memchr(text, '\n', static_cast<size_t>(end - text)));
+  const bool is_arrow = (text[0] == '-' && text[1] == '>') || (text[0] == '<' && text[1] == '-');
+  if (is_arrow || lane_->needs_care() || may_be_failure_or_arrow(text, line_end) ||
+      static_cast<unsigned char>(*text) < ' ') {
+    read_rare_line({line, line_end}, {text, line_end});
+  } else if (reading_.options.texts) {
+    add_text({text, line_end});
+  }
+  return line_end + 1;
+}
+
+/** The entry that followed last time, or nothing. */
+const char* TextCalls::read_known_entry(const char* call, const char* end) {
+  if (known_.empty()) {
+    return nullptr;
+  }
+  const uint32_t expected = known_[latest_site_].next[was_latest_entered_];
+  const std::string& text = known_[expected].entry;
+  if (text.empty() || static_cast<size_t>(end - call) < text.size() ||
+      std::memcmp(call, text.data(), text.size()) != 0) {
+    return nullptr;
+  }
+  enter(expected);
+  return call + text.size();
+}
+
+void TextCalls::enter(uint32_t site) {
+  ++calls_;
+  lane_->stack.enter(site, time_, line_number_);
+  latest_site_ = site;
+  was_latest_entered_ = true;
+}
+
+/** The exit of the innermost call as it was last time, or nothing. */
+const char* TextCalls::read_known_exit(const char* call, const char* end) {
+  if (lane_->stack.is_empty()) {
+    return nullptr;
+  }
+  const uint32_t top = lane_->stack.top();
+  const std::string& text = known_[top].exit;
+  if (static_cast<size_t>(end - call) < text.size() ||
+      std::memcmp(call, text.data(), text.size()) != 0) {
+    return nullptr;
+  }
+  leave_top();
+  return call + text.size();
+}
+
+Exit TextCalls::exit_here() const {
+  Exit exit;
+  exit.time = time_;
+  exit.position = line_number_;
+  return exit;
+}
+
+void TextCalls::leave_top() {
+  latest_site_ = lane_->stack.top();
+  was_latest_entered_ = false;
+  lane_->stack.leave_top(exit_here());
+}
+
+void TextCalls::read_entry(std::string_view call) {
+  const uint32_t site = reading_.sites.number_of(call);
+  if (site == CallSites::no_site) {
+    return add_text(call);
+  }
+  remember(site);
+  settle(*lane_);
+  known_[latest_site_].next[was_latest_entered_] = site;
+  enter(site);
+}
+
+/** Makes sure that a site's lines are known here. */
+void TextCalls::remember(uint32_t site) {
+  if (site >= known_.size()) {
+    known_.resize(size_t{site} + 1);
+  }
+  KnownCall& known = known_[site];
+  if (known.entry.empty()) {
+    const CallSite& named = reading_.sites[site];
+    known.entry = named.text + ' ' + named.file + ':' + std::to_string(named.line) + '\n';
+    known.exit = known.entry;
+  }
+}
+
+void TextCalls::read_exit(std::string_view line) {
+  const NamedCall call = parse_call(line);
+  if (call.text.empty()) {
+    return add_text(line);
+  }
+  add_pending_failure(*lane_);
+  CallStack& stack = lane_->stack;
+  if (!stack.is_empty() && !stack.is_top_doubtful()) {
+    const CallSite& top = reading_.sites[stack.top()];
+    if (top.kind == CallKind::frame && top.text == call.text && top.file == call.file) {
+      known_[stack.top()].exit.assign(line).push_back('\n');
+      return leave_top();
+    }
+  }
+  if (!stack.leave(call, exit_here())) {
+    ++exits_without_entry_;
+  }
+}
+
+/** What stands before this line has come to its end. */
+void TextCalls::settle(TextLane& lane) {
+  add_pending_failure(lane);
+  lane.error_text = TextLane::ErrorText::none;
+  if (lane.stack.is_top_doubtful()) {
+    lane.stack.settle_doubt();
+  }
+}
+
+void TextCalls::add_pending_failure(TextLane& lane) {
+  lane.error_text = TextLane::ErrorText::none;
+  if (lane.has_pending_failure) {
+    ++calls_;
+    lane.has_pending_failure = false;
+    lane.pending.error_text = lane.pending_text;
+    lane.stack.add_failure(lane.pending_site, lane.pending);
+    lane.pending_text.clear();
+  }
+}
+
+/** Any line that is not what is expected. */
+void TextCalls::read_rare_line(std::string_view line, std::string_view text) {
+  if (read_error_text(text)) {
+    return;
+  }
+  if (text.size() < line.size() && text.starts_with("->")) {
+    return read_entry(text.substr(2));
+  }
+  if (text.size() < line.size() && text.starts_with("<-")) {
+    return read_exit(text.substr(2));
+  }
+  if (text.starts_with('\0')) {
+    // Where the file was emptied under a process that writes at an offset of its own.
+    const std::string_view rest = text.substr(std::min(text.find_first_not_of('\0'), text.size()));
+    return rest.empty() ? void() : read_rare_line(rest, trimmed_left(rest));
+  }
+  if (holds_control_characters(text)) {
+    return note_damage();
+  }
+  if (!text.empty() && (read_failure(text) || read_late_arrow(line, text))) {
+    return;
+  }
+  settle(*lane_);
+  add_text(text);
+}
+
+/** The lines of an error text, of which the first one begins with two dashes. */
+bool TextCalls::read_error_text(std::string_view text) {
+  using ErrorText = TextLane::ErrorText;
+  if (lane_->error_text == ErrorText::none) {
+    return false;
+  }
+  constexpr std::string_view dashes = "--";
+  const bool is_first = lane_->error_text == ErrorText::may_follow;
+  const bool is_arrow = text.starts_with("->") || text.starts_with("<-");
+  if (is_first ? !text.starts_with(dashes) : is_arrow) {
+    lane_->error_text = ErrorText::none;
+    return false;
+  }
+  text.remove_prefix(is_first ? dashes.size() : 0);
+  const bool is_last = text.ends_with(dashes);
+  text.remove_suffix(is_last ? dashes.size() : 0);
+  lane_->error_text = is_last ? ErrorText::none : ErrorText::goes_on;
+  const std::string part = (is_first ? "" : "\n") + std::string(text);
+  if (lane_->has_pending_failure) {
+    lane_->pending_text += part;
+    if (is_last) {
+      add_pending_failure(*lane_);
+    }
+  } else {
+    lane_->stack.add_error_text(part);
+  }
+  return true;
+}
+
+bool TextCalls::read_failure(std::string_view text) {
+  ToldFailure told;
+  if (!read_traced_failure(text, told) && !read_guarded_failure(text, told)) {
+    return false;
+  }
+  settle(*lane_);
+  const uint32_t site =
+      reading_.sites.number_of(told.kind, told.call.text, told.call.file, told.call.line);
+  remember(site);
+  if (!lane_->stack.is_empty() && lane_->stack.top() == site) {
+    lane_->stack.fail_top(told.status);
+  } else {
+    lane_->has_pending_failure = true;
+    lane_->pending_site = site;
+    lane_->pending = exit_here();
+    lane_->pending.knows_status = true;
+    lane_->pending.status = told.status;
+  }
+  lane_->error_text = TextLane::ErrorText::may_follow;
+  return true;
+}
+
+/**
+ * An entry or exit behind a text that came without a line feed, or behind a prefix where none was
+ * expected: another program has appended to the file.
+ */
+bool TextCalls::read_late_arrow(std::string_view line, std::string_view text) {
+  PrefixFormat format;
+  bool is_certain = false;
+  detect_prefix(line, format, is_certain);
+  if (is_certain && !(format == format_)) {
+    set_format(format);
+    Prefix prefix;
+    read_prefix(format_, line, prefix);
+    choose_lane(prefix);
+    time_ = time_of(prefix);
+    const std::string_view rest = line.substr(prefix.size);
+    read_rare_line(rest, trimmed_left(rest));
+    return true;
+  }
+  const size_t entry = text.find(" ->");
+  const size_t exit = text.find(" <-");
+  if (entry == std::string_view::npos && exit == std::string_view::npos) {
+    return false;
+  }
+  const size_t at = std::min(entry, exit);
+  const std::string_view call = text.substr(at + 3);
+  if (parse_call(call).text.empty()) {
+    return false;
+  }
+  settle(*lane_);
+  add_text(text.substr(0, at));
+  if (at == entry) {
+    read_entry(call);
+  } else {
+    read_exit(call);
+  }
+  return true;
+}
+
+void TextCalls::add_text(std::string_view text) {
+  if (!reading_.options.texts) {
+    return;
+  }
+  CallEvent& event = reading_.queue.add(CallEvent::Kind::text);
+  event.lane = lane_->index;
+  event.depth = lane_->stack.depth();
+  event.site = lane_->stack.is_empty() ? CallSites::no_site : lane_->stack.top();
+  event.time = time_;
+  event.position = line_number_;
+  event.text = reading_.queue.keep(std::string(text));
+}
+
+void TextCalls::note_damage() {
+  if (damaged_lines_++ == 0) {
+    first_damage_ = here();
+  }
+}
+
+std::string TextCalls::here() const {
+  return file_->shown_name() + ", line " + std::to_string(line_number_ - lines_before_);
+}
+
+}  // namespace trace
