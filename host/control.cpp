@@ -15,9 +15,20 @@
 #include "object_id.h"
 #include "operation.h"
 #include "seed.h"
+#include "seed_export.h"
+#include "site_check.h"
+#include "snapshot.h"
 #include "utf8_path.h"
 
 using host::guarded;
+
+namespace {
+
+host::Sharing sharing(logical share_contents) {
+  return share_contents != 0 ? host::Sharing::links : host::Sharing::none;
+}
+
+}  // namespace
 
 int ork_host_open(const char* path) {
   return guarded([&] {
@@ -123,6 +134,53 @@ int ork_host_describe(const char* section, char** json) {
   return guarded([&] {
     host::require_all(json);
     *json = host::hand_out(host::describe(host::site(), section != nullptr ? section : ""));
+  });
+}
+
+int ork_host_snapshot(const char* copy, logical share_contents) {
+  return guarded([&] {
+    host::require_all(copy);
+    host::require(*copy != '\0', "the path of the copy is empty");
+    host::make_snapshot(host::site(), copy, sharing(share_contents));
+  });
+}
+
+int ork_host_restore(const char* path, const char* copy, logical share_contents) {
+  return guarded([&] {
+    host::require_all(path, copy);
+    host::require(*path != '\0' && *copy != '\0', "a path is empty");
+    host::restore_site(path, copy, sharing(share_contents));
+  });
+}
+
+int ork_host_remove(const char* path) {
+  return guarded([&] {
+    host::require_all(path);
+    host::remove_site(path);
+  });
+}
+
+int ork_host_check(const char* path, logical repair, int* findings, char** json) {
+  host::clear(findings);
+  host::clear(json);
+  return guarded([&] {
+    host::require_all(path, findings, json);
+    std::string text;
+    const int left = host::check_site(path, repair != 0, &text);
+    *json = host::hand_out(text);
+    *findings = left;
+  });
+}
+
+int ork_host_export(const char* files, const char* prefix, logical dates, char** json) {
+  host::clear(json);
+  return guarded([&] {
+    host::require_all(json);
+    host::ExportWishes wishes;
+    wishes.has_dates = dates != 0;
+    wishes.files_prefix = prefix != nullptr ? prefix : "";
+    *json = host::hand_out(
+        host::export_site(host::site(), std::move(wishes), files != nullptr ? files : ""));
   });
 }
 

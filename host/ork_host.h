@@ -59,8 +59,8 @@ ORK_API int ork_host_seed_file(const char* path);
 /**
  * Is told what is wrong with a seed.
  * @param[in] pointer JSON pointer to the place; empty for the seed as a whole.
- * @param[in] line, column where the place begins, each from 1, the column in bytes; 0 where there is
- *   no such place.
+ * @param[in] line, column where the place begins, each from 1, the column in bytes; 0 where there
+ * is no such place.
  * @param[in] why what is wrong there.
  */
 typedef void (*ork_host_seed_fault)(const char* pointer, int line, int column, const char* why,
@@ -107,6 +107,71 @@ ORK_API void ork_host_set_seed_progress(ork_host_seed_progress progress, void* c
  * @return #ORK_ok, #ORK_invalid_argument or #ORK_site_not_available.
  */
 ORK_API int ork_host_describe(const char* section, char** json);
+
+/* --------------------------------------------------------------------- a site as a whole -- */
+
+/**
+ * Copies all that is saved in the open site, contents of files included, to another path, as it is
+ * at one moment. Others may be changing the site meanwhile; nobody is waited for, and nobody waits.
+ * The copy is a site itself. Nobody has locks on it.
+ * @param[in] copy path of the copy, where neither a file nor its vault may be.
+ * @param[in] share_contents 1 to have contents of files share their blocks or be hard links where
+ *   the file system can do that, 0 to have no hard links: who writes into a linked file in a vault,
+ *   which the host never does, writes into both.
+ * @return #ORK_ok, #FILE_exists, #FILE_damaged where contents are missing, or
+ *   #ORK_site_not_available; then there is no copy.
+ */
+ORK_API int ork_host_snapshot(const char* copy, logical share_contents);
+
+/**
+ * Makes a site what a copy is, objects and files, in one step; a process that is killed meanwhile
+ * leaves one or the other. A site that is not there is made, one that is damaged is replaced.
+ * @param[in] path path of the site, which nobody may have open.
+ * @param[in] copy path of the copy, a site like any other. Its contents are checked first.
+ * @param[in] share_contents as for #ork_host_snapshot.
+ * @return #ORK_ok, #ORK_site_in_use, #ORK_site_not_available, or #ORK_site_damaged or
+ *   #FILE_damaged where it is the copy that is not whole; then the site is as it was.
+ */
+ORK_API int ork_host_restore(const char* path, const char* copy, logical share_contents);
+
+/**
+ * Removes a site: its file, those that SQLite keeps beside it, its vault and the folder of its
+ * processes.
+ * @param[in] path path of the site, which nobody may have open; nothing but a site is removed.
+ * @return #ORK_ok, #ORK_site_in_use or #ORK_site_not_available.
+ */
+ORK_API int ork_host_remove(const char* path);
+
+/**
+ * Looks a site over: the file as SQLite sees it, references, all values of all objects, circles in
+ * structures, types and tasks, locks of processes that have ended, contents of all files, and files
+ * in the vault that nothing refers to. Others may be using the site.
+ * @param[in] path path of the site.
+ * @param[in] repair 1 to put right what can be without losing anything: locks and files of
+ *   processes that have ended, contents that nothing refers to, values of deleted objects, and
+ *   indexes.
+ * @param[out] findings number of findings, without those that were repaired.
+ * @param[out] json an object with `site`, `whole`, `objects`, `files` and `findings`, each of these
+ *   with `kind`, `text` and `repaired`; null on failure.
+ * @return #ORK_ok, whatever was found, or #ORK_site_not_available.
+ */
+ORK_API int ork_host_check(const char* path, logical repair, int* findings, char** json);
+
+/**
+ * The open site as a seed, which makes an equal site of a new one: with the same definitions,
+ * people (passwords as their hashes), preferences, texts, objects of all classes, relations and
+ * files. `docs/embedded-host.md` says what equal covers.
+ * @param[in] files folder for the contents of files, which is made and must not exist yet; null for
+ *   a site without files, others are refused then.
+ * @param[in] prefix what stands before the name of a file of the folder in the seed: the way from
+ *   the seed's folder to it, with a slash at the end; null for none.
+ * @param[in] dates 1 to have the seed say when objects were made and changed and by whom, 0 for one
+ *   that is shorter.
+ * @param[out] json the seed; null on failure.
+ * @return #ORK_ok, #ORK_invalid_argument with unsaved changes, for a text that is not UTF-8, or for
+ *   files without a folder, #FILE_exists, or #ORK_site_not_available.
+ */
+ORK_API int ork_host_export(const char* files, const char* prefix, logical dates, char** json);
 
 /**
  * Sets a preference's values; the session that is open sees them at once.

@@ -9,6 +9,7 @@
 #include "flow_seed.h"
 #include "known_sites.h"
 #include "object_id.h"
+#include "object_seeder.h"
 #include "ork/text.h"
 #include "password.h"
 #include "seed_data.h"
@@ -62,7 +63,8 @@ class Seeder : private SeedWriter {
                      "view_types",
                      "note_types",
                      "revision_rules",
-                     "structures"});
+                     "structures",
+                     "objects"});
     take_definitions(root);
     stream(root, "items", [this](const Node& item, std::size_t) { take_item(item); });
     stream(root, "relations",
@@ -75,6 +77,7 @@ class Seeder : private SeedWriter {
     });
     structures_.check_cycles(text_);
     AccessSeeder(run_).take(root);
+    attempt(root, [&] { ObjectSeeder(site_, folder_).take(root); });
   }
 
  private:
@@ -140,7 +143,8 @@ class Seeder : private SeedWriter {
   }
 
   void take_user(const Node& node) {
-    node.allow_only({"id", "name", "password", "administrator", "memberships", "default_group"});
+    node.allow_only({"id", "name", "password", "password_hash", "administrator", "memberships",
+                     "default_group"});
     const Node id = node.at("id");
     const bool is_new = store_.find_one("User", {{"user_id", id.name()}}) == NULLTAG;
     const tag user = ensure(id, "User", {{"user_id", id.name()}});
@@ -150,6 +154,9 @@ class Seeder : private SeedWriter {
     put_text(node, "name", user, "user_name");
     if (const auto password = node.find("password")) {
       take_password(*password, user);
+    }
+    if (const auto hash = node.find("password_hash")) {
+      at_place(*hash, [&] { store_password_hash(site_.database(), user, hash->name()); });
     }
     if (const auto flag = node.find("administrator")) {
       put(*flag, user, "is_administrator", flag->logical_value());
@@ -198,8 +205,7 @@ class Seeder : private SeedWriter {
       parent_name.refuse("there is no class \"" + parent_name.text() + "\"");
     }
     const Class& type = ensure_class(node.at("name"), parent_name, *parent);
-    each_of(node, "attributes",
-            [&](const Node& attribute) { take_attribute(attribute, type); });
+    each_of(node, "attributes", [&](const Node& attribute) { take_attribute(attribute, type); });
   }
 
   void take_type(const Node& node) {
@@ -378,7 +384,8 @@ class Seeder : private SeedWriter {
   StructureSeeder structures_;
 };
 
-/** Pages of the file that SQLite keeps in memory while a seed is taken, and at other times: in KiB. */
+/** Pages of the file that SQLite keeps in memory while a seed is taken, and at other times: in KiB.
+ */
 constexpr const char* large_cache = "PRAGMA cache_size = -65536";
 constexpr const char* usual_cache = "PRAGMA cache_size = -2000";
 
@@ -404,7 +411,8 @@ void take_seed(Site& site, std::string_view json, const std::filesystem::path& f
   if (site.store().has_unsaved_changes()) {
     refuse(ORK_invalid_argument, "the session has unsaved changes; save or drop them first");
   }
-  const SeedText text(json, streamed_sections, [&faults](const SeedFault& fault) { faults.add(fault); });
+  const SeedText text(json, streamed_sections,
+                      [&faults](const SeedFault& fault) { faults.add(fault); });
   try {
     const LargeCache cache(site.database());
     Transaction transaction(site.database());

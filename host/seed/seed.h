@@ -22,8 +22,9 @@ void seed(Site& site, std::string_view json, const std::filesystem::path& folder
           const SeeProgress& progress);
 
 /**
- * Tells all that is wrong with a seed, and then refuses it. Nothing of it comes into the site; where
- * changes are held, what was right is there until these are ended, which they can only be as undone.
+ * Tells all that is wrong with a seed, and then refuses it. Nothing of it comes into the site;
+ * where changes are held, what was right is there until these are ended, which they can only be as
+ * undone.
  */
 void check_seed(Site& site, std::string_view json, const std::filesystem::path& folder,
                 const TakeFault& take_fault, const SeeProgress& progress);

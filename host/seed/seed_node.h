@@ -17,10 +17,11 @@
 
 namespace host {
 
-/** What faults do while a seed is taken: the first one refuses it, unless all of them are wanted. */
+/** What faults do while a seed is taken: the first one refuses it, unless all of them are wanted.
+ */
 struct SeedFaults {
-  TakeFault take;               /**< empty where the first one ends the seed */
-  std::size_t count = 0;        /**< of those that were taken */
+  TakeFault take;                /**< empty where the first one ends the seed */
+  std::size_t count = 0;         /**< of those that were taken */
   std::set<std::string> lacking; /**< names of what a fault has kept from being made */
 
   bool are_gathered() const { return take != nullptr; }
@@ -60,6 +61,7 @@ class Node {
   /** The same, and comes back where more faults are looked for. */
   void complain(const std::string& why) const { part_->faults.add(fault(why)); }
 
+  const Json& json() const { return *value_; }
   bool is_null() const { return value_->is_null(); }
   bool is_text() const { return value_->is_string(); }
   bool is_logical() const { return value_->is_boolean(); }

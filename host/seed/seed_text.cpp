@@ -5,7 +5,6 @@
 #include <set>
 #include <utility>
 
-
 namespace host {
 
 namespace {
@@ -28,8 +27,8 @@ std::string pointer_to(const SeedPath& path) {
 SeedFault syntax_fault(const std::string& what) {
   SeedFault fault{"", 0, 0, what};
   int length = 0;
-  if (std::sscanf(what.c_str(), "parse error at line %d, column %d: %n", &fault.line,
-                  &fault.column, &length) == 2) {
+  if (std::sscanf(what.c_str(), "parse error at line %d, column %d: %n", &fault.line, &fault.column,
+                  &length) == 2) {
     fault.why = what.substr(static_cast<std::size_t>(length));
   }
   return fault;
@@ -86,8 +85,8 @@ class Walker {
 
  private:
   void skip_blanks() {
-    while (at_ < text_.size() && (text_[at_] == ' ' || text_[at_] == '\n' || text_[at_] == '\t' ||
-                                  text_[at_] == '\r')) {
+    while (at_ < text_.size() &&
+           (text_[at_] == ' ' || text_[at_] == '\n' || text_[at_] == '\t' || text_[at_] == '\r')) {
       ++at_;
     }
   }
@@ -340,7 +339,8 @@ void SeedText::set_line_and_column(SeedFault& fault, std::size_t at) const {
     counted_ = line_begin_ = 0;
     lines_ = 1;
   }
-  for (std::size_t feed = text_.find('\n', counted_); feed < at; feed = text_.find('\n', feed + 1)) {
+  for (std::size_t feed = text_.find('\n', counted_); feed < at;
+       feed = text_.find('\n', feed + 1)) {
     ++lines_;
     line_begin_ = feed + 1;
   }

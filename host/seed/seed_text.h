@@ -1,8 +1,8 @@
 /**
  * @file
- * The text of a seed: read once from end to end to see whether it is JSON, and then again part by part.
- * So a seed of a whole site takes the memory of its text and of one element, and a place in it has a
- * line and a column.
+ * The text of a seed: read once from end to end to see whether it is JSON, and then again part by
+ * part. So a seed of a whole site takes the memory of its text and of one element, and a place in
+ * it has a line and a column.
  */
 #pragma once
 
@@ -26,7 +26,6 @@ inline constexpr std::size_t longest_refusal = 900;
 
 /** A text, cut between two characters where it is too long. */
 std::string shortened(const std::string& text, std::size_t most);
-
 
 /** The way to a value: names of members and numbers of elements. */
 using SeedPath = std::vector<std::string>;
@@ -62,8 +61,8 @@ class SeedText {
   using Json = nlohmann::json;
 
   /**
-   * Checks the text. Members that are given twice are told; a text that is no JSON is told, too, and
-   * then there is nothing in the seed.
+   * Checks the text. Members that are given twice are told; a text that is no JSON is told, too,
+   * and then there is nothing in the seed.
    * @param[in] text stays as long as this.
    * @param[in] streamed names of lists at the top whose elements are read one at a time.
    */

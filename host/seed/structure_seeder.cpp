@@ -99,7 +99,8 @@ void StructureSeeder::check_cycles(const SeedText& text) {
 
 /** Of the structures that make up a cycle, the one that is last in the seed. */
 const StructureSeeder::Taken& StructureSeeder::last_of(const std::vector<tag>& cycle, tag* child) {
-  const Attribute& items = *store_.class_named("PSBOMViewRevision").find_attribute("occurrence_items");
+  const Attribute& items =
+      *store_.class_named("PSBOMViewRevision").find_attribute("occurrence_items");
   for (auto taken = taken_.rbegin(); taken != taken_.rend(); ++taken) {
     const auto found = std::find(cycle.begin(), cycle.end(), taken->item);
     if (found == cycle.end()) {
@@ -138,17 +139,17 @@ tag StructureSeeder::take_view_revision(const Node& node, tag view, tag item, ta
   key.emplace_back("object_name",
                    view_name(store_, item, revision, store_.reference(view, "view_type")));
   const Node place = node.at("lines");
-  return take_workspace_object(
-      node, known, type_of(node, "PSBOMViewRevision"), key, [&](Draft& draft) {
-        draft.set_list(place, "occurrence_numbers", lines.numbers);
-        draft.set_list(place, "occurrence_items", lines.items);
-        draft.set_list(place, "occurrence_revisions", lines.revisions);
-        draft.set_list(place, "occurrence_quantities", lines.quantities);
-        draft.set_list(place, "occurrence_sequences", lines.sequences);
-        draft.set_list(place, "note_occurrences", lines.note_occurrences);
-        draft.set_list(place, "note_types", lines.note_types);
-        draft.set_list(place, "note_texts", lines.note_texts);
-      });
+  return take_workspace_object(node, known, type_of(node, "PSBOMViewRevision"), key,
+                               [&](Draft& draft) {
+                                 draft.set_list(place, "occurrence_numbers", lines.numbers);
+                                 draft.set_list(place, "occurrence_items", lines.items);
+                                 draft.set_list(place, "occurrence_revisions", lines.revisions);
+                                 draft.set_list(place, "occurrence_quantities", lines.quantities);
+                                 draft.set_list(place, "occurrence_sequences", lines.sequences);
+                                 draft.set_list(place, "note_occurrences", lines.note_occurrences);
+                                 draft.set_list(place, "note_types", lines.note_types);
+                                 draft.set_list(place, "note_texts", lines.note_texts);
+                               });
 }
 
 void StructureSeeder::take_line(const Node& node, int number, Lines& lines) {

@@ -138,6 +138,20 @@ void store_password(Database& database, tag user, const std::string& password) {
   run(database, "INSERT OR REPLACE INTO password VALUES(?, ?)", user, text);
 }
 
+std::string password_hash(Database& database, tag user) {
+  Query query(database, "SELECT hash FROM password WHERE user = ?", user);
+  return query.next() ? query.text(0) : std::string();
+}
+
+void store_password_hash(Database& database, tag user, const std::string& hash) {
+  try {
+    parse(hash, user);
+  } catch (const Failure&) {
+    refuse(ORK_invalid_argument, "it is no hash of a password");
+  }
+  run(database, "INSERT OR REPLACE INTO password VALUES(?, ?)", user, hash);
+}
+
 bool is_password(Database& database, tag user, const std::string& password) {
   start_crypto_library();
   const auto kept = kept_hash(database, user);

@@ -28,6 +28,12 @@ void set_password_cost(Database& database, int cost);
 /** Keeps a user's password; a hash of it that has the site's cost stays as it is. */
 void store_password(Database& database, tag user, const std::string& password);
 
+/** The hash of a user's password, as it is kept; empty without one. */
+std::string password_hash(Database& database, tag user);
+
+/** Keeps a hash as `password_hash` has it; refused when it is none. */
+void store_password_hash(Database& database, tag user, const std::string& hash);
+
 /** Whether a password is the user's; a user without one has none that matches. */
 bool is_password(Database& database, tag user, const std::string& password);
 

@@ -45,6 +45,11 @@ Tables tables_of(const char* statements) {
 
 }  // namespace
 
+bool has_site_mark(Database& database) {
+  Query query(database, "PRAGMA application_id");
+  return query.next() && query.integer(0) == site_application_id;
+}
+
 void require_tables(Database& database, const char* statements) {
   Query foreign(database,
                 "SELECT type, name FROM sqlite_master WHERE type NOT IN ('table', 'index') OR "

@@ -61,6 +61,16 @@ class Database {
   bool holds_view() const { return holds_view_; }
   void end_view();
 
+  // Copies of whole files (sqlite_copy.cpp).
+
+  enum class Claim { alone, in_use, damaged };
+
+  /** Has the file for this connection alone until it is closed, unless others have it open. */
+  Claim claim();
+
+  /** Replaces all that is in this file, as a whole, by what is saved in another one now. */
+  void take_over(Database& source);
+
  private:
   friend class Query;
   friend class Transaction;

@@ -278,6 +278,9 @@ class Store {
   /** The object with a tag; null when it is not a transient one. */
   Transient* find_transient(tag object) const { return transients_.find(object); }
 
+  /** Whether who saves an instance, and when, is noted in it. */
+  void set_signing(bool signs) { signs_ = signs; }
+
   // Numbers that this process has had mean one thing to it, also where a transaction was undone.
 
   std::uint32_t first_unused_number() const { return first_unused_number_; }
@@ -372,6 +375,7 @@ class Store {
   std::set<tag> new_;                                  /**< those of them that were never saved */
   std::unordered_map<std::string, tag> type_by_name_;
   std::uint32_t first_unused_number_ = 0;
+  bool signs_ = true;
   std::uint64_t last_stamp_ = 0;
   Transients transients_;
   Values transient_values_;

@@ -14,9 +14,6 @@ namespace {
 
 constexpr int schema_version = 1;
 
-/** Marks a SQLite file as a site: "ORKS". */
-constexpr std::int64_t application_id = 0x4F524B53;
-
 constexpr const char* schema = R"(
 CREATE TABLE meta(name TEXT PRIMARY KEY, value NOT NULL) WITHOUT ROWID;
 CREATE TABLE class(
@@ -95,9 +92,7 @@ Store::Store(Database& database, Presence& presence)
 }
 
 void Store::create_tables() {
-  const auto is_site = [this] {
-    return single_number(database_, "PRAGMA application_id") == application_id;
-  };
+  const auto is_site = [this] { return has_site_mark(database_); };
   if (!is_site()) {
     if (single_number(database_, "SELECT count(*) FROM sqlite_master") != 0 && !is_site()) {
       refuse(ORK_site_not_available, database_.path() + " is a database of another program");
@@ -107,7 +102,7 @@ void Store::create_tables() {
     if (!is_site()) {
       database_.execute(schema);
       set_setting("schema_version", std::to_string(schema_version));
-      database_.execute(("PRAGMA application_id = " + std::to_string(application_id)).c_str());
+      database_.execute(("PRAGMA application_id = " + std::to_string(site_application_id)).c_str());
     }
     transaction.commit();
   }

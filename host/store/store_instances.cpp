@@ -59,8 +59,8 @@ void Store::read(tag object, Instance& instance) {
 }
 
 /**
- * One statement reads one state of the file. What references lead to is not looked up before somebody
- * follows them; see refuse_missing.
+ * One statement reads one state of the file. What references lead to is not looked up before
+ * somebody follows them; see refuse_missing.
  */
 Store::Instance Store::read_saved(tag object) {
   Query query(database_,
@@ -336,7 +336,7 @@ void Store::insert_values(tag object, const Attribute& attribute, const Values& 
 
 /** Notes who saves an instance, and when. */
 void Store::sign(tag object, Instance& instance) {
-  if (instance.type->find_attribute("last_mod_date") == nullptr) {
+  if (!signs_ || instance.type->find_attribute("last_mod_date") == nullptr) {
     return;
   }
   set(object, "last_mod_date", os::local_time());

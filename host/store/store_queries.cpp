@@ -10,8 +10,8 @@
 namespace host {
 
 /**
- * The first criterion finds, by an index that has the instances in their order; the others are looked
- * up for what it has found. So the first one should be the one that few instances meet.
+ * The first criterion finds, by an index that has the instances in their order; the others are
+ * looked up for what it has found. So the first one should be the one that few instances meet.
  */
 std::string Store::query_text(std::size_t criteria) {
   if (criteria == 0) {

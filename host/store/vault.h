@@ -52,6 +52,9 @@ class Vault {
   Vault(const Vault&) = delete;
   Vault& operator=(const Vault&) = delete;
 
+  /** Its folder, which need not be there; empty until a temporary one is made. */
+  const std::string& folder() const { return folder_; }
+
   /** Copies a file into the vault. */
   Contents bring_in(Store& store, const std::string& path, const Progress& progress);
 

@@ -82,6 +82,15 @@ void make_private_file(const std::string& path);
 /** A file to whose end lines are added; it is made when it does not exist. */
 FileDescriptor open_for_appending(const std::string& path);
 
+/**
+ * Makes a file with another one's contents that takes no room of its own as long as neither is
+ * changed, where the file system can do that. @return false otherwise; then nothing is made.
+ */
+bool clone_file(const std::string& from, const std::string& to) noexcept;
+
+/** Whether another process has a SQLite file open, be it damaged. This one must not have it. */
+bool is_database_in_use(const std::string& path) noexcept;
+
 /** Waits until the names in a folder are on the disk. */
 void sync_folder(const std::string& folder);
 

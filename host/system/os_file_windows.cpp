@@ -152,6 +152,24 @@ FileDescriptor open_for_appending(const std::string& path) {
   return FileDescriptor(open_file_at(utf8_path(path), _O_CREAT | _O_APPEND | _O_WRONLY));
 }
 
+bool clone_file(const std::string&, const std::string&) noexcept {
+  return false;
+}
+
+bool is_database_in_use(const std::string& path) noexcept {
+  try {
+    const HANDLE file = CreateFileW(utf8_path(path).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+      return GetLastError() == ERROR_SHARING_VIOLATION;
+    }
+    CloseHandle(file);
+    return false;
+  } catch (const std::exception&) {
+    return true;
+  }
+}
+
 void sync_folder(const std::string&) {
   // The move has waited for that.
 }

@@ -55,8 +55,9 @@ enum {
   ORK_out_of_memory = 20012,      /**< memory is exhausted */
   ORK_site_busy = 20013,          /**< another process has been changing the site for too long */
   ORK_wrong_thread = 20014,       /**< the session, or the call under way, is another thread's */
+  ORK_site_damaged = 20015,       /**< the site's file holds what no site does */
   ORK_interrupted = 20016,        /**< whoever was told how far the work is wanted no more of it */
-  ORK_site_damaged = 20015        /**< the site's file holds what no site does */
+  ORK_site_in_use = 20017         /**< another process has the site open */
 };
 
 /**

@@ -93,6 +93,16 @@ void file(const std::string& path, int number) {
   expect(OBJ_refresh(imported, 0), "unlock file");
 }
 
+/** Deletes what the round before the last one has imported, contents and all. */
+void unfile(int number) {
+  tag dataset = NULLTAG;
+  DSET_find_dataset(("F" + worker + std::to_string(number)).c_str(), &dataset);
+  if (dataset != NULLTAG) {
+    expect(OBJ_refresh(dataset, 1), "lock dataset");
+    expect(OBJ_delete(dataset), "delete dataset");
+  }
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -115,6 +125,7 @@ int main(int count, char** arguments) {
     prefer(number);
     seed(number);
     file(std::string(arguments[2]) + ".txt", number);
+    unfile(number - 2);
   }
   return 1;
 }

@@ -256,3 +256,106 @@ TEST_F(Kills, OfCommandsLeaveAllOrNothing) {
   }
   std::printf("%d kills, %zu imports made\n", wanted, made);
 }
+
+namespace {
+
+/** What a look at a whole site finds. */
+std::string findings(const std::string& site) {
+  int count = 0;
+  char* json = nullptr;
+  EXPECT_EQ(ork_host_check(site.c_str(), 0, &count, &json), ORK_ok) << test::last_error();
+  const std::string text = test::take(json);
+  return count == 0 ? "" : text;
+}
+
+}  // namespace
+
+TEST_F(Kills, SnapshotsWhileEightProcessesWriteAreWhole) {
+  std::vector<std::unique_ptr<Worker>> workers;
+  std::vector<std::unique_ptr<test::ChildProcess>> running;
+  ASSERT_EQ(ork_host_open(site_.c_str()), ORK_ok);
+  for (const char* name : {"d", "e", "f", "g", "h", "i", "j", "k"}) {
+    const std::string kept = std::string("kept") + name;
+    ASSERT_EQ(
+        ork_host_seed(
+            (R"({"items": [{"id": ")" + kept + R"(", "name": "0", "description": "0"}]})").c_str()),
+        ORK_ok);
+    workers.push_back(std::make_unique<Worker>(folder_, name));
+  }
+  ork_host_close();
+  for (const auto& worker : workers) {
+    running.push_back(worker->start(site_));
+  }
+  for (const auto& worker : workers) {
+    while (worker->progress->filed.load() < 3 && worker->progress->failures.load() == 0) {
+      std::this_thread::yield();
+    }
+    ASSERT_EQ(worker->progress->failures.load(), 0);
+  }
+  for (int number = 0; number < 5; ++number) {
+    const std::string copy = folder_.path("copy" + std::to_string(number));
+    ASSERT_EQ(ork_host_open(site_.c_str()), ORK_ok);
+    ASSERT_EQ(ork_host_snapshot(copy.c_str(), 1), ORK_ok) << test::last_error();
+    ork_host_close();
+    EXPECT_EQ(findings(copy), "");
+    EXPECT_EQ(findings(site_), "") << "while they write";
+    EXPECT_EQ(ork_host_restore(site_.c_str(), copy.c_str(), 1), ORK_site_in_use);
+  }
+}
+
+TEST_F(Kills, OfSnapshotsAndRestoresLeaveAllOrNothing) {
+  const auto start = [this](const std::vector<std::string>& arguments) {
+    std::vector<std::string> command = {ZOLP_PROGRAM, "host"};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return std::make_unique<test::Process>(
+        test::Launch{command, test::own_environment(), folder_.path("out"), folder_.path("err")});
+  };
+  const std::array<std::string, 2> states = {folder_.path("one.db"), folder_.path("other.db")};
+  for (const std::string& state : states) {
+    ASSERT_EQ(ork_host_open(site_.c_str()) | ORK_auto_login(), ORK_ok);
+    tag type = NULLTAG;
+    tag dataset = NULLTAG;
+    tag file = NULLTAG;
+    ASSERT_EQ(FILE_import_file(folder_.write("text.txt", state).c_str(), nullptr, SS_TEXT, &file,
+                               nullptr),
+              ORK_ok);
+    ASSERT_EQ(OBJ_save(file) | DSET_find_datasettype("Note", &type), ORK_ok);
+    ASSERT_EQ(DSET_create_dataset_with_id(type, state.c_str(), "", nullptr, nullptr, &dataset) |
+                  DSET_add_dataset_named_ref(dataset, "Text", DSET_PART_OF, file) |
+                  OBJ_save(dataset) | ORK_exit_module(1),
+              ORK_ok)
+        << test::last_error();
+    ASSERT_EQ(ork_host_snapshot(state.c_str(), 1), ORK_ok) << test::last_error();
+    ork_host_close();
+  }
+  const auto objects_of = [](const std::string& site) {
+    EXPECT_EQ(ork_host_open(site.c_str()), ORK_ok) << test::last_error();
+    const Json objects = described("objects");
+    ork_host_close();
+    return objects;
+  };
+  const std::array<Json, 2> objects = {objects_of(states[0]), objects_of(states[1])};
+  int copies = 0;
+  std::array<int, 2> restored{};
+  for (int number = 0; number < test::kills(); ++number) {
+    const std::string copy = folder_.path("copy.db");
+    auto snapshot = start({"snapshot", site_, copy});
+    wait_a_while();
+    snapshot->kill();
+    if (std::filesystem::exists(copy)) {
+      ++copies;
+      ASSERT_EQ(findings(copy), "") << "kill " << number;
+      ASSERT_EQ(ork_host_remove(copy.c_str()), ORK_ok) << test::last_error();
+    }
+    auto restore = start({"restore", site_, states[static_cast<std::size_t>(number) % 2]});
+    wait_a_while();
+    restore->kill();
+    const Json now = objects_of(site_);  // and tidies up
+    const std::size_t state = now == objects[0] ? 0 : 1;
+    ASSERT_EQ(now, objects[state]) << "kill " << number;
+    ++restored[state];
+    ASSERT_EQ(findings(site_), "") << "kill " << number;
+  }
+  ASSERT_FALSE(std::filesystem::exists(site_ + ".processes"));
+  std::printf("%d copies made, %d and %d times restored\n", copies, restored[0], restored[1]);
+}

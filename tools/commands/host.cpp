@@ -1,4 +1,4 @@
-/** @file `zolp host`: create, fill and look at embedded host sites. */
+/** @file `zolp host`: create, fill, look at, copy, check and remove embedded host sites. */
 #include "commands/host.h"
 
 #include <cstdlib>
@@ -72,7 +72,8 @@ std::string value_text(const Json& value) {
 }
 
 void add_host_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("host", "Create, fill and look at embedded sites");
+  CLI::App& group =
+      *program.add_subcommand("host", "Create, fill, show, copy, check and remove embedded sites");
   group.require_subcommand(1);
   group.footer("\n\"zolp host COMMAND --help\" says more about each command.");
   add_host_init(group);
@@ -80,6 +81,12 @@ void add_host_commands(CLI::App& program) {
   add_host_show(group);
   add_host_pref(group);
   add_host_unlock(group);
+  add_host_snapshot(group);
+  add_host_restore(group);
+  add_host_reset(group);
+  add_host_remove(group);
+  add_host_check(group);
+  add_host_export(group);
 }
 
 }  // namespace tool

@@ -31,5 +31,11 @@ void add_host_seed(CLI::App& group);
 void add_host_show(CLI::App& group);
 void add_host_pref(CLI::App& group);
 void add_host_unlock(CLI::App& group);
+void add_host_snapshot(CLI::App& group);
+void add_host_restore(CLI::App& group);
+void add_host_reset(CLI::App& group);
+void add_host_remove(CLI::App& group);
+void add_host_check(CLI::App& group);
+void add_host_export(CLI::App& group);
 
 }  // namespace tool

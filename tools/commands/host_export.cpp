@@ -1,0 +1,108 @@
+/** @file `zolp host export`: makes a seed of a site. */
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "commands/host.h"
+#include "error.h"
+#include "failures.h"
+#include "host/ork_host.h"
+#include "output_files.h"
+#include "platform_block.h"
+#include "site.h"
+#include "utf8_path.h"
+
+namespace fs = std::filesystem;
+
+namespace tool {
+
+namespace {
+
+struct ExportOptions {
+  std::string file;
+  std::string seed;
+  std::string files;
+  bool has_no_dates = false;
+};
+
+/** The folder of contents, which goes again when the seed cannot be written. */
+class ContentsFolder {
+ public:
+  explicit ContentsFolder(std::string path) : path_(std::move(path)) {}
+  ~ContentsFolder() {
+    std::error_code ignored;
+    if (!path_.empty()) {
+      fs::remove_all(host::utf8_path(path_), ignored);
+    }
+  }
+  ContentsFolder(const ContentsFolder&) = delete;
+  ContentsFolder& operator=(const ContentsFolder&) = delete;
+
+  void keep() { path_.clear(); }
+
+ private:
+  std::string path_;
+};
+
+/** The way from the seed to a file of the folder; an absolute one where there is no other. */
+std::string prefix_of(const std::string& files, const fs::path& seed_folder) {
+  const fs::path folder = fs::absolute(host::utf8_path(files));
+  const fs::path way = folder.lexically_relative(fs::absolute(seed_folder));
+  return (way.empty() ? folder : way).lexically_normal().generic_string() + "/";
+}
+
+void write_seed(OutputFiles& output, const std::string& path, const char* text) {
+  std::ofstream file(host::utf8_path(path), std::ios::binary);
+  file << text;
+  file.close();
+  if (!file) {
+    throw Error("cannot write the seed", "make room");
+  }
+  stop_if_interrupted();
+  output.publish();
+}
+
+void export_seed(const ExportOptions& options) {
+  const fs::path target = host::utf8_path(options.seed);
+  if (!target.has_filename()) {
+    throw usage_error("--out names no file", "name one");
+  }
+  const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+  OutputFiles output(folder);
+  const std::string path = output.add(target.filename().string());
+  const Site site(options.file);
+  const std::string prefix = options.files.empty() ? "" : prefix_of(options.files, folder);
+  char* seed = nullptr;
+  require_success(ork_host_export(options.files.empty() ? nullptr : options.files.c_str(),
+                                  prefix.c_str(), options.has_no_dates ? 0 : 1, &seed),
+                  "site " + options.file + " is not exported",
+                  "name a new folder with --files, or see \"zolp host check\"");
+  const PlatformBlock<char> block(seed);
+  ContentsFolder contents(options.files);
+  write_seed(output, path, seed);
+  contents.keep();
+}
+
+}  // namespace
+
+void add_host_export(CLI::App& group) {
+  CLI::App* const command = group.add_subcommand("export", "Make a seed of a site");
+  const auto options = std::make_shared<ExportOptions>();
+  command->add_option("FILE", options->file, "The site's file")->required()->type_name("");
+  command->add_option("--out", options->seed, "The seed; an earlier one is replaced")
+      ->required()
+      ->type_name("FILE");
+  command->add_option("--files", options->files, "Folder for the contents of files; must not exist")
+      ->type_name("FOLDER");
+  command->add_flag("--without-dates", options->has_no_dates,
+                    "Leave out when objects were made and changed, and by whom");
+  command->footer(
+      "\nThe seed makes an equal site of a new one; passwords are in it as hashes.\n"
+      "Example: zolp host export site.db --out site.json --files files\n"
+      "         zolp host init copy.db --seed site.json");
+  command->callback([options] { export_seed(*options); });
+}
+
+}  // namespace tool
