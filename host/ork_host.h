@@ -62,6 +62,7 @@ ORK_API int ork_host_seed_file(const char* path);
  * @param[in] line, column where the place begins, each from 1, the column in bytes; 0 where there
  * is no such place.
  * @param[in] why what is wrong there.
+ * @param[in] context what was given with the function.
  */
 typedef void (*ork_host_seed_fault)(const char* pointer, int line, int column, const char* why,
                                     void* context);
@@ -78,13 +79,20 @@ typedef void (*ork_host_seed_fault)(const char* pointer, int line, int column, c
  */
 ORK_API int ork_host_check_seed(const char* json, ork_host_seed_fault see, void* context);
 
-/** The same for a file. */
+/**
+ * The same for a file.
+ * @param[in] path the file's path.
+ * @param[in] see told each fault; null for nobody.
+ * @param[in] context what it is called with.
+ * @return as #ork_host_check_seed; #ORK_invalid_argument also for a file that cannot be read.
+ */
 ORK_API int ork_host_check_seed_file(const char* path, ork_host_seed_fault see, void* context);
 
 /**
  * Is told how far a seed is with a section that may be long.
  * @param[in] section "items", "relations" or "structures".
  * @param[in] done, elements how many of its elements have been taken, and of how many.
+ * @param[in] context what was given with the function.
  * @return 1 to go on, 0 to refuse the seed with #ORK_interrupted.
  */
 typedef logical (*ork_host_seed_progress)(const char* section, size_t done, size_t elements,

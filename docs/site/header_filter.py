@@ -126,6 +126,20 @@ def title_of(path):
     return path.stem.replace("_", " ").capitalize()
 
 
+def section_texts(source):
+    """What a header says above parts of its declarations, each with the title of its part."""
+    title, lines = "", []
+    public = source.partition("/** @cond */")[0]
+    for match in re.finditer(r"^/\* -+ (?P<title>.+?) -+ \*/|^/\*\n(?P<text>.*?) \*/", public, re.MULTILINE | re.DOTALL):
+        if match["title"]:
+            title = match["title"]
+        else:
+            heading = [f"**{title[:1].upper()}{title[1:]}.**"] if title else []
+            lines += ["", *heading, *re.sub(r"^ \* ?", "", match["text"], flags=re.MULTILINE).splitlines()]
+            title = ""
+    return lines
+
+
 def as_module(source, path):
     """Puts all that a header declares into a module, whose text is that of the header."""
     comment = re.match(r"/\*\*(.*?)\*/\n", source, flags=re.DOTALL)
@@ -135,6 +149,7 @@ def as_module(source, path):
     area = AREAS.get(path.parent.name, "tracing")
     title = title_of(path) if area == "library" else path.name
     text = re.sub(r"^ \* ?", "", comment[1], flags=re.MULTILINE).replace("@file", "").strip()
+    text += "\n" + "\n".join(section_texts(source))
     if path.name == "zolp_orktool.h":
         lines = ["@addtogroup library", *text.splitlines(), "@{"]
     else:
