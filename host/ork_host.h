@@ -154,14 +154,14 @@ ORK_API int ork_host_remove(const char* path);
  * Looks a site over: the file as SQLite sees it, references, all values of all objects, circles in
  * structures, types and tasks, locks of processes that have ended, contents of all files, and files
  * in the vault that nothing refers to. Others may be using the site.
- * @param[in] path path of the site.
+ * @param[in] path path of the site, which this process must not have open.
  * @param[in] repair 1 to put right what can be without losing anything: locks and files of
  *   processes that have ended, contents that nothing refers to, values of deleted objects, and
  *   indexes.
  * @param[out] findings number of findings, without those that were repaired.
  * @param[out] json an object with `site`, `whole`, `objects`, `files` and `findings`, each of these
  *   with `kind`, `text` and `repaired`; null on failure.
- * @return #ORK_ok, whatever was found, or #ORK_site_not_available.
+ * @return #ORK_ok, whatever was found, #ORK_site_in_use or #ORK_site_not_available.
  */
 ORK_API int ork_host_check(const char* path, logical repair, int* findings, char** json);
 

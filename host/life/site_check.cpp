@@ -14,6 +14,7 @@
 #include "ork/file.h"
 #include "random_name.h"
 #include "schema.h"
+#include "snapshot.h"
 #include "store.h"
 #include "stored_files.h"
 #include "utf8_path.h"
@@ -349,6 +350,7 @@ int check_site(const std::string& path, bool repairs, std::string* json) {
   if (!fs::is_regular_file(utf8_path(path), ignored)) {
     refuse(ORK_site_not_available, path + " is not there");
   }
+  require_no_open_site(path);  // its own locks would look like those of nobody
   SiteCheck check(path, repairs);
   check.run();
   *json = check.json();

@@ -410,13 +410,13 @@ void put_back(ClaimedSite& site, const std::string& path, const Source& source, 
   contents.done();
 }
 
+}  // namespace
+
 void require_no_open_site(const std::string& path) {
   if (open_site() != nullptr && is_same_file(open_site()->path(), path)) {
     refuse(ORK_site_in_use, path + " is open in this process");
   }
 }
-
-}  // namespace
 
 void make_snapshot(Site& site, const std::string& copy, Sharing sharing) {
   copy_site({site.database(), site.vault().folder()}, copy, sharing);

@@ -19,6 +19,9 @@
 
 namespace host {
 
+/** Refuses the site that this process has open. */
+void require_no_open_site(const std::string& path);
+
 /** How contents come into a copy. */
 enum class Sharing {
   links, /**< by what takes least room: shared blocks, the same file, a copy */
