@@ -8,6 +8,7 @@ input=build/site/input
 format=basetool/recording_format.h
 rm -rf build/site/html "$input"
 mkdir -p "$input"
+export PYTHONDONTWRITEBYTECODE=1
 
 "$zolp" manual --markdown >"$input/manual.md"
 

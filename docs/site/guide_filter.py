@@ -9,9 +9,8 @@ import pathlib
 import re
 import sys
 
-from texts import without_commands
+from texts import PROJECT, with_links, without_commands
 
-PROJECT = pathlib.Path(__file__).resolve().parents[2]
 MODULES = {
     "include/zolp_orktool": "library",
     "include/zolp_orktool.h": "library",
@@ -20,8 +19,6 @@ MODULES = {
     "platform/ork": "platform",
     "host/ork_host.h": "host_ork_host",
 }
-
-
 TITLES = {"README.md": "# Overview", "CHANGELOG.md": "# Changes"}
 
 
@@ -65,7 +62,7 @@ def main():
         elif not is_code:
             line = re.sub(r"\[(?P<text>[^\]]*)\]\((?P<target>[^)\s]+)\)", link, line)
         if not is_code:
-            line = title or line.replace("`", "") if line.startswith("# ") else without_commands(line)
+            line = title or line.replace("`", "") if line.startswith("# ") else with_links(without_commands(line))
         print(line)
 
 

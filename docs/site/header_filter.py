@@ -10,9 +10,8 @@ import pathlib
 import re
 import sys
 
-from texts import without_commands
+from texts import PROJECT, with_links, without_commands
 
-PROJECT = pathlib.Path(__file__).resolve().parents[2]
 PROMISES = PROJECT / "tests/sweep/promises.txt"
 
 OUTCOMES = {
@@ -163,7 +162,7 @@ def main():
     path = pathlib.Path(sys.argv[1])
     source = path.read_text(encoding="utf-8")
     source = re.sub(
-        r"/\*\*.*?\*/", lambda comment: without_commands(comment[0]), source, flags=re.DOTALL
+        r"/\*\*.*?\*/", lambda comment: with_links(without_commands(comment[0])), source, flags=re.DOTALL
     )
     sys.stdout.write(as_module(with_calls_and_examples(source), path))
 
