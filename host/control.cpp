@@ -133,7 +133,21 @@ int ork_host_describe(const char* section, char** json) {
   host::clear(json);
   return guarded([&] {
     host::require_all(json);
-    *json = host::hand_out(host::describe(host::site(), section != nullptr ? section : ""));
+    std::string text;
+    host::describe(host::site(), section != nullptr ? section : "",
+                   [&text](std::string_view part) { text += part; });
+    *json = host::hand_out(text);
+  });
+}
+
+int ork_host_write_description(const char* section, ork_host_writer write, void* context) {
+  return guarded([&] {
+    host::require(write != nullptr, "a required argument is null");
+    host::describe(host::site(), section != nullptr ? section : "", [&](std::string_view part) {
+      if (write(part.data(), part.size(), context) == 0) {
+        host::refuse(ORK_interrupted, "the description is not wanted any more");
+      }
+    });
   });
 }
 
@@ -226,6 +240,10 @@ int ork_host_release_lock(tag object) {
 
 int ork_host_begin_view(void) {
   return guarded([] { host::site().database().hold_view(); });
+}
+
+int ork_host_forget_read(void) {
+  return guarded([] { host::store().forget_since(0); });
 }
 
 int ork_host_end_view(void) {

@@ -108,9 +108,9 @@ ORK_API void ork_host_set_seed_progress(ork_host_seed_progress progress, void* c
 /**
  * Describes a part of the open site as JSON.
  * @param[in] section "site", "users", "groups", "roles", "classes", "types", "relation_types",
- *   "tools", "dataset_types", "form_types", "objects", "relations", "structures", "preferences",
- *   "texts" (those of the site's own), "sites", "process_templates", "jobs", "access" (its rules)
- * or "locks"; null for all of them in one object.
+ *   "tools", "dataset_types", "form_types", "objects", "relations", "structures", "revision_rules",
+ *   "preferences", "texts" (those of the site's own), "sites", "process_templates", "jobs",
+ * "access" (its rules) or "locks"; null for all of them in one object.
  * @param[out] json the text; null on failure.
  * @return #ORK_ok, #ORK_invalid_argument or #ORK_site_not_available.
  */
@@ -182,6 +182,21 @@ ORK_API int ork_host_check(const char* path, logical repair, int* findings, char
 ORK_API int ork_host_export(const char* files, const char* prefix, logical dates, char** json);
 
 /**
+ * Takes a piece of a text, which ends between two values.
+ * @return 1 to go on, 0 for no more.
+ */
+typedef logical (*ork_host_writer)(const char* text, size_t size, void* context);
+
+/**
+ * The same, piece by piece as it is made: the memory that it takes does not grow with the site.
+ * @param[in] section as above.
+ * @param[in] write takes the pieces; what was written when the description fails is a part of it.
+ * @param[in] context what it is called with.
+ * @return as above, or #ORK_interrupted where no more was wanted.
+ */
+ORK_API int ork_host_write_description(const char* section, ork_host_writer write, void* context);
+
+/**
  * Sets a preference's values; the session that is open sees them at once.
  * @param[in] name the preference.
  * @param[in] count number of values; 0 removes the preference.
@@ -226,6 +241,12 @@ ORK_API int ork_host_begin_view(void);
  * @return 0 or an error code.
  */
 ORK_API int ork_host_end_view(void);
+
+/**
+ * Drops from memory the values that were read and are neither changed nor locked; they are read
+ * again when they are next asked for. For programs that go through a whole site.
+ */
+ORK_API int ork_host_forget_read(void);
 
 /**
  * From now on until #ork_host_end_change, what is saved comes into the site as a whole or not at

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "os.h"
+#include "process_id.h"
 
 namespace host::os {
 
@@ -36,6 +37,10 @@ unsigned forks() {
   static const int registered = pthread_atfork(nullptr, nullptr, count_fork);
   static_cast<void>(registered);
   return fork_count;
+}
+
+std::uint64_t process_id() {
+  return static_cast<std::uint64_t>(getpid());
 }
 
 std::string node_name() {

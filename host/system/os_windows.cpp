@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "os.h"
+#include "process_id.h"
 #include "utf8_path.h"
 
 namespace host::os {
@@ -27,6 +28,10 @@ std::wstring wide(const std::string& text) {
 
 unsigned forks() {
   return 0;
+}
+
+std::uint64_t process_id() {
+  return GetCurrentProcessId();
 }
 
 std::string node_name() {
