@@ -245,6 +245,7 @@ ORK_API int ork_host_end_view(void);
 /**
  * Drops from memory the values that were read and are neither changed nor locked; they are read
  * again when they are next asked for. For programs that go through a whole site.
+ * @return 0 or an error code.
  */
 ORK_API int ork_host_forget_read(void);
 
