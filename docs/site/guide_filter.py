@@ -51,7 +51,7 @@ def main():
             return f'@ref {label(file, anchor)} "{match["text"]}"'
         return f"[{match['text']}]({file.relative_to(PROJECT)})"
 
-    is_code, title = False, TITLES.get(path.name)
+    is_code, title = False, TITLES.get(str(path.relative_to(PROJECT)))
     for line in path.read_text(encoding="utf-8").splitlines():
         if line.startswith("```"):
             is_code = not is_code
