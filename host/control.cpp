@@ -14,6 +14,7 @@
 #include "heap.h"
 #include "object_id.h"
 #include "operation.h"
+#include "reservations.h"
 #include "seed.h"
 #include "seed_export.h"
 #include "site_check.h"
@@ -238,6 +239,20 @@ int ork_host_release_lock(tag object) {
   });
 }
 
+int ork_host_check_out(tag object) {
+  return guarded([&] {
+    host::session();
+    host::check_out(object);
+  });
+}
+
+int ork_host_check_in(tag object) {
+  return guarded([&] {
+    host::session();
+    host::check_in(object);
+  });
+}
+
 int ork_host_begin_view(void) {
   return guarded([] { host::site().database().hold_view(); });
 }
@@ -296,6 +311,27 @@ void ork_host_delay_call(const char* operation, int milliseconds) {
 
 void ork_host_fail_allocation(int nth) {
   host::heap::fail_allocation(nth > 0 ? nth : 0);
+}
+
+int ork_host_order_faults(const char* orders) {
+  return guarded([&] {
+    host::require_all(orders);
+    host::steering().order_faults(orders);
+  });
+}
+
+int ork_host_order_delays(const char* orders) {
+  return guarded([&] {
+    host::require_all(orders);
+    host::steering().order_delays(orders);
+  });
+}
+
+int ork_host_write_journal(const char* path) {
+  return guarded([&] {
+    host::require_all(path);
+    host::steering().write_journal(path);
+  });
 }
 
 void ork_host_clear_faults(void) {

@@ -227,6 +227,16 @@ ORK_API int ork_host_hand_over(void);
  */
 ORK_API int ork_host_release_lock(tag object);
 
+/**
+ * Checks a workspace object out for the session's user, or in again. Both save it.
+ * @param[in] object the object.
+ * @return #ORK_ok; #RSV_not_modifiable for what somebody else has checked out (administrators check
+ *   it in all the same), what is released or a replica; #ORK_invalid_argument for what is to be
+ *   checked in and is not checked out; #ACCESS_denied; #STORE_locked_by_other.
+ */
+ORK_API int ork_host_check_out(tag object);
+ORK_API int ork_host_check_in(tag object);
+
 /* ------------------------------------------------------------------- many calls as one -- */
 
 /**
@@ -310,6 +320,22 @@ ORK_API void ork_host_delay_call(const char* operation, int milliseconds);
  * @param[in] nth which allocation from now on, counted from 1.
  */
 ORK_API void ork_host_fail_allocation(int nth);
+
+/**
+ * The same two for faults and delays that a user writes down, as in the environment variables
+ * `ORK_HOST_FAULTS` and `ORK_HOST_DELAYS`.
+ * @param[in] orders "OPERATION[:N]=STATUS" or "OPERATION=MILLISECONDS", several with commas between
+ *   them.
+ * @return #ORK_ok, or #ORK_invalid_argument; then none of them is set.
+ */
+ORK_API int ork_host_order_faults(const char* orders);
+ORK_API int ork_host_order_delays(const char* orders);
+
+/**
+ * Appends each call of an operation to a file when it has ended, as `ORK_HOST_JOURNAL` does.
+ * @return #ORK_ok, or #ORK_invalid_argument when the file cannot be written.
+ */
+ORK_API int ork_host_write_journal(const char* path);
 
 /** Takes back all faults and delays that are set. */
 ORK_API void ork_host_clear_faults(void);

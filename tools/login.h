@@ -15,8 +15,9 @@ struct LoginOptions {
 };
 
 /**
- * Adds --host, -u, -p and -g to a command. What is given for the login is read by the platform from
- * the program's command line; the options are here so that they are known and explained.
+ * Adds --host, -u, -p and -g to a command, and --fail, --delay and --journal. What is given for the
+ * login is read by the platform from the program's command line; the options are here so that they
+ * are known and explained.
  */
 void add_login_options(CLI::App& command, LoginOptions& options);
 

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "failure.h"
+#include "object_id.h"
 #include "site_texts.h"
 #include "structures.h"
 #include "turn.h"
@@ -64,9 +65,25 @@ Site::~Site() {
   }
 }
 
+/** Those that are held when a session or a site ends. */
+void Site::report_locks() {
+  for (const auto& [object, origin] : store_->own_locks()) {
+    std::string label = "object " + std::to_string(object);
+    try {
+      label = object_label(*store_, object);
+    } catch (const Failure&) {
+      // It is gone, or damaged.
+    }
+    report_lock("lock on " + label + ": " + origin_text(origin));
+  }
+}
+
 /** Gives back what stands under this process's name, and then the name. */
 void Site::give_all_back() {
   held_back_jobs.clear();
+  if (reports_origins()) {
+    report_locks();
+  }
   database_.end_changes(false);
   note_of_held_changes().reset();
   database_.end_view();

@@ -76,6 +76,10 @@ void* symbol_of_library(const std::string& path, const char* symbol, std::string
   return found;
 }
 
+void* symbol_of_process(const char* symbol) noexcept {
+  return dlsym(RTLD_DEFAULT, symbol);
+}
+
 date_s local_time() {
   const std::time_t now = std::time(nullptr);
   std::tm parts{};

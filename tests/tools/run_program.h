@@ -28,7 +28,7 @@ inline Run run_program(const std::vector<std::string>& command, const Environmen
   }
   for (const char* name :
        {"ORK_HOST_DB", "ORK_HOST_FAULTS", "ORK_HOST_JOURNAL", "ORK_HOST_WAIT", "ORK_LANGUAGE",
-        "STORE_DATE_FORMAT", "ZOLP_TRACE_LEVEL", "ZOLP_TRACE_FILE"}) {
+        "STORE_DATE_FORMAT", "ZOLP_TRACE_LEVEL", "ZOLP_TRACE_FILE", "ZOLP_TRACE_RECORD"}) {
     if (settings.count(name) == 0) {
       environment.erase(name);
     }

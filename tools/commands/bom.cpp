@@ -47,6 +47,8 @@ void add_bom_commands(CLI::App& program) {
   add_bom_numbers(group);
   add_bom_find(group);
   add_bom_export(group);
+  add_bom_add(group);
+  add_bom_remove(group);
 }
 
 }  // namespace tool

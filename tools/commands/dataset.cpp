@@ -37,13 +37,16 @@ void add_dataset_argument(CLI::App& command, DatasetOptions& options) {
 }
 
 void add_dataset_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("dataset", "Bring files into datasets and out of them");
+  CLI::App& group = *program.add_subcommand(
+      "dataset", "Bring files into datasets and out of them; list and delete datasets");
   group.require_subcommand(1);
   add_dataset_import(group);
   add_dataset_export(group);
   add_dataset_export_images(group);
   add_dataset_copy(group);
   add_dataset_show(group);
+  add_dataset_list(group);
+  add_dataset_delete(group);
 }
 
 }  // namespace tool

@@ -185,8 +185,9 @@ CLI::App* add_form_command(CLI::App& group, const char* name, const char* descri
 }
 
 void add_form_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("form", "Read and fill forms");
+  CLI::App& group = *program.add_subcommand("form", "List, read and fill forms");
   group.require_subcommand(1);
+  add_form_list(group);
   add_form_show(group);
   add_form_get(group);
   add_form_set(group);
