@@ -214,13 +214,15 @@ void insert_rows(const std::string& site) {
   rows.finish();
 }
 
-/** Number and total length of the values of a site. */
+/** Number and total length of the texts among the values of a site. */
 std::string measure_of(const char* name) {
   sqlite3* database = nullptr;
   require(sqlite3_open(path_of(name).c_str(), &database) == SQLITE_OK, "a site opens");
   std::string measure;
   {
-    Statement sums(database, "SELECT count(*) || ' ' || sum(length(content)) FROM value");
+    Statement sums(database,
+                   "SELECT count(*) || ' ' || sum(length(content)) FROM value "
+                   "WHERE typeof(content) = 'text'");
     sums.next();
     measure = sums.text(0);
   }
