@@ -46,9 +46,9 @@ TEST_F(DemoSite, ACheckTellsAllFaultsOfASeedAndTheirPlaces) {
                           see, &told),
       ORK_invalid_argument);
   EXPECT_EQ(told,
-            "3:44 /items/1/name is given twice\n"
-            "1:28 /users/0/x is not known here\n"
-            "1:57 /users/0/memberships/0/group there is no group \"no\"\n"
+            "3:42 /items/1/name is given twice\n"
+            "1:29 /users/0/x is not known here\n"
+            "1:58 /users/0/memberships/0/group there is no group \"no\"\n"
             "2:46 /items/0/owner there is no user \"nobody\"\n"
             "2:90 /items/0/revisions/0/name expected a string, found \n"
             "3:36 /items/1/type there is no type \"no\"\n");
