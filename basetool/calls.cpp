@@ -1,5 +1,6 @@
 #include "calls.h"
 
+#include <atomic>
 #include <cstring>
 
 #include "recorder.h"
@@ -10,6 +11,16 @@ namespace {
 
 int calls_wanted() {
   return __atomic_load_n(&ZOLP_trace_state.calls, __ATOMIC_ACQUIRE);
+}
+
+constinit std::atomic<ZOLP_CallObserver> observer = nullptr;
+
+void tell(int wanted, const ZOLP_CallSite* site, int is_entered) {
+  if ((wanted & for_observer) != 0) [[unlikely]] {
+    if (const ZOLP_CallObserver known = observer.load(std::memory_order_acquire)) {
+      known(site, is_entered);
+    }
+  }
 }
 
 void record(ZOLP_CallSite* site, EventKind kind, int status) {
@@ -98,6 +109,10 @@ int leave_selected(ZOLP_CallSite* site, int status) {
 
 }  // namespace
 
+bool has_observer() {
+  return observer.load(std::memory_order_relaxed) != nullptr;
+}
+
 // The first thread, with nothing but a recording wanted, is what must be fast.
 
 int enter_site(ZOLP_CallSite* site) {
@@ -108,6 +123,7 @@ int enter_site(ZOLP_CallSite* site) {
     ++ZOLP_trace_state.depth;
     return ZOLP_SHOW_NOTHING;
   }
+  tell(wanted, site, 1);
   return wanted < for_selection ? enter_visible(site, wanted) : enter_selected(site);
 }
 
@@ -121,12 +137,14 @@ int leave_site(ZOLP_CallSite* site, int status) {
     }
     return ZOLP_SHOW_NOTHING;
   }
+  tell(wanted, site, 0);
   return wanted < for_selection ? leave_visible(site, status, wanted)
                                 : leave_selected(site, status);
 }
 
 void abandon_site(ZOLP_CallSite* site) {
   const int wanted = calls_wanted();
+  tell(wanted, site, 0);
   const bool is_visible = wanted < for_selection || end(this_thread().visibility);
   if (is_visible && (wanted & for_recording) != 0) {
     record(site, EventKind::abandoned, 0);
@@ -156,3 +174,12 @@ bool is_hidden(const Visibility& visibility) {
 }
 
 }  // namespace basetool
+
+void ZOLP_SetCallObserver(ZOLP_CallObserver wanted) {
+  basetool::observer.store(wanted, std::memory_order_release);
+  if (wanted != nullptr) {
+    __atomic_fetch_or(&ZOLP_trace_state.calls, int{basetool::for_observer}, __ATOMIC_RELEASE);
+  } else {
+    __atomic_fetch_and(&ZOLP_trace_state.calls, ~int{basetool::for_observer}, __ATOMIC_RELEASE);
+  }
+}

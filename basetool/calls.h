@@ -17,11 +17,15 @@ enum CallsWanted : int {
   for_recording = 2,
   for_selection = 4,
   not_known_yet = 8,
+  for_observer = 16,
 };
 
 /** Marks in the number of a site. */
 constexpr uint32_t site_is_skipped = 1U << 31;
 constexpr uint32_t site_is_chosen = 1U << 30;
+
+/** Whether somebody is told of calls. */
+bool has_observer();
 
 int enter_site(ZOLP_CallSite* site);
 int leave_site(ZOLP_CallSite* site, int status);

@@ -80,7 +80,8 @@ void publish() {
   const int shown = text_level.load(std::memory_order_relaxed);
   const bool keeps_details = settings.records_details && recorder.is_on();
   const int calls = (shown >= ZOLP_LEVEL_LOG ? for_text : 0) |
-                    (recorder.is_on() ? for_recording : 0) | (has_selection ? for_selection : 0);
+                    (recorder.is_on() ? for_recording : 0) | (has_selection ? for_selection : 0) |
+                    (has_observer() ? for_observer : 0);
   needs_care.store(keeps_details || has_selection, std::memory_order_relaxed);
   __atomic_store_n(&ZOLP_trace_state.calls, calls, __ATOMIC_RELEASE);
   __atomic_store_n(&ZOLP_trace_state.level,

@@ -11,7 +11,8 @@ void add_clone_benchmarks();
 void add_filter_benchmarks();
 void add_job_benchmarks();
 void add_release_list_benchmarks();
-
 void add_structure_benchmarks();
+void add_seed_benchmarks(const std::string& where);
+void add_trace_benchmarks();
 
 }  // namespace bench

@@ -55,6 +55,11 @@ if(TARGET ork_host)
           DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 endif()
 
+if(EXISTS "${ZOLP_VIEWER}/page.html")
+  # The notices of what pages of `zolp trace view` hold.
+  install(DIRECTORY "${ZOLP_VIEWER}/licences" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+endif()
+
 if(WIN32)
   # The libraries that the project's own ones load, import libraries for other compilers, and the
   # notices of all that is inside.

@@ -14,6 +14,7 @@
 #include "heap.h"
 #include "object_id.h"
 #include "operation.h"
+#include "reservations.h"
 #include "seed.h"
 #include "seed_export.h"
 #include "site_check.h"
@@ -133,7 +134,21 @@ int ork_host_describe(const char* section, char** json) {
   host::clear(json);
   return guarded([&] {
     host::require_all(json);
-    *json = host::hand_out(host::describe(host::site(), section != nullptr ? section : ""));
+    std::string text;
+    host::describe(host::site(), section != nullptr ? section : "",
+                   [&text](std::string_view part) { text += part; });
+    *json = host::hand_out(text);
+  });
+}
+
+int ork_host_write_description(const char* section, ork_host_writer write, void* context) {
+  return guarded([&] {
+    host::require(write != nullptr, "a required argument is null");
+    host::describe(host::site(), section != nullptr ? section : "", [&](std::string_view part) {
+      if (write(part.data(), part.size(), context) == 0) {
+        host::refuse(ORK_interrupted, "the description is not wanted any more");
+      }
+    });
   });
 }
 
@@ -224,8 +239,26 @@ int ork_host_release_lock(tag object) {
   });
 }
 
+int ork_host_check_out(tag object) {
+  return guarded([&] {
+    host::session();
+    host::check_out(object);
+  });
+}
+
+int ork_host_check_in(tag object) {
+  return guarded([&] {
+    host::session();
+    host::check_in(object);
+  });
+}
+
 int ork_host_begin_view(void) {
   return guarded([] { host::site().database().hold_view(); });
+}
+
+int ork_host_forget_read(void) {
+  return guarded([] { host::store().forget_since(0); });
 }
 
 int ork_host_end_view(void) {
@@ -278,6 +311,27 @@ void ork_host_delay_call(const char* operation, int milliseconds) {
 
 void ork_host_fail_allocation(int nth) {
   host::heap::fail_allocation(nth > 0 ? nth : 0);
+}
+
+int ork_host_order_faults(const char* orders) {
+  return guarded([&] {
+    host::require_all(orders);
+    host::steering().order_faults(orders);
+  });
+}
+
+int ork_host_order_delays(const char* orders) {
+  return guarded([&] {
+    host::require_all(orders);
+    host::steering().order_delays(orders);
+  });
+}
+
+int ork_host_write_journal(const char* path) {
+  return guarded([&] {
+    host::require_all(path);
+    host::steering().write_journal(path);
+  });
 }
 
 void ork_host_clear_faults(void) {

@@ -96,9 +96,9 @@ ORK_API void ork_host_set_seed_progress(ork_host_seed_progress progress, void* c
 /**
  * Describes a part of the open site as JSON.
  * @param[in] section "site", "users", "groups", "roles", "classes", "types", "relation_types",
- *   "tools", "dataset_types", "form_types", "objects", "relations", "structures", "preferences",
- *   "texts" (those of the site's own), "sites", "process_templates", "jobs", "access" (its rules)
- * or "locks"; null for all of them in one object.
+ *   "tools", "dataset_types", "form_types", "objects", "relations", "structures", "revision_rules",
+ *   "preferences", "texts" (those of the site's own), "sites", "process_templates", "jobs",
+ * "access" (its rules) or "locks"; null for all of them in one object.
  * @param[out] json the text; null on failure.
  * @return #ORK_ok, #ORK_invalid_argument or #ORK_site_not_available.
  */
@@ -170,6 +170,21 @@ ORK_API int ork_host_check(const char* path, logical repair, int* findings, char
 ORK_API int ork_host_export(const char* files, const char* prefix, logical dates, char** json);
 
 /**
+ * Takes a piece of a text, which ends between two values.
+ * @return 1 to go on, 0 for no more.
+ */
+typedef logical (*ork_host_writer)(const char* text, size_t size, void* context);
+
+/**
+ * The same, piece by piece as it is made: the memory that it takes does not grow with the site.
+ * @param[in] section as above.
+ * @param[in] write takes the pieces; what was written when the description fails is a part of it.
+ * @param[in] context what it is called with.
+ * @return as above, or #ORK_interrupted where no more was wanted.
+ */
+ORK_API int ork_host_write_description(const char* section, ork_host_writer write, void* context);
+
+/**
  * Sets a preference's values; the session that is open sees them at once.
  * @param[in] name the preference.
  * @param[in] count number of values; 0 removes the preference.
@@ -198,6 +213,16 @@ ORK_API int ork_host_hand_over(void);
  */
 ORK_API int ork_host_release_lock(tag object);
 
+/**
+ * Checks a workspace object out for the session's user, or in again. Both save it.
+ * @param[in] object the object.
+ * @return #ORK_ok; #RSV_not_modifiable for what somebody else has checked out (administrators check
+ *   it in all the same), what is released or a replica; #ORK_invalid_argument for what is to be
+ *   checked in and is not checked out; #ACCESS_denied; #STORE_locked_by_other.
+ */
+ORK_API int ork_host_check_out(tag object);
+ORK_API int ork_host_check_in(tag object);
+
 /* ------------------------------------------------------------------- many calls as one -- */
 
 /**
@@ -209,6 +234,12 @@ ORK_API int ork_host_begin_view(void);
 
 /** Ends that; without a view it does nothing. */
 ORK_API int ork_host_end_view(void);
+
+/**
+ * Drops from memory the values that were read and are neither changed nor locked; they are read
+ * again when they are next asked for. For programs that go through a whole site.
+ */
+ORK_API int ork_host_forget_read(void);
 
 /**
  * From now on until #ork_host_end_change, what is saved comes into the site as a whole or not at
@@ -271,6 +302,22 @@ ORK_API void ork_host_delay_call(const char* operation, int milliseconds);
  * @param[in] nth which allocation from now on, counted from 1.
  */
 ORK_API void ork_host_fail_allocation(int nth);
+
+/**
+ * The same two for faults and delays that a user writes down, as in the environment variables
+ * `ORK_HOST_FAULTS` and `ORK_HOST_DELAYS`.
+ * @param[in] orders "OPERATION[:N]=STATUS" or "OPERATION=MILLISECONDS", several with commas between
+ *   them.
+ * @return #ORK_ok, or #ORK_invalid_argument; then none of them is set.
+ */
+ORK_API int ork_host_order_faults(const char* orders);
+ORK_API int ork_host_order_delays(const char* orders);
+
+/**
+ * Appends each call of an operation to a file when it has ended, as `ORK_HOST_JOURNAL` does.
+ * @return #ORK_ok, or #ORK_invalid_argument when the file cannot be written.
+ */
+ORK_API int ork_host_write_journal(const char* path);
 
 /** Takes back all faults and delays that are set. */
 ORK_API void ork_host_clear_faults(void);

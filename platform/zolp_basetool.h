@@ -204,6 +204,20 @@ ZOLP_TRACE_API void ZOLP_SetTraceWriter(ZOLP_TraceWriter writer, void* context);
  */
 ZOLP_TRACE_API int ZOLP_SetTraceRecording(const char* file, unsigned long long size);
 
+/**
+ * Is told of each function and call that is entered and left, also where neither is shown.
+ * @param[in] site the place.
+ * @param[in] is_entered 1 when it is entered, 0 when it is left, in whatever way.
+ */
+typedef void (*ZOLP_CallObserver)(const ZOLP_CallSite* site, int is_entered);
+
+/**
+ * Sets who is told, by the thread that makes the call; from then on each costs a function call.
+ * May be called before the library's own start.
+ * @param[in] observer the function; null for nobody.
+ */
+ZOLP_TRACE_API void ZOLP_SetCallObserver(ZOLP_CallObserver observer);
+
 #ifdef __cplusplus
 }
 #endif

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "error.h"
 #include "host/ork_host.h"
@@ -14,6 +16,42 @@
 namespace tool {
 
 namespace {
+
+/** Has the host do something before the command begins; what it does not understand is a usage. */
+void order(int (*function)(const char* text), const std::string& text) {
+  if (function(text.c_str()) != ORK_ok) {
+    const std::string problem = failure_text(ORK_invalid_argument);
+    forget_failures();
+    throw usage_error(problem, "see \"zolp COMMAND --help\"");
+  }
+}
+
+/** What lets a command be tried when the platform fails or is slow. */
+void add_trial_options(CLI::App& command) {
+  const std::string group = "Trials";
+  const auto add = [&](const char* name, const char* type, const char* description,
+                       int (*function)(const char* text)) {
+    command
+        .add_option_function<std::vector<std::string>>(
+            name,
+            [function](const std::vector<std::string>& texts) {
+              for (const std::string& text : texts) {
+                order(function, text);
+              }
+            },
+            description)
+        ->type_name(type)
+        ->allow_extra_args(false)
+        ->group(group);
+  };
+  add("--fail", "OPERATION[:N]=STATUS",
+      "Have the N-th call of a platform operation fail, the first without N; repeatable",
+      ork_host_order_faults);
+  add("--delay", "OPERATION=MS", "Have each call of an operation take a time; repeatable",
+      ork_host_order_delays);
+  add("--journal", "FILE", "Append each call of a platform operation and its status to a file",
+      ork_host_write_journal);
+}
 
 constexpr const char* password_variable = "ORK_PASSWORD";
 
@@ -74,6 +112,7 @@ void add_login_options(CLI::App& command, LoginOptions& options) {
       ->excludes(password);
   command.add_option("-g", options.group, "Group; with an empty one the user's own")
       ->type_name("GROUP");
+  add_trial_options(command);
 }
 
 void complete_login(const CLI::App& command, const LoginOptions& options) {

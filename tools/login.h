@@ -14,7 +14,7 @@ struct LoginOptions {
   std::string site, user, password, password_file, group;
 };
 
-/** Adds --host and what the login takes to a command. */
+/** Adds --host and what the login takes to a command, and --fail, --delay and --journal. */
 void add_login_options(CLI::App& command, LoginOptions& options);
 
 /**

@@ -98,6 +98,8 @@ int run(int argc, char** argv) {
   tool::add_list_commands(program);
   tool::add_show_command(program);
   tool::add_find_command(program);
+  tool::add_item_commands(program);
+  tool::add_checkout_commands(program);
   tool::add_dataset_commands(program);
   tool::add_form_commands(program);
   tool::add_filter_command(program);

@@ -8,7 +8,10 @@
 #include "failures.h"
 #include "host/ork_host.h"
 #include "os.h"
+#include "output_files.h"
 #include "platform_block.h"
+#include "seed_check.h"
+#include "seed_progress.h"
 #include "streams.h"
 #include "utf8_path.h"
 #include "zolp_basetool.h"
@@ -75,11 +78,11 @@ void Site::seed_file(const std::string& path) {
   if (path == standard_stream) {
     return seed(read_standard_input());
   }
-  std::error_code ignored;
-  if (!std::filesystem::is_regular_file(host::utf8_path(path), ignored)) {
-    throw Error("seed " + path + " is not there, or is no file", "check the path");
-  }
-  require_success(ork_host_seed_file(path.c_str()), "seed " + path + " is not taken", "correct it");
+  require_seed_file(path);
+  const SeedProgress progress("seeding " + path);
+  const int status = ork_host_seed_file(path.c_str());
+  stop_if_interrupted();
+  require_success(status, "seed " + path + " is not taken", "correct it");
 }
 
 void Site::set_preference(const std::string& name, const std::vector<std::string>& values) {

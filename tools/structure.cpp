@@ -8,8 +8,10 @@
 #include "ork/config.h"
 #include "ork/struct.h"
 #include "ork/wso.h"
+#include "output.h"
 #include "platform_block.h"
 #include "site.h"
+#include "structure_tree.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -92,16 +94,120 @@ std::string line_text(const Line& line, const Line* before) {
   return printable(text);
 }
 
+/** A line as a tree draws it, with its line feed. */
+std::string drawn_line(const Line& line, const Line* before, const std::string& indent) {
+  return indent + line_text(line, before) + (line.has_hidden ? "  ..." : "") + "\n";
+}
+
+const char* branch(bool is_last) {
+  return is_last ? "└── " : "├── ";
+}
+
+const char* trunk(bool is_last) {
+  return is_last ? "    " : "│   ";
+}
+
 void draw_line(const Line& line, const Line* before, const std::string& indent,
-               const std::string& branch, const std::string& indent_below) {
-  std::printf("%s%s%s%s\n", indent.c_str(), branch.c_str(), line_text(line, before).c_str(),
-              line.has_hidden ? "  ..." : "");
+               const std::string& indent_below) {
+  std::fputs(drawn_line(line, before, indent).c_str(), stdout);
   for (std::size_t i = 0; i < line.below.size(); ++i) {
     const bool is_last = i + 1 == line.below.size();
-    draw_line(line.below[i], before != nullptr ? &before->below[i] : nullptr, indent_below,
-              is_last ? "└── " : "├── ", indent_below + (is_last ? "    " : "│   "));
+    draw_line(line.below[i], before != nullptr ? &before->below[i] : nullptr,
+              indent_below + branch(is_last), indent_below + trunk(is_last));
   }
 }
+
+/** What a line itself says. */
+Json fields_of(const Line& line) {
+  Json fields = {{"item", line.item},         {"revision", line.revision},
+                 {"name", line.name},         {"sequence", line.sequence},
+                 {"quantity", line.quantity}, {"statuses", line.statuses}};
+  if (line.has_hidden) {
+    fields["truncated"] = true;
+  }
+  return fields;
+}
+
+/** Reads a line, and which ones are below it unless they are too deep to be shown. */
+Line read_one(tag line, int depth, std::vector<tag>* below) {
+  Line read;
+  char* item_id = nullptr;
+  char* revision_id = nullptr;
+  require(ZOLP_get_bomline_item_and_rev(line, &item_id, &revision_id), "a line");
+  const PlatformBlock<char> item_block(item_id);
+  const PlatformBlock<char> revision_block(revision_id);
+  read.item = item_id;
+  read.revision = revision_id;
+  const std::string id = read.item + "/" + read.revision;
+  read.sequence = handed_out("the sequence number of " + id,
+                             [line](char** text) { return ZOLP_getSequenceNo(line, text); });
+  read.quantity = handed_out("the quantity of " + id,
+                             [line](char** text) { return ZOLP_getQuantity(line, text); });
+  tag revision = NULLTAG;
+  require(ZOLP_get_bomline_revtag(line, &revision), "the revision of " + id);
+  if (revision != NULLTAG) {
+    read.name = name_of(revision);
+    read.statuses = statuses_of(revision, id);
+  } else {
+    tag item = NULLTAG;
+    require(ZOLP_get_bomline_itemtag(line, &item), "the item of " + id);
+    read.name = name_of(item);
+  }
+  *below = lines_below(line, id);
+  if (depth == 0 && !below->empty()) {
+    read.has_hidden = true;
+    below->clear();
+  }
+  return read;
+}
+
+/** Prints a tree as it reads it. */
+class TreePrinter {
+ public:
+  explicit TreePrinter(bool as_json)
+      : as_json_(as_json),
+        stream_([this](std::string_view text) { output_.write(printable_json(text)); }) {}
+
+  void print(tag top, int depth) {
+    if (as_json_) {
+      print_json(top, depth);
+      output_.write("\n");
+    } else {
+      draw(top, depth, "", "");
+    }
+    output_.finish();
+  }
+
+ private:
+  void print_json(tag line, int depth) {
+    std::vector<tag> below;
+    const Json fields = fields_of(read_one(line, depth, &below));
+    stream_.begin_object();
+    for (const auto& [name, value] : fields.items()) {
+      stream_.member(name, value);
+    }
+    stream_.key("lines");
+    stream_.begin_list();
+    for (const tag child : below) {
+      print_json(child, depth - 1);
+    }
+    stream_.end();
+    stream_.end();
+  }
+
+  void draw(tag line, int depth, const std::string& indent, const std::string& indent_below) {
+    std::vector<tag> below;
+    output_.write(drawn_line(read_one(line, depth, &below), nullptr, indent));
+    for (const tag child : below) {
+      const bool is_last = child == below.back();
+      draw(child, depth - 1, indent_below + branch(is_last), indent_below + trunk(is_last));
+    }
+  }
+
+  bool as_json_;
+  HeldOutput output_;
+  host::JsonStream stream_;
+};
 
 }  // namespace
 
@@ -132,45 +238,20 @@ void Window::save() {
 }
 
 Line read_line(tag line, int depth) {
-  Line read;
-  char* item_id = nullptr;
-  char* revision_id = nullptr;
-  require(ZOLP_get_bomline_item_and_rev(line, &item_id, &revision_id), "a line");
-  const PlatformBlock<char> item_block(item_id);
-  const PlatformBlock<char> revision_block(revision_id);
-  read.item = item_id;
-  read.revision = revision_id;
-  const std::string id = read.item + "/" + read.revision;
-  read.sequence = handed_out("the sequence number of " + id,
-                             [line](char** text) { return ZOLP_getSequenceNo(line, text); });
-  read.quantity = handed_out("the quantity of " + id,
-                             [line](char** text) { return ZOLP_getQuantity(line, text); });
-  tag revision = NULLTAG;
-  require(ZOLP_get_bomline_revtag(line, &revision), "the revision of " + id);
-  if (revision != NULLTAG) {
-    read.name = name_of(revision);
-    read.statuses = statuses_of(revision, id);
-  } else {
-    tag item = NULLTAG;
-    require(ZOLP_get_bomline_itemtag(line, &item), "the item of " + id);
-    read.name = name_of(item);
-  }
-  const std::vector<tag> below = lines_below(line, id);
-  read.has_hidden = depth == 0 && !below.empty();
-  for (std::size_t i = 0; depth > 0 && i < below.size(); ++i) {
-    read.below.push_back(read_line(below[i], depth - 1));
+  std::vector<tag> below;
+  Line read = read_one(line, depth, &below);
+  for (const tag child : below) {
+    read.below.push_back(read_line(child, depth - 1));
   }
   return read;
 }
 
 void draw(const Line& line, const Line* before) {
-  draw_line(line, before, "", "", "");
+  draw_line(line, before, "", "");
 }
 
 Json line_json(const Line& line, const Line* before) {
-  Json json = {{"item", line.item},         {"revision", line.revision},
-               {"name", line.name},         {"sequence", line.sequence},
-               {"quantity", line.quantity}, {"statuses", line.statuses}};
+  Json json = fields_of(line);
   if (before != nullptr) {
     json["sequence_before"] = before->sequence;
   }
@@ -180,6 +261,10 @@ Json line_json(const Line& line, const Line* before) {
         line_json(line.below[i], before != nullptr ? &before->below[i] : nullptr));
   }
   return json;
+}
+
+void print_tree(tag top, int depth, bool as_json) {
+  TreePrinter(as_json).print(top, depth);
 }
 
 void walk(const std::string& what, const std::function<int()>& call) {

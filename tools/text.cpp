@@ -3,15 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "output.h"
+#include "table_rows.h"
+
 namespace tool {
 
 namespace {
-
-/** Number of columns that a UTF-8 text takes, counting each character as one. */
-size_t display_width(std::string_view text) {
-  return static_cast<size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
 
 /** Bytes of the UTF-8 character that a text begins with; 0 for a byte that begins none. */
 size_t character_size(std::string_view text) {
@@ -55,6 +52,13 @@ bool is_control(std::string_view character) {
   return first < 0x20 || first == 0x7F || (first == 0xC2 && last < 0xA0);
 }
 
+}  // namespace
+
+size_t display_width(std::string_view text) {
+  return static_cast<size_t>(
+      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
 void print_row(const std::vector<std::string>& cells, const std::vector<size_t>& widths,
                size_t numbers) {
   std::string line;
@@ -67,8 +71,6 @@ void print_row(const std::vector<std::string>& cells, const std::vector<size_t>&
   line.erase(line.find_last_not_of(' ') + 1);
   std::puts(line.c_str());
 }
-
-}  // namespace
 
 std::string trimmed(std::string_view text) {
   constexpr std::string_view blanks = " \t\r\n";
@@ -107,17 +109,7 @@ std::string counted(size_t count, const std::string& noun) {
 
 void print_json(const Json& document) {
   const std::string text = document.dump(2, ' ', false, Json::error_handler_t::replace);
-  std::string printed;
-  // What is left of control characters stands in strings, where an escape means the same.
-  for_each_character(text, [&](std::string_view character) {
-    char escape[8];
-    if (character != "\n" && is_control(character)) {
-      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned char>(character.back()));
-      character = escape;
-    }
-    printed += character;
-  });
-  std::puts(printed.c_str());
+  std::puts(printable_json(text).c_str());
 }
 
 void Table::add_row(std::vector<std::string> cells) {

@@ -20,9 +20,9 @@ heading 'The release list' 'What is to be cloned: one line per part, as a tree. 
 run list tree release_list.txt --depth 3
 
 heading 'The clone run' 'Logs in, reads the list, writes the files for the clone program.'
-export ZOLP_TRACE_FILE=$PWD/trace.txt ZOLP_TRACE_LEVEL=5
+export ZOLP_TRACE_FILE=$PWD/trace.txt ZOLP_TRACE_LEVEL=5 ZOLP_TRACE_RECORD=$PWD/good.rec
 run clone release_list.txt --host site.db --out out -u=alice -p=lantern-7 -g=engineering
-unset ZOLP_TRACE_FILE ZOLP_TRACE_LEVEL
+unset ZOLP_TRACE_FILE ZOLP_TRACE_LEVEL ZOLP_TRACE_RECORD
 
 heading 'out/clone.bat' 'The batch file: actions before the run, the call of the clone program, actions after it.'
 shown <out/clone.bat
@@ -37,5 +37,25 @@ heading 'The call trace' "Each call into the platform, with source and line: som
 head -n 15 trace.txt | cut -c 1-120
 printf '...\n'
 sed -n '/->ZOLP_create_clonelogheader/,$p' trace.txt | sed -n '1,25p' | cut -c 1-120
+
+heading 'Where the time went' 'The recording of that run: what each function took.'
+run trace summary good.rec --by own --top 6
+
+heading 'A run that fails' 'The same once more, with a platform call that is made to fail.'
+export ORK_HOST_FAULTS=PREF_get_char_value:15=27002 ZOLP_TRACE_RECORD=$PWD/bad.rec
+if run clone release_list.txt --host site.db --out out -u=alice -p=lantern-7 -g=engineering 2>&1; then
+  exit 1
+fi
+unset ORK_HOST_FAULTS ZOLP_TRACE_RECORD
+run trace summary bad.rec --by failed --top 3
+
+heading 'What failed' 'Each failed call with its callers.'
+run trace failures bad.rec
+
+heading 'Where it left the good run' 'The first step that is not alike, then what differs by chain of callers.'
+run trace diff good.rec bad.rec || [ $? -eq 1 ]
+
+heading 'In a browser' 'A page that holds the calls of both runs and their viewer, and needs no network.'
+run trace view good.rec bad.rec --out runs.html || [ $? -eq 1 ] # a program may be built without the viewer
 
 heading 'Done' "All of it is in $PWD."

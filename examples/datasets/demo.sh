@@ -31,4 +31,13 @@ run form set SH-200/A UrRevision=A UGezPerson=dora UGezDate=14-Oct-2026 \
   UGepPerson=carl UGepDate=16-Oct-2026
 run form set SH-200/A UFreiDate=31-Feb-2026 2>&1 || true
 
+heading 'A snapshot, an accident, and the site as it was' 'A file of the vault is lost; the check names it.'
+run host snapshot site.db before.db
+for file in site.db.vault/*; do rm -f "$file"; break; done
+run host check site.db 2>&1 || true
+run host restore site.db before.db
+run host check site.db
+run host export site.db --out seed.json --files files
+printf 'seed.json makes an equal site of a new one\n'
+
 heading 'Done' "All of it is in $PWD."

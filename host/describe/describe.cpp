@@ -1,5 +1,7 @@
 #include "describe.h"
 
+#include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "datasets.h"
@@ -266,9 +268,15 @@ Json describe_form_types(Site& site) {
   return all;
 }
 
+Json describe_rules(Site& site) {
+  return describe_revision_rules(site.store());
+}
+
+/** A section is made as a whole, or written piece by piece where it grows with the site. */
 struct Section {
   const char* name;
   Json (*describe)(Site& site);
+  void (*write)(Site& site, JsonStream& stream) = nullptr;
 };
 
 constexpr Section sections[] = {
@@ -282,40 +290,47 @@ constexpr Section sections[] = {
     {"tools", describe_tools},
     {"dataset_types", describe_dataset_types},
     {"form_types", describe_form_types},
-    {"objects", describe_objects},
-    {"relations", describe_relations},
-    {"structures", describe_structures},
+    {"objects", nullptr, write_objects},
+    {"relations", nullptr, write_relations},
+    {"structures", nullptr, write_structures},
+    {"revision_rules", describe_rules},
     {"preferences", describe_preferences},
     {"texts", describe_texts},
     {"sites", describe_sites},
     {"process_templates", describe_process_templates},
-    {"jobs", describe_jobs},
+    {"jobs", nullptr, write_jobs},
     {"access", describe_access},
     {"locks", describe_locks},
 };
 
-std::string text_of(const Json& json) {
-  // Texts are whatever bytes a customisation stored; those that are not UTF-8 are shown as such.
-  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+void write_section(Site& site, const Section& section, JsonStream& stream) {
+  if (section.write != nullptr) {
+    section.write(site, stream);
+  } else {
+    stream.value(section.describe(site));
+  }
 }
 
 }  // namespace
 
-std::string describe(Site& site, const std::string& section) {
+void describe(Site& site, const std::string& section, const JsonStream::Write& write) {
   const Reading one_state(site.database());
-  Json all = Json::object();
-  for (const Section& candidate : sections) {
-    if (section == candidate.name) {
-      return text_of(candidate.describe(site));
+  JsonStream stream(write);
+  if (section.empty()) {
+    stream.begin_object();
+    for (const Section& each : sections) {
+      stream.key(each.name);
+      write_section(site, each, stream);
     }
-    if (section.empty()) {
-      all[candidate.name] = candidate.describe(site);
-    }
+    stream.end();
+    return;
   }
-  if (!section.empty()) {
+  const auto wanted = std::find_if(std::begin(sections), std::end(sections),
+                                   [&](const Section& each) { return section == each.name; });
+  if (wanted == std::end(sections)) {
     refuse(ORK_invalid_argument, "there is no section \"" + section + "\"");
   }
-  return text_of(all);
+  write_section(site, *wanted, stream);
 }
 
 }  // namespace host

@@ -3,11 +3,15 @@
 
 #include <string>
 
+#include "json_stream.h"
 #include "site.h"
 
 namespace host {
 
-/** One section (see `ork_host_describe`), or all of them for an empty name. */
-std::string describe(Site& site, const std::string& section);
+/**
+ * Writes one section (see `ork_host_describe`), or all of them for an empty name. What is read for
+ * it does not stay in memory.
+ */
+void describe(Site& site, const std::string& section, const JsonStream::Write& write);
 
 }  // namespace host

@@ -1,6 +1,7 @@
 #include "flow_describe.h"
 
 #include "flow_engine.h"
+#include "json_values.h"
 #include "object_id.h"
 #include "ork/flow.h"
 
@@ -107,17 +108,14 @@ Json describe_process_templates(Site& site) {
   return all;
 }
 
-Json describe_jobs(Site& site) {
+void write_jobs(Site& site, JsonStream& stream) {
   Store& store = site.store();
-  Json all = Json::array();
-  for (const tag job : store.find("Job")) {
-    all.push_back(
-        {{"tag", job},
-         {"name", store.text(job, "object_name")},
-         {"process_template", object_label(store, store.reference(job, "process_template"))},
-         {"root", describe_task(store, flow::root_task_of(job))}});
-  }
-  return all;
+  write_each(store, "Job", stream, [&](tag job) -> Json {
+    return {{"tag", job},
+            {"name", store.text(job, "object_name")},
+            {"process_template", object_label(store, store.reference(job, "process_template"))},
+            {"root", describe_task(store, flow::root_task_of(job))}};
+  });
 }
 
 }  // namespace host

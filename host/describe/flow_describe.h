@@ -3,11 +3,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "json_stream.h"
 #include "site.h"
 
 namespace host {
 
 nlohmann::ordered_json describe_process_templates(Site& site);
-nlohmann::ordered_json describe_jobs(Site& site);
+void write_jobs(Site& site, JsonStream& stream);
 
 }  // namespace host

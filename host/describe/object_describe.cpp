@@ -46,59 +46,70 @@ Json describe_named_references(Store& store, tag dataset) {
   return all;
 }
 
-}  // namespace
-
-nlohmann::ordered_json describe_objects(Site& site) {
-  Store& store = site.store();
-  Json all = Json::array();
-  for (const tag object : store.find("WorkspaceObject")) {
-    Json attributes = Json::object();
-    for (const Attribute* attribute : store.class_of(object).slots) {
-      const Values& values = store.values(object, attribute->name);
-      if (values.empty()) {
-        continue;
-      }
-      if (attribute->list) {
-        Json& list = attributes[attribute->name] = Json::array();
-        for (const Scalar& value : values) {
-          list.push_back(value_json(value));
-        }
-      } else {
-        attributes[attribute->name] = value_json(values.front());
-      }
+/** The values of all attributes that have one, by name. */
+Json describe_attributes(Store& store, tag object) {
+  Json attributes = Json::object();
+  for (const Attribute* attribute : store.class_of(object).slots) {
+    const auto described = [&](const Scalar& value) {
+      const tag* const target = std::get_if<tag>(&value);
+      return target != nullptr ? reference_json(store, object, attribute->name, *target)
+                               : value_json(value);
+    };
+    const Values& values = store.values(object, attribute->name);
+    if (values.empty()) {
+      continue;
     }
-    all.push_back(
-        {{"tag", object},
-         {"class", store.class_of(object).name},
-         {"type", store.text(object, "object_type")},
-         {"id", object_id_text(store, object)},
-         {"statuses", describe_statuses(store, object)},
-         {"checked_out_by",
-          name_of_reference(store, store.reference(object, "checked_out_user"), "user_id")},
-         {"owning_site",
-          name_of_reference(store, store.reference(object, "owning_site"), "site_name")},
-         {"attributes", std::move(attributes)}});
-    if (store.is_a(object, "Dataset")) {
-      all.back()["references"] = describe_named_references(store, object);
+    Json& described_values = attributes[attribute->name];
+    if (!attribute->list) {
+      described_values = described(values.front());
+      continue;
+    }
+    described_values = Json::array();
+    for (const Scalar& value : values) {
+      described_values.push_back(described(value));
     }
   }
-  return all;
+  return attributes;
 }
 
-nlohmann::ordered_json describe_relations(Site& site) {
+Json describe_object(Store& store, tag object) {
+  Json described = {
+      {"tag", object},
+      {"class", store.class_of(object).name},
+      {"type", store.text(object, "object_type")},
+      {"id", object_id_text(store, object)},
+      {"statuses", describe_statuses(store, object)},
+      {"checked_out_by",
+       name_of_reference(store, store.reference(object, "checked_out_user"), "user_id")},
+      {"owning_site",
+       name_of_reference(store, store.reference(object, "owning_site"), "site_name")},
+      {"attributes", describe_attributes(store, object)}};
+  if (store.is_a(object, "Dataset")) {
+    described["references"] = describe_named_references(store, object);
+  }
+  return described;
+}
+
+}  // namespace
+
+void write_objects(Site& site, JsonStream& stream) {
   Store& store = site.store();
-  Json all = Json::array();
+  write_each(store, "WorkspaceObject", stream,
+             [&](tag object) { return describe_object(store, object); });
+}
+
+void write_relations(Site& site, JsonStream& stream) {
+  Store& store = site.store();
   const auto end = [&](tag relation, const char* attribute) {
     return describe_reference(store, store.reference(relation, attribute));
   };
-  for (const tag relation : store.find("Relation")) {
-    all.push_back({{"tag", relation},
-                   {"type", name_of_reference(store, store.reference(relation, "relation_type"),
-                                              "type_name")},
-                   {"primary", end(relation, "primary_object")},
-                   {"secondary", end(relation, "secondary_object")}});
-  }
-  return all;
+  write_each(store, "Relation", stream, [&](tag relation) -> Json {
+    return {
+        {"tag", relation},
+        {"type", name_of_reference(store, store.reference(relation, "relation_type"), "type_name")},
+        {"primary", end(relation, "primary_object")},
+        {"secondary", end(relation, "secondary_object")}};
+  });
 }
 
 }  // namespace host

@@ -3,11 +3,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "json_stream.h"
 #include "site.h"
 
 namespace host {
 
-nlohmann::ordered_json describe_objects(Site& site);
-nlohmann::ordered_json describe_relations(Site& site);
+void write_objects(Site& site, JsonStream& stream);
+void write_relations(Site& site, JsonStream& stream);
 
 }  // namespace host

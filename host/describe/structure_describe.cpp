@@ -1,5 +1,7 @@
 #include "structure_describe.h"
 
+#include <unordered_map>
+
 #include "json_values.h"
 #include "object_id.h"
 #include "structures.h"
@@ -10,18 +12,39 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json describe_occurrence(Store& store, Structure& structure, const Occurrence& occurrence) {
-  const tag revision = structure.revision(occurrence);
-  Json notes = Json::object();
-  for (const auto& [type, text] : structure.notes(occurrence)) {
-    notes[store.text(type, "note_type_name")] = text;
+/** The notes of each occurrence, by its number. */
+std::unordered_map<int, Json> notes_of(Store& store, tag view_revision) {
+  const Values of = store.values(view_revision, "note_occurrences");
+  const Values types = store.values(view_revision, "note_types");
+  const Values texts = store.values(view_revision, "note_texts");
+  std::unordered_map<int, Json> notes;
+  for (std::size_t i = 0; i < of.size(); ++i) {
+    const auto made = notes.try_emplace(std::get<int>(of[i]), Json::object()).first;
+    made->second[store.text(std::get<tag>(types[i]), "note_type_name")] =
+        std::get<std::string>(texts[i]);
   }
-  return {{"item", store.text(structure.item(occurrence), "item_id")},
-          {"revision",
-           revision != NULLTAG ? Json(store.text(revision, "item_revision_id")) : Json(nullptr)},
-          {"quantity", structure.quantity(occurrence)},
-          {"sequence", structure.sequence(occurrence)},
-          {"notes", std::move(notes)}};
+  return notes;
+}
+
+Json describe_occurrences(Store& store, tag view_revision) {
+  const auto list = [&](const char* attribute) { return store.values(view_revision, attribute); };
+  const Values numbers = list("occurrence_numbers");
+  const Values items = list("occurrence_items");
+  const Values revisions = list("occurrence_revisions");
+  const Values quantities = list("occurrence_quantities");
+  const Values sequences = list("occurrence_sequences");
+  std::unordered_map<int, Json> notes = notes_of(store, view_revision);
+  Json all = Json::array();
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const auto noted = notes.find(std::get<int>(numbers[i]));
+    all.push_back(
+        {{"item", store.text(std::get<tag>(items[i]), "item_id")},
+         {"revision", name_of_reference(store, std::get<tag>(revisions[i]), "item_revision_id")},
+         {"quantity", std::get<std::string>(quantities[i])},
+         {"sequence", std::get<std::string>(sequences[i])},
+         {"notes", noted == notes.end() ? Json::object() : noted->second}});
+  }
+  return all;
 }
 
 Json describe_names(Store& store, const char* class_name, const char* attribute) {
@@ -32,7 +55,19 @@ Json describe_names(Store& store, const char* class_name, const char* attribute)
   return all;
 }
 
-Json describe_rules(Store& store) {
+/** Reads the view revision's own lists: a structure would stay in memory with its occurrences. */
+Json describe_view_revision(Store& store, tag view_revision) {
+  const tag view = store.reference(view_revision, "bom_view");
+  return {
+      {"tag", view_revision},
+      {"revision", object_id_text(store, store.reference(view_revision, "structure_of"))},
+      {"view_type", name_of_reference(store, store.reference(view, "view_type"), "view_type_name")},
+      {"occurrences", describe_occurrences(store, view_revision)}};
+}
+
+}  // namespace
+
+nlohmann::ordered_json describe_revision_rules(Store& store) {
   Json all = Json::array();
   for (const tag rule : store.find("RevisionRule")) {
     Json clauses = Json::array();
@@ -44,31 +79,18 @@ Json describe_rules(Store& store) {
   return all;
 }
 
-}  // namespace
-
-nlohmann::ordered_json describe_structures(Site& site) {
+void write_structures(Site& site, JsonStream& stream) {
   Store& store = site.store();
-  Json views = Json::array();
-  for (const tag view_revision : store.find("PSBOMViewRevision")) {
-    Structure& structure = site.structures().of(view_revision);
-    Json occurrences = Json::array();
-    for (const Occurrence* occurrence : structure.occurrences()) {
-      occurrences.push_back(describe_occurrence(store, structure, *occurrence));
-    }
-    const tag view = store.reference(view_revision, "bom_view");
-    views.push_back(
-        {{"tag", view_revision},
-         {"revision", object_id_text(store, store.reference(view_revision, "structure_of"))},
-         {"view_type",
-          name_of_reference(store, store.reference(view, "view_type"), "view_type_name")},
-         {"occurrences", std::move(occurrences)}});
-  }
-  return {
-      {"view_types", describe_names(store, "PSViewType", "view_type_name")},
-      {"default_view_type", name_of_reference(store, default_view_type(store), "view_type_name")},
-      {"note_types", describe_names(store, "PSNoteType", "note_type_name")},
-      {"revision_rules", describe_rules(store)},
-      {"view_revisions", std::move(views)}};
+  stream.begin_object();
+  stream.member("view_types", describe_names(store, "PSViewType", "view_type_name"));
+  stream.member("default_view_type",
+                name_of_reference(store, default_view_type(store), "view_type_name"));
+  stream.member("note_types", describe_names(store, "PSNoteType", "note_type_name"));
+  stream.member("revision_rules", describe_revision_rules(store));
+  stream.key("view_revisions");
+  write_each(store, "PSBOMViewRevision", stream,
+             [&](tag view_revision) { return describe_view_revision(store, view_revision); });
+  stream.end();
 }
 
 }  // namespace host

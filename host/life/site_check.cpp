@@ -129,6 +129,16 @@ class SiteCheck {
       note("reference",
            "table " + rows.text(0) + ": a row refers to one that is not in table " + rows.text(2));
     }
+    for (Query lost(database_,
+                    "SELECT v.instance, a.name, v.content FROM attribute a "
+                    "JOIN value v ON v.attribute = a.id "
+                    "JOIN instance i ON i.tag = v.instance AND i.deleted = 0 "
+                    "LEFT JOIN instance r ON r.tag = v.content AND r.deleted = 0 "
+                    "WHERE a.kind = 'reference' AND r.tag IS NULL AND v.content IS NOT 0");
+         lost.next();) {
+      note("reference", "object " + lost.text(0) + ", attribute " + lost.text(1) +
+                            ": it refers to object " + lost.text(2) + ", which is not there");
+    }
     Query dead(database_,
                "SELECT DISTINCT v.instance FROM value v JOIN instance i ON i.tag = v.instance "
                "WHERE i.deleted <> 0");

@@ -4,6 +4,7 @@
 
 #include "failure.h"
 #include "ork/wso.h"
+#include "stored_values.h"
 
 namespace host {
 
@@ -18,41 +19,54 @@ std::string revision_text(const std::string& item_id, const std::string& revisio
   return item_id + "/" + revision_id + "-" + name;
 }
 
-/** The names and ids of all workspace objects, as they are saved; loads none of them. */
+/** Attributes by which users know workspace objects. */
+constexpr std::pair<const char*, const char*> text_attributes[] = {
+    {"WorkspaceObject", "object_name"},
+    {"Item", "item_id"},
+    {"ItemRevision", "item_revision_id"},
+    {"ItemRevision", "item_tag"},
+    {"ReleaseStatus", "name"}};
+
+/** The names and ids of all instances as they are saved, one after the other; loads none of them.
+ */
+constexpr const char* texts_query =
+    "SELECT i.tag, i.class, n.content, d.content, r.content, t.content, s.content, o.content "
+    "FROM instance i "
+    "LEFT JOIN value n ON n.instance = i.tag AND n.attribute = ?1 "
+    "LEFT JOIN value d ON d.instance = i.tag AND d.attribute = ?2 "
+    "LEFT JOIN value r ON r.instance = i.tag AND r.attribute = ?3 "
+    "LEFT JOIN value t ON t.instance = i.tag AND t.attribute = ?4 "
+    "LEFT JOIN value s ON s.instance = i.tag AND s.attribute = ?5 "
+    "LEFT JOIN value o ON o.instance = t.content AND o.attribute = ?2 "
+    "WHERE i.deleted = 0 ORDER BY i.tag";
+
+/** An instance of that query. */
 class SavedTexts {
  public:
-  explicit SavedTexts(Store& store)
-      : names_(store.saved_values("WorkspaceObject", "object_name")),
-        item_ids_(store.saved_values("Item", "item_id")),
-        revision_ids_(store.saved_values("ItemRevision", "item_revision_id")),
-        items_(store.saved_values("ItemRevision", "item_tag")) {}
+  SavedTexts(Store& store, const Query& query) : store_(store), query_(query) {}
 
-  std::string name(tag object) const { return text(names_, object); }
+  tag object() const { return static_cast<tag>(query_.integer(0)); }
+  bool is_status() const { return !query_.is_null(6); }
+  std::string name() const { return text(2, 0); }
 
-  std::string id(tag object) const {
-    if (item_ids_.contains(object)) {
-      return item_text(text(item_ids_, object), name(object));
+  std::string id() const {
+    if (!query_.is_null(3)) {
+      return item_text(text(3, 1), name());
     }
-    const auto item = items_.find(object);
-    if (item == items_.end()) {
-      return name(object);
-    }
-    return revision_text(text(item_ids_, std::get<tag>(item->second)), text(revision_ids_, object),
-                         name(object));
+    return query_.is_null(5) ? name() : revision_text(text(7, 1), text(4, 2), name());
   }
 
  private:
-  using SavedValues = std::unordered_map<tag, Scalar>;
-
-  static std::string text(const SavedValues& values, tag object) {
-    const auto found = values.find(object);
-    return found == values.end() ? std::string() : std::get<std::string>(found->second);
+  std::string text(int column, std::size_t attribute) const {
+    const auto& [class_name, name] = text_attributes[attribute];
+    const Attribute& definition = *store_.class_named(class_name).find_attribute(name);
+    return query_.is_null(column)
+               ? std::string()
+               : std::get<std::string>(stored_value(query_, column, definition, object()));
   }
 
-  SavedValues names_;
-  SavedValues item_ids_;
-  SavedValues revision_ids_;
-  SavedValues items_;
+  Store& store_;
+  const Query& query_;
 };
 
 }  // namespace
@@ -104,16 +118,21 @@ tag find_revision(Store& store, tag item, const std::string& revision_id) {
 
 std::vector<tag> find_by_text(Store& store, const std::string& pattern) {
   const Reading one_state(store.database());
-  const SavedTexts texts(store);
-  const auto statuses = store.saved_values("ReleaseStatus", "name");
+  const Class& workspace_object = store.class_named("WorkspaceObject");
+  const bool is_any = pattern.find_first_not_of('*') == std::string::npos && !pattern.empty();
   const WildcardPattern wanted(pattern);
+  Query query(store.database(), texts_query);
+  for (const auto& [class_name, name] : text_attributes) {
+    query.bind(store.class_named(class_name).find_attribute(name)->id);
+  }
+  const SavedTexts texts(store, query);
   std::vector<tag> found;
-  for (const tag object : store.find("WorkspaceObject")) {
-    if (statuses.contains(object)) {
-      continue;
-    }
-    if (wanted.matches(texts.id(object)) || wanted.matches(texts.name(object))) {
-      found.push_back(object);
+  while (query.next()) {
+    const bool may_be_found =
+        !texts.is_status() &&
+        store.class_with_id(static_cast<std::uint32_t>(query.integer(1))).is_a(workspace_object);
+    if (may_be_found && (is_any || wanted.matches(texts.id()) || wanted.matches(texts.name()))) {
+      found.push_back(texts.object());
     }
   }
   return found;

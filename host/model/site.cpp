@@ -3,9 +3,11 @@
 #include <cstdlib>
 
 #include "failure.h"
+#include "object_id.h"
 #include "site_texts.h"
 #include "structures.h"
 #include "turn.h"
+#include "writer_note.h"
 
 namespace host {
 
@@ -35,6 +37,12 @@ const Site*& left_behind() {
   return site;
 }
 
+/** While changes are held: others wait for this process. */
+std::optional<WriterNote>& note_of_held_changes() {
+  static std::optional<WriterNote> note;
+  return note;
+}
+
 void refuse_forked() {
   refuse(ORK_site_not_available,
          "the site is open in the process that this one was forked from; only that one uses it");
@@ -57,10 +65,27 @@ Site::~Site() {
   }
 }
 
+/** Those that are held when a session or a site ends. */
+void Site::report_locks() {
+  for (const auto& [object, origin] : store_->own_locks()) {
+    std::string label = "object " + std::to_string(object);
+    try {
+      label = object_label(*store_, object);
+    } catch (const Failure&) {
+      // It is gone, or damaged.
+    }
+    report_lock("lock on " + label + ": " + origin_text(origin));
+  }
+}
+
 /** Gives back what stands under this process's name, and then the name. */
 void Site::give_all_back() {
   held_back_jobs.clear();
+  if (reports_origins()) {
+    report_locks();
+  }
   database_.end_changes(false);
+  note_of_held_changes().reset();
   database_.end_view();
   try {
     store_->release_locks();
@@ -106,6 +131,7 @@ void Site::hold_changes() {
     refuse(ORK_invalid_argument, "the session has unsaved changes; save or drop them first");
   }
   database_.hold_changes();
+  note_of_held_changes().emplace(path(), session ? session->user_id : "");
 }
 
 void Site::end_changes(bool keep) {
@@ -120,7 +146,9 @@ void Site::end_changes(bool keep) {
   };
   try {
     database_.end_changes(keep);
+    note_of_held_changes().reset();
   } catch (...) {
+    note_of_held_changes().reset();
     undo_in_memory();
     throw;
   }

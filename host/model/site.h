@@ -71,6 +71,7 @@ class Site {
 
  private:
   void give_all_back();
+  void report_locks();
 
   unsigned forks_;
   Database database_;

@@ -7,6 +7,7 @@
 
 #include "error_stack.h"
 #include "heap.h"
+#include "origin.h"
 #include "ork/err.h"
 #include "turn.h"
 
@@ -28,15 +29,18 @@ void* noted(void* block) {
 }  // namespace
 
 void* MEM_alloc(size_t size) {
+  const host::OperationMark mark("MEM_alloc");
   return noted(heap::allocate(size));
 }
 
 void* MEM_realloc(void* block, size_t size) {
+  const host::OperationMark mark("MEM_realloc");
   size_t old_size = 0;
   return noted(heap::reallocate("MEM_realloc", block, size, &old_size));
 }
 
 void* MEM_crealloc(void* block, size_t count, size_t element_size) {
+  const host::OperationMark mark("MEM_crealloc");
   if (element_size != 0 && count > SIZE_MAX / element_size) {
     return noted(nullptr);
   }

@@ -18,6 +18,7 @@
 #include "structure_seeder.h"
 #include "types.h"
 #include "utf8_path.h"
+#include "writer_note.h"
 
 namespace host {
 
@@ -384,23 +385,24 @@ class Seeder : private SeedWriter {
   StructureSeeder structures_;
 };
 
-/** Pages of the file that SQLite keeps in memory while a seed is taken, and at other times: in KiB.
+/**
+ * How the file is written while a seed is taken: with more of it in memory, and without a second
+ * look at references, all of which the store has looked up.
  */
-constexpr const char* large_cache = "PRAGMA cache_size = -65536";
-constexpr const char* usual_cache = "PRAGMA cache_size = -2000";
-
-class LargeCache {
+class SeedSettings {
  public:
-  explicit LargeCache(Database& database) : database_(database) { database_.execute(large_cache); }
-  ~LargeCache() {
+  explicit SeedSettings(Database& database) : database_(database) {
+    database_.execute("PRAGMA cache_size = -65536; PRAGMA foreign_keys = OFF");
+  }
+  ~SeedSettings() {
     try {
-      database_.execute(usual_cache);
+      database_.execute("PRAGMA cache_size = -2000; PRAGMA foreign_keys = ON");
     } catch (const std::exception&) {
-      // It is memory, and nothing else.
+      // Neither decides what is written.
     }
   }
-  LargeCache(const LargeCache&) = delete;
-  LargeCache& operator=(const LargeCache&) = delete;
+  SeedSettings(const SeedSettings&) = delete;
+  SeedSettings& operator=(const SeedSettings&) = delete;
 
  private:
   Database& database_;
@@ -414,8 +416,10 @@ void take_seed(Site& site, std::string_view json, const std::filesystem::path& f
   const SeedText text(json, streamed_sections,
                       [&faults](const SeedFault& fault) { faults.add(fault); });
   try {
-    const LargeCache cache(site.database());
+    const SeedSettings settings(site.database());
+    std::optional<WriterNote> note;
     Transaction transaction(site.database());
+    note.emplace(site.path(), site.session ? site.session->user_id : "");
     InsertBatch batch(site.store());
     SeedRun run{site, folder, faults, {}};
     const SeedPart part{text, text.root(), text.begin(), {}, faults};

@@ -52,9 +52,11 @@ int framed(const char* name, Recorded recorded, Body&& body) noexcept {
   const bool steered = steering().active();
   std::size_t entry = Steering::no_entry;
   const int status = status_of([&] {
-    if (steered) {
-      steering().begin(name, recorded == Recorded::yes, &entry);
+    if (!steered) {
+      return body();
     }
+    const OperationMark mark(name);
+    steering().begin(name, recorded == Recorded::yes, &entry);
     body();
   });
   if (steered) {

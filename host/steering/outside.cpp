@@ -34,29 +34,51 @@ FaultOrder fault_order(std::string_view text) {
   const bool is_read = take_behind('=', &operation, &status) && read_number(status, &order.status);
   take_behind(':', &operation, &nth);
   if (!is_read || !read_number(nth, &order.nth) || order.nth < 1 || operation.empty()) {
-    refuse(ORK_invalid_argument,
-           "ORK_HOST_FAULTS: \"" + std::string(text) + "\" is not OPERATION[:N]=STATUS");
+    refuse(ORK_invalid_argument, "\"" + std::string(text) + "\" is not OPERATION[:N]=STATUS");
   }
   order.operation = operation;
   return order;
 }
 
-}  // namespace
+DelayOrder delay_order(std::string_view text) {
+  DelayOrder order;
+  std::string_view operation = text;
+  std::string_view time;
+  if (!take_behind('=', &operation, &time) || !read_number(time, &order.milliseconds) ||
+      order.milliseconds < 0 || operation.empty()) {
+    refuse(ORK_invalid_argument, "\"" + std::string(text) + "\" is not OPERATION=MILLISECONDS");
+  }
+  order.operation = operation;
+  return order;
+}
 
-std::vector<FaultOrder> fault_orders(std::string_view text) {
-  std::vector<FaultOrder> orders;
+/** What stands between commas, each as `read` has it. */
+template <typename Order>
+std::vector<Order> orders_of(std::string_view text, Order (*read)(std::string_view)) {
+  std::vector<Order> orders;
   while (!text.empty()) {
     const std::size_t end = text.find(',');
-    orders.push_back(fault_order(text.substr(0, end)));
+    orders.push_back(read(text.substr(0, end)));
     text = end != std::string_view::npos ? text.substr(end + 1) : std::string_view();
   }
   return orders;
 }
 
+}  // namespace
+
+std::vector<FaultOrder> fault_orders(std::string_view text) {
+  return orders_of(text, fault_order);
+}
+
+std::vector<DelayOrder> delay_orders(std::string_view text) {
+  return orders_of(text, delay_order);
+}
+
 void JournalFile::open(const std::string& path) {
+  file_ = std::ofstream();
   file_.open(utf8_path(path), std::ios::app | std::ios::binary);
   if (!file_) {
-    refuse(ORK_invalid_argument, "ORK_HOST_JOURNAL: " + path + " cannot be written");
+    refuse(ORK_invalid_argument, path + " cannot be written");
   }
 }
 

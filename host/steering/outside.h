@@ -3,6 +3,7 @@
  * Faults and a journal that the environment asks for, so that any program can be tried as it is:
  *
  *     ORK_HOST_FAULTS=OPERATION[:N]=STATUS,...   the N-th call (the first without) fails
+ *     ORK_HOST_DELAYS=OPERATION=MILLISECONDS,... each call takes that long
  *     ORK_HOST_JOURNAL=FILE                      each call is appended: its operation and status
  */
 #pragma once
@@ -22,6 +23,12 @@ struct FaultOrder {
 
 /** The faults that a text asks for; refused with ORK_invalid_argument when it cannot be read. */
 std::vector<FaultOrder> fault_orders(std::string_view text);
+
+struct DelayOrder {
+  std::string operation;
+  int milliseconds = 0;
+};
+std::vector<DelayOrder> delay_orders(std::string_view text);
 
 /** The file that calls are written to, each in a line of its own as soon as it has ended. */
 class JournalFile {

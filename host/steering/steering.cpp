@@ -1,6 +1,7 @@
 #include "steering.h"
 
 #include "failure.h"
+#include "heap.h"
 #include "os.h"
 #include "outside.h"
 
@@ -20,17 +21,33 @@ Outside& outside() {
   return instance;
 }
 
+/** What a variable asks for, if it is set; a refusal names it. */
+template <typename Use>
+void use_variable(const char* variable, const Use& use) {
+  const std::string text = os::environment(variable);
+  if (text.empty()) {
+    return;
+  }
+  try {
+    use(text);
+  } catch (const Failure& failure) {
+    refuse(failure.status(), std::string(variable) + ": " + failure.detail());
+  }
+}
+
 Steering& steering_from_environment() {
   auto& made = *new Steering;
   try {
-    for (const FaultOrder& order : fault_orders(os::environment("ORK_HOST_FAULTS"))) {
-      made.fail_call(order.operation, order.nth, order.status);
-    }
-    const std::string journal = os::environment("ORK_HOST_JOURNAL");
-    if (!journal.empty()) {
-      outside().file.open(journal);
-      made.stop_journal();
-    }
+    use_variable("ORK_HOST_FAULTS", [&](const std::string& text) { made.order_faults(text); });
+    use_variable("ORK_HOST_DELAYS", [&](const std::string& text) { made.order_delays(text); });
+    use_variable("ORK_HOST_JOURNAL", [&](const std::string& text) { made.write_journal(text); });
+    use_variable("ORK_HOST_BLOCKS", [&](const std::string& text) {
+      if (!reports_origins()) {
+        refuse(ORK_invalid_argument, "\"" + text + "\" is not \"report\"");
+      }
+      made.stop_journal();  // has operations tell where they are
+      heap::report_blocks();
+    });
   } catch (const Failure& failure) {
     outside().problem = failure.detail();
     made.start_journal();  // has operations look here
@@ -64,6 +81,23 @@ void Steering::clear_faults() {
   faults_.clear();
   delays_.clear();
   update_active();
+}
+
+void Steering::order_faults(const std::string& orders) {
+  for (const FaultOrder& order : fault_orders(orders)) {
+    fail_call(order.operation, order.nth, order.status);
+  }
+}
+
+void Steering::order_delays(const std::string& orders) {
+  for (const DelayOrder& order : delay_orders(orders)) {
+    delay_call(order.operation, order.milliseconds);
+  }
+}
+
+void Steering::write_journal(const std::string& path) {
+  outside().file.open(path);
+  stop_journal();
 }
 
 void Steering::start_journal() {

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "origin.h"
+
 namespace host {
 
 class Steering {
@@ -17,6 +19,11 @@ class Steering {
   void fail_call(const std::string& operation, int nth, int status);
   void delay_call(const std::string& operation, int milliseconds);
   void clear_faults();
+
+  // The same as users write it down, see outside.h.
+  void order_faults(const std::string& orders);
+  void order_delays(const std::string& orders);
+  void write_journal(const std::string& path);
 
   void start_journal();
   void stop_journal();
@@ -45,7 +52,9 @@ class Steering {
     int status;
   };
 
-  void update_active() { active_ = recording_ || !faults_.empty() || !delays_.empty(); }
+  void update_active() {
+    active_ = recording_ || !faults_.empty() || !delays_.empty() || reports_origins();
+  }
 
   bool active_ = false;
   bool recording_ = false;

@@ -11,6 +11,7 @@
 #include "ork/ork.h"
 #include "os.h"
 #include "os_file.h"
+#include "writer_note.h"
 
 namespace host {
 
@@ -97,8 +98,9 @@ bool Database::wait(int earlier_waits) {
   }
   if (waited > unnoticed_wait && !has_said_that_it_waits_) {
     has_said_that_it_waits_ = true;
-    std::fprintf(stderr, "%s: waiting for another process that changes the site, up to %d s\n",
-                 path_.c_str(), seconds);
+    const std::string writers = writers_of(path_);
+    std::fprintf(stderr, "%s: waiting up to %d s for %s\n", path_.c_str(), seconds,
+                 writers.empty() ? "another process that changes the site" : writers.c_str());
   }
   os::sleep_milliseconds(std::min(earlier_waits + 1, longest_pause_ms));
   return true;
@@ -109,7 +111,9 @@ void Database::check(int result) const {
     return;
   }
   if ((result & 0xFF) == SQLITE_BUSY) {
-    refuse(ORK_site_busy, path_ + ", for " + std::to_string(is_patient_ ? patience_ : 0) + " s; " +
+    const std::string writers = writers_of(path_);
+    refuse(ORK_site_busy, path_ + (writers.empty() ? "" : ", by " + writers) + "; waited for " +
+                              std::to_string(is_patient_ ? patience_ : 0) + " s; " +
                               patience_variable + " says how long to wait");
   }
   const char* text = connection_ ? sqlite3_errmsg(connection_.get()) : sqlite3_errstr(result);

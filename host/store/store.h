@@ -33,6 +33,7 @@
 #include <utility>
 #include <vector>
 
+#include "origin.h"
 #include "ork/ork.h"
 #include "os.h"
 #include "presence.h"
@@ -173,6 +174,9 @@ class Store {
 
   /** Takes a lock away from whoever holds it; false when nobody does. */
   bool take_lock_away(tag object);
+
+  /** Instances that this process has locked, and inside what. */
+  std::vector<std::pair<tag, Origin>> own_locks() const;
 
   /** Has a change without the lock say why there is none: the reason of a refusal. */
   void note_refused_lock(tag object, const std::string& reason);
@@ -372,6 +376,7 @@ class Store {
   std::unordered_map<std::string, Class*> class_by_name_;
   std::unordered_map<tag, Instance> instances_;
   std::unordered_map<tag, std::string> refused_locks_; /**< since the last one that was taken */
+  std::unordered_map<tag, Origin> lock_origins_;       /**< where they are wanted */
   std::set<tag> new_;                                  /**< those of them that were never saved */
   std::unordered_map<std::string, tag> type_by_name_;
   std::uint32_t first_unused_number_ = 0;

@@ -112,7 +112,8 @@ void Store::refuse_missing(tag object, bool is_deleted) {
                    "WHERE v.attribute IN (SELECT id FROM attribute WHERE kind = 'reference') "
                    "AND v.content = ? LIMIT 1",
                    object);
-  if (references.next()) {
+  // References to nothing are kept as those to the null tag.
+  if (object != NULLTAG && references.next()) {
     refuse_damage(static_cast<tag>(references.integer(0)), references.text(1),
                   "it refers to object " + std::to_string(object) + ", which is not there");
   }

@@ -1,5 +1,7 @@
 // Locks: rows of the file that name who may change an instance.
 
+#include <algorithm>
+
 #include "failure.h"
 #include "ork/store.h"
 #include "store.h"
@@ -68,6 +70,21 @@ void Store::take_lock(tag object) {
   run(database_, "INSERT OR REPLACE INTO lock VALUES(?, ?, ?, ?, ?)", object, identity_.user_id,
       node_, presence_.name(), date_text(os::local_time()));
   refused_locks_.erase(object);
+  if (reports_origins()) {
+    lock_origins_[object] = this_origin();
+  }
+}
+
+std::vector<std::pair<tag, Origin>> Store::own_locks() const {
+  std::vector<std::pair<tag, Origin>> locks;
+  for (const auto& [object, instance] : instances_) {
+    if (instance.locked) {
+      const auto origin = lock_origins_.find(object);
+      locks.emplace_back(object, origin != lock_origins_.end() ? origin->second : Origin());
+    }
+  }
+  std::sort(locks.begin(), locks.end());
+  return locks;
 }
 
 void Store::require_own_lock(tag object) {

@@ -8,6 +8,8 @@
 #include <new>
 #include <unordered_map>
 
+#include "origin.h"
+
 namespace host::heap {
 
 namespace {
@@ -19,6 +21,7 @@ struct Heap {
   std::pmr::unsynchronized_pool_resource entries;
   Sizes sizes{&entries};
   size_t bytes = 0;
+  std::unordered_map<void*, Origin> origins; /**< where they are wanted */
   int calls_to_failure = 0;
   std::mutex mutex; /**< blocks are anybody's: no status could refuse other threads */
 };
@@ -65,7 +68,11 @@ void* allocate_locked(std::size_t size) {
   }
   try {
     heap().sizes.emplace(block, size);
+    if (reports_origins()) {
+      heap().origins[block] = this_origin();
+    }
   } catch (const std::bad_alloc&) {
+    heap().sizes.erase(block);
     std::free(block);
     return nullptr;
   }
@@ -92,7 +99,14 @@ void* reallocate(const char* operation, void* block, std::size_t size, std::size
     return nullptr;
   }
   *old_size = entry->second;
+  auto origin = heap().origins.extract(block);
   void* moved = resize(block, size);
+  if (origin) {
+    if (moved != nullptr) {
+      origin.key() = moved;
+    }
+    heap().origins.insert(std::move(origin));
+  }
   if (moved == nullptr) {
     return nullptr;
   }
@@ -117,12 +131,27 @@ void release(const char* operation, void* block) {
   }
   heap().bytes -= entry->second;
   sizes.erase(entry);
+  heap().origins.erase(block);
   std::free(block);
 }
 
 void fail_allocation(int nth) {
   const auto lock = locked();
   heap().calls_to_failure = nth;
+}
+
+void report_blocks() {
+  report_at_end([] {
+    const auto lock = locked();
+    BlocksByOrigin left;
+    for (const auto& [block, size] : heap().sizes) {
+      const auto origin = heap().origins.find(block);
+      auto& [count, bytes] = left[origin != heap().origins.end() ? origin->second : Origin()];
+      ++count;
+      bytes += size;
+    }
+    return left;
+  });
 }
 
 std::size_t block_count() {

@@ -27,6 +27,9 @@ void release(const char* operation, void* block);
 /** Makes the nth allocation from now on, counted from 1, yield nothing; 0 takes that back. */
 void fail_allocation(int nth);
 
+/** Has the process tell what was not freed when it ends, see origin.h. */
+void report_blocks();
+
 /** What was not freed. */
 std::size_t block_count();
 std::size_t block_bytes();

@@ -29,6 +29,9 @@ void sleep_milliseconds(int milliseconds);
  */
 void* symbol_of_library(const std::string& path, const char* symbol, std::string* error);
 
+/** A function of whatever library the process has loaded; null for none. */
+void* symbol_of_process(const char* symbol) noexcept;
+
 /** The current local time. */
 date_s local_time();
 

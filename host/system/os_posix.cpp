@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "os.h"
+#include "process_id.h"
 
 namespace host::os {
 
@@ -36,6 +37,10 @@ unsigned forks() {
   static const int registered = pthread_atfork(nullptr, nullptr, count_fork);
   static_cast<void>(registered);
   return fork_count;
+}
+
+std::uint64_t process_id() {
+  return static_cast<std::uint64_t>(getpid());
 }
 
 std::string node_name() {
@@ -69,6 +74,10 @@ void* symbol_of_library(const std::string& path, const char* symbol, std::string
     *error = text != nullptr ? text : whole_path + " has a null " + symbol;
   }
   return found;
+}
+
+void* symbol_of_process(const char* symbol) noexcept {
+  return dlsym(RTLD_DEFAULT, symbol);
 }
 
 date_s local_time() {

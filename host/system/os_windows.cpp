@@ -1,14 +1,18 @@
 #include <windows.h>
+// It needs the types of windows.h.
+#include <psapi.h>
 // These need the types of windows.h.
 #include <bcrypt.h>
 #include <shellapi.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <system_error>
 
 #include "os.h"
+#include "process_id.h"
 #include "utf8_path.h"
 
 namespace host::os {
@@ -27,6 +31,10 @@ std::wstring wide(const std::string& text) {
 
 unsigned forks() {
   return 0;
+}
+
+std::uint64_t process_id() {
+  return GetCurrentProcessId();
 }
 
 std::string node_name() {
@@ -65,6 +73,21 @@ void* symbol_of_library(const std::string& path, const char* symbol, std::string
              std::error_code(static_cast<int>(GetLastError()), std::system_category()).message();
   }
   return reinterpret_cast<void*>(found);
+}
+
+void* symbol_of_process(const char* symbol) noexcept {
+  HMODULE modules[256];
+  DWORD bytes = 0;
+  if (K32EnumProcessModules(GetCurrentProcess(), modules, sizeof modules, &bytes) == 0) {
+    return nullptr;
+  }
+  const std::size_t count = std::min<std::size_t>(bytes, sizeof modules) / sizeof *modules;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (const FARPROC found = GetProcAddress(modules[i], symbol)) {
+      return reinterpret_cast<void*>(found);
+    }
+  }
+  return nullptr;
 }
 
 date_s local_time() {

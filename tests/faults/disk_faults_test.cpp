@@ -181,10 +181,19 @@ class DiskFaults : public test::ZolpTest {
 TEST_F(DiskFaults, LeaveWhatWasThereOrWhatIsWanted) {
   const std::string note = folder.path("note.txt");
   const std::string made = (run_ / "site.db").string();
+  const std::string other = folder.path("other.db");
+  ASSERT_EQ(test::run_zolp({"host", "init", other, "--seed", folder.path("seed.json"), "--seed",
+                            folder.path("more.json")})
+                .exit_code,
+            0);
   for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
            {"host", "init", made, "--seed", folder.path("seed.json")},
            {"host", "seed", made, folder.path("more.json")},
            {"host", "pref", made, "One", "a", "b"},
+           {"host", "snapshot", made, (run_ / "copy.db").string()},
+           {"host", "restore", made, other},
+           {"host", "reset", made, "--seed", folder.path("seed.json"), "--seed",
+            folder.path("more.json")},
            {"form", "set", "1", "weight=2.5"},
            {"dataset", "import", note, "--item", "1", "--rev", "A", "--name", "More"},
            {"job", "start", "Check", "--name", "J", "--target", "1/A"},

@@ -30,6 +30,59 @@ TEST_F(DemoSite, ARefusedSeedNamesThePlaceAndChangesNothing) {
   EXPECT_EQ(ORK_init_module("wagner", "let me in", nullptr), ORK_ok);
 }
 
+TEST_F(DemoSite, ACheckTellsAllFaultsOfASeedAndTheirPlaces) {
+  const std::string before = describe(nullptr);
+  std::string told;
+  const auto see = [](const char* pointer, int line, int column, const char* why, void* context) {
+    *static_cast<std::string*>(context) += std::to_string(line) + ":" + std::to_string(column) +
+                                           " " + pointer + " " + std::string(why).substr(0, 25) +
+                                           "\n";
+  };
+  EXPECT_EQ(
+      ork_host_check_seed(R"({"users": [{"id": "x", "x": 1, "memberships": [{"group": "no"}]}],
+ "items": [{"id": "1", "name": "a", "owner": "nobody", "revisions": [{"id": "A", "name": 1}]},
+  {"id": "2", "name": "b", "type": "no", "na\u006de": "c"}, {"id": "3", "name": "c"}],
+ "relations": [{"primary": {"item": "2"}, "type": "VELO_reference", "secondary": {"item": "3"}}]})",
+                          see, &told),
+      ORK_invalid_argument);
+  EXPECT_EQ(told,
+            "3:44 /items/1/name is given twice\n"
+            "1:28 /users/0/x is not known here\n"
+            "1:57 /users/0/memberships/0/group there is no group \"no\"\n"
+            "2:46 /items/0/owner there is no user \"nobody\"\n"
+            "2:90 /items/0/revisions/0/name expected a string, found \n"
+            "3:36 /items/1/type there is no type \"no\"\n");
+  EXPECT_EQ(describe(nullptr), before);
+  EXPECT_EQ(ork_host_check_seed(R"({"groups": ["right"]})", see, &told), ORK_ok);
+  EXPECT_EQ(describe(nullptr), before);
+
+  const auto stop = [](const char*, size_t done, size_t, void*) -> logical { return done < 2; };
+  ork_host_set_seed_progress(stop, nullptr);
+  EXPECT_EQ(ork_host_seed(R"({"items": [{"id": "1", "name": "a"}, {"id": "2", "name": "b"}]})"),
+            ORK_interrupted);
+  ork_host_set_seed_progress(nullptr, nullptr);
+  EXPECT_EQ(describe(nullptr), before);
+}
+
+TEST_F(DemoSite, TheOrderOfStructuresDoesNotMatter) {
+  const auto of = [](const char* item, const char* part) {
+    return std::string(R"({"item": ")") + item + R"(", "revision": "A", "lines": [{"item": ")" +
+           part + R"("}]})";
+  };
+  const auto take = [](const std::string& structures) {
+    return ork_host_seed((R"({"structures": [)" + structures + "]}").c_str());
+  };
+  seed(R"({"items": [{"id": "a", "name": "a", "revisions": [{"id": "A"}]},
+                     {"id": "b", "name": "b", "revisions": [{"id": "A"}]},
+                     {"id": "c", "name": "c", "revisions": [{"id": "A"}]}]})");
+  EXPECT_EQ(take(of("a", "b") + "," + of("b", "c")), ORK_ok) << last_error();
+  EXPECT_EQ(take(of("c", "a")), ORK_invalid_argument);
+  EXPECT_THAT(last_error(), HasSubstr("/structures/0/lines: A structure must not contain itself"));
+  // What turns a structure round is right when all of it is there.
+  EXPECT_EQ(take(of("c", "b") + "," + of("b", "a") + "," + of("a", "000100")), ORK_ok)
+      << last_error();
+}
+
 TEST(Seed, FilesOfPreferencesAreRelativeToTheSeedFile) {
   const test::TemporaryFolder folder;
   const auto as_json = [](const std::filesystem::path& path) {

@@ -70,7 +70,12 @@ TEST_F(BomCommands, PackFindAndExportShowWhatTheLibraryFinds) {
   EXPECT_EQ(bom({"find", "MX-100/B", "MX-120/A", "--json"}).json()["found"], false);
   EXPECT_EQ(bom({"export", "MX-100/B", "--class", "Dataset", "--json"}).json().size(), 3u);
   EXPECT_THAT(bom({"export", "MX-100/B"}).out, HasSubstr("MX-140/A-Tool head"));
-  EXPECT_THAT(run_zolp({"host", "show", site, "structures"}).out, HasSubstr("MX-110/B-Drive"));
+  EXPECT_THAT(run_zolp({"host", "show", site, "structures"}).out,
+              testing::AllOf(HasSubstr("MX-110/B-Drive"), HasSubstr("├── 10  MX-110"),
+                             HasSubstr("revision rule: Released")));
+  const auto cut = bom({"tree", "MX-100/B", "--depth", "0", "--json"}).json();
+  EXPECT_EQ(cut["truncated"], true);
+  EXPECT_FALSE(bom({"tree", "MX-100/B", "--json"}).json().contains("truncated"));
 }
 
 TEST_F(BomCommands, RefuseWhatIsWrong) {

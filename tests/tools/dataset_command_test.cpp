@@ -189,8 +189,7 @@ TEST_F(DatasetCommands, OfManyOfOneNameAtOnceOneIsMade) {
                      folder.path("err" + std::to_string(i))}));
   }
   for (std::size_t i = 0; i < count; ++i) {
-    while (folder.read("err" + std::to_string(i)).find("waiting for another") ==
-           std::string::npos) {
+    while (folder.read("err" + std::to_string(i)).find("waiting up to") == std::string::npos) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
   }

@@ -17,10 +17,11 @@ void expect_shown(const std::string& example, std::initializer_list<const char*>
 }
 
 TEST(Demo, ShowsACloneRun) {
-  expect_shown("clone-run",
-               {"Alice Amsel", "└── GB-1710/A  RETAIN  Paint, RAL 7031",
-                "67 items (35 CLONE, 32 RETAIN), 69 datasets, deepest level 4", "qnclone -pim=yes",
-                "INPUT_ITEM=GB-1000", "BEGIN CLONE", "->ORK_init_module"});
+  expect_shown("clone-run", {"Alice Amsel", "└── GB-1710/A  RETAIN  Paint, RAL 7031",
+                             "67 items (35 CLONE, 32 RETAIN), 69 datasets, deepest level 4",
+                             "qnclone -pim=yes", "INPUT_ITEM=GB-1000", "BEGIN CLONE",
+                             "->ORK_init_module", "PREF_get_char_value(...) failed with 27002",
+                             "  in ZOLP_write_startbat", "The runs part in ZOLP_write_startbat"});
 }
 
 TEST(Demo, ShowsAJobWithAHandler) {
@@ -32,9 +33,10 @@ TEST(Demo, ShowsAJobWithAHandler) {
 }
 
 TEST(Demo, ShowsDatasetsAndAForm) {
-  expect_shown("datasets", {"exported.txt is what was imported", "Check_report__second_shaft.txt",
-                            "wrote images/SH-200_A_Side_view", "UGepDate     16-Oct-2026",
-                            "there is no such date"});
+  expect_shown("datasets",
+               {"exported.txt is what was imported", "Check_report__second_shaft.txt",
+                "wrote images/SH-200_A_Side_view", "UGepDate     16-Oct-2026",
+                "there is no such date", "are not there", "is not whole (1 finding)", "whole: "});
 }
 
 TEST(Demo, ShowsAProductStructure) {

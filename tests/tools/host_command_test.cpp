@@ -30,6 +30,16 @@ TEST_F(HostCommand, InitSeedAndShow) {
   EXPECT_EQ(run_zolp({"host", "seed", site, more, more}).exit_code, 0);
   EXPECT_EQ(run_zolp({"host", "show", site, "groups", "--json"}).json().size(), 2u);
 
+  const std::string wrong = folder.write("wrong.json", "{\"groups\": [\"\"],\n\"roles\": [3]}");
+  const test::Run faults = run_zolp({"host", "seed", site, more, wrong, "--dry-run"});
+  EXPECT_EQ(faults.exit_code, 1);
+  EXPECT_EQ(faults.out, wrong + ":1:13: /groups/0: must not be empty\n" + wrong +
+                            ":2:11: /roles/0: expected an object, found number\n");
+  EXPECT_THAT(faults.err, HasSubstr("zolp: 2 faults found: correct the seeds"));
+  EXPECT_EQ(run_zolp({"host", "init", folder.path("no.db"), "--seed", more, "--dry-run"}).exit_code,
+            0);
+  EXPECT_FALSE(std::filesystem::exists(folder.path("no.db")));
+
   const test::Run all = run_zolp({"host", "show"}, {{"ORK_HOST_DB", site}});
   EXPECT_EQ(all.exit_code, 0);
   for (const char* text : {"users (1)", "Ada Example", "quality", "Many", "a, b"}) {

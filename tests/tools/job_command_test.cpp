@@ -114,7 +114,7 @@ TEST_F(JobCommands, HandlersOfALibraryAreCalled) {
   expect_refusal(on_site({"handler", "run", library, "--job", "R", "--task", "none"}), 1,
                  "the job has no task none");
   const test::Run all = on_site({"handler", "run", library, "--job", "R", "--json"});
-  EXPECT_EQ(all.json().size(), 3u) << all.err;
+  EXPECT_EQ(all.json().size(), 4u) << all.err;
   EXPECT_EQ(job({"list", "--json"}).json().size(), 2u) << "one of them deletes the job";
 }
 
@@ -159,6 +159,28 @@ TEST_F(JobCommands, RefuseWhatIsWrong) {
   expect_refusal(job({"targets", "R", "--remove", "100"}), 1, "The object is not attached");
   expect_refusal(job({"show", "R", "--handlers", site}), 1, "cannot load the handlers");
   expect_refusal(on_site({"job"}), 2, "needs a command");
+}
+
+TEST_F(JobCommands, TrialsFromOutside) {
+  const std::string calls = folder.path("calls");
+  const auto start = [&](std::vector<std::string> more) {
+    more.insert(more.begin(), {"start", "Release", "--name", "T", "--target", "100/A"});
+    return job(more);
+  };
+  expect_refusal(start({"--fail", "OBJ_save"}), 2, "OPERATION[:N]=STATUS");
+  expect_refusal(start({"--delay", "OBJ_save=soon"}), 2, "OPERATION=MILLISECONDS");
+  expect_refusal(start({"--fail", "FLOW_create_process=27002", "--journal", calls}), 1,
+                 "injected into FLOW_create_process");
+  EXPECT_THAT(folder.read("calls"), HasSubstr("FLOW_create_process 27002\n"));
+  EXPECT_EQ(start({"--delay", "FLOW_create_process=1"}).exit_code, 0);
+
+  const test::Run kept = run_zolp(
+      {"handler", "run", TEST_HANDLERS, "--job", "T", "--handler", "leave-behind", "--host", site},
+      {{"ORK_HOST_BLOCKS", "report"}});
+  EXPECT_EQ(kept.exit_code, 0);
+  EXPECT_THAT(kept.err, HasSubstr("1 block, 5 bytes, never given back; 1 lock still held"));
+  EXPECT_THAT(kept.err, HasSubstr("1 block, 5 bytes: MEM_alloc inside leave_behind\n"));
+  EXPECT_THAT(kept.err, HasSubstr("lock on T: OBJ_refresh inside leave_behind\n"));
 }
 
 }  // namespace

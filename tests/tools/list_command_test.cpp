@@ -85,6 +85,7 @@ TEST_F(ListCommand, TreeAsDrawingAndAsJson) {
   EXPECT_EQ(tree[0]["children"][1]["new_revision"], "B");
   const nlohmann::json cut = list({"tree", in, "--json", "--depth", "1"}).json();
   EXPECT_FALSE(cut[0].contains("children"));
+  EXPECT_EQ(cut[0]["truncated"], true);
 
   expect_refusal(list({"tree", in, "--separator", "#"}), 1, "list.txt:2: the line has no \"#\"");
   expect_refusal(list({"tree", in, "--depth", "0"}), 2, "--depth");

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "ork/flow.h"
+#include "ork/obj.h"
+#include "zolp_call_frame.h"
 #include "zolp_orktool.h"
 
 namespace {
@@ -35,10 +37,20 @@ int do_nothing(const FLOW_action_message_s*) {
   return ORK_ok;
 }
 
+/** Gives neither a block nor a lock back. */
+int leave_behind(const FLOW_action_message_s* message) {
+  ZOLP_ENTER("leave_behind");
+  tag job = NULLTAG;
+  ZOLP_GUARDED(FLOW_get_job(message->task, &job));
+  ZOLP_GUARDED(OBJ_refresh(job, 1));
+  return ZOLP_LEAVE(MEM_alloc(5) != nullptr ? ORK_ok : ORK_out_of_memory);
+}
+
 }  // namespace
 
 extern "C" __attribute__((visibility("default"))) int ORK_register_handlers(void) {
   const int status = FLOW_register_handler("test-decide", decide);
   const int next = status == ORK_ok ? FLOW_register_handler("test-delete-job", delete_job) : status;
-  return next == ORK_ok ? FLOW_register_handler("do-nothing", do_nothing) : next;
+  const int last = next == ORK_ok ? FLOW_register_handler("do-nothing", do_nothing) : next;
+  return last == ORK_ok ? FLOW_register_handler("leave-behind", leave_behind) : last;
 }

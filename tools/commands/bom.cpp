@@ -54,6 +54,8 @@ Examples:
   add_bom_numbers(group);
   add_bom_find(group);
   add_bom_export(group);
+  add_bom_add(group);
+  add_bom_remove(group);
 }
 
 }  // namespace tool

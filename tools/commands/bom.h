@@ -38,6 +38,8 @@ void add_recursive(CLI::App& command, BomOptions& options);
 void add_numbering(CLI::App& command, BomOptions& options);
 
 // The subcommands; each adds itself.
+void add_bom_add(CLI::App& group);
+void add_bom_remove(CLI::App& group);
 void add_bom_tree(CLI::App& group);
 void add_bom_size(CLI::App& group);
 void add_bom_resequence(CLI::App& group);

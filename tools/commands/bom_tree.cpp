@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "commands/bom.h"
+#include "structure_tree.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -11,12 +12,7 @@ namespace {
 void show_tree(const BomOptions& options) {
   const View one_state;
   const Window window = open_window(options);
-  const Line top = read_line(window.top_line(), options.depth);
-  if (options.json) {
-    print_json(line_json(top));
-  } else {
-    draw(top, nullptr);
-  }
+  print_tree(window.top_line(), options.depth, options.json);
 }
 
 }  // namespace

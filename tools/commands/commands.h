@@ -7,6 +7,7 @@ namespace tool {
 
 void add_host_commands(CLI::App& program);
 void add_bom_commands(CLI::App& program);
+void add_checkout_commands(CLI::App& program);
 void add_clone_command(CLI::App& program);
 void add_completion_commands(CLI::App& program);
 void add_dataset_commands(CLI::App& program);
@@ -15,6 +16,7 @@ void add_filter_command(CLI::App& program);
 void add_find_command(CLI::App& program);
 void add_form_commands(CLI::App& program);
 void add_handler_commands(CLI::App& program);
+void add_item_commands(CLI::App& program);
 void add_job_commands(CLI::App& program);
 void add_list_commands(CLI::App& program);
 void add_manual_command(CLI::App& program);

@@ -37,7 +37,8 @@ void add_dataset_argument(CLI::App& command, DatasetOptions& options) {
 }
 
 void add_dataset_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("dataset", "Bring files into datasets and out of them");
+  CLI::App& group = *program.add_subcommand(
+      "dataset", "Bring files into datasets and out of them; list and delete datasets");
   group.require_subcommand(1);
   group.footer(R"(
 Examples:
@@ -52,6 +53,8 @@ Examples:
   add_dataset_export_images(group);
   add_dataset_copy(group);
   add_dataset_show(group);
+  add_dataset_list(group);
+  add_dataset_delete(group);
 }
 
 }  // namespace tool

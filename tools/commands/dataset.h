@@ -44,5 +44,7 @@ void add_dataset_export(CLI::App& group);
 void add_dataset_export_images(CLI::App& group);
 void add_dataset_copy(CLI::App& group);
 void add_dataset_show(CLI::App& group);
+void add_dataset_list(CLI::App& group);
+void add_dataset_delete(CLI::App& group);
 
 }  // namespace tool

@@ -11,6 +11,7 @@
 #include "error.h"
 #include "failures.h"
 #include "login.h"
+#include "object_rows.h"
 #include "objects.h"
 #include "text.h"
 #include "zolp_basetool.h"
@@ -130,7 +131,7 @@ void list_objects(const FilterOptions& options) {
   const View one_state;
   const std::vector<tag> objects = find_by_pattern(options.candidates);
   check_expressions(options, objects);
-  ObjectList found;
+  ObjectRows found(options.json);
   for (const tag object : objects) {
     try {
       if (passes(object, options)) {
@@ -140,7 +141,7 @@ void list_objects(const FilterOptions& options) {
       found.add_unreadable(object, failure_text(ORK_ok));
     }
   }
-  found.print(options.json);
+  found.finish();
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "commands/commands.h"
 #include "login.h"
+#include "object_rows.h"
 #include "objects.h"
 #include "text.h"
 
@@ -19,11 +20,11 @@ struct FindOptions {
 
 void find(const FindOptions& options) {
   const View one_state;
-  ObjectList found;
+  ObjectRows found(options.json);
   for (const tag object : find_by_pattern(options.pattern)) {
     found.add(object);
   }
-  found.print(options.json);
+  found.finish();
 }
 
 }  // namespace

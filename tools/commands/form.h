@@ -39,6 +39,7 @@ CLI::App* add_form_command(CLI::App& group, const char* name, const char* descri
 
 // The subcommands; each adds itself.
 void add_form_show(CLI::App& group);
+void add_form_list(CLI::App& group);
 void add_form_get(CLI::App& group);
 void add_form_set(CLI::App& group);
 

@@ -11,6 +11,7 @@
 #include "error.h"
 #include "os.h"
 #include "output_files.h"
+#include "seed_check.h"
 #include "site.h"
 #include "utf8_path.h"
 
@@ -23,6 +24,7 @@ namespace {
 struct InitOptions {
   std::string file;
   std::vector<std::string> seeds;
+  bool dry_run = false;
 };
 
 /** A finished site on its way from the folder that it was made in, taken back unless it is kept. */
@@ -94,6 +96,10 @@ void init_site(const InitOptions& options) {
     throw Error("site " + options.file + " already exists",
                 "add to it with \"zolp host seed\", or remove it first");
   }
+  if (options.dry_run) {
+    const Site site(":memory:", Site::Open::anew);
+    return check_seeds(options.seeds);
+  }
   const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
   const WorkFolder work(folder);
   {
@@ -102,6 +108,7 @@ void init_site(const InitOptions& options) {
       site.seed_file(seed);
     }
   }
+  stop_if_interrupted();
   move_site(work.path(), folder, target.filename());
 }
 
@@ -117,6 +124,8 @@ void add_host_init(CLI::App& group) {
                    "JSON file to fill the site from, - for standard input; repeatable")
       ->type_name("FILE")
       ->allow_extra_args(false);
+  init->add_flag("--dry-run", options->dry_run,
+                 "Make nothing; print all that is wrong with the seeds, a line each");
   init->footer(
       "\nExample: zolp host init site.db --seed site.json\n"
       "When a seed is wrong, no site is left behind.");

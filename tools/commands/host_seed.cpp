@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "commands/host.h"
+#include "seed_check.h"
 #include "site.h"
 
 namespace tool {
@@ -13,10 +14,14 @@ namespace {
 struct SeedOptions {
   std::string file;
   std::vector<std::string> seeds;
+  bool dry_run = false;
 };
 
 void seed_site(const SeedOptions& options) {
   Site site(options.file);
+  if (options.dry_run) {
+    return check_seeds(options.seeds);
+  }
   for (const std::string& seed : options.seeds) {
     site.seed_file(seed);
   }
@@ -32,6 +37,8 @@ void add_host_seed(CLI::App& group) {
                    "JSON files, taken one after the other; - for standard input")
       ->required()
       ->type_name("");
+  seed->add_flag("--dry-run", options->dry_run,
+                 "Change nothing; print all that is wrong, a line each");
   seed->footer(
       "\nWhat exists under the same name is changed. Each file is taken as a whole or,\n"
       "when it is wrong, not at all; earlier ones stay.");

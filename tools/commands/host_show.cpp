@@ -4,11 +4,16 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "commands/host.h"
 #include "error.h"
+#include "json_rows.h"
+#include "output.h"
 #include "site.h"
+#include "site_description.h"
 #include "utf8_path.h"
 
 namespace fs = std::filesystem;
@@ -17,75 +22,140 @@ namespace tool {
 
 namespace {
 
-const std::vector<std::string> sections = {"site",
-                                           "users",
-                                           "groups",
-                                           "roles",
-                                           "classes",
-                                           "types",
-                                           "relation_types",
-                                           "tools",
-                                           "dataset_types",
-                                           "form_types",
-                                           "objects",
-                                           "relations",
-                                           "structures",
-                                           "preferences",
-                                           "texts",
-                                           "sites",
-                                           "process_templates",
-                                           "jobs",
-                                           "access",
-                                           "locks"};
+const std::vector<std::string> sections = {"site",           "users",          "groups",
+                                           "roles",          "classes",        "types",
+                                           "relation_types", "tools",          "dataset_types",
+                                           "form_types",     "objects",        "relations",
+                                           "structures",     "revision_rules", "preferences",
+                                           "texts",          "sites",          "process_templates",
+                                           "jobs",           "access",         "locks"};
 
 bool is_section(const std::string& name) {
   return std::find(sections.begin(), sections.end(), name) != sections.end();
 }
 
-/** The keys of all rows, in the order in which they first appear. */
-std::vector<std::string> keys_of(const Json& rows) {
-  std::vector<std::string> keys;
-  for (const Json& row : rows) {
+/** What has to be known of a section before its first row is printed. */
+struct Survey {
+  static constexpr std::size_t most_rows = 1000;
+
+  std::vector<std::pair<std::string, Json>> rows; /**< all of them, or the first ones */
+  std::size_t count = 0;
+  std::vector<std::string> keys; /**< of all rows, in the order in which they first appear */
+  bool is_table = true;          /**< whether all rows are objects */
+
+  void see(const std::string& name, const Json& row) {
+    ++count;
+    is_table = is_table && row.is_object();
+    if (rows.size() < most_rows) {
+      rows.emplace_back(name, row);
+    }
     for (const auto& [key, value] : row.items()) {
       const bool is_known = std::find(keys.begin(), keys.end(), key) != keys.end();
-      if (!is_known && is_shown(key, value)) {
+      if (row.is_object() && !is_known && is_shown(key, value)) {
         keys.push_back(key);
       }
     }
   }
-  return keys;
-}
+};
 
-void print_section(const std::string& name, const Json& section) {
-  std::printf("%s (%zu)\n", name.c_str(), section.size());
-  const bool is_table =
-      section.is_array() &&
-      std::all_of(section.begin(), section.end(), [](const Json& row) { return row.is_object(); });
-  if (section.empty()) {
+void print_section(const std::string& name) {
+  Survey survey;
+  JsonRows rows([&](const std::string& key, const Json& row) { survey.see(key, row); });
+  describe_site(name, [&](std::string_view text) { rows.feed(text); });
+  std::printf("%s (%zu)\n", name.c_str(), survey.count);
+  if (survey.count == 0) {
     return;
   }
-  if (is_table) {
-    const std::vector<std::string> keys = keys_of(section);
-    Table table(keys);
-    for (const Json& row : section) {
+  const bool is_object = rows.is_object();
+  const bool is_table = survey.is_table && !is_object;
+  BlockTable table(is_object ? std::vector<std::string>{"name", "value"} : survey.keys);
+  const auto print_row = [&](const std::string& key, const Json& row) {
+    if (is_object) {
+      table.add_row({key, value_text(row)});
+    } else if (!is_table) {
+      std::puts(printable(value_text(row)).c_str());
+    } else {
       std::vector<std::string> cells;
-      for (const std::string& key : keys) {
-        cells.push_back(value_text(row.value(key, Json())));
+      for (const std::string& column : survey.keys) {
+        cells.push_back(value_text(row.value(column, Json())));
       }
       table.add_row(cells);
     }
-    table.print();
-  } else if (section.is_object()) {
-    Table table({"name", "value"});
-    for (const auto& [key, value] : section.items()) {
-      table.add_row({key, value_text(value)});
+  };
+  if (survey.count == survey.rows.size()) {
+    for (const auto& [key, row] : survey.rows) {
+      print_row(key, row);
     }
-    table.print();
   } else {
-    for (const Json& value : section) {
-      std::puts(printable(value_text(value)).c_str());
-    }
+    JsonRows again(print_row);
+    describe_site(name, [&](std::string_view text) { again.feed(text); });
   }
+  if (is_object || is_table) {
+    table.finish();
+  }
+}
+
+/** "10  GB-1001/A  x2  [Torque: 9 Nm]" */
+std::string occurrence_text(const Json& occurrence) {
+  const auto text = [&](const char* member) { return value_text(occurrence.at(member)); };
+  std::string line = text("sequence");
+  line += (line.empty() ? "" : "  ") + text("item");
+  line += occurrence.at("revision").is_null() ? "" : "/" + text("revision");
+  line += text("quantity").empty() ? "" : "  x" + text("quantity");
+  for (const auto& [type, note] : occurrence.at("notes").items()) {
+    line += "  [" + type + ": " + value_text(note) + "]";
+  }
+  return line;
+}
+
+void print_structure(const Json& view_revision) {
+  std::printf("%s\n", printable(value_text(view_revision.at("revision")) + "  " +
+                                value_text(view_revision.at("view_type")))
+                          .c_str());
+  const Json& occurrences = view_revision.at("occurrences");
+  for (std::size_t i = 0; i < occurrences.size(); ++i) {
+    std::printf("%s%s\n", i + 1 == occurrences.size() ? "└── " : "├── ",
+                printable(occurrence_text(occurrences[i])).c_str());
+  }
+}
+
+/** What structures are made of in a line each, and then every structure with its lines below it. */
+void print_structures() {
+  constexpr const char* list = "view_revisions";
+  std::puts("structures");
+  JsonRows rows(
+      [&](const std::string& key, const Json& value) {
+        if (key == list) {
+          print_structure(value);
+        } else if (key == "revision_rules") {
+          for (const Json& rule : value) {
+            std::printf("revision rule: %s\n", printable(value_text(rule["name"]) + " (" +
+                                                         value_text(rule["clauses"]) + ")")
+                                                   .c_str());
+          }
+        } else if (!value.empty()) {
+          std::string name = key;
+          std::replace(name.begin(), name.end(), '_', ' ');
+          std::printf("%s: %s\n", name.c_str(), printable(value_text(value)).c_str());
+        }
+      },
+      list);
+  describe_site("structures", [&](std::string_view text) { rows.feed(text); });
+}
+
+void print(const std::string& name) {
+  if (name == "structures") {
+    print_structures();
+  } else {
+    print_section(name);
+  }
+}
+
+void print_as_json(const std::string& section) {
+  HeldOutput output;
+  describe_site(section, [&](std::string_view text) { output.write(printable_json(text)); });
+  output.write("\n");
+  output.finish();
 }
 
 struct ShowOptions {
@@ -103,15 +173,15 @@ void show_site(const ShowOptions& options) {
     throw usage_error("there is no section \"" + section + "\"",
                       "choose one of " + value_text(Json(sections)));
   }
-  const Json description = Json::parse(site.describe(section));
+  const View one_state;
   if (options.json) {
-    return print_json(description);
+    return print_as_json(section);
   }
   if (!section.empty()) {
-    return print_section(section, description);
+    return print(section);
   }
-  for (const auto& [name, part] : description.items()) {
-    print_section(name, part);
+  for (const std::string& name : sections) {
+    print(name);
     std::puts("");
   }
 }

@@ -1,10 +1,12 @@
 /** @file `zolp list items`: an item list as a table. */
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "commands/list.h"
 #include "error.h"
+#include "output.h"
 #include "release_list.h"
 #include "site.h"
 #include "text.h"
@@ -60,19 +62,22 @@ void show_items(const ItemOptions& options) {
     throw Error("list " + file.name() + " has no item line",
                 "lines begin with a level in characters 1 to 6, the item id follows");
   }
-  Json items = Json::array();
+  std::optional<JsonList> items;
+  if (options.json) {
+    items.emplace();
+  }
   Table table({"level", "item", "count"});
   for (int i = 0; i < list.count; ++i) {
     const int level = std::atoi(list.levels[i]);
     const std::string id = decoded(shown_item_id(list.item_ids[i]), options.encoding);
     if (options.json) {
-      items.push_back({{"level", level}, {"item", id}, {"count", list.counts[i]}});
+      items->add({{"level", level}, {"item", id}, {"count", list.counts[i]}});
     } else {
       table.add_row({std::to_string(level), id, std::to_string(list.counts[i])});
     }
   }
   if (options.json) {
-    return print_json(items);
+    return items->finish();
   }
   table.print();
 }

@@ -91,6 +91,8 @@ void print_tree_json(const assy_entry* root, const TreeOptions& options) {
     Json& record = siblings[depth]->emplace_back(record_json(entry, options.encoding));
     if (entry.child != nullptr && depth + 1 < options.depth) {
       siblings.push_back(&(record["children"] = Json::array()));
+    } else if (entry.child != nullptr) {
+      record["truncated"] = true;
     }
     return true;
   });

@@ -1,6 +1,7 @@
 /** @file `zolp trace diff`: where two runs part, and what differs by then. */
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <map>
 #include <optional>
 #include <span>
@@ -363,6 +364,9 @@ int compare_runs(const DiffOptions& options) {
   }
   const Comparison comparison(first, second, options);
   print_all(options, parting, comparison.found());
+  if (std::fflush(stdout) != 0) {
+    throw Error("cannot write to standard output", "check where it goes");
+  }
   return parting || !comparison.found().empty() ? differs : same;
 }
 

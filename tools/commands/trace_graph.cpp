@@ -5,12 +5,14 @@
 
 #include "commands/trace.h"
 #include "error.h"
+#include "trace/durations.h"
 
 namespace tool {
 
 namespace {
 
 struct GraphOptions : TraceOptions {
+  std::string file;
   std::string name;
 };
 
@@ -47,7 +49,8 @@ class CallGraph {
     --edge.open;
     edge.failures += event.has_failed ? 1 : 0;
     const int64_t duration = event.duration();
-    edge.total += duration != trace::unknown_time && edge.open == 0 ? duration : 0;
+    edge.total = trace::sum_of_times(
+        edge.total, duration != trace::unknown_time && edge.open == 0 ? duration : 0);
   }
 
   using Neighbours = std::vector<std::pair<uint32_t, Edge>>;
@@ -90,7 +93,7 @@ Edge sum_of(const CallGraph::Neighbours& edges) {
   for (const auto& [group, edge] : edges) {
     sum.count += edge.count;
     sum.failures += edge.failures;
-    sum.total += edge.total;
+    sum.total = trace::sum_of_times(sum.total, edge.total);
   }
   return sum;
 }
@@ -184,21 +187,21 @@ void add_trace_graph(CLI::App& group) {
   CLI::App* const command =
       group.add_subcommand("graph", "Print who calls a function and what it calls");
   const auto options = std::make_shared<GraphOptions>();
-  // Of several arguments the last one is the name.
-  command
-      ->add_option("FILE", options->files,
-                   "Text traces and recordings, - for standard input; then the function's name, "
-                   "in which * stands for any characters")
+  command->add_option("FILE", options->file, "Text trace or recording; - for standard input")
       ->required()
-      ->expected(2, 1'000'000)
-      ->type_name("... NAME");
+      ->type_name("");
+  command
+      ->add_option("NAME", options->name,
+                   "The function; * stands for any characters, commas stand between several")
+      ->required()
+      ->type_name("");
+  command->add_option("MORE", options->files, "Further files")->type_name("");
   add_trace_parts(*command, *options);
   command->footer(
       "\nNAME() is a call as a function makes it, NAME the function itself.\n\n"
       "Example: zolp trace graph run.trace 'PREF_*'");
   command->callback([options] {
-    options->name = options->files.back();
-    options->files.pop_back();
+    options->files.insert(options->files.begin(), options->file);
     show_graph(*options);
   });
 }

@@ -284,11 +284,14 @@ class Tree {
     if (is_json_ || selection_.is_late()) {
       return;
     }
+    if (!selection_.is_in_range(event, input_.reader().lanes()[event.lane])) {
+      return;
+    }
     if (open.calls.empty()) {
       return selection_.chooses_all() ? lines_.text(event, 0) : void();
     }
     const OpenCall& call = open.calls.back();
-    if (call.is_wanted) {
+    if (is_shown(call) && selection_.is_deep_enough(call.level)) {
       begin_all(event.lane, open);
       lines_.text(event, call.level + 1);
     }

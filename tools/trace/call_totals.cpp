@@ -40,10 +40,10 @@ void CallTotals::leave(const CallEvent& event) {
     return;
   }
   std::vector<int64_t>& inside = inside_[event.lane];
-  total.own += duration - inside[event.depth + 1];
-  total.total += total.open == 0 ? duration : 0;
+  total.own = sum_of_times(total.own, sum_of_times(duration, -inside[event.depth + 1]));
+  total.total = sum_of_times(total.total, total.open == 0 ? duration : 0);
   total.durations.add(duration);
-  inside[event.depth] += duration;
+  inside[event.depth] = sum_of_times(inside[event.depth], duration);
 }
 
 CallTotal CallTotals::sum() const {
@@ -52,7 +52,7 @@ CallTotal CallTotals::sum() const {
     sum.count += total.count;
     sum.failures += total.failures;
     sum.unfinished += total.unfinished;
-    sum.own += total.own;
+    sum.own = sum_of_times(sum.own, total.own);
   }
   return sum;
 }

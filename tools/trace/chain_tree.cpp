@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "durations.h"
+
 namespace trace {
 
 uint32_t ChainTree::add(const CallEvent& event) {
@@ -30,11 +32,11 @@ uint32_t ChainTree::leave(const CallEvent& event, std::vector<OpenCall>& open) {
   node.failures += event.has_failed ? 1 : 0;
   node.unfinished += event.ending == Ending::open ? 1 : 0;
   if (const int64_t duration = event.duration(); duration != unknown_time) {
-    latest_own_ = duration - call.inside;
-    node.own += latest_own_;
-    node.total += call.is_inner ? 0 : duration;
+    latest_own_ = sum_of_times(duration, -call.inside);
+    node.own = sum_of_times(node.own, latest_own_);
+    node.total = sum_of_times(node.total, call.is_inner ? 0 : duration);
     if (!open.empty()) {
-      open.back().inside += duration;
+      open.back().inside = sum_of_times(open.back().inside, duration);
     }
   }
   return call.node;

@@ -8,6 +8,13 @@
 
 namespace trace {
 
+/** A sum that stays at the end of its range: a damaged trace may have any times. */
+inline int64_t sum_of_times(int64_t one, int64_t other) {
+  const bool is_positive = other > 0;
+  const int64_t end = is_positive ? INT64_MAX : -INT64_MAX;
+  return (is_positive ? one > end - other : one < end - other) ? end : one + other;
+}
+
 /**
  * Durations in nanoseconds. Each power of two is divided into 32 steps, so that a percentile is
  * exact to 3 %; all else is exact.

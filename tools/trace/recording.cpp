@@ -238,8 +238,11 @@ void Reader::read_chunks() {
 
 void Reader::read_events(const Chunk& chunk) {
   const uint64_t counter = MEMBER(bytes_, ChunkHeader, chunk.offset, counter);
-  const auto elapsed = static_cast<int64_t>(MEMBER(bytes_, ChunkHeader, chunk.offset, elapsed) -
-                                            layout_.start.elapsed);
+  constexpr int64_t longest = 1'000'000'000'000'000'000;
+  const int64_t elapsed =
+      std::clamp(static_cast<int64_t>(MEMBER(bytes_, ChunkHeader, chunk.offset, elapsed) -
+                                      layout_.start.elapsed),
+                 -longest, longest);
   const uint32_t thread = MEMBER(bytes_, ChunkHeader, chunk.offset, thread);
   const uint64_t count = (layout_.chunk_size - sizeof(ChunkHeader)) / sizeof(RecordedEvent);
   for (uint64_t i = 0; i < count; ++i) {

@@ -42,8 +42,7 @@ RecordingCalls::RecordingCalls(Reading& reading, std::unique_ptr<TraceFile> file
   try {
     recording_ = read_recording(rest_of(*file, std::move(begin)));
   } catch (const std::runtime_error& error) {
-    throw std::runtime_error(name_ + " " + error.what() +
-                             ": read it with the program that fits it");
+    throw tool::Error(name_ + " " + error.what(), "read it with the zolp that belongs to it");
   }
   for (const Text& text : recording_.texts) {
     if (text.kind == TextKind::error_of_call) {

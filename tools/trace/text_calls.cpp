@@ -6,13 +6,10 @@
 #include <utility>
 
 #include "error.h"
+#include "told_failure.h"
 
 namespace trace {
 namespace {
-
-constexpr size_t block_size = size_t{128} * 1024;
-constexpr size_t longest_line = size_t{8} * 1024 * 1024;
-constexpr size_t slack = 64; /**< bytes behind the buffer's contents that may be looked at */
 
 /** A process that begins anew counts its time from 0; threads differ by less. */
 constexpr int64_t earlier_by_a_run = 1'000'000'000;
@@ -68,72 +65,6 @@ bool holds_control_characters(std::string_view text) {
   });
 }
 
-/** A failure that a line tells of. */
-struct ToldFailure {
-  CallKind kind{};
-  NamedCall call;
-  int32_t status = 0;
-};
-
-bool read_number(std::string_view text, int32_t& number) {
-  const bool is_negative = text.starts_with('-');
-  text.remove_prefix(is_negative ? 1 : 0);
-  int64_t value = 0;
-  if (text.empty() || text.size() > 10 || !std::all_of(text.begin(), text.end(), is_digit)) {
-    return false;
-  }
-  for (const char digit : text) {
-    value = value * 10 + (digit - '0');
-  }
-  number = static_cast<int32_t>(is_negative ? -value : value);
-  return true;
-}
-
-/** `File:F Line:N Funktion:CALL returned S `, wherever it begins in the line. */
-bool read_traced_failure(std::string_view line, ToldFailure& told) {
-  constexpr std::string_view file = "File:", line_number = " Line:", function = " Funktion:",
-                             returned = " returned ";
-  const size_t begin = line.find(file);
-  const size_t status = line.rfind(returned);
-  if (begin == std::string_view::npos || status == std::string_view::npos) {
-    return false;
-  }
-  const size_t number = line.find(line_number, begin);
-  const size_t call = line.find(function, begin);
-  int32_t place = 0;
-  if (number == std::string_view::npos || call == std::string_view::npos || call < number ||
-      call + function.size() > status ||
-      !read_number(line.substr(number + line_number.size(), call - number - line_number.size()),
-                   place) ||
-      !read_number(
-          line.substr(status + returned.size(), line.size() - status - returned.size() - 1),
-          told.status)) {
-    return false;
-  }
-  told.kind = CallKind::traced;
-  told.call.text = line.substr(call + function.size(), status - call - function.size());
-  told.call.file = line.substr(begin + file.size(), number - begin - file.size());
-  told.call.line = static_cast<uint32_t>(place);
-  return !told.call.text.empty() && !told.call.file.empty();
-}
-
-/** `##ORK_err_S: CALL   F:N`, wherever it begins in the line. */
-bool read_guarded_failure(std::string_view line, ToldFailure& told) {
-  constexpr std::string_view mark = "##ORK_err_";
-  const size_t begin = line.find(mark);
-  const size_t colon = line.find(": ", begin == std::string_view::npos ? line.size() : begin);
-  if (colon == std::string_view::npos ||
-      !read_number(line.substr(begin + mark.size(), colon - begin - mark.size()), told.status)) {
-    return false;
-  }
-  told.kind = CallKind::guarded;
-  told.call = parse_call(line.substr(colon + 2));
-  while (told.call.text.ends_with(' ')) {
-    told.call.text.remove_suffix(1);
-  }
-  return !told.call.text.empty();
-}
-
 }  // namespace
 
 /** Texts of a site's lines as they stand in the file, to be recognised by a comparison. */
@@ -144,16 +75,13 @@ struct TextCalls::KnownCall {
 };
 
 struct TextCalls::TextLane {
-  TextLane(Reading& reading, uint32_t lane, uint64_t its_process, int64_t its_start)
-      : stack(reading.sites, reading.queue, lane),
-        index(lane),
-        process(its_process),
-        start(its_start) {}
+  TextLane(Reading& reading, uint32_t lane, uint64_t its_process)
+      : stack(reading.sites, reading.queue, lane), index(lane), process(its_process) {}
 
   CallStack stack;
   uint32_t index;
   uint64_t process;
-  int64_t start;
+  int64_t start = unknown_time;
   int64_t latest_time = unknown_time;
   enum class ErrorText { none, may_follow, goes_on } error_text = ErrorText::none;
   bool has_pending_failure = false; /**< of a call that is not shown */
@@ -167,136 +95,43 @@ struct TextCalls::TextLane {
 TextCalls::TextCalls(Reading& reading, std::vector<std::string> parts,
                      std::unique_ptr<TraceFile> first, const std::string& begin, bool is_last)
     : reading_(reading),
-      parts_(parts.begin(), parts.end()),
-      file_(std::move(first)),
-      is_last_(is_last),
-      buffer_(std::max(begin.size(), block_size) + slack) {
-  std::copy(begin.begin(), begin.end(), buffer_.begin());
-  used_ = begin.size();
-  offset_ = begin.size();
-  find_complete_lines();
-}
+      lines_(std::move(parts), std::move(first), begin, is_last ? reading.options.wait : nullptr) {}
 
 TextCalls::~TextCalls() = default;
 
 bool TextCalls::read() {
-  while (!reading_.queue.is_full() && !std::exchange(has_to_wait_, false)) {
-    if (line_ < complete_) {
+  while (!reading_.queue.is_full()) {
+    if (!lines_.lines().empty()) {
       read_lines();
-    } else if (!fill()) {
+      continue;
+    }
+    // Who reads should have what there is before anybody waits.
+    const TextLines::Step step = lines_.read_on(reading_.queue.is_empty());
+    if (step == TextLines::Step::wait) {
+      return true;
+    }
+    if (step == TextLines::Step::end) {
       finish();
       return false;
     }
+    note_step(step);
   }
   return true;
 }
 
-void TextCalls::find_complete_lines() {
-  std::string_view contents(buffer_.data(), used_);
-  if (is_followed()) {
-    // The last line may still be written, and be found with line feeds behind it.
-    contents = contents.substr(0, contents.find_last_not_of('\n') + 1);
-  }
-  const size_t last = contents.rfind('\n');
-  complete_ = last == std::string_view::npos ? 0 : last + 1;
-  if (!is_format_known_ && complete_ > 0) {
-    is_format_known_ = true;
-    detect_format(contents.substr(0, complete_));
-  }
-}
-
-/** Reads the next block. @return false at the end of the last part. */
-bool TextCalls::fill() {
-  std::copy(buffer_.begin() + static_cast<std::ptrdiff_t>(line_),
-            buffer_.begin() + static_cast<std::ptrdiff_t>(used_), buffer_.begin());
-  used_ -= line_;
-  line_ = complete_ = 0;
-  if (used_ >= longest_line) {
-    note_damage();
-    used_ = 0;
-  }
-  if (buffer_.size() - slack < used_ + block_size) {
-    buffer_.resize(std::max(used_ + block_size, 2 * used_) + slack);
-  }
-  const size_t count = file_->read(buffer_.data() + used_, block_size);
-  if (count == 0) {
-    return go_on_at_end();
-  }
-  used_ += count;
-  offset_ += count;
-  find_complete_lines();
-  return true;
-}
-
-/** At the end of a file: goes on with the next part, or waits for more. */
-bool TextCalls::go_on_at_end() {
-  if (is_followed()) {
-    return wait_for_more();
-  }
-  read_cut_line();
-  if (parts_.empty()) {
-    return false;
-  }
-  file_ = std::make_unique<TraceFile>(parts_.front());
-  parts_.pop_front();
-  offset_ = 0;
-  lines_before_ = line_number_;
-  is_format_known_ = false;
-  for (const TextLane& lane : lanes_) {
-    reading_.lanes[lane.index].parts.push_back({file_->shown_name(), lines_before_});
-  }
-  return true;
-}
-
-/** The end of a file without a line feed. What is cut would be taken for something else. */
-void TextCalls::read_cut_line() {
-  const std::string_view rest(buffer_.data(), used_);
-  if (rest.find_first_not_of('\0') != std::string_view::npos) {
+void TextCalls::note_step(TextLines::Step step) {
+  if (step == TextLines::Step::new_part) {
+    lines_before_ = line_number_;
+    is_format_known_ = false;
+    for (const TextLane& lane : lanes_) {
+      reading_.lanes[lane.index].parts.push_back({lines_.name(), lines_before_});
+    }
+  } else if (step == TextLines::Step::cut_line) {
     ++line_number_;
     reading_.remarks.push_back(here() + ": the last line is cut, and was left out");
+  } else if (step == TextLines::Step::long_line) {
+    note_damage();
   }
-  used_ = 0;
-}
-
-/** Whether this is a file that is waited for at its end. */
-bool TextCalls::is_followed() const {
-  return parts_.empty() && is_last_ && reading_.options.wait;
-}
-
-/**
- * At the end of a file that grows. The room behind its text may be filled with line feeds, and its
- * last line may still be written: both are read anew. A line that has not changed meanwhile counts.
- */
-bool TextCalls::wait_for_more() {
-  const std::string_view contents(buffer_.data(), used_);
-  const size_t end = contents.find_last_not_of('\n') + 1;
-  const size_t begin = end == 0 ? 0 : contents.rfind('\n', end - 1) + 1;
-  const std::string_view line = contents.substr(begin, end - begin);
-  if (!line.empty() && line == growing_line_ && end < used_) {
-    complete_ = end + 1;
-    growing_line_.clear();
-    return true;
-  }
-  if (!reading_.queue.is_empty()) {
-    // Who reads should have what there is before anybody waits.
-    has_to_wait_ = true;
-    return true;
-  }
-  growing_line_ = line;
-  if (!reading_.options.wait()) {
-    return false;
-  }
-  const uint64_t held_at = offset_ - used_ + begin;
-  if (file_->was_replaced(held_at)) {
-    file_ = std::make_unique<TraceFile>(file_->path());
-    offset_ = 0;
-  } else if (!file_->go_to(held_at)) {
-    return false;
-  } else {
-    offset_ = held_at;
-  }
-  used_ = 0;
-  return true;
 }
 
 void TextCalls::detect_format(std::string_view lines) {
@@ -354,19 +189,21 @@ void TextCalls::choose_lane(const Prefix& prefix) {
   if (format_.has_time) {
     lane_->latest_time = prefix.time;
   }
+  if (format_.has_clock && lane_->start == unknown_time) {
+    lane_->start = reading_.lanes[lane_->index].start = prefix.clock - prefix.time;
+  }
+  if (format_.has_time || format_.has_clock) {
+    reading_.lanes[lane_->index].has_times = true;
+  }
 }
 
 void TextCalls::add_lane(const Prefix& prefix) {
   Lane lane;
-  lane.file = file_->shown_name();
+  lane.file = lines_.name();
   lane.parts.push_back({lane.file, lines_before_});
   lane.process = prefix.process;
-  lane.has_times = format_.has_time || format_.has_clock;
-  if (format_.has_clock) {
-    lane.start = prefix.clock - prefix.time;
-  }
-  lane_ = &lanes_.emplace_back(reading_, static_cast<uint32_t>(reading_.lanes.size()),
-                               prefix.process, lane.start);
+  lane_ =
+      &lanes_.emplace_back(reading_, static_cast<uint32_t>(reading_.lanes.size()), prefix.process);
   reading_.lanes.push_back(std::move(lane));
 }
 
@@ -381,20 +218,20 @@ void TextCalls::finish() {
   }
   is_finished_ = true;
   if (calls_ == 0 && damaged_lines_ > 0) {
-    throw tool::Error(file_->shown_name() + " is neither a text trace nor a recording",
+    throw tool::Error(lines_.name() + " is neither a text trace nor a recording",
                       "name a file that ZOLP_TRACE_FILE or ZOLP_TRACE_RECORD has named");
   }
   for (TextLane& lane : lanes_) {
     end_lane(lane);
   }
   if (calls_ == 0 && line_number_ > 0) {
-    reading_.remarks.push_back(file_->shown_name() +
+    reading_.remarks.push_back(lines_.name() +
                                " holds no calls: trace with ZOLP_TRACE_LEVEL=log or trace");
   }
   if (exits_without_entry_ > 0) {
-    reading_.remarks.push_back(file_->shown_name() + ": the beginning is missing: " +
-                               std::to_string(exits_without_entry_) +
-                               " exits of calls whose entries are not there were left out");
+    reading_.remarks.push_back(
+        lines_.name() + ": the beginning is missing: " + std::to_string(exits_without_entry_) +
+        " exits of calls whose entries are not there were left out");
   }
   if (damaged_lines_ > 0) {
     reading_.remarks.push_back(first_damage_ + ": this is no text; " +
@@ -404,8 +241,13 @@ void TextCalls::finish() {
 }
 
 void TextCalls::read_lines() {
-  const char* line = buffer_.data() + line_;
-  const char* const end = buffer_.data() + complete_;
+  const std::string_view lines = lines_.lines();
+  if (!is_format_known_) {
+    is_format_known_ = true;
+    detect_format(lines);
+  }
+  const char* line = lines.data();
+  const char* const end = line + lines.size();
   while (line < end && !reading_.queue.is_full()) {
     ++line_number_;
     if (*line == '\n') {
@@ -426,7 +268,7 @@ void TextCalls::read_lines() {
     }
     line = read_line(line, after_blanks(text), end);
   }
-  line_ = static_cast<size_t>(line - buffer_.data());
+  lines_.consume(static_cast<size_t>(line - lines.data()));
 }
 
 /** Reads a line. @param text its first character that is no blank. @return the next line. */
@@ -586,7 +428,7 @@ void TextCalls::read_rare_line(std::string_view line, std::string_view text) {
   if (holds_control_characters(text)) {
     return note_damage();
   }
-  if (!text.empty() && (read_failure(text) || read_late_arrow(line, text))) {
+  if (!text.empty() && (read_told_failure(text) || read_late_arrow(line, text))) {
     return;
   }
   settle(*lane_);
@@ -622,9 +464,9 @@ bool TextCalls::read_error_text(std::string_view text) {
   return true;
 }
 
-bool TextCalls::read_failure(std::string_view text) {
+bool TextCalls::read_told_failure(std::string_view text) {
   ToldFailure told;
-  if (!read_traced_failure(text, told) && !read_guarded_failure(text, told)) {
+  if (!read_failure(text, told)) {
     return false;
   }
   settle(*lane_);
@@ -702,7 +544,7 @@ void TextCalls::note_damage() {
 }
 
 std::string TextCalls::here() const {
-  return file_->shown_name() + ", line " + std::to_string(line_number_ - lines_before_);
+  return lines_.name() + ", line " + std::to_string(line_number_ - lines_before_);
 }
 
 }  // namespace trace

@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "call_source.h"
+#include "text_lines.h"
 #include "text_prefix.h"
 
 namespace trace {
@@ -46,12 +47,7 @@ class TextCalls final : public CallSource {
   struct KnownCall;
   struct TextLane;
 
-  bool fill();
-  bool go_on_at_end();
-  bool is_followed() const;
-  bool wait_for_more();
-  void find_complete_lines();
-  void read_cut_line();
+  void note_step(TextLines::Step step);
   void finish();
 
   void detect_format(std::string_view lines);
@@ -69,7 +65,7 @@ class TextCalls final : public CallSource {
   void read_entry(std::string_view call);
   void read_exit(std::string_view line);
   bool read_error_text(std::string_view text);
-  bool read_failure(std::string_view text);
+  bool read_told_failure(std::string_view text);
   bool read_late_arrow(std::string_view line, std::string_view text);
 
   void enter(uint32_t site);
@@ -83,18 +79,8 @@ class TextCalls final : public CallSource {
   std::string here() const;
 
   Reading& reading_;
-  std::deque<std::string> parts_; /**< not yet read */
-  std::unique_ptr<TraceFile> file_;
-  bool is_last_;
+  TextLines lines_;
   bool is_finished_ = false;
-
-  std::vector<char> buffer_;
-  size_t used_ = 0;          /**< bytes of the buffer that were read ... */
-  size_t line_ = 0;          /**< ... the next line's place there ... */
-  size_t complete_ = 0;      /**< ... and the end of its complete lines */
-  uint64_t offset_ = 0;      /**< in the file, of the buffer's end */
-  std::string growing_line_; /**< the last one when the end was reached */
-  bool has_to_wait_ = false;
 
   PrefixFormat format_;
   bool has_prefix_ = false;

@@ -43,7 +43,8 @@ bool read_clock(std::string_view line, int64_t& clock) {
   const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(year)),
                                          std::chrono::month(static_cast<unsigned>(month)),
                                          std::chrono::day(static_cast<unsigned>(day))};
-  if (!date.ok()) {
+  constexpr int64_t first_year = 1970, last_year = 2200;  // nanoseconds since then are numbers
+  if (!date.ok() || year < first_year || year > last_year) {
     return false;
   }
   const int64_t days = std::chrono::sys_days(date).time_since_epoch().count();
@@ -59,7 +60,7 @@ size_t read_time(std::string_view line, int64_t& time) {
   while (at < line.size() && at < time_size - 1 && line[at] == ' ') {
     ++at;
   }
-  constexpr size_t most_digits = 15;
+  constexpr size_t most_digits = 14;
   const size_t first = at;
   int64_t number = 0;
   while (at < line.size() && is_digit(line[at]) && at - first < most_digits) {

@@ -1,0 +1,374 @@
+// Seeds of many items against the rows that they make, structures in different orders, and a
+// listing of all objects against a query of the same columns.
+
+#include <sqlite3.h>
+#include <sys/resource.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "groups.h"
+#include "ork_host.h"
+#include "ratios.h"
+
+namespace bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+int item_count = 10'000;  // ZOLP_BENCH_ITEMS has another number
+constexpr int structure_depth = 2'000;
+fs::path folder;
+
+void require(bool holds, const char* what) {
+  if (!holds) {
+    std::fprintf(stderr, "seeds: %s\n", what);
+    std::abort();
+  }
+}
+
+std::string path_of(const char* name) {
+  return (folder / name).string();
+}
+
+// -------------------------------------------------------------------------------------- the seeds
+
+constexpr const char* users = R"({
+  "site": {"id": 100, "name": "Bench", "automatic_login": "ada", "password_cost": 1},
+  "groups": ["engineering"], "roles": ["designer"],
+  "users": [{"id": "ada", "memberships": [{"group": "engineering", "role": "designer"}]}]})";
+
+void write_items() {
+  std::ofstream file(path_of("items.json"));
+  file << R"({"items": [)";
+  for (int i = 0; i < item_count; ++i) {
+    const std::string id = std::to_string(100'000'000 + i);
+    file << (i == 0 ? "\n" : ",\n") << R"({"id": ")" << id << R"(", "name": "Part )" << id
+         << R"(", "description": "One of many parts",)"
+         << R"( "revisions": [{"id": "A"}, {"id": "B", "name": "Better part )" << id << R"("}]})";
+  }
+  file << "]}\n";
+}
+
+/** A chain of items, each with lines of the next one and of two that have none. */
+std::string structures(bool parents_first) {
+  std::string items;
+  std::string lists;
+  for (int n = 0; n < structure_depth; ++n) {
+    const int i = parents_first ? n : structure_depth - 1 - n;
+    items += std::string(n == 0 ? "" : ",") + R"({"id": "S)" + std::to_string(n) +
+             R"(", "name": "Part", "revisions": [{"id": "A"}]})";
+    if (i + 3 < structure_depth) {
+      lists += std::string(lists.empty() ? "" : ",") + R"({"item": "S)" + std::to_string(i) +
+               R"(", "revision": "A", "lines": [)";
+      for (const int child : {i + 1, i + 2, i + 3}) {
+        lists += std::string(child == i + 1 ? "" : ",") + R"({"item": "S)" + std::to_string(child) +
+                 R"(", "quantity": 2, "sequence": 10})";
+      }
+      lists += "]}";
+    }
+  }
+  return R"({"items": [)" + items + R"(], "structures": [)" + lists + "]}";
+}
+
+void remove_site(const char* name) {
+  for (const char* ending : {"", "-wal", "-shm"}) {
+    fs::remove(path_of(name) + ending);
+  }
+}
+
+/** A copy of the site that has users and nothing else. */
+std::string fresh_site(const char* name) {
+  if (!fs::exists(path_of("users.db"))) {
+    require(ork_host_open(path_of("users.db").c_str()) == ORK_ok, "a site is made");
+    require(ork_host_seed(users) == ORK_ok, "the users are taken");
+    ork_host_close();
+  }
+  remove_site(name);
+  fs::copy_file(path_of("users.db"), path_of(name));
+  return path_of(name);
+}
+
+// ------------------------------------------------------------------- the same rows without a host
+
+class Statement {
+ public:
+  Statement(sqlite3* database, const char* sql) {
+    require(sqlite3_prepare_v2(database, sql, -1, &statement_, nullptr) == SQLITE_OK, sql);
+  }
+  ~Statement() { sqlite3_finalize(statement_); }
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+
+  sqlite3_stmt* get() const { return statement_; }
+  bool next() const { return sqlite3_step(statement_) == SQLITE_ROW; }
+  void run() const {
+    require(sqlite3_step(statement_) == SQLITE_DONE, "a statement fails");
+    sqlite3_reset(statement_);
+  }
+  std::string text(int column) const {
+    return reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+  }
+
+ private:
+  sqlite3_stmt* statement_ = nullptr;
+};
+
+class Rows {
+ public:
+  explicit Rows(const std::string& path) {
+    require(sqlite3_open(path.c_str(), &database_) == SQLITE_OK, "the peer's file opens");
+    execute("PRAGMA synchronous = NORMAL; PRAGMA cache_size = -65536; BEGIN IMMEDIATE");
+    instance_.emplace(database_, "INSERT INTO instance(tag, class, version) VALUES(?, ?, 1)");
+    value_.emplace(database_, "INSERT INTO value VALUES(?, ?, 0, ?)");
+    Statement names(database_,
+                    "SELECT name, id FROM attribute UNION ALL SELECT name, id FROM class");
+    while (names.next()) {
+      ids_[names.text(0)] = sqlite3_column_int64(names.get(), 1);
+    }
+    Statement number(database_, "SELECT value FROM meta WHERE name = 'next_number'");
+    number.next();
+    next_ = sqlite3_column_int64(number.get(), 0);
+    user_ = find("user_id", "ada");
+    group_ = find("group_name", "engineering");
+  }
+  ~Rows() { sqlite3_close(database_); }
+  Rows(const Rows&) = delete;
+  Rows& operator=(const Rows&) = delete;
+
+  sqlite3_int64 add(const char* type, const std::string& name) {
+    const sqlite3_int64 object = next_++;
+    sqlite3_bind_int64(instance_->get(), 1, object);
+    sqlite3_bind_int64(instance_->get(), 2, ids_.at(type));
+    instance_->run();
+    put(object, "object_name", name);
+    put(object, "object_type", type);
+    put(object, "creation_date", "2026-03-31 12:00:00");
+    put(object, "last_mod_date", "2026-03-31 12:00:00");
+    put(object, "owning_user", user_);
+    put(object, "owning_group", group_);
+    return object;
+  }
+  void put(sqlite3_int64 object, const char* attribute, const std::string& text) {
+    sqlite3_bind_text(value_->get(), 3, text.data(), static_cast<int>(text.size()), SQLITE_STATIC);
+    put(object, attribute);
+  }
+  void put(sqlite3_int64 object, const char* attribute, sqlite3_int64 reference) {
+    sqlite3_bind_int64(value_->get(), 3, reference);
+    put(object, attribute);
+  }
+  void finish() {
+    execute(
+        ("UPDATE meta SET value = " + std::to_string(next_) + " WHERE name = 'next_number'; COMMIT")
+            .c_str());
+    value_.reset();
+    instance_.reset();
+  }
+
+ private:
+  void put(sqlite3_int64 object, const char* attribute) {
+    sqlite3_bind_int64(value_->get(), 1, object);
+    sqlite3_bind_int64(value_->get(), 2, ids_.at(attribute));
+    value_->run();
+  }
+  void execute(const char* sql) {
+    require(sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sql);
+  }
+  sqlite3_int64 find(const char* attribute, const char* text) {
+    Statement found(database_, "SELECT instance FROM value WHERE attribute = ? AND content = ?");
+    sqlite3_bind_int64(found.get(), 1, ids_.at(attribute));
+    sqlite3_bind_text(found.get(), 2, text, -1, SQLITE_STATIC);
+    require(found.next(), "the user and the group are there");
+    return sqlite3_column_int64(found.get(), 0);
+  }
+
+  sqlite3* database_ = nullptr;
+  std::optional<Statement> instance_, value_;
+  std::map<std::string, sqlite3_int64, std::less<>> ids_;
+  sqlite3_int64 next_ = 0, user_ = 0, group_ = 0;
+};
+
+void insert_rows(const std::string& site) {
+  std::ifstream file(path_of("items.json"));
+  const nlohmann::json seed = nlohmann::json::parse(file);
+  Rows rows(site);
+  for (const nlohmann::json& item : seed["items"]) {
+    const std::string name = item["name"];
+    const sqlite3_int64 object = rows.add("Item", name);
+    rows.put(object, "object_desc", item["description"].get_ref<const std::string&>());
+    rows.put(object, "item_id", item["id"].get_ref<const std::string&>());
+    for (const nlohmann::json& revision : item["revisions"]) {
+      const sqlite3_int64 made = rows.add("ItemRevision", revision.value("name", name));
+      rows.put(made, "item_tag", object);
+      rows.put(made, "item_revision_id", revision["id"].get_ref<const std::string&>());
+    }
+  }
+  rows.finish();
+}
+
+/** Number and total length of the values of a site. */
+std::string measure_of(const char* name) {
+  sqlite3* database = nullptr;
+  require(sqlite3_open(path_of(name).c_str(), &database) == SQLITE_OK, "a site opens");
+  std::string measure;
+  {
+    Statement sums(database, "SELECT count(*) || ' ' || sum(length(content)) FROM value");
+    sums.next();
+    measure = sums.text(0);
+  }
+  sqlite3_close(database);
+  return measure;
+}
+
+// ---------------------------------------------------------------------------------- benchmarks
+
+template <typename Work>
+void measure(benchmark::State& state, const Work& work) {
+  for (auto _ : state) {
+    const double seconds = work();
+    state.SetIterationTime(seconds);
+  }
+}
+
+void seed_items(benchmark::State& state) {
+  measure(state, [] {
+    const std::string path = fresh_site("items.db");
+    const Stopwatch stopwatch;
+    require(ork_host_open(path.c_str()) == ORK_ok, "the site opens");
+    require(ork_host_seed_file(path_of("items.json").c_str()) == ORK_ok, "the seed is taken");
+    ork_host_close();
+    return stopwatch.seconds();
+  });
+}
+
+void insert_items(benchmark::State& state) {
+  measure(state, [] {
+    const std::string path = fresh_site("rows.db");
+    const Stopwatch stopwatch;
+    insert_rows(path);
+    return stopwatch.seconds();
+  });
+  require(!fs::exists(path_of("items.db")) || measure_of("items.db") == measure_of("rows.db"),
+          "the host and the peer make the same rows");
+}
+
+double take(const std::string& seed) {
+  const Stopwatch stopwatch;
+  require(ork_host_seed(seed.c_str()) == ORK_ok, "the structures are taken");
+  return stopwatch.seconds();
+}
+
+template <bool ParentsFirst>
+void seed_structures(benchmark::State& state) {
+  const std::string seed = structures(ParentsFirst);
+  measure(state, [&seed] {
+    require(ork_host_open(fresh_site("structures.db").c_str()) == ORK_ok, "the site opens");
+    const double seconds = take(seed);
+    ork_host_close();
+    return seconds;
+  });
+}
+
+void seed_structures_again(benchmark::State& state) {
+  const std::string seed = structures(true);
+  measure(state, [&seed] {
+    require(ork_host_open(fresh_site("structures.db").c_str()) == ORK_ok, "the site opens");
+    take(seed);
+    const double seconds = take(seed);
+    ork_host_close();
+    return seconds;
+  });
+}
+
+/** Processor time of the programs that this one has waited for. */
+double seconds_of_programs() {
+  rusage used{};
+  getrusage(RUSAGE_CHILDREN, &used);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+  };
+  return seconds(used.ru_utime) + seconds(used.ru_stime);
+}
+
+void find_all(benchmark::State& state) {
+  const std::string command = std::string(ZOLP_PROGRAM) + " find '*' --host " +
+                              path_of("items.db") + " > " + path_of("found.txt");
+  measure(state, [&command] {
+    const double before = seconds_of_programs();
+    require(std::system(command.c_str()) == 0, "zolp finds the objects");
+    return seconds_of_programs() - before;
+  });
+}
+
+constexpr const char* same_columns = R"(
+WITH a(name, id) AS (SELECT name, id FROM attribute)
+SELECT CASE c.name WHEN 'Item' THEN d.content || '-' || n.content
+         WHEN 'ItemRevision' THEN o.content || '/' || r.content || '-' || n.content
+         ELSE n.content END, c.name, y.content, u.content,
+  coalesce((SELECT name.content FROM value s JOIN value name ON name.instance = s.content AND
+      name.attribute = (SELECT id FROM attribute WHERE name = 'object_name')
+    WHERE s.instance = i.tag AND s.attribute = (SELECT id FROM a WHERE name = 'release_status_list')
+    ORDER BY s.position DESC LIMIT 1), '')
+FROM instance i JOIN class c ON c.id = i.class
+JOIN value n ON n.instance = i.tag AND n.attribute = (SELECT id FROM a WHERE name = 'object_name')
+JOIN value y ON y.instance = i.tag AND y.attribute = (SELECT id FROM a WHERE name = 'object_type')
+LEFT JOIN value d ON d.instance = i.tag AND d.attribute = (SELECT id FROM a WHERE name = 'item_id')
+LEFT JOIN value r ON r.instance = i.tag AND
+  r.attribute = (SELECT id FROM a WHERE name = 'item_revision_id')
+LEFT JOIN value t ON t.instance = i.tag AND t.attribute = (SELECT id FROM a WHERE name = 'item_tag')
+LEFT JOIN value o ON o.instance = t.content AND
+  o.attribute = (SELECT id FROM a WHERE name = 'item_id')
+LEFT JOIN value w ON w.instance = i.tag AND
+  w.attribute = (SELECT id FROM a WHERE name = 'owning_user')
+LEFT JOIN value u ON u.instance = w.content AND
+  u.attribute = (SELECT id FROM a WHERE name = 'user_id')
+WHERE i.deleted = 0)";
+
+void query_all(benchmark::State& state) {
+  measure(state, [] {
+    const Stopwatch stopwatch;
+    sqlite3* database = nullptr;
+    require(sqlite3_open(path_of("items.db").c_str(), &database) == SQLITE_OK, "the site opens");
+    std::FILE* const out = std::fopen(path_of("queried.txt").c_str(), "w");
+    {
+      Statement rows(database, same_columns);
+      while (rows.next()) {
+        for (int column = 0; column < 5; ++column) {
+          std::fputs(rows.text(column).c_str(), out);
+          std::fputc(column < 4 ? '|' : '\n', out);
+        }
+      }
+    }
+    std::fclose(out);
+    sqlite3_close(database);
+    return stopwatch.seconds();
+  });
+}
+
+}  // namespace
+
+/** The last ones, since they open sites of their own. */
+void add_seed_benchmarks(const std::string& where) {
+  folder = where;
+  if (const char* const items = std::getenv("ZOLP_BENCH_ITEMS")) {
+    item_count = std::atoi(items);
+  }
+  write_items();
+  compare({"seed of items with two revisions", "its rows inserted by prepared statements", 2.0},
+          seed_items, insert_items, 1);
+  compare({"structures seeded, parents first", "the same, children first", 1.2},
+          seed_structures<true>, seed_structures<false>, 1);
+  compare({"structures seeded a second time", "the first time", 1.2}, seed_structures_again,
+          seed_structures<true>, 1);
+  compare({"zolp find '*'", "an SQLite query of the same columns", 6.0}, find_all, query_all, 1);
+}
+
+}  // namespace bench

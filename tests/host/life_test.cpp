@@ -1,0 +1,257 @@
+// Whole sites: exported and made again, looked over, broken and restored.
+
+#include <nlohmann/json.hpp>
+#include <random>
+
+#include <sqlite3.h>
+
+#include "support/prelude.h"
+
+namespace {
+
+using Json = nlohmann::json;
+namespace fs = std::filesystem;
+
+/** Changes rows of a site, whatever its rules. */
+void damage(const std::string& site, const std::string& statement) {
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(site.c_str(), &database), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(database, statement.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+      << sqlite3_errmsg(database);
+  EXPECT_GT(sqlite3_changes(database), 0) << statement;
+  sqlite3_close(database);
+}
+
+class Life : public testing::Test {
+ protected:
+  void TearDown() override { ork_host_close(); }
+
+  /** The open site as a seed; the files of each are in a folder of its own. */
+  std::string exported() {
+    const std::string name = "files" + std::to_string(++exports_);
+    char* json = nullptr;
+    EXPECT_EQ(
+        ork_host_export(folder_.path(name).c_str(), (folder_.path(name) + "/").c_str(), 1, &json),
+        ORK_ok)
+        << test::last_error();
+    return test::take(json);
+  }
+
+  /** What two exports have in common: all but the folders of their files. */
+  std::string comparable(std::string seed, int number) const {
+    const std::string folder = folder_.path("files" + std::to_string(number)) + "/";
+    const std::string escaped = Json(folder).dump();
+    const std::string in_json = escaped.substr(1, escaped.size() - 2);
+    for (std::size_t at = 0; (at = seed.find(in_json, at)) != std::string::npos;) {
+      seed.erase(at, in_json.size());
+    }
+    return seed;
+  }
+
+  /** Exports the open site, makes another one of that, twice, and compares its export. */
+  void expect_equal_copy() {
+    const std::string first = exported();
+    const int number = exports_;
+    ASSERT_EQ(ork_host_open(":memory:"), ORK_ok);
+    for (int times = 0; times < 2; ++times) {
+      ASSERT_EQ(ork_host_seed(first.c_str()), ORK_ok) << test::last_error();
+    }
+    const std::string second = exported();
+    EXPECT_TRUE(comparable(first, number) == comparable(second, exports_)) << first << second;
+  }
+
+  static Json look(const std::string& site, bool repair = false) {
+    int findings = -1;
+    char* json = nullptr;
+    EXPECT_EQ(ork_host_check(site.c_str(), repair ? 1 : 0, &findings, &json), ORK_ok)
+        << test::last_error();
+    const Json found = Json::parse(test::take(json));
+    EXPECT_EQ(findings == 0, found["whole"].get<bool>());
+    return found;
+  }
+
+  static std::vector<std::string> kinds(const Json& found) {
+    std::vector<std::string> kinds;
+    for (const Json& finding : found["findings"]) {
+      kinds.push_back(finding["kind"]);
+    }
+    return kinds;
+  }
+
+  test::TemporaryFolder folder_;
+  std::string site_ = folder_.path("site.db");
+  std::string copy_ = folder_.path("copy.db");
+  int exports_ = 0;
+};
+
+constexpr const char* people = R"({
+  "site": {"id": 7, "automatic_login": "ada", "password_cost": 1},
+  "groups": [{"name": "all", "description": "Everybody"}], "roles": ["any", "other"],
+  "users": [{"id": "ada", "password": "secret", "administrator": true,
+             "memberships": [{"group": "all", "role": "any"}, {"group": "all", "role": "other"}]},
+            {"id": "bob"}],
+  "process_templates": [{"name": "Check", "tasks": [
+    {"name": "Review", "type": "review", "quorum": 1,
+     "signoffs": [{"user": "ada"}, {"pool": {"group": "all"}}]}]}]
+})";
+
+/** Makes what no section of a seed but "objects" can say, as many as a number has it. */
+void work(unsigned number, const test::TemporaryFolder& folder) {
+  std::mt19937 random(number);
+  const auto any = [&random](const std::vector<tag>& all) { return all[random() % all.size()]; };
+  std::vector<tag> objects;
+  tag relation_type = NULLTAG;
+  tag text_type = NULLTAG;
+  tag process = NULLTAG;
+  ASSERT_EQ(ORK_auto_login(), ORK_ok) << test::last_error();
+  ASSERT_EQ(REL_find_relation_type("VELO_reference", &relation_type), ORK_ok);
+  ASSERT_EQ(DSET_find_datasettype("Text", &text_type), ORK_ok);
+  ASSERT_EQ(FLOW_find_process_template("Check", &process), ORK_ok) << test::last_error();
+  for (int i = 0; i < 12; ++i) {
+    const std::string name = (random() % 3 == 0 ? "same \"name\" \xC3\xA4" : std::to_string(i));
+    tag made = NULLTAG;
+    tag revision = NULLTAG;
+    switch (random() % 3) {
+      case 0:
+        ASSERT_EQ(ITEM_create_item(std::to_string(i).c_str(), name.c_str(), nullptr, "A", &made,
+                                   &revision),
+                  ORK_ok)
+            << test::last_error();
+        ASSERT_EQ(OBJ_save(made) | OBJ_save(revision) | OBJ_refresh(revision, 0), ORK_ok);
+        objects.push_back(revision);
+        break;
+      case 1: {
+        tag file = NULLTAG;
+        ASSERT_EQ(
+            FILE_import_file(folder.write("in.txt", name).c_str(), nullptr, SS_TEXT, &file,
+                             nullptr) |
+                OBJ_save(file) |
+                DSET_create_dataset_with_id(text_type, name.c_str(), "d", nullptr, nullptr, &made) |
+                DSET_add_dataset_named_ref(made, "Text", DSET_PART_OF, file) | OBJ_save(made),
+            ORK_ok)
+            << test::last_error();
+        ASSERT_EQ(OBJ_refresh(file, 0), ORK_ok);
+        break;
+      }
+      default:
+        ASSERT_EQ(FOLDER_create(name.c_str(), "", &made), ORK_ok) << test::last_error();
+        for (const tag object : objects) {
+          if (random() % 2 == 0) {
+            ASSERT_EQ(FOLDER_insert_instances(made, 1, &object, 0), ORK_ok) << test::last_error();
+          }
+        }
+        ASSERT_EQ(OBJ_save(made), ORK_ok) << test::last_error();
+    }
+    ASSERT_EQ(OBJ_refresh(made, 0), ORK_ok);
+    objects.push_back(made);
+    tag relation = NULLTAG;
+    if (REL_create_relation(any(objects), any(objects), relation_type,
+                            random() % 4 == 0 ? any(objects) : NULLTAG, &relation) == ORK_ok) {
+      ASSERT_EQ(REL_save_relation(relation), ORK_ok) << test::last_error();
+    }
+  }
+  tag job = NULLTAG;
+  const tag target = any(objects);
+  const int attachment = FLOW_target_attachment;
+  ASSERT_EQ(FLOW_create_process("Job", "", process, 1, &target, &attachment, &job), ORK_ok)
+      << test::last_error();
+  ASSERT_EQ(ORK_exit_module(1), ORK_ok) << test::last_error();
+}
+
+TEST_F(Life, ExportsOfASiteAndOfWhatTheyMakeAreEqual) {
+  for (const auto& example : fs::directory_iterator(ZOLP_EXAMPLES)) {
+    const std::string seed = (example.path() / "site.json").string();
+    if (fs::exists(seed)) {
+      SCOPED_TRACE(seed);
+      ASSERT_EQ(ork_host_open(":memory:"), ORK_ok);
+      ASSERT_EQ(ork_host_seed_file(seed.c_str()), ORK_ok) << test::last_error();
+      expect_equal_copy();
+    }
+  }
+  EXPECT_GE(exports_, 8);
+  for (unsigned number = 0; number < 20; ++number) {
+    SCOPED_TRACE(number);
+    ASSERT_EQ(ork_host_open(":memory:"), ORK_ok);
+    ASSERT_EQ(ork_host_seed(people), ORK_ok) << test::last_error();
+    ASSERT_NO_FATAL_FAILURE(work(number, folder_));
+    expect_equal_copy();
+    ASSERT_EQ(ORK_init_module("ada", "secret", "all"), ORK_ok) << test::last_error();
+  }
+}
+
+TEST_F(Life, ChecksSayWhatIsWrongAndRepairWhatIsSafe) {
+  ASSERT_EQ(ork_host_open(site_.c_str()) | ork_host_seed(people), ORK_ok) << test::last_error();
+  work(1, folder_);
+  EXPECT_EQ(ork_host_snapshot(copy_.c_str(), 0), ORK_ok) << test::last_error();
+  EXPECT_EQ(ork_host_snapshot(copy_.c_str(), 0), FILE_exists);
+  EXPECT_EQ(ork_host_restore(site_.c_str(), copy_.c_str(), 0), ORK_site_in_use);
+  EXPECT_EQ(ork_host_remove(site_.c_str()), ORK_site_in_use);
+  const std::string before = exported();
+  const int number = exports_;
+  ork_host_close();
+  EXPECT_EQ(look(site_)["findings"], Json::array());
+
+  const std::string vault = site_ + ".vault/";
+  std::ofstream(vault + std::string(32, '0')) << "nobody's";
+  damage(site_, "INSERT INTO lock SELECT tag, 'bob', 'there', '" + std::string(32, '1') +
+                    "', '2026-01-01 00:00:00' FROM instance WHERE deleted = 0 LIMIT 1");
+  EXPECT_THAT(kinds(look(site_)), testing::UnorderedElementsAre("lock", "leftover"));
+  EXPECT_TRUE(look(site_, true)["whole"]);
+  EXPECT_EQ(look(site_)["findings"], Json::array());
+
+  fs::path contents;
+  for (const auto& entry : fs::directory_iterator(vault)) {
+    contents = entry.path();
+  }
+  fs::permissions(contents, fs::perms::owner_write, fs::perm_options::add);
+  std::ofstream(contents, std::ios::app) << "x";
+  damage(site_,
+         "UPDATE value SET content = 9999 WHERE attribute = (SELECT id FROM attribute WHERE "
+         "name = 'item_tag') AND instance = (SELECT min(instance) FROM value WHERE attribute "
+         "= (SELECT id FROM attribute WHERE name = 'item_tag'))");
+  EXPECT_THAT(kinds(look(site_, true)), testing::UnorderedElementsAre("reference", "contents"));
+
+  for (const bool is_unreadable : {false, true}) {
+    if (is_unreadable) {
+      std::ofstream(site_, std::ios::binary) << std::string(5000, 'x');
+      EXPECT_THAT(kinds(look(site_)), testing::ElementsAre("file"));
+      fs::remove_all(vault + contents.filename().string());
+    }
+    ASSERT_EQ(ork_host_restore(site_.c_str(), copy_.c_str(), 0), ORK_ok) << test::last_error();
+    EXPECT_EQ(look(site_)["findings"], Json::array());
+    ASSERT_EQ(ork_host_open(site_.c_str()), ORK_ok);
+    const std::string after = exported();
+    EXPECT_TRUE(comparable(before, number) == comparable(after, exports_)) << before << after;
+    ork_host_close();
+  }
+  // A copy that is not whole leaves the site alone.
+  fs::remove_all(copy_ + ".vault");
+  EXPECT_EQ(ork_host_restore(site_.c_str(), copy_.c_str(), 0), FILE_damaged);
+  EXPECT_EQ(look(site_)["findings"], Json::array());
+  EXPECT_EQ(ork_host_remove(site_.c_str()) | ork_host_remove(copy_.c_str()), ORK_ok);
+  for (const auto& entry : fs::directory_iterator(folder_.path(""))) {
+    EXPECT_FALSE(entry.path().filename().string().starts_with("site.db")) << entry.path();
+  }
+  EXPECT_EQ(ork_host_remove(folder_.write("other.txt", "no site").c_str()), ORK_site_not_available);
+}
+
+TEST_F(Life, CirclesOfStructuresAreFound) {
+  ASSERT_EQ(ork_host_open(site_.c_str()) | ork_host_seed(people) | ork_host_seed(R"({
+    "items": [{"id": "1", "name": "a", "revisions": [{"id": "A"}]},
+              {"id": "2", "name": "b", "revisions": [{"id": "A"}]}],
+    "structures": [{"item": "1", "revision": "A", "lines": [{"item": "2"}]},
+                   {"item": "2", "revision": "A", "lines": []}]})"),
+            ORK_ok)
+      << test::last_error();
+  ork_host_close();
+  damage(site_,
+         "UPDATE value SET content = (SELECT instance FROM value WHERE content = '1' AND "
+         "attribute = (SELECT id FROM attribute WHERE name = 'item_id')) WHERE attribute = "
+         "(SELECT id FROM attribute WHERE name = 'occurrence_items')");
+  const Json found = look(site_);
+  EXPECT_THAT(kinds(found), testing::ElementsAre("circle"));
+  EXPECT_THAT(found["findings"][0]["text"].get<std::string>(),
+              testing::HasSubstr("1-a, in it 1-a"));
+}
+
+}  // namespace

@@ -1,0 +1,44 @@
+/** @file `zolp dataset list`: lists the datasets of an item or revision. */
+#include <memory>
+#include <string>
+
+#include "commands/dataset.h"
+#include "objects.h"
+
+namespace tool {
+
+namespace {
+
+void list_datasets(const DatasetOptions& options) {
+  const View one_state;
+  Json rows = Json::array();
+  for (const tag dataset : datasets_of(find_owner(options))) {
+    const Json card = dataset_card(dataset);
+    rows.push_back({{"name", card["name"]},
+                    {"type", card["type"]},
+                    {"owner", card["owner"]},
+                    {"description", card["description"]},
+                    {"references", card["references"].size()}});
+  }
+  if (options.json) {
+    return print_json(rows);
+  }
+  Table table({"name", "type", "owner", "references", "description"});
+  for (const Json& row : rows) {
+    table.add_row(
+        {row["name"], row["type"], row["owner"], row["references"].dump(), row["description"]});
+  }
+  table.print();
+}
+
+}  // namespace
+
+void add_dataset_list(CLI::App& group) {
+  const auto options = std::make_shared<DatasetOptions>();
+  add_owner_options(*add_dataset_command(group, "list", "List the datasets of an item or revision",
+                                         "\nExample: zolp dataset list --item SH-200 --rev A",
+                                         options, list_datasets),
+                    *options, true);
+}
+
+}  // namespace tool

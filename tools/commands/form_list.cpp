@@ -1,0 +1,87 @@
+/** @file `zolp form list`: lists the forms of an item, a revision and its datasets. */
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands/form.h"
+#include "datasets.h"
+#include "objects.h"
+#include "ork/form.h"
+#include "ork/rel.h"
+#include "platform_block.h"
+#include "site.h"
+
+namespace tool {
+
+namespace {
+
+struct ListOptions {
+  std::string object;
+  bool json = false;
+  LoginOptions login;
+};
+
+bool is_form(tag object) {
+  int count = 0;
+  char** names = nullptr;
+  const int status = FORM_list_fields(object, &count, &names);
+  const PlatformBlock<char*> block(names);
+  require(status, "what an object is", {FORM_not_a_form});
+  return status == ORK_ok;
+}
+
+Json row(tag form, const std::string& held_by, const std::string& as) {
+  return {{"name", name_of(form)}, {"type", type_of(form)}, {"of", held_by}, {"as", as}};
+}
+
+/** Those that are related to an object, and those that its datasets hold. */
+Json forms_of(tag object) {
+  int count = 0;
+  REL_record_s* records = nullptr;
+  require(REL_list_all_related_objects(object, &count, &records), "the relations");
+  const PlatformBlock<REL_record_s> block(records);
+  Json rows = Json::array();
+  for (int i = 0; i < count; ++i) {
+    if (records[i].primary == object && is_form(records[i].secondary)) {
+      rows.push_back(row(records[i].secondary, id_of(object), type_name(records[i].relation_type)));
+    }
+  }
+  for (const tag dataset : datasets_of(object)) {
+    for (const Reference& reference : references_of(dataset)) {
+      if (is_form(reference.object)) {
+        rows.push_back(row(reference.object, name_of(dataset), reference.name));
+      }
+    }
+  }
+  return rows;
+}
+
+void list_forms(const ListOptions& options) {
+  const View one_state;
+  const Json rows = forms_of(find_object(options.object));
+  if (options.json) {
+    return print_json(rows);
+  }
+  Table table({"name", "type", "of", "as"});
+  for (const Json& form : rows) {
+    table.add_row({form["name"], form["type"], form["of"], form["as"]});
+  }
+  table.print();
+}
+
+}  // namespace
+
+void add_form_list(CLI::App& group) {
+  CLI::App* const command =
+      group.add_subcommand("list", "List the forms of an item or revision and its datasets");
+  const auto options = std::make_shared<ListOptions>();
+  command->add_option("ID", options->object, "Item id, or item id/revision id")
+      ->required()
+      ->type_name("");
+  work_in_session(*command, options, list_forms);
+  command->footer(
+      "\n\"as\" is the type of relation, or the reference under which a dataset holds the form.\n"
+      "Example: zolp form list SH-200/A");
+}
+
+}  // namespace tool
