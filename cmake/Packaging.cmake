@@ -1,4 +1,5 @@
-# Install rules, the CMake package and the pkg-config file.
+# Install rules, the CMake package and the pkg-config file. The components are the parts that Debian makes
+# packages of: libraries, development, tools, documentation.
 
 include(CMakePackageConfigHelpers)
 
@@ -10,31 +11,73 @@ set_target_properties(zolp_basetool PROPERTIES EXPORT_NAME basetool)
 set_target_properties(zolp_orktool PROPERTIES EXPORT_NAME orktool)
 if(TARGET ork_host)
   list(APPEND installed_targets ork_host)
-  install(FILES host/ork_host.h DESTINATION "${zolp_header_dir}")
+  install(FILES host/ork_host.h DESTINATION "${zolp_header_dir}" COMPONENT development)
 endif()
 install(
   TARGETS ${installed_targets}
   EXPORT zolp_orktool
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+          COMPONENT libraries
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+          COMPONENT libraries
+          NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+          COMPONENT development)
 if(TARGET zolp)
-  install(TARGETS zolp RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-  install(DIRECTORY "${PROJECT_BINARY_DIR}/manual/" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
-  install(FILES "${PROJECT_BINARY_DIR}/completions/zolp"
-          DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
-  install(FILES "${PROJECT_BINARY_DIR}/completions/_zolp"
-          DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions")
-  install(FILES "${PROJECT_BINARY_DIR}/completions/zolp.fish"
-          DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
+  install(
+    TARGETS zolp
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+            COMPONENT tools)
+  install(
+    DIRECTORY "${PROJECT_BINARY_DIR}/manual/"
+    DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+    COMPONENT tools)
+  foreach(completion IN ITEMS zolp:bash-completion/completions _zolp:zsh/vendor-completions
+                              zolp.fish:fish/vendor_completions.d)
+    string(REGEX MATCH "(.*):(.*)" completion "${completion}")
+    install(
+      FILES "${PROJECT_BINARY_DIR}/completions/${CMAKE_MATCH_1}"
+      DESTINATION "${CMAKE_INSTALL_DATADIR}/${CMAKE_MATCH_2}"
+      COMPONENT tools)
+  endforeach()
 endif()
-install(DIRECTORY platform/ork DESTINATION "${zolp_header_dir}" FILES_MATCHING PATTERN "*.h")
-install(FILES include/zolp_orktool.h include/zolp_call_frame.h
-              platform/zolp_basetool.h DESTINATION "${zolp_header_dir}")
-install(DIRECTORY include/zolp_orktool DESTINATION "${zolp_header_dir}" FILES_MATCHING PATTERN "*.h")
-install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(
+  DIRECTORY platform/ork include/zolp_orktool
+  DESTINATION "${zolp_header_dir}"
+  COMPONENT development
+  FILES_MATCHING
+  PATTERN "*.h")
+install(
+  FILES include/zolp_orktool.h include/zolp_call_frame.h platform/zolp_basetool.h
+  DESTINATION "${zolp_header_dir}"
+  COMPONENT development)
+# The site is there once `./dev docs` has built it.
+install(
+  FILES LICENSE README.md CHANGELOG.md
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+  COMPONENT documentation)
+install(
+  DIRECTORY examples
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+  COMPONENT documentation)
+install(
+  DIRECTORY docs/
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs"
+  COMPONENT documentation
+  FILES_MATCHING
+  PATTERN "*.md"
+  PATTERN site EXCLUDE)
+install(
+  DIRECTORY build/site/html
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+  COMPONENT documentation
+  OPTIONAL)
 
-install(EXPORT zolp_orktool NAMESPACE zolp:: DESTINATION "${zolp_package_dir}")
+install(
+  EXPORT zolp_orktool
+  NAMESPACE zolp::
+  DESTINATION "${zolp_package_dir}"
+  COMPONENT development)
 configure_package_config_file(
   cmake/zolp_orktool-config.cmake.in "${PROJECT_BINARY_DIR}/zolp_orktool-config.cmake"
   INSTALL_DESTINATION "${zolp_package_dir}")
@@ -42,17 +85,20 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/zolp_orktool-config-vers
                                  COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/zolp_orktool-config.cmake"
               "${PROJECT_BINARY_DIR}/zolp_orktool-config-version.cmake"
-        DESTINATION "${zolp_package_dir}")
+        DESTINATION "${zolp_package_dir}"
+        COMPONENT development)
 
 # Paths in the pkg-config file are relative to it, so that an installation can be moved.
 file(RELATIVE_PATH zolp_prefix_from_pc "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/zolp_orktool.pc.in "${PROJECT_BINARY_DIR}/zolp_orktool.pc" @ONLY)
 configure_file(cmake/ork_host.pc.in "${PROJECT_BINARY_DIR}/ork_host.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/zolp_orktool.pc"
-        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+        COMPONENT development)
 if(TARGET ork_host)
   install(FILES "${PROJECT_BINARY_DIR}/ork_host.pc"
-          DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+          DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+          COMPONENT development)
 endif()
 
 if(EXISTS "${ZOLP_VIEWER}/page.html")
@@ -77,7 +123,7 @@ endif()
 
 # Packages: `cpack` in the build folder.
 set(CPACK_PACKAGE_VENDOR "The zolp_orktool developers")
-set(CPACK_PACKAGE_CONTACT "The zolp_orktool developers")
+set(CPACK_PACKAGE_CONTACT "The zolp_orktool developers <developers@zolp-orktool.example>")
 set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_SOURCE_DIR}/build/packages")
 set(CPACK_STRIP_FILES ON)
@@ -85,11 +131,6 @@ if(WIN32)
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_FILE_NAME "${PROJECT_NAME}-${PROJECT_VERSION}-windows-x86_64")
 else()
-  set(CPACK_GENERATOR DEB)
-  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
-  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/lib")
+  include(DebianPackages)
 endif()
 include(CPack)

@@ -49,7 +49,11 @@ ORK_API const char* ork_host_path(void);
  */
 ORK_API int ork_host_seed(const char* json);
 
-/** The same from a file. */
+/**
+ * The same from a file.
+ * @param[in] path the file's path.
+ * @return as `ork_host_seed`; #ORK_invalid_argument also for a file that cannot be read.
+ */
 ORK_API int ork_host_seed_file(const char* path);
 
 /**
@@ -58,6 +62,7 @@ ORK_API int ork_host_seed_file(const char* path);
  * @param[in] line, column where the place begins, each from 1, the column in bytes; 0 where there
  * is no such place.
  * @param[in] why what is wrong there.
+ * @param[in] context what was given with the function.
  */
 typedef void (*ork_host_seed_fault)(const char* pointer, int line, int column, const char* why,
                                     void* context);
@@ -74,13 +79,20 @@ typedef void (*ork_host_seed_fault)(const char* pointer, int line, int column, c
  */
 ORK_API int ork_host_check_seed(const char* json, ork_host_seed_fault see, void* context);
 
-/** The same for a file. */
+/**
+ * The same for a file.
+ * @param[in] path the file's path.
+ * @param[in] see told each fault; null for nobody.
+ * @param[in] context what it is called with.
+ * @return as #ork_host_check_seed; #ORK_invalid_argument also for a file that cannot be read.
+ */
 ORK_API int ork_host_check_seed_file(const char* path, ork_host_seed_fault see, void* context);
 
 /**
  * Is told how far a seed is with a section that may be long.
  * @param[in] section "items", "relations" or "structures".
  * @param[in] done, elements how many of its elements have been taken, and of how many.
+ * @param[in] context what was given with the function.
  * @return 1 to go on, 0 to refuse the seed with #ORK_interrupted.
  */
 typedef logical (*ork_host_seed_progress)(const char* section, size_t done, size_t elements,
@@ -189,6 +201,7 @@ ORK_API int ork_host_write_description(const char* section, ork_host_writer writ
  * @param[in] name the preference.
  * @param[in] count number of values; 0 removes the preference.
  * @param[in] values the values.
+ * @return 0 or an error code.
  */
 ORK_API int ork_host_set_preference(const char* name, int count, const char* const* values);
 
@@ -196,6 +209,7 @@ ORK_API int ork_host_set_preference(const char* name, int count, const char* con
  * Finds an item revision by the ids that users know.
  * @param[in] item_id, revision_id the ids; a null revision id finds the item itself.
  * @param[out] object the object, or #NULLTAG when there is none.
+ * @return 0 or an error code.
  */
 ORK_API int ork_host_find_item(const char* item_id, const char* revision_id, tag* object);
 
@@ -232,12 +246,16 @@ ORK_API int ork_host_check_in(tag object);
  */
 ORK_API int ork_host_begin_view(void);
 
-/** Ends that; without a view it does nothing. */
+/**
+ * Ends that; without a view it does nothing.
+ * @return 0 or an error code.
+ */
 ORK_API int ork_host_end_view(void);
 
 /**
  * Drops from memory the values that were read and are neither changed nor locked; they are read
  * again when they are next asked for. For programs that go through a whole site.
+ * @return 0 or an error code.
  */
 ORK_API int ork_host_forget_read(void);
 
@@ -332,6 +350,7 @@ ORK_API void ork_host_stop_journal(void);
 
 /**
  * Number of calls in the journal. Operations of the `MEM_` and `ERR_` modules are not recorded.
+ * @return the number.
  */
 ORK_API int ork_host_journal_size(void);
 
@@ -344,10 +363,16 @@ ORK_API int ork_host_journal_size(void);
  */
 ORK_API int ork_host_journal_entry(int index, const char** operation, int* status);
 
-/** Number of blocks that were allocated with `MEM_alloc` and its relatives and not freed. */
+/**
+ * Number of blocks that were allocated with `MEM_alloc` and its relatives and not freed.
+ * @return the number.
+ */
 ORK_API size_t ork_host_block_count(void);
 
-/** Sum of the sizes of these blocks, in bytes. */
+/**
+ * Sum of the sizes of these blocks.
+ * @return the sum in bytes.
+ */
 ORK_API size_t ork_host_block_bytes(void);
 
 #ifdef __cplusplus

@@ -92,6 +92,8 @@
 
 /* ------------------------------------------------------------------------- how that is done -- */
 
+/** @cond */
+
 #if defined(__GNUC__) && !defined(_WIN32)
 #define ZOLP_FRAME_HIDDEN_ __attribute__((visibility("hidden")))
 #else
@@ -507,5 +509,7 @@ ZOLP_FRAME_INLINE_ void zolp_end_call_(ZOLP_CallSite* site, ZOLP_FrameMoment sta
     zolp_unindent_(state);
   }
 }
+
+/** @endcond */
 
 #endif

@@ -49,12 +49,12 @@ extern "C" {
 
 /** Levels of the trace; each shows what the ones before it show. */
 enum {
-  ZOLP_LEVEL_OFF = 0,
-  ZOLP_LEVEL_ERROR = 1,
-  ZOLP_LEVEL_WARNING = 2,
-  ZOLP_LEVEL_LOG = 3,   /**< entry and exit of calls, version banner */
-  ZOLP_LEVEL_TRACE = 4, /**< details of calls */
-  ZOLP_LEVEL_DEBUG = 5  /**< remarks of functions */
+  ZOLP_LEVEL_OFF = 0,     /**< nothing */
+  ZOLP_LEVEL_ERROR = 1,   /**< failures and their error texts */
+  ZOLP_LEVEL_WARNING = 2, /**< warnings */
+  ZOLP_LEVEL_LOG = 3,     /**< entry and exit of calls, version banner */
+  ZOLP_LEVEL_TRACE = 4,   /**< details of calls */
+  ZOLP_LEVEL_DEBUG = 5    /**< remarks of functions */
 };
 
 /** What a place in the sources traces. */
@@ -76,13 +76,13 @@ typedef struct ZOLP_CallSite {
   unsigned number;        /**< the trace library's own, 0 at first */
 } ZOLP_CallSite;
 
-/** The value of `ZOLP_TraceState.calls` while calls are shown and nothing else. */
-enum { ZOLP_CALLS_FOR_TEXT = 1 };
+/** What `ZOLP_TraceState.calls` can be. */
+enum { ZOLP_CALLS_FOR_TEXT = 1 /**< calls are shown, and nothing else */ };
 
 /** What is still to be written of a call; see `ZOLP_TraceState`. */
 enum {
-  ZOLP_SHOW_NOTHING = 0,
-  ZOLP_SHOW_LINES = 1 /**< its lines, and its indentation is to be changed */
+  ZOLP_SHOW_NOTHING = 0, /**< nothing */
+  ZOLP_SHOW_LINES = 1    /**< its lines, and its indentation is to be changed */
 };
 
 /**
@@ -127,16 +127,28 @@ ZOLP_TRACE_API extern ZOLP_TraceState ZOLP_trace_state;
  */
 ZOLP_TRACE_API void ZOLP_LOG(int area, int detail, const char* format, ...) ZOLP_PRINTF_LIKE(3, 4);
 
-/** Writes a detail of a call. */
+/**
+ * Writes a detail of a call, on level #ZOLP_LEVEL_TRACE.
+ * @param[in] format, ... the text, as for `printf`.
+ */
 ZOLP_TRACE_API void ZOLP_TRACE(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
 
-/** Writes a failure or its error text. */
+/**
+ * Writes a failure or its error text, on level #ZOLP_LEVEL_ERROR.
+ * @param[in] format, ... the text, as for `printf`.
+ */
 ZOLP_TRACE_API void ZOLP_ERROR(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
 
-/** Writes a warning. */
+/**
+ * Writes a warning, on level #ZOLP_LEVEL_WARNING.
+ * @param[in] format, ... the text, as for `printf`.
+ */
 ZOLP_TRACE_API void ZOLP_WARNING(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
 
-/** Writes a remark for those who debug a customisation. */
+/**
+ * Writes a remark for those who debug a customisation, on level #ZOLP_LEVEL_DEBUG.
+ * @param[in] format, ... the text, as for `printf`.
+ */
 ZOLP_TRACE_API void ZOLP_DEBUG(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
 
 /**
@@ -145,7 +157,10 @@ ZOLP_TRACE_API void ZOLP_DEBUG(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
  */
 ZOLP_TRACE_API void ZOLP_CRERROR(const char* text);
 
-/** Writes a part of the version banner, on level #ZOLP_LEVEL_LOG. */
+/**
+ * Writes a part of the version banner, on level #ZOLP_LEVEL_LOG.
+ * @param[in] format, ... the text, as for `printf`.
+ */
 ZOLP_TRACE_API void ZOLP_PRINT_VERINFO(const char* format, ...) ZOLP_PRINTF_LIKE(1, 2);
 
 /** Indents the lines that follow by one level more. */
@@ -170,6 +185,7 @@ ZOLP_TRACE_API void ZOLP_SetTraceLevel(int level);
 /**
  * Current depth of indentation in levels; it counts on where the indentation stops widening, up to
  * the largest `int`.
+ * @return the depth.
  */
 ZOLP_TRACE_API int ZOLP_GetTraceDepth(void);
 

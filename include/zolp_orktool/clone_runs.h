@@ -90,7 +90,12 @@ ZOLP_API int ZOLP_write_item(FILE** out, const char* item_id, const char* item_r
 
 /**
  * Writes the entry of an item that is cloned. Placeholders: "%%ITEM_ID%%", "%%ITEM_REV%%",
- * "%%NEW_REV%%", "%%NEW_ID%%", "%%NEW_NAME%%". Parameters and result as for `ZOLP_write_item`.
+ * "%%NEW_REV%%", "%%NEW_ID%%", "%%NEW_NAME%%".
+ * @param[in] out address of the open output stream.
+ * @param[in] item_id, item_rev the item and its revision.
+ * @param[in] new_item_id, new_item_rev, new_name what they become.
+ * @param[in] template_pref preference that holds the path of the template, which must be writable.
+ * @return as `ZOLP_write_item`.
  */
 ZOLP_API int ZOLP_write_replace_and_cloneitem(FILE** out, const char* item_id, const char* item_rev,
                                               const char* new_item_id, const char* new_item_rev,
@@ -99,7 +104,12 @@ ZOLP_API int ZOLP_write_replace_and_cloneitem(FILE** out, const char* item_id, c
 /**
  * Writes the entry of a dataset that the clone keeps, from the template that the preference
  * "VPD_retain_datasettemplate" names. Placeholders: "%%ITEM_ID%%", "%%ITEM_REV%%",
- * "%%RELATIONNAME%%", and "%%QNPARTNAME%%" for the part name. Result as for `ZOLP_write_item`.
+ * "%%RELATIONNAME%%", and "%%QNPARTNAME%%" for the part name.
+ * @param[in] out address of the open output stream.
+ * @param[in] item_id, item_rev the item and its revision.
+ * @param[in] relation_name how the dataset is related to the revision.
+ * @param[in] part_name the part name.
+ * @return as `ZOLP_write_item`.
  */
 ZOLP_API int ZOLP_write_retaindataset(FILE** out, const char* item_id, const char* item_rev,
                                       const char* relation_name, const char* part_name);
@@ -107,8 +117,13 @@ ZOLP_API int ZOLP_write_retaindataset(FILE** out, const char* item_id, const cha
 /**
  * Writes the entry of a dataset that is cloned, from the template that the preference
  * "VPD_clone_datasettemplate" names. Placeholders: "%%ITEM_ID%%", "%%ITEM_REV%%", "%%RELATION%%",
- * "%%DATASET_NAME%%", "%%NEW_NAME%%" (twice in a line), "%%NEW_REV%%", "%%NEW_ID%%". Result as for
- * `ZOLP_write_item`.
+ * "%%DATASET_NAME%%", "%%NEW_NAME%%" (twice in a line), "%%NEW_REV%%", "%%NEW_ID%%".
+ * @param[in] out address of the open output stream.
+ * @param[in] item_id, item_rev the item and its revision.
+ * @param[in] dataset_name name of the dataset.
+ * @param[in] relation how it is related to the revision.
+ * @param[in] new_item_id, new_item_rev, new_name what item, revision and dataset become.
+ * @return as `ZOLP_write_item`.
  */
 ZOLP_API int ZOLP_write_clonedataset(FILE** out, const char* item_id, const char* item_rev,
                                      const char* dataset_name, const char* relation,

@@ -102,7 +102,14 @@ ZOLP_API int ZOLP_fct_import_text_dataset_desc(tag destObject, const char* szDat
                                                const char* szDatasetDesc, const char* szOsPath,
                                                const char* szFileName);
 
-/** The same without a description. */
+/**
+ * `ZOLP_fct_import_text_dataset_desc` without a description.
+ * @param[in] destObject the object that gets the dataset.
+ * @param[in] szDatasetName name of the dataset.
+ * @param[in] szOsPath path of the text file.
+ * @param[in] szFileName name of the file, for the trace alone.
+ * @return 0 or the status of the platform call that failed.
+ */
 ZOLP_API int ZOLP_fct_import_text_dataset(tag destObject, const char* szDatasetName,
                                           const char* szOsPath, const char* szFileName);
 

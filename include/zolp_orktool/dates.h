@@ -47,7 +47,11 @@ ZOLP_API int ZOLP_DateAskCurrentDateTimeAsString(char** text);
  */
 ZOLP_API int ZOLP_DateAskCurrentDateAsString(char** text);
 
-/** The same in the default format. */
+/**
+ * The current local date in the default format.
+ * @param[out] text the text.
+ * @return 0 or the platform's status.
+ */
 ZOLP_API int ZOLP_DateAskCurrentDateAsVELOString(char** text);
 
 /**

@@ -39,6 +39,10 @@ ZOLP_API int ZOLP_ApplyFilter(tag object, const char* name_filter, const char* t
 /**
  * Asks whether texts occur in an object's name and type: `ZOLP_ApplyRegExpFilterExt` with escaping
  * and without a filter for statuses.
+ * @param[in] object the object; it has the properties "object_name" and "object_type".
+ * @param[in] name_filter, type_filter the texts.
+ * @param[out] match whether the object passes.
+ * @return 0 or the status of the last platform operation that failed.
  */
 ZOLP_API int ZOLP_ApplyRegExpFilter(tag object, const char* name_filter, const char* type_filter,
                                     bool* match);
@@ -68,7 +72,7 @@ ZOLP_API int ZOLP_ApplyRegExpFilter(tag object, const char* name_filter, const c
  * @param[in] status_filter pattern for the names of the release statuses, of which one must match;
  *   an object without statuses passes a pattern that matches the empty text.
  * @param[out] match whether the object passes all filters.
- * @param[in] escape true takes the characters "*.+[]{}^$\" in all filters for themselves; "(", ")",
+ * @param[in] escape true takes the characters `*.+[]{}^$\` in all filters for themselves; "(", ")",
  *   "|" and "?" keep their meaning.
  * @return 0 or the status of the last platform operation that failed. A status that cannot be read
  *   ends the search for one that matches.
@@ -80,6 +84,7 @@ ZOLP_API int ZOLP_ApplyRegExpFilterExt(tag object, const char* name_filter, cons
  * Asks whether a regular expression matches anywhere in a text. Needs no session.
  * @param[in] pattern the expression from `regcomp`; it stays the caller's.
  * @param[in] text the text.
+ * @return whether it does.
  */
 ZOLP_API bool MatchPattern(re_pattern_buffer pattern, const char* text);
 

@@ -89,7 +89,12 @@ ZOLP_API int ZOLP_GetAttachedObjs(tag obj, const char* relation_name, int* count
 ZOLP_API int ZOLP_GetFirstAttachedObj(tag obj, const char* relation_name, tag* first,
                                       logical reverse);
 
-/** Asks whether an object is a workspace object; as `ZOLP_isObjectOfClass`. */
+/**
+ * Asks whether an object is a workspace object.
+ * @param[in] obj the object.
+ * @param[out] answer 1 if so, otherwise 0; untouched on failure.
+ * @return 0 or the platform's status.
+ */
 ZOLP_API int ZOLP_isWorkspaceObject(tag obj, logical* answer);
 
 /**

@@ -52,7 +52,12 @@ ZOLP_API int ZOLP_GetPreferenceValue(const char* name, char** value, const char*
  */
 ZOLP_API int ZOLP_get_pref(const char* name, char** value);
 
-/** The same as `ZOLP_get_pref`, under the name that older customisations call. */
+/**
+ * The same as `ZOLP_get_pref`, under the name that older customisations call.
+ * @param[in] name the preference.
+ * @param[out] value the value, freed by the caller with `MEM_free`; null when there is none.
+ * @return always 0.
+ */
 ZOLP_API int ZOLP_getSitePreference(const char* name, char** value);
 
 /**

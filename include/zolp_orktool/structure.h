@@ -237,8 +237,12 @@ ZOLP_API int ZOLP_GetItemAndRevFromOccObj(tag occ_obj, tag rev_rule, tag* item, 
                                           char** type_name);
 
 /**
- * The same for a revision rule by name. An unknown name puts 710041 on the error stack and counts
- * as no rule.
+ * Item and revision that the child of an occurrence stands for, with a revision rule by its name.
+ * @param[in] occ_obj the child: an item, or an item revision, which no rule changes.
+ * @param[in] rev_rule_name name of the revision rule for an item. An unknown name puts 710041 on
+ *   the error stack and counts as no rule.
+ * @param[out] item, item_rev, type_name as for the function above.
+ * @return as the function above.
  */
 ZOLP_API int ZOLP_GetItemAndRevFromOccObj(tag occ_obj, const char* rev_rule_name, tag* item,
                                           tag* item_rev, char** type_name);

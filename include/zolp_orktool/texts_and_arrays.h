@@ -51,7 +51,11 @@ ZOLP_API char* ZOLP_string_append(char** text, const char* addition);
  */
 ZOLP_API int ZOLP_RepSpecialChar(char* text);
 
-/** Makes a text lower case, byte by byte, in place. Needs no session. Returns always 0. */
+/**
+ * Makes a text lower case, byte by byte, in place. Needs no session.
+ * @param[in,out] text the text.
+ * @return always 0.
+ */
 ZOLP_API int string_to_lower(char* text);
 
 /**
@@ -107,7 +111,13 @@ ZOLP_API int ZOLP_ExtendPathVar(const char* path, char* long_path);
  */
 ZOLP_API int ZOLP_searchElementInArray(tag element, const tag* array, int count, logical* found);
 
-/** The same through pointers to array and count. */
+/**
+ * Asks whether a tag stands in an array, through pointers to array and count.
+ * @param[in] element the tag.
+ * @param[in] array, count the array.
+ * @param[out] found 1 if so, otherwise 0.
+ * @return always 0.
+ */
 ZOLP_API int ZOLP_searchElement(tag element, tag** array, int* count, logical* found);
 
 /**
@@ -172,6 +182,11 @@ ZOLP_API int ZOLP_eliminateRedundances(tag* array, int* count);
 /** A parameter line: a fixed record of character data, copied as a whole. */
 class ZOLP_API CZOLP_ParamLine {
  public:
+  /**
+   * Copies a line.
+   * @param[in] other the line to copy.
+   * @return this line.
+   */
   CZOLP_ParamLine& operator=(const CZOLP_ParamLine& other);
 
   char text[1026]; /**< the line, NUL-terminated by whoever fills it */
@@ -180,6 +195,11 @@ class ZOLP_API CZOLP_ParamLine {
 /** A string class without data, kept for customisations that name it. */
 class ZOLP_API CZOLP_String {
  public:
+  /**
+   * Does nothing: there is nothing to copy.
+   * @param[in] other another one.
+   * @return this one.
+   */
   CZOLP_String& operator=(const CZOLP_String& other);
 };
 

@@ -96,7 +96,13 @@ ZOLP_API int ZOLP_isObjectOfClass(tag object, const char* class_name, logical* a
 ZOLP_API int ZOLP_isObjectOfTypeExt(tag tObj, const char* szWantedType, logical* p_lAnswer,
                                     logical include_subtypes);
 
-/** The same without subtypes. */
+/**
+ * Asks whether an object is of a type, subtypes not counted.
+ * @param[in] tObj the object.
+ * @param[in] szWantedType name of the type.
+ * @param[out] p_lAnswer 1 if so, otherwise 0, also on failure.
+ * @return 0 or the platform's status.
+ */
 ZOLP_API int ZOLP_isObjectOfType(tag tObj, const char* szWantedType, logical* p_lAnswer);
 
 /**

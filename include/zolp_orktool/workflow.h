@@ -52,10 +52,22 @@ extern "C" {
  */
 ZOLP_API int ZOLP_add_attachments(tag job, int attachment_type, int count, tag* objects);
 
-/** Attaches objects to a job as references; see `ZOLP_add_attachments`. */
+/**
+ * Attaches objects to a job as references.
+ * @param[in] job the job.
+ * @param[in] count number of objects; 0 and less are passed to the platform as they are.
+ * @param[in] reference_objects the objects.
+ * @return as `ZOLP_add_attachments`.
+ */
 ZOLP_API int ZOLP_add_reference_objects(tag job, int count, tag* reference_objects);
 
-/** Attaches objects to a job as targets; see `ZOLP_add_attachments`. */
+/**
+ * Attaches objects to a job as targets.
+ * @param[in] job the job.
+ * @param[in] count number of objects; 0 and less are passed to the platform as they are.
+ * @param[in] target_objects the objects.
+ * @return as `ZOLP_add_attachments`.
+ */
 ZOLP_API int ZOLP_add_target_objects(tag job, int count, tag* target_objects);
 
 /**
@@ -77,7 +89,14 @@ ZOLP_API int ZOLP_remove_attachments(tag job, int count, tag* objects);
  */
 ZOLP_API int ZOLP_ask_target_objects(tag job, int* count, tag** target_objects);
 
-/** References of a job; see `ZOLP_ask_target_objects`. */
+/**
+ * References of a job.
+ * @param[in] job the job.
+ * @param[out] count number of references.
+ * @param[out] reference_objects the references, freed by the caller with `MEM_free`; null for none.
+ *   Both are untouched when the job's root task cannot be found.
+ * @return 0 or the platform's status.
+ */
 ZOLP_API int ZOLP_ask_reference_objects(tag job, int* count, tag** reference_objects);
 
 /**
@@ -130,7 +149,13 @@ ZOLP_API int ZOLP_set_named_condition_task_result(tag job, const char* task_name
  */
 ZOLP_API int ZOLP_ask_current_release_level(tag job, tag* release_level, char* release_level_name);
 
-/** Name of the release level that is running; see `ZOLP_ask_current_release_level`. */
+/**
+ * Name of the release level that is running.
+ * @param[in] job the job.
+ * @param[out] release_level_name caller's buffer for its name, with the room that
+ *   `ZOLP_ask_current_release_level` needs; "" when there is none.
+ * @return 0, also when there is none, or the platform's status.
+ */
 ZOLP_API int ZOLP_ask_current_release_level_name(tag job, char* release_level_name);
 
 /**
@@ -154,18 +179,38 @@ ZOLP_API int ZOLP_find_release_level(tag job, const char* release_level_name, ta
 ZOLP_API int ZOLP_ask_reviewers(tag job, const char* release_level_name, int* count, tag** members);
 
 /**
- * The same for members of one type.
+ * Members of one type of the team of a release level. Their signoffs are refreshed.
+ * @param[in] job the job.
+ * @param[in] release_level_name name of the release level.
  * @param[in] member_type #SIGNOFF_group_member or #SIGNOFF_resource_pool. In the lines of the trace
  *   the names of the two types are interchanged.
+ * @param[out] count number of members; 0 when there is no such level or it has no team.
+ * @param[out] members the members, freed by the caller with `MEM_free`; null for none. After a
+ *   failure both have the members that were read before it.
+ * @return as `ZOLP_ask_reviewers`.
  */
 ZOLP_API int ZOLP_ask_reviewers_by_type(tag job, const char* release_level_name, int member_type,
                                         int* count, tag** members);
 
-/** Those of `ZOLP_ask_reviewers_by_type` with type 0. After a failure there are none. */
+/**
+ * Members of the team of a release level that are group members; after a failure there are none.
+ * @param[in] job the job.
+ * @param[in] release_level_name name of the release level.
+ * @param[out] count number of members.
+ * @param[out] members the members, freed by the caller with `MEM_free`; null for none.
+ * @return as `ZOLP_ask_reviewers`.
+ */
 ZOLP_API int ZOLP_ask_reviewers_groupmembers(tag job, const char* release_level_name, int* count,
                                              tag** members);
 
-/** Those of `ZOLP_ask_reviewers_by_type` with type 1. After a failure there are none. */
+/**
+ * Members of the team of a release level that are resource pools; after a failure there are none.
+ * @param[in] job the job.
+ * @param[in] release_level_name name of the release level.
+ * @param[out] count number of members.
+ * @param[out] members the members, freed by the caller with `MEM_free`; null for none.
+ * @return as `ZOLP_ask_reviewers`.
+ */
 ZOLP_API int ZOLP_ask_reviewers_resourcepools(tag job, const char* release_level_name, int* count,
                                               tag** members);
 

@@ -11,9 +11,11 @@
 extern "C" {
 #endif
 
-/** Privileges on an object. */
+/** The privilege to read an object. */
 #define ACCESS_privilege_read "READ"
+/** The privilege to change it. */
 #define ACCESS_privilege_write "WRITE"
+/** The privilege to delete it. */
 #define ACCESS_privilege_delete "DELETE"
 
 /** Codes of the access operations. */

@@ -44,6 +44,7 @@ enum {
  * Opens a window, without a top line yet.
  * @param[out] window the window, closed by the caller with `BOMW_close_window`, or else by the end
  *   of the session.
+ * @return 0 or an error code.
  */
 ORK_API int BOMW_create_window(tag* window);
 

@@ -21,6 +21,7 @@ enum { CONFIG_not_a_rule = 45001 /**< the object is not a revision rule */ };
  * Finds a revision rule.
  * @param[in] name its name.
  * @param[out] rule the rule, or #NULLTAG when there is none of that name.
+ * @return 0 or an error code.
  */
 ORK_API int CONFIG_find(const char* name, tag* rule);
 

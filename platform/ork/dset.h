@@ -38,13 +38,17 @@ enum {
   DSET_ASSOCIATION = 2 /**< as a link to something that stands on its own */
 };
 
-/** Starts the dataset module. Needs a session. */
+/**
+ * Starts the dataset module. Needs a session.
+ * @return 0 or an error code.
+ */
 ORK_API int DSET_init_module(void);
 
 /**
  * Finds a dataset type.
  * @param[in] name its name.
  * @param[out] type the type; #NULLTAG when there is none of that name.
+ * @return 0 or an error code.
  */
 ORK_API int DSET_find_datasettype(const char* name, tag* type);
 
@@ -127,6 +131,7 @@ ORK_API int DSET_copy_dataset_with_id(tag dataset, const char* name, const char*
  * Finds a saved dataset by its name.
  * @param[in] name the name, in the case in which it is written.
  * @param[out] dataset the first dataset of that name; #NULLTAG when there is none.
+ * @return 0 or an error code.
  */
 ORK_API int DSET_find_dataset(const char* name, tag* dataset);
 

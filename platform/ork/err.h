@@ -15,10 +15,14 @@ extern "C" {
 #endif
 
 /** Severities of entries on the error stack. */
-enum { ERR_severity_information = 1, ERR_severity_warning = 2, ERR_severity_error = 3 };
+enum {
+  ERR_severity_information = 1, /**< something to know */
+  ERR_severity_warning = 2,     /**< something that may be wrong */
+  ERR_severity_error = 3        /**< a failure */
+};
 
-/** Number of entries that the error stack keeps. */
-enum { ERR_stack_size = 128 };
+/** Sizes of the error stack. */
+enum { ERR_stack_size = 128 /**< number of entries that it keeps */ };
 
 /**
  * The general text of an error code, without the details of one occurrence.
@@ -45,6 +49,7 @@ ORK_API int ERR_get_errors(int* count, const int** severities, const int** codes
  * Puts an entry on the error stack with the general text of its code.
  * @param[in] severity one of the severities above.
  * @param[in] code the code.
+ * @return 0 or an error code.
  */
 ORK_API int ERR_store_error(int severity, int code);
 
@@ -53,25 +58,34 @@ ORK_API int ERR_store_error(int severity, int code);
  * @param[in] severity one of the severities above.
  * @param[in] code the code.
  * @param[in] detail the text of the detail; null stands for none.
+ * @return 0 or an error code.
  */
 ORK_API int ERR_store_error_s1(int severity, int code, const char* detail);
 
-/** Empties the error stack, down to the innermost protect mark if one is set. */
+/**
+ * Empties the error stack, down to the innermost protect mark if one is set.
+ * @return 0 or an error code.
+ */
 ORK_API int ERR_clear_errors(void);
 
 /**
  * Takes the latest entry from the error stack if it has a code and no protect mark covers it.
  * @param[in] code the code.
+ * @return 0 or an error code.
  */
 ORK_API int ERR_clear_last_error(int code);
 
 /**
  * Protects the entries that are on the error stack now from `ERR_clear_errors`, for callers that
  * clear what a call of theirs has reported and nothing else. Marks nest.
+ * @return 0 or an error code.
  */
 ORK_API int ERR_set_protect_mark(void);
 
-/** Takes the innermost protect mark back; does nothing when none is set. */
+/**
+ * Takes the innermost protect mark back; does nothing when none is set.
+ * @return 0 or an error code.
+ */
 ORK_API int ERR_clear_protect_mark(void);
 
 #ifdef __cplusplus

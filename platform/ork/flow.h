@@ -77,7 +77,11 @@ enum {
 };
 
 /** Results of a condition task. Templates may use others. */
-enum { FLOW_condition_unset = 0, FLOW_condition_true = 1, FLOW_condition_false = 2 };
+enum {
+  FLOW_condition_unset = 0, /**< none yet */
+  FLOW_condition_true = 1,  /**< true */
+  FLOW_condition_false = 2  /**< false */
+};
 
 /** Actions that call a handler. */
 enum {
@@ -135,6 +139,7 @@ ORK_API int FLOW_continue_job(tag job);
  * @param[in] name their name; null takes any.
  * @param[out] count number of jobs.
  * @param[out] jobs the jobs, freed by the caller with `MEM_free`; null for none.
+ * @return 0 or an error code.
  */
 ORK_API int FLOW_find_jobs(const char* name, int* count, tag** jobs);
 
@@ -170,20 +175,36 @@ ORK_API int FLOW_get_type_tasks(tag job, int type, int* count, tag** tasks);
  * An object that is no task is refused with #FLOW_not_a_task by all of these.
  */
 
-/** Job of a task. */
+/**
+ * Job of a task.
+ * @param[in] task the task.
+ * @param[out] job the job.
+ * @return 0 or an error code.
+ */
 ORK_API int FLOW_get_job(tag task, tag* job);
 
 /**
  * Name of a task. The root task has that of the template.
  * @param[in] task the task.
  * @param[out] name caller's buffer of #FLOW_name_size + 1 bytes.
+ * @return 0 or an error code.
  */
 ORK_API int FLOW_get_name(tag task, char* name);
 
-/** Type of a task, one of the types above. */
+/**
+ * Type of a task.
+ * @param[in] task the task.
+ * @param[out] type one of the types above.
+ * @return 0 or an error code.
+ */
 ORK_API int FLOW_get_task_type(tag task, int* type);
 
-/** State of a task, one of the states above. */
+/**
+ * State of a task.
+ * @param[in] task the task.
+ * @param[out] state one of the states above.
+ * @return 0 or an error code.
+ */
 ORK_API int FLOW_get_state(tag task, int* state);
 
 /**
@@ -199,6 +220,7 @@ ORK_API int FLOW_get_state_string(int state, char* name);
  * @param[in] task the task.
  * @param[out] count number of sub-tasks.
  * @param[out] tasks the sub-tasks, freed by the caller with `MEM_free`; null for none.
+ * @return 0 or an error code.
  */
 ORK_API int FLOW_get_sub_tasks(tag task, int* count, tag** tasks);
 
@@ -207,6 +229,7 @@ ORK_API int FLOW_get_sub_tasks(tag task, int* count, tag** tasks);
  * @param[in] task the task.
  * @param[in] name the sub-task's name.
  * @param[out] sub_task the first sub-task of that name, or #NULLTAG when there is none.
+ * @return 0 or an error code.
  */
 ORK_API int FLOW_get_sub_task(tag task, const char* name, tag* sub_task);
 
@@ -224,6 +247,8 @@ ORK_API int FLOW_set_condition_task_result(tag task, int result);
 
 /**
  * Result of a condition task.
+ * @param[in] task the task.
+ * @param[out] result the result; #FLOW_condition_unset when it has none yet.
  * @return #ORK_ok or #FLOW_not_a_condition_task.
  */
 ORK_API int FLOW_get_condition_task_result(tag task, int* result);
@@ -294,6 +319,7 @@ ORK_API int FLOW_get_resource_pool_group_role(tag pool, tag* group, tag* role,
  * that name from the targets, without it all of them). Needs no session.
  * @param[in] name name by which templates call it.
  * @param[in] handler the handler; null takes a registration back.
+ * @return 0 or an error code.
  */
 ORK_API int FLOW_register_handler(const char* name, FLOW_handler handler);
 
@@ -301,6 +327,7 @@ ORK_API int FLOW_register_handler(const char* name, FLOW_handler handler);
  * Names of the registered handlers, sorted. Needs no session.
  * @param[out] count number of names.
  * @param[out] names the names in one block, freed by the caller with `MEM_free`.
+ * @return 0 or an error code.
  */
 ORK_API int FLOW_list_handlers(int* count, char*** names);
 

@@ -15,7 +15,10 @@ extern "C" {
 /** Codes of the application object operations. */
 enum { OBJ_value_not_understood = 39001 /**< the text is no value of the attribute's kind */ };
 
-/** Starts the application object module. Needs a session. */
+/**
+ * Starts the application object module. Needs a session.
+ * @return 0 or an error code.
+ */
 ORK_API int OBJ_init_module(void);
 
 /**
@@ -70,6 +73,7 @@ ORK_API int OBJ_delete(tag object);
  * User who owns an object.
  * @param[in] object the object.
  * @param[out] owner the user.
+ * @return 0 or an error code.
  */
 ORK_API int OBJ_get_owner(tag object, tag* owner);
 
@@ -77,6 +81,7 @@ ORK_API int OBJ_get_owner(tag object, tag* owner);
  * Group that owns an object.
  * @param[in] object the object.
  * @param[out] group the group.
+ * @return 0 or an error code.
  */
 ORK_API int OBJ_get_group(tag object, tag* group);
 

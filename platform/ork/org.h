@@ -24,13 +24,17 @@ enum {
   ORG_not_a_groupmember = 23004 /**< the object is not the membership of a user */
 };
 
-/** Starts the organisation module. Needs a session. */
+/**
+ * Starts the organisation module. Needs a session.
+ * @return 0 or an error code.
+ */
 ORK_API int ORG_init_module(void);
 
 /**
  * Finds a user.
  * @param[in] user_id the user's id.
  * @param[out] user the user, or #NULLTAG when there is none of that id.
+ * @return 0 or an error code.
  */
 ORK_API int ORG_find_user(const char* user_id, tag* user);
 
@@ -38,12 +42,14 @@ ORK_API int ORG_find_user(const char* user_id, tag* user);
  * Finds a group.
  * @param[in] group_name the group's name.
  * @param[out] group the group, or #NULLTAG when there is none of that name.
+ * @return 0 or an error code.
  */
 ORK_API int ORG_find_group(const char* group_name, tag* group);
 
 /**
  * The role in which the session's user works in the session's group.
  * @param[out] role the role.
+ * @return 0 or an error code.
  */
 ORK_API int ORG_get_current_role(tag* role);
 
@@ -74,6 +80,7 @@ ORK_API int ORG_get_group_name(tag group, char* name);
 /**
  * The membership with which the session's user works: in the session's group and role.
  * @param[out] member the membership.
+ * @return 0 or an error code.
  */
 ORK_API int ORG_get_current_groupmember(tag* member);
 
@@ -85,10 +92,20 @@ ORK_API int ORG_get_current_groupmember(tag* member);
  */
 ORK_API int ORG_get_groupmember_user(tag member, tag* user);
 
-/** Group of a membership, as `ORG_get_groupmember_user`. */
+/**
+ * Group of a membership.
+ * @param[in] member the membership.
+ * @param[out] group the group.
+ * @return #ORK_ok or #ORG_not_a_groupmember.
+ */
 ORK_API int ORG_get_groupmember_group(tag member, tag* group);
 
-/** Role of a membership, as `ORG_get_groupmember_user`. */
+/**
+ * Role of a membership.
+ * @param[in] member the membership.
+ * @param[out] role the role.
+ * @return #ORK_ok or #ORG_not_a_groupmember.
+ */
 ORK_API int ORG_get_groupmember_role(tag member, tag* role);
 
 #ifdef __cplusplus

@@ -29,6 +29,8 @@ extern "C" {
 
 /** Handle of a platform object; #NULLTAG is no object. Valid for the process that got it. */
 typedef uint32_t tag;
+
+/** No object. */
 #define NULLTAG ((tag)0)
 
 /** One-byte boolean: 1 is true, 0 is false. */
@@ -61,6 +63,7 @@ enum {
 /**
  * Makes the platform's message texts available. Callable before login.
  * @param[in] reserved pass 0.
+ * @return 0 or an error code.
  */
 ORK_API int ORK_initialize_text_services(int reserved);
 
@@ -99,12 +102,17 @@ ORK_API int ORK_init_module(const char* user, const char* password, const char* 
  */
 ORK_API int ORK_exit_module(logical keep_changes);
 
-/** Switches the platform's own journal of operations on (1) or off (0). */
+/**
+ * Switches the platform's own journal of operations on or off.
+ * @param[in] on 1 for on, 0 for off.
+ * @return 0 or an error code.
+ */
 ORK_API int ORK_set_journalling(logical on);
 
 /**
  * Asks whether access checks are bypassed.
  * @param[out] has_bypass 1 while bypass is on.
+ * @return 0 or an error code.
  */
 ORK_API int ORK_get_bypass(logical* has_bypass);
 

@@ -21,6 +21,7 @@ enum {
  * Finds a relation type.
  * @param[in] name its name.
  * @param[out] relation_type the type, or #NULLTAG when there is none of that name.
+ * @return 0 or an error code.
  */
 ORK_API int REL_find_relation_type(const char* name, tag* relation_type);
 
@@ -75,6 +76,7 @@ typedef struct REL_record_s {
  * @param[in] relation_type the type of relation; #NULLTAG takes all types.
  * @param[out] count number of relations.
  * @param[out] relations their records, freed by the caller with `MEM_free`; null for none.
+ * @return 0 or an error code.
  */
 ORK_API int REL_list_primary_objects(tag secondary, tag relation_type, int* count,
                                      REL_record_s** relations);
@@ -85,6 +87,7 @@ ORK_API int REL_list_primary_objects(tag secondary, tag relation_type, int* coun
  *   any.
  * @param[out] count number of relations.
  * @param[out] relations the relations, freed by the caller with `MEM_free`; null for none.
+ * @return 0 or an error code.
  */
 ORK_API int REL_list_relations(tag primary, tag secondary, tag relation_type, tag user_data,
                                int* count, tag** relations);
@@ -94,6 +97,7 @@ ORK_API int REL_list_relations(tag primary, tag secondary, tag relation_type, ta
  * @param[in] object the object.
  * @param[out] count number of relations.
  * @param[out] relations their records, freed by the caller with `MEM_free`; null for none.
+ * @return 0 or an error code.
  */
 ORK_API int REL_list_all_related_objects(tag object, int* count, REL_record_s** relations);
 

@@ -26,6 +26,7 @@ ORK_API int RSV_assert_object_modifiable(tag object);
  * Asks whether an object is checked out.
  * @param[in] object the object.
  * @param[out] checked_out 1 if so, by whomever.
+ * @return 0 or an error code.
  */
 ORK_API int RSV_is_checked_out(tag object, logical* checked_out);
 
@@ -33,6 +34,7 @@ ORK_API int RSV_is_checked_out(tag object, logical* checked_out);
  * Who has checked an object out.
  * @param[in] object the object.
  * @param[out] user the user, or #NULLTAG when it is not checked out.
+ * @return 0 or an error code.
  */
 ORK_API int RSV_get_checkout_user(tag object, tag* user);
 

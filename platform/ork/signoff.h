@@ -21,7 +21,11 @@ enum {
 };
 
 /** Decisions. */
-enum { SIGNOFF_no_decision = 0, SIGNOFF_reject = 78, SIGNOFF_approve = 89 };
+enum {
+  SIGNOFF_no_decision = 0, /**< none yet */
+  SIGNOFF_reject = 78,     /**< against */
+  SIGNOFF_approve = 89     /**< in favour */
+};
 
 /** Longest comment, in bytes; a buffer needs one byte more. */
 #define SIGNOFF_comment_size 240

@@ -30,7 +30,10 @@ enum {
   STORE_not_stored = 24014         /**< the object lives in this process only, as BOM lines do */
 };
 
-/** The date that stands for none: all members are 0. */
+/**
+ * The date that stands for none.
+ * @return a date of which all members are 0.
+ */
 ORK_API date_s STORE_null_date(void);
 
 /** Longest value of a text attribute that users see, in bytes. */
@@ -57,6 +60,7 @@ ORK_API int STORE_uid_to_tag(const char* uid, tag* object);
  * The session's user.
  * @param[out] name the user's name, freed by the caller with `MEM_free`.
  * @param[out] user the user.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_get_user(char** name, tag* user);
 
@@ -64,18 +68,21 @@ ORK_API int STORE_get_user(char** name, tag* user);
  * The session's group.
  * @param[out] name the group's name, freed by the caller with `MEM_free`.
  * @param[out] group the group.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_get_group(char** name, tag* group);
 
 /**
  * Id of the session's user.
  * @param[out] user_id the id, freed by the caller with `MEM_free`.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_get_user_id(char** user_id);
 
 /**
  * Asks whether the session's user is a system administrator.
  * @param[out] verdict 1 if so.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_is_user_sa(logical* verdict);
 
@@ -96,6 +103,7 @@ enum {
  * Asks whether a tag stands for an object.
  * @param[in] object any value.
  * @param[out] valid 1 if so; 0 for an unknown tag and for that of a deleted object.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_is_tag_valid(tag object, logical* valid);
 
@@ -103,6 +111,7 @@ ORK_API int STORE_is_tag_valid(tag object, logical* valid);
  * Asks whether an instance exists, in memory or in the site.
  * @param[in] object any value.
  * @param[out] exists 1 if so; 0 for an unknown tag and for that of a deleted object.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_instance_exists(tag object, logical* exists);
 
@@ -122,6 +131,7 @@ ORK_API int STORE_refresh_instances(int count, const tag* objects, tag class_id,
  * State of an instance in this process.
  * @param[in] object the instance.
  * @param[out] state one of the states above.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_get_instance_state(tag object, int* state);
 
@@ -129,6 +139,7 @@ ORK_API int STORE_get_instance_state(tag object, int* state);
  * Lock state of an instance.
  * @param[in] object the instance.
  * @param[out] lock #STORE_modify_lock when this process holds the lock, otherwise #STORE_no_lock.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_get_instance_lock(tag object, int* lock);
 
@@ -140,6 +151,7 @@ ORK_API int STORE_get_instance_lock(tag object, int* lock);
  * @param[out] login_date when the lock was taken; the null date when nobody holds it.
  * @param[out] node_name name of the holder's machine, freed by the caller with `MEM_free`; null
  * when nobody holds it.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_who_locked_instance(tag object, char** user_id, date_s* login_date,
                                       char** node_name);
@@ -156,6 +168,7 @@ ORK_API int STORE_class_id_of_class(const char* class_name, tag* class_id);
  * Class of an instance.
  * @param[in] object the instance.
  * @param[out] class_id its class.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_class_of_instance(tag object, tag* class_id);
 
@@ -172,6 +185,7 @@ ORK_API int STORE_name_of_class(tag class_id, char** name);
  * @param[in] ancestor the class that may be above.
  * @param[in] descendant the class that may be below.
  * @param[out] verdict 1 if so; a class does not descend from itself.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_is_descendant(tag ancestor, tag descendant, logical* verdict);
 
@@ -185,6 +199,7 @@ ORK_API int STORE_is_descendant(tag ancestor, tag descendant, logical* verdict);
  * @param[out] descriptor 1 for a class that cannot have instances, otherwise 0.
  * @param[out] count number of attributes that the class itself adds.
  * @param[out] attributes their identifiers, freed by the caller with `MEM_free`; null for none.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_describe_class(tag class_id, int option, const char* reserved, char** application,
                                  int* descriptor, int* count, tag** attributes);
@@ -194,12 +209,14 @@ ORK_API int STORE_describe_class(tag class_id, int option, const char* reserved,
  * @param[in] class_id the class.
  * @param[out] count their number; 0 for the root.
  * @param[out] parents the classes, freed by the caller with `MEM_free`; null for none.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_superclasses_of_class(tag class_id, int* count, tag** parents);
 
 /**
  * Number of the local site.
  * @param[out] site_id the number; 0 when the site has none.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_site_id(int* site_id);
 
@@ -207,6 +224,7 @@ ORK_API int STORE_site_id(int* site_id);
  * The object that stands for a site.
  * @param[in] site_id number of the site.
  * @param[out] site the object, or #NULLTAG when the site is not known here.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_lookup_imc(int site_id, tag* site);
 
@@ -214,6 +232,7 @@ ORK_API int STORE_lookup_imc(int site_id, tag* site);
  * The site that owns an instance.
  * @param[in] object the instance.
  * @param[out] site the owning site's object; #NULLTAG when that is not known.
+ * @return 0 or an error code.
  */
 ORK_API int STORE_location_of_instance(tag object, tag* site);
 

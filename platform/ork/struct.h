@@ -37,9 +37,11 @@ enum {
   STRUCT_no_sequence_number = 43023    /**< the occurrence has no sequence number */
 };
 
-/** Longest quantity, sequence number and note, in bytes. */
+/** Longest quantity, in bytes. */
 #define STRUCT_quantity_size 32
+/** Longest sequence number, in bytes. */
 #define STRUCT_sequence_size 32
+/** Longest note, in bytes. */
 #define STRUCT_note_size 1024
 
 /* ---------------------------------------------------------------------------- view types -- */
@@ -55,6 +57,7 @@ ORK_API int STRUCT_find_view_type(const char* name, tag* view_type);
 /**
  * The site's default view type.
  * @param[out] view_type the type, or #NULLTAG when the site names none.
+ * @return 0 or an error code.
  */
 ORK_API int STRUCT_get_default_view_type(tag* view_type);
 
@@ -176,6 +179,7 @@ ORK_API int STRUCT_set_seq_no(tag view_revision, tag occurrence, const char* seq
  * Quantity of an occurrence.
  * @param[in] view_revision, occurrence as for `STRUCT_get_child`.
  * @param[out] quantity the text, freed by the caller with `MEM_free`; "" counts as 1.
+ * @return 0 or an error code.
  */
 ORK_API int STRUCT_get_quantity(tag view_revision, tag occurrence, char** quantity);
 
@@ -211,6 +215,7 @@ ORK_API int STRUCT_get_note_type_name(tag note_type, char** name);
  * @param[in] view_revision, occurrence as for `STRUCT_get_child`.
  * @param[out] count number of notes.
  * @param[out] notes their types, freed by the caller with `MEM_free`; null for none.
+ * @return 0 or an error code.
  */
 ORK_API int STRUCT_list_occurrence_notes(tag view_revision, tag occurrence, int* count,
                                          tag** notes);

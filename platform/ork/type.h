@@ -42,6 +42,7 @@ ORK_API int TYPE_get_object_type(tag object, tag* type);
  * @param[in] type the type.
  * @param[in] ancestor the type that may be above.
  * @param[out] verdict 1 if so.
+ * @return 0 or an error code.
  */
 ORK_API int TYPE_is_type_of(tag type, tag ancestor, logical* verdict);
 

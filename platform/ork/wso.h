@@ -32,6 +32,7 @@ ORK_API int WSO_get_object_id_string(tag object, char** id);
  * Name of a workspace object.
  * @param[in] object the object.
  * @param[out] name caller's buffer of #WSO_name_size + 1 bytes.
+ * @return 0 or an error code.
  */
 ORK_API int WSO_get_name(tag object, char* name);
 
@@ -39,6 +40,7 @@ ORK_API int WSO_get_name(tag object, char* name);
  * Name of a workspace object's type.
  * @param[in] object the object.
  * @param[out] type caller's buffer of #WSO_name_size + 1 bytes.
+ * @return 0 or an error code.
  */
 ORK_API int WSO_get_object_type(tag object, char* type);
 
@@ -47,15 +49,15 @@ ORK_API int WSO_get_object_type(tag object, char* type);
 
 /** What `WSO_describe` tells about a workspace object. Texts are cut where they do not fit. */
 typedef struct WSO_description_s {
-  char object_name[WSO_name_size + 1];
-  char object_type[WSO_name_size + 1];
-  char description[WSO_description_size + 1];
+  char object_name[WSO_name_size + 1];         /**< name of the object */
+  char object_type[WSO_name_size + 1];         /**< name of its type */
+  char description[WSO_description_size + 1];  /**< its description; "" for none */
   char owners_name[ORG_name_size + 1];         /**< user id of the owner */
   char owning_group_name[ORG_name_size + 1];   /**< name of the owner's group */
   char last_modifying_user[ORG_name_size + 1]; /**< user id of who saved it last */
-  date_s date_created;
-  date_s date_modified;
-  date_s date_released; /**< the null date when it was not released */
+  date_s date_created;                         /**< when it was made */
+  date_s date_modified;                        /**< when it was saved last */
+  date_s date_released;                        /**< the null date when it was not released */
 } WSO_description_s;
 
 /**
@@ -82,6 +84,7 @@ ORK_API int WSO_set_revision_limit(tag object, int limit);
  *   letters match in either case.
  * @param[out] count number of objects.
  * @param[out] objects the objects, freed by the caller with `MEM_free`; null for none.
+ * @return 0 or an error code.
  */
 ORK_API int WSO_find(const char* pattern, int* count, tag** objects);
 

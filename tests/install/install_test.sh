@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# usage: install_test.sh SOURCE_FOLDER WHAT
+# usage: install_test.sh SOURCE_FOLDER WHAT...
 # Installs what was built into a clean folder, moves the installation, builds the batch example
 # against it with CMake and with pkg-config and the handler example with CMake, and runs them on
 # sites made by the installed program.
-# WHAT is a build folder, or a package: .deb for this system or .zip for 64-bit Windows.
+# WHAT is a build folder, a .zip for 64-bit Windows, or the .deb packages for this system.
 set -euo pipefail
 source=$1
 what=$2
@@ -13,8 +13,12 @@ trap 'rm -rf "$scratch"' EXIT
 
 case $what in
   *.deb)
-    dpkg-deb --extract "$what" "$scratch/first"
+    for package in "${@:2}"; do
+      dpkg-deb --extract "$package" "$scratch/first"
+    done
     mv "$scratch/first/usr" "$scratch/prefix"
+    # Debian's programs look for libraries where the system has them, which this folder is not.
+    export LD_LIBRARY_PATH=$scratch/prefix/lib
     ;;
   *.zip)
     mkdir "$scratch/first"
@@ -94,5 +98,6 @@ mkdir "$scratch/plain"
 # shellcheck disable=SC2046
 "$compiler" -o "$scratch/plain/batch$ending" "$example"/*.c \
   $(pkg-config --cflags --libs zolp_orktool ork_host)
-LD_LIBRARY_PATH=$(pkg-config --variable=libdir zolp_orktool) check "$scratch/plain/batch$ending"
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir zolp_orktool)${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH} \
+  check "$scratch/plain/batch$ending"
 echo "the example runs on the installation"
