@@ -156,6 +156,7 @@ const std::vector<Command>& commands() {
     {{"list", "tree", "{files}/list.txt"}},
     {{"manual", "--markdown"}},
     {{"show", "P/A"}},
+    {{"show", "P", "--json"}},
     {{"trace", "show", "{files}/run.trace"}},
     {{"trace", "summary", "{files}/run.trace"}},
     {{"trace", "failures", "{files}/run.trace"}},

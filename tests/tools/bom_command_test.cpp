@@ -87,7 +87,7 @@ TEST_F(BomCommands, RefuseWhatIsWrong) {
   expect_refusal(bom({"numbers", "MX-110/B", "--increment", "0"}), 2, "--increment is 0");
   expect_refusal(bom({"export", "MX-100/B", "--class", "Form"}), 2, "--class");
   expect_refusal(bom({"tree"}), 2, "REVISION");
-  expect_refusal(bom({}), 2, "subcommand");
+  expect_refusal(bom({}), 2, "needs a command");
 }
 
 }  // namespace

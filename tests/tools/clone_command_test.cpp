@@ -68,7 +68,7 @@ TEST_F(CloneCommand, LoginInBothFormsOrAutomatic) {
   expect_refusal(clone(list, {"-u=eve", "-p=x", "-g=engineering"}), 1, "eve");
   // Given in part, the platform would take the automatic login instead.
   expect_refusal(clone(list, {"-u=ada", "-p=ada-secret"}), 2, "login is not complete");
-  expect_refusal(clone(list, {"-u", "ada", "-p", "-x", "-g", "engineering"}), 2, "-p");
+  expect_refusal(clone(list, {"-u", "ada", "-p", "-x", "-g", "engineering"}), 1, "password");
   EXPECT_EQ(clone(list, {"-u=ada", "-p=ada-secret", "-g="}).exit_code, 0);  // the default group
   EXPECT_THAT(folder.read("out/clone_log.txt"), StartsWith("ada:"));
   expect_refusal(run_zolp({"clone", list}), 2, "ORK_HOST_DB");

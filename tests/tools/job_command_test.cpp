@@ -158,7 +158,7 @@ TEST_F(JobCommands, RefuseWhatIsWrong) {
                  "has no review x");
   expect_refusal(job({"targets", "R", "--remove", "100"}), 1, "The object is not attached");
   expect_refusal(job({"show", "R", "--handlers", site}), 1, "cannot load the handlers");
-  expect_refusal(on_site({"job"}), 2, "subcommand");
+  expect_refusal(on_site({"job"}), 2, "needs a command");
 }
 
 TEST_F(JobCommands, TrialsFromOutside) {

@@ -26,9 +26,9 @@ inline Run run_program(const std::vector<std::string>& command, const Environmen
     const std::size_t name_end = variable.find('=', 1);  // on Windows some names begin with one
     environment.emplace(variable.substr(0, name_end), variable.substr(name_end + 1));
   }
-  for (const char* name :
-       {"ORK_HOST_DB", "ORK_HOST_FAULTS", "ORK_HOST_JOURNAL", "ORK_HOST_WAIT", "ORK_LANGUAGE",
-        "STORE_DATE_FORMAT", "ZOLP_TRACE_LEVEL", "ZOLP_TRACE_FILE", "ZOLP_TRACE_RECORD"}) {
+  for (const char* name : {"ORK_HOST_DB", "ORK_HOST_FAULTS", "ORK_HOST_JOURNAL", "ORK_HOST_WAIT",
+                           "ORK_LANGUAGE", "ORK_PASSWORD", "STORE_DATE_FORMAT", "ZOLP_TRACE_LEVEL",
+                           "ZOLP_TRACE_FILE", "ZOLP_TRACE_RECORD"}) {
     if (settings.count(name) == 0) {
       environment.erase(name);
     }
@@ -73,11 +73,12 @@ class ZolpTest : public testing::Test {
   const std::string site = folder.path("site.db");
 };
 
-/** A run that ends with an exit code and one line on standard error that begins with "zolp: ". */
+/** A run that ends with an exit code and one line on standard error: "zolp: ", or an object. */
 inline void expect_refusal(const Run& run, int exit_code, const std::string& text) {
   EXPECT_EQ(run.exit_code, exit_code) << run.err;
   EXPECT_EQ(run.out, "");
-  EXPECT_THAT(run.err, testing::StartsWith("zolp: "));
+  EXPECT_THAT(run.err, testing::AnyOf(testing::StartsWith("zolp: "),
+                                      testing::StartsWith("{\"error\":{\"message\":")));
   EXPECT_THAT(run.err, testing::HasSubstr(text));
   EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
 }
