@@ -239,11 +239,14 @@ void Recorder::count_overwritten(const unsigned char* bytes) {
 }
 
 void Recorder::add_of_other(EventRoom& room, ZOLP_CallSite* site, EventKind kind, int status) {
-  const uint64_t counter = uses_clock_ ? elapsed_nanoseconds() : read_counter();
+  uint64_t counter = now();
   const uint32_t number = number_of(site);
   const std::lock_guard lock(mutex_);
-  if ((room.epoch != epoch() || room.next == room.end) && !begin_room(room)) {
-    return;
+  if (room.epoch != epoch() || room.next == room.end) {
+    if (!begin_room(room)) {
+      return;
+    }
+    counter = kind == EventKind::entered ? now() : counter;
   }
   RecordedEvent* event = room.next++;
   event->counter = counter;

@@ -52,11 +52,13 @@ class Recorder {
 
   /** Adds an event of the first thread, which holds its lock. */
   void add(EventRoom& room, ZOLP_CallSite* site, EventKind kind, int status) {
-    const uint64_t counter = uses_clock_ ? elapsed_nanoseconds() : read_counter();
+    uint64_t counter = now();
     if (room.next == room.end) [[unlikely]] {
       if (!make_room(room)) {
         return;
       }
+      // The time that this took, with that of opening the file, is not the call's.
+      counter = kind == EventKind::entered ? now() : counter;
     }
     RecordedEvent* event = room.next++;
     event->counter = counter;
@@ -96,6 +98,7 @@ class Recorder {
   void restart_in_child();
 
  private:
+  uint64_t now() const { return uses_clock_ ? elapsed_nanoseconds() : read_counter(); }
   bool open();
   bool open_file();
   bool give_way_to_owner();

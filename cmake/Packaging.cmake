@@ -101,6 +101,14 @@ if(TARGET ork_host)
           COMPONENT development)
 endif()
 
+if(EXISTS "${ZOLP_VIEWER}/page.html")
+  # The notices of what pages of `zolp trace view` hold.
+  install(
+    DIRECTORY "${ZOLP_VIEWER}/licences"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+    COMPONENT tools)
+endif()
+
 if(WIN32)
   # The libraries that the project's own ones load, import libraries for other compilers, and the
   # notices of all that is inside.

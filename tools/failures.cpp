@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "error.h"
 #include "ork/access.h"
@@ -108,6 +110,20 @@ std::string with_names(const std::string& text) {
   return named + text.substr(from);
 }
 
+/** The error stack, the oldest entry first. */
+std::vector<ErrorEntry> stacked_entries() {
+  const ErrorStack stack;
+  std::vector<ErrorEntry> entries;
+  for (int i = 0; i < stack.count; ++i) {
+    const int severity = stack.severities[i];
+    entries.push_back({severity == ERR_severity_error     ? "error"
+                       : severity == ERR_severity_warning ? "warning"
+                                                          : "information",
+                       stack.codes[i], stack.texts[i]});
+  }
+  return entries;
+}
+
 }  // namespace
 
 bool has_failed() {
@@ -140,7 +156,12 @@ void require_success(int status, const std::string& problem, const std::string& 
   const int failure = is_one_of(answers, status) ? ORK_ok : status;
   if (failure != ORK_ok || has_failure(answers)) {
     const Reason reason = reason_of(failure, answers);
-    throw Error(problem + " (" + with_names(reason.text) + ")", advice_for(reason.code, advice));
+    std::vector<ErrorEntry> entries = stacked_entries();  // asking for names may add some
+    for (ErrorEntry& entry : entries) {
+      entry.text = with_names(entry.text);
+    }
+    throw Error(problem + " (" + with_names(reason.text) + ")", advice_for(reason.code, advice),
+                reason.code, std::move(entries));
   }
   if (answers.size() > 0) {
     forget_failures();

@@ -1,11 +1,17 @@
 #include "login.h"
 
+#include <cstdlib>
+#include <fstream>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "error.h"
 #include "host/ork_host.h"
 #include "ork/ork.h"
+#include "os.h"
+#include "streams.h"
+#include "utf8_path.h"
 
 namespace tool {
 
@@ -47,32 +53,87 @@ void add_trial_options(CLI::App& command) {
       ork_host_write_journal);
 }
 
+constexpr const char* password_variable = "ORK_PASSWORD";
+
+/**
+ * The value of an option as the platform reads it: "-u=ada" as well as "-u ada". What only the
+ * parser takes for one, as "-uada", is its value all the same.
+ */
+std::string value_of(const char* option, const std::string& parsed) {
+  const char* const value = ORK_get_cli_argument(option);
+  return value != nullptr ? value : parsed;
+}
+
+/** The first line of a file. */
+std::string password_in(const std::string& path) {
+  std::string line;
+  if (path == standard_stream) {
+    line = read_standard_input();
+  } else {
+    std::ifstream file(host::utf8_path(path), std::ios::binary);
+    std::getline(file, line, '\0');
+    if (!file && !file.eof()) {
+      throw Error("password file " + path + " cannot be read", "check the path");
+    }
+  }
+  return line.substr(0, line.find_first_of("\r\n"));
+}
+
+/** The password that the command line gives or names, or else the user. */
+std::optional<std::string> find_password(const CLI::App& command, const LoginOptions& options) {
+  if (command.count("-p") > 0) {
+    return value_of("-p=", options.password);
+  }
+  if (!options.password_file.empty()) {
+    return password_in(options.password_file);
+  }
+  if (const char* const password = std::getenv(password_variable); password != nullptr) {
+    return password;
+  }
+  return os::is_input_on_terminal()
+             ? os::ask_secretly("Password of " + value_of("-u=", options.user) + ": ")
+             : std::nullopt;
+}
+
 }  // namespace
 
 void add_login_options(CLI::App& command, LoginOptions& options) {
   command.add_option("--host", options.site, "The site's file; ORK_HOST_DB when left out")
       ->type_name("FILE");
-  command.add_option("-u", options.user, "User, with -p and -g; automatic login without")
+  command.add_option("-u", options.user, "User, with -g; automatic login without")
       ->type_name("USER");
-  command.add_option("-p", options.password, "Password")->type_name("PASSWORD");
-  command.add_option("-g", options.group, "Group")->type_name("GROUP");
+  CLI::Option* const password =
+      command
+          .add_option("-p", options.password,
+                      "Password; ORK_PASSWORD when left out, or else it is asked for")
+          ->type_name("PASSWORD");
+  command.add_option("--password-file", options.password_file, "File with the password")
+      ->type_name("FILE")
+      ->excludes(password);
+  command.add_option("-g", options.group, "Group; with an empty one the user's own")
+      ->type_name("GROUP");
   add_trial_options(command);
 }
 
-void check_login_options(const CLI::App& command) {
-  const char* const options[][2] = {{"-u", "-u="}, {"-p", "-p="}, {"-g", "-g="}};
-  int given = 0;
-  int read = 0;
-  for (const auto& [name, name_with_value] : options) {
-    given += command.count(name) > 0 ? 1 : 0;
-    read += ORK_get_cli_argument(name_with_value) != nullptr ? 1 : 0;
-  }
-  if (given == 0 || (given == 3 && read == 3)) {
+void complete_login(const CLI::App& command, const LoginOptions& options) {
+  const bool has_user = command.count("-u") > 0;
+  const bool has_group = command.count("-g") > 0;
+  const bool has_password = command.count("-p") > 0 || command.count("--password-file") > 0;
+  if (!has_user && !has_group && !has_password) {
     return;
   }
-  throw usage_error("the login is not complete",
-                    given < 3 ? "give -u, -p and -g, or none of them for the automatic login"
-                              : "write it as -u=USER -p=PASSWORD -g=GROUP");
+  const std::optional<std::string> password =
+      has_user && has_group ? find_password(command, options) : std::nullopt;
+  if (!password) {
+    throw usage_error("the login is not complete",
+                      "give -u, -g and a password (-p, --password-file or ORK_PASSWORD), or none "
+                      "of them for the automatic login");
+  }
+  const std::string arguments[] = {"-u=" + value_of("-u=", options.user), "-p=" + *password,
+                                   "-g=" + value_of("-g=", options.group)};
+  const char* const all[] = {"zolp", arguments[0].c_str(), arguments[1].c_str(),
+                             arguments[2].c_str()};
+  ork_host_set_arguments(static_cast<int>(std::size(all)), all);
 }
 
 }  // namespace tool

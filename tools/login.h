@@ -11,21 +11,18 @@
 namespace tool {
 
 struct LoginOptions {
-  std::string site, user, password, group;
+  std::string site, user, password, password_file, group;
 };
 
-/**
- * Adds --host, -u, -p and -g to a command, and --fail, --delay and --journal. What is given for the
- * login is read by the platform from the program's command line; the options are here so that they
- * are known and explained.
- */
+/** Adds --host and what the login takes to a command, and --fail, --delay and --journal. */
 void add_login_options(CLI::App& command, LoginOptions& options);
 
 /**
- * Refuses a login that is given in part, or in a way that the platform does not read: the platform
- * would log in as the site's user for automatic login instead.
+ * Has the platform log in as the options say. A password that they lack comes from the environment
+ * or the terminal. Refuses a login that is given in part: the platform would log in as the site's
+ * user for automatic login instead.
  */
-void check_login_options(const CLI::App& command);
+void complete_login(const CLI::App& command, const LoginOptions& options);
 
 /**
  * Adds the login options and --json to a command, and has it do its work in a session on the site.
@@ -37,7 +34,7 @@ void work_in_session(CLI::App& command, const std::shared_ptr<Options>& options,
   add_login_options(command, options->login);
   command.add_flag("--json", options->json, "Print JSON");
   command.callback([&command, options, work] {
-    check_login_options(command);
+    complete_login(command, options->login);
     const Site site(site_file(options->login.site));
     const Session session;
     work(*options);

@@ -1,19 +1,24 @@
 /** @file The command-line program `zolp`: its general options, and how failures are reported. */
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "command_line/wrong_usage.h"
 #include "commands/commands.h"
 #include "error.h"
 #include "os.h"
+#include "output_files.h"
 #include "site.h"
 #include "text.h"
 
 namespace {
 
+using tool::Error;
 using tool::ExitCode;
 
 constexpr const char* general_help = R"(
@@ -27,23 +32,57 @@ Exit codes:
   0  done
   1  failed; one line on standard error says why and what to do
   2  wrong usage
+An interrupted command ends by the signal, as shells expect, and leaves nothing.
 
 Environment:
   ORK_HOST_DB       the site's file, where a command names none
+  ORK_PASSWORD      the password of the user that -u names
   ZOLP_TRACE_LEVEL  how much of the library's call trace is shown; none unless this or
   ZOLP_TRACE_FILE   is set: the file that the trace goes to
 
 "zolp COMMAND --help" says more about each command.)";
 
-int report(const std::string& message, ExitCode exit_code) {
-  std::fprintf(stderr, "zolp: %s\n", tool::printable(message).c_str());
-  return exit_code;
+bool wants_json = false; /**< failures, too */
+
+/** What is wrong, and what the user can do about it. */
+Error split(const std::string& message, ExitCode exit_code) {
+  const std::size_t end = message.rfind(": ");
+  return {message.substr(0, end), end == std::string::npos ? "" : message.substr(end + 2),
+          exit_code};
 }
 
-int report_usage(const CLI::ParseError& error) {
+int report(const Error& error) {
+  if (!wants_json) {
+    std::fprintf(stderr, "zolp: %s\n", tool::printable(error.what()).c_str());
+    return error.exit_code();
+  }
+  tool::Json stack = tool::Json::array();
+  for (const tool::ErrorEntry& entry : error.stack()) {
+    stack.push_back({{"severity", entry.severity}, {"code", entry.code}, {"text", entry.text}});
+  }
+  const tool::Json code = error.code() != 0 ? tool::Json(error.code()) : tool::Json();
+  const tool::Json told = {{"error",
+                            {{"message", error.problem()},
+                             {"advice", error.advice()},
+                             {"code", code},
+                             {"exit_code", error.exit_code()},
+                             {"stack", stack}}}};
+  constexpr bool in_ascii = true;
+  std::fprintf(stderr, "%s\n",
+               told.dump(-1, ' ', in_ascii, tool::Json::error_handler_t::replace).c_str());
+  return error.exit_code();
+}
+
+int report(const std::string& message, ExitCode exit_code) {
+  return report(split(message, exit_code));
+}
+
+int report_usage(const CLI::App& program, const std::vector<std::string>& words,
+                 const CLI::ParseError& error) {
   std::string message = error.what();
   std::replace(message.begin(), message.end(), '\n', ' ');
-  return report(tool::trimmed(message) + ": see \"zolp --help\"", tool::exit_usage);
+  return report(tool::wrong_usage(tool::describe(program), words, tool::trimmed(message)),
+                tool::exit_usage);
 }
 
 int run(int argc, char** argv) {
@@ -52,7 +91,7 @@ int run(int argc, char** argv) {
   program.footer(general_help);
   // Paths may begin with a slash.
   program.allow_windows_style_options(false);
-  program.set_version_flag("--version", "zolp " ZOLP_TOOL_VERSION, "Print the version and exit");
+  program.set_version_flag("-V,--version", "zolp " ZOLP_TOOL_VERSION, "Print the version and exit");
   program.require_subcommand(1);
   tool::add_host_commands(program);
   tool::add_clone_command(program);
@@ -80,7 +119,7 @@ int run(int argc, char** argv) {
     // What a command has found out is its exit code.
     exit_code = answer.get_exit_code();
   } catch (const CLI::ParseError& error) {
-    return report_usage(error);
+    return report_usage(program, {argv + 1, argv + argc}, error);
   } catch (const std::bad_alloc&) {
     const bool reads_list = program.got_subcommand("list") || program.got_subcommand("clone");
     return report(std::string("memory is exhausted: ") +
@@ -93,9 +132,10 @@ int run(int argc, char** argv) {
   return exit_code;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run_and_report(int argc, char** argv) {
+  for (int i = 1; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
+    wants_json = wants_json || std::strcmp(argv[i], "--json") == 0;
+  }
   try {
     tool::os::prepare_process();
     // What shows traces makes none: it would put away the recording that it is about to read.
@@ -103,12 +143,22 @@ int main(int argc, char** argv) {
       tool::silence_trace_unless_wanted();
     }
     return run(argc, argv);
-  } catch (const tool::Error& error) {
-    return report(error.what(), error.exit_code());
+  } catch (const Error& error) {
+    return report(error);
   } catch (const std::bad_alloc&) {
     return report("memory is exhausted: make room for the program", tool::exit_failure);
   } catch (const std::exception& error) {
     return report(std::string("unexpected failure (") + error.what() + "): please report it",
                   tool::exit_failure);
   }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int exit_code = run_and_report(argc, argv);
+  if (tool::is_interrupted()) {
+    tool::os::end_as_interrupted();  // shells end their loops when they see that
+  }
+  return exit_code;
 }

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,12 @@ void prepare_process();
 
 /** Asks whether standard error is shown to somebody. */
 bool is_error_on_terminal();
+
+/** Asks whether standard input is what somebody types. */
+bool is_input_on_terminal();
+
+/** Has a standard stream pass bytes as they are, where the system would change ends of lines. */
+void pass_bytes_unchanged(std::FILE* stream);
 
 /** The same for standard output. */
 bool is_output_on_terminal();
@@ -74,6 +81,15 @@ void watch_for_interruption();
 
 /** Asks whether the user has asked the program to end. A second request ends it at once. */
 bool was_interrupted();
+
+/** Ends the program as that request would have ended it at once; whoever started it sees it. */
+[[noreturn]] void end_as_interrupted();
+
+/**
+ * Asks for a text on the terminal, which does not show it.
+ * @return nothing where there is no terminal to ask on.
+ */
+std::optional<std::string> ask_secretly(const std::string& question);
 
 /** Runs a program that stands in one of the folders of PATH. @return whether it ended well. */
 bool run_program(const std::string& name, const std::vector<std::string>& arguments);

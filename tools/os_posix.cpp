@@ -5,11 +5,13 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <memory>
 
 #include "os.h"
 
@@ -17,7 +19,35 @@ namespace tool::os {
 
 namespace {
 
-volatile sig_atomic_t interrupted = 0;
+volatile sig_atomic_t interrupted = 0; /**< the signal, or 0 */
+
+/** @param flags whether calls of the system that are interrupted go on. */
+void watch(int flags) {
+  struct sigaction action = {};
+  action.sa_handler = [](int signal_number) { interrupted = signal_number; };
+  action.sa_flags = flags | static_cast<int>(SA_RESETHAND);
+  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaction(signal_number, &action, nullptr);
+  }
+}
+
+/** A terminal that does not show what is typed; it shows it again in the end. */
+class SilentTerminal {
+ public:
+  explicit SilentTerminal(std::FILE* terminal) : file_(fileno(terminal)) {
+    tcgetattr(file_, &earlier_);
+    termios silent = earlier_;
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    tcsetattr(file_, TCSAFLUSH, &silent);
+  }
+  ~SilentTerminal() { tcsetattr(file_, TCSAFLUSH, &earlier_); }
+  SilentTerminal(const SilentTerminal&) = delete;
+  SilentTerminal& operator=(const SilentTerminal&) = delete;
+
+ private:
+  int file_;
+  termios earlier_{};
+};
 
 }  // namespace
 
@@ -29,6 +59,12 @@ void prepare_process() {
 bool is_error_on_terminal() {
   return isatty(STDERR_FILENO) != 0;
 }
+
+bool is_input_on_terminal() {
+  return isatty(STDIN_FILENO) != 0;
+}
+
+void pass_bytes_unchanged(std::FILE*) {}
 
 bool is_output_on_terminal() {
   return isatty(STDOUT_FILENO) != 0;
@@ -108,16 +144,40 @@ std::filesystem::path make_work_folder(const std::filesystem::path& parent) {
 }
 
 void watch_for_interruption() {
-  struct sigaction action = {};
-  action.sa_handler = [](int) { interrupted = 1; };
-  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaction(signal_number, &action, nullptr);
-  }
+  watch(SA_RESTART);
 }
 
 bool was_interrupted() {
   return interrupted != 0;
+}
+
+void end_as_interrupted() {
+  std::fflush(stdout);
+  const int signal_number = interrupted;
+  signal(signal_number, SIG_DFL);
+  raise(signal_number);
+  _exit(128 + signal_number);  // where it is blocked
+}
+
+std::optional<std::string> ask_secretly(const std::string& question) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> terminal(std::fopen("/dev/tty", "r+e"),
+                                                                 std::fclose);
+  if (terminal == nullptr) {
+    return std::nullopt;
+  }
+  watch(0);  // the terminal is to be as it was; reading ends
+  std::string answer;
+  {
+    const SilentTerminal silence(terminal.get());
+    std::fputs(question.c_str(), terminal.get());
+    std::fflush(terminal.get());
+    char character = 0;
+    while (read(fileno(terminal.get()), &character, 1) == 1 && character != '\n') {
+      answer += character;
+    }
+  }
+  std::fputs("\n", terminal.get());
+  return answer;
 }
 
 bool run_program(const std::string& name, const std::vector<std::string>& arguments) {

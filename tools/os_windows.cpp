@@ -8,6 +8,7 @@
 
 #include <shlwapi.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string_view>
 
@@ -18,6 +19,7 @@ namespace tool::os {
 
 namespace {
 
+constexpr int standard_input = 0;
 constexpr int standard_output = 1;
 constexpr int standard_error = 2;
 
@@ -36,6 +38,14 @@ void prepare_process() {
 
 bool is_error_on_terminal() {
   return _isatty(standard_error) != 0;
+}
+
+bool is_input_on_terminal() {
+  return _isatty(standard_input) != 0;
+}
+
+void pass_bytes_unchanged(std::FILE* stream) {
+  _setmode(_fileno(stream), _O_BINARY);
 }
 
 bool is_output_on_terminal() {
@@ -139,6 +149,31 @@ void watch_for_interruption() {
 
 bool was_interrupted() {
   return interruptions != 0;
+}
+
+void end_as_interrupted() {
+  fflush(stdout);
+  ExitProcess(STATUS_CONTROL_C_EXIT);
+}
+
+std::optional<std::string> ask_secretly(const std::string& question) {
+  const HANDLE console = CreateFileW(L"CONIN$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
+                                     nullptr, OPEN_EXISTING, 0, nullptr);
+  DWORD earlier = 0;
+  if (console == INVALID_HANDLE_VALUE || GetConsoleMode(console, &earlier) == 0) {
+    return std::nullopt;
+  }
+  SetConsoleMode(console, earlier & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+  fputs(question.c_str(), stderr);
+  wchar_t typed[256];
+  DWORD count = 0;
+  const bool is_read = ReadConsoleW(console, typed, 255, &count, nullptr) != 0;
+  SetConsoleMode(console, earlier);
+  CloseHandle(console);
+  fputs("\n", stderr);
+  std::wstring answer(typed, is_read ? count : 0);
+  answer.erase(std::min(answer.find_first_of(L"\r\n"), answer.size()));
+  return std::filesystem::path(answer).string();
 }
 
 bool run_program(const std::string& name, const std::vector<std::string>& arguments) {

@@ -1,9 +1,14 @@
 #include "release_list.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <iterator>
+#include <string_view>
+#include <utility>
 
 #include "error.h"
 #include "os.h"
@@ -17,11 +22,18 @@ namespace {
 /** Longest line without its line end that the library's readers take in one piece. */
 constexpr size_t longest_line = 498;
 
-/** Reads a list's lines and knows where it is. */
+/** Where problems go: the first one ends a check, or all are collected. */
+using Report = std::function<void(const ListProblem&)>;
+
+Error error_of(const std::string& list, const ListProblem& problem) {
+  return {list + ":" + std::to_string(problem.line) + ": the line " + problem.what, problem.advice};
+}
+
+/** Reads a list's lines, and reports those that are no text or too long. */
 class LineReader {
  public:
-  explicit LineReader(const std::string& path)
-      : path_(path), file_(host::utf8_path(path), std::ios::binary) {}
+  LineReader(const InputFile& list, Report report)
+      : report_(std::move(report)), file_(host::utf8_path(list.path()), std::ios::binary) {}
 
   bool next() {
     if (!std::getline(file_, line_)) {
@@ -29,32 +41,34 @@ class LineReader {
     }
     ++number_;
     if (line_.find('\0') != std::string::npos) {
-      throw error("holds a NUL byte", "this is not a text file, or it is damaged");
+      report("", "holds a NUL byte", "this is not a text file, or it is damaged");
     }
     if (line_.size() > longest_line) {
-      throw error("is longer than " + std::to_string(longest_line) + " characters",
-                  "shorten it, the reader would take it for several lines");
+      report("", "is longer than " + std::to_string(longest_line) + " characters",
+             "shorten it, the reader would take it for several lines");
     }
     return true;
   }
 
-  const std::string& line() const { return line_; }
-  size_t number() const { return number_; }
-  bool ends_with_line_feed() const { return !file_.eof(); }
-  std::string place() const { return path_ + ":" + std::to_string(number_); }
-
-  Error error(const std::string& problem, const std::string& advice) const {
-    return {place() + ": the line " + problem, advice};
+  void report(const std::string& column, const std::string& what, const std::string& advice,
+              bool is_refused = true) const {
+    report_({number_, column, what, advice, is_refused});
   }
 
+  const std::string& line() const { return line_; }
+  void drop_front(size_t count) { line_.erase(0, count); }
+  size_t number() const { return number_; }
+  bool ends_with_line_feed() const { return !file_.eof(); }
+
  private:
-  std::string path_;
+  Report report_;
   std::ifstream file_;
   std::string line_;
   size_t number_ = 0;
 };
 
-void check_file_access(const std::string& path) {
+void check_file_access(const InputFile& list) {
+  const std::string& path = list.path();
   std::error_code problem;
   if (!std::filesystem::exists(host::utf8_path(path), problem)) {
     throw Error("list " + path + " does not exist", "check the path");
@@ -67,7 +81,7 @@ void check_file_access(const std::string& path) {
                 "make it readable and writable, or work on a copy");
   }
   if (std::filesystem::file_size(host::utf8_path(path), problem) == 0) {
-    throw Error("list " + path + " is empty", "export the list again");
+    throw Error("list " + list.name() + " is empty", "export the list again");
   }
 }
 
@@ -110,13 +124,52 @@ class Linking {
   bool misplaced_ = false;
 };
 
+/** The columns of a release list, each as wide as the next one lets it be. */
+struct Column {
+  const char* title;
+  size_t begin;
+};
+
+constexpr Column columns[] = {{"Level", 0},
+                              {"Item Revision", column::item_revision},
+                              {"Datasets", 40},
+                              {"Type", column::type},
+                              {"New Item ID", column::new_item_id},
+                              {"New Name", column::new_name},
+                              {"BOM Mode", 172},
+                              {"Rel-Status", 205},
+                              {"Tarn Info", 238},
+                              {"PF Info", 271}};
+
+/** Title of the column that a byte of a line is in. */
+const char* column_at(size_t position) {
+  const auto after = std::find_if(std::begin(columns), std::end(columns),
+                                  [&](const Column& one) { return one.begin > position; });
+  return std::prev(after)->title;
+}
+
+std::string at(size_t position) {
+  return " at character " + std::to_string(position + 1);
+}
+
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+
 class ReleaseListCheck {
  public:
-  ReleaseListCheck(const std::string& path, const std::string& separator)
-      : reader_(path), separator_(separator), path_(path) {}
+  /** @param warns whether what the library takes is looked at, too. */
+  ReleaseListCheck(const InputFile& list, const std::string& separator, Encoding encoding,
+                   bool warns, Report report)
+      : reader_(list, std::move(report)),
+        separator_(separator),
+        name_(list.name()),
+        encoding_(encoding),
+        warns_(warns) {}
 
   ReleaseListContents run() {
     while (reader_.next()) {
+      if (warns_) {
+        warn();
+      }
       const std::string& line = reader_.line();
       if (is_header(line)) {
         has_header_ = true;
@@ -130,10 +183,12 @@ class ReleaseListCheck {
       skip_what_the_reader_skips();
     }
     if (contents_.items == 0) {
-      throw Error("list " + path_ + " has no item line", "export the release list again");
+      throw Error("list " + name_ + " has no item line", "export the release list again");
     }
     return contents_;
   }
+
+  size_t lines() const { return reader_.number(); }
 
  private:
   static bool is_header(const std::string& line) {
@@ -141,48 +196,99 @@ class ReleaseListCheck {
            line.compare(column::item_revision, 13, "Item Revision") == 0;
   }
 
+  static bool has_cells(const std::string& line) {
+    return line.size() > column::level_width && line[column::level_width] == ';';
+  }
+
+  /** What looks right in an editor, and is not where the reader takes it from. */
+  void warn() {
+    if (reader_.number() == 1 && reader_.line().starts_with(byte_order_mark)) {
+      reader_.report("Level", "begins with a byte order mark",
+                     "save the list as UTF-8 without one");
+      reader_.drop_front(byte_order_mark.size());
+    }
+    const std::string& line = reader_.line();
+    if (const size_t tab = line.find('\t'); tab != std::string::npos) {
+      reader_.report(column_at(tab), "has a tab" + at(tab), "write blanks up to the next column",
+                     false);
+    }
+    if (encoding_ == Encoding::utf8) {
+      const size_t byte = first_byte_that_is_no_utf8(line);
+      if (byte != std::string::npos) {
+        reader_.report(column_at(byte), "is not in UTF-8" + at(byte),
+                       "say --encoding latin1, or save the list as UTF-8", false);
+      }
+    }
+    if (has_cells(line)) {
+      warn_of_moved_columns();
+    }
+  }
+
+  void warn_of_moved_columns() const {
+    const std::string& line = reader_.line();
+    for (size_t i = 1; i < std::size(columns); ++i) {
+      const size_t expected = columns[i].begin - 1;
+      if (line.size() <= expected) {
+        return;  // lines may end early
+      }
+      if (line[expected] != ';') {
+        reader_.report(columns[i].title,
+                       "has no \";\"" + at(expected) + ", where this column begins",
+                       "fill each cell up with blanks; an umlaut takes two bytes in UTF-8", false);
+        return;  // the others have moved, too
+      }
+    }
+  }
+
   /** The first cell of a line that has one is blank or a level. */
   void check_level() const {
     const std::string& line = reader_.line();
-    const bool has_cell = line.size() > column::level_width && line[column::level_width] == ';';
     const std::string level = trimmed(line.substr(0, column::level_width));
-    if (!has_cell) {
-      if (level_as_read(line) == 0) {
-        return;
+    if (!has_cells(line)) {
+      if (level_as_read(line) != 0) {
+        reader_.report("Level", "begins with a number, but is no item line",
+                       "indent it, or put the line into its columns");
       }
-      throw reader_.error("begins with a number, but is no item line",
-                          "indent it, or put the line into its columns");
+      return;
     }
     if (level.empty()) {
       return;
     }
     if (level.find_first_not_of("0123456789") != std::string::npos || level_as_read(line) < 1) {
-      throw reader_.error("has the level \"" + printable(level) + "\"",
-                          "levels are whole numbers from 1, other lines begin with blanks");
+      reader_.report("Level", "has the level \"" + printable(decoded(level, encoding_)) + "\"",
+                     "levels are whole numbers from 1, other lines begin with blanks");
     }
   }
 
   void check_item() {
     const std::string& line = reader_.line();
     if (!has_header_) {
-      throw reader_.error("is an item line, but no header line stands before it",
-                          "begin the list with \"Level ;Item Revision ;Datasets ;...\"");
-    }
-    if (line.size() < column::new_name) {
-      throw reader_.error("ends before the column \"New Name\"",
-                          "keep the columns at their fixed positions, padded with blanks");
-    }
-    if (!contains(cell_text(line.substr(column::item_revision)), separator_.c_str())) {
-      throw reader_.error("has no \"" + separator_ + "\" in \"Item Revision\"",
-                          "write the cell as item id, separator, revision");
+      reader_.report("", "is an item line, but no header line stands before it",
+                     "begin the list with \"Level ;Item Revision ;Datasets ;...\"");
+      has_header_ = true;  // told once
     }
     ++contents_.items;
-    if (!linking_.link(level_as_read(line))) {
-      throw reader_.error("is an item above the level of the first item",
-                          "begin the list with its top item");
+    if (line.size() < column::new_name) {
+      reader_.report("New Name", "ends before the column \"New Name\"",
+                     "keep the columns at their fixed positions, padded with blanks");
     }
-    if (linking_.misplaced() && contents_.level_jumps++ == 0) {
-      contents_.first_level_jump = reader_.place();
+    const bool has_item = line.size() > column::item_revision;
+    if (!has_item || !contains(cell_text(line.substr(column::item_revision)), separator_.c_str())) {
+      reader_.report("Item Revision", "has no \"" + separator_ + "\" in \"Item Revision\"",
+                     "write the cell as item id, separator, revision");
+    }
+    if (!linking_.link(level_as_read(line))) {
+      reader_.report("Level", "is an item above the level of the first item",
+                     "begin the list with its top item");
+    }
+    if (linking_.misplaced()) {
+      if (contents_.level_jumps++ == 0) {
+        contents_.first_level_jump = name_ + ":" + std::to_string(reader_.number());
+      }
+      if (warns_) {
+        reader_.report("Level", "is an item that the reader puts one level up only",
+                       "close each sub-assembly with a part of its own level", false);
+      }
     }
   }
 
@@ -198,8 +304,8 @@ class ReleaseListCheck {
       ++datasets;
     }
     if (datasets > 0 && contents_.items == 0) {
-      throw reader_.error("is a dataset line, but no item line stands before it",
-                          "put it below the line of its item");
+      reader_.report("Type", "is a dataset line, but no item line stands before it",
+                     "put it below the line of its item");
     }
     contents_.datasets += datasets;
   }
@@ -214,33 +320,51 @@ class ReleaseListCheck {
         return;
       }
       if (level_as_read(reader_.line()) >= 1) {
-        throw reader_.error("is an item line that the reader would skip",
-                            "put the dashes on a line of their own below \"Where used:\"");
+        reader_.report("Level", "is an item line that the reader would skip",
+                       "put the dashes on a line of their own below \"Where used:\"");
       }
     }
   }
 
   LineReader reader_;
   std::string separator_;
-  std::string path_;
+  std::string name_;
+  Encoding encoding_;
+  bool warns_;
   ReleaseListContents contents_;
   Linking linking_;
   bool has_header_ = false;
 };
 
+/** Refuses a list for its first problem. */
+Report refusal(const InputFile& list) {
+  return [name = list.name()](const ListProblem& problem) { throw error_of(name, problem); };
+}
+
 }  // namespace
 
-size_t check_list_file(const std::string& path) {
-  check_file_access(path);
-  LineReader reader(path);
+size_t check_list_file(const InputFile& list) {
+  check_file_access(list);
+  LineReader reader(list, refusal(list));
   while (reader.next()) {
   }
   return reader.number();
 }
 
-ReleaseListContents check_release_list(const std::string& path, const std::string& separator) {
-  check_file_access(path);
-  return ReleaseListCheck(path, separator).run();
+ReleaseListContents check_release_list(const InputFile& list, const std::string& separator) {
+  check_file_access(list);
+  return ReleaseListCheck(list, separator, Encoding::utf8, false, refusal(list)).run();
+}
+
+ListReport report_on_list(const InputFile& list, const std::string& separator, Encoding encoding) {
+  check_file_access(list);
+  ListReport report;
+  ReleaseListCheck check(list, separator, encoding, true, [&report](const ListProblem& problem) {
+    report.problems.push_back(problem);
+  });
+  report.contents = check.run();
+  report.lines = check.lines();
+  return report;
 }
 
 }  // namespace tool

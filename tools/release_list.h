@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "streams.h"
+
 namespace tool {
 
 /** First characters of the columns of a release list. */
@@ -32,12 +34,30 @@ struct ReleaseListContents {
  * library opens lists for update), holds text, and its lines fit the reader's buffer.
  * @return its number of lines.
  */
-size_t check_list_file(const std::string& path);
+size_t check_list_file(const InputFile& list);
 
 /**
  * Checks a release list: all of the above, the header line, and each item line.
  * @param separator text between item id and revision.
  */
-ReleaseListContents check_release_list(const std::string& path, const std::string& separator);
+ReleaseListContents check_release_list(const InputFile& list, const std::string& separator);
+
+/** What is wrong with a line. */
+struct ListProblem {
+  size_t line = 0;
+  std::string column; /**< its title; empty where it is none's */
+  std::string what;   /**< "is longer than 498 characters" */
+  std::string advice;
+  bool is_refused = true; /**< or read otherwise than it is meant */
+};
+
+struct ListReport {
+  size_t lines = 0;
+  ReleaseListContents contents;
+  std::vector<ListProblem> problems; /**< in the order of the lines */
+};
+
+/** Collects all that is wrong with a release list, also what the library would take. */
+ListReport report_on_list(const InputFile& list, const std::string& separator, Encoding encoding);
 
 }  // namespace tool

@@ -12,6 +12,7 @@
 #include "platform_block.h"
 #include "seed_check.h"
 #include "seed_progress.h"
+#include "streams.h"
 #include "utf8_path.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
@@ -22,6 +23,26 @@ namespace {
 
 bool trace_is_wanted() {
   return std::getenv("ZOLP_TRACE_LEVEL") != nullptr || std::getenv("ZOLP_TRACE_FILE") != nullptr;
+}
+
+/** Refuses what is no file, and what the platform would make a new site of. */
+void require_file(const std::string& path) {
+  std::error_code ignored;
+  const std::filesystem::path file = host::utf8_path(path);
+  const std::filesystem::file_status status = std::filesystem::status(file, ignored);
+  if (!std::filesystem::exists(status)) {
+    throw Error("site " + path + " does not exist", "create it with \"zolp host init\"");
+  }
+  if (std::filesystem::is_directory(status)) {
+    throw Error(path + " is a folder, and a site is a file", "name the file in it");
+  }
+  if (!std::filesystem::is_regular_file(status)) {
+    throw Error(path + " is a device or pipe, and a site is a file", "name the site's file");
+  }
+  if (std::filesystem::file_size(file, ignored) == 0) {
+    throw Error("file " + path + " is empty, and no site",
+                "remove it, and create a site with \"zolp host init\"");
+  }
 }
 
 }  // namespace
@@ -38,9 +59,8 @@ std::string site_file(const std::string& given) {
 }
 
 Site::Site(const std::string& path, Open how) {
-  std::error_code ignored;
-  if (how == Open::existing && !std::filesystem::is_regular_file(host::utf8_path(path), ignored)) {
-    throw Error("site " + path + " does not exist", "create it with \"zolp host init\"");
+  if (how == Open::existing) {
+    require_file(path);
   }
   require_success(ork_host_open(path.c_str()), "cannot open site " + path,
                   "check that the file is a site and can be read and written");
@@ -55,6 +75,9 @@ void Site::seed(const std::string& json) {
 }
 
 void Site::seed_file(const std::string& path) {
+  if (path == standard_stream) {
+    return seed(read_standard_input());
+  }
   require_seed_file(path);
   const SeedProgress progress("seeding " + path);
   const int status = ork_host_seed_file(path.c_str());

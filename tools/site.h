@@ -23,6 +23,7 @@ class Site {
   Site& operator=(const Site&) = delete;
 
   void seed(const std::string& json);
+  /** @param path "-" for standard input, whose paths begin at the current folder. */
   void seed_file(const std::string& path);
   void set_preference(const std::string& name, const std::vector<std::string>& values);
   /** @param section as for `ork_host_describe`; empty for all sections. */

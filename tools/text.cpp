@@ -10,33 +10,46 @@ namespace tool {
 
 namespace {
 
-/** Takes a UTF-8 text apart; a byte that belongs to no character is passed on alone. */
+/** Bytes of the UTF-8 character that a text begins with; 0 for a byte that begins none. */
+size_t character_size(std::string_view text) {
+  const auto byte = [&text](size_t at) {
+    return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;
+  };
+  const unsigned first = byte(0);
+  if (first < 0x80) {
+    return 1;
+  }
+  // What the second byte may be where others would be a longer spelling, or no character.
+  const unsigned least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+  const unsigned most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+  const size_t size = first < 0xC2 || first > 0xF4 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+  if (size == 0 || byte(1) < least || byte(1) > most) {
+    return 0;
+  }
+  for (size_t i = 2; i < size; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) {
+      return 0;
+    }
+  }
+  return size;
+}
+
+/** Takes a UTF-8 text apart; for a byte that belongs to no character another one is passed on. */
 template <typename Take>
 void for_each_character(std::string_view text, const Take& take) {
-  const auto continues = [&text](size_t at) {
-    return at < text.size() && (text[at] & 0xC0) == 0x80;
-  };
+  constexpr std::string_view instead = "\xEF\xBF\xBD";
   while (!text.empty()) {
-    const auto first = static_cast<unsigned char>(text.front());
-    size_t size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC2 ? 2 : 1;
-    for (size_t i = 1; i < size; ++i) {
-      size = continues(i) ? size : 1;
-    }
-    take(text.substr(0, size));
-    text.remove_prefix(size);
+    const size_t size = character_size(text);
+    take(size == 0 ? instead : text.substr(0, size));
+    text.remove_prefix(std::max<size_t>(size, 1));
   }
 }
 
-/**
- * Whether terminals take a character for a command: those below 32, 127, and those from 128 to 159,
- * in UTF-8 or as the byte that they are elsewhere.
- */
+/** Whether terminals take a character for a command: those below 32, and those from 127 to 159. */
 bool is_control(std::string_view character) {
   const auto first = static_cast<unsigned char>(character.front());
   const auto last = static_cast<unsigned char>(character.back());
-  const bool is_high = last >= 0x80 && last < 0xA0 && (character.size() == 1 || first == 0xC2);
-  return (character.size() == 1 && (first < 0x20 || first == 0x7F)) ||
-         (is_high && character.size() <= 2);
+  return first < 0x20 || first == 0x7F || (first == 0xC2 && last < 0xA0);
 }
 
 }  // namespace
@@ -77,6 +90,17 @@ std::string printable(std::string_view text) {
   for_each_character(
       text, [&](std::string_view character) { result += is_control(character) ? "?" : character; });
   return result;
+}
+
+size_t first_byte_that_is_no_utf8(std::string_view text) {
+  for (size_t at = 0; at < text.size();) {
+    const size_t size = character_size(text.substr(at));
+    if (size == 0) {
+      return at;
+    }
+    at += size;
+  }
+  return std::string_view::npos;
 }
 
 std::string counted(size_t count, const std::string& noun) {

@@ -19,8 +19,14 @@ std::string trimmed(std::string_view text);
  */
 std::string cell_text(std::string_view field);
 
-/** The text with control characters replaced, so that data cannot steer the terminal. */
+/**
+ * The text as it may be shown: control characters are replaced, so that data cannot steer the
+ * terminal, and bytes that are no UTF-8.
+ */
 std::string printable(std::string_view text);
+
+/** Where the first byte is that is no UTF-8; npos for none. */
+size_t first_byte_that_is_no_utf8(std::string_view text);
 
 /** A number and its noun: "1 item", "2 items". */
 std::string counted(size_t count, const std::string& noun);

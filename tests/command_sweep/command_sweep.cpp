@@ -272,7 +272,8 @@ class Trial {
 
   std::string problem_of_bad(const WorkPlace::Result& result, const std::string& operation) const {
     const bool is_one_line =
-        result.err.starts_with("zolp: ") && result.err.find('\n') + 1 == result.err.size();
+        (result.err.starts_with("zolp: ") || result.err.starts_with("{\"error\":{")) &&
+        result.err.find('\n') + 1 == result.err.size();
     const bool names_failure = result.err.find("injected into " + operation) != std::string::npos;
     return result.exit_code != 1                          ? "ends otherwise"
            : !is_one_line                                 ? "says it otherwise than in one line"

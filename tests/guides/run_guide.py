@@ -5,8 +5,9 @@ Does what a guide says, in an empty folder with the programs of an installation,
 out. A block of code behind a line that ends with "`NAME`:" is a file of that name. In blocks of `console`,
 lines that begin with "$ " are commands, those with "> " go on with them, and what follows is what they
 print; a line "..." stands for any lines. Lines of the library's sources, times, numbers of events, process
-ids in names of recordings and blanks at the end of a line may differ; the folder is shown as /home/alice/try. Every command must succeed; one that is to fail says so:
-`false; echo "exit code $?"`. With --write the guide gets what its commands print now.
+ids in names of recordings and blanks at the end of a line may differ; the folder is shown as
+/home/alice/try. Every command must succeed; one that is to fail says so: `false; echo "exit code $?"`.
+With --write the guide gets what its commands print now.
 """
 
 import difflib

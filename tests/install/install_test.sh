@@ -85,6 +85,13 @@ grep -q 'Tested before?  Pending  (condition)  result true' "$scratch/job"
 grep -q 'Examination report' "$scratch/card"
 export ORK_HOST_DB=$scratch/site.db
 
+# A program with the viewer inside says whose it is.
+if [ -n "$(find "$prefix" -name speedscope.txt)" ]; then
+  printf ' ->work work.cpp:1\n <-work work.cpp:9\n' >"$scratch/run.trace"
+  "${zolp[@]}" trace view "$scratch/run.trace" --out "$scratch/run.html"
+  grep -q '"name":"work"' "$scratch/run.html"
+fi
+
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name zolp_orktool.pc)")
 export PKG_CONFIG_PATH
 mkdir "$scratch/plain"

@@ -22,7 +22,15 @@ TEST_F(ObjectCommands, ShowPrintsACard) {
   EXPECT_EQ(json["checked_out_by"], "ada");
   EXPECT_EQ(json["locked"], nullptr);
   EXPECT_EQ(json["statuses"].size(), 2u);
-  EXPECT_EQ(json["relations"]["to"][0]["object"], "report");
+  EXPECT_EQ(json["relations"]["to"][0]["id"], "report");
+  EXPECT_EQ(json["item"], "100");
+  EXPECT_EQ(json["revision"], "A");
+  EXPECT_EQ(json["datasets"][0]["type"], "Report");
+  const auto item = on_site({"show", "100", "--json"}).json();
+  EXPECT_EQ(item["revisions"].size(), 1U);
+  EXPECT_EQ(item["revisions"][0]["id"], "100/A-Press");
+  EXPECT_EQ(item["revision"], nullptr);
+  EXPECT_THAT(on_site({"show", "100"}).out, HasSubstr("revisions    100/A-Press\n"));
 
   const test::Run replica = on_site({"show", "2/00"});
   EXPECT_THAT(replica.out, HasSubstr("replica of Elsewhere"));

@@ -40,6 +40,13 @@ CLI::App* add_bom_command(CLI::App& group, const std::shared_ptr<BomOptions>& op
 void add_bom_commands(CLI::App& program) {
   CLI::App& group = *program.add_subcommand("bom", "Work on product structures");
   group.require_subcommand(1);
+  group.footer(R"(
+Examples:
+  zolp bom tree MX-100/B --host site.db           draw a structure
+  zolp bom size MX-100/B --host site.db           count its lines
+  zolp bom resequence MX-100/B --host site.db --recursive --save
+
+"zolp bom COMMAND --help" says more about each command.)");
   add_bom_tree(group);
   add_bom_size(group);
   add_bom_resequence(group);

@@ -15,6 +15,7 @@
 #include "output_files.h"
 #include "release_list.h"
 #include "site.h"
+#include "streams.h"
 #include "text.h"
 #include "utf8_path.h"
 #include "zolp_orktool.h"
@@ -104,13 +105,13 @@ class CloneRun {
  public:
   explicit CloneRun(const CloneOptions& options)
       : options_(options),
+        list_(options.release_list),
         site_(site_file(options.login.site)),
         files_(host::utf8_path(options.folder)) {}
 
   void prepare() {
-    progress_.step("checking " + options_.release_list);
-    contents_ =
-        check_release_list(options_.release_list, session_.preference(separator_preference));
+    progress_.step("checking " + list_.name());
+    contents_ = check_release_list(list_, session_.preference(separator_preference));
     check_list_is_kept();
     check_settings(session_, options_.header_preference);
     write_clone_log();
@@ -139,13 +140,14 @@ class CloneRun {
                 counted(statistics_.items, "item").c_str(), statistics_.clone, statistics_.retain,
                 counted(contents_.datasets, "dataset").c_str(), statistics_.deepest_level);
     for (const std::string& file : files) {
-      std::printf("wrote %s\n", file.c_str());
+      std::printf("wrote %s\n", printable(file).c_str());
     }
     if (contents_.level_jumps > 0) {
       std::printf(
           "note: %s placed elsewhere than the level says, the first at %s; the reader climbs one "
           "level only\n",
-          counted(contents_.level_jumps, "item").c_str(), contents_.first_level_jump.c_str());
+          counted(contents_.level_jumps, "item").c_str(),
+          printable(contents_.first_level_jump).c_str());
     }
   }
 
@@ -154,9 +156,8 @@ class CloneRun {
     const std::filesystem::path folder = host::utf8_path(options_.folder);
     for (const char* name : {log_name, batch_name, entries_name}) {
       std::error_code ignored;
-      if (std::filesystem::equivalent(host::utf8_path(options_.release_list), folder / name,
-                                      ignored)) {
-        throw Error("the run would replace list " + options_.release_list,
+      if (std::filesystem::equivalent(host::utf8_path(list_.path()), folder / name, ignored)) {
+        throw Error("the run would replace list " + list_.name(),
                     "rename the list, or choose another output folder");
       }
     }
@@ -166,7 +167,7 @@ class CloneRun {
     progress_.step("writing " + std::string(log_name));
     const std::string path = files_.add(log_name);
     LibraryCall call;
-    require_written(ZOLP_create_clonelogheader(options_.release_list.c_str(), path.c_str(),
+    require_written(ZOLP_create_clonelogheader(list_.path().c_str(), path.c_str(),
                                                options_.header_preference.c_str()),
                     "clone log",
                     "a line of the template of preference " + options_.header_preference +
@@ -178,9 +179,9 @@ class CloneRun {
     progress_.step("reading " + counted(contents_.items, "item") + " and " +
                    counted(contents_.datasets, "dataset"));
     LibraryCall call;
-    const int status = ZOLP_read_assylist(options_.release_list.c_str(), tree_.address());
+    const int status = ZOLP_read_assylist(list_.path().c_str(), tree_.address());
     statistics_ = measure_assembly(tree_.root());
-    const std::string problem = "list " + options_.release_list + " was read to " +
+    const std::string problem = "list " + list_.name() + " was read to " +
                                 std::to_string(statistics_.items) + " of its " +
                                 counted(contents_.items, "item");
     if (status > 1 || has_failed()) {
@@ -224,6 +225,7 @@ class CloneRun {
 
   const CloneOptions& options_;
   Progress progress_;
+  InputFile list_;
   Site site_;
   Session session_;
   OutputFiles files_;
@@ -254,7 +256,9 @@ Example:
 void add_clone_command(CLI::App& program) {
   CLI::App* const clone = program.add_subcommand("clone", "Prepare a clone run");
   const auto options = std::make_shared<CloneOptions>();
-  clone->add_option("LIST", options->release_list, "The release list")->required()->type_name("");
+  clone->add_option("LIST", options->release_list, "The release list; - for standard input")
+      ->required()
+      ->type_name("");
   clone->add_option("--out", options->folder, "Output folder")
       ->type_name("FOLDER")
       ->capture_default_str();
@@ -267,7 +271,7 @@ void add_clone_command(CLI::App& program) {
   clone->add_flag("--json", options->json, "Print the summary as JSON");
   clone->footer(clone_help);
   clone->callback([options, clone] {
-    check_login_options(*clone);
+    complete_login(*clone, options->login);
     CloneRun run(*options);
     run.prepare();
     run.print_summary();

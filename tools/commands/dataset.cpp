@@ -40,6 +40,14 @@ void add_dataset_commands(CLI::App& program) {
   CLI::App& group = *program.add_subcommand(
       "dataset", "Bring files into datasets and out of them; list and delete datasets");
   group.require_subcommand(1);
+  group.footer(R"(
+Examples:
+  zolp dataset import report.txt --item SH-200 --rev A --host site.db
+  zolp dataset export "Check report" --out report.txt --host site.db
+  zolp dataset export "Check report" --out - --host site.db | less
+  zolp dataset copy "Check report" "Check report 2" --host site.db
+
+"zolp dataset COMMAND --help" says more about each command.)");
   add_dataset_import(group);
   add_dataset_export(group);
   add_dataset_export_images(group);

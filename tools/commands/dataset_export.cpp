@@ -12,6 +12,7 @@
 #include "ork/file.h"
 #include "os.h"
 #include "output_files.h"
+#include "streams.h"
 #include "utf8_path.h"
 
 namespace fs = std::filesystem;
@@ -52,7 +53,28 @@ fs::path target_of(const DatasetOptions& options, tag file) {
   return target / host::utf8_path(name);
 }
 
+/** The only one of some files goes to standard output once all of it is there. */
+void export_to_standard_output(const DatasetOptions& options, const std::vector<tag>& files) {
+  if (files.size() > 1) {
+    throw Error("dataset " + options.dataset + " has " + std::to_string(files.size()) + " files",
+                "name a folder with --out, or one of them with --reference");
+  }
+  const WorkFolder work(fs::temp_directory_path());
+  const fs::path path = host::utf8_path(work.file("file"));
+  {
+    const CopyProgress progress("exporting " + options.dataset);
+    require_done(FILE_export_file(files.front(), path.string().c_str()),
+                 "cannot export dataset " + options.dataset);
+  }
+  write_to_standard_output(path);
+}
+
 void export_dataset(const DatasetOptions& options) {
+  const bool is_for_standard_output = options.target == standard_stream;
+  if (is_for_standard_output && options.json) {
+    throw usage_error("the file and JSON cannot both go to standard output",
+                      "leave one of them out");
+  }
   const tag dataset = find_dataset(options);
   std::vector<tag> files;
   for (const Reference& reference : references_of(dataset)) {
@@ -65,6 +87,9 @@ void export_dataset(const DatasetOptions& options) {
     throw Error("dataset " + options.dataset + " has no file" +
                     (options.reference.empty() ? "" : " as " + options.reference),
                 "see \"zolp dataset show\" for what it has");
+  }
+  if (is_for_standard_output) {
+    return export_to_standard_output(options, files);
   }
   Json paths = Json::array();
   NewFiles exported;
@@ -105,7 +130,8 @@ void add_dataset_export(CLI::App& group) {
       ->type_name("NAME");
   command
       ->add_option("--out", options->target,
-                   "A folder, for files under their own names, or a new file; the current folder")
+                   "A folder, for files under their own names, a new file, or - for standard\n"
+                   "output; the current folder")
       ->type_name("PATH");
 }
 

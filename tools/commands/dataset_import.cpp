@@ -17,6 +17,7 @@
 #include "os.h"
 #include "platform_block.h"
 #include "site.h"
+#include "streams.h"
 #include "utf8_path.h"
 #include "zolp_orktool.h"
 
@@ -70,16 +71,18 @@ FileKind choose_kind(tag type, const DatasetOptions& options) {
   return *found;
 }
 
-void import_text(const DatasetOptions& options, const std::string& name, tag owner) {
-  const std::string file_name = host::utf8_path(options.file).filename().string();
+void import_text(const DatasetOptions& options, const InputFile& file, const std::string& name,
+                 tag owner) {
+  const std::string file_name = host::utf8_path(file.path()).filename().string();
   const LibraryCall call;
   require_done(ZOLP_fct_import_text_dataset_desc(owner, name.c_str(), options.description.c_str(),
-                                                 options.file.c_str(), file_name.c_str()),
-               "cannot import " + options.file);
+                                                 file.path().c_str(), file_name.c_str()),
+               "cannot import " + file.name());
 }
 
-void import_file(const DatasetOptions& options, const std::string& name, tag owner) {
-  const std::string problem = "cannot import " + options.file;
+void import_file(const DatasetOptions& options, const InputFile& file, const std::string& name,
+                 tag owner) {
+  const std::string problem = "cannot import " + file.name();
   tag type = NULLTAG;
   require(DSET_find_datasettype(options.type.c_str(), &type), "dataset type " + options.type);
   if (type == NULLTAG) {
@@ -88,21 +91,25 @@ void import_file(const DatasetOptions& options, const std::string& name, tag own
   }
   const FileKind kind = choose_kind(type, options);
   const int file_type = kind.format == "TEXT" ? SS_TEXT : kind.format == "BINARY" ? SS_BINARY : 0;
-  tag file = NULLTAG;
-  require_done(FILE_import_file(options.file.c_str(), nullptr, file_type, &file, nullptr), problem);
-  require_done(OBJ_save(file), problem);
+  tag imported = NULLTAG;
+  require_done(FILE_import_file(file.path().c_str(), nullptr, file_type, &imported, nullptr),
+               problem);
+  require_done(OBJ_save(imported), problem);
   const LibraryCall call;
   tag dataset = NULLTAG;
   const int status = ZOLP_createDataset(options.type.c_str(), name.c_str(), kind.reference.c_str(),
                                         nullptr, options.description.c_str(), &dataset);
   require_done(status, problem);
-  require_done(ZOLP_attachNamedReference(dataset, file, kind.reference.c_str()), problem,
+  require_done(ZOLP_attachNamedReference(dataset, imported, kind.reference.c_str()), problem,
                {DSET_no_named_reference});
-  require_done(OBJ_refresh(file, 0), problem);
+  require_done(OBJ_refresh(imported, 0), problem);
   require_done(ZOLP_createRelation(owner, dataset, dataset_relation), problem);
 }
 
 void import_dataset(const DatasetOptions& options) {
+  if (options.file == standard_stream && options.name.empty()) {
+    throw usage_error("standard input has no name", "name the dataset with --name");
+  }
   const tag owner = find_owner(options);
   const std::string name =
       options.name.empty() ? host::utf8_path(options.file).stem().string() : options.name;
@@ -110,23 +117,24 @@ void import_dataset(const DatasetOptions& options) {
   check_length("description", options.description, WSO_description_size);
   require_no_more_datasets(owner, name, 0);
   const std::string id = id_of(owner);
+  const InputFile file(options.file, name);
   Json card;
   {
-    const CopyProgress progress("importing " + options.file);
+    const CopyProgress progress("importing " + file.name());
     Change change;
     if (options.type == text_type) {
-      import_text(options, name, owner);
+      import_text(options, file, name, owner);
     } else {
-      import_file(options, name, owner);
+      import_file(options, file, name, owner);
     }
     require_no_more_datasets(owner, name, 1);
     card = dataset_card(find_dataset_of(owner, name));
-    require_done(change.keep(), "cannot import " + options.file);
+    require_done(change.keep(), "cannot import " + file.name());
   }
   if (options.json) {
     print_json(card);
   } else {
-    std::printf("imported %s as dataset %s of %s\n", printable(options.file).c_str(),
+    std::printf("imported %s as dataset %s of %s\n", printable(file.name()).c_str(),
                 printable(name).c_str(), printable(id).c_str());
   }
 }
@@ -140,7 +148,9 @@ void add_dataset_import(CLI::App& group) {
       "\nExamples: zolp dataset import report.txt --item SH-200 --rev A --name \"Check report\"\n"
       "          zolp dataset import front.png --type Image --item SH-200 --rev A",
       options, import_dataset);
-  command->add_option("FILE", options->file, "The file")->required()->type_name("");
+  command->add_option("FILE", options->file, "The file; - for standard input")
+      ->required()
+      ->type_name("");
   add_owner_options(*command, *options, true);
   command->add_option("--name", options->name, "Name of the dataset; the file's without ending")
       ->type_name("NAME");

@@ -187,6 +187,13 @@ CLI::App* add_form_command(CLI::App& group, const char* name, const char* descri
 void add_form_commands(CLI::App& program) {
   CLI::App& group = *program.add_subcommand("form", "List, read and fill forms");
   group.require_subcommand(1);
+  group.footer(R"(
+Examples:
+  zolp form show SH-200/A --host site.db          all fields
+  zolp form get SH-200/A UGezPerson --host site.db
+  zolp form set SH-200/A UGezPerson=dora UGezDate=21-Nov-2026 --host site.db
+
+"zolp form COMMAND --help" says more about each command.)");
   add_form_list(group);
   add_form_show(group);
   add_form_get(group);

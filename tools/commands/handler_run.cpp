@@ -88,6 +88,12 @@ void run(const HandlerOptions& options) {
 void add_handler_commands(CLI::App& program) {
   CLI::App& group = *program.add_subcommand("handler", "Run workflow handlers");
   group.require_subcommand(1);
+  group.footer(R"(
+Examples:
+  zolp handler run ./libcheck.so --job R-17 --host site.db
+  zolp handler run ./libcheck.so --job R-17 --handler check --argument limit=20
+
+"zolp handler COMMAND --help" says more about each command.)");
   CLI::App* const command =
       group.add_subcommand("run", "Run the handlers of a library on a task of a job");
   const auto options = std::make_shared<HandlerOptions>();

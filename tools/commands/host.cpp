@@ -75,7 +75,14 @@ void add_host_commands(CLI::App& program) {
   CLI::App& group =
       *program.add_subcommand("host", "Create, fill, show, copy, check and remove embedded sites");
   group.require_subcommand(1);
-  group.footer("\n\"zolp host COMMAND --help\" says more about each command.");
+  group.footer(R"(
+Examples:
+  zolp host init site.db --seed site.json        a new site
+  zolp host show site.db users                    who may log in
+  zolp host pref site.db ZOLP_qnversion v15       set a preference
+  zolp host unlock site.db                        after a process that hangs
+
+"zolp host COMMAND --help" says more about each command.)");
   add_host_init(group);
   add_host_seed(group);
   add_host_show(group);

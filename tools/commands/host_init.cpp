@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "commands/host.h"
@@ -32,7 +33,10 @@ class MovedSite {
   MovedSite(const fs::path& from, const fs::path& to) : from_(from), to_(to) {}
   ~MovedSite() {
     for (auto name = moved_.rbegin(); name != moved_.rend(); ++name) {
-      os::move_without_replacing(to_ / *name, from_ / *name);
+      if (!os::move_without_replacing(to_ / *name, from_ / *name)) {
+        std::error_code ignored;
+        fs::remove_all(to_ / *name, ignored);  // it was put there by this process
+      }
     }
   }
   MovedSite(const MovedSite&) = delete;
@@ -116,7 +120,8 @@ void add_host_init(CLI::App& group) {
   init->add_option("FILE", options->file, "The site's file; must not exist")
       ->required()
       ->type_name("");
-  init->add_option("--seed", options->seeds, "JSON file to fill the site from; repeatable")
+  init->add_option("--seed", options->seeds,
+                   "JSON file to fill the site from, - for standard input; repeatable")
       ->type_name("FILE")
       ->allow_extra_args(false);
   init->add_flag("--dry-run", options->dry_run,

@@ -33,7 +33,8 @@ void add_host_seed(CLI::App& group) {
   CLI::App* const seed = group.add_subcommand("seed", "Fill an existing site");
   const auto options = std::make_shared<SeedOptions>();
   seed->add_option("FILE", options->file, "The site's file")->required()->type_name("");
-  seed->add_option("SEED", options->seeds, "JSON files, taken one after the other")
+  seed->add_option("SEED", options->seeds,
+                   "JSON files, taken one after the other; - for standard input")
       ->required()
       ->type_name("");
   seed->add_flag("--dry-run", options->dry_run,

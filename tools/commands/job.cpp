@@ -116,6 +116,14 @@ void add_ids(const JobCommand& command, const char* name, std::vector<std::strin
 void add_job_commands(CLI::App& program) {
   CLI::App& group = *program.add_subcommand("job", "Start, show and steer workflow jobs");
   group.require_subcommand(1);
+  group.footer(R"(
+Examples:
+  zolp job start Release --name R-17 --target GB-1000/C --host site.db
+  zolp job show R-17 --host site.db               where it stands, and why
+  zolp job signoff R-17 --decision approve -u=alice -g=engineering --host site.db
+  zolp job continue R-17 --host site.db           after the cause of a stop is mended
+
+"zolp job COMMAND --help" says more about each command.)");
   add_job_start(group);
   add_job_list(group);
   add_job_show(group);

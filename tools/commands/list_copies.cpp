@@ -32,8 +32,19 @@ struct CopyOptions {
 
 using Copy = std::function<int(const char* in_file, const char* out_file)>;
 
+bool goes_to_standard_output(const CopyOptions& options) {
+  return options.out == standard_stream;
+}
+
 void check_target(const CopyOptions& options) {
   std::error_code ignored;
+  if (goes_to_standard_output(options)) {
+    if (options.json) {
+      throw usage_error("the list and JSON cannot both go to standard output",
+                        "leave one of them out");
+    }
+    return;
+  }
   if (fs::equivalent(host::utf8_path(options.in), host::utf8_path(options.out), ignored)) {
     throw usage_error("IN and OUT are the same file", "name another file for OUT");
   }
@@ -42,26 +53,38 @@ void check_target(const CopyOptions& options) {
   }
 }
 
-/** Makes a reduced copy of a list with one of the library's functions. */
+/** Makes a reduced copy with one of the library's functions. @return its number of lines. */
+size_t write_copy(const CopyOptions& options, const InputFile& in, const std::string& written,
+                  const Copy& copy) {
+  {
+    LibraryCall call;
+    if (copy(in.path().c_str(), written.c_str()) != 0) {
+      throw Error("cannot copy " + in.name() + " to " + options.out,
+                  "check that the list is writable and that there is room");
+    }
+  }
+  const std::uintmax_t size = fs::file_size(host::utf8_path(written));
+  const size_t lines = size == 0 ? 0 : check_list_file(InputFile(written));
+  stop_if_interrupted();
+  return lines;
+}
+
 void copy_list(const CopyOptions& options, const Copy& copy) {
-  const size_t lines = check_list_file(options.in);
+  const InputFile in(options.in);
+  const size_t lines = check_list_file(in);
   check_target(options);
+  if (goes_to_standard_output(options)) {
+    const WorkFolder work(fs::temp_directory_path());
+    const std::string written = work.file("list");
+    write_copy(options, in, written, copy);
+    return write_to_standard_output(host::utf8_path(written));
+  }
   const fs::path target = host::utf8_path(options.out);
   if (!target.has_filename()) {
     throw usage_error("OUT names no file", "name one");
   }
   OutputFiles files(target.has_parent_path() ? target.parent_path() : fs::path("."));
-  const std::string written = files.add(target.filename().string());
-  {
-    LibraryCall call;
-    if (copy(options.in.c_str(), written.c_str()) != 0) {
-      throw Error("cannot copy " + options.in + " to " + options.out,
-                  "check that the list is writable and that there is room");
-    }
-  }
-  const std::uintmax_t size = fs::file_size(host::utf8_path(written));
-  const size_t kept = size == 0 ? 0 : check_list_file(written);
-  stop_if_interrupted();
+  const size_t kept = write_copy(options, in, files.add(target.filename().string()), copy);
   files.publish();
   if (options.json) {
     print_json({{"file", options.out}, {"lines_read", lines}, {"lines_kept", kept}});
@@ -75,10 +98,12 @@ std::shared_ptr<CopyOptions> add_copy_command(CLI::App& list, const std::string&
                                               const std::string& purpose, CLI::App*& command) {
   command = list.add_subcommand(name, purpose);
   const auto options = std::make_shared<CopyOptions>();
-  command->add_option("IN", options->in, "The release list; must be writable")
+  command->add_option("IN", options->in, "The release list; must be writable; - for standard input")
       ->required()
       ->type_name("");
-  command->add_option("OUT", options->out, "The file to write")->required()->type_name("");
+  command->add_option("OUT", options->out, "The file to write; - for standard output")
+      ->required()
+      ->type_name("");
   command->add_flag("--force", options->force, "Replace OUT when it exists");
   command->add_flag("--json", options->json, "Print the result as JSON");
   return options;
@@ -104,7 +129,6 @@ void add_list_dedupe(CLI::App& group) {
       "\nItems are the same when the 128 characters from \"Item Revision\" on are the same,\n"
       "that is up to and into \"New Item ID\". The lines below a dropped item go with it.");
   command->callback([options] {
-    check_list_file(options->in);
     const ColumnSession columns("/");
     copy_list(*options, ZOLP_remove_doubles_from_list);
   });

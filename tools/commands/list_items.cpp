@@ -42,35 +42,41 @@ std::string shown_item_id(const std::string& field) {
   return cell_text(field.starts_with(";") ? field.substr(1) : field);
 }
 
-void show_items(const std::string& path, bool json) {
-  check_list_file(path);
+struct ItemOptions : ListOptions {
+  bool json = false;
+};
+
+void show_items(const ItemOptions& options) {
+  const InputFile file(options.file);
+  check_list_file(file);
   ItemList list;
   {
     LibraryCall call;
-    if (ZOLP_read_itemrevlist(path.c_str(), &list.count, &list.item_ids, &list.levels,
+    if (ZOLP_read_itemrevlist(file.path().c_str(), &list.count, &list.item_ids, &list.levels,
                               &list.counts) != 0) {
-      throw Error("cannot read " + path, "check that it is writable, and that memory is enough");
+      throw Error("cannot read " + file.name(),
+                  "check that it is writable, and that memory is enough");
     }
   }
   if (list.count == 0) {
-    throw Error("list " + path + " has no item line",
+    throw Error("list " + file.name() + " has no item line",
                 "lines begin with a level in characters 1 to 6, the item id follows");
   }
   std::optional<JsonList> items;
-  if (json) {
+  if (options.json) {
     items.emplace();
   }
   Table table({"level", "item", "count"});
   for (int i = 0; i < list.count; ++i) {
     const int level = std::atoi(list.levels[i]);
-    const std::string id = shown_item_id(list.item_ids[i]);
-    if (json) {
+    const std::string id = decoded(shown_item_id(list.item_ids[i]), options.encoding);
+    if (options.json) {
       items->add({{"level", level}, {"item", id}, {"count", list.counts[i]}});
     } else {
       table.add_row({std::to_string(level), id, std::to_string(list.counts[i])});
     }
   }
-  if (json) {
+  if (options.json) {
     return items->finish();
   }
   table.print();
@@ -80,19 +86,13 @@ void show_items(const std::string& path, bool json) {
 
 void add_list_items(CLI::App& group) {
   CLI::App* const command = group.add_subcommand("items", "Print an item list as a table");
-  struct Options {
-    std::string file;
-    bool json = false;
-  };
-  const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "The item list; must be writable")
-      ->required()
-      ->type_name("");
+  const auto options = std::make_shared<ItemOptions>();
+  add_list_file(*command, *options, "The item list; must be writable");
   command->add_flag("--json", options->json, "Print JSON");
   command->footer(
       "\n\"count\" says how often the same text stands in the list; texts that differ in\n"
       "blanks behind the id count as different.");
-  command->callback([options] { show_items(options->file, options->json); });
+  command->callback([options] { show_items(*options); });
 }
 
 }  // namespace tool

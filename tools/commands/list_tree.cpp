@@ -20,8 +20,7 @@ namespace tool {
 
 namespace {
 
-struct TreeOptions {
-  std::string file;
+struct TreeOptions : ListOptions {
   std::string separator = "/";
   size_t depth = 100;
   bool json = false;
@@ -32,17 +31,18 @@ std::string item_text(const char* id, const char* revision, const std::string& s
   return cell_text(id) + (revision_text == "----" ? "" : separator + revision_text);
 }
 
-Json record_json(const assy_entry& entry) {
+Json record_json(const assy_entry& entry, Encoding encoding) {
+  const auto cell = [encoding](const char* field) { return decoded(cell_text(field), encoding); };
   if (!is_item(entry)) {
-    return {{"type", entry.type}, {"dataset", cell_text(entry.dataset_name)}, {"mode", entry.mode}};
+    return {{"type", entry.type}, {"dataset", cell(entry.dataset_name)}, {"mode", entry.mode}};
   }
   return {{"level", entry.level},
-          {"item", cell_text(entry.item_id)},
-          {"revision", cell_text(entry.item_rev)},
+          {"item", cell(entry.item_id)},
+          {"revision", cell(entry.item_rev)},
           {"mode", entry.mode},
-          {"new_item", cell_text(entry.new_item_id)},
-          {"new_revision", cell_text(entry.new_item_rev)},
-          {"new_name", cell_text(entry.new_name)}};
+          {"new_item", cell(entry.new_item_id)},
+          {"new_revision", cell(entry.new_item_rev)},
+          {"new_name", cell(entry.new_name)}};
 }
 
 std::string record_text(const assy_entry& entry, const std::string& separator) {
@@ -68,8 +68,9 @@ void print_tree(const assy_entry* root, const TreeOptions& options) {
     }
     const bool is_last = entry.next == nullptr;
     const char* const branch = depth == 0 ? "" : is_last ? "└── " : "├── ";
-    std::printf("%s%s%s\n", indents[depth].c_str(), branch,
-                printable(record_text(entry, options.separator)).c_str());
+    std::printf(
+        "%s%s%s\n", indents[depth].c_str(), branch,
+        printable(decoded(record_text(entry, options.separator), options.encoding)).c_str());
     indents.resize(depth + 1);
     indents.push_back(indents[depth] + (depth == 0 ? "" : is_last ? "    " : "│   "));
     return true;
@@ -87,7 +88,7 @@ void print_tree_json(const assy_entry* root, const TreeOptions& options) {
       return false;
     }
     siblings.resize(depth + 1);
-    Json& record = siblings[depth]->emplace_back(record_json(entry));
+    Json& record = siblings[depth]->emplace_back(record_json(entry, options.encoding));
     if (entry.child != nullptr && depth + 1 < options.depth) {
       siblings.push_back(&(record["children"] = Json::array()));
     } else if (entry.child != nullptr) {
@@ -99,17 +100,18 @@ void print_tree_json(const assy_entry* root, const TreeOptions& options) {
 }
 
 void show_tree(const TreeOptions& options) {
-  const ReleaseListContents contents = check_release_list(options.file, options.separator);
+  const InputFile file(options.file);
+  const ReleaseListContents contents = check_release_list(file, options.separator);
   const ColumnSession columns(options.separator);
   Assembly tree;
   {
     LibraryCall call;
-    const int status = ZOLP_read_assylist(options.file.c_str(), tree.address());
+    const int status = ZOLP_read_assylist(file.path().c_str(), tree.address());
     const char* const advice = "check that it is writable, and that memory is enough";
     if (status != 0 && !has_failed()) {
-      throw Error("cannot read " + options.file, advice);
+      throw Error("cannot read " + file.name(), advice);
     }
-    require_success(status, "cannot read " + options.file, advice);
+    require_success(status, "cannot read " + file.name(), advice);
   }
   stop_if_interrupted();
   if (options.json) {
@@ -120,7 +122,8 @@ void show_tree(const TreeOptions& options) {
     std::printf(
         "(%s placed elsewhere than the level says, the first at %s; the reader climbs one "
         "level only)\n",
-        counted(contents.level_jumps, "item").c_str(), contents.first_level_jump.c_str());
+        counted(contents.level_jumps, "item").c_str(),
+        printable(contents.first_level_jump).c_str());
   }
 }
 
@@ -130,26 +133,18 @@ void add_list_tree(CLI::App& group) {
   CLI::App* const command =
       group.add_subcommand("tree", "Draw a release list as the tree it stands for");
   const auto options = std::make_shared<TreeOptions>();
-  command->add_option("FILE", options->file, "The release list; must be writable")
-      ->required()
-      ->type_name("");
+  add_list_file(*command, *options, "The release list; must be writable");
   command->add_option("--depth", options->depth, "Number of levels to draw, up to 1000")
       ->type_name("N")
       ->capture_default_str()
       ->check(CLI::Range(1, 1000));
-  command
-      ->add_option("--separator", options->separator,
-                   "Text between item id and revision, as the site's preference has it")
-      ->type_name("TEXT")
-      ->capture_default_str();
+  add_separator(*command, options->separator);
   command->add_flag("--json", options->json, "Print JSON");
   command->footer(
       "\nThe tree is the one that the clone run works with: an item shows its newest dataset, and\n"
       "none when it has items below it; an item that drops several levels goes up one.");
   command->callback([options] {
-    if (options->separator.empty()) {
-      throw usage_error("the separator is empty", "give its text");
-    }
+    require_separator(options->separator);
     show_tree(*options);
   });
 }

@@ -1,16 +1,23 @@
 /** @file `zolp show`: what a site knows of one object. */
 #include <array>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "commands/commands.h"
+#include "datasets.h"
 #include "login.h"
+#include "object_json.h"
 #include "objects.h"
+#include "ork/item.h"
 #include "ork/org.h"
 #include "ork/rel.h"
 #include "ork/rsv.h"
 #include "ork/store.h"
+#include "ork/struct.h"
 #include "ork/wso.h"
 #include "platform_block.h"
 #include "text.h"
@@ -79,38 +86,85 @@ Json relations_of(tag object) {
   for (int i = 0; i < count; ++i) {
     const bool is_primary = records[i].primary == object;
     const tag other = is_primary ? records[i].secondary : records[i].primary;
-    related[is_primary ? "to" : "from"].push_back(
-        {{"relation", type_name(records[i].relation_type)},
-         {"class", class_of(other)},
-         {"object", id_of(other)}});
+    Json entry = {{"relation", type_name(records[i].relation_type)}};
+    entry.update(object_json(other));
+    related[is_primary ? "to" : "from"].push_back(std::move(entry));
   }
   return related;
 }
 
+/** The revisions of an item, in the order of their ids. */
+Json revisions_of(tag item, const std::string& item_id) {
+  std::map<std::string, Json> revisions;
+  // Ids may hold what stands for any text, and others begin alike.
+  for (const tag object : find_by_pattern(item_id + "/*")) {
+    tag of = NULLTAG;
+    if (is_of_class(object, "ItemRevision")) {
+      require(ITEM_get_item_of_rev(object, &of), "the item of a revision");
+    }
+    if (of == item) {
+      Json revision = object_json(object);
+      const std::string id = revision["revision"];
+      revisions[id] = std::move(revision);
+    }
+  }
+  Json list = Json::array();
+  for (auto& [id, revision] : revisions) {
+    list.push_back(std::move(revision));
+  }
+  return list;
+}
+
+/** The structures of a revision: type of the view, and the lines right below. */
+Json structures_of(tag revision) {
+  Json structures = Json::array();
+  for (const tag structure : listed("the structures", [revision](int*count, tag**found) {
+         return STRUCT_list_bom_view_revisions(revision, count, found);
+       })) {
+    tag view = NULLTAG;
+    require(STRUCT_get_bom_view_of_bvr(structure, &view), "the view of a structure");
+    const std::vector<tag> lines = listed("the lines", [structure](int* count, tag** found) {
+      return STRUCT_list_occurrences(structure, count, found);
+    });
+    structures.push_back({{"view", display_value(view, "view_type")}, {"lines", lines.size()}});
+  }
+  return structures;
+}
+
+/** What an object has of its own: revisions, datasets, structures. */
+void add_own(Json& card, tag object) {
+  const bool is_item = is_of_class(object, "Item");
+  const bool is_revision = is_of_class(object, "ItemRevision");
+  card["revisions"] = is_item ? revisions_of(object, card["item"]) : Json::array();
+  card["datasets"] = Json::array();
+  for (const tag dataset : datasets_of(object)) {
+    card["datasets"].push_back(object_json(dataset));
+  }
+  card["structures"] = is_revision ? structures_of(object) : Json::array();
+}
+
 Json card_of(tag object) {
   const Owner owner = owner_of(object);
-  return {{"id", id_of(object)},
-          {"name", name_of(object)},
-          {"class", class_of(object)},
-          {"type", type_of(object)},
-          {"owner", owner.user},
-          {"group", owner.group},
-          {"locked", lock_of(object)},
-          {"checked_out_by", checkout_of(object)},
-          {"site", site_of(object)},
-          {"statuses", statuses_of(object)},
-          {"relations", relations_of(object)}};
+  Json card = object_json(object);
+  card["owner"] = owner.user;
+  card["group"] = owner.group;
+  card["locked"] = lock_of(object);
+  card["checked_out_by"] = checkout_of(object);
+  card["site"] = site_of(object);
+  card["statuses"] = statuses_of(object);
+  card["relations"] = relations_of(object);
+  add_own(card, object);
+  return card;
 }
 
 void print_field(const char* name, const std::string& value) {
   std::printf("  %-12s %s\n", name, printable(value).c_str());
 }
 
-void print_relations(const char* heading, const Json& relations) {
-  for (const Json& relation : relations) {
-    print_field(heading, relation["relation"].get<std::string>() + "  " +
-                             relation["object"].get<std::string>() + "  (" +
-                             relation["class"].get<std::string>() + ")");
+/** A line for each entry of a list, the first one with the list's name. */
+void print_list(const char* heading, const Json& list, std::string (*text)(const Json& entry)) {
+  for (const Json& entry : list) {
+    print_field(heading, text(entry));
     heading = "";
   }
 }
@@ -127,14 +181,23 @@ void print_card(const Json& card) {
                                              lock["since"].get<std::string>());
   const Json& checkout = card["checked_out_by"];
   print_field("checked out", checkout.is_null() ? "no" : "by " + checkout.get<std::string>());
-  const char* heading = "statuses";
-  for (const Json& status : card["statuses"]) {
-    print_field(heading,
-                status["name"].get<std::string>() + "  " + status["released"].get<std::string>());
-    heading = "";
-  }
-  print_relations("related to", card["relations"]["to"]);
-  print_relations("related from", card["relations"]["from"]);
+  print_list("statuses", card["statuses"], [](const Json& status) {
+    return status["name"].get<std::string>() + "  " + status["released"].get<std::string>();
+  });
+  print_list("revisions", card["revisions"],
+             [](const Json& revision) { return revision["id"].get<std::string>(); });
+  print_list("datasets", card["datasets"], [](const Json& dataset) {
+    return dataset["name"].get<std::string>() + "  (" + dataset["type"].get<std::string>() + ")";
+  });
+  print_list("structures", card["structures"], [](const Json& structure) {
+    return structure["view"].get<std::string>() + "  " + counted(structure["lines"], "line");
+  });
+  const auto relation_text = [](const Json& relation) {
+    return relation["relation"].get<std::string>() + "  " + relation["id"].get<std::string>() +
+           "  (" + relation["class"].get<std::string>() + ")";
+  };
+  print_list("related to", card["relations"]["to"], relation_text);
+  print_list("related from", card["relations"]["from"], relation_text);
 }
 
 struct ShowOptions {

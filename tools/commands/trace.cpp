@@ -76,17 +76,34 @@ std::string without_numbers(std::string_view text) {
   return result;
 }
 
-void add_trace_parts(CLI::App& command, TraceOptions& options) {
+namespace {
+
+void add_without_parts(CLI::App& command, TraceOptions& options) {
   command.add_flag("--without-parts", options.without_parts,
                    "Leave out the older parts of a text trace, NAME.1 and so on");
+}
+
+void add_json(CLI::App& command, TraceOptions& options) {
   command.add_flag("--json", options.json, "Print JSON");
 }
 
-void add_trace_input(CLI::App& command, TraceOptions& options) {
+}  // namespace
+
+void add_trace_parts(CLI::App& command, TraceOptions& options) {
+  add_without_parts(command, options);
+  add_json(command, options);
+}
+
+void add_trace_files(CLI::App& command, TraceOptions& options) {
   command.add_option("FILE", options.files, "Text traces and recordings; - for standard input")
       ->required()
       ->type_name("");
-  add_trace_parts(command, options);
+  add_without_parts(command, options);
+}
+
+void add_trace_input(CLI::App& command, TraceOptions& options) {
+  add_trace_files(command, options);
+  add_json(command, options);
 }
 
 void add_trace_commands(CLI::App& program) {
@@ -103,6 +120,8 @@ void add_trace_commands(CLI::App& program) {
   add_trace_slow(group);
   add_trace_graph(group);
   add_trace_diff(group);
+  add_trace_export(group);
+  add_trace_view(group);
 }
 
 }  // namespace tool

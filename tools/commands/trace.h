@@ -11,14 +11,18 @@
 namespace tool {
 
 void add_trace_diff(CLI::App& group);
+void add_trace_export(CLI::App& group);
 void add_trace_failures(CLI::App& group);
 void add_trace_graph(CLI::App& group);
 void add_trace_show(CLI::App& group);
 void add_trace_slow(CLI::App& group);
 void add_trace_summary(CLI::App& group);
+void add_trace_view(CLI::App& group);
 
 /** Adds the files, and what all commands have beside them. */
 void add_trace_input(CLI::App& command, TraceOptions& options);
+/** The same but `--json`. */
+void add_trace_files(CLI::App& command, TraceOptions& options);
 void add_trace_parts(CLI::App& command, TraceOptions& options);
 
 /** The callers of a node of a tree of chains, one a line, the innermost first. */
