@@ -205,7 +205,7 @@ def main():
     program = shutil.which("chromium")
     if program is None:
         word = "no Chromium: the pages are not opened in a browser; install the package chromium"
-        if os.environ.get("ZOLP_TESTS_NEED_BROWSER"):
+        if os.environ.get("ZOLP_REQUIRE_CHROMIUM"):
             sys.exit(word)
         print(word)
         return

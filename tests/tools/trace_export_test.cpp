@@ -134,7 +134,7 @@ TEST_F(TraceExport, CallsAreFoldedListedAndSelected) {
 #if !defined(_WIN32)
 
 TEST_F(TraceExport, APageShowsTheCallsInABrowser) {
-  const bool is_needed = std::getenv("ZOLP_TESTS_NEED_BROWSER") != nullptr;
+  const bool is_needed = std::getenv("ZOLP_REQUIRE_CHROMIUM") != nullptr;
   const std::string page = folder.path("run.html");
   const test::Run made = run_zolp({"trace", "view", recording, "--out", page});
 #if !defined(SPEEDSCOPE_SCHEMA)
