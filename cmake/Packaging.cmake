@@ -103,7 +103,10 @@ endif()
 
 if(EXISTS "${ZOLP_VIEWER}/page.html")
   # The notices of what pages of `zolp trace view` hold.
-  install(DIRECTORY "${ZOLP_VIEWER}/licences" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+  install(
+    DIRECTORY "${ZOLP_VIEWER}/licences"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+    COMPONENT tools)
 endif()
 
 if(WIN32)

@@ -228,13 +228,19 @@ ORK_API int ork_host_hand_over(void);
 ORK_API int ork_host_release_lock(tag object);
 
 /**
- * Checks a workspace object out for the session's user, or in again. Both save it.
+ * Checks a workspace object out for the session's user, and saves it.
  * @param[in] object the object.
- * @return #ORK_ok; #RSV_not_modifiable for what somebody else has checked out (administrators check
- *   it in all the same), what is released or a replica; #ORK_invalid_argument for what is to be
- *   checked in and is not checked out; #ACCESS_denied; #STORE_locked_by_other.
+ * @return #ORK_ok; #RSV_not_modifiable for what somebody else has checked out, what is released or
+ * a replica; #ACCESS_denied; #STORE_locked_by_other.
  */
 ORK_API int ork_host_check_out(tag object);
+
+/**
+ * Checks a workspace object in again, and saves it.
+ * @param[in] object the object.
+ * @return as #ork_host_check_out, but that administrators check in what somebody else has checked
+ *   out; #ORK_invalid_argument for what is not checked out.
+ */
 ORK_API int ork_host_check_in(tag object);
 
 /* ------------------------------------------------------------------- many calls as one -- */
@@ -322,17 +328,22 @@ ORK_API void ork_host_delay_call(const char* operation, int milliseconds);
 ORK_API void ork_host_fail_allocation(int nth);
 
 /**
- * The same two for faults and delays that a user writes down, as in the environment variables
- * `ORK_HOST_FAULTS` and `ORK_HOST_DELAYS`.
- * @param[in] orders "OPERATION[:N]=STATUS" or "OPERATION=MILLISECONDS", several with commas between
- *   them.
+ * Sets faults that a user writes down, as in the environment variable `ORK_HOST_FAULTS`.
+ * @param[in] orders "OPERATION[:N]=STATUS", several with commas between them.
  * @return #ORK_ok, or #ORK_invalid_argument; then none of them is set.
  */
 ORK_API int ork_host_order_faults(const char* orders);
+
+/**
+ * Sets delays that a user writes down, as in the environment variable `ORK_HOST_DELAYS`.
+ * @param[in] orders "OPERATION=MILLISECONDS", several with commas between them.
+ * @return #ORK_ok, or #ORK_invalid_argument; then none of them is set.
+ */
 ORK_API int ork_host_order_delays(const char* orders);
 
 /**
  * Appends each call of an operation to a file when it has ended, as `ORK_HOST_JOURNAL` does.
+ * @param[in] path path of the file.
  * @return #ORK_ok, or #ORK_invalid_argument when the file cannot be written.
  */
 ORK_API int ork_host_write_journal(const char* path);
