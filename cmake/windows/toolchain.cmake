@@ -12,7 +12,7 @@ set(CMAKE_RC_COMPILER ${triple}-windres)
 
 # The compiler's own libraries go into each program and library, so that a machine without the
 # compiler runs them.
-foreach(kind IN ITEMS EXE SHARED)
+foreach(kind IN ITEMS EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static")
 endforeach()
 
