@@ -4,6 +4,7 @@
 
 #include "failure.h"
 #include "ork/ork.h"
+#include "os.h"
 #include "utf8_path.h"
 
 namespace host {
@@ -26,6 +27,14 @@ bool take_behind(char mark, std::string_view* text, std::string_view* taken) {
   return true;
 }
 
+/** A name that no operation has would be an order that nothing ever meets. */
+void require_operation(const std::string& name) {
+  const bool can_be_looked_up = os::symbol_of_process("ORK_auto_login") != nullptr;
+  if (name != "*" && can_be_looked_up && os::symbol_of_process(name.c_str()) == nullptr) {
+    refuse(ORK_invalid_argument, "there is no operation \"" + name + "\"");
+  }
+}
+
 FaultOrder fault_order(std::string_view text) {
   FaultOrder order;
   std::string_view operation = text;
@@ -37,6 +46,7 @@ FaultOrder fault_order(std::string_view text) {
     refuse(ORK_invalid_argument, "\"" + std::string(text) + "\" is not OPERATION[:N]=STATUS");
   }
   order.operation = operation;
+  require_operation(order.operation);
   return order;
 }
 
@@ -49,6 +59,7 @@ DelayOrder delay_order(std::string_view text) {
     refuse(ORK_invalid_argument, "\"" + std::string(text) + "\" is not OPERATION=MILLISECONDS");
   }
   order.operation = operation;
+  require_operation(order.operation);
   return order;
 }
 

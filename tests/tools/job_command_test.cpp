@@ -168,6 +168,7 @@ TEST_F(JobCommands, TrialsFromOutside) {
     return job(more);
   };
   expect_refusal(start({"--fail", "OBJ_save"}), 2, "OPERATION[:N]=STATUS");
+  expect_refusal(start({"--fail", "OBJ_safe=1"}), 2, "there is no operation \"OBJ_safe\"");
   expect_refusal(start({"--delay", "OBJ_save=soon"}), 2, "OPERATION=MILLISECONDS");
   expect_refusal(start({"--fail", "FLOW_create_process=27002", "--journal", calls}), 1,
                  "injected into FLOW_create_process");
