@@ -12,6 +12,7 @@
 #include "failure.h"
 #include "object_id.h"
 #include "ork/file.h"
+#include "os.h"
 #include "random_name.h"
 #include "schema.h"
 #include "snapshot.h"
@@ -251,8 +252,23 @@ class SiteCheck {
     }
   }
 
+  /** Files that stay: one that comes or goes is nobody's, too, for the blink between two steps. */
+  std::vector<std::string> left_for_good() const {
+    constexpr int looks = 5;
+    constexpr int milliseconds_between = 20;
+    std::vector<std::string> names = presence_.left_behind();
+    for (int look = 1; look < looks && !names.empty(); ++look) {
+      os::sleep_milliseconds(milliseconds_between);
+      const std::vector<std::string> still = presence_.left_behind();
+      std::erase_if(names, [&](const std::string& name) {
+        return std::find(still.begin(), still.end(), name) == still.end();
+      });
+    }
+    return names;
+  }
+
   void check_processes() {
-    for (const std::string& name : presence_.left_behind()) {
+    for (const std::string& name : left_for_good()) {
       note("process", "the file of a process that has ended: " + processes_of(path_) + "/" + name,
            [&] {
              for (const std::string& contents : presence_.notes_of(name)) {
