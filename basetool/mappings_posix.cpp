@@ -69,17 +69,15 @@ void handle_bus_error(int signal_number, siginfo_t* info, void* context) {
   }
 }
 
+/** Once, though text and recording may come here at the same time, each under its own lock. */
 void watch_for_bus_errors() {
-  static bool is_watching = false;
-  if (is_watching) {
-    return;
-  }
-  is_watching = true;
-  struct sigaction action = {};
-  action.sa_sigaction = handle_bus_error;
-  action.sa_flags = SA_SIGINFO | SA_ONSTACK;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGBUS, &action, &earlier_action);
+  [[maybe_unused]] static const bool is_watching = [] {
+    struct sigaction action = {};
+    action.sa_sigaction = handle_bus_error;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    sigemptyset(&action.sa_mask);
+    return sigaction(SIGBUS, &action, &earlier_action) == 0;
+  }();
 }
 
 }  // namespace
