@@ -84,49 +84,4 @@ std::vector<tag> find_by_pattern(const std::string& pattern) {
   });
 }
 
-void ObjectList::add(tag object) {
-  try {
-    std::array<char, ZOLP_NAME_SIZE + 1> status{};
-    require(ZOLP_ask_latest_status(object, status.data()), "the release status of an object");
-    rows_.push_back({{"id", id_of(object)},
-                     {"class", class_of(object)},
-                     {"type", type_of(object)},
-                     {"owner", owner_of(object).user},
-                     {"status", status.data()},
-                     {"error", nullptr}});
-  } catch (const Error&) {
-    add_unreadable(object, failure_text(ORK_ok));
-  }
-}
-
-void ObjectList::add_unreadable(tag object, const std::string& why) {
-  rows_.push_back({{"id", known_as(object)},
-                   {"class", ""},
-                   {"type", ""},
-                   {"owner", ""},
-                   {"status", ""},
-                   {"error", why}});
-  ++unreadable_;
-  forget_failures();
-}
-
-void ObjectList::print(bool as_json) const {
-  if (as_json) {
-    print_json(rows_);
-  } else {
-    Table table({"id", "class", "type", "owner", "status"});
-    for (const Json& row : rows_) {
-      table.add_row({row["id"], row["class"], row["type"], row["owner"], row["status"]});
-    }
-    table.print();
-  }
-  for (const Json& row : rows_) {
-    if (!row["error"].is_null()) {
-      throw Error(counted(unreadable_, "object") + " cannot be read, the first is " +
-                      row["id"].get<std::string>() + " (" + row["error"].get<std::string>() + ")",
-                  "log in as somebody who may, or see the call trace, set ZOLP_TRACE_LEVEL=4");
-    }
-  }
-}
-
 }  // namespace tool

@@ -57,23 +57,4 @@ tag find_object(const std::string& id);
 /** The objects whose id or name matches a pattern. */
 std::vector<tag> find_by_pattern(const std::string& pattern);
 
-/**
- * Objects as rows: id, class, type, owner and latest status. One that cannot be read does not keep
- * the others from being listed: it has an `error`, which is null for those, and its number for an
- * id.
- */
-class ObjectList {
- public:
-  void add(tag object);
-  /** Adds one that could not be read. */
-  void add_unreadable(tag object, const std::string& why);
-
-  /** Prints the rows; then throws an Error when one of them could not be read. */
-  void print(bool as_json) const;
-
- private:
-  Json rows_ = Json::array();
-  std::size_t unreadable_ = 0;
-};
-
 }  // namespace tool
