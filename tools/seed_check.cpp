@@ -9,6 +9,7 @@
 #include "output_files.h"
 #include "seed_progress.h"
 #include "site.h"
+#include "streams.h"
 #include "text.h"
 #include "utf8_path.h"
 
@@ -18,15 +19,15 @@ namespace {
 
 /** @return how many faults a seed has. */
 std::size_t check_seed(const std::string& path) {
-  require_seed_file(path);
+  const SeedSource seed(path);
   struct Faults {
     const std::string& path;
     std::size_t count = 0;
   } faults{path};
   const SeedProgress progress("checking " + path);
-  const int status = ork_host_check_seed_file(
-      path.c_str(),
-      [](const char* pointer, int line, int column, const char* why, void* context) {
+  const int status = seed.take(
+      ork_host_check_seed, ork_host_check_seed_file,
+      +[](const char* pointer, int line, int column, const char* why, void* context) {
         Faults& found = *static_cast<Faults*>(context);
         ++found.count;
         const std::string place =
@@ -47,10 +48,15 @@ std::size_t check_seed(const std::string& path) {
 
 }  // namespace
 
-void require_seed_file(const std::string& path) {
+SeedSource::SeedSource(const std::string& given) : path_(given) {
   std::error_code ignored;
-  if (!std::filesystem::is_regular_file(host::utf8_path(path), ignored)) {
-    throw Error("seed " + path + " is not there, or is no file", "check the path");
+  if (given == standard_stream) {
+    text_ = read_standard_input();
+    if (text_->find('\0') != std::string::npos) {
+      throw Error("the seed on standard input has a null byte", "give a JSON text");
+    }
+  } else if (!std::filesystem::is_regular_file(host::utf8_path(given), ignored)) {
+    throw Error("seed " + given + " is not there, or is no file", "check the path");
   }
 }
 

@@ -12,7 +12,6 @@
 #include "platform_block.h"
 #include "seed_check.h"
 #include "seed_progress.h"
-#include "streams.h"
 #include "utf8_path.h"
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
@@ -75,13 +74,13 @@ void Site::seed(const std::string& json) {
 }
 
 void Site::seed_file(const std::string& path) {
-  if (path == standard_stream) {
-    return seed(read_standard_input());
-  }
-  require_seed_file(path);
+  const SeedSource seed(path);
   const SeedProgress progress("seeding " + path);
-  const int status = ork_host_seed_file(path.c_str());
-  stop_if_interrupted();
+  const int status = seed.take(ork_host_seed, ork_host_seed_file);
+  if (status == ORK_interrupted) {
+    throw Error("seeding " + path + " was interrupted",
+                "nothing of this seed was written, start again with it");
+  }
   require_success(status, "seed " + path + " is not taken", "correct it");
 }
 

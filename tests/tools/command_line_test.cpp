@@ -158,6 +158,9 @@ TEST_F(CommandLine, ADashIsStandardInputOrOutput) {
             "TOP/A  CLONE -> N-TOP/B  New TOP\n");
   EXPECT_THAT(shell("echo x | $zolp list tree -").err,
               HasSubstr("standard input has no item line"));
+  EXPECT_EQ(shell("echo '{\"groups\": [7]}' | $zolp host seed $ORK_HOST_DB - --dry-run").out,
+            "-:1:13: /groups/0: expected an object, found number\n");
+  expect_refusal(shell("printf '{}\\0' | $zolp host seed $ORK_HOST_DB -"), 1, "null byte");
   EXPECT_EQ(shell("echo '{\"groups\": [\"more\"]}' | $zolp host seed $ORK_HOST_DB -").exit_code, 0);
   EXPECT_THAT(on_site({"host", "show", site, "groups"}).out, HasSubstr("more"));
   EXPECT_EQ(shell("printf 'a\\0b' | $zolp dataset import - --name note.txt --item 1 -u ada -g all "
