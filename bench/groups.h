@@ -12,7 +12,6 @@ void add_filter_benchmarks();
 void add_job_benchmarks();
 void add_release_list_benchmarks();
 void add_structure_benchmarks();
-void add_seed_benchmarks(const std::string& where);
 void add_trace_benchmarks();
 
 }  // namespace bench

@@ -22,7 +22,6 @@ int main(int argc, char** argv) {
   bench::add_filter_benchmarks();
   bench::add_job_benchmarks();
   bench::add_structure_benchmarks();
-  bench::add_seed_benchmarks(folder);
   bench::add_trace_benchmarks();
   const int status = bench::run(argc, argv);
   std::filesystem::remove_all(folder);

@@ -9,12 +9,19 @@
 namespace bench {
 namespace {
 
-constexpr int repetitions = 15;
+int repetitions = 15;
 
 std::deque<Ratio>& ratios() {
   static std::deque<Ratio> all;
   return all;
 }
+
+std::deque<Amount>& amounts() {
+  static std::deque<Amount> all;
+  return all;
+}
+
+constexpr const char* amount_counter = "amount";
 
 /** Keeps the time per item of each repetition, besides what the console shows. */
 class Times : public benchmark::ConsoleReporter {
@@ -24,6 +31,10 @@ class Times : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.run_type != Run::RT_Iteration || run.error_occurred) {
+        continue;
+      }
+      if (const auto amount = run.counters.find(amount_counter); amount != run.counters.end()) {
+        amounts_[run.run_name.function_name] = amount->second.value;
         continue;
       }
       const auto rate = run.counters.find("items_per_second");
@@ -38,7 +49,14 @@ class Times : public benchmark::ConsoleReporter {
   /** Times of a benchmark's repetitions in seconds, in their order; none when it did not run. */
   const std::vector<double>& of(const std::string& name) { return times_[name]; }
 
+  /** Null for one that was not measured. */
+  const double* amount(const std::string& name) const {
+    const auto found = amounts_.find(name);
+    return found != amounts_.end() ? &found->second : nullptr;
+  }
+
  private:
+  std::map<std::string, double> amounts_;
   std::map<std::string, std::vector<double>> times_;
 };
 
@@ -80,7 +98,33 @@ void print_table(Times& times) {
   }
 }
 
+void print_amounts(const Times& times) {
+  for (const Amount& amount : amounts()) {
+    if (const double* const measured = times.amount(amount.what)) {
+      std::printf("%-100s %9.1f %-8s at most %.0f%s\n", amount.what.c_str(), *measured,
+                  amount.unit.c_str(), amount.at_most,
+                  *measured > amount.at_most ? "  missed" : "");
+    }
+  }
+}
+
 }  // namespace
+
+void repeat(int times) {
+  repetitions = times;
+}
+
+void limit(const Amount& amount, double (*measure)()) {
+  amounts().push_back(amount);
+  benchmark::RegisterBenchmark(amount.what.c_str(),
+                               [measure](benchmark::State& state) {
+                                 for (auto _ : state) {
+                                   state.counters[amount_counter] = measure();
+                                 }
+                               })
+      ->Iterations(1)
+      ->Repetitions(1);
+}
 
 void compare(const Ratio& ratio, void (*ours)(benchmark::State&), void (*peer)(benchmark::State&),
              int iterations) {
@@ -107,6 +151,7 @@ int run(int argc, char** argv) {
   Times times;
   benchmark::RunSpecifiedBenchmarks(&times);
   print_table(times);
+  print_amounts(times);
   return 0;
 }
 

@@ -34,6 +34,16 @@ struct Ratio {
   double nanoseconds_more = 0; /**< what it may take besides */
 };
 
+/** One claim about an amount, as of memory. */
+struct Amount {
+  std::string what;
+  std::string unit;
+  double at_most;
+};
+
+/** How often each benchmark that is registered from now on is repeated; 15 times unless told. */
+void repeat(int times);
+
 /**
  * Registers a benchmark and its peer. Both are repeated in turns; the time of one repetition is
  * divided by its number of items (`State::SetItemsProcessed`), or else of iterations.
@@ -41,7 +51,11 @@ struct Ratio {
 void compare(const Ratio& ratio, void (*ours)(benchmark::State&), void (*peer)(benchmark::State&),
              int iterations);
 
-/** Runs the benchmarks and prints the table of ratios. Returns the program's exit status. */
+/** Registers the measurement of an amount, which is made once. */
+void limit(const Amount& amount, double (*measure)());
+
+/** Runs the benchmarks and prints the tables of ratios and of amounts. Returns the program's exit
+ * status. */
 int run(int argc, char** argv);
 
 }  // namespace bench

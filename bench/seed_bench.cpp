@@ -1,10 +1,14 @@
 // Seeds of many items against the rows that they make, structures in different orders, and a
-// listing of all objects against a query of the same columns.
+// listing of all objects against a query of the same columns; and the memory that they take.
 
 #include <sqlite3.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -15,7 +19,6 @@
 #include <string>
 #include <vector>
 
-#include "groups.h"
 #include "ork_host.h"
 #include "ratios.h"
 
@@ -24,7 +27,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-int item_count = 10'000;  // ZOLP_BENCH_ITEMS has another number
+int item_count = 200'000;  // ZOLP_BENCH_ITEMS has another number
 constexpr int structure_depth = 2'000;
 fs::path folder;
 
@@ -300,6 +303,55 @@ void seed_structures_again(benchmark::State& state) {
   });
 }
 
+/** A program that writes its output into a file. */
+class Program {
+ public:
+  Program(std::vector<std::string> words, const std::string& output) : process_(fork()) {
+    require(process_ >= 0, "a program starts");
+    if (process_ == 0) {
+      std::vector<char*> arguments;
+      for (std::string& word : words) {
+        arguments.push_back(word.data());
+      }
+      arguments.push_back(nullptr);
+      require(std::freopen(output.c_str(), "w", stdout) != nullptr, "a program's output opens");
+      execv(arguments[0], arguments.data());
+      _exit(127);
+    }
+  }
+  ~Program() {
+    if (process_ > 0) {
+      kill(process_, SIGTERM);
+      wait();
+    }
+  }
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  bool is_running() const {
+    siginfo_t ended{};
+    return waitid(P_PID, static_cast<id_t>(process_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ended.si_pid == 0;
+  }
+
+  /** Waits for its end. @return the most memory that it had, in units of a million bytes. */
+  double megabytes_at_end() {
+    require(wait() == 0, "a program comes to its end");
+    return static_cast<double>(used_.ru_maxrss) * 1024 / 1e6;  // the system counts kibibytes
+  }
+
+ private:
+  int wait() {
+    int status = 0;
+    wait4(process_, &status, 0, &used_);
+    process_ = 0;
+    return status;
+  }
+
+  pid_t process_;
+  rusage used_{};
+};
+
 /** Processor time of the programs that this one has waited for. */
 double seconds_of_programs() {
   rusage used{};
@@ -367,11 +419,65 @@ void query_all(benchmark::State& state) {
   });
 }
 
-}  // namespace
+/** Elapsed time: a command that waits for another one takes none of the processor's. */
+double find_some(const std::string& site) {
+  const auto start = std::chrono::steady_clock::now();
+  const std::string command =
+      std::string(ZOLP_PROGRAM) + " find '1000000*' --host " + site + " > " + path_of("found.txt");
+  require(std::system(command.c_str()) == 0, "zolp finds objects");
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
 
-/** The last ones, since they open sites of their own. */
-void add_seed_benchmarks(const std::string& where) {
-  folder = where;
+void find_alone(benchmark::State& state) {
+  ensure_items();
+  measure(state, [] { return find_some(path_of("items.db")); });
+}
+
+/** The seed changes the site whose objects are sought. */
+void find_beside_seed(benchmark::State& state) {
+  ensure_items();
+  measure(state, [] {
+    Program seed({ZOLP_PROGRAM, "host", "seed", path_of("items.db"), path_of("items.json")},
+                 path_of("seeded.txt"));
+    sleep(1);  // it reads its file, opens the site and begins
+    const double seconds = find_some(path_of("items.db"));
+    require(seed.is_running(), "the seed goes on beside the listing");
+    return seconds;
+  });
+}
+
+double memory_of_seed() {
+  const std::string site = fresh_site("seeded.db");
+  Program seed({ZOLP_PROGRAM, "host", "seed", site, path_of("items.json")}, path_of("seeded.txt"));
+  return seed.megabytes_at_end();
+}
+
+/** A part of each level has two lines of the next one: 2 + 4 + 8 ... lines in all. */
+double memory_of_tree() {
+  constexpr int levels = 19;
+  std::string items;
+  std::string lists;
+  for (int level = 0; level <= levels; ++level) {
+    const std::string id = "L" + std::to_string(level);
+    items += (level > 0 ? "," : "") + (R"({"id": ")" + id) +
+             R"(", "name": "Part", "revisions": [{"id": "A"}]})";
+    if (level < levels) {
+      const std::string line = R"({"item": "L)" + std::to_string(level + 1) + R"("})";
+      lists += (level > 0 ? "," : "") + (R"({"item": ")" + id) +
+               R"(", "revision": "A", "lines": [)" + line + "," + line + "]}";
+    }
+  }
+  const std::string site = fresh_site("tree.db");
+  require(ork_host_open(site.c_str()) == ORK_ok, "the site opens");
+  take(R"({"items": [)" + items + R"(], "structures": [)" + lists + "]}");
+  ork_host_close();
+  Program tree({ZOLP_PROGRAM, "bom", "tree", "L0/A", "--json", "--host", site},
+               path_of("tree.txt"));
+  return tree.megabytes_at_end();
+}
+
+void add_seed_benchmarks() {
+  repeat(5);
   if (const char* const items = std::getenv("ZOLP_BENCH_ITEMS")) {
     item_count = std::atoi(items);
   }
@@ -383,6 +489,24 @@ void add_seed_benchmarks(const std::string& where) {
   compare({"structures seeded a second time", "the first time", 1.2}, seed_structures_again,
           seed_structures<true>, 1);
   compare({"zolp find '*'", "an SQLite query of the same columns", 6.0}, find_all, query_all, 1);
+  compare({"zolp find beside a seed that runs (elapsed)", "zolp find alone (elapsed)", 1.5},
+          find_beside_seed, find_alone, 1);
+  const std::string items = std::to_string(item_count);
+  limit({"memory of a seed of " + items + " items with two revisions", "MB", 400}, memory_of_seed);
+  limit({"memory of zolp bom tree --json of 1,048,574 lines", "MB", 300}, memory_of_tree);
 }
 
+}  // namespace
 }  // namespace bench
+
+int main(int argc, char** argv) {
+  std::string folder = (std::filesystem::temp_directory_path() / "zolp-bench-XXXXXX").string();
+  if (mkdtemp(folder.data()) == nullptr) {
+    return 1;
+  }
+  bench::folder = folder;
+  bench::add_seed_benchmarks();
+  const int status = bench::run(argc, argv);
+  std::filesystem::remove_all(folder);
+  return status;
+}
