@@ -27,12 +27,12 @@ void order(int (*function)(const char* text), const std::string& text) {
 }
 
 /** What lets a command be tried when the platform fails or is slow. */
-void add_trial_options(CLI::App& command) {
-  const std::string group = "Trials";
+void add_trial_options(CommandParser& command) {
+  const char* const group = "Trials";
   const auto add = [&](const char* name, const char* type, const char* description,
                        int (*function)(const char* text)) {
     command
-        .add_option_function<std::vector<std::string>>(
+        .add_options(
             name,
             [function](const std::vector<std::string>& texts) {
               for (const std::string& text : texts) {
@@ -40,9 +40,9 @@ void add_trial_options(CLI::App& command) {
               }
             },
             description)
-        ->type_name(type)
-        ->allow_extra_args(false)
-        ->group(group);
+        .type_name(type)
+        .one_at_a_time()
+        .group(group);
   };
   add("--fail", "OPERATION[:N]=STATUS",
       "Have the N-th call of a platform operation fail, the first without N; repeatable",
@@ -80,7 +80,8 @@ std::string password_in(const std::string& path) {
 }
 
 /** The password that the command line gives or names, or else the user. */
-std::optional<std::string> find_password(const CLI::App& command, const LoginOptions& options) {
+std::optional<std::string> find_password(const CommandParser& command,
+                                         const LoginOptions& options) {
   if (command.count("-p") > 0) {
     return value_of("-p=", options.password);
   }
@@ -97,25 +98,25 @@ std::optional<std::string> find_password(const CLI::App& command, const LoginOpt
 
 }  // namespace
 
-void add_login_options(CLI::App& command, LoginOptions& options) {
+void add_login_options(CommandParser& command, LoginOptions& options) {
   command.add_option("--host", options.site, "The site's file; ORK_HOST_DB when left out")
-      ->type_name("FILE");
+      .type_name("FILE");
   command.add_option("-u", options.user, "User, with -g; automatic login without")
-      ->type_name("USER");
-  CLI::Option* const password =
+      .type_name("USER");
+  const OptionParser password =
       command
           .add_option("-p", options.password,
                       "Password; ORK_PASSWORD when left out, or else it is asked for")
-          ->type_name("PASSWORD");
+          .type_name("PASSWORD");
   command.add_option("--password-file", options.password_file, "File with the password")
-      ->type_name("FILE")
-      ->excludes(password);
+      .type_name("FILE")
+      .excludes(password);
   command.add_option("-g", options.group, "Group; with an empty one the user's own")
-      ->type_name("GROUP");
+      .type_name("GROUP");
   add_trial_options(command);
 }
 
-void complete_login(const CLI::App& command, const LoginOptions& options) {
+void complete_login(const CommandParser& command, const LoginOptions& options) {
   const bool has_user = command.count("-u") > 0;
   const bool has_group = command.count("-g") > 0;
   const bool has_password = command.count("-p") > 0 || command.count("--password-file") > 0;

@@ -1,10 +1,10 @@
 /** @file The options of commands that work in a session on a site. */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
+#include "command_line/parser.h"
 #include "failures.h"
 #include "site.h"
 
@@ -15,14 +15,14 @@ struct LoginOptions {
 };
 
 /** Adds --host and what the login takes to a command, and --fail, --delay and --journal. */
-void add_login_options(CLI::App& command, LoginOptions& options);
+void add_login_options(CommandParser& command, LoginOptions& options);
 
 /**
  * Has the platform log in as the options say. A password that they lack comes from the environment
  * or the terminal. Refuses a login that is given in part: the platform would log in as the site's
  * user for automatic login instead.
  */
-void complete_login(const CLI::App& command, const LoginOptions& options);
+void complete_login(const CommandParser& command, const LoginOptions& options);
 
 /**
  * Adds the login options and --json to a command, and has it do its work in a session on the site.
@@ -30,7 +30,7 @@ void complete_login(const CLI::App& command, const LoginOptions& options);
  * @param options with the members `login` and `json`.
  */
 template <typename Options, typename Work>
-void work_in_session(CLI::App& command, const std::shared_ptr<Options>& options, Work work) {
+void work_in_session(CommandParser& command, const std::shared_ptr<Options>& options, Work work) {
   add_login_options(command, options->login);
   command.add_flag("--json", options->json, "Print JSON");
   command.callback([&command, options, work] {

@@ -77,8 +77,8 @@ int report(const std::string& message, ExitCode exit_code) {
   return report(split(message, exit_code));
 }
 
-int report_usage(const CLI::App& program, const std::vector<std::string>& words,
-                 const CLI::ParseError& error) {
+int report_usage(const tool::CommandParser& program, const std::vector<std::string>& words,
+                 const tool::ParseError& error) {
   std::string message = error.what();
   std::replace(message.begin(), message.end(), '\n', ' ');
   return report(tool::wrong_usage(tool::describe(program), words, tool::trimmed(message)),
@@ -86,13 +86,10 @@ int report_usage(const CLI::App& program, const std::vector<std::string>& words,
 }
 
 int run(int argc, char** argv) {
-  CLI::App program("Works with release lists, clone runs, workflow jobs and embedded host sites.",
-                   "zolp");
+  tool::CommandParser program(
+      "zolp", "Works with release lists, clone runs, workflow jobs and embedded host sites.");
   program.footer(general_help);
-  // Paths may begin with a slash.
-  program.allow_windows_style_options(false);
-  program.set_version_flag("-V,--version", "zolp " ZOLP_TOOL_VERSION, "Print the version and exit");
-  program.require_subcommand(1);
+  program.add_version("-V,--version", "zolp " ZOLP_TOOL_VERSION);
   tool::add_host_commands(program);
   tool::add_clone_command(program);
   tool::add_list_commands(program);
@@ -112,16 +109,11 @@ int run(int argc, char** argv) {
   tool::add_manual_command(program);
   int exit_code = tool::exit_ok;
   try {
-    program.parse(argc, argv);
-  } catch (const CLI::Success& help_or_version) {
-    program.exit(help_or_version);
-  } catch (const CLI::RuntimeError& answer) {
-    // What a command has found out is its exit code.
-    exit_code = answer.get_exit_code();
-  } catch (const CLI::ParseError& error) {
+    exit_code = program.parse(argc, argv);
+  } catch (const tool::ParseError& error) {
     return report_usage(program, {argv + 1, argv + argc}, error);
   } catch (const std::bad_alloc&) {
-    const bool reads_list = program.got_subcommand("list") || program.got_subcommand("clone");
+    const bool reads_list = program.names("list") || program.names("clone");
     return report(std::string("memory is exhausted: ") +
                       (reads_list ? "work on a smaller list" : "make room for the program"),
                   tool::exit_failure);

@@ -170,18 +170,17 @@ std::string Picture::mermaid() const {
   return text;
 }
 
-void add_picture_options(CLI::App& command, PictureOptions& options) {
-  CLI::Option* const json = command.get_option_no_throw("--json");
-  CLI::Option* const dot = command.add_flag("--dot", options.dot, "Print a picture for Graphviz");
-  CLI::Option* const mermaid =
-      command.add_flag("--mermaid", options.mermaid, "Print a picture for Mermaid")->excludes(dot);
-  CLI::Option* const svg =
+void add_picture_options(CommandParser& command, PictureOptions& options) {
+  const OptionParser dot = command.add_flag("--dot", options.dot, "Print a picture for Graphviz");
+  const OptionParser mermaid =
+      command.add_flag("--mermaid", options.mermaid, "Print a picture for Mermaid").excludes(dot);
+  const OptionParser svg =
       command.add_flag("--svg", options.svg, "Print a picture as SVG; needs Graphviz")
-          ->excludes(dot)
-          ->excludes(mermaid);
-  for (CLI::Option* const option : {dot, mermaid, svg}) {
-    if (json != nullptr) {
-      option->excludes(json);
+          .excludes(dot)
+          .excludes(mermaid);
+  if (command.has("--json")) {
+    for (const OptionParser option : {dot, mermaid, svg}) {
+      option.excludes(command.option("--json"));
     }
   }
 }

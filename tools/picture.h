@@ -1,10 +1,10 @@
 /** @file Pictures of boxes and arrows: as texts for Graphviz and Mermaid, or as SVG. */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
+#include "command_line/parser.h"
 namespace tool {
 
 enum class Shape { box, rounded, diamond };
@@ -57,7 +57,7 @@ struct PictureOptions {
 };
 
 /** Adds --dot, --mermaid and --svg; one of them at a time, and none beside --json. */
-void add_picture_options(CLI::App& command, PictureOptions& options);
+void add_picture_options(CommandParser& command, PictureOptions& options);
 
 /** Prints a picture as it is wanted; an Error says when Graphviz is not there to draw it. */
 void print_picture(const Picture& picture, const PictureOptions& options);

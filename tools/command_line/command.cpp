@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "command_line/parser.h"
+
 namespace tool {
 
 namespace {
@@ -140,8 +142,8 @@ std::vector<const Parameter*> Command::options() const {
   return found;
 }
 
-Command describe(const CLI::App& app) {
-  return describe(app, {});
+Command describe(const CommandParser& parser) {
+  return describe(parser.description(), {});
 }
 
 }  // namespace tool

@@ -1,11 +1,12 @@
 /** @file The program's commands as data: what help, manual pages and completion are made from. */
 #pragma once
 
-#include <CLI/App.hpp>
 #include <string>
 #include <vector>
 
 namespace tool {
+
+class CommandParser;
 
 /** An option, or an argument without a name of its own on the command line. */
 struct Parameter {
@@ -44,6 +45,6 @@ struct Command {
 };
 
 /** Describes a command and all below it; hidden ones and hidden options are left out. */
-Command describe(const CLI::App& app);
+Command describe(const CommandParser& parser);
 
 }  // namespace tool

@@ -5,41 +5,38 @@
 
 namespace tool {
 
-void add_depth(CLI::App& command, BomOptions& options) {
+void add_depth(CommandParser& command, BomOptions& options) {
   command.add_option("--depth", options.depth, "How many levels are drawn")
-      ->check(CLI::Range(0, 1000))
-      ->capture_default_str();
+      .range(0, 1000)
+      .shows_preset();
 }
 
-void add_recursive(CLI::App& command, BomOptions& options) {
+void add_recursive(CommandParser& command, BomOptions& options) {
   command.add_flag("--recursive", options.recursive, "On all levels, not only on the first");
 }
 
-void add_numbering(CLI::App& command, BomOptions& options) {
-  command.add_option("--start", options.start, "First number")->capture_default_str();
+void add_numbering(CommandParser& command, BomOptions& options) {
+  command.add_option("--start", options.start, "First number").shows_preset();
   command.add_option("--increment", options.increment, "Distance between two numbers")
-      ->capture_default_str();
+      .shows_preset();
 }
 
-CLI::App* add_bom_command(CLI::App& group, const std::shared_ptr<BomOptions>& options,
-                          const char* name, const char* description, const char* footer,
-                          void (*run)(const BomOptions&)) {
-  CLI::App* const command = group.add_subcommand(name, description);
-  command->add_option("REVISION", options->revision, "Item id/revision id")
-      ->required()
-      ->type_name("");
-  command->add_option("--rule", options->rule, "Revision rule; the latest revisions without")
-      ->type_name("NAME");
-  command->add_option("--view", options->view, "View type; the site's usual one without")
-      ->type_name("NAME");
-  work_in_session(*command, options, run);
-  command->footer(footer);
+CommandParser& add_bom_command(CommandParser& group, const std::shared_ptr<BomOptions>& options,
+                               const char* name, const char* description, const char* footer,
+                               void (*run)(const BomOptions&)) {
+  CommandParser& command = group.add_command(name, description);
+  command.add_option("REVISION", options->revision, "Item id/revision id").required().type_name("");
+  command.add_option("--rule", options->rule, "Revision rule; the latest revisions without")
+      .type_name("NAME");
+  command.add_option("--view", options->view, "View type; the site's usual one without")
+      .type_name("NAME");
+  work_in_session(command, options, run);
+  command.footer(footer);
   return command;
 }
 
-void add_bom_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("bom", "Work on product structures");
-  group.require_subcommand(1);
+void add_bom_commands(CommandParser& program) {
+  CommandParser& group = program.add_group("bom", "Work on product structures");
   group.footer(R"(
 Examples:
   zolp bom tree MX-100/B --host site.db           draw a structure

@@ -1,10 +1,10 @@
 /** @file What the subcommands of `zolp bom` share. */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
+#include "command_line/parser.h"
 #include "login.h"
 #include "structure.h"
 
@@ -29,23 +29,23 @@ inline Window open_window(const BomOptions& options) {
 }
 
 /** Adds a command that works on the structure of a revision. */
-CLI::App* add_bom_command(CLI::App& group, const std::shared_ptr<BomOptions>& options,
-                          const char* name, const char* description, const char* footer,
-                          void (*run)(const BomOptions&));
+CommandParser& add_bom_command(CommandParser& group, const std::shared_ptr<BomOptions>& options,
+                               const char* name, const char* description, const char* footer,
+                               void (*run)(const BomOptions&));
 
-void add_depth(CLI::App& command, BomOptions& options);
-void add_recursive(CLI::App& command, BomOptions& options);
-void add_numbering(CLI::App& command, BomOptions& options);
+void add_depth(CommandParser& command, BomOptions& options);
+void add_recursive(CommandParser& command, BomOptions& options);
+void add_numbering(CommandParser& command, BomOptions& options);
 
 // The subcommands; each adds itself.
-void add_bom_add(CLI::App& group);
-void add_bom_remove(CLI::App& group);
-void add_bom_tree(CLI::App& group);
-void add_bom_size(CLI::App& group);
-void add_bom_resequence(CLI::App& group);
-void add_bom_pack(CLI::App& group);
-void add_bom_numbers(CLI::App& group);
-void add_bom_find(CLI::App& group);
-void add_bom_export(CLI::App& group);
+void add_bom_add(CommandParser& group);
+void add_bom_remove(CommandParser& group);
+void add_bom_tree(CommandParser& group);
+void add_bom_size(CommandParser& group);
+void add_bom_resequence(CommandParser& group);
+void add_bom_pack(CommandParser& group);
+void add_bom_numbers(CommandParser& group);
+void add_bom_find(CommandParser& group);
+void add_bom_export(CommandParser& group);
 
 }  // namespace tool

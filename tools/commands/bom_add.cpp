@@ -55,23 +55,23 @@ void add_line(const AddOptions& options) {
 
 }  // namespace
 
-void add_bom_add(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("add", "Add a line at the end of a structure");
+void add_bom_add(CommandParser& group) {
+  CommandParser& command = group.add_command("add", "Add a line at the end of a structure");
   const auto options = std::make_shared<AddOptions>();
-  command->add_option("REVISION", options->revision, "Item id/revision id of the assembly")
-      ->required()
-      ->type_name("");
+  command.add_option("REVISION", options->revision, "Item id/revision id of the assembly")
+      .required()
+      .type_name("");
   command
-      ->add_option("CHILD", options->child,
-                   "Item id; or item id/revision id, for this revision and no other")
-      ->required()
-      ->type_name("");
-  command->add_option("--quantity", options->quantity, "Quantity; 1 without")->type_name("NUMBER");
-  command->add_option("--sequence", options->sequence, "Sequence number")->type_name("NUMBER");
-  command->add_option("--view", options->view, "View type; the site's usual one without")
-      ->type_name("NAME");
-  work_in_session(*command, options, add_line);
-  command->footer("\nExample: zolp bom add MX-100/B MX-900 --quantity 4 --sequence 70");
+      .add_option("CHILD", options->child,
+                  "Item id; or item id/revision id, for this revision and no other")
+      .required()
+      .type_name("");
+  command.add_option("--quantity", options->quantity, "Quantity; 1 without").type_name("NUMBER");
+  command.add_option("--sequence", options->sequence, "Sequence number").type_name("NUMBER");
+  command.add_option("--view", options->view, "View type; the site's usual one without")
+      .type_name("NAME");
+  work_in_session(command, options, add_line);
+  command.footer("\nExample: zolp bom add MX-100/B MX-900 --quantity 4 --sequence 70");
 }
 
 }  // namespace tool

@@ -35,16 +35,16 @@ void export_objects(const BomOptions& options) {
 
 }  // namespace
 
-void add_bom_export(CLI::App& group) {
+void add_bom_export(CommandParser& group) {
   const auto options = std::make_shared<BomOptions>();
-  CLI::App* const command = add_bom_command(
+  CommandParser& command = add_bom_command(
       group, options, "export", "List the items, revisions or datasets of all assemblies",
       "\nLines without lines below them do not count.\n"
       "Example: zolp bom export MX-100/B --class Dataset --host site.db",
       export_objects);
-  command->add_option("--class", options->class_name, "Item, ItemRevision or Dataset")
-      ->check(CLI::IsMember({"Item", "ItemRevision", "Dataset"}))
-      ->capture_default_str();
+  command.add_option("--class", options->class_name, "Item, ItemRevision or Dataset")
+      .one_of({"Item", "ItemRevision", "Dataset"})
+      .shows_preset();
 }
 
 }  // namespace tool

@@ -26,14 +26,14 @@ void find_in_structure(const BomOptions& options) {
 
 }  // namespace
 
-void add_bom_find(CLI::App& group) {
+void add_bom_find(CommandParser& group) {
   const auto options = std::make_shared<BomOptions>();
-  CLI::App* const command = add_bom_command(
+  CommandParser& command = add_bom_command(
       group, options, "find", "Ask whether a revision is right below another one",
       "\nExample: zolp bom find MX-100/B MX-110/A --host site.db", find_in_structure);
-  command->add_option("WANTED", options->wanted, "Item id/revision id to look for")
-      ->required()
-      ->type_name("");
+  command.add_option("WANTED", options->wanted, "Item id/revision id to look for")
+      .required()
+      .type_name("");
 }
 
 }  // namespace tool

@@ -55,12 +55,12 @@ void show_numbers(const BomOptions& options) {
 
 }  // namespace
 
-void add_bom_numbers(CLI::App& group) {
+void add_bom_numbers(CommandParser& group) {
   const auto options = std::make_shared<BomOptions>();
-  CLI::App* const command = add_bom_command(
+  CommandParser& command = add_bom_command(
       group, options, "numbers", "List the sequence numbers in use",
       "\nExample: zolp bom numbers MX-100/B --start 10 --increment 10", show_numbers);
-  add_numbering(*command, *options);
+  add_numbering(command, *options);
 }
 
 }  // namespace tool

@@ -28,15 +28,15 @@ void pack(const BomOptions& options) {
 
 }  // namespace
 
-void add_bom_pack(CLI::App& group) {
+void add_bom_pack(CommandParser& group) {
   const auto options = std::make_shared<BomOptions>();
-  CLI::App* const command =
+  CommandParser& command =
       add_bom_command(group, options, "pack", "Show a structure with equal lines as one",
                       "\nNothing is saved.\n"
                       "Example: zolp bom pack MX-100/B --recursive --host site.db",
                       pack);
-  add_recursive(*command, *options);
-  add_depth(*command, *options);
+  add_recursive(command, *options);
+  add_depth(command, *options);
 }
 
 }  // namespace tool

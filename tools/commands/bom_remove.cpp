@@ -104,24 +104,24 @@ void remove_lines(const RemoveOptions& options) {
 
 }  // namespace
 
-void add_bom_remove(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("remove", "Take lines out of a structure");
+void add_bom_remove(CommandParser& group) {
+  CommandParser& command = group.add_command("remove", "Take lines out of a structure");
   const auto options = std::make_shared<RemoveOptions>();
-  command->add_option("REVISION", options->revision, "Item id/revision id of the assembly")
-      ->required()
-      ->type_name("");
+  command.add_option("REVISION", options->revision, "Item id/revision id of the assembly")
+      .required()
+      .type_name("");
   command
-      ->add_option("CHILD", options->child,
-                   "Item id; or item id/revision id, for lines of this revision and no other")
-      ->required()
-      ->type_name("");
-  command->add_option("--sequence", options->sequence, "Only the line with this sequence number")
-      ->type_name("NUMBER");
-  command->add_flag("--all", options->all, "All lines of it, where there are several");
-  command->add_option("--view", options->view, "View type; the site's usual one without")
-      ->type_name("NAME");
-  work_in_session(*command, options, remove_lines);
-  command->footer("\nExample: zolp bom remove MX-100/B MX-900 --sequence 70");
+      .add_option("CHILD", options->child,
+                  "Item id; or item id/revision id, for lines of this revision and no other")
+      .required()
+      .type_name("");
+  command.add_option("--sequence", options->sequence, "Only the line with this sequence number")
+      .type_name("NUMBER");
+  command.add_flag("--all", options->all, "All lines of it, where there are several");
+  command.add_option("--view", options->view, "View type; the site's usual one without")
+      .type_name("NAME");
+  work_in_session(command, options, remove_lines);
+  command.footer("\nExample: zolp bom remove MX-100/B MX-900 --sequence 70");
 }
 
 }  // namespace tool

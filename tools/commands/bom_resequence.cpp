@@ -33,19 +33,18 @@ void resequence(const BomOptions& options) {
 
 }  // namespace
 
-void add_bom_resequence(CLI::App& group) {
+void add_bom_resequence(CommandParser& group) {
   const auto options = std::make_shared<BomOptions>();
-  CLI::App* const command = add_bom_command(
+  CommandParser& command = add_bom_command(
       group, options, "resequence", "Number the lines anew; shows what changes",
       "\nLines of one revision share a number. Nothing is saved without --save.\n"
       "Example: zolp bom resequence MX-100/B --start 10 --increment 10 --recursive --save",
       resequence);
-  add_numbering(*command, *options);
-  add_recursive(*command, *options);
-  add_depth(*command, *options);
-  CLI::Option* const save = command->add_flag("--save", options->save, "Save the new numbers");
-  command->add_flag("--dry-run", options->dry_run, "Save nothing, as without --save")
-      ->excludes(save);
+  add_numbering(command, *options);
+  add_recursive(command, *options);
+  add_depth(command, *options);
+  const OptionParser save = command.add_flag("--save", options->save, "Save the new numbers");
+  command.add_flag("--dry-run", options->dry_run, "Save nothing, as without --save").excludes(save);
 }
 
 }  // namespace tool

@@ -21,7 +21,7 @@ void show_size(const BomOptions& options) {
 
 }  // namespace
 
-void add_bom_size(CLI::App& group) {
+void add_bom_size(CommandParser& group) {
   const auto options = std::make_shared<BomOptions>();
   add_bom_command(group, options, "size", "Count the lines of a structure",
                   "\nExample: zolp bom size MX-100/B --host site.db", show_size);

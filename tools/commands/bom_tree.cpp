@@ -17,12 +17,12 @@ void show_tree(const BomOptions& options) {
 
 }  // namespace
 
-void add_bom_tree(CLI::App& group) {
+void add_bom_tree(CommandParser& group) {
   const auto options = std::make_shared<BomOptions>();
-  CLI::App* const command = add_bom_command(
+  CommandParser& command = add_bom_command(
       group, options, "tree", "Draw a structure with sequence numbers, quantities and statuses",
       "\nExample: zolp bom tree MX-100/B --rule Released --host site.db", show_tree);
-  add_depth(*command, *options);
+  add_depth(command, *options);
 }
 
 }  // namespace tool

@@ -36,20 +36,20 @@ void reserve(const CheckoutOptions& options, const char* done, Operation operati
   std::printf("%s %s\n", done, printable(id).c_str());
 }
 
-void add_command(CLI::App& program, const char* name, const char* description, const char* footer,
-                 void (*work)(const CheckoutOptions&)) {
-  CLI::App* const command = program.add_subcommand(name, description);
+void add_command(CommandParser& program, const char* name, const char* description,
+                 const char* footer, void (*work)(const CheckoutOptions&)) {
+  CommandParser& command = program.add_command(name, description);
   const auto options = std::make_shared<CheckoutOptions>();
-  command->add_option("ID", options->object, "Item id, or item id/revision id")
-      ->required()
-      ->type_name("");
-  work_in_session(*command, options, work);
-  command->footer(footer);
+  command.add_option("ID", options->object, "Item id, or item id/revision id")
+      .required()
+      .type_name("");
+  work_in_session(command, options, work);
+  command.footer(footer);
 }
 
 }  // namespace
 
-void add_checkout_commands(CLI::App& program) {
+void add_checkout_commands(CommandParser& program) {
   add_command(
       program, "checkout", "Check an item or a revision out",
       "\nRefused for what somebody else has checked out, what is released, and replicas.\n"

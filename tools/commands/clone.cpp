@@ -253,25 +253,23 @@ Example:
 
 }  // namespace
 
-void add_clone_command(CLI::App& program) {
-  CLI::App* const clone = program.add_subcommand("clone", "Prepare a clone run");
+void add_clone_command(CommandParser& program) {
+  CommandParser& clone = program.add_command("clone", "Prepare a clone run");
   const auto options = std::make_shared<CloneOptions>();
-  clone->add_option("LIST", options->release_list, "The release list; - for standard input")
-      ->required()
-      ->type_name("");
-  clone->add_option("--out", options->folder, "Output folder")
-      ->type_name("FOLDER")
-      ->capture_default_str();
+  clone.add_option("LIST", options->release_list, "The release list; - for standard input")
+      .required()
+      .type_name("");
+  clone.add_option("--out", options->folder, "Output folder").type_name("FOLDER").shows_preset();
   clone
-      ->add_option("--header", options->header_preference,
-                   "Preference that names the clone log's header template")
-      ->type_name("PREFERENCE")
-      ->capture_default_str();
-  add_login_options(*clone, options->login);
-  clone->add_flag("--json", options->json, "Print the summary as JSON");
-  clone->footer(clone_help);
-  clone->callback([options, clone] {
-    complete_login(*clone, options->login);
+      .add_option("--header", options->header_preference,
+                  "Preference that names the clone log's header template")
+      .type_name("PREFERENCE")
+      .shows_preset();
+  add_login_options(clone, options->login);
+  clone.add_flag("--json", options->json, "Print the summary as JSON");
+  clone.footer(clone_help);
+  clone.callback([options, &clone] {
+    complete_login(clone, options->login);
     CloneRun run(*options);
     run.prepare();
     run.print_summary();

@@ -13,33 +13,33 @@ void check_length(const char* what, const std::string& text, std::size_t limit) 
   }
 }
 
-CLI::App* add_dataset_command(CLI::App& group, const char* name, const char* description,
-                              const char* footer, const std::shared_ptr<DatasetOptions>& options,
-                              void (*work)(const DatasetOptions&)) {
-  CLI::App* const command = group.add_subcommand(name, description);
-  work_in_session(*command, options, work);
-  command->footer(footer);
+CommandParser& add_dataset_command(CommandParser& group, const char* name, const char* description,
+                                   const char* footer,
+                                   const std::shared_ptr<DatasetOptions>& options,
+                                   void (*work)(const DatasetOptions&)) {
+  CommandParser& command = group.add_command(name, description);
+  work_in_session(command, options, work);
+  command.footer(footer);
   return command;
 }
 
-void add_owner_options(CLI::App& command, DatasetOptions& options, bool is_required) {
-  CLI::Option* const item =
-      command.add_option("--item", options.item, "Item of the dataset")->type_name("ITEM");
-  CLI::Option* const revision =
-      command.add_option("--rev", options.revision, "Revision of that item")->type_name("REV");
-  revision->needs(item);
-  item->required(is_required);
+void add_owner_options(CommandParser& command, DatasetOptions& options, bool is_required) {
+  const OptionParser item =
+      command.add_option("--item", options.item, "Item of the dataset").type_name("ITEM");
+  const OptionParser revision =
+      command.add_option("--rev", options.revision, "Revision of that item").type_name("REV");
+  revision.needs(item);
+  item.required(is_required);
 }
 
-void add_dataset_argument(CLI::App& command, DatasetOptions& options) {
-  command.add_option("DATASET", options.dataset, "Name of the dataset")->required()->type_name("");
+void add_dataset_argument(CommandParser& command, DatasetOptions& options) {
+  command.add_option("DATASET", options.dataset, "Name of the dataset").required().type_name("");
   add_owner_options(command, options, false);
 }
 
-void add_dataset_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand(
+void add_dataset_commands(CommandParser& program) {
+  CommandParser& group = program.add_group(
       "dataset", "Bring files into datasets and out of them; list and delete datasets");
-  group.require_subcommand(1);
   group.footer(R"(
 Examples:
   zolp dataset import report.txt --item SH-200 --rev A --host site.db

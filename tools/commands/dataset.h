@@ -1,10 +1,10 @@
 /** @file What the subcommands of `zolp dataset` share. */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
+#include "command_line/parser.h"
 #include "datasets.h"
 #include "login.h"
 
@@ -31,20 +31,21 @@ inline tag find_dataset(const DatasetOptions& options) {
 void check_length(const char* what, const std::string& text, std::size_t limit);
 
 /** Adds a subcommand with the options that all of them have; what it does it does in a session. */
-CLI::App* add_dataset_command(CLI::App& group, const char* name, const char* description,
-                              const char* footer, const std::shared_ptr<DatasetOptions>& options,
-                              void (*work)(const DatasetOptions&));
+CommandParser& add_dataset_command(CommandParser& group, const char* name, const char* description,
+                                   const char* footer,
+                                   const std::shared_ptr<DatasetOptions>& options,
+                                   void (*work)(const DatasetOptions&));
 
-void add_owner_options(CLI::App& command, DatasetOptions& options, bool is_required);
-void add_dataset_argument(CLI::App& command, DatasetOptions& options);
+void add_owner_options(CommandParser& command, DatasetOptions& options, bool is_required);
+void add_dataset_argument(CommandParser& command, DatasetOptions& options);
 
 // The subcommands; each adds itself.
-void add_dataset_import(CLI::App& group);
-void add_dataset_export(CLI::App& group);
-void add_dataset_export_images(CLI::App& group);
-void add_dataset_copy(CLI::App& group);
-void add_dataset_show(CLI::App& group);
-void add_dataset_list(CLI::App& group);
-void add_dataset_delete(CLI::App& group);
+void add_dataset_import(CommandParser& group);
+void add_dataset_export(CommandParser& group);
+void add_dataset_export_images(CommandParser& group);
+void add_dataset_copy(CommandParser& group);
+void add_dataset_show(CommandParser& group);
+void add_dataset_list(CommandParser& group);
+void add_dataset_delete(CommandParser& group);
 
 }  // namespace tool

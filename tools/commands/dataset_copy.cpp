@@ -90,16 +90,16 @@ void copy_dataset(const DatasetOptions& options) {
 
 }  // namespace
 
-void add_dataset_copy(CLI::App& group) {
+void add_dataset_copy(CommandParser& group) {
   const auto options = std::make_shared<DatasetOptions>();
-  CLI::App* const command = add_dataset_command(
+  CommandParser& command = add_dataset_command(
       group, "copy", "Copy a dataset with its files",
       "\nWith --item and --rev the copy is related to them as the dataset is.\n"
       "Example: zolp dataset copy \"Check report\" \"Check report 2\" --item SH-200 "
       "--rev A",
       options, copy_dataset);
-  add_dataset_argument(*command, *options);
-  command->add_option("NAME", options->name, "Name of the copy")->required()->type_name("");
+  add_dataset_argument(command, *options);
+  command.add_option("NAME", options->name, "Name of the copy").required().type_name("");
 }
 
 }  // namespace tool

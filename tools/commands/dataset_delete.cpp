@@ -49,13 +49,13 @@ void delete_dataset(const DatasetOptions& options) {
 
 }  // namespace
 
-void add_dataset_delete(CLI::App& group) {
+void add_dataset_delete(CommandParser& group) {
   const auto options = std::make_shared<DatasetOptions>();
   add_dataset_argument(
-      *add_dataset_command(group, "delete", "Delete a dataset with its files and relations",
-                           "\nFiles that another dataset has, too, stay.\n"
-                           "Example: zolp dataset delete \"Front view\" --item SH-200 --rev A",
-                           options, delete_dataset),
+      add_dataset_command(group, "delete", "Delete a dataset with its files and relations",
+                          "\nFiles that another dataset has, too, stay.\n"
+                          "Example: zolp dataset delete \"Front view\" --item SH-200 --rev A",
+                          options, delete_dataset),
       *options);
 }
 

@@ -117,22 +117,22 @@ void export_dataset(const DatasetOptions& options) {
 
 }  // namespace
 
-void add_dataset_export(CLI::App& group) {
+void add_dataset_export(CommandParser& group) {
   const auto options = std::make_shared<DatasetOptions>();
-  CLI::App* const command = add_dataset_command(
+  CommandParser& command = add_dataset_command(
       group, "export", "Export the files of a dataset; existing files are never overwritten",
       "\nAll files are exported, or none. Those of the same name get a number.\n"
       "Examples: zolp dataset export \"Check report\"\n"
       "          zolp dataset export \"Check report\" --item SH-200 --rev A --out report.txt",
       options, export_dataset);
-  add_dataset_argument(*command, *options);
-  command->add_option("--reference", options->reference, "Only files under this reference")
-      ->type_name("NAME");
+  add_dataset_argument(command, *options);
+  command.add_option("--reference", options->reference, "Only files under this reference")
+      .type_name("NAME");
   command
-      ->add_option("--out", options->target,
-                   "A folder, for files under their own names, a new file, or - for standard\n"
-                   "output; the current folder")
-      ->type_name("PATH");
+      .add_option("--out", options->target,
+                  "A folder, for files under their own names, a new file, or - for standard\n"
+                  "output; the current folder")
+      .type_name("PATH");
 }
 
 }  // namespace tool

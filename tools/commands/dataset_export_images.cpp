@@ -108,23 +108,23 @@ void export_images(const DatasetOptions& options) {
 
 }  // namespace
 
-void add_dataset_export_images(CLI::App& group) {
+void add_dataset_export_images(CommandParser& group) {
   const auto options = std::make_shared<DatasetOptions>();
   options->reference = "Image";
-  CLI::App* const command = add_dataset_command(
+  CommandParser& command = add_dataset_command(
       group, "export-images", "Export images of a revision's datasets as ITEM_REV_DATASET",
       "\nThe first dataset yields its first reference, the second its second, and so on; those\n"
       "whose reference has another name are passed over. Existing files are kept.\n"
       "Example: zolp dataset export-images --item SH-200 --rev A --out images",
       options, export_images);
-  add_owner_options(*command, *options, true);
-  command->get_option("--rev")->required();
-  command->add_option("--reference", options->reference, "Name of the references")
-      ->type_name("NAME")
-      ->capture_default_str();
-  command->add_option("--out", options->folder, "The folder to write to")
-      ->type_name("FOLDER")
-      ->capture_default_str();
+  add_owner_options(command, *options, true);
+  command.option("--rev").required();
+  command.add_option("--reference", options->reference, "Name of the references")
+      .type_name("NAME")
+      .shows_preset();
+  command.add_option("--out", options->folder, "The folder to write to")
+      .type_name("FOLDER")
+      .shows_preset();
 }
 
 }  // namespace tool

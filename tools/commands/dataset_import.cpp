@@ -141,28 +141,28 @@ void import_dataset(const DatasetOptions& options) {
 
 }  // namespace
 
-void add_dataset_import(CLI::App& group) {
+void add_dataset_import(CommandParser& group) {
   const auto options = std::make_shared<DatasetOptions>();
-  CLI::App* const command = add_dataset_command(
+  CommandParser& command = add_dataset_command(
       group, "import", "Import a file into a new dataset of an item or revision",
       "\nExamples: zolp dataset import report.txt --item SH-200 --rev A --name \"Check report\"\n"
       "          zolp dataset import front.png --type Image --item SH-200 --rev A",
       options, import_dataset);
-  command->add_option("FILE", options->file, "The file; - for standard input")
-      ->required()
-      ->type_name("");
-  add_owner_options(*command, *options, true);
-  command->add_option("--name", options->name, "Name of the dataset; the file's without ending")
-      ->type_name("NAME");
-  command->add_option("--description", options->description, "Description of the dataset")
-      ->type_name("TEXT");
-  command->add_option("--type", options->type, "Type of the dataset")
-      ->type_name("TYPE")
-      ->capture_default_str();
+  command.add_option("FILE", options->file, "The file; - for standard input")
+      .required()
+      .type_name("");
+  add_owner_options(command, *options, true);
+  command.add_option("--name", options->name, "Name of the dataset; the file's without ending")
+      .type_name("NAME");
+  command.add_option("--description", options->description, "Description of the dataset")
+      .type_name("TEXT");
+  command.add_option("--type", options->type, "Type of the dataset")
+      .type_name("TYPE")
+      .shows_preset();
   command
-      ->add_option("--reference", options->reference,
-                   "Reference of that type; the one whose file names fit best")
-      ->type_name("NAME");
+      .add_option("--reference", options->reference,
+                  "Reference of that type; the one whose file names fit best")
+      .type_name("NAME");
 }
 
 }  // namespace tool

@@ -33,11 +33,11 @@ void list_datasets(const DatasetOptions& options) {
 
 }  // namespace
 
-void add_dataset_list(CLI::App& group) {
+void add_dataset_list(CommandParser& group) {
   const auto options = std::make_shared<DatasetOptions>();
-  add_owner_options(*add_dataset_command(group, "list", "List the datasets of an item or revision",
-                                         "\nExample: zolp dataset list --item SH-200 --rev A",
-                                         options, list_datasets),
+  add_owner_options(add_dataset_command(group, "list", "List the datasets of an item or revision",
+                                        "\nExample: zolp dataset list --item SH-200 --rev A",
+                                        options, list_datasets),
                     *options, true);
 }
 

@@ -44,11 +44,11 @@ void show_dataset(const DatasetOptions& options) {
 
 }  // namespace
 
-void add_dataset_show(CLI::App& group) {
+void add_dataset_show(CommandParser& group) {
   const auto options = std::make_shared<DatasetOptions>();
-  add_dataset_argument(*add_dataset_command(group, "show", "Print what a dataset holds",
-                                            "\nExample: zolp dataset show \"Front view\" --json",
-                                            options, show_dataset),
+  add_dataset_argument(add_dataset_command(group, "show", "Print what a dataset holds",
+                                           "\nExample: zolp dataset show \"Front view\" --json",
+                                           options, show_dataset),
                        *options);
 }
 

@@ -93,28 +93,27 @@ void convert(const DateOptions& options) {
 
 }  // namespace
 
-void add_date_command(CLI::App& program) {
-  CLI::App* const command =
-      program.add_subcommand("date", "Bring dates into the default or another format");
+void add_date_command(CommandParser& program) {
+  CommandParser& command =
+      program.add_command("date", "Bring dates into the default or another format");
   const auto options = std::make_shared<DateOptions>();
   command
-      ->add_option("DATE", options->inputs,
-                   "A date in the site's, the default, or --format's format")
-      ->type_name("");
-  command->add_flag("--now", options->now, "Take the current date and time");
-  command->add_option("--format", options->format, "Format of the dates that are given")
-      ->type_name("FORMAT");
-  CLI::Option* const to =
+      .add_option("DATE", options->inputs,
+                  "A date in the site's, the default, or --format's format")
+      .type_name("");
+  command.add_flag("--now", options->now, "Take the current date and time");
+  command.add_option("--format", options->format, "Format of the dates that are given")
+      .type_name("FORMAT");
+  const OptionParser to =
       command
-          ->add_option("--to", options->result_format, "Format to write; the default when left out")
-          ->type_name("FORMAT");
-  command->add_flag("--to-site", options->in_site_format, "Write in the site's format")
-      ->excludes(to);
+          .add_option("--to", options->result_format, "Format to write; the default when left out")
+          .type_name("FORMAT");
+  command.add_flag("--to-site", options->in_site_format, "Write in the site's format").excludes(to);
   command
-      ->add_option("--host", options->site, "The site's file; ORK_HOST_DB, or none, when left out")
-      ->type_name("FILE");
-  command->add_flag("--json", options->json, "Print JSON");
-  command->footer(
+      .add_option("--host", options->site, "The site's file; ORK_HOST_DB, or none, when left out")
+      .type_name("FILE");
+  command.add_flag("--json", options->json, "Print JSON");
+  command.footer(
       "\nIn a format, %d %m %Y stand for day, month and year, %b for a month's short name, %y for "
       "a\n"
       "year in two digits, %H %M %S for hours, minutes and seconds, %% for \"%\".\n"
@@ -122,7 +121,7 @@ void add_date_command(CLI::App& program) {
       "Examples: zolp date --now\n"
       "          zolp date 31.12.2026 --format %d.%m.%Y\n"
       "          zolp date \"31-Dec-2026 23:59\" --to \"%Y-%m-%d %H:%M:%S\"");
-  command->callback([options] {
+  command.callback([options] {
     if (options->now != options->inputs.empty()) {
       throw usage_error("expected dates, or --now", "give one of them");
     }

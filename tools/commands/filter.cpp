@@ -146,25 +146,24 @@ void list_objects(const FilterOptions& options) {
 
 }  // namespace
 
-void add_filter_command(CLI::App& program) {
-  CLI::App* const command =
-      program.add_subcommand("filter", "List objects that pass filters on name, type and status");
+void add_filter_command(CommandParser& program) {
+  CommandParser& command =
+      program.add_command("filter", "List objects that pass filters on name, type and status");
   const auto options = std::make_shared<FilterOptions>();
   command
-      ->add_option("PATTERN", options->candidates,
-                   "Id or name of the objects to filter, as for \"zolp find\"; all when left out")
-      ->type_name("");
-  command->add_option("--name", options->name, "Text that occurs in the name")->type_name("TEXT");
-  command->add_option("--type", options->type, "Text that occurs in the type")->type_name("TEXT");
-  command
-      ->add_option("--status", options->status, "Text that occurs in one of the release statuses")
-      ->type_name("TEXT");
-  CLI::Option* const whole =
-      command->add_flag("--whole", options->whole, "Compare name and type as a whole");
-  command->add_flag("--regex", options->expressions, "Take type and status for regular expressions")
-      ->excludes(whole);
-  work_in_session(*command, options, list_objects);
-  command->footer(
+      .add_option("PATTERN", options->candidates,
+                  "Id or name of the objects to filter, as for \"zolp find\"; all when left out")
+      .type_name("");
+  command.add_option("--name", options->name, "Text that occurs in the name").type_name("TEXT");
+  command.add_option("--type", options->type, "Text that occurs in the type").type_name("TEXT");
+  command.add_option("--status", options->status, "Text that occurs in one of the release statuses")
+      .type_name("TEXT");
+  const OptionParser whole =
+      command.add_flag("--whole", options->whole, "Compare name and type as a whole");
+  command.add_flag("--regex", options->expressions, "Take type and status for regular expressions")
+      .excludes(whole);
+  work_in_session(command, options, list_objects);
+  command.footer(
       "\nCase counts. In texts that may occur anywhere, \"a|b\" means either, \"(ab)?\" none or "
       "one.\n"
       "Examples: zolp filter --name Gear --status Released --host site.db\n"

@@ -29,18 +29,18 @@ void find(const FindOptions& options) {
 
 }  // namespace
 
-void add_find_command(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand("find", "List objects by id or name");
+void add_find_command(CommandParser& program) {
+  CommandParser& command = program.add_command("find", "List objects by id or name");
   const auto options = std::make_shared<FindOptions>();
   command
-      ->add_option("PATTERN", options->pattern,
-                   "Id or name; * stands for any text, ? for one character")
-      ->required()
-      ->type_name("");
-  command->footer(
+      .add_option("PATTERN", options->pattern,
+                  "Id or name; * stands for any text, ? for one character")
+      .required()
+      .type_name("");
+  command.footer(
       "\nNothing found is no failure.\n"
       "Example: zolp find 'GB-1*' --host site.db");
-  work_in_session(*command, options, find);
+  work_in_session(command, options, find);
 }
 
 }  // namespace tool

@@ -165,28 +165,27 @@ void print_form(const Json& card, bool as_json) {
   table.print();
 }
 
-CLI::App* add_form_command(CLI::App& group, const char* name, const char* description,
-                           const char* footer, const std::shared_ptr<FormOptions>& options,
-                           void (*work)(const FormOptions&)) {
-  CLI::App* const command = group.add_subcommand(name, description);
+CommandParser& add_form_command(CommandParser& group, const char* name, const char* description,
+                                const char* footer, const std::shared_ptr<FormOptions>& options,
+                                void (*work)(const FormOptions&)) {
+  CommandParser& command = group.add_command(name, description);
   command
-      ->add_option("ID", options->object,
-                   "Item id, or item id/revision id, whose master form it is; with --reference, "
-                   "name of a dataset")
-      ->required()
-      ->type_name("");
+      .add_option("ID", options->object,
+                  "Item id, or item id/revision id, whose master form it is; with --reference, "
+                  "name of a dataset")
+      .required()
+      .type_name("");
   command
-      ->add_option("--reference", options->reference,
-                   "Reference under which the dataset holds the form")
-      ->type_name("NAME");
-  work_in_session(*command, options, work);
-  command->footer(footer);
+      .add_option("--reference", options->reference,
+                  "Reference under which the dataset holds the form")
+      .type_name("NAME");
+  work_in_session(command, options, work);
+  command.footer(footer);
   return command;
 }
 
-void add_form_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("form", "List, read and fill forms");
-  group.require_subcommand(1);
+void add_form_commands(CommandParser& program) {
+  CommandParser& group = program.add_group("form", "List, read and fill forms");
   group.footer(R"(
 Examples:
   zolp form show SH-200/A --host site.db          all fields

@@ -1,11 +1,11 @@
 /** @file What the subcommands of `zolp form` share. */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "command_line/parser.h"
 #include "login.h"
 #include "ork/ork.h"
 #include "text.h"
@@ -33,14 +33,14 @@ Json form_card(tag form);
 void print_form(const Json& card, bool as_json);
 
 /** Adds a subcommand that works on a form in a session. */
-CLI::App* add_form_command(CLI::App& group, const char* name, const char* description,
-                           const char* footer, const std::shared_ptr<FormOptions>& options,
-                           void (*work)(const FormOptions&));
+CommandParser& add_form_command(CommandParser& group, const char* name, const char* description,
+                                const char* footer, const std::shared_ptr<FormOptions>& options,
+                                void (*work)(const FormOptions&));
 
 // The subcommands; each adds itself.
-void add_form_show(CLI::App& group);
-void add_form_list(CLI::App& group);
-void add_form_get(CLI::App& group);
-void add_form_set(CLI::App& group);
+void add_form_show(CommandParser& group);
+void add_form_list(CommandParser& group);
+void add_form_get(CommandParser& group);
+void add_form_set(CommandParser& group);
 
 }  // namespace tool

@@ -71,15 +71,15 @@ void list_forms(const ListOptions& options) {
 
 }  // namespace
 
-void add_form_list(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("list", "List the forms of an item or revision and its datasets");
+void add_form_list(CommandParser& group) {
+  CommandParser& command =
+      group.add_command("list", "List the forms of an item or revision and its datasets");
   const auto options = std::make_shared<ListOptions>();
-  command->add_option("ID", options->object, "Item id, or item id/revision id")
-      ->required()
-      ->type_name("");
-  work_in_session(*command, options, list_forms);
-  command->footer(
+  command.add_option("ID", options->object, "Item id, or item id/revision id")
+      .required()
+      .type_name("");
+  work_in_session(command, options, list_forms);
+  command.footer(
       "\n\"as\" is the type of relation, or the reference under which a dataset holds the form.\n"
       "Example: zolp form list SH-200/A");
 }

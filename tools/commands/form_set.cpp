@@ -66,15 +66,15 @@ void set_values(const FormOptions& options) {
 
 }  // namespace
 
-void add_form_set(CLI::App& group) {
+void add_form_set(CommandParser& group) {
   const auto options = std::make_shared<FormOptions>();
   add_form_command(group, "set", "Set fields of a form, all of them or none",
                    "\nAn empty text takes the value away. Dates are written in the site's format.\n"
                    "Example: zolp form set SH-200/A UGezPerson=dora UGezDate=21-Nov-2026",
                    options, set_values)
-      ->add_option("FIELD=TEXT", options->texts, "Fields and their texts")
-      ->required()
-      ->type_name("");
+      .add_option("FIELD=TEXT", options->texts, "Fields and their texts")
+      .required()
+      .type_name("");
 }
 
 }  // namespace tool

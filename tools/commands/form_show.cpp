@@ -32,20 +32,20 @@ void get_value(const FormOptions& options) {
 
 }  // namespace
 
-void add_form_show(CLI::App& group) {
+void add_form_show(CommandParser& group) {
   add_form_command(group, "show", "Print the fields of a form",
                    "\nExamples: zolp form show SH-200/A\n"
                    "          zolp form show \"Front view\" --reference Release --json",
                    std::make_shared<FormOptions>(), show_form);
 }
 
-void add_form_get(CLI::App& group) {
+void add_form_get(CommandParser& group) {
   const auto options = std::make_shared<FormOptions>();
   add_form_command(group, "get", "Print one field of a form",
                    "\nExample: zolp form get SH-200/A UGezPerson", options, get_value)
-      ->add_option("FIELD", options->field, "Name of the field")
-      ->required()
-      ->type_name("");
+      .add_option("FIELD", options->field, "Name of the field")
+      .required()
+      .type_name("");
 }
 
 }  // namespace tool

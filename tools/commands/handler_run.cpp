@@ -85,38 +85,37 @@ void run(const HandlerOptions& options) {
 
 }  // namespace
 
-void add_handler_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("handler", "Run workflow handlers");
-  group.require_subcommand(1);
+void add_handler_commands(CommandParser& program) {
+  CommandParser& group = program.add_group("handler", "Run workflow handlers");
   group.footer(R"(
 Examples:
   zolp handler run ./libcheck.so --job R-17 --host site.db
   zolp handler run ./libcheck.so --job R-17 --handler check --argument limit=20
 
 "zolp handler COMMAND --help" says more about each command.)");
-  CLI::App* const command =
-      group.add_subcommand("run", "Run the handlers of a library on a task of a job");
+  CommandParser& command =
+      group.add_command("run", "Run the handlers of a library on a task of a job");
   const auto options = std::make_shared<HandlerOptions>();
-  command->add_option("LIBRARY", options->library, "Shared library with ORK_register_handlers")
-      ->required()
-      ->type_name("");
-  command->add_option("--job", options->job, "Name of the job, or # and its number")
-      ->required()
-      ->type_name("JOB");
-  command->add_option("--task", options->task, "Task; the one that the job is at when left out")
-      ->type_name("NAME");
+  command.add_option("LIBRARY", options->library, "Shared library with ORK_register_handlers")
+      .required()
+      .type_name("");
+  command.add_option("--job", options->job, "Name of the job, or # and its number")
+      .required()
+      .type_name("JOB");
+  command.add_option("--task", options->task, "Task; the one that the job is at when left out")
+      .type_name("NAME");
   command
-      ->add_option("--handler", options->handlers,
-                   "Handler; all that the library registers when left out; may be repeated")
-      ->type_name("NAME")
-      ->take_all();
+      .add_option("--handler", options->handlers,
+                  "Handler; all that the library registers when left out; may be repeated")
+      .type_name("NAME")
+      .take_all();
   command
-      ->add_option("--argument", options->arguments,
-                   "Argument of the handlers, NAME=VALUE; may be repeated")
-      ->type_name("TEXT")
-      ->take_all();
-  work_in_session(*command, options, run);
-  command->footer(
+      .add_option("--argument", options->arguments,
+                  "Argument of the handlers, NAME=VALUE; may be repeated")
+      .type_name("TEXT")
+      .take_all();
+  work_in_session(command, options, run);
+  command.footer(
       "\nExample: zolp handler run ./libcheck.so --job R-17 --argument limit=20 --host site.db");
 }
 

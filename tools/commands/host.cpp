@@ -71,10 +71,9 @@ std::string value_text(const Json& value) {
   return text;
 }
 
-void add_host_commands(CLI::App& program) {
-  CLI::App& group =
-      *program.add_subcommand("host", "Create, fill, show, copy, check and remove embedded sites");
-  group.require_subcommand(1);
+void add_host_commands(CommandParser& program) {
+  CommandParser& group =
+      program.add_group("host", "Create, fill, show, copy, check and remove embedded sites");
   group.footer(R"(
 Examples:
   zolp host init site.db --seed site.json        a new site

@@ -1,10 +1,10 @@
 /** @file What the subcommands of `zolp host` share. */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
+#include "command_line/parser.h"
 #include "text.h"
 
 namespace tool {
@@ -26,16 +26,16 @@ std::string value_text(const Json& value);
 bool is_shown(const std::string& key, const Json& value);
 
 // The subcommands; each adds itself.
-void add_host_init(CLI::App& group);
-void add_host_seed(CLI::App& group);
-void add_host_show(CLI::App& group);
-void add_host_pref(CLI::App& group);
-void add_host_unlock(CLI::App& group);
-void add_host_snapshot(CLI::App& group);
-void add_host_restore(CLI::App& group);
-void add_host_reset(CLI::App& group);
-void add_host_remove(CLI::App& group);
-void add_host_check(CLI::App& group);
-void add_host_export(CLI::App& group);
+void add_host_init(CommandParser& group);
+void add_host_seed(CommandParser& group);
+void add_host_show(CommandParser& group);
+void add_host_pref(CommandParser& group);
+void add_host_unlock(CommandParser& group);
+void add_host_snapshot(CommandParser& group);
+void add_host_restore(CommandParser& group);
+void add_host_reset(CommandParser& group);
+void add_host_remove(CommandParser& group);
+void add_host_check(CommandParser& group);
+void add_host_export(CommandParser& group);
 
 }  // namespace tool

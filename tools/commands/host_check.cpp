@@ -54,19 +54,19 @@ void check(const CheckOptions& options) {
 
 }  // namespace
 
-void add_host_check(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("check", "Say whether a site is whole");
+void add_host_check(CommandParser& group) {
+  CommandParser& command = group.add_command("check", "Say whether a site is whole");
   const auto options = std::make_shared<CheckOptions>();
-  command->add_option("FILE", options->file, "The site's file")->required()->type_name("");
-  command->add_flag("--repair", options->repair,
-                    "Put right what can be without losing anything: what ended processes have\n"
-                    "left, contents that nothing refers to, indexes");
-  command->add_flag("--json", options->json, "Print JSON");
-  command->footer(
+  command.add_option("FILE", options->file, "The site's file").required().type_name("");
+  command.add_flag("--repair", options->repair,
+                   "Put right what can be without losing anything: what ended processes have\n"
+                   "left, contents that nothing refers to, indexes");
+  command.add_flag("--json", options->json, "Print JSON");
+  command.footer(
       "\nLooks at the file, all references and values, circles in structures, locks of processes\n"
       "that have ended, the digests of all files, and files that nothing refers to. Exit code 1\n"
       "when something is found that is not repaired.");
-  command->callback([options] { check(*options); });
+  command.callback([options] { check(*options); });
 }
 
 }  // namespace tool

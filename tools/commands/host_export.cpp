@@ -87,22 +87,22 @@ void export_seed(const ExportOptions& options) {
 
 }  // namespace
 
-void add_host_export(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("export", "Make a seed of a site");
+void add_host_export(CommandParser& group) {
+  CommandParser& command = group.add_command("export", "Make a seed of a site");
   const auto options = std::make_shared<ExportOptions>();
-  command->add_option("FILE", options->file, "The site's file")->required()->type_name("");
-  command->add_option("--out", options->seed, "The seed; an earlier one is replaced")
-      ->required()
-      ->type_name("FILE");
-  command->add_option("--files", options->files, "Folder for the contents of files; must not exist")
-      ->type_name("FOLDER");
-  command->add_flag("--without-dates", options->has_no_dates,
-                    "Leave out when objects were made and changed, and by whom");
-  command->footer(
+  command.add_option("FILE", options->file, "The site's file").required().type_name("");
+  command.add_option("--out", options->seed, "The seed; an earlier one is replaced")
+      .required()
+      .type_name("FILE");
+  command.add_option("--files", options->files, "Folder for the contents of files; must not exist")
+      .type_name("FOLDER");
+  command.add_flag("--without-dates", options->has_no_dates,
+                   "Leave out when objects were made and changed, and by whom");
+  command.footer(
       "\nThe seed makes an equal site of a new one; passwords are in it as hashes.\n"
       "Example: zolp host export site.db --out site.json --files files\n"
       "         zolp host init copy.db --seed site.json");
-  command->callback([options] { export_seed(*options); });
+  command.callback([options] { export_seed(*options); });
 }
 
 }  // namespace tool

@@ -114,22 +114,22 @@ void init_site(const InitOptions& options) {
 
 }  // namespace
 
-void add_host_init(CLI::App& group) {
-  CLI::App* const init = group.add_subcommand("init", "Create a site");
+void add_host_init(CommandParser& group) {
+  CommandParser& init = group.add_command("init", "Create a site");
   const auto options = std::make_shared<InitOptions>();
-  init->add_option("FILE", options->file, "The site's file; must not exist")
-      ->required()
-      ->type_name("");
-  init->add_option("--seed", options->seeds,
-                   "JSON file to fill the site from, - for standard input; repeatable")
-      ->type_name("FILE")
-      ->allow_extra_args(false);
-  init->add_flag("--dry-run", options->dry_run,
-                 "Make nothing; print all that is wrong with the seeds, a line each");
-  init->footer(
+  init.add_option("FILE", options->file, "The site's file; must not exist")
+      .required()
+      .type_name("");
+  init.add_option("--seed", options->seeds,
+                  "JSON file to fill the site from, - for standard input; repeatable")
+      .type_name("FILE")
+      .one_at_a_time();
+  init.add_flag("--dry-run", options->dry_run,
+                "Make nothing; print all that is wrong with the seeds, a line each");
+  init.footer(
       "\nExample: zolp host init site.db --seed site.json\n"
       "When a seed is wrong, no site is left behind.");
-  init->callback([options] { init_site(*options); });
+  init.callback([options] { init_site(*options); });
 }
 
 }  // namespace tool

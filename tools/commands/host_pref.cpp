@@ -55,26 +55,25 @@ void use_preference(const PreferenceOptions& options) {
 
 }  // namespace
 
-void add_host_pref(CLI::App& group) {
-  CLI::App* const pref =
-      group.add_subcommand("pref", "Print, set or remove a preference: [FILE] NAME [VALUE...]");
+void add_host_pref(CommandParser& group) {
+  CommandParser& pref =
+      group.add_command("pref", "Print, set or remove a preference: [FILE] NAME [VALUE...]");
   const auto options = std::make_shared<PreferenceOptions>();
-  pref->add_option("FILE", options->file, "The site's file; ORK_HOST_DB when left out")
-      ->type_name("");
-  pref->add_option("NAME", options->name,
-                   "The preference; values after it are set, or else printed")
-      ->type_name("");
+  pref.add_option("FILE", options->file, "The site's file; ORK_HOST_DB when left out")
+      .type_name("");
+  pref.add_option("NAME", options->name, "The preference; values after it are set, or else printed")
+      .type_name("");
   // Values are what the parser leaves: as its own list it would take "[a,b]" apart.
-  pref->allow_extras();
-  pref->add_flag("--unset", options->unset, "Remove the preference");
-  pref->add_flag("--json", options->json, "Print the values as JSON");
-  pref->footer(
+  pref.allow_extras();
+  pref.add_flag("--unset", options->unset, "Remove the preference");
+  pref.add_flag("--json", options->json, "Print the values as JSON");
+  pref.footer(
       "\nA first argument that looks like a path is always FILE.\n"
       "Examples: zolp host pref site.db ZOLP_qnversion\n"
       "          zolp host pref site.db ZOLP_qnversion v15\n"
       "          zolp host pref site.db ZOLP_qnversion --unset");
-  pref->callback([options, pref] {
-    options->values = pref->remaining();
+  pref.callback([options, &pref] {
+    options->values = pref.remaining();
     use_preference(*options);
   });
 }

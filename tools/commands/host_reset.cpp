@@ -43,19 +43,18 @@ void reset(const ResetOptions& options) {
 
 }  // namespace
 
-void add_host_reset(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("reset", "Empty a site, and fill it from seeds again");
+void add_host_reset(CommandParser& group) {
+  CommandParser& command = group.add_command("reset", "Empty a site, and fill it from seeds again");
   const auto options = std::make_shared<ResetOptions>();
-  command->add_option("FILE", options->file, "The site's file")->required()->type_name("");
-  command->add_option("--seed", options->seeds, "JSON file to fill the site from; repeatable")
-      ->type_name("FILE")
-      ->allow_extra_args(false);
-  command->footer(
+  command.add_option("FILE", options->file, "The site's file").required().type_name("");
+  command.add_option("--seed", options->seeds, "JSON file to fill the site from; repeatable")
+      .type_name("FILE")
+      .one_at_a_time();
+  command.footer(
       "\nThe site is then as \"zolp host init\" makes it with these seeds. Refused while somebody\n"
       "has it open; when a seed is wrong, the site stays as it is.\n"
       "Example: zolp host reset site.db --seed site.json");
-  command->callback([options] { reset(*options); });
+  command.callback([options] { reset(*options); });
 }
 
 }  // namespace tool

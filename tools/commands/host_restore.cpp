@@ -24,20 +24,20 @@ void restore(const RestoreOptions& options) {
 
 }  // namespace
 
-void add_host_restore(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("restore", "Make a site what a snapshot is");
+void add_host_restore(CommandParser& group) {
+  CommandParser& command = group.add_command("restore", "Make a site what a snapshot is");
   const auto options = std::make_shared<RestoreOptions>();
-  command->add_option("FILE", options->file, "The site's file; made when it does not exist")
-      ->required()
-      ->type_name("");
-  command->add_option("COPY", options->copy, "The snapshot's file")->required()->type_name("");
-  command->add_flag("--apart", options->is_apart,
-                    "Share no files with the snapshot's vault by hard links");
-  command->footer(
+  command.add_option("FILE", options->file, "The site's file; made when it does not exist")
+      .required()
+      .type_name("");
+  command.add_option("COPY", options->copy, "The snapshot's file").required().type_name("");
+  command.add_flag("--apart", options->is_apart,
+                   "Share no files with the snapshot's vault by hard links");
+  command.footer(
       "\nRefused while somebody has the site open, or when the snapshot is damaged; then the site\n"
       "stays as it is. A damaged site is replaced.\n"
       "Example: zolp host restore site.db before.db");
-  command->callback([options] { restore(*options); });
+  command.callback([options] { restore(*options); });
 }
 
 }  // namespace tool

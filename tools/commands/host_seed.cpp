@@ -29,20 +29,20 @@ void seed_site(const SeedOptions& options) {
 
 }  // namespace
 
-void add_host_seed(CLI::App& group) {
-  CLI::App* const seed = group.add_subcommand("seed", "Fill an existing site");
+void add_host_seed(CommandParser& group) {
+  CommandParser& seed = group.add_command("seed", "Fill an existing site");
   const auto options = std::make_shared<SeedOptions>();
-  seed->add_option("FILE", options->file, "The site's file")->required()->type_name("");
-  seed->add_option("SEED", options->seeds,
-                   "JSON files, taken one after the other; - for standard input")
-      ->required()
-      ->type_name("");
-  seed->add_flag("--dry-run", options->dry_run,
-                 "Change nothing; print all that is wrong, a line each");
-  seed->footer(
+  seed.add_option("FILE", options->file, "The site's file").required().type_name("");
+  seed.add_option("SEED", options->seeds,
+                  "JSON files, taken one after the other; - for standard input")
+      .required()
+      .type_name("");
+  seed.add_flag("--dry-run", options->dry_run,
+                "Change nothing; print all that is wrong, a line each");
+  seed.footer(
       "\nWhat exists under the same name is changed. Each file is taken as a whole or,\n"
       "when it is wrong, not at all; earlier ones stay.");
-  seed->callback([options] { seed_site(*options); });
+  seed.callback([options] { seed_site(*options); });
 }
 
 }  // namespace tool

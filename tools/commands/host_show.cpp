@@ -188,17 +188,17 @@ void show_site(const ShowOptions& options) {
 
 }  // namespace
 
-void add_host_show(CLI::App& group) {
-  CLI::App* const show = group.add_subcommand("show", "Print what a site holds");
+void add_host_show(CommandParser& group) {
+  CommandParser& show = group.add_command("show", "Print what a site holds");
   const auto options = std::make_shared<ShowOptions>();
-  show->add_option("FILE", options->file, "The site's file; ORK_HOST_DB when left out")
-      ->type_name("");
-  show->add_option("SECTION", options->section, "What to print; all when left out")->type_name("");
-  show->add_flag("--json", options->json, "Print JSON");
-  show->footer("\nSections: " + value_text(Json(sections)) +
-               "\nTables leave out tags and the attributes of objects; --json has them.\n"
-               "Example: zolp host show site.db users");
-  show->callback([options] { show_site(*options); });
+  show.add_option("FILE", options->file, "The site's file; ORK_HOST_DB when left out")
+      .type_name("");
+  show.add_option("SECTION", options->section, "What to print; all when left out").type_name("");
+  show.add_flag("--json", options->json, "Print JSON");
+  show.footer("\nSections: " + value_text(Json(sections)) +
+              "\nTables leave out tags and the attributes of objects; --json has them.\n"
+              "Example: zolp host show site.db users");
+  show.callback([options] { show_site(*options); });
 }
 
 }  // namespace tool

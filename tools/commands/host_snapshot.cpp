@@ -26,21 +26,21 @@ void snapshot(const SnapshotOptions& options) {
 
 }  // namespace
 
-void add_host_snapshot(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("snapshot", "Copy a site, while others use it");
+void add_host_snapshot(CommandParser& group) {
+  CommandParser& command = group.add_command("snapshot", "Copy a site, while others use it");
   const auto options = std::make_shared<SnapshotOptions>();
-  command->add_option("FILE", options->file, "The site's file")->required()->type_name("");
-  command->add_option("COPY", options->copy, "The copy's file; must not exist")
-      ->required()
-      ->type_name("");
-  command->add_flag("--apart", options->is_apart,
-                    "Share no files with the site's vault by hard links");
-  command->footer(
+  command.add_option("FILE", options->file, "The site's file").required().type_name("");
+  command.add_option("COPY", options->copy, "The copy's file; must not exist")
+      .required()
+      .type_name("");
+  command.add_flag("--apart", options->is_apart,
+                   "Share no files with the site's vault by hard links");
+  command.footer(
       "\nThe copy is a site as the first one is at one moment, with the contents of its files. It\n"
       "is there as a whole or not at all.\n"
       "Example: zolp host snapshot site.db before.db\n"
       "         zolp host restore site.db before.db");
-  command->callback([options] { snapshot(*options); });
+  command.callback([options] { snapshot(*options); });
 }
 
 }  // namespace tool

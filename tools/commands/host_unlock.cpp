@@ -88,22 +88,22 @@ void unlock(const UnlockOptions& options) {
 
 }  // namespace
 
-void add_host_unlock(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("unlock", "Take locks away from those who hold them: [FILE] [ID...]");
+void add_host_unlock(CommandParser& group) {
+  CommandParser& command =
+      group.add_command("unlock", "Take locks away from those who hold them: [FILE] [ID...]");
   const auto options = std::make_shared<UnlockOptions>();
-  command->add_option("FILE", options->file, "The site's file; ORK_HOST_DB when left out")
-      ->type_name("");
+  command.add_option("FILE", options->file, "The site's file; ORK_HOST_DB when left out")
+      .type_name("");
   command
-      ->add_option("ID", options->ids,
-                   "Item, item/revision, or # and an object's number; all that is locked without")
-      ->type_name("");
-  command->add_flag("--json", options->json, "Print what was unlocked as JSON");
-  command->footer(
+      .add_option("ID", options->ids,
+                  "Item, item/revision, or # and an object's number; all that is locked without")
+      .type_name("");
+  command.add_flag("--json", options->json, "Print what was unlocked as JSON");
+  command.footer(
       "\nLocks of processes that have ended are free by themselves. This is for one that hangs:\n"
       "what it has not saved, it can no longer save.\n"
       "Example: zolp host unlock site.db GB-1000/C");
-  command->callback([options] { unlock(*options); });
+  command.callback([options] { unlock(*options); });
 }
 
 }  // namespace tool

@@ -5,9 +5,8 @@
 
 namespace tool {
 
-void add_item_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("item", "Make items and revisions");
-  group.require_subcommand(1);
+void add_item_commands(CommandParser& program) {
+  CommandParser& group = program.add_group("item", "Make items and revisions");
   add_item_create(group);
   add_item_revise(group);
 }

@@ -1,12 +1,12 @@
 /** @file What the subcommands of `zolp item` share. */
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "command_line/parser.h"
 
 namespace tool {
 
 // The subcommands; each adds itself.
-void add_item_create(CLI::App& group);
-void add_item_revise(CLI::App& group);
+void add_item_create(CommandParser& group);
+void add_item_revise(CommandParser& group);
 
 }  // namespace tool

@@ -54,19 +54,19 @@ void create(const CreateOptions& options) {
 
 }  // namespace
 
-void add_item_create(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("create", "Make an item with its first revision");
+void add_item_create(CommandParser& group) {
+  CommandParser& command = group.add_command("create", "Make an item with its first revision");
   const auto options = std::make_shared<CreateOptions>();
-  command->add_option("ID", options->id, "Id of the item")->required()->type_name("");
-  command->add_option("--name", options->name, "Name of both; the id without")->type_name("TEXT");
-  command->add_option("--type", options->type, "Type of the item; Item without")->type_name("TYPE");
-  command->add_option("--rev", options->revision, "Id of the revision")
-      ->type_name("REV")
-      ->capture_default_str();
-  command->add_option("--description", options->description, "Description of both")
-      ->type_name("TEXT");
-  work_in_session(*command, options, create);
-  command->footer("\nExample: zolp item create SH-300 --name \"Output shaft\" --type Part");
+  command.add_option("ID", options->id, "Id of the item").required().type_name("");
+  command.add_option("--name", options->name, "Name of both; the id without").type_name("TEXT");
+  command.add_option("--type", options->type, "Type of the item; Item without").type_name("TYPE");
+  command.add_option("--rev", options->revision, "Id of the revision")
+      .type_name("REV")
+      .shows_preset();
+  command.add_option("--description", options->description, "Description of both")
+      .type_name("TEXT");
+  work_in_session(command, options, create);
+  command.footer("\nExample: zolp item create SH-300 --name \"Output shaft\" --type Part");
 }
 
 }  // namespace tool

@@ -100,18 +100,18 @@ void revise(const ReviseOptions& options) {
 
 }  // namespace
 
-void add_item_revise(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("revise", "Make another revision of an item");
+void add_item_revise(CommandParser& group) {
+  CommandParser& command = group.add_command("revise", "Make another revision of an item");
   const auto options = std::make_shared<ReviseOptions>();
   command
-      ->add_option("ID", options->object,
-                   "Item id, or item id/revision id of the revision to go on from")
-      ->required()
-      ->type_name("");
-  command->add_option("--rev", options->revision, "Id of the new revision; the next one without")
-      ->type_name("REV");
-  work_in_session(*command, options, revise);
-  command->footer(
+      .add_option("ID", options->object,
+                  "Item id, or item id/revision id of the revision to go on from")
+      .required()
+      .type_name("");
+  command.add_option("--rev", options->revision, "Id of the new revision; the next one without")
+      .type_name("REV");
+  work_in_session(command, options, revise);
+  command.footer(
       "\nThe new revision is related to the one before it by VELO_based_on. Datasets and "
       "structures\n"
       "are not copied.\n"

@@ -79,16 +79,16 @@ void show_what_is_left(tag job, const JobOptions& options) {
   }
 }
 
-JobCommand add_job_command(CLI::App& group, const char* name, const char* description,
+JobCommand add_job_command(CommandParser& group, const char* name, const char* description,
                            void (*action)(const JobOptions&)) {
-  CLI::App* const command = group.add_subcommand(name, description);
+  CommandParser& command = group.add_command(name, description);
   const auto options = std::make_shared<JobOptions>();
   command
-      ->add_option("--handlers", options->handlers,
-                   "Library of workflow handlers to load; may be repeated")
-      ->type_name("LIBRARY")
-      ->take_all();
-  work_in_session(*command, options, [action](const JobOptions& given) {
+      .add_option("--handlers", options->handlers,
+                  "Library of workflow handlers to load; may be repeated")
+      .type_name("LIBRARY")
+      .take_all();
+  work_in_session(command, options, [action](const JobOptions& given) {
     for (const std::string& library : given.handlers) {
       load_handlers(library);
     }
@@ -98,24 +98,23 @@ JobCommand add_job_command(CLI::App& group, const char* name, const char* descri
 }
 
 void add_job_argument(const JobCommand& command) {
-  command.app->add_option("JOB", command.options->job, "Name of the job, or # and its number")
-      ->required()
-      ->type_name("");
+  command.parser.add_option("JOB", command.options->job, "Name of the job, or # and its number")
+      .required()
+      .type_name("");
 }
 
-CLI::Option* add_text(const JobCommand& command, const char* name, std::string& text,
+OptionParser add_text(const JobCommand& command, const char* name, std::string& text,
                       const char* description) {
-  return command.app->add_option(name, text, description)->type_name(name[0] == '-' ? "TEXT" : "");
+  return command.parser.add_option(name, text, description).type_name(name[0] == '-' ? "TEXT" : "");
 }
 
 void add_ids(const JobCommand& command, const char* name, std::vector<std::string>& ids,
              const char* description) {
-  command.app->add_option(name, ids, description)->type_name("ID[/REV]")->take_all();
+  command.parser.add_option(name, ids, description).type_name("ID[/REV]").take_all();
 }
 
-void add_job_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("job", "Start, show and steer workflow jobs");
-  group.require_subcommand(1);
+void add_job_commands(CommandParser& program) {
+  CommandParser& group = program.add_group("job", "Start, show and steer workflow jobs");
   group.footer(R"(
 Examples:
   zolp job start Release --name R-17 --target GB-1000/C --host site.db

@@ -1,11 +1,11 @@
 /** @file What the subcommands of `zolp job` share. */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "command_line/parser.h"
 #include "jobs.h"
 #include "login.h"
 #include "picture.h"
@@ -46,32 +46,32 @@ void require_not_stopped(int status, const JobOptions& options);
 void show_what_is_left(tag job, const JobOptions& options);
 
 struct JobCommand {
-  CLI::App* app;
+  CommandParser& parser;
   std::shared_ptr<JobOptions> options;
 };
 
 /** Adds a subcommand that does something in a session on a site. */
-JobCommand add_job_command(CLI::App& group, const char* name, const char* description,
+JobCommand add_job_command(CommandParser& group, const char* name, const char* description,
                            void (*action)(const JobOptions&));
 
 void add_job_argument(const JobCommand& command);
 
-CLI::Option* add_text(const JobCommand& command, const char* name, std::string& text,
+OptionParser add_text(const JobCommand& command, const char* name, std::string& text,
                       const char* description);
 
 void add_ids(const JobCommand& command, const char* name, std::vector<std::string>& ids,
              const char* description);
 
 // The subcommands; each adds itself.
-void add_job_start(CLI::App& group);
-void add_job_list(CLI::App& group);
-void add_job_show(CLI::App& group);
-void add_job_signoff(CLI::App& group);
-void add_job_result(CLI::App& group);
-void add_job_continue(CLI::App& group);
-void add_job_targets(CLI::App& group);
-void add_job_template(CLI::App& group);
-void add_job_refresh(CLI::App& group);
-void add_job_delete(CLI::App& group);
+void add_job_start(CommandParser& group);
+void add_job_list(CommandParser& group);
+void add_job_show(CommandParser& group);
+void add_job_signoff(CommandParser& group);
+void add_job_result(CommandParser& group);
+void add_job_continue(CommandParser& group);
+void add_job_targets(CommandParser& group);
+void add_job_template(CommandParser& group);
+void add_job_refresh(CommandParser& group);
+void add_job_delete(CommandParser& group);
 
 }  // namespace tool

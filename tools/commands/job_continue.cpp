@@ -14,7 +14,7 @@ void run_on(const JobOptions& options) {
 
 }  // namespace
 
-void add_job_continue(CLI::App& group) {
+void add_job_continue(CommandParser& group) {
   add_job_argument(
       add_job_command(group, "continue", "Run a job on that a handler has stopped", run_on));
 }

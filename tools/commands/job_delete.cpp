@@ -16,7 +16,7 @@ void remove(const JobOptions& options) {
 
 }  // namespace
 
-void add_job_delete(CLI::App& group) {
+void add_job_delete(CommandParser& group) {
   add_job_argument(add_job_command(group, "delete", "Delete a job; its targets stay", remove));
 }
 

@@ -14,7 +14,7 @@ void refresh(const JobOptions& options) {
 
 }  // namespace
 
-void add_job_refresh(CLI::App& group) {
+void add_job_refresh(CommandParser& group) {
   add_job_argument(add_job_command(group, "refresh",
                                    "Bring a job and all that hangs on it up to date", refresh));
 }

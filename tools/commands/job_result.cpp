@@ -43,13 +43,13 @@ void set_result(const JobOptions& options) {
 
 }  // namespace
 
-void add_job_result(CLI::App& group) {
+void add_job_result(CommandParser& group) {
   const JobCommand deciding =
       add_job_command(group, "result", "Set the result of a condition task", set_result);
   add_job_argument(deciding);
-  add_text(deciding, "TASK", deciding.options->task, "Name of the condition task")->required();
-  add_text(deciding, "RESULT", deciding.options->result, "true, false or a number")->required();
-  deciding.app->footer("\nExample: zolp job result R-17 'Large?' true --host site.db");
+  add_text(deciding, "TASK", deciding.options->task, "Name of the condition task").required();
+  add_text(deciding, "RESULT", deciding.options->result, "true, false or a number").required();
+  deciding.parser.footer("\nExample: zolp job result R-17 'Large?' true --host site.db");
 }
 
 }  // namespace tool

@@ -41,17 +41,17 @@ void list(const JobOptions& options) {
 
 }  // namespace
 
-void add_job_show(CLI::App& group) {
+void add_job_show(CommandParser& group) {
   const JobCommand showing = add_job_command(group, "show", "Print a job as a tree", show_job);
   add_job_argument(showing);
-  add_picture_options(*showing.app, showing.options->picture);
-  showing.app->footer(
+  add_picture_options(showing.parser, showing.options->picture);
+  showing.parser.footer(
       "\nPictures are flow charts: what is done, runs or was left out has a colour of its own.\n"
       "Example: zolp job show R-17 --host site.db\n"
       "         zolp job show R-17 --svg > R-17.svg");
 }
 
-void add_job_list(CLI::App& group) {
+void add_job_list(CommandParser& group) {
   add_job_command(group, "list", "List the jobs of a site", list);
 }
 

@@ -89,16 +89,16 @@ void sign_off(const JobOptions& options) {
 
 }  // namespace
 
-void add_job_signoff(CLI::App& group) {
+void add_job_signoff(CommandParser& group) {
   const JobCommand signing =
       add_job_command(group, "signoff", "Decide on a review, as the session's user", sign_off);
   add_job_argument(signing);
   add_text(signing, "--decision", signing.options->decision, "approve, reject or none")
-      ->required()
-      ->check(CLI::IsMember({"approve", "reject", "none"}));
+      .required()
+      .one_of({"approve", "reject", "none"});
   add_text(signing, "--comment", signing.options->comment, "Comment");
   add_text(signing, "--review", signing.options->task, "Review; the current one when left out");
-  signing.app->footer(
+  signing.parser.footer(
       "\nExample: zolp job signoff R-17 --decision approve -u=alice -p=secret -g=engineering");
 }
 

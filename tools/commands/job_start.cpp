@@ -67,16 +67,16 @@ void start(const JobOptions& options) {
 
 }  // namespace
 
-void add_job_start(CLI::App& group) {
+void add_job_start(CommandParser& group) {
   const JobCommand starting =
       add_job_command(group, "start", "Start a job after a process template", start);
   add_text(starting, "TEMPLATE", starting.options->process_template, "Name of the process template")
-      ->required();
-  add_text(starting, "--name", starting.options->job, "Name of the job")->required();
+      .required();
+  add_text(starting, "--name", starting.options->job, "Name of the job").required();
   add_text(starting, "--description", starting.options->description, "Description of the job");
   add_ids(starting, "--target", starting.options->targets, "Target; may be repeated");
   add_ids(starting, "--reference", starting.options->references, "Reference; may be repeated");
-  starting.app->footer(
+  starting.parser.footer(
       "\nExample: zolp job start Release --name R-17 --target GB-1000/C --host site.db");
 }
 

@@ -54,7 +54,7 @@ void show_targets(const JobOptions& options) {
 
 }  // namespace
 
-void add_job_targets(CLI::App& group) {
+void add_job_targets(CommandParser& group) {
   const JobCommand targeting =
       add_job_command(group, "targets", "List, add and remove the targets of a job", show_targets);
   add_job_argument(targeting);

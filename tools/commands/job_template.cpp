@@ -74,18 +74,18 @@ void show_template(const TemplateOptions& options) {
 
 }  // namespace
 
-void add_job_template(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("template", "Print a process template, or the names of all");
+void add_job_template(CommandParser& group) {
+  CommandParser& command =
+      group.add_command("template", "Print a process template, or the names of all");
   const auto options = std::make_shared<TemplateOptions>();
-  command->add_option("TEMPLATE", options->name, "Name of the template; all when left out")
-      ->type_name("");
-  command->add_option("--host", options->site, "The site's file; ORK_HOST_DB when left out")
-      ->type_name("FILE");
-  command->add_flag("--json", options->json, "Print JSON");
-  add_picture_options(*command, options->picture);
-  command->footer("\nExample: zolp job template 'Release of parts' --mermaid --host site.db");
-  command->callback([options] { show_template(*options); });
+  command.add_option("TEMPLATE", options->name, "Name of the template; all when left out")
+      .type_name("");
+  command.add_option("--host", options->site, "The site's file; ORK_HOST_DB when left out")
+      .type_name("FILE");
+  command.add_flag("--json", options->json, "Print JSON");
+  add_picture_options(command, options->picture);
+  command.footer("\nExample: zolp job template 'Release of parts' --mermaid --host site.db");
+  command.callback([options] { show_template(*options); });
 }
 
 }  // namespace tool

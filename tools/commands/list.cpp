@@ -6,29 +6,29 @@
 
 namespace tool {
 
-void add_list_file(CLI::App& command, ListOptions& options, const std::string& what) {
+void add_list_file(CommandParser& command, ListOptions& options, const std::string& what) {
   command.add_option("FILE", options.file, what + "; - for standard input")
-      ->required()
-      ->type_name("");
+      .required()
+      .type_name("");
   add_encoding(command, options.encoding);
 }
 
-void add_encoding(CLI::App& command, Encoding& encoding) {
+void add_encoding(CommandParser& command, Encoding& encoding) {
   const auto read = [&encoding](const std::string& name) {
     encoding = name == "latin1" ? Encoding::latin1 : Encoding::utf8;
   };
-  command.add_option_function<std::string>("--encoding", read, "How the file's texts are written")
-      ->type_name("NAME")
-      ->check(CLI::IsMember({"utf8", "latin1"}))
-      ->default_str("utf8");
+  command.add_option("--encoding", read, "How the file's texts are written")
+      .type_name("NAME")
+      .one_of({"utf8", "latin1"})
+      .shows_preset("utf8");
 }
 
-void add_separator(CLI::App& command, std::string& separator) {
+void add_separator(CommandParser& command, std::string& separator) {
   command
       .add_option("--separator", separator,
                   "Text between item id and revision, as the site's preference has it")
-      ->type_name("TEXT")
-      ->capture_default_str();
+      .type_name("TEXT")
+      .shows_preset();
 }
 
 void require_separator(const std::string& separator) {
@@ -37,9 +37,8 @@ void require_separator(const std::string& separator) {
   }
 }
 
-void add_list_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("list", "Check, reduce and look at list files");
-  group.require_subcommand(1);
+void add_list_commands(CommandParser& program) {
+  CommandParser& group = program.add_group("list", "Check, reduce and look at list files");
   group.footer(R"(
 Examples:
   zolp list check release_list.txt                 what is wrong with a list

@@ -1,9 +1,9 @@
 /** @file What the subcommands of `zolp list` share. */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 
+#include "command_line/parser.h"
 #include "streams.h"
 
 namespace tool {
@@ -15,20 +15,20 @@ struct ListOptions {
 };
 
 /** Adds the list, which may be standard input, as an argument, and its encoding. */
-void add_list_file(CLI::App& command, ListOptions& options, const std::string& what);
+void add_list_file(CommandParser& command, ListOptions& options, const std::string& what);
 
-void add_encoding(CLI::App& command, Encoding& encoding);
+void add_encoding(CommandParser& command, Encoding& encoding);
 
 /** Adds the text between item id and revision. */
-void add_separator(CLI::App& command, std::string& separator);
+void add_separator(CommandParser& command, std::string& separator);
 void require_separator(const std::string& separator);
 
 // The subcommands; each adds itself.
-void add_list_check(CLI::App& group);
-void add_list_clean(CLI::App& group);
-void add_list_dedupe(CLI::App& group);
-void add_list_scan(CLI::App& group);
-void add_list_items(CLI::App& group);
-void add_list_tree(CLI::App& group);
+void add_list_check(CommandParser& group);
+void add_list_clean(CommandParser& group);
+void add_list_dedupe(CommandParser& group);
+void add_list_scan(CommandParser& group);
+void add_list_items(CommandParser& group);
+void add_list_tree(CommandParser& group);
 
 }  // namespace tool

@@ -71,19 +71,18 @@ void check(const CheckOptions& options) {
 
 }  // namespace
 
-void add_list_check(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("check", "Tell all that is wrong with a release list");
+void add_list_check(CommandParser& group) {
+  CommandParser& command = group.add_command("check", "Tell all that is wrong with a release list");
   const auto options = std::make_shared<CheckOptions>();
-  add_list_file(*command, *options, "The release list");
-  add_separator(*command, options->separator);
-  command->add_flag("--json", options->json, "Print JSON");
-  command->footer(
+  add_list_file(command, *options, "The release list");
+  add_separator(command, options->separator);
+  command.add_flag("--json", options->json, "Print JSON");
+  command.footer(
       "\nErrors are what a clone run refuses; warnings are what it would read otherwise than it\n"
       "is meant. Positions count bytes, from 1. Exit code 1 when there are errors.\n"
       "Examples: zolp list check release_list.txt\n"
       "          zolp list check - --encoding latin1 <release_list.txt");
-  command->callback([options] {
+  command.callback([options] {
     require_separator(options->separator);
     check(*options);
   });

@@ -94,58 +94,59 @@ void copy_list(const CopyOptions& options, const Copy& copy) {
   }
 }
 
-std::shared_ptr<CopyOptions> add_copy_command(CLI::App& list, const std::string& name,
-                                              const std::string& purpose, CLI::App*& command) {
-  command = list.add_subcommand(name, purpose);
+struct CopyCommand {
+  CommandParser& command;
+  std::shared_ptr<CopyOptions> options;
+};
+
+CopyCommand add_copy_command(CommandParser& list, const char* name, const char* purpose) {
+  CommandParser& command = list.add_command(name, purpose);
   const auto options = std::make_shared<CopyOptions>();
-  command->add_option("IN", options->in, "The release list; must be writable; - for standard input")
-      ->required()
-      ->type_name("");
-  command->add_option("OUT", options->out, "The file to write; - for standard output")
-      ->required()
-      ->type_name("");
-  command->add_flag("--force", options->force, "Replace OUT when it exists");
-  command->add_flag("--json", options->json, "Print the result as JSON");
-  return options;
+  command.add_option("IN", options->in, "The release list; must be writable; - for standard input")
+      .required()
+      .type_name("");
+  command.add_option("OUT", options->out, "The file to write; - for standard output")
+      .required()
+      .type_name("");
+  command.add_flag("--force", options->force, "Replace OUT when it exists");
+  command.add_flag("--json", options->json, "Print the result as JSON");
+  return {command, options};
 }
 
 }  // namespace
 
-void add_list_clean(CLI::App& group) {
-  CLI::App* command = nullptr;
-  const auto options =
-      add_copy_command(group, "clean", "Copy a list without its empty \"Where\" blocks", command);
-  command->footer(
+void add_list_clean(CommandParser& group) {
+  const auto [command, options] =
+      add_copy_command(group, "clean", "Copy a list without its empty \"Where\" blocks");
+  command.footer(
       "\nA block is empty when the line after its \"Where\" line begins with \"----\"; both go.\n"
       "Example: zolp list clean release_list.txt cleaned.txt");
-  command->callback([options] { copy_list(*options, ZOLP_clean_list); });
+  command.callback([options = options] { copy_list(*options, ZOLP_clean_list); });
 }
 
-void add_list_dedupe(CLI::App& group) {
-  CLI::App* command = nullptr;
-  const auto options = add_copy_command(
-      group, "dedupe", "Copy a list with the first line of each item only", command);
-  command->footer(
+void add_list_dedupe(CommandParser& group) {
+  const auto [command, options] =
+      add_copy_command(group, "dedupe", "Copy a list with the first line of each item only");
+  command.footer(
       "\nItems are the same when the 128 characters from \"Item Revision\" on are the same,\n"
       "that is up to and into \"New Item ID\". The lines below a dropped item go with it.");
-  command->callback([options] {
+  command.callback([options = options] {
     const ColumnSession columns("/");
     copy_list(*options, ZOLP_remove_doubles_from_list);
   });
 }
 
-void add_list_scan(CLI::App& group) {
-  CLI::App* command = nullptr;
-  const auto options = add_copy_command(
-      group, "scan", "Copy a list without the \"Where\" lines that hold certain texts", command);
-  command->add_option("--pattern", options->patterns, "Text to drop lines by; repeatable")
-      ->type_name("TEXT")
-      ->required()
-      ->allow_extra_args(false);
-  command->footer(
+void add_list_scan(CommandParser& group) {
+  const auto [command, options] = add_copy_command(
+      group, "scan", "Copy a list without the \"Where\" lines that hold certain texts");
+  command.add_option("--pattern", options->patterns, "Text to drop lines by; repeatable")
+      .type_name("TEXT")
+      .required()
+      .one_at_a_time();
+  command.footer(
       "\nExample: zolp list scan in.txt out.txt --pattern PROTO --pattern \"Spare \"\n"
       "A \"Where\" line that holds a pattern itself goes too.");
-  command->callback([options] {
+  command.callback([options = options] {
     std::vector<char*> patterns;
     for (std::string& pattern : options->patterns) {
       if (pattern.empty()) {

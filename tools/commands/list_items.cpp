@@ -84,15 +84,15 @@ void show_items(const ItemOptions& options) {
 
 }  // namespace
 
-void add_list_items(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("items", "Print an item list as a table");
+void add_list_items(CommandParser& group) {
+  CommandParser& command = group.add_command("items", "Print an item list as a table");
   const auto options = std::make_shared<ItemOptions>();
-  add_list_file(*command, *options, "The item list; must be writable");
-  command->add_flag("--json", options->json, "Print JSON");
-  command->footer(
+  add_list_file(command, *options, "The item list; must be writable");
+  command.add_flag("--json", options->json, "Print JSON");
+  command.footer(
       "\n\"count\" says how often the same text stands in the list; texts that differ in\n"
       "blanks behind the id count as different.");
-  command->callback([options] { show_items(*options); });
+  command.callback([options] { show_items(*options); });
 }
 
 }  // namespace tool

@@ -129,21 +129,21 @@ void show_tree(const TreeOptions& options) {
 
 }  // namespace
 
-void add_list_tree(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("tree", "Draw a release list as the tree it stands for");
+void add_list_tree(CommandParser& group) {
+  CommandParser& command =
+      group.add_command("tree", "Draw a release list as the tree it stands for");
   const auto options = std::make_shared<TreeOptions>();
-  add_list_file(*command, *options, "The release list; must be writable");
-  command->add_option("--depth", options->depth, "Number of levels to draw, up to 1000")
-      ->type_name("N")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 1000));
-  add_separator(*command, options->separator);
-  command->add_flag("--json", options->json, "Print JSON");
-  command->footer(
+  add_list_file(command, *options, "The release list; must be writable");
+  command.add_option("--depth", options->depth, "Number of levels to draw, up to 1000")
+      .type_name("N")
+      .shows_preset()
+      .range(1, 1000);
+  add_separator(command, options->separator);
+  command.add_flag("--json", options->json, "Print JSON");
+  command.footer(
       "\nThe tree is the one that the clone run works with: an item shows its newest dataset, and\n"
       "none when it has items below it; an item that drops several levels goes up one.");
-  command->callback([options] {
+  command.callback([options] {
     require_separator(options->separator);
     show_tree(*options);
   });

@@ -46,19 +46,19 @@ void write_manual(const Command& program, const ManualOptions& options) {
 
 }  // namespace
 
-void add_manual_command(CLI::App& program) {
-  CLI::App* const command = program.add_subcommand(
+void add_manual_command(CommandParser& program) {
+  CommandParser& command = program.add_command(
       "manual", "Print the manual page of zolp, or write those of all commands");
   const auto options = std::make_shared<ManualOptions>();
-  CLI::Option* const folder =
-      command->add_option("--out", options->folder, "Write a page for each command there")
-          ->type_name("FOLDER");
-  command->add_flag("--markdown", options->as_markdown, "Print all of it as one page of Markdown")
-      ->excludes(folder);
-  command->footer(
+  const OptionParser folder =
+      command.add_option("--out", options->folder, "Write a page for each command there")
+          .type_name("FOLDER");
+  command.add_flag("--markdown", options->as_markdown, "Print all of it as one page of Markdown")
+      .excludes(folder);
+  command.footer(
       "\nThe packages install the pages where man finds them: \"man zolp-bom-tree\".\n"
       "Example: zolp manual | man -l -");
-  command->callback([&program, options] { write_manual(describe(program), *options); });
+  command.callback([&program, options] { write_manual(describe(program), *options); });
 }
 
 }  // namespace tool

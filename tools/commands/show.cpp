@@ -218,17 +218,15 @@ void show(const ShowOptions& options) {
 
 }  // namespace
 
-void add_show_command(CLI::App& program) {
-  CLI::App* const command =
-      program.add_subcommand("show", "Print what a site knows of an item or a revision");
+void add_show_command(CommandParser& program) {
+  CommandParser& command =
+      program.add_command("show", "Print what a site knows of an item or a revision");
   const auto options = std::make_shared<ShowOptions>();
-  command->add_option("ID", options->id, "Item id, or item id/revision id")
-      ->required()
-      ->type_name("");
-  command->footer(
+  command.add_option("ID", options->id, "Item id, or item id/revision id").required().type_name("");
+  command.footer(
       "\nExamples: zolp show GB-1000 --host site.db\n"
       "          zolp show GB-1000/C --host site.db --json");
-  work_in_session(*command, options, show);
+  work_in_session(command, options, show);
 }
 
 }  // namespace tool

@@ -78,37 +78,36 @@ std::string without_numbers(std::string_view text) {
 
 namespace {
 
-void add_without_parts(CLI::App& command, TraceOptions& options) {
+void add_without_parts(CommandParser& command, TraceOptions& options) {
   command.add_flag("--without-parts", options.without_parts,
                    "Leave out the older parts of a text trace, NAME.1 and so on");
 }
 
-void add_json(CLI::App& command, TraceOptions& options) {
+void add_json(CommandParser& command, TraceOptions& options) {
   command.add_flag("--json", options.json, "Print JSON");
 }
 
 }  // namespace
 
-void add_trace_parts(CLI::App& command, TraceOptions& options) {
+void add_trace_parts(CommandParser& command, TraceOptions& options) {
   add_without_parts(command, options);
   add_json(command, options);
 }
 
-void add_trace_files(CLI::App& command, TraceOptions& options) {
+void add_trace_files(CommandParser& command, TraceOptions& options) {
   command.add_option("FILE", options.files, "Text traces and recordings; - for standard input")
-      ->required()
-      ->type_name("");
+      .required()
+      .type_name("");
   add_without_parts(command, options);
 }
 
-void add_trace_input(CLI::App& command, TraceOptions& options) {
+void add_trace_input(CommandParser& command, TraceOptions& options) {
   add_trace_files(command, options);
   add_json(command, options);
 }
 
-void add_trace_commands(CLI::App& program) {
-  CLI::App& group = *program.add_subcommand("trace", "Show what traces and recordings hold");
-  group.require_subcommand(1);
+void add_trace_commands(CommandParser& program) {
+  CommandParser& group = program.add_group("trace", "Show what traces and recordings hold");
   group.footer(
       "\nA text trace is what ZOLP_TRACE_FILE has named, a recording what ZOLP_TRACE_RECORD has;\n"
       "the commands tell them apart. Rotated parts of a text (NAME.1, NAME.2) are read before\n"

@@ -1,29 +1,29 @@
 /** @file The subcommands of `zolp trace`, and what they share; each adds itself. */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
+#include "command_line/parser.h"
 #include "trace/chain_tree.h"
 #include "trace_input.h"
 
 namespace tool {
 
-void add_trace_diff(CLI::App& group);
-void add_trace_export(CLI::App& group);
-void add_trace_failures(CLI::App& group);
-void add_trace_graph(CLI::App& group);
-void add_trace_show(CLI::App& group);
-void add_trace_slow(CLI::App& group);
-void add_trace_summary(CLI::App& group);
-void add_trace_view(CLI::App& group);
+void add_trace_diff(CommandParser& group);
+void add_trace_export(CommandParser& group);
+void add_trace_failures(CommandParser& group);
+void add_trace_graph(CommandParser& group);
+void add_trace_show(CommandParser& group);
+void add_trace_slow(CommandParser& group);
+void add_trace_summary(CommandParser& group);
+void add_trace_view(CommandParser& group);
 
 /** Adds the files, and what all commands have beside them. */
-void add_trace_input(CLI::App& command, TraceOptions& options);
+void add_trace_input(CommandParser& command, TraceOptions& options);
 /** The same but `--json`. */
-void add_trace_files(CLI::App& command, TraceOptions& options);
-void add_trace_parts(CLI::App& command, TraceOptions& options);
+void add_trace_files(CommandParser& command, TraceOptions& options);
+void add_trace_parts(CommandParser& command, TraceOptions& options);
 
 /** The callers of a node of a tree of chains, one a line, the innermost first. */
 void print_callers(const trace::ChainTree& chains, uint32_t node, const char* indentation);

@@ -372,25 +372,23 @@ int compare_runs(const DiffOptions& options) {
 
 }  // namespace
 
-void add_trace_diff(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand("diff", "Print where two runs differ");
+void add_trace_diff(CommandParser& group) {
+  CommandParser& command = group.add_command("diff", "Print where two runs differ");
   const auto options = std::make_shared<DiffOptions>();
   command
-      ->add_option("A", options->first, "Trace or recording of the first run; - for standard input")
-      ->required()
-      ->type_name("");
-  command->add_option("B", options->second, "The same of the second run")
-      ->required()
-      ->type_name("");
+      .add_option("A", options->first, "Trace or recording of the first run; - for standard input")
+      .required()
+      .type_name("");
+  command.add_option("B", options->second, "The same of the second run").required().type_name("");
   command
-      ->add_option("--times", options->times,
-                   "Compare times, too: chains that took longer by more than so many per cent")
-      ->type_name("PERCENT")
-      ->check(CLI::PositiveNumber);
-  command->add_flag("--tags", options->tags,
-                    "Compare the numbers in error texts, too, such as tags of objects");
-  add_trace_parts(*command, *options);
-  command->footer(
+      .add_option("--times", options->times,
+                  "Compare times, too: chains that took longer by more than so many per cent")
+      .type_name("PERCENT")
+      .positive();
+  command.add_flag("--tags", options->tags,
+                   "Compare the numbers in error texts, too, such as tags of objects");
+  add_trace_parts(command, *options);
+  command.footer(
       "\nPrints the first step that is not alike, and then what differs per chain of callers:\n"
       "-  calls that only the first run made\n"
       "+  calls that only the second run made\n"
@@ -399,7 +397,7 @@ void add_trace_diff(CLI::App& group) {
       "stands in a chain once; of several threads the first one is compared step by step.\n\n"
       "Exit codes: 0 the runs are alike, 1 they differ, 2 trouble.\n\n"
       "Example: zolp trace diff good.trace bad.trace");
-  command->callback([options] {
+  command.answer([options] {
     int result = trouble;
     try {
       if (options->first == "-" && options->second == "-") {
@@ -411,9 +409,7 @@ void add_trace_diff(CLI::App& group) {
       const size_t end = text.find(": ");
       throw usage_error(text.substr(0, end), text.substr(end + 2));
     }
-    if (result != same) {
-      throw CLI::RuntimeError(result);
-    }
+    return result;
   });
 }
 

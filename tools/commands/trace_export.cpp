@@ -23,16 +23,16 @@ struct ExportOptions : TraceOptions {
   std::string target;
 };
 
-void add_selection(CLI::App& command, CallSelection& selection) {
+void add_selection(CommandParser& command, CallSelection& selection) {
   const auto add = [&](const char* name, std::vector<std::string>& names, const char* help) {
-    command.add_option(name, names, help)->type_name("NAME")->allow_extra_args(false);
+    command.add_option(name, names, help).type_name("NAME").one_at_a_time();
   };
   add("--only", selection.only,
       "Only calls of these names, with all that happens below them; * stands for any characters");
   add("--skip", selection.skip, "Leave these out, with all that happens below them");
   command.add_option("--depth", selection.depth, "Number of levels to take")
-      ->type_name("N")
-      ->check(CLI::Range(size_t{1}, size_t{1'000'000'000}));
+      .type_name("N")
+      .range(size_t{1}, size_t{1'000'000'000});
 }
 
 /** Writes a file as a whole, or leaves what there was. */
@@ -137,19 +137,19 @@ void view_trace(const ExportOptions& options) {
 
 }  // namespace
 
-void add_trace_export(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("export", "Write the calls for timeline viewers and flame graphs");
+void add_trace_export(CommandParser& group) {
+  CommandParser& command =
+      group.add_command("export", "Write the calls for timeline viewers and flame graphs");
   const auto options = std::make_shared<ExportOptions>();
-  add_trace_files(*command, *options);
-  command->add_option("--format", options->format, "chrome, speedscope, folded or json")
-      ->required()
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"chrome", "speedscope", "folded", "json"}));
-  command->add_option("--out", options->target, "Write to this file; standard output otherwise")
-      ->type_name("FILE");
-  add_selection(*command, options->selection);
-  command->footer(
+  add_trace_files(command, *options);
+  command.add_option("--format", options->format, "chrome, speedscope, folded or json")
+      .required()
+      .type_name("FORMAT")
+      .one_of({"chrome", "speedscope", "folded", "json"});
+  command.add_option("--out", options->target, "Write to this file; standard output otherwise")
+      .type_name("FILE");
+  add_selection(command, options->selection);
+  command.footer(
       "\nFormats:\n"
       "  chrome      trace events, for about:tracing and Perfetto\n"
       "  speedscope  profiles of speedscope; \"zolp trace view\" shows them itself\n"
@@ -158,24 +158,24 @@ void add_trace_export(CLI::App& group) {
       "  json        each call with its site, parent, times, status and error text\n"
       "Where a trace has no times, each call counts as one instead.\n\n"
       "Example: zolp trace export run.trace --format folded --only \"ZOLP_*\"");
-  command->callback([options] { export_trace(*options); });
+  command.callback([options] { export_trace(*options); });
 }
 
-void add_trace_view(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand(
+void add_trace_view(CommandParser& group) {
+  CommandParser& command = group.add_command(
       "view", "Make a page that shows the calls in a browser: over time, summed up, as a table");
   const auto options = std::make_shared<ExportOptions>();
-  add_trace_files(*command, *options);
+  add_trace_files(command, *options);
   command
-      ->add_option("--out", options->target,
-                   "The page; the first file's name with .html, in the current folder, otherwise")
-      ->type_name("PAGE");
-  add_selection(*command, options->selection);
-  command->footer(
+      .add_option("--out", options->target,
+                  "The page; the first file's name with .html, in the current folder, otherwise")
+      .type_name("PAGE");
+  add_selection(command, options->selection);
+  command.footer(
       "\nThe page holds all that it needs and asks nothing of any network. Calls that failed have\n"
       "\"failed\" in their names: search for it with Ctrl-F. An earlier page is replaced.\n\n"
       "Example: zolp trace view run.trace --out run.html");
-  command->callback([options] { view_trace(*options); });
+  command.callback([options] { view_trace(*options); });
 }
 
 }  // namespace tool

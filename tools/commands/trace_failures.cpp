@@ -103,17 +103,17 @@ void show_failures(const TraceOptions& options) {
 
 }  // namespace
 
-void add_trace_failures(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand(
+void add_trace_failures(CommandParser& group) {
+  CommandParser& command = group.add_command(
       "failures", "Print each failed call with its callers, place and error text");
   const auto options = std::make_shared<TraceOptions>();
-  add_trace_input(*command, *options);
-  command->footer(
+  add_trace_input(command, *options);
+  command.footer(
       "\nFailures of one chain of callers, with one status and an error text that differs in\n"
       "numbers alone, are one, with their count. A function that calls itself stands in the chain\n"
       "once.\n\n"
       "Example: zolp trace failures run.trace");
-  command->callback([options] { show_failures(*options); });
+  command.callback([options] { show_failures(*options); });
 }
 
 }  // namespace tool

@@ -183,24 +183,24 @@ void show_graph(const GraphOptions& options) {
 
 }  // namespace
 
-void add_trace_graph(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("graph", "Print who calls a function and what it calls");
+void add_trace_graph(CommandParser& group) {
+  CommandParser& command =
+      group.add_command("graph", "Print who calls a function and what it calls");
   const auto options = std::make_shared<GraphOptions>();
-  command->add_option("FILE", options->file, "Text trace or recording; - for standard input")
-      ->required()
-      ->type_name("");
+  command.add_option("FILE", options->file, "Text trace or recording; - for standard input")
+      .required()
+      .type_name("");
   command
-      ->add_option("NAME", options->name,
-                   "The function; * stands for any characters, commas stand between several")
-      ->required()
-      ->type_name("");
-  command->add_option("MORE", options->files, "Further files")->type_name("");
-  add_trace_parts(*command, *options);
-  command->footer(
+      .add_option("NAME", options->name,
+                  "The function; * stands for any characters, commas stand between several")
+      .required()
+      .type_name("");
+  command.add_option("MORE", options->files, "Further files").type_name("");
+  add_trace_parts(command, *options);
+  command.footer(
       "\nNAME() is a call as a function makes it, NAME the function itself.\n\n"
       "Example: zolp trace graph run.trace 'PREF_*'");
-  command->callback([options] {
+  command.callback([options] {
     options->files.insert(options->files.begin(), options->file);
     show_graph(*options);
   });

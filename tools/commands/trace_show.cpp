@@ -350,41 +350,41 @@ void show_calls(const ShowOptions& options) {
 
 }  // namespace
 
-void add_trace_show(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("show", "Print the calls as a tree, with statuses and durations");
+void add_trace_show(CommandParser& group) {
+  CommandParser& command =
+      group.add_command("show", "Print the calls as a tree, with statuses and durations");
   const auto options = std::make_shared<ShowOptions>();
-  add_trace_input(*command, *options);
+  add_trace_input(command, *options);
   command
-      ->add_option("--only", options->only,
-                   "Only calls of these names, with all that happens below them; * stands for any "
-                   "characters")
-      ->type_name("NAME");
-  command->add_option("--skip", options->skip, "Leave these out, with all that happens below them")
-      ->type_name("NAME");
-  command->add_option("--depth", options->depth, "Number of levels to show")
-      ->type_name("N")
-      ->check(CLI::Range(size_t{1}, size_t{1'000'000'000}));
-  command->add_flag("--failed", options->failed, "Only what has failed, with its callers");
+      .add_option("--only", options->only,
+                  "Only calls of these names, with all that happens below them; * stands for any "
+                  "characters")
+      .type_name("NAME");
+  command.add_option("--skip", options->skip, "Leave these out, with all that happens below them")
+      .type_name("NAME");
+  command.add_option("--depth", options->depth, "Number of levels to show")
+      .type_name("N")
+      .range(size_t{1}, size_t{1'000'000'000});
+  command.add_flag("--failed", options->failed, "Only what has failed, with its callers");
   command
-      ->add_option("--slower-than", options->slower_than,
-                   "Only calls that took more milliseconds, with their callers")
-      ->type_name("MS")
-      ->check(CLI::NonNegativeNumber);
+      .add_option("--slower-than", options->slower_than,
+                  "Only calls that took more milliseconds, with their callers")
+      .type_name("MS")
+      .not_negative();
   command
-      ->add_option("--from", options->from,
-                   "Only calls from here on: seconds since the beginning (1.5, 250ms), a time of "
-                   "day (09:15:00), or a line (@1200)")
-      ->type_name("WHEN");
-  command->add_option("--to", options->to, "Only calls before this")->type_name("WHEN");
-  command->add_flag("--texts", options->texts, "Show the other lines, too, behind a |");
-  command->add_flag("--follow", options->follow, "Go on as the last file grows, until interrupted");
-  command->footer(
+      .add_option("--from", options->from,
+                  "Only calls from here on: seconds since the beginning (1.5, 250ms), a time of "
+                  "day (09:15:00), or a line (@1200)")
+      .type_name("WHEN");
+  command.add_option("--to", options->to, "Only calls before this").type_name("WHEN");
+  command.add_flag("--texts", options->texts, "Show the other lines, too, behind a |");
+  command.add_flag("--follow", options->follow, "Go on as the last file grows, until interrupted");
+  command.footer(
       "\nA call that makes others has a line where it begins, and one where it ends, with its\n"
       "duration and status. Output goes through $PAGER, or less, when it goes to a terminal; it\n"
       "is coloured there, unless NO_COLOR is set.\n\n"
       "Example: zolp trace show run.trace --only 'ZOLP_write_*' --depth 3");
-  command->callback([options] {
+  command.callback([options] {
     if (options->follow && options->json) {
       throw usage_error("--follow does not go with --json", "leave one of them out");
     }

@@ -144,24 +144,24 @@ void show_slowest(const SlowOptions& options) {
 
 }  // namespace
 
-void add_trace_slow(CLI::App& group) {
-  CLI::App* const command =
-      group.add_subcommand("slow", "Print the slowest calls, each with its callers");
+void add_trace_slow(CommandParser& group) {
+  CommandParser& command =
+      group.add_command("slow", "Print the slowest calls, each with its callers");
   const auto options = std::make_shared<SlowOptions>();
-  add_trace_input(*command, *options);
-  command->add_option("--top", options->top, "How many")
-      ->type_name("N")
-      ->capture_default_str()
-      ->check(CLI::Range(size_t{1}, size_t{1'000'000}));
-  command->add_flag("--own", options->own,
-                    "Compare the time that calls took without those that they made");
-  command->add_option("--only", options->only, "Only calls of these names, with *, as in PREF_*")
-      ->type_name("NAME");
-  command->footer(
+  add_trace_input(command, *options);
+  command.add_option("--top", options->top, "How many")
+      .type_name("N")
+      .shows_preset()
+      .range(size_t{1}, size_t{1'000'000});
+  command.add_flag("--own", options->own,
+                   "Compare the time that calls took without those that they made");
+  command.add_option("--only", options->only, "Only calls of these names, with *, as in PREF_*")
+      .type_name("NAME");
+  command.footer(
       "\nA caller takes at least as long as what it calls; --own tells where the time went.\n"
       "Without times, the calls that were made most often are printed.\n\n"
       "Example: zolp trace slow run.rec --own --top 3");
-  command->callback([options] { show_slowest(*options); });
+  command.callback([options] { show_slowest(*options); });
 }
 
 }  // namespace tool

@@ -148,35 +148,34 @@ void summarise(const SummaryOptions& options) {
 
 }  // namespace
 
-void add_trace_summary(CLI::App& group) {
-  CLI::App* const command = group.add_subcommand(
+void add_trace_summary(CommandParser& group) {
+  CommandParser& command = group.add_command(
       "summary", "Print how often each function was called, what failed and what it took");
   const auto options = std::make_shared<SummaryOptions>();
-  add_trace_input(*command, *options);
+  add_trace_input(command, *options);
   command
-      ->add_option("--by", options->by,
-                   "Sort by total, own, count, failed, min, mean, 99%, max or name; by total when "
-                   "left out, by count where there are no times")
-      ->type_name("COLUMN")
-      ->check(
-          CLI::IsMember({"total", "own", "count", "failed", "min", "mean", "99%", "max", "name"}));
+      .add_option("--by", options->by,
+                  "Sort by total, own, count, failed, min, mean, 99%, max or name; by total when "
+                  "left out, by count where there are no times")
+      .type_name("COLUMN")
+      .one_of({"total", "own", "count", "failed", "min", "mean", "99%", "max", "name"});
   command
-      ->add_option("--per", options->per,
-                   "One row per name, per call with its arguments, per place, per file or per "
-                   "module (ORK, PREF)")
-      ->type_name("WHAT")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"name", "call", "place", "file", "module"}));
-  command->add_option("--top", options->top, "Print so many rows")
-      ->type_name("N")
-      ->check(CLI::Range(size_t{1}, size_t{1'000'000'000}));
-  command->footer(
+      .add_option("--per", options->per,
+                  "One row per name, per call with its arguments, per place, per file or per "
+                  "module (ORK, PREF)")
+      .type_name("WHAT")
+      .shows_preset()
+      .one_of({"name", "call", "place", "file", "module"});
+  command.add_option("--top", options->top, "Print so many rows")
+      .type_name("N")
+      .range(size_t{1}, size_t{1'000'000'000});
+  command.footer(
       "\nTotal counts a call that goes on inside another of its row once; own is without the "
       "calls\n"
       "that it made. 99 % of the calls took no longer than the 99 % column says, to 3 % exactly.\n"
       "A function counts as failed when a guarded call has ended it.\n\n"
       "Example: zolp trace summary run.trace --top 10");
-  command->callback([options] { summarise(*options); });
+  command.callback([options] { summarise(*options); });
 }
 
 }  // namespace tool
