@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <deque>
 #include <map>
+#include <regex>
 #include <vector>
 
 namespace bench {
@@ -16,12 +17,15 @@ std::deque<Ratio>& ratios() {
   return all;
 }
 
-std::deque<Amount>& amounts() {
-  static std::deque<Amount> all;
+struct Measurement {
+  Amount amount;
+  double (*measure)();
+};
+
+std::deque<Measurement>& measurements() {
+  static std::deque<Measurement> all;
   return all;
 }
-
-constexpr const char* amount_counter = "amount";
 
 /** Keeps the time per item of each repetition, besides what the console shows. */
 class Times : public benchmark::ConsoleReporter {
@@ -31,10 +35,6 @@ class Times : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.run_type != Run::RT_Iteration || run.error_occurred) {
-        continue;
-      }
-      if (const auto amount = run.counters.find(amount_counter); amount != run.counters.end()) {
-        amounts_[run.run_name.function_name] = amount->second.value;
         continue;
       }
       const auto rate = run.counters.find("items_per_second");
@@ -49,14 +49,7 @@ class Times : public benchmark::ConsoleReporter {
   /** Times of a benchmark's repetitions in seconds, in their order; none when it did not run. */
   const std::vector<double>& of(const std::string& name) { return times_[name]; }
 
-  /** Null for one that was not measured. */
-  const double* amount(const std::string& name) const {
-    const auto found = amounts_.find(name);
-    return found != amounts_.end() ? &found->second : nullptr;
-  }
-
  private:
-  std::map<std::string, double> amounts_;
   std::map<std::string, std::vector<double>> times_;
 };
 
@@ -98,12 +91,13 @@ void print_table(Times& times) {
   }
 }
 
-void print_amounts(const Times& times) {
-  for (const Amount& amount : amounts()) {
-    if (const double* const measured = times.amount(amount.what)) {
-      std::printf("%-100s %9.1f %-8s at most %.0f%s\n", amount.what.c_str(), *measured,
-                  amount.unit.c_str(), amount.at_most,
-                  *measured > amount.at_most ? "  missed" : "");
+void print_amounts() {
+  const std::regex wanted(benchmark::GetBenchmarkFilter());
+  for (const auto& [amount, measure] : measurements()) {
+    if (std::regex_search(amount.what, wanted)) {
+      const double measured = measure();
+      std::printf("%-80s %9.1f %-8s at most %.0f%s\n", amount.what.c_str(), measured,
+                  amount.unit.c_str(), amount.at_most, measured > amount.at_most ? "  missed" : "");
     }
   }
 }
@@ -115,15 +109,7 @@ void repeat(int times) {
 }
 
 void limit(const Amount& amount, double (*measure)()) {
-  amounts().push_back(amount);
-  benchmark::RegisterBenchmark(amount.what.c_str(),
-                               [measure](benchmark::State& state) {
-                                 for (auto _ : state) {
-                                   state.counters[amount_counter] = measure();
-                                 }
-                               })
-      ->Iterations(1)
-      ->Repetitions(1);
+  measurements().push_back({amount, measure});
 }
 
 void compare(const Ratio& ratio, void (*ours)(benchmark::State&), void (*peer)(benchmark::State&),
@@ -148,10 +134,11 @@ int run(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
     return 2;
   }
+  // First, while this process is small: a program that it starts counts its memory as its own.
+  print_amounts();
   Times times;
   benchmark::RunSpecifiedBenchmarks(&times);
   print_table(times);
-  print_amounts(times);
   return 0;
 }
 

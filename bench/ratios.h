@@ -51,7 +51,7 @@ void repeat(int times);
 void compare(const Ratio& ratio, void (*ours)(benchmark::State&), void (*peer)(benchmark::State&),
              int iterations);
 
-/** Registers the measurement of an amount, which is made once. */
+/** Registers the measurement of an amount, which is made once, before the benchmarks. */
 void limit(const Amount& amount, double (*measure)());
 
 /** Runs the benchmarks and prints the tables of ratios and of amounts. Returns the program's exit
