@@ -31,21 +31,51 @@ Json what_is_left_at_last(tag job) {
   }
 }
 
+/** What stops a job when one of its handlers fails with a status; null when that is not why. */
+Json stop_with(tag job, int status) {
+  try {
+    const Json stop = job_stop(job);
+    return stop.is_null() || stop["code"] != status ? Json() : stop;
+  } catch (const Error&) {
+    forget_failures();
+    return {};
+  }
+}
+
+/** @param status what running the job came to, no success. */
+[[noreturn]] void throw_failed_run(tag job, int status, const std::string& what,
+                                   const std::string& advice) {
+  Error failure = take_failure(status, what, advice);
+  const Json stop = stop_with(job, status);
+  if (stop.is_null()) {
+    throw failure;
+  }
+  FailedHandler handler;
+  handler.name = stop["handler"];
+  handler.task = stop["task"].is_null() ? "" : stop["task"];
+  handler.job = display_value(job, "object_name");
+  handler.action = stop["on"];
+  handler.ended = "failure";
+  handler.remarks = {"job " + handler.job + " is stopped " + stop_text(stop)};
+  throw failure.blame(std::move(handler));
+}
+
 }  // namespace
 
 void require_changed(int status, const std::string& what) {
   require_success(status, what, "see what the job is at with \"zolp job show\"");
 }
 
-void require_run(int status, const std::string& what) {
+void require_run(tag job, int status, const std::string& what) {
   if (status == ORK_ok) {
-    forget_failures();
+    return forget_failures();
   }
-  require_changed(status, what);
+  throw_failed_run(job, status, what, "see what the job is at with \"zolp job show\"");
 }
 
 void print(const Json& json, bool as_json, void (*print_text)(const Json&)) {
   if (as_json) {
+    const OwnOutput output;
     print_json(json);
   } else {
     print_text(json);
@@ -62,12 +92,12 @@ std::vector<tag> find_objects(const std::vector<std::string>& ids) {
   return objects;
 }
 
-void require_not_stopped(int status, const JobOptions& options) {
+void require_not_stopped(tag job, int status, const JobOptions& options) {
   if (status == ORK_ok) {
     return forget_failures();
   }
-  require_success(status, "job " + options.job + " was stopped",
-                  "mend the cause and run it on with \"zolp job continue\"");
+  throw_failed_run(job, status, "job " + options.job + " was stopped",
+                   "mend the cause and run it on with \"zolp job continue\"");
 }
 
 void show_what_is_left(tag job, const JobOptions& options) {
@@ -88,11 +118,24 @@ JobCommand add_job_command(CommandParser& group, const char* name, const char* d
                   "Library of workflow handlers to load; may be repeated")
       .type_name("LIBRARY")
       .take_all();
-  work_in_session(command, options, [action](const JobOptions& given) {
-    for (const std::string& library : given.handlers) {
-      load_handlers(library);
+  add_handler_settings(command, options->handler_settings);
+  add_login_options(command, options->login);
+  command.add_flag("--json", options->json, "Print JSON");
+  command.callback([&command, options, action] {
+    const auto work = [&] {
+      in_session(command, options->login, [&] {
+        for (const std::string& library : options->handlers) {
+          load_handlers(library);
+        }
+        action(*options);
+      });
+    };
+    if (options->handlers.empty()) {
+      return work();
     }
-    action(given);
+    do_with_handlers({options->handler_settings, options->json,
+                      [options] { return site_file(options->login.site); }},
+                     work);
   });
   return {command, options};
 }

@@ -8,7 +8,7 @@ namespace {
 
 void run_on(const JobOptions& options) {
   const tag job = find_job(options.job);
-  require_not_stopped(FLOW_continue_job(job), options);
+  require_not_stopped(job, FLOW_continue_job(job), options);
   show_what_is_left(job, options);
 }
 
