@@ -22,11 +22,11 @@ void require_success(int status, const std::string& problem, const std::string& 
                      std::initializer_list<int> answers = {});
 
 /**
- * The Error of a failure, whatever the error stack says, which is empty afterwards. More may be
- * asked of the platform before it is thrown.
+ * The Error that `require_success` throws of a failure. For those who ask the platform more before
+ * they throw it.
  */
-Error take_failure(int status, const std::string& problem, const std::string& advice,
-                   std::initializer_list<int> answers = {});
+Error failure_error(int status, const std::string& problem, const std::string& advice,
+                    std::initializer_list<int> answers = {});
 
 /** The same for something that was to be read. */
 void require(int status, const std::string& what, std::initializer_list<int> answers = {});

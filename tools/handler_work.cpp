@@ -147,7 +147,8 @@ std::vector<std::string> stop_jobs(const std::vector<const RunningHandler*>& han
       const std::string job = std::string("job ") + handler->job_name;
       remarks.push_back(
           status == ORK_ok
-              ? job + " is stopped at task " + handler->task_name + ", in handler " + handler->name
+              ? job + " is stopped at task " + handler->task_name +
+                    (handler != handlers.front() ? std::string(", in handler ") + handler->name : "")
               : job + " is where it was, and does not know why (" + failure_text(status) + ")");
       forget_failures();
     }
@@ -239,6 +240,25 @@ void add_handler_settings(CommandParser& command, HandlerSettings& settings) {
       .add_flag("--in-process", settings.in_process,
                 "Call handlers in this process, as for a debugger; a crash ends it")
       .excludes(timeout);
+}
+
+Error handler_failure(const Error& found, int status, const std::string& problem,
+                      FailedHandler handler) {
+  const std::string of_platform = "handler " + handler.name + " on task " + handler.task;
+  std::string own;
+  const ErrorEntry* first = nullptr;
+  for (const ErrorEntry& entry : found.stack()) {
+    const bool is_error = entry.severity == "error";
+    if (is_error && entry.code == status && (own.empty() || !entry.text.ends_with(of_platform))) {
+      own = entry.text;
+    }
+    first = first == nullptr && is_error ? &entry : first;
+  }
+  const std::string cause =
+      first != nullptr && first->code != status ? ", because: " + first->text : "";
+  Error error(problem + " (" + own + cause + ")", found.advice(), status, found.stack());
+  handler.ended = "failure";
+  return error.blame(std::move(handler));
 }
 
 void do_with_handlers(const HandlerWork& about, const std::function<void()>& work) {

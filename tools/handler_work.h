@@ -45,6 +45,14 @@ std::vector<std::string> load_handlers(const std::string& path);
 /** What the handlers that were called have left behind, as `handler run` prints it. */
 Json take_left_behind();
 
+/**
+ * The Error of a handler that has failed with a status. Its own word on it, if it has put one on the
+ * error stack, goes before what the platform says.
+ * @param found the failure, as the platform tells it.
+ */
+Error handler_failure(const Error& found, int status, const std::string& problem,
+                      FailedHandler handler);
+
 /** As long as one lives, standard output is the program's own, and not that of handlers. */
 class OwnOutput {
  public:

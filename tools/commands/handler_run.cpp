@@ -42,15 +42,15 @@ Json run_handler(const std::string& name, tag task, const std::string& job,
   const std::string name_of_task = task_name(task);
   const int status = FLOW_run_handler(task, name.c_str(), arguments.c_str());
   if (status != ORK_ok) {
-    Error failure = take_failure(status, "handler " + name + " failed",
-                                 "mend it, or have \"zolp trace\" show what it did");
+    const std::string problem = "handler " + name + " failed on task " + name_of_task;
+    const Error failure = failure_error(
+        status, problem, "mend it, or record its calls with ZOLP_TRACE_RECORD for \"zolp trace\"");
     FailedHandler handler;
     handler.name = name;
     handler.task = name_of_task;
     handler.job = job;
     handler.action = action_text(FLOW_perform_action);
-    handler.ended = "failure";
-    throw failure.blame(std::move(handler));
+    throw handler_failure(failure, status, problem, std::move(handler));
   }
   forget_failures();  // the handler has dealt with them
   return {{"handler", name}, {"task", name_of_task}, {"job", job}, {"left_behind", take_left_behind()}};

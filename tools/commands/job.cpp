@@ -45,7 +45,8 @@ Json stop_with(tag job, int status) {
 /** @param status what running the job came to, no success. */
 [[noreturn]] void throw_failed_run(tag job, int status, const std::string& what,
                                    const std::string& advice) {
-  Error failure = take_failure(status, what, advice);
+  const Error failure = failure_error(status, what, advice);
+  forget_failures();
   const Json stop = stop_with(job, status);
   if (stop.is_null()) {
     throw failure;
@@ -55,9 +56,8 @@ Json stop_with(tag job, int status) {
   handler.task = stop["task"].is_null() ? "" : stop["task"];
   handler.job = display_value(job, "object_name");
   handler.action = stop["on"];
-  handler.ended = "failure";
-  handler.remarks = {"job " + handler.job + " is stopped " + stop_text(stop)};
-  throw failure.blame(std::move(handler));
+  const std::string problem = "job " + handler.job + " was stopped " + stop_text(stop);
+  throw handler_failure(failure, status, problem, std::move(handler));
 }
 
 }  // namespace
