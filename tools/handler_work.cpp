@@ -254,6 +254,9 @@ Error handler_failure(const Error& found, int status, const std::string& problem
     }
     first = first == nullptr && is_error ? &entry : first;
   }
+  if (own.ends_with(of_platform)) {
+    own.resize(own.find(": " + of_platform));  // has been said
+  }
   const std::string cause =
       first != nullptr && first->code != status ? ", because: " + first->text : "";
   Error error(problem + " (" + own + cause + ")", found.advice(), status, found.stack());

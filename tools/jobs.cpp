@@ -292,6 +292,9 @@ tag find_task(tag job, const std::string& name) {
 }
 
 tag current_task(tag job) {
+  if (const tag stopped = stopped_task(job); stopped != NULLTAG) {
+    return stopped;
+  }
   tag current = root_task(job);
   for (const tag task : all_tasks(job)) {
     int state = 0;
@@ -309,12 +312,14 @@ Json job_stop(tag job) {
     return nullptr;
   }
   const tag task = stopped_task(job);
+  date_s date{};
+  require(OBJ_get_value_date(job, "stop_date", &date), "when the job was stopped");
   return {{"task", task != NULLTAG ? Json(task_name(task)) : Json()},
           {"handler", handler},
           {"on", number_of(job, "stop_action") == FLOW_start_action ? "start" : "complete"},
           {"code", number_of(job, "stop_code")},
           {"text", display_value(job, "stop_text")},
-          {"date", display_value(job, "stop_date")}};
+          {"date", date_text(date)}};
 }
 
 std::string stop_text(const Json& stop) {

@@ -17,7 +17,10 @@ std::string task_name(tag task);
 /** The first task of a name. */
 tag find_task(tag job, const std::string& name);
 
-/** The task that the job is at: the innermost one that has started, or else the root task. */
+/**
+ * The task that the job is at: the one where it is stopped, or the innermost one that has started,
+ * or else the root task.
+ */
 tag current_task(tag job);
 
 /** A job with its attachments, tasks and signoffs. */

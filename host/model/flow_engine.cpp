@@ -261,7 +261,7 @@ class JobRun {
     } catch (const Failure& failure) {
       try {
         record_stop({message.task, name, message.action, failure.status(),
-                     stop_text(failure, newest)});
+                     stop_text(name, failure, newest)});
       } catch (const std::exception&) {
         // The job, the session or the site is gone, or cannot be written: the failure tells more.
       }
@@ -270,14 +270,16 @@ class JobRun {
   }
 
   /** What the handler itself has said of its failure goes before what is said of it. */
-  static std::string stop_text(const Failure& failure, const ErrorEntry* newest_before) {
+  static std::string stop_text(const std::string& handler, const Failure& failure,
+                               const ErrorEntry* newest_before) {
     for (auto entry = errors().rbegin(); entry != errors().rend() && &*entry != newest_before;
          ++entry) {
       if (entry->code == failure.status()) {
         return entry->text;
       }
     }
-    return text_with_detail(failure.status(), failure.detail());
+    const bool tells_only_where = failure.detail().starts_with("handler " + handler + " on task ");
+    return text_with_detail(failure.status(), tells_only_where ? "" : failure.detail());
   }
 
   tag job_;

@@ -108,7 +108,7 @@ TEST_F(JobCommands, HandlersOfALibraryAreCalled) {
   EXPECT_EQ(job({"show", "R", "--json"}).json()["root"]["tasks"][1]["result"], 2);
   expect_refusal(on_site({"handler", "run", library, "--job", "R", "--handler", "test-decide",
                           "--task", "Large?", "--argument", "fail=yes"}),
-                 1, "handler test-decide failed on task Large? (Unknown error code 4711: handler test-decide");
+                 1, "handler test-decide failed on task Large? (Unknown error code 4711): mend it");
   expect_refusal(on_site({"handler", "run", library, "--job", "R", "--handler", "none"}), 1,
                  "There is no such workflow handler");
   expect_refusal(on_site({"handler", "run", library, "--job", "R", "--task", "none"}), 1,

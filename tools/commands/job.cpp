@@ -113,12 +113,15 @@ JobCommand add_job_command(CommandParser& group, const char* name, const char* d
                            void (*action)(const JobOptions&)) {
   CommandParser& command = group.add_command(name, description);
   const auto options = std::make_shared<JobOptions>();
-  command
-      .add_option("--handlers", options->handlers,
-                  "Library of workflow handlers to load; may be repeated")
-      .type_name("LIBRARY")
-      .take_all();
+  const OptionParser handlers =
+      command
+          .add_option("--handlers", options->handlers,
+                      "Library of workflow handlers to load; may be repeated")
+          .type_name("LIBRARY")
+          .take_all();
   add_handler_settings(command, options->handler_settings);
+  command.option("--timeout").needs(handlers);
+  command.option("--in-process").needs(handlers);
   add_login_options(command, options->login);
   command.add_flag("--json", options->json, "Print JSON");
   command.callback([&command, options, action] {
@@ -163,7 +166,11 @@ Examples:
   zolp job start Release --name R-17 --target GB-1000/C --host site.db
   zolp job show R-17 --host site.db               where it stands, and why
   zolp job signoff R-17 --decision approve -u=alice -g=engineering --host site.db
-  zolp job continue R-17 --host site.db           after the cause of a stop is mended
+  zolp job continue R-17 --handlers ./libcheck.so --timeout 60 --host site.db
+                                                  after the cause of a stop is mended
+
+Handlers run in a process of their own: one that crashes, hangs or ends the program
+stops its job, and is named with its last calls.
 
 "zolp job COMMAND --help" says more about each command.)");
   add_job_start(group);

@@ -15,8 +15,11 @@ void run_on(const JobOptions& options) {
 }  // namespace
 
 void add_job_continue(CommandParser& group) {
-  add_job_argument(
-      add_job_command(group, "continue", "Run a job on that a handler has stopped", run_on));
+  const JobCommand continuing =
+      add_job_command(group, "continue", "Run a job on that a handler has stopped", run_on);
+  add_job_argument(continuing);
+  continuing.parser.footer(
+      "\nExample: zolp job continue R-17 --handlers ./libcheck.so --host site.db");
 }
 
 }  // namespace tool
