@@ -305,16 +305,16 @@ ORK_API int ork_host_list_library_handlers(const char* path, int* count, char***
 
 /** A call of a workflow handler, as those who watch see it; the texts live as long as they look. */
 typedef struct ork_host_handler_call {
-  const char* handler;   /**< its name */
-  tag task;              /**< the task that it is called on; it may be gone when the call has ended */
-  tag job;               /**< the task's job, for which the same holds */
+  const char* handler; /**< its name */
+  tag task;            /**< the task that it is called on; it may be gone when the call has ended */
+  tag job;             /**< the task's job, for which the same holds */
   const char* task_name; /**< name of the task */
   const char* job_name;  /**< name of the job */
   int action;            /**< #FLOW_start_action and so on */
   int status;            /**< of a call that has ended: what came back */
-  const char* left;      /**< of a call that has ended: what it has left behind, as JSON, or null for
-                            nothing: `blocks`, each with `count`, `bytes`, `operation` and `function`,
-                            and `locks`, each with `object`, `operation` and `function` */
+  const char* left; /**< of a call that has ended: what it has left behind, as JSON, or null for
+                       nothing: `blocks`, each with `count`, `bytes`, `operation` and `function`,
+                       and `locks`, each with `object`, `operation` and `function` */
 } ork_host_handler_call;
 
 /**

@@ -21,10 +21,10 @@ struct ErrorEntry {
 /** The workflow handler by which a command has failed. */
 struct FailedHandler {
   std::string name, task, job;
-  std::string action;         /**< "start", "complete" or "run" */
-  std::string ended;          /**< "failure", "crash", "exit" or "timeout" */
-  std::string signal;         /**< of a crash: "SIGSEGV"; empty for none */
-  int exit_code = 0;          /**< of an exit */
+  std::string action;               /**< "start", "complete" or "run" */
+  std::string ended;                /**< "failure", "crash", "exit" or "timeout" */
+  std::string signal;               /**< of a crash: "SIGSEGV"; empty for none */
+  int exit_code = 0;                /**< of an exit */
   std::vector<std::string> remarks; /**< what became of its job */
   std::vector<std::string> calls;   /**< its last ones, the newest last */
 };

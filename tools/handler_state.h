@@ -30,7 +30,8 @@ enum class Phase : std::int32_t { beginning, loading, working, finished };
 
 /** All of it is 0 at first. */
 struct HandlerState {
-  static constexpr std::size_t most_handlers = 24; /**< more than the engine lets run in one another */
+  static constexpr std::size_t most_handlers =
+      24; /**< more than the engine lets run in one another */
   static constexpr std::size_t most_calls = 12;
 
   std::atomic<Phase> phase;

@@ -4,7 +4,9 @@
 #include <chrono>
 #include <cstdio>
 #include <string>
+#include <utility>
 
+#include "error.h"
 #include "handler_work.h"
 #include "host/ork_host.h"
 #include "os.h"
@@ -75,9 +77,9 @@ void tell_left_behind(const Json& left) {
     blocks += block["count"].get<std::size_t>();
   }
   const std::size_t locks = left["locks"].size();
-  const std::string what =
-      (blocks > 0 ? counted(blocks, "block") : "") + (blocks > 0 && locks > 0 ? " and " : "") +
-      (locks > 0 ? counted(locks, "lock") : "");
+  const std::string what = (blocks > 0 ? counted(blocks, "block") : "") +
+                           (blocks > 0 && locks > 0 ? " and " : "") +
+                           (locks > 0 ? counted(locks, "lock") : "");
   const auto text = [&left](const char* member) { return left[member].get<std::string>(); };
   std::fprintf(stderr, "zolp: warning: handler %s on task %s of job %s leaves %s behind\n",
                printable(text("handler")).c_str(), printable(text("task")).c_str(),
@@ -174,10 +176,14 @@ Json take_left_behind() {
 }
 
 OwnOutput::OwnOutput() {
-  if (watching().own_output >= 0) {
-    os::restore_standard_output(watching().own_output);
-    watching().own_output = -1;
+  if (!watching().as_json) {
+    return;
   }
+  if (watching().own_output < 0) {
+    throw Error("cannot write to standard output", "check where it goes");  // it is closed
+  }
+  os::restore_standard_output(watching().own_output);
+  watching().own_output = -1;
 }
 
 OwnOutput::~OwnOutput() {

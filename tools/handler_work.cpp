@@ -39,17 +39,17 @@ struct EarlyEnd {
 
   /** "crashed with SIGSEGV" */
   std::string text() const {
-    return took_too_long             ? "did not return within " + seconds_text(timeout)
-           : !process.crash.empty() ? "crashed with " + process.crash
-                                     : "ended the program with exit code " +
-                                           std::to_string(process.exit_code);
+    return took_too_long ? "did not return within " + seconds_text(timeout)
+           : !process.crash.empty()
+               ? "crashed with " + process.crash
+               : "ended the program with exit code " + std::to_string(process.exit_code);
   }
 
   /** The same behind a general text. */
   std::string detail() const {
-    return took_too_long             ? seconds_text(timeout)
+    return took_too_long            ? seconds_text(timeout)
            : !process.crash.empty() ? process.crash
-                                     : "exit code " + std::to_string(process.exit_code);
+                                    : "exit code " + std::to_string(process.exit_code);
   }
 };
 
@@ -102,7 +102,7 @@ std::vector<std::string> observed_calls(const HandlerState& state) {
     const ObservedCall& call = state.last_calls[i % most_calls];
     std::string line = call.operation;
     line += call.function[0] != '\0' ? std::string(" inside ") + call.function : "";
-    line += !call.has_ended     ? " has not returned"
+    line += !call.has_ended    ? " has not returned"
             : call.status != 0 ? " failed with " + std::to_string(call.status)
                                : "";
     lines.push_back(std::move(line));
@@ -148,7 +148,8 @@ std::vector<std::string> stop_jobs(const std::vector<const RunningHandler*>& han
       remarks.push_back(
           status == ORK_ok
               ? job + " is stopped at task " + handler->task_name +
-                    (handler != handlers.front() ? std::string(", in handler ") + handler->name : "")
+                    (handler != handlers.front() ? std::string(", in handler ") + handler->name
+                                                 : "")
               : job + " is where it was, and does not know why (" + failure_text(status) + ")");
       forget_failures();
     }
@@ -169,9 +170,7 @@ Error error_of_handler(const HandlerState& state, const HandlerWork& about, cons
   failed.task = handler.task_name;
   failed.job = handler.job_name;
   failed.action = action_text(handler.action);
-  failed.ended = end.took_too_long            ? "timeout"
-                 : !end.process.crash.empty() ? "crash"
-                                              : "exit";
+  failed.ended = end.took_too_long ? "timeout" : !end.process.crash.empty() ? "crash" : "exit";
   failed.signal = failed.ended == "crash" ? end.process.crash : "";
   failed.exit_code = end.process.exit_code;
   failed.remarks = stop_jobs(handlers, about, end);
@@ -255,7 +254,10 @@ Error handler_failure(const Error& found, int status, const std::string& problem
     first = first == nullptr && is_error ? &entry : first;
   }
   if (own.ends_with(of_platform)) {
-    own.resize(own.find(": " + of_platform));  // has been said
+    own = own.substr(0, own.rfind(": " + of_platform));  // has been said
+  }
+  if (own.empty()) {
+    own = "error " + std::to_string(status);
   }
   const std::string cause =
       first != nullptr && first->code != status ? ", because: " + first->text : "";

@@ -29,8 +29,8 @@ void add_handler_settings(CommandParser& command, HandlerSettings& settings);
 /** What the work is about, for what is said when it ends too early. */
 struct HandlerWork {
   HandlerSettings settings;
-  bool json = false;                   /**< handlers print to standard error then */
-  std::function<std::string()> site;   /**< file of the site with the jobs */
+  bool json = false;                 /**< handlers print to standard error then */
+  std::function<std::string()> site; /**< file of the site with the jobs */
 };
 
 /**
@@ -46,8 +46,8 @@ std::vector<std::string> load_handlers(const std::string& path);
 Json take_left_behind();
 
 /**
- * The Error of a handler that has failed with a status. Its own word on it, if it has put one on the
- * error stack, goes before what the platform says.
+ * The Error of a handler that has failed with a status. Its own word on it, if it has put one on
+ * the error stack, goes before what the platform says.
  * @param found the failure, as the platform tells it.
  */
 Error handler_failure(const Error& found, int status, const std::string& problem,

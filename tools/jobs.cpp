@@ -360,10 +360,9 @@ void print_job(const Json& job) {
   Branch root = task_branch(job["root"]);
   std::vector<Branch> branches;
   if (const Json& stop = job["stop"]; !stop.is_null()) {
-    branches.push_back({"stopped " + stop_text(stop) + ", on " + stop["date"].get<std::string>(),
-                        {{std::to_string(stop["code"].get<int>()) + " " +
-                              stop["text"].get<std::string>(),
-                          {}}}});
+    branches.push_back(
+        {"stopped " + stop_text(stop) + ", on " + stop["date"].get<std::string>(),
+         {{std::to_string(stop["code"].get<int>()) + " " + stop["text"].get<std::string>(), {}}}});
   }
   for (const AttachmentType& type : attachment_types) {
     for (const Json& object : job[type.member]) {
@@ -371,8 +370,8 @@ void print_job(const Json& job) {
     }
   }
   branches.insert(branches.end(), root.branches.begin(), root.branches.end());
-  std::puts(printable(text("name") + "  " + text("state") +
-                      "  (template " + text("template") + ", owner " + text("owner") + ")")
+  std::puts(printable(text("name") + "  " + text("state") + "  (template " + text("template") +
+                      ", owner " + text("owner") + ")")
                 .c_str());
   print_branches(branches, "");
 }

@@ -42,9 +42,8 @@ template <typename Options, typename Work>
 void work_in_session(CommandParser& command, const std::shared_ptr<Options>& options, Work work) {
   add_login_options(command, options->login);
   command.add_flag("--json", options->json, "Print JSON");
-  command.callback([&command, options, work] {
-    in_session(command, options->login, [&] { work(*options); });
-  });
+  command.callback(
+      [&command, options, work] { in_session(command, options->login, [&] { work(*options); }); });
 }
 
 }  // namespace tool

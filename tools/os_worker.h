@@ -57,7 +57,7 @@ class Worker {
   std::size_t shared_size_ = 0;
   unsigned long id_ = 0;
   std::intptr_t process_ = 0; /**< what the system knows it by */
-  int request_ = 0; /**< the signal by which this process was asked to end */
+  int request_ = 0;           /**< the signal by which this process was asked to end */
   ProcessEnd end_;
 };
 

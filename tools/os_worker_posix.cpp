@@ -48,12 +48,10 @@ struct SignalName {
 };
 
 std::string crash_text(int signal_number) {
-  static constexpr SignalName names[] = {{SIGSEGV, "SIGSEGV"}, {SIGABRT, "SIGABRT"},
-                                         {SIGBUS, "SIGBUS"},   {SIGFPE, "SIGFPE"},
-                                         {SIGILL, "SIGILL"},   {SIGKILL, "SIGKILL"},
-                                         {SIGTERM, "SIGTERM"}, {SIGINT, "SIGINT"},
-                                         {SIGTRAP, "SIGTRAP"}, {SIGPIPE, "SIGPIPE"},
-                                         {SIGALRM, "SIGALRM"}, {SIGSYS, "SIGSYS"}};
+  static constexpr SignalName names[] = {
+      {SIGSEGV, "SIGSEGV"}, {SIGABRT, "SIGABRT"}, {SIGBUS, "SIGBUS"},   {SIGFPE, "SIGFPE"},
+      {SIGILL, "SIGILL"},   {SIGKILL, "SIGKILL"}, {SIGTERM, "SIGTERM"}, {SIGINT, "SIGINT"},
+      {SIGTRAP, "SIGTRAP"}, {SIGPIPE, "SIGPIPE"}, {SIGALRM, "SIGALRM"}, {SIGSYS, "SIGSYS"}};
   for (const SignalName& known : names) {
     if (known.number == signal_number) {
       return known.name;
@@ -83,8 +81,7 @@ void end_with_parent(pid_t parent) {
 }  // namespace
 
 Worker::Worker(std::size_t shared_size) : shared_size_(shared_size) {
-  shared_ =
-      mmap(nullptr, shared_size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  shared_ = mmap(nullptr, shared_size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (shared_ == MAP_FAILED) {
     throw Error("a process for handlers cannot be started", "make room for the program");
   }

@@ -24,12 +24,10 @@ struct CrashName {
 
 /** What the system ends a process with that crashes; empty for an exit code of its own. */
 std::string crash_text(DWORD code) {
-  static constexpr CrashName names[] = {{0xC0000005, "an access violation"},
-                                        {0xC00000FD, "a stack overflow"},
-                                        {0xC0000094, "a division by zero"},
-                                        {0xC000001D, "an illegal instruction"},
-                                        {0xC0000374, "heap corruption"},
-                                        {0xC0000409, "a fast failure"}};
+  static constexpr CrashName names[] = {
+      {0xC0000005, "an access violation"}, {0xC00000FD, "a stack overflow"},
+      {0xC0000094, "a division by zero"},  {0xC000001D, "an illegal instruction"},
+      {0xC0000374, "heap corruption"},     {0xC0000409, "a fast failure"}};
   for (const CrashName& known : names) {
     if (known.code == code) {
       return known.name;
@@ -81,8 +79,8 @@ Worker::Worker(std::size_t shared_size) : shared_size_(shared_size) {
     memory = CreateFileMappingW(INVALID_HANDLE_VALUE, &inherited, PAGE_READWRITE, 0,
                                 static_cast<DWORD>(shared_size), nullptr);
   }
-  shared_ = memory != nullptr ? MapViewOfFile(memory, FILE_MAP_ALL_ACCESS, 0, 0, shared_size)
-                              : nullptr;
+  shared_ =
+      memory != nullptr ? MapViewOfFile(memory, FILE_MAP_ALL_ACCESS, 0, 0, shared_size) : nullptr;
   if (shared_ == nullptr) {
     refuse_to_start();
   }
@@ -91,8 +89,8 @@ Worker::Worker(std::size_t shared_size) : shared_size_(shared_size) {
   }
   fflush(nullptr);
   SetConsoleCtrlHandler(note_request, TRUE);
-  SetEnvironmentVariableW(
-      worker_variable, std::to_wstring(reinterpret_cast<unsigned long long>(memory)).c_str());
+  SetEnvironmentVariableW(worker_variable,
+                          std::to_wstring(reinterpret_cast<unsigned long long>(memory)).c_str());
   std::wstring program(32768, L'\0');
   program.resize(GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size())));
   std::wstring command_line = GetCommandLineW();

@@ -64,8 +64,12 @@ WatchedCall::WatchedCall(const std::string& handler, const FLOW_action_message_s
   if (is_told_) {
     return;
   }
-  call_ = {handler, message.task, store().reference(message.task, "job"),
-           store().text(message.task, "object_name"), "", message.action};
+  call_ = {handler,
+           message.task,
+           store().reference(message.task, "job"),
+           store().text(message.task, "object_name"),
+           "",
+           message.action};
   call_.job_name = call_.job != NULLTAG ? store().text(call_.job, "object_name") : "";
   for (const auto& [object, origin] : own_locks()) {
     earlier_locks_.insert(object);

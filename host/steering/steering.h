@@ -63,7 +63,8 @@ class Steering {
   };
 
   void update_active() {
-    active_ = recording_ || observer_ != nullptr || !faults_.empty() || !delays_.empty() || reports_origins();
+    active_ = recording_ || observer_ != nullptr || !faults_.empty() || !delays_.empty() ||
+              reports_origins();
   }
 
   bool active_ = false;

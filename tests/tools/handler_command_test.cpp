@@ -7,7 +7,8 @@ namespace {
 /** A process that calls the bad handler with an argument. */
 std::string process(const std::string& name, const std::string& on = "start") {
   return R"({"name": ")" + name + R"(", "tasks": [{"name": "Check", "handlers": [
-    {"on": ")" + on + R"(", "name": "misbehave", "arguments": [")" + name + R"("]}]}]})";
+    {"on": ")" +
+         on + R"(", "name": "misbehave", "arguments": [")" + name + R"("]}]}]})";
 }
 
 class BadHandlers : public test::ZolpTest {
@@ -16,17 +17,16 @@ class BadHandlers : public test::ZolpTest {
     make_site(R"({"site": {"name": "Here", "automatic_login": "ada"},
       "groups": ["engineering"], "roles": ["designer"],
       "users": [{"id": "ada", "memberships": [{"group": "engineering", "role": "designer"}]}],
-      "process_templates": [)" + process("segv") + "," + process("exit", "complete") + "," +
-              process("hang") + "," + process("fail") + "," + process("nest") + "," +
-              process("leave") + R"(,
+      "process_templates": [)" +
+              process("segv") + "," + process("exit", "complete") + "," + process("hang") + "," +
+              process("fail") + "," + process("nest") + "," + process("leave") + R"(,
         {"name": "Wait", "tasks": [{"name": "Review", "type": "review",
                                     "signoffs": [{"user": "ada"}]}]}]})");
   }
 
   /** Starts a job of the name of its process. */
   test::Run start(const std::string& name, std::vector<std::string> more = {}) const {
-    more.insert(more.begin(),
-                {"job", "start", name, "--name", name, "--handlers", BAD_HANDLERS});
+    more.insert(more.begin(), {"job", "start", name, "--name", name, "--handlers", BAD_HANDLERS});
     return on_site_quietly(std::move(more));
   }
 
@@ -79,9 +79,10 @@ TEST_F(BadHandlers, StopTheirJobsWhateverTheyDo) {
   EXPECT_EQ(stop_of("inner")["handler"], "misbehave");
   EXPECT_EQ(stop_of("nest")["handler"], "misbehave") << "the handler that has started that job";
 
-  EXPECT_THAT(on_site({"job", "list"}).out,
-              testing::ContainsRegex("exit +exit +ada +Stopped +at task Check by handler misbehave, called "
-                            "on complete: 33018"));
+  EXPECT_THAT(
+      on_site({"job", "list"}).out,
+      testing::ContainsRegex("exit +exit +ada +Stopped +at task Check by handler misbehave, called "
+                             "on complete: 33018"));
   EXPECT_EQ(start("hang", {"--timeout", "0"}).exit_code, 2);
 }
 
@@ -109,8 +110,8 @@ TEST_F(BadHandlers, TheWholeErrorStackIsTold) {
                                     "    error 990001: Unknown error code 990001: handler "
                                     "misbehave on task Check\n"));
   EXPECT_EQ(stop_of("fail")["text"], "Unknown error code 990001: the handler's own text");
-  const auto told = failure_of(
-      on_site({"job", "continue", "fail", "--handlers", BAD_HANDLERS, "--json"}));
+  const auto told =
+      failure_of(on_site({"job", "continue", "fail", "--handlers", BAD_HANDLERS, "--json"}));
   EXPECT_EQ(told["stack"].size(), 3U);
   EXPECT_EQ(told["handler"]["ended"], "failure");
 }
@@ -119,8 +120,7 @@ TEST_F(BadHandlers, AreRunAlone) {
   ASSERT_EQ(on_site({"job", "start", "Wait", "--name", "W"}).exit_code, 0);
   const auto run = [&](const std::string& what, std::vector<std::string> more = {},
                        const test::Environment& settings = {}) {
-    more.insert(more.begin(),
-                {"handler", "run", BAD_HANDLERS, "--job", "W", "--argument", what});
+    more.insert(more.begin(), {"handler", "run", BAD_HANDLERS, "--job", "W", "--argument", what});
     return on_site_quietly(more, settings);
   };
   for (const std::string what : {"segv", "abort", "throw in thread", "exit", "quick exit"}) {
@@ -149,6 +149,10 @@ TEST_F(BadHandlers, AreRunAlone) {
   EXPECT_EQ(run("leave", {"--strict"}).exit_code, 1);
   EXPECT_EQ(run("leave", {"--json"}).json()[0]["left_behind"][0]["locks"][0]["object"], "W");
   EXPECT_EQ(run("nothing", {"--in-process", "--strict"}).exit_code, 0);
+  const auto nowhere = test::run_program(
+      {"/bin/sh", "-c", ZOLP_PROGRAM " handler run " BAD_HANDLERS " --job W --json >&-"},
+      {{"ORK_HOST_DB", site}});
+  EXPECT_EQ(nowhere.exit_code, 1) << "what is printed does not go to standard error instead";
 }
 
 TEST_F(BadHandlers, AreListedAndBadLibrariesRefused) {
@@ -158,22 +162,22 @@ TEST_F(BadHandlers, AreListedAndBadLibrariesRefused) {
   expect_refusal(run_zolp({"handler", "list", site}), 1, "cannot load the handlers of");
   expect_refusal(run_zolp({"handler", "list", folder.path("none")}), 1, "there is no file");
   expect_refusal(run_zolp({"handler", "list", folder.path("")}), 1, "is no file");
-  const test::Run crashed = on_site_quietly({"handler", "list", BAD_HANDLERS},
-                                            {{"TEST_CRASH_WHEN_LOADED", "1"}});
+  const test::Run crashed =
+      on_site_quietly({"handler", "list", BAD_HANDLERS}, {{"TEST_CRASH_WHEN_LOADED", "1"}});
   EXPECT_EQ(crashed.exit_code, 1);
   EXPECT_THAT(crashed.err, HasSubstr("while it was loaded: look at its ORK_register_handlers"));
 }
 
 #ifndef _WIN32
 TEST_F(BadHandlers, EndWithTheProgramThatIsInterrupted) {
-  test::Launch launch{{"/bin/sh", "-c",
-                       std::string(ZOLP_PROGRAM " job start hang --name hang --handlers ") +
-                           BAD_HANDLERS " & sleep 0.1; until " ZOLP_PROGRAM
-                                        " job list | grep -q hang; do :; done; sleep 0.5; "
-                                        "kill -TERM $!; wait $!"},
-                      {"ORK_HOST_DB=" + site, "PATH=/usr/bin:/bin"},
-                      folder.path("out"),
-                      folder.path("err")};
+  test::Launch launch{
+      {"/bin/sh", "-c",
+       std::string(ZOLP_PROGRAM " job start hang --name hang --handlers ") + BAD_HANDLERS
+           " & sleep 0.1; until " ZOLP_PROGRAM " job list | grep -q hang; do :; done; sleep 0.5; "
+           "kill -TERM $!; wait $!"},
+      {"ORK_HOST_DB=" + site, "PATH=/usr/bin:/bin"},
+      folder.path("out"),
+      folder.path("err")};
   EXPECT_EQ(test::Process(launch).wait(), 128 + SIGTERM) << folder.read("err");
   EXPECT_EQ(stop_of("hang")["handler"], "misbehave");
   EXPECT_EQ(on_site({"host", "check", site}).exit_code, 0) << "no lock of a process is left";

@@ -53,7 +53,8 @@ Json run_handler(const std::string& name, tag task, const std::string& job,
     throw handler_failure(failure, status, problem, std::move(handler));
   }
   forget_failures();  // the handler has dealt with them
-  return {{"handler", name}, {"task", name_of_task}, {"job", job}, {"left_behind", take_left_behind()}};
+  return {
+      {"handler", name}, {"task", name_of_task}, {"job", job}, {"left_behind", take_left_behind()}};
 }
 
 void print_runs(const Json& runs) {
