@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#include <csignal>
 #include <cwchar>
 #include <string>
 #include <vector>
@@ -24,10 +25,13 @@ struct CrashName {
 
 /** What the system ends a process with that crashes; empty for an exit code of its own. */
 std::string crash_text(DWORD code) {
-  static constexpr CrashName names[] = {
-      {0xC0000005, "an access violation"}, {0xC00000FD, "a stack overflow"},
-      {0xC0000094, "a division by zero"},  {0xC000001D, "an illegal instruction"},
-      {0xC0000374, "heap corruption"},     {0xC0000409, "a fast failure"}};
+  static constexpr CrashName names[] = {{0xC0000005, "an access violation"},
+                                        {0xC00000FD, "a stack overflow"},
+                                        {0xC0000094, "a division by zero"},
+                                        {0xC000001D, "an illegal instruction"},
+                                        {0x40000015, "SIGABRT"},
+                                        {0xC0000374, "heap corruption"},
+                                        {0xC0000409, "a fast failure"}};
   for (const CrashName& known : names) {
     if (known.code == code) {
       return known.name;
@@ -37,6 +41,13 @@ std::string crash_text(DWORD code) {
   std::snprintf(text, sizeof text, "exception 0x%08lX", static_cast<unsigned long>(code));
   // Errors and warnings of the system have one of the two highest bits.
   return code >= 0xC0000000 || (code & 0xF0000000) == 0x80000000 ? text : "";
+}
+
+/** What `abort` ends a worker with: by itself it would look like any other exit. */
+constexpr UINT abort_code = 0x40000015;
+
+void end_aborted(int) {
+  TerminateProcess(GetCurrentProcess(), abort_code);
 }
 
 /** Control-C reaches both processes: this one goes on, to see how the worker ends. */
@@ -73,7 +84,7 @@ Worker::Worker(std::size_t shared_size) : shared_size_(shared_size) {
     SetEnvironmentVariableW(worker_variable, nullptr);
     memory = reinterpret_cast<HANDLE>(std::wcstoull(handle_text, nullptr, 10));
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);  // nobody is there to answer
-    _set_abort_behavior(0, _CALL_REPORTFAULT);
+    std::signal(SIGABRT, end_aborted);
   } else {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     memory = CreateFileMappingW(INVALID_HANDLE_VALUE, &inherited, PAGE_READWRITE, 0,
