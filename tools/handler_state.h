@@ -43,4 +43,8 @@ struct HandlerState {
   ObservedCall last_calls[most_calls];    /**< a ring */
 };
 
+// Locks of one process would be no locks of the other.
+static_assert(std::atomic<std::int64_t>::is_always_lock_free &&
+              std::atomic<Phase>::is_always_lock_free);
+
 }  // namespace tool
