@@ -8,7 +8,6 @@
 #include "datasets.h"
 #include "flow_describe.h"
 #include "flow_tasks.h"
-#include "forms.h"
 #include "json_values.h"
 #include "known_sites.h"
 #include "password.h"
@@ -51,7 +50,7 @@ class Definitions {
          {std::pair{"name", "site_name"}, std::pair{"automatic_login", "automatic_login"}}) {
       add(settings, member, store_.setting(setting).value_or(""));
     }
-    if (!wishes_.is_seed || store_.setting("password_cost")) {
+    if (store_.setting("password_cost")) {
       settings["password_cost"] = password_cost(site_.database());
     }
     return settings;
@@ -93,11 +92,12 @@ class Definitions {
         continue;
       }
       Json attributes = attributes_json(*type);
-      if (wishes_.is_seed && (type->parent == nullptr || (type->is_built_in && attributes.empty()))) {
+      if (wishes_.is_seed &&
+          (type->parent == nullptr || (type->is_built_in && attributes.empty()))) {
         continue;
       }
       all.push_back({{"name", type->name}});
-      add(all.back(), "parent", type->parent != nullptr ? type->parent->name : "");
+      all.back()["parent"] = type->parent != nullptr ? Json(type->parent->name) : Json();
       add(all.back(), "attributes", std::move(attributes));
     }
     return all;
@@ -114,9 +114,7 @@ class Definitions {
       }
       account_.said.add(type);
       described["name"] = name;
-      if (parent != NULLTAG) {
-        described["parent"] = store_.text(parent, "type_name");
-      }
+      described["parent"] = name_of_reference(store_, parent, "type_name");
       described["class"] = store_.text(type, "type_class");
       return !wishes_.is_seed || !(is_built_in || of_forms.contains(name));
     });
@@ -160,10 +158,12 @@ class Definitions {
       const std::vector<FileReference> references = own_file_references(store_, type);
       const std::string tool_name = tool != NULLTAG ? store_.text(tool, "tool_name") : "";
       described["name"] = name;
-      if (!wishes_.is_seed && parent != NULLTAG) {
-        described["parent"] = store_.text(parent, "type_name");
+      if (!wishes_.is_seed) {
+        described["parent"] = name_of_reference(store_, parent, "type_name");
       }
-      add(described, "tool", tool_name);
+      if (!wishes_.is_seed || tool != NULLTAG) {
+        described["tool"] = name_of_reference(store_, tool, "tool_name");
+      }
       described["references"] = references_json(references);
       const auto& known = built_in_dataset_types();
       const auto definition =
@@ -370,8 +370,8 @@ class Definitions {
       goes_on = false;
       for (const tag type : store_.find("Type")) {
         const tag parent = store_.reference(type, "parent_type");
-        goes_on |= parent != NULLTAG && without_others(store_.text(type, "type_name"),
-                                                       store_.text(parent, "type_name"));
+        goes_on |= parent != NULLTAG &&
+                   without_others(store_.text(type, "type_name"), store_.text(parent, "type_name"));
       }
       for (const Class* type : store_.classes()) {
         goes_on |= type->parent != nullptr && without_others(type->name, type->parent->name);

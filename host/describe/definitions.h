@@ -1,4 +1,5 @@
-/** @file What objects of a site are made of, as seeds have it: people, types, preferences, rules. */
+/** @file What objects of a site are made of, as seeds have it: people, types, preferences, rules.
+ */
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -12,8 +13,8 @@
 namespace host {
 
 /** A section that does not grow with the number of objects: one is made as a whole. */
-using DescribeSection = nlohmann::ordered_json (*)(Site& site, const Wishes& wishes,
-                                                   Places& places, Account& account);
+using DescribeSection = nlohmann::ordered_json (*)(Site& site, const Wishes& wishes, Places& places,
+                                                   Account& account);
 
 /** All of them by their names, in the order in which a seed has them. */
 std::span<const std::pair<const char*, DescribeSection>> definition_sections();

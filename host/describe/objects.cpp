@@ -21,8 +21,8 @@ using Json = ObjectSections::Json;
 namespace {
 
 /** What sections say of all workspace objects by members of their own. */
-constexpr const char* common[] = {"object_name",  "object_type",      "object_desc",
-                                  "owning_user",  "owning_group",     "owning_site",
+constexpr const char* common[] = {"object_name",      "object_type",      "object_desc",
+                                  "owning_user",      "owning_group",     "owning_site",
                                   "checked_out_user", "checked_out_date", "release_status_list"};
 
 /** Where a file's contents are is the business of the site that has it. */
@@ -73,7 +73,8 @@ void ObjectSections::write_items(ElementList& list) {
 }
 
 Json ObjectSections::item_json(tag item) {
-  Json described = workspace_json(item, "Item", {"item_id"}, {{"id", store_.text(item, "item_id")}});
+  Json described =
+      workspace_json(item, "Item", {"item_id"}, {{"id", store_.text(item, "item_id")}});
   add_master_form(described, item);
   for (const tag revision : store_.find("ItemRevision", {{"item_tag", item}})) {
     if (!wishes_.is_seed || places_.has_revision(revision)) {
@@ -148,8 +149,7 @@ Json ObjectSections::dataset_json(tag dataset, tag relation) {
 
 /** In a seed with the path of the contents; or what they are, for those who look. */
 Json ObjectSections::file_json(const std::string& reference, tag file) {
-  Json described = {{"reference", reference},
-                    {"name", store_.text(file, "original_file_name")}};
+  Json described = {{"reference", reference}, {"name", store_.text(file, "original_file_name")}};
   const Contents contents = contents_of(store_, file);
   if (wishes_.is_seed) {
     described["path"] = path_of_contents(store_, wishes_, file);
@@ -270,10 +270,9 @@ void ObjectSections::write_relations(ElementList& list) {
       list.add(relation_json(relation));
     } else if (!account_.said.contains(relation) && places_.is_plain_relation(relation)) {
       const Json described = relation_json(relation);
-      const bool is_keyed =
-          std::any_of(described.begin(), described.end(), [](const Json& place) {
-            return place.is_object() && place.contains("object");
-          });
+      const bool is_keyed = std::any_of(described.begin(), described.end(), [](const Json& place) {
+        return place.is_object() && place.contains("object");
+      });
       has_keyed = has_keyed || is_keyed;
       if (!is_keyed) {
         account_.said.add(relation);
@@ -322,16 +321,15 @@ Json ObjectSections::structure_json(tag view_revision) {
   const tag view = store_.reference(view_revision, "bom_view");
   const tag revision = store_.reference(view_revision, "structure_of");
   const tag view_type = store_.reference(view, "view_type");
-  const Json ids = {
-      {"item", store_.text(store_.reference(revision, "item_tag"), "item_id")},
-      {"revision", store_.text(revision, "item_revision_id")},
-      {"view_type", null_or_text(store_, view_type, "view_type_name")}};
-  Json described = workspace_json(
-      view_revision, "PSBOMViewRevision",
-      {"bom_view", "structure_of", "occurrence_numbers", "occurrence_items", "occurrence_revisions",
-       "occurrence_quantities", "occurrence_sequences", "note_occurrences", "note_types",
-       "note_texts"},
-      ids);
+  const Json ids = {{"item", store_.text(store_.reference(revision, "item_tag"), "item_id")},
+                    {"revision", store_.text(revision, "item_revision_id")},
+                    {"view_type", null_or_text(store_, view_type, "view_type_name")}};
+  Json described =
+      workspace_json(view_revision, "PSBOMViewRevision",
+                     {"bom_view", "structure_of", "occurrence_numbers", "occurrence_items",
+                      "occurrence_revisions", "occurrence_quantities", "occurrence_sequences",
+                      "note_occurrences", "note_types", "note_texts"},
+                     ids);
   if (!account_.said.contains(view)) {
     described["view"] = workspace_json(view, "PSBOMView", {"parent_item", "view_type"});
   }
@@ -377,8 +375,7 @@ void ObjectSections::write_folders(ElementList& list) {
 }
 
 Json ObjectSections::folder_json(tag folder) {
-  Json described =
-      workspace_json(folder, "Folder", {"contents"}, {{"key", places_.key(folder)}});
+  Json described = workspace_json(folder, "Folder", {"contents"}, {{"key", places_.key(folder)}});
   Json contents = Json::array();
   for (const Scalar& object : store_.values(folder, "contents")) {
     contents.push_back(places_.of(std::get<tag>(object), folder, "contents"));
@@ -398,8 +395,20 @@ void ObjectSections::write_workspace_objects(ElementList& list) {
     }
     described["class"] = store_.class_of(object).name;
     described["values"] = values_json(object, store_.class_of(object).slots);
+    if (store_.is_a(object, "Dataset")) {
+      add_files(described, object);
+    }
     list.add(described);
   });
+}
+
+/** Those of datasets that no revision has are listed nowhere else. */
+void ObjectSections::add_files(Json& described, tag dataset) {
+  for (const NamedReference& part : named_references(store_, dataset)) {
+    if (store_.is_a(part.object, "VeloFile")) {
+      described["files"].push_back(file_json(part.name, part.object));
+    }
+  }
 }
 
 void ObjectSections::write_rest(ElementList& list) {

@@ -1,4 +1,5 @@
-/** @file Items with all that belongs to them, relations, structures and folders, as seeds have it. */
+/** @file Items with all that belongs to them, relations, structures and folders, as seeds have it.
+ */
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -36,6 +37,7 @@ class ObjectSections {
   void add_master_form(Json& described, tag owner);
   void add_datasets(Json& described, tag revision);
   Json dataset_json(tag dataset, tag relation);
+  void add_files(Json& described, tag dataset);
   Json file_json(const std::string& reference, tag file);
   Json relation_json(tag relation);
   Json structure_json(tag view_revision);

@@ -199,7 +199,8 @@ Json Places::of_form(tag form) {
 }
 
 Json Places::of_view(tag view, tag revision) {
-  Json place = revision != NULLTAG ? of_revision(revision) : of(store_.reference(view, "parent_item"));
+  Json place =
+      revision != NULLTAG ? of_revision(revision) : of(store_.reference(view, "parent_item"));
   place["view_type"] = store_.text(store_.reference(view, "view_type"), "view_type_name");
   return place;
 }
@@ -252,8 +253,8 @@ tag Places::relation_of_master_form(tag form) {
   }
   const tag relation_type = store_.find_type("VELO_master_form");
   std::array<tag, 3> first{};
-  for (const tag relation : store_.find(
-           "Relation", {{"secondary_object", form}, {"relation_type", relation_type}})) {
+  for (const tag relation :
+       store_.find("Relation", {{"secondary_object", form}, {"relation_type", relation_type}})) {
     const tag owner = store_.reference(relation, "primary_object");
     const bool is_revision = has_revision(owner);
     const bool is_said = (is_revision || has_item(owner)) &&
@@ -292,9 +293,9 @@ bool Places::is_plain_file(const NamedReference& reference, tag dataset,
       store_.text(file, "original_file_name").empty()) {
     return false;
   }
-  const auto definition =
-      std::find_if(taken.begin(), taken.end(),
-                   [&](const FileReference& entry) { return entry.reference == reference.name; });
+  const auto definition = std::find_if(taken.begin(), taken.end(), [&](const FileReference& entry) {
+    return entry.reference == reference.name;
+  });
   const bool is_taken = taken.empty() || definition != taken.end();
   return is_taken && store_.integer(file, "file_type") ==
                          file_type(definition != taken.end() ? definition->format : "");

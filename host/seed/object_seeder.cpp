@@ -32,7 +32,7 @@ void ObjectSeeder::take(const Node& root) {
 }
 
 tag ObjectSeeder::take_object(const Node& node) {
-  node.allow_only({"object", "key", "class", "id", "path", "values"});
+  node.allow_only({"object", "key", "class", "id", "path", "values", "files"});
   const auto place = node.find("object");
   const tag object = place ? find_object(*place) : take_keyed(node);
   if (const auto type = node.find("class"); type && store_.class_of(object).name != type->text()) {

@@ -249,7 +249,7 @@ class Seeder : private SeedWriter {
   /** One that is there may leave its parent out, as the first class has none. */
   const Class& class_of(const Node& node) {
     const Class* const known = store_.find_class(node.at("name").name());
-    if (known != nullptr && !node.find("parent")) {
+    if (known != nullptr && !node.find_value("parent")) {
       return *known;
     }
     const Node parent_name = node.at("parent");
@@ -263,7 +263,7 @@ class Seeder : private SeedWriter {
   void take_type(const Node& node) {
     node.allow_only({"name", "parent", "class"});
     if (const tag known = store_.find_type(node.at("name").name());
-        known != NULLTAG && !node.find("parent")) {
+        known != NULLTAG && !node.find_value("parent")) {
       const auto wanted = node.find("class");
       if (wanted && wanted->text() != store_.text(known, "type_class")) {
         wanted->refuse("the type exists with another parent or class");

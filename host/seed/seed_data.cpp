@@ -47,7 +47,7 @@ void DataSeeder::take_tool(const Node& node) {
 void DataSeeder::take_dataset_type(const Node& node) {
   node.allow_only({"name", "parent", "tool", "references"});
   const Node name = node.at("name");
-  const auto parent = node.find("parent");
+  const auto parent = node.find_value("parent");
   tag type = store_.find_type(name.name());
   if (parent || type == NULLTAG) {
     const tag above = parent ? find_type(*parent) : store_.find_type("Dataset");
@@ -60,7 +60,8 @@ void DataSeeder::take_dataset_type(const Node& node) {
     name.refuse("expected a type of class Dataset");
   }
   if (const auto tool = node.find("tool")) {
-    put(*tool, type, "default_tool", find(*tool, "Tool", "tool_name", "tool"));
+    put(*tool, type, "default_tool",
+        tool->is_null() ? NULLTAG : find(*tool, "Tool", "tool_name", "tool"));
   }
   if (const auto references = node.find("references")) {
     at_place(*references, [&] {

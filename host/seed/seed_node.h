@@ -103,6 +103,12 @@ class Node {
   Node at(const char* key) const;
   std::optional<Node> find(const char* key) const;
 
+  /** The same where the value is not null. */
+  std::optional<Node> find_value(const char* key) const {
+    const std::optional<Node> found = find(key);
+    return found && !found->is_null() ? found : std::nullopt;
+  }
+
   std::vector<Node> items_of(const char* key) const {
     const std::optional<Node> list = find(key);
     return list ? list->items() : std::vector<Node>();

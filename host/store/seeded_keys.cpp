@@ -27,10 +27,12 @@ std::string line_of(Store& store, tag object) {
 tag own_object(Store& store, const std::string& key) {
   const std::size_t end = key.rfind('-');
   tag object = NULLTAG;
-  const std::string_view number = std::string_view(key).substr(end == std::string::npos ? 0 : end + 1);
+  const std::string_view number =
+      std::string_view(key).substr(end == std::string::npos ? 0 : end + 1);
   const auto parsed = std::from_chars(number.data(), number.data() + number.size(), object);
   const bool is_number = parsed.ec == std::errc() && parsed.ptr == number.data() + number.size();
-  return is_number && object != NULLTAG && key == key_of_object(store, object) && store.exists(object)
+  return is_number && object != NULLTAG && key == key_of_object(store, object) &&
+                 store.exists(object)
              ? object
              : NULLTAG;
 }
