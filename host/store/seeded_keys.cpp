@@ -68,9 +68,11 @@ std::string key_of_object(Store& store, tag object) {
 }
 
 void begin_line_of_numbers(Database& database) {
+  // A site of an earlier version has none so far: then all of its numbers are of the new one.
   run(database,
-      "INSERT OR REPLACE INTO meta SELECT 'line ' || value, ? FROM meta WHERE name = 'next_number'",
-      random_name().substr(0, 16));
+      "INSERT OR REPLACE INTO meta SELECT 'line ' || iif(?, value, 1), ? FROM meta "
+      "WHERE name = 'next_number'",
+      has_line_of_numbers(database), random_name().substr(0, 16));
 }
 
 bool has_line_of_numbers(Database& database) {
