@@ -75,8 +75,9 @@ class Definitions {
       if (wishes_.is_seed) {
         add(described, "password_hash", password_hash(site_.database(), user));
       }
-      if (store_.logical_value(user, "is_administrator")) {
-        described["administrator"] = true;
+      const bool is_administrator = store_.logical_value(user, "is_administrator");
+      if (!wishes_.is_seed || is_administrator) {
+        described["administrator"] = is_administrator;
       }
       add_memberships(described, user);
       return true;
