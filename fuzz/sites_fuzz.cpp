@@ -129,8 +129,8 @@ void use_job() {
 
 void use_site() {
   for (const char* section :
-       {"users", "types", "dataset_types", "form_types", "objects", "relations", "structures",
-        "process_templates", "jobs", "access", "locks", "preferences"}) {
+       {"users", "types", "dataset_types", "form_types", "process_templates", "items", "structures",
+        "folders", "relations", "access_rules", "objects", "jobs", "locks", "preferences"}) {
     char* json = nullptr;
     if (is_done(ork_host_describe(section, &json))) {
       MEM_free(json);

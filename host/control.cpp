@@ -98,6 +98,21 @@ int with_seed_file(const char* path, const Use& use) {
   });
 }
 
+host::JsonStream::Write pieces_for(ork_host_writer write, void* context) {
+  return [write, context](std::string_view piece) {
+    if (write(piece.data(), piece.size(), context) == 0) {
+      host::refuse(ORK_interrupted, "the text is not wanted any more");
+    }
+  };
+}
+
+host::Wishes wishes_for(const char* prefix, logical dates) {
+  host::Wishes wishes;
+  wishes.has_dates = dates != 0;
+  wishes.files_prefix = prefix != nullptr ? prefix : "";
+  return wishes;
+}
+
 }  // namespace
 
 int ork_host_seed(const char* json) {
@@ -147,11 +162,7 @@ int ork_host_describe(const char* section, char** json) {
 int ork_host_write_description(const char* section, ork_host_writer write, void* context) {
   return guarded([&] {
     host::require(write != nullptr, "a required argument is null");
-    host::describe(host::site(), section != nullptr ? section : "", [&](std::string_view part) {
-      if (write(part.data(), part.size(), context) == 0) {
-        host::refuse(ORK_interrupted, "the description is not wanted any more");
-      }
-    });
+    host::describe(host::site(), section != nullptr ? section : "", pieces_for(write, context));
   });
 }
 
@@ -194,11 +205,19 @@ int ork_host_export(const char* files, const char* prefix, logical dates, char**
   host::clear(json);
   return guarded([&] {
     host::require_all(json);
-    host::ExportWishes wishes;
-    wishes.has_dates = dates != 0;
-    wishes.files_prefix = prefix != nullptr ? prefix : "";
-    *json = host::hand_out(
-        host::export_site(host::site(), std::move(wishes), files != nullptr ? files : ""));
+    std::string text;
+    host::export_site(host::site(), wishes_for(prefix, dates), files != nullptr ? files : "",
+                      [&text](std::string_view part) { text += part; });
+    *json = host::hand_out(text);
+  });
+}
+
+int ork_host_write_export(const char* files, const char* prefix, logical dates,
+                          ork_host_writer write, void* context) {
+  return guarded([&] {
+    host::require(write != nullptr, "a required argument is null");
+    host::export_site(host::site(), wishes_for(prefix, dates), files != nullptr ? files : "",
+                      pieces_for(write, context));
   });
 }
 

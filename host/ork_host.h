@@ -106,11 +106,10 @@ typedef logical (*ork_host_seed_progress)(const char* section, size_t done, size
 ORK_API void ork_host_set_seed_progress(ork_host_seed_progress progress, void* context);
 
 /**
- * Describes a part of the open site as JSON.
- * @param[in] section "site", "users", "groups", "roles", "classes", "types", "relation_types",
- *   "tools", "dataset_types", "form_types", "objects", "relations", "structures", "revision_rules",
- *   "preferences", "texts" (those of the site's own), "sites", "process_templates", "jobs",
- * "access" (its rules) or "locks"; null for all of them in one object.
+ * Describes a part of the open site as JSON, in the language of seeds.
+ * @param[in] section a section of seeds, such as "users" or "items"; "objects", all workspace
+ *   objects by their attributes; "jobs" or "locks". Null for all of them in one object;
+ *   `docs/embedded-host.md` says what is in each.
  * @param[out] json the text; null on failure.
  * @return #ORK_ok, #ORK_invalid_argument or #ORK_site_not_available.
  */
@@ -195,6 +194,17 @@ typedef logical (*ork_host_writer)(const char* text, size_t size, void* context)
  * @return as above, or #ORK_interrupted where no more was wanted.
  */
 ORK_API int ork_host_write_description(const char* section, ork_host_writer write, void* context);
+
+/**
+ * Exports piece by piece in the same way; the files are there once all pieces have been taken.
+ * @param[in] files, prefix, dates as for #ork_host_export.
+ * @param[in] write takes the pieces; what was written when the export fails is no seed.
+ * @param[in] context what it is called with.
+ * @return as #ork_host_export, or #ORK_interrupted where no more was wanted; then there is no
+ *   folder of files either.
+ */
+ORK_API int ork_host_write_export(const char* files, const char* prefix, logical dates,
+                                  ork_host_writer write, void* context);
 
 /**
  * Sets a preference's values; the session that is open sees them at once.

@@ -37,7 +37,7 @@ tag find_view_type(const std::string& name) {
   require(STRUCT_find_view_type(name.c_str(), &type), "view type " + name,
           {STRUCT_unknown_view_type});
   if (type == NULLTAG) {
-    throw Error("there is no view type " + name, "see \"zolp host show FILE structures\"");
+    throw Error("there is no view type " + name, "see \"zolp host show FILE view_types\"");
   }
   return type;
 }
@@ -49,7 +49,7 @@ tag find_rule(const std::string& name) {
   }
   require(CONFIG_find(name.c_str(), &rule), "rule " + name);
   if (rule == NULLTAG) {
-    throw Error("there is no revision rule " + name, "see \"zolp host show FILE structures\"");
+    throw Error("there is no revision rule " + name, "see \"zolp host show FILE revision_rules\"");
   }
   return rule;
 }

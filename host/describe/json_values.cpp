@@ -4,7 +4,6 @@
 
 #include "dates.h"
 #include "object_id.h"
-#include "stored_values.h"
 
 namespace host {
 
@@ -30,15 +29,6 @@ nlohmann::ordered_json value_json(const Scalar& value) {
         }
       },
       value);
-}
-
-nlohmann::ordered_json reference_json(Store& store, tag object, const std::string& attribute,
-                                      tag target) {
-  if (target != NULLTAG && !store.exists(target)) {
-    refuse_damage(object, attribute,
-                  "it refers to object " + std::to_string(target) + ", which is not there");
-  }
-  return target;
 }
 
 nlohmann::ordered_json describe_reference(Store& store, tag object) {

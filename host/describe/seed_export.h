@@ -3,14 +3,18 @@
 
 #include <string>
 
-#include "export_objects.h"
+#include "json_stream.h"
+#include "site.h"
+#include "wishes.h"
 
 namespace host {
 
 /**
- * The seed; with a folder for them, contents of files are written there, each under its digest.
+ * Writes the seed as it is made; with a folder for them, contents of files are written there, each
+ * under its digest.
  * @param[in] files the folder, which is made and must not exist; empty for none.
  */
-std::string export_site(Site& site, ExportWishes wishes, const std::string& files);
+void export_site(Site& site, Wishes wishes, const std::string& files,
+                 const JsonStream::Write& write);
 
 }  // namespace host

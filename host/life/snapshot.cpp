@@ -12,6 +12,7 @@
 #include "os_file.h"
 #include "random_name.h"
 #include "schema.h"
+#include "seeded_keys.h"
 #include "stored_files.h"
 #include "utf8_path.h"
 
@@ -92,9 +93,10 @@ void copy_contents(const std::string& from, const std::string& to, Sharing shari
   fs::copy_file(utf8_path(from), utf8_path(to));
 }
 
-/** Locks are those of processes that use another file. */
-void forget_locks(Database& database) {
+/** Locks are those of processes that use another file, which goes on with its own numbers. */
+void become_own_site(Database& database) {
   run(database, "DELETE FROM lock");
+  begin_line_of_numbers(database);
 }
 
 /** What a process has left that was killed while it made or removed a site of this name. */
@@ -217,7 +219,7 @@ class Copying {
     Database copy(target_.file());
     copy.take_over(source_.database);
     copy.log_ahead();
-    forget_locks(copy);
+    become_own_site(copy);
     wanted_.clear();
     for (const StoredFile& file : stored_files(copy)) {
       wanted_.insert(file.contents.name);
@@ -333,7 +335,7 @@ void replace_damaged_file(ClaimedSite& site, const std::string& path, Database& 
     Database copy(made);
     copy.take_over(source);
     copy.log_ahead();
-    forget_locks(copy);
+    become_own_site(copy);
   }
   site.let_go();
   site.remove_side_files();
@@ -345,7 +347,7 @@ void replace_file(ClaimedSite& site, const std::string& path, Database& source) 
   if (Database* const database = site.database()) {
     try {
       database->take_over(source);
-      return forget_locks(*database);
+      return become_own_site(*database);
     } catch (const Failure& failure) {
       if (failure.status() != ORK_site_damaged) {
         throw;

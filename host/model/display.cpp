@@ -134,16 +134,16 @@ std::string display_value(Store& store, tag object, const std::string& attribute
 void set_display_value(Store& store, tag object, const std::string& attribute,
                        const std::string& text) {
   store.values(object, attribute);  // says what is wrong with the object or the attribute's name
-  const Attribute& definition = *store.class_of(object).find_attribute(attribute);
-  if (definition.list || definition.kind == Kind::reference) {
+  store.set_values(object, attribute,
+                   values_of_display(*store.class_of(object).find_attribute(attribute), text));
+}
+
+Values values_of_display(const Attribute& attribute, const std::string& text) {
+  if (attribute.list || attribute.kind == Kind::reference) {
     refuse(STORE_wrong_value_type,
-           attribute + (definition.list ? " holds a list" : " holds an object"));
+           attribute.name + (attribute.list ? " holds a list" : " holds an object"));
   }
-  if (text.empty()) {
-    store.set_values(object, attribute, {});
-  } else {
-    store.set(object, attribute, parsed_value(definition, text));
-  }
+  return text.empty() ? Values() : Store::single_value(parsed_value(attribute, text));
 }
 
 }  // namespace host

@@ -14,4 +14,7 @@ std::string display_value(Store& store, tag object, const std::string& attribute
 void set_display_value(Store& store, tag object, const std::string& attribute,
                        const std::string& text);
 
+/** What a text stands for. Lists and references have none; an empty text is no value. */
+Values values_of_display(const Attribute& attribute, const std::string& text);
+
 }  // namespace host

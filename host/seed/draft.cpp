@@ -84,6 +84,13 @@ void Draft::change() {
     return;
   }
   const LockGuard lock(store_, known_);
+  const bool is_signed = std::any_of(lists_.begin(), lists_.end(), [](const auto& list) {
+    return list.first->name == "last_mod_date";
+  });
+  std::optional<WithoutSigning> as_given;
+  if (is_signed) {
+    as_given.emplace(store_);
+  }
   for (auto& [attribute, values] : lists_) {
     store_.set_values(known_, attribute->name, std::move(values));
   }

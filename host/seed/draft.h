@@ -1,6 +1,7 @@
 /** @file The values of an object, put together before it is made or changed. */
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "seed_node.h"
@@ -15,6 +16,7 @@ class Draft {
   Draft(Store& store, const Class& type, tag known);
 
   bool is_new() const { return known_ == NULLTAG; }
+  const Class& type() const { return type_; }
 
   void set(const Node& node, const char* attribute, const Scalar& value);
   void set_list(const Node& node, const char* attribute, Values values);

@@ -160,7 +160,7 @@ class ProcessTemplateSeeder : private SeedWriter {
   void take_team(const Node& node, tag review) {
     Values members;
     for (const Node& member : node.items_of("signoffs")) {
-      members.emplace_back(member.find("pool") ? take_pool(member) : find_member(member));
+      members.emplace_back(member.find("pool") ? find_object(member) : find_member(member));
     }
     const auto quorum = node.find("quorum");
     const int needed = quorum ? quorum->number_up_to(max_number) : 0;
@@ -199,27 +199,6 @@ class ProcessTemplateSeeder : private SeedWriter {
       node.refuse("the user has no such membership");
     }
     return member;
-  }
-
-  /** {"pool": {"group": name, "role": name}}; one of the two may be left out. */
-  tag take_pool(const Node& node) {
-    node.allow_only({"pool"});
-    const Node pool = node.at("pool");
-    pool.allow_only({"group", "role"});
-    const auto group_node = pool.find("group");
-    const auto role_node = pool.find("role");
-    if (!group_node && !role_node) {
-      pool.refuse("expected a \"group\", a \"role\" or both");
-    }
-    const tag group = group_node ? find_group(*group_node) : NULLTAG;
-    const tag role = role_node ? find_role(*role_node) : NULLTAG;
-    for (const tag known : store_.find("ResourcePool")) {
-      if (store_.reference(known, "pool_group") == group &&
-          store_.reference(known, "pool_role") == role) {
-        return known;
-      }
-    }
-    return make(pool, "ResourcePool", {{"pool_group", group}, {"pool_role", role}});
   }
 };
 

@@ -1,5 +1,6 @@
 #include "seed.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <iterator>
 
@@ -7,6 +8,7 @@
 #include "datasets.h"
 #include "failure.h"
 #include "flow_seed.h"
+#include "folder_seeder.h"
 #include "known_sites.h"
 #include "object_id.h"
 #include "object_seeder.h"
@@ -35,13 +37,21 @@ constexpr date_s some_date = {2026, 2, 31, 23, 59, 0};
 /** After so many what was read of them is dropped from memory. */
 constexpr std::size_t elements_at_once = 1000;
 
+/** Members of a relation that name objects. */
+constexpr const char* relation_places[] = {"primary", "secondary", "user_data"};
+
 /** The lists that may be as long as a site is large. */
-constexpr std::string_view streamed_sections[] = {"items", "relations", "structures"};
+constexpr std::string_view streamed_sections[] = {"items", "relations", "structures", "folders"};
 
 class Seeder : private SeedWriter {
  public:
   Seeder(SeedRun& run, const SeedText& text, const SeeProgress& progress)
-      : SeedWriter(run), text_(text), progress_(progress), data_(run), structures_(run) {}
+      : SeedWriter(run),
+        text_(text),
+        progress_(progress),
+        data_(run),
+        structures_(run),
+        folders_(run) {}
 
   void take(const Node& root) {
     root.allow_only({"site",
@@ -65,11 +75,18 @@ class Seeder : private SeedWriter {
                      "note_types",
                      "revision_rules",
                      "structures",
+                     "folders",
                      "objects"});
     take_definitions(root);
     stream(root, "items", [this](const Node& item, std::size_t) { take_item(item); });
-    stream(root, "relations",
-           [this](const Node& relation, std::size_t) { take_relation(relation); });
+    bool are_all_taken = true;
+    stream(root, "relations", [&](const Node& relation, std::size_t) {
+      if (is_of_keyed(relation)) {
+        are_all_taken = false;
+      } else {
+        take_relation(relation);
+      }
+    });
     each_of(root, "process_templates",
             [this](const Node& process) { take_process_template(run_, process); });
     structures_.take_definitions(root);
@@ -77,11 +94,36 @@ class Seeder : private SeedWriter {
       structures_.take_structure(structure, number);
     });
     structures_.check_cycles(text_);
+    take_keyed(root, are_all_taken);
     AccessSeeder(run_).take(root);
-    attempt(root, [&] { ObjectSeeder(site_, folder_).take(root); });
   }
 
  private:
+  /** What is known by a key, and what refers to it: all of it is there before. */
+  void take_keyed(const Node& root, bool are_all_relations_taken) {
+    stream(root, "folders",
+           [this](const Node& folder, std::size_t) { folders_.take_folder(folder); });
+    attempt(root, [&] { ObjectSeeder(run_).take(root); });
+    stream(root, "folders",
+           [this](const Node& folder, std::size_t) { folders_.take_contents(folder); });
+    if (are_all_relations_taken) {
+      return;
+    }
+    stream(root, "relations", [this](const Node& relation, std::size_t) {
+      if (is_of_keyed(relation)) {
+        take_relation(relation);
+      }
+    });
+  }
+
+  static bool is_of_keyed(const Node& relation) {
+    return std::any_of(std::begin(relation_places), std::end(relation_places),
+                       [&](const char* member) {
+                         const auto place = relation.find(member);
+                         return place && place->is_object() && place->find("object");
+                       });
+  }
+
   /** What objects are made of. */
   void take_definitions(const Node& root) {
     const auto settings = root.find("site");
@@ -200,17 +242,34 @@ class Seeder : private SeedWriter {
 
   void take_class(const Node& node) {
     node.allow_only({"name", "parent", "attributes"});
+    const Class& type = class_of(node);
+    each_of(node, "attributes", [&](const Node& attribute) { take_attribute(attribute, type); });
+  }
+
+  /** One that is there may leave its parent out, as the first class has none. */
+  const Class& class_of(const Node& node) {
+    const Class* const known = store_.find_class(node.at("name").name());
+    if (known != nullptr && !node.find_value("parent")) {
+      return *known;
+    }
     const Node parent_name = node.at("parent");
     const Class* parent = store_.find_class(parent_name.name());
     if (parent == nullptr) {
       parent_name.refuse("there is no class \"" + parent_name.text() + "\"");
     }
-    const Class& type = ensure_class(node.at("name"), parent_name, *parent);
-    each_of(node, "attributes", [&](const Node& attribute) { take_attribute(attribute, type); });
+    return ensure_class(node.at("name"), parent_name, *parent);
   }
 
   void take_type(const Node& node) {
     node.allow_only({"name", "parent", "class"});
+    if (const tag known = store_.find_type(node.at("name").name());
+        known != NULLTAG && !node.find_value("parent")) {
+      const auto wanted = node.find("class");
+      if (wanted && wanted->text() != store_.text(known, "type_class")) {
+        wanted->refuse("the type exists with another parent or class");
+      }
+      return;
+    }
     const tag parent = find_type(node.at("parent"));
     const Class& parent_class = store_.class_named(store_.text(parent, "type_class"));
     const Class* type_class = &parent_class;
@@ -239,7 +298,7 @@ class Seeder : private SeedWriter {
   }
 
   void take_site(const Node& node) {
-    node.allow_only({"id", "name", "automatic_login", "password_cost"});
+    node.allow_only({"path", "id", "name", "automatic_login", "password_cost"});
     if (const auto id = node.find("id")) {
       store_.set_setting("site_id", std::to_string(id->number_up_to(max_site_number)));
     }
@@ -354,7 +413,7 @@ class Seeder : private SeedWriter {
   }
 
   void take_dataset(const Node& node, tag revision) {
-    node.allow_only({"relation", "files", "forms"}, workspace_members);
+    node.allow_only({"relation", "tool", "files", "forms"}, workspace_members);
     const std::string name = node.at("name").name();
     const auto relation = node.find("relation");
     const tag relation_type =
@@ -363,26 +422,35 @@ class Seeder : private SeedWriter {
     const tag known = find_dataset(revision, name);
     const tag dataset = take_workspace_object(
         node, known, type, {{"object_name", name}, {"dataset_type", type}}, [&](Draft& draft) {
-          if (draft.reference("tool_used") == NULLTAG) {
+          if (const auto tool = node.find("tool")) {
+            draft.set(*tool, "tool_used",
+                      tool->is_null() ? NULLTAG : find(*tool, "Tool", "tool_name", "tool"));
+          } else if (draft.reference("tool_used") == NULLTAG) {
             const tag held_type = known != NULLTAG ? host::type_of(store_, known) : type;
             draft.set(node, "tool_used", default_tool(store_, held_type));
           }
         });
     ensure_relation(node, revision, relation_type, dataset);
     data_.take_contents(node, dataset);
+    take_making(node, dataset);
   }
 
   void take_relation(const Node& node) {
-    node.allow_only({"primary", "type", "secondary"});
+    node.allow_only({"primary", "type", "secondary", "user_data"});
     const tag relation_type = find_relation_type(node.at("type"));
     const tag primary = find_object(node.at("primary"));
-    ensure_relation(node, primary, relation_type, find_object(node.at("secondary")));
+    const tag relation =
+        ensure_relation(node, primary, relation_type, find_object(node.at("secondary")));
+    if (const auto data = node.find("user_data")) {
+      put(*data, relation, "user_data", data->is_null() ? NULLTAG : find_object(*data));
+    }
   }
 
   const SeedText& text_;
   const SeeProgress& progress_;
   DataSeeder data_;
   StructureSeeder structures_;
+  FolderSeeder folders_;
 };
 
 /**
@@ -421,7 +489,7 @@ void take_seed(Site& site, std::string_view json, const std::filesystem::path& f
     Transaction transaction(site.database());
     note.emplace(site.path(), site.session ? site.session->user_id : "");
     InsertBatch batch(site.store());
-    SeedRun run{site, folder, faults, {}};
+    SeedRun run{site, folder, faults, {}, {}};
     const SeedPart part{text, text.root(), text.begin(), {}, faults};
     Seeder(run, text, progress).take(Node(text.root(), part));
     batch.end();

@@ -1,6 +1,5 @@
 #include "seed_data.h"
 
-#include "display.h"
 #include "files.h"
 #include "ork/dset.h"
 #include "types.h"
@@ -48,7 +47,7 @@ void DataSeeder::take_tool(const Node& node) {
 void DataSeeder::take_dataset_type(const Node& node) {
   node.allow_only({"name", "parent", "tool", "references"});
   const Node name = node.at("name");
-  const auto parent = node.find("parent");
+  const auto parent = node.find_value("parent");
   tag type = store_.find_type(name.name());
   if (parent || type == NULLTAG) {
     const tag above = parent ? find_type(*parent) : store_.find_type("Dataset");
@@ -61,7 +60,8 @@ void DataSeeder::take_dataset_type(const Node& node) {
     name.refuse("expected a type of class Dataset");
   }
   if (const auto tool = node.find("tool")) {
-    put(*tool, type, "default_tool", find(*tool, "Tool", "tool_name", "tool"));
+    put(*tool, type, "default_tool",
+        tool->is_null() ? NULLTAG : find(*tool, "Tool", "tool_name", "tool"));
   }
   if (const auto references = node.find("references")) {
     at_place(*references, [&] {
@@ -110,14 +110,18 @@ void DataSeeder::take_contents(const Node& node, tag dataset) {
 
 /** A file is known by its reference and its original name. */
 void DataSeeder::take_file(const Node& node, tag dataset) {
-  node.allow_only({"reference", "path", "name"});
+  node.allow_only({"reference", "path", "name", "size", "digest"});
   const std::string reference = node.at("reference").name();
-  const Node path = node.at("path");
   const auto given_name = node.find("name");
-  const std::string name = last_part(given_name ? given_name->name() : path.name());
+  const std::string name = last_part(given_name ? given_name->name() : node.at("path").name());
   const tag known = find_part(store_, dataset, reference, "VeloFile", [&](tag file) {
     return store_.text(file, "original_file_name") == name;
   });
+  const auto digest = node.find("digest");
+  if (known != NULLTAG && digest && digest->text() == contents_of(store_, known).digest) {
+    return;
+  }
+  const Node path = node.at("path");
   if (known != NULLTAG) {
     const Contents wanted =
         at_place(path, [&] { return read_contents((folder_ / utf8_path(path.text())).string()); });
@@ -158,7 +162,7 @@ void DataSeeder::remove_file(tag file) {
 }
 
 void DataSeeder::take_form_reference(const Node& node, tag dataset) {
-  node.allow_only({"reference", "values"}, workspace_members);
+  node.allow_only({"reference"}, workspace_members);
   const std::string reference = node.at("reference").name();
   const tag known = find_part(store_, dataset, reference, "Form", [](tag) { return true; });
   const tag form = take_form(node, known, reference);
@@ -172,7 +176,7 @@ void DataSeeder::take_master_form(const Node& node, tag object) {
   if (!seed) {
     return;
   }
-  seed->allow_only({"values"}, workspace_members);
+  seed->allow_only({}, workspace_members);
   const tag relation_type = store_.find_type("VELO_master_form");
   const tag relation =
       store_.find_one("Relation", {{"primary_object", object}, {"relation_type", relation_type}});
@@ -184,25 +188,7 @@ void DataSeeder::take_master_form(const Node& node, tag object) {
 tag DataSeeder::take_form(const Node& node, tag known, const std::string& usual_name) {
   const tag type =
       known != NULLTAG && !node.find("type") ? host::type_of(store_, known) : type_of(node, "Form");
-  const tag form = take_workspace_object(node, known, type, {{"object_name", usual_name}});
-  if (const auto values = node.find("values")) {
-    for (const auto& [field, value] : values->members()) {
-      attempt(node, [&, field = field, value = value] { put_display_value(value, form, field); });
-    }
-  }
-  return form;
-}
-
-void DataSeeder::put_display_value(const Node& node, tag form, const std::string& field) {
-  at_place(node, [&] {
-    const std::string text = node.text();
-    if (display_value(store_, form, field) == text) {
-      return;
-    }
-    const LockGuard lock(store_, form);
-    set_display_value(store_, form, field, text);
-    store_.save(form);
-  });
+  return take_workspace_object(node, known, type, {{"object_name", usual_name}});
 }
 
 void DataSeeder::hold(const Node& node, tag dataset, const std::string& reference, tag part,

@@ -30,7 +30,6 @@ class DataSeeder : private SeedWriter {
   void remove_file(tag file);
   void take_form_reference(const Node& node, tag dataset);
   tag take_form(const Node& node, tag known, const std::string& usual_name);
-  void put_display_value(const Node& node, tag form, const std::string& field);
 
   /** Adds a part to a dataset, or puts it in the place of another one. */
   void hold(const Node& node, tag dataset, const std::string& reference, tag part,

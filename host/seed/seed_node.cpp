@@ -73,10 +73,20 @@ int Node::number_up_to(int limit) const {
   return static_cast<int>(number);
 }
 
+namespace {
+
+date_s parsed(const std::string& text) {
+  return parse_date(text.find(' ') != std::string::npos ? text : text + " 00:00:00");
+}
+
+}  // namespace
+
+bool Node::is_date() const {
+  return is_text() && parsed(text()) != date_s{};
+}
+
 date_s Node::date() const {
-  const std::string found = text();
-  const bool has_time = found.find(' ') != std::string::npos;
-  const date_s parsed = parse_date(has_time ? found : found + " 00:00:00");
+  const date_s parsed = host::parsed(text());
   if (parsed == date_s{}) {
     refuse("expected a date such as \"2026-03-31 12:00:00\"");
   }
@@ -112,7 +122,8 @@ void Node::allow_only(std::initializer_list<std::string_view> names,
     refuse_kind("an object");
   }
   for (auto member = value_->begin(); member != value_->end(); ++member) {
-    if (std::find(names.begin(), names.end(), member.key()) == names.end() &&
+    if (member.key() != "tag" &&
+        std::find(names.begin(), names.end(), member.key()) == names.end() &&
         std::find(more.begin(), more.end(), member.key()) == more.end()) {
       Node(*member, *part_).complain("is not known here");
     }

@@ -85,17 +85,29 @@ class Node {
   /** "2026-03-31 12:00:00"; the time may be left out. */
   date_s date() const;
 
+  /** Whether it is written like that. */
+  bool is_date() const;
+
   std::vector<Node> items() const;
 
   /** Names and values of an object. */
   std::vector<std::pair<std::string, Node>> members() const;
 
-  /** Complains of members other than these, which are slips as a rule. */
+  /**
+   * Complains of members other than these, which are slips as a rule. "tag" is passed over: with it
+   * descriptions of sites number what they list.
+   */
   void allow_only(std::initializer_list<std::string_view> names,
                   std::span<const std::string_view> more = {}) const;
 
   Node at(const char* key) const;
   std::optional<Node> find(const char* key) const;
+
+  /** The same where the value is not null. */
+  std::optional<Node> find_value(const char* key) const {
+    const std::optional<Node> found = find(key);
+    return found && !found->is_null() ? found : std::nullopt;
+  }
 
   std::vector<Node> items_of(const char* key) const {
     const std::optional<Node> list = find(key);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "display.h"
 #include "known_sites.h"
 #include "object_id.h"
 #include "types.h"
@@ -123,12 +124,12 @@ tag SeedWriter::find_relation_type(const Node& node) {
 
 void SeedWriter::take_owner(const Node& node, Draft& draft) {
   if (const auto owner = node.find("owner")) {
-    draft.set(*owner, "owning_user", find_user(*owner));
+    draft.set(*owner, "owning_user", owner->is_null() ? NULLTAG : find_user(*owner));
   } else if (draft.reference("owning_user") == NULLTAG) {
     draft.set(node, "owning_user", automatic_user());
   }
   if (const auto group = node.find("group")) {
-    draft.set(*group, "owning_group", find_group(*group));
+    draft.set(*group, "owning_group", group->is_null() ? NULLTAG : find_group(*group));
   } else if (draft.reference("owning_group") == NULLTAG) {
     const tag owner = draft.reference("owning_user");
     if (owner != NULLTAG) {
@@ -189,6 +190,8 @@ tag SeedWriter::take_workspace_object(const Node& node, tag known, tag type,
   attempt(node, [&] { take_statuses(node, draft); });
   attempt(node, [&] { take_checkout(node, draft); });
   attempt(node, [&] { take_owning_site(node, draft); });
+  attempt(node, [&] { take_making(node, draft); });
+  attempt(node, [&] { take_values(node, draft); });
   if (complete) {
     complete(draft);
   }
@@ -268,11 +271,93 @@ void SeedWriter::take_owning_site(const Node& node, Draft& draft) {
   if (!owner) {
     return;
   }
-  const tag site = find_site(store_, owner->number_up_to(max_site_number));
-  if (site == NULLTAG) {
+  const tag site =
+      owner->is_null() ? NULLTAG : find_site(store_, owner->number_up_to(max_site_number));
+  if (site == NULLTAG && !owner->is_null()) {
     owner->refuse("there is no site of this number");
   }
   draft.set(*owner, "owning_site", site);
+}
+
+void SeedWriter::take_making(const Node& node, Draft& draft) {
+  for (const auto& [member, attribute] :
+       {std::pair("created", "creation_date"), {"changed", "last_mod_date"}}) {
+    if (const auto date = node.find(member)) {
+      draft.set(*date, attribute, date->date());
+    }
+  }
+  if (const auto user = node.find("changed_by")) {
+    draft.set(*user, "last_mod_user", user->is_null() ? NULLTAG : find_user(*user));
+  }
+}
+
+void SeedWriter::take_making(const Node& node, tag object) {
+  Draft draft(store_, store_.class_of(object), object);
+  take_making(node, draft);
+  draft.take(node);
+}
+
+void SeedWriter::take_values(const Node& node, Draft& draft) {
+  const auto values = node.find("values");
+  if (!values) {
+    return;
+  }
+  for (const auto& [name, value] : values->members()) {
+    attempt(node, [&, name = name, value = value] {
+      const Attribute* const attribute = draft.type().find_attribute(name);
+      if (attribute == nullptr) {
+        value.refuse("class " + draft.type().name + " has no attribute of this name");
+      }
+      draft.set_list(value, name.c_str(), values_of(value, *attribute));
+    });
+  }
+}
+
+Values SeedWriter::values_of(const Node& node, const Attribute& attribute) {
+  if (attribute.list && node.is_list()) {
+    Values values;
+    for (const Node& element : node.items()) {
+      values.push_back(scalar(element, attribute));
+    }
+    return values;
+  }
+  if (node.is_null()) {
+    return {};
+  }
+  const bool is_written = node.is_text() && attribute.kind != Kind::text &&
+                          !(attribute.kind == Kind::date && node.is_date());
+  if (is_written || attribute.list) {
+    return at_place(node, [&] { return values_of_display(attribute, node.text()); });
+  }
+  return {scalar(node, attribute)};
+}
+
+Scalar SeedWriter::scalar(const Node& node, const Attribute& attribute) {
+  switch (attribute.kind) {
+    case Kind::text:
+      return node.text();
+    case Kind::integer: {
+      const Node::Json& number = node.json();
+      if (!number.is_number_integer() ||
+          number.get<std::int64_t>() < std::numeric_limits<int>::min() ||
+          number.get<std::int64_t>() > std::numeric_limits<int>::max()) {
+        node.refuse("expected a whole number of up to 32 bits");
+      }
+      return number.get<int>();
+    }
+    case Kind::real:
+      if (!node.json().is_number()) {
+        node.refuse_kind("a number");
+      }
+      return node.json().get<double>();
+    case Kind::logical:
+      return node.logical_value();
+    case Kind::date:
+      return node.is_null() ? date_s{} : node.date();
+    case Kind::reference:
+      return node.is_null() ? tag{NULLTAG} : find_object(node);
+  }
+  node.refuse("the attribute has values of no known kind");
 }
 
 const Class& SeedWriter::ensure_class(const Node& name, const Node& parent_place,
@@ -333,36 +418,11 @@ tag SeedWriter::find_dataset(tag revision, const std::string& name) {
   return NULLTAG;
 }
 
-void SeedWriter::ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary) {
-  ensure(node, "Relation",
-         {{"primary_object", primary},
-          {"secondary_object", secondary},
-          {"relation_type", relation_type}});
-}
-
-tag SeedWriter::find_object(const Node& node) {
-  node.allow_only({"item", "revision", "dataset"});
-  const tag item = find(node.at("item"), "Item", "item_id", "item");
-  const auto revision_id = node.find("revision");
-  if (!revision_id) {
-    if (const auto dataset = node.find("dataset")) {
-      dataset->refuse("needs a \"revision\"");
-    }
-    return item;
-  }
-  const tag revision = find_revision(store_, item, revision_id->name());
-  if (revision == NULLTAG) {
-    refuse_unknown(*revision_id, "the item has no revision \"" + revision_id->text() + "\"");
-  }
-  const auto dataset_name = node.find("dataset");
-  if (!dataset_name) {
-    return revision;
-  }
-  const tag dataset = find_dataset(revision, dataset_name->name());
-  if (dataset == NULLTAG) {
-    refuse_unknown(*dataset_name, "the revision has no dataset \"" + dataset_name->text() + "\"");
-  }
-  return dataset;
+tag SeedWriter::ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary) {
+  return ensure(node, "Relation",
+                {{"primary_object", primary},
+                 {"secondary_object", secondary},
+                 {"relation_type", relation_type}});
 }
 
 }  // namespace host

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "at_place.h"
@@ -23,8 +24,10 @@ namespace host {
 
 /** Members that all workspace objects may have. */
 inline constexpr std::string_view workspace_members[] = {
-    "name",     "type",           "description",       "owner",      "group",
-    "statuses", "checked_out_by", "checked_out_since", "owning_site"};
+    "name",        "type",     "description",    "owner",
+    "group",       "statuses", "checked_out_by", "checked_out_since",
+    "owning_site", "created",  "changed",        "changed_by",
+    "values"};
 
 inline constexpr int max_site_number = std::numeric_limits<int>::max();
 
@@ -33,7 +36,8 @@ struct SeedRun {
   Site& site;
   std::filesystem::path folder; /**< what paths are relative to */
   SeedFaults& faults;
-  std::optional<tag> automatic_user; /**< once it has been looked up */
+  std::optional<tag> automatic_user;          /**< once it has been looked up */
+  std::unordered_map<std::string, tag> keyed; /**< objects that have a key in this seed */
 };
 
 /** Ends what cannot be done since something else is at fault, which has been told. */
@@ -132,13 +136,22 @@ class SeedWriter {
   tag ensure_type(const Node& name, tag parent, const Class& type_class);
 
   /** Relates two objects, unless they are. */
-  void ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary);
+  tag ensure_relation(const Node& node, tag primary, tag relation_type, tag secondary);
 
   /** Owner of what the seed makes: the one it names, or else the site's automatic user. */
   void take_owner(const Node& node, Draft& draft);
 
-  /** {"item": id}, with "revision" one of its revisions, with "dataset" one of that's datasets. */
+  /** When it was made and changed, and by whom, where the seed says so. */
+  void take_making(const Node& node, tag object);
+
+  /** The value of an attribute, as JSON has it, or a text as users write it. */
+  Values values_of(const Node& node, const Attribute& attribute);
+
+  /** The object that a place names, such as {"item": id, "revision": id} or {"user": id}. */
   tag find_object(const Node& node);
+
+  /** The one with this key, of this seed or an earlier one, or of the site itself; or NULLTAG. */
+  tag find_keyed(const std::string& key);
 
   SeedRun& run_;
   Site& site_;
@@ -148,6 +161,15 @@ class SeedWriter {
  private:
   tag automatic_user();
   void note_lacking(const Node& node);
+  void take_making(const Node& node, Draft& draft);
+  void take_values(const Node& node, Draft& draft);
+  Scalar scalar(const Node& node, const Attribute& attribute);
+
+  tag find_in_item(const Node& node);
+  tag find_form(const Node& node, const Node& place, tag owner);
+  tag find_view(const Node& node, tag item, tag revision);
+  tag find_membership(const Node& node);
+  tag find_pool(const Node& node);
 
   /** The list becomes that of the seed; statuses that stay in their place are kept. */
   void take_statuses(const Node& owner, Draft& draft);

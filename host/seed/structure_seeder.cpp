@@ -28,7 +28,11 @@ std::string optional_text(const Node& owner, const char* member) {
 void StructureSeeder::take_definitions(const Node& root) {
   each_of(root, "view_types", [this](const Node& type) { take_view_type(type); });
   each_of(root, "note_types", [this](const Node& type) {
-    ensure(type, "PSNoteType", {{"note_type_name", type.name()}});
+    if (!type.is_text()) {
+      type.allow_only({"name"});
+    }
+    const Node name = type.is_text() ? type : type.at("name");
+    ensure(name, "PSNoteType", {{"note_type_name", name.name()}});
   });
   each_of(root, "revision_rules", [this](const Node& rule) { take_rule(rule); });
 }
@@ -70,7 +74,7 @@ std::string StructureSeeder::clause_of(const Node& node) {
 
 /** The lines are one value: those of the seed take the place of the ones that are there. */
 void StructureSeeder::take_structure(const Node& node, std::size_t number) {
-  node.allow_only({"item", "revision", "view_type", "lines"}, workspace_members);
+  node.allow_only({"item", "revision", "view_type", "view", "lines"}, workspace_members);
   const tag item = find_item(node.at("item"));
   const tag revision = find_revision_of(node.at("revision"), item);
   const tag view = take_view(node, item, view_type_of(node));
@@ -118,6 +122,12 @@ const StructureSeeder::Taken& StructureSeeder::last_of(const std::vector<tag>& c
 tag StructureSeeder::take_view(const Node& node, tag item, tag view_type) {
   const Store::Criteria key = {{"parent_item", item}, {"view_type", view_type}};
   const tag known = store_.find_one("PSBOMView", key);
+  if (const auto view = node.find("view")) {
+    view->allow_only({}, workspace_members);
+    Store::Criteria values = key;
+    values.emplace_back("object_name", view_name(store_, item, NULLTAG, view_type));
+    return take_workspace_object(*view, known, type_of(*view, "PSBOMView"), values);
+  }
   if (known != NULLTAG) {
     return known;
   }

@@ -134,8 +134,9 @@ class Store {
   using Lists = std::vector<std::pair<const Attribute*, Values>>;
 
   /**
-   * Makes an instance with these values that is saved at once. Unlike one from `create` it is
-   * neither locked nor in memory, so that any number of them can be made.
+   * Makes an instance with these values that is saved at once; now and by the store's identity,
+   * where they do not say otherwise. Unlike one from `create` it is neither locked nor in memory,
+   * so that any number of them can be made.
    */
   tag insert(const Class& type, const Lists& values);
 
@@ -284,6 +285,7 @@ class Store {
 
   /** Whether who saves an instance, and when, is noted in it. */
   void set_signing(bool signs) { signs_ = signs; }
+  bool is_signing() const { return signs_; }
 
   // Numbers that this process has had mean one thing to it, also where a transaction was undone.
 
@@ -400,6 +402,21 @@ class InsertBatch {
 
  private:
   Store& store_;
+};
+
+/** Dates of changes are those that are set while one lives, and not those of now. */
+class WithoutSigning {
+ public:
+  explicit WithoutSigning(Store& store) : store_(store), signed_(store.is_signing()) {
+    store_.set_signing(false);
+  }
+  ~WithoutSigning() { store_.set_signing(signed_); }
+  WithoutSigning(const WithoutSigning&) = delete;
+  WithoutSigning& operator=(const WithoutSigning&) = delete;
+
+ private:
+  Store& store_;
+  bool signed_;
 };
 
 /** Locks an instance for as long as it lives, unless it was locked before. */

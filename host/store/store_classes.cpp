@@ -6,6 +6,7 @@
 #include "file_references.h"
 #include "ork/store.h"
 #include "schema.h"
+#include "seeded_keys.h"
 #include "store.h"
 
 namespace host {
@@ -128,7 +129,7 @@ void Store::add_later_tables() {
   const auto lacks_texts = [this] {
     return single_number(database_, "SELECT count(*) FROM sqlite_master WHERE name = 'text'") == 0;
   };
-  if (!is_old() && !lacks_texts()) {
+  if (!is_old() && !lacks_texts() && has_line_of_numbers(database_)) {
     return;
   }
   Transaction transaction(database_);
@@ -136,6 +137,9 @@ void Store::add_later_tables() {
     database_.execute(later_lock_table);
   }
   database_.execute(later_tables);
+  if (!has_line_of_numbers(database_)) {
+    begin_line_of_numbers(database_);
+  }
   transaction.commit();
 }
 

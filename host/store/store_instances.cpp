@@ -192,15 +192,15 @@ tag Store::insert(const Class& type, const Lists& values) {
   put(type.find_attribute("creation_date"), {now});
   put_reference("owning_user", identity_.user);
   put_reference("owning_group", identity_.group);
+  if (const Attribute* date = type.find_attribute("last_mod_date")) {
+    put(date, {now});
+    put_reference("last_mod_user", identity_.user);
+  }
   for (const auto& [attribute, held] : values) {
     for (const Scalar& value : held) {
       check_value(*attribute, value);
     }
     put(attribute, held);
-  }
-  if (const Attribute* date = type.find_attribute("last_mod_date")) {
-    put(date, {now});
-    put_reference("last_mod_user", identity_.user);
   }
   Transaction transaction(database_);
   const tag object = next_number();

@@ -19,7 +19,11 @@ class JsonStream {
   using Json = nlohmann::ordered_json;
   using Write = std::function<void(std::string_view text)>;
 
-  explicit JsonStream(Write write) : write_(std::move(write)) {}
+  using OtherBytes = Json::error_handler_t;
+
+  /** @param other_bytes what becomes of bytes that are not UTF-8; `strict` throws. */
+  explicit JsonStream(Write write, OtherBytes other_bytes = OtherBytes::replace)
+      : write_(std::move(write)), other_bytes_(other_bytes) {}
   JsonStream(const JsonStream&) = delete;
   JsonStream& operator=(const JsonStream&) = delete;
 
@@ -43,7 +47,7 @@ class JsonStream {
     has_key_ = true;
   }
 
-  /** A value as a whole. Bytes that are not UTF-8 are replaced. */
+  /** A value as a whole. */
   void value(const Json& value) {
     separate();
     std::string text = dump(value);
@@ -67,9 +71,7 @@ class JsonStream {
     bool is_empty = true;
   };
 
-  static std::string dump(const Json& value) {
-    return value.dump(2, ' ', false, Json::error_handler_t::replace);
-  }
+  std::string dump(const Json& value) const { return value.dump(2, ' ', false, other_bytes_); }
 
   void begin(char first, char last) {
     separate();
@@ -92,6 +94,7 @@ class JsonStream {
   void new_line() { write_("\n" + std::string(2 * levels_.size(), ' ')); }
 
   Write write_;
+  OtherBytes other_bytes_;
   std::vector<Level> levels_;
   bool has_key_ = false;
 };

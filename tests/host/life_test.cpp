@@ -48,16 +48,35 @@ class Life : public testing::Test {
     return seed;
   }
 
-  /** Exports the open site, makes another one of that, twice, and compares its export. */
-  void expect_equal_copy() {
+  /** Exports the open site, makes another one of that, twice, and compares its export; returns it.
+   */
+  std::string expect_equal_copy() {
     const std::string first = exported();
     const int number = exports_;
-    ASSERT_EQ(ork_host_open(":memory:"), ORK_ok);
+    EXPECT_EQ(ork_host_open(":memory:"), ORK_ok);
     for (int times = 0; times < 2; ++times) {
-      ASSERT_EQ(ork_host_seed(first.c_str()), ORK_ok) << test::last_error();
+      EXPECT_EQ(ork_host_seed(first.c_str()), ORK_ok) << test::last_error();
     }
     const std::string second = exported();
     EXPECT_TRUE(comparable(first, number) == comparable(second, exports_)) << first << second;
+    return first;
+  }
+
+  /** What is shown of the open site is a seed, as a whole and section by section. */
+  void expect_shown_is_a_seed(bool by_section) {
+    const std::string before = exported();
+    const int number = exports_;
+    Json shown = Json::parse(test::ask(ork_host_describe, nullptr));
+    shown.erase("jobs");
+    shown.erase("locks");
+    const Json nothing = Json::object();
+    for (const auto& [section, content] : (by_section ? shown : nothing).items()) {
+      const std::string seed = Json({{section, content}}).dump();
+      ASSERT_EQ(ork_host_seed(seed.c_str()), ORK_ok) << test::last_error() << seed;
+    }
+    ASSERT_EQ(ork_host_seed(shown.dump().c_str()), ORK_ok) << test::last_error();
+    const std::string after = exported();
+    EXPECT_TRUE(comparable(before, number) == comparable(after, exports_)) << before << after;
   }
 
   static Json look(const std::string& site, bool repair = false) {
@@ -92,7 +111,20 @@ constexpr const char* people = R"({
             {"id": "bob"}],
   "process_templates": [{"name": "Check", "tasks": [
     {"name": "Review", "type": "review", "quorum": 1,
-     "signoffs": [{"user": "ada"}, {"pool": {"group": "all"}}]}]}]
+     "signoffs": [{"user": "ada"}, {"pool": {"group": "all"}}]}]}],
+  "items": [{"id": "old", "name": "Old", "created": "2001-02-03", "changed": "2002-02-03",
+             "changed_by": "bob", "owner": null, "values": {"uom": "kg"},
+             "master_form": {"type": "FreigabeInfo", "changed": "2003-02-03",
+                             "values": {"UGezPerson": "ada", "UGezDate": "2003-02-04"}},
+             "revisions": [{"id": "A", "changed": "2004-02-03",
+                            "datasets": [{"name": "d", "type": "Text", "changed": "2005-02-03",
+                                          "tool": null}]}]}],
+  "structures": [{"item": "old", "revision": "A", "created": "2006-02-03", "lines": [],
+                  "view": {"changed": "2007-02-03"}}],
+  "folders": [{"key": "bag", "name": "Bag", "changed": "2008-02-03",
+               "contents": [{"item": "old", "form": true}, {"object": "bag"}]}],
+  "relations": [{"primary": {"object": "bag"}, "type": "VELO_reference",
+                 "secondary": {"item": "old"}, "user_data": {"user": "bob"}}]
 })";
 
 /** Makes what no section of a seed but "objects" can say, as many as a number has it. */
@@ -165,18 +197,81 @@ TEST_F(Life, ExportsOfASiteAndOfWhatTheyMakeAreEqual) {
       SCOPED_TRACE(seed);
       ASSERT_EQ(ork_host_open(":memory:"), ORK_ok);
       ASSERT_EQ(ork_host_seed_file(seed.c_str()), ORK_ok) << test::last_error();
-      expect_equal_copy();
+      expect_shown_is_a_seed(true);
+      EXPECT_FALSE(Json::parse(expect_equal_copy()).contains("objects"));
     }
   }
   EXPECT_GE(exports_, 8);
+  folder_.write("a.prt", "part A");
+  ASSERT_EQ(ork_host_open(":memory:"), ORK_ok);
+  for (const char* name : {"demo", "objects", "flow", "data"}) {
+    const std::string text = test::file_text("host/seeds/" + std::string(name) + ".json");
+    const std::string seed = folder_.write("seed.json", text);
+    ASSERT_EQ(ork_host_seed_file(seed.c_str()), ORK_ok) << test::last_error();
+  }
+  expect_shown_is_a_seed(true);
+  EXPECT_FALSE(Json::parse(expect_equal_copy()).contains("objects"));
   for (unsigned number = 0; number < 20; ++number) {
     SCOPED_TRACE(number);
     ASSERT_EQ(ork_host_open(":memory:"), ORK_ok);
     ASSERT_EQ(ork_host_seed(people), ORK_ok) << test::last_error();
     ASSERT_NO_FATAL_FAILURE(work(number, folder_));
-    expect_equal_copy();
+    expect_shown_is_a_seed(number == 0);
+    const std::string seed = expect_equal_copy();
+    for (const char* date : {"2001", "2002", "2003", "2004", "2005", "2006", "2007", "2008"}) {
+      EXPECT_THAT(seed, testing::HasSubstr(std::string(date) + "-02-03"));
+    }
     ASSERT_EQ(ORK_init_module("ada", "secret", "all"), ORK_ok) << test::last_error();
   }
+}
+
+/** Another folder of the open site. */
+void add_folder(const char* name) {
+  tag folder = NULLTAG;
+  ASSERT_EQ(ORK_auto_login(), ORK_ok) << test::last_error();
+  ASSERT_EQ(FOLDER_create(name, "", &folder) | OBJ_save(folder) | ORK_exit_module(1), ORK_ok)
+      << test::last_error();
+}
+
+TEST_F(Life, ExportsOfSeveralSitesComeTogetherInOne) {
+  // Objects of the same numbers: of sites that know nothing of each other, of a copy that went its
+  // own way, and of a site that was put back to where it was.
+  std::vector<std::string> seeds;
+  const auto add = [&](const std::string& site, const char* name) {
+    ASSERT_EQ(ork_host_open(site.c_str()), ORK_ok) << test::last_error();
+    add_folder(name);
+    seeds.push_back(exported());
+    ASSERT_EQ(ork_host_seed(seeds.back().c_str()), ORK_ok) << test::last_error();
+    EXPECT_EQ(exported(), seeds.back()) << "a site's own export changes nothing";
+  };
+  const std::string other = folder_.path("other.db");
+  for (const std::string& site : {site_, other}) {
+    ASSERT_EQ(ork_host_open(site.c_str()) | ork_host_seed(people), ORK_ok) << test::last_error();
+    add_folder("shared past");
+    ork_host_close();
+    damage(site, "DELETE FROM meta WHERE name LIKE 'line %'");  // as an earlier version made it
+    ASSERT_EQ(ork_host_open(site.c_str()), ORK_ok);
+    ASSERT_EQ(site == site_ ? ork_host_snapshot(copy_.c_str(), 0) : ORK_ok, ORK_ok);
+  }
+  add(other, "of another site");
+  add(site_, "before");
+  ork_host_close();
+  ASSERT_EQ(ork_host_restore(site_.c_str(), copy_.c_str(), 0), ORK_ok) << test::last_error();
+  add(site_, "instead");
+  add(copy_, "of the copy");
+  ASSERT_EQ(ork_host_open(":memory:"), ORK_ok);
+  for (int times = 0; times < 2; ++times) {
+    for (const std::string& seed : seeds) {
+      ASSERT_EQ(ork_host_seed(seed.c_str()), ORK_ok) << test::last_error();
+    }
+  }
+  std::vector<std::string> names;
+  for (const Json& folder : Json::parse(test::ask(ork_host_describe, "folders"))) {
+    names.push_back(folder["name"]);
+  }
+  EXPECT_THAT(names,
+              testing::UnorderedElementsAre("Bag", "shared past", "shared past", "of another site",
+                                            "before", "instead", "of the copy"));
 }
 
 TEST_F(Life, ChecksSayWhatIsWrongAndRepairWhatIsSafe) {

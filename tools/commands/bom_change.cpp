@@ -49,7 +49,7 @@ tag find_usual_view_type(const std::string& name) {
             {STRUCT_unknown_view_type});
   }
   if (type == NULLTAG) {
-    throw Error("there is no view type " + name, "see \"zolp host show FILE structures\"");
+    throw Error("there is no view type " + name, "see \"zolp host show FILE view_types\"");
   }
   return type;
 }

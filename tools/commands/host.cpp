@@ -38,7 +38,7 @@ std::string take_site_file(std::vector<std::string>& arguments) {
 }
 
 bool is_shown(const std::string& key, const Json& value) {
-  return key != "tag" && !(key == "attributes" && value.is_object());
+  return key != "tag" && !(key == "values" && value.is_object());
 }
 
 std::string value_text(const Json& value) {
@@ -55,7 +55,7 @@ std::string value_text(const Json& value) {
     return value.dump();
   }
   if (value.is_object()) {
-    for (const char* key : {"name", "id"}) {
+    for (const char* key : {"id", "name"}) {
       if (value.contains(key)) {
         return value_text(value[key]);
       }

@@ -10,7 +10,6 @@
 #include "failures.h"
 #include "host/ork_host.h"
 #include "output_files.h"
-#include "platform_block.h"
 #include "site.h"
 #include "utf8_path.h"
 
@@ -53,15 +52,11 @@ std::string prefix_of(const std::string& files, const fs::path& seed_folder) {
   return (way.empty() ? folder : way).lexically_normal().generic_string() + "/";
 }
 
-void write_seed(OutputFiles& output, const std::string& path, const char* text) {
-  std::ofstream file(host::utf8_path(path), std::ios::binary);
-  file << text;
-  file.close();
-  if (!file) {
-    throw Error("cannot write the seed", "make room");
-  }
-  stop_if_interrupted();
-  output.publish();
+/** Takes the seed as it is made. */
+logical write_piece(const char* text, size_t size, void* file) {
+  std::ofstream& seed = *static_cast<std::ofstream*>(file);
+  seed.write(text, static_cast<std::streamsize>(size));
+  return seed && !is_interrupted() ? 1 : 0;
 }
 
 void export_seed(const ExportOptions& options) {
@@ -74,14 +69,23 @@ void export_seed(const ExportOptions& options) {
   const std::string path = output.add(target.filename().string());
   const Site site(options.file);
   const std::string prefix = options.files.empty() ? "" : prefix_of(options.files, folder);
-  char* seed = nullptr;
-  require_success(ork_host_export(options.files.empty() ? nullptr : options.files.c_str(),
-                                  prefix.c_str(), options.has_no_dates ? 0 : 1, &seed),
-                  "site " + options.file + " is not exported",
+  std::ofstream seed(host::utf8_path(path), std::ios::binary);
+  const int status =
+      ork_host_write_export(options.files.empty() ? nullptr : options.files.c_str(), prefix.c_str(),
+                            options.has_no_dates ? 0 : 1, write_piece, &seed);
+  stop_if_interrupted();
+  if (!seed) {
+    throw Error("cannot write the seed", "make room");
+  }
+  require_success(status, "site " + options.file + " is not exported",
                   "name a new folder with --files, or see \"zolp host check\"");
-  const PlatformBlock<char> block(seed);
   ContentsFolder contents(options.files);
-  write_seed(output, path, seed);
+  seed.close();
+  if (!seed) {
+    throw Error("cannot write the seed", "make room");
+  }
+  stop_if_interrupted();
+  output.publish();
   contents.keep();
 }
 

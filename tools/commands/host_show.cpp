@@ -22,13 +22,31 @@ namespace tool {
 
 namespace {
 
-const std::vector<std::string> sections = {"site",           "users",          "groups",
-                                           "roles",          "classes",        "types",
-                                           "relation_types", "tools",          "dataset_types",
-                                           "form_types",     "objects",        "relations",
-                                           "structures",     "revision_rules", "preferences",
-                                           "texts",          "sites",          "process_templates",
-                                           "jobs",           "access",         "locks"};
+const std::vector<std::string> sections = {"site",
+                                           "sites",
+                                           "groups",
+                                           "roles",
+                                           "users",
+                                           "classes",
+                                           "types",
+                                           "relation_types",
+                                           "tools",
+                                           "dataset_types",
+                                           "form_types",
+                                           "preferences",
+                                           "texts",
+                                           "view_types",
+                                           "note_types",
+                                           "revision_rules",
+                                           "process_templates",
+                                           "items",
+                                           "structures",
+                                           "folders",
+                                           "relations",
+                                           "access_rules",
+                                           "objects",
+                                           "jobs",
+                                           "locks"};
 
 bool is_section(const std::string& name) {
   return std::find(sections.begin(), sections.end(), name) != sections.end();
@@ -96,56 +114,60 @@ void print_section(const std::string& name) {
 }
 
 /** "10  GB-1001/A  x2  [Torque: 9 Nm]" */
-std::string occurrence_text(const Json& occurrence) {
-  const auto text = [&](const char* member) { return value_text(occurrence.at(member)); };
+std::string line_text(const Json& described) {
+  const auto text = [&](const char* member) { return value_text(described.value(member, Json())); };
   std::string line = text("sequence");
   line += (line.empty() ? "" : "  ") + text("item");
-  line += occurrence.at("revision").is_null() ? "" : "/" + text("revision");
-  line += text("quantity").empty() ? "" : "  x" + text("quantity");
-  for (const auto& [type, note] : occurrence.at("notes").items()) {
+  line += described.contains("revision") ? "/" + text("revision") : "";
+  line += described.contains("quantity") ? "  x" + text("quantity") : "";
+  const Json notes = described.value("notes", Json::object());
+  for (const auto& [type, note] : notes.items()) {
     line += "  [" + type + ": " + value_text(note) + "]";
   }
   return line;
 }
 
-void print_structure(const Json& view_revision) {
-  std::printf("%s\n", printable(value_text(view_revision.at("revision")) + "  " +
-                                value_text(view_revision.at("view_type")))
-                          .c_str());
-  const Json& occurrences = view_revision.at("occurrences");
-  for (std::size_t i = 0; i < occurrences.size(); ++i) {
-    std::printf("%s%s\n", i + 1 == occurrences.size() ? "└── " : "├── ",
-                printable(occurrence_text(occurrences[i])).c_str());
+void print_structure(const Json& structure) {
+  std::puts(printable(value_text(structure.at("item")) + "/" +
+                      value_text(structure.at("revision")) + "  " +
+                      value_text(structure.at("view_type")))
+                .c_str());
+  const Json& lines = structure.at("lines");
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    std::printf("%s%s\n", i + 1 == lines.size() ? "└── " : "├── ",
+                printable(line_text(lines[i])).c_str());
   }
 }
 
-/** What structures are made of in a line each, and then every structure with its lines below it. */
+/** Every structure with its lines below it. */
 void print_structures() {
-  constexpr const char* list = "view_revisions";
   std::puts("structures");
-  JsonRows rows(
-      [&](const std::string& key, const Json& value) {
-        if (key == list) {
-          print_structure(value);
-        } else if (key == "revision_rules") {
-          for (const Json& rule : value) {
-            std::printf("revision rule: %s\n", printable(value_text(rule["name"]) + " (" +
-                                                         value_text(rule["clauses"]) + ")")
-                                                   .c_str());
-          }
-        } else if (!value.empty()) {
-          std::string name = key;
-          std::replace(name.begin(), name.end(), '_', ' ');
-          std::printf("%s: %s\n", name.c_str(), printable(value_text(value)).c_str());
-        }
-      },
-      list);
+  JsonRows rows([&](const std::string&, const Json& value) { print_structure(value); });
   describe_site("structures", [&](std::string_view text) { rows.feed(text); });
+}
+
+/** Each text in a line. */
+void print_texts() {
+  Table table({"language", "key", "text"});
+  std::size_t count = 0;
+  JsonRows rows([&](const std::string& language, const Json& texts) {
+    for (const auto& [key, text] : texts.items()) {
+      table.add_row({language, key, value_text(text)});
+      ++count;
+    }
+  });
+  describe_site("texts", [&](std::string_view text) { rows.feed(text); });
+  std::printf("texts (%zu)\n", count);
+  if (count > 0) {
+    table.print();
+  }
 }
 
 void print(const std::string& name) {
   if (name == "structures") {
     print_structures();
+  } else if (name == "texts") {
+    print_texts();
   } else {
     print_section(name);
   }
@@ -195,9 +217,11 @@ void add_host_show(CommandParser& group) {
       .type_name("");
   show.add_option("SECTION", options->section, "What to print; all when left out").type_name("");
   show.add_flag("--json", options->json, "Print JSON");
-  show.footer("\nSections: " + value_text(Json(sections)) +
-              "\nTables leave out tags and the attributes of objects; --json has them.\n"
-              "Example: zolp host show site.db users");
+  show.footer(
+      "\nSections: " + value_text(Json(sections)) +
+      "\nTables leave out tags and values of attributes; --json has them. Its sections are\n"
+      "those of seeds, but for objects, jobs and locks.\n"
+      "Example: zolp host show site.db users");
   show.callback([options] { show_site(*options); });
 }
 

@@ -20,6 +20,24 @@ struct TemplateOptions {
   PictureOptions picture;
 };
 
+/** A task with those below it in one list, and on which result of a condition each is. */
+Json with_branches(Json task) {
+  Json tasks = task.value("tasks", Json::array());
+  for (const Json& branch : task.value("branches", Json::array())) {
+    const Json& result = branch["result"];
+    for (Json on_result : branch.value("tasks", Json::array())) {
+      on_result["branch"] = result.is_boolean() ? Json(result ? 1 : 2) : result;
+      tasks.push_back(std::move(on_result));
+    }
+  }
+  for (Json& below : tasks) {
+    below = with_branches(std::move(below));
+  }
+  task.erase("signoffs");
+  task["tasks"] = std::move(tasks);
+  return task;
+}
+
 void print_tasks(const Json& tasks, const std::string& indent) {
   for (const Json& task : tasks) {
     const bool is_last = &task == &tasks.back();
@@ -27,7 +45,7 @@ void print_tasks(const Json& tasks, const std::string& indent) {
     if (const int result = task.value("branch", 0); result != 0) {
       line = "on " + result_text(result) + ": " + line;
     }
-    if (const std::string type = task["type"]; type != "task") {
+    if (const std::string type = task.value("type", "task"); type != "task") {
       line += "  (" + type + ")";
     }
     std::printf("%s%s%s\n", indent.c_str(), is_last ? "└── " : "├── ", printable(line).c_str());
@@ -41,7 +59,7 @@ void list_templates(const Json& templates, bool as_json) {
   }
   Table table({"name", "description"});
   for (const Json& process : templates) {
-    table.add_row({process["name"], process["description"]});
+    table.add_row({process["name"], process.value("description", "")});
   }
   table.print();
 }
@@ -63,12 +81,12 @@ void show_template(const TemplateOptions& options) {
                 "see \"zolp job template\" for what there is");
   }
   if (options.picture.wanted()) {
-    print_picture(flow_picture(options.name, (*found)["root"]), options.picture);
+    print_picture(flow_picture(options.name, with_branches(*found)), options.picture);
   } else if (options.json) {
     print_json(*found);
   } else {
     std::puts(printable(options.name).c_str());
-    print_tasks((*found)["root"].value("tasks", Json::array()), "");
+    print_tasks(with_branches(*found)["tasks"], "");
   }
 }
 
