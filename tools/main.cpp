@@ -107,6 +107,7 @@ int run(int argc, char** argv) {
   tool::add_trace_commands(program);
   tool::add_completion_commands(program);
   tool::add_manual_command(program);
+  tool::add_schema_command(program);
   int exit_code = tool::exit_ok;
   try {
     exit_code = program.parse(argc, argv);

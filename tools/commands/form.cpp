@@ -7,6 +7,7 @@
 
 #include "commands/commands.h"
 #include "error.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/dset.h"
 #include "ork/form.h"
@@ -148,7 +149,9 @@ Json form_card(tag form) {
   for (const auto& [name, value] : fields) {
     values[name] = value;
   }
-  return {{"name", id_of(form)}, {"type", type}, {"fields", values}};
+  Json card = object_json(form);
+  card["fields"] = std::move(values);
+  return card;
 }
 
 void print_form(const Json& card, bool as_json) {
@@ -156,7 +159,7 @@ void print_form(const Json& card, bool as_json) {
     return print_json(card);
   }
   std::puts(
-      printable(card["name"].get<std::string>() + " (" + card["type"].get<std::string>() + ")")
+      printable(card["id"].get<std::string>() + " (" + card["type"].get<std::string>() + ")")
           .c_str());
   Table table({"  field", "value"});
   for (const auto& [name, value] : card["fields"].items()) {

@@ -37,7 +37,11 @@ void use_preference(const PreferenceOptions& options) {
     throw usage_error("values given together with --unset", "give one or the other");
   }
   if (options.unset || !values.empty()) {
-    return site.set_preference(name, values);
+    site.set_preference(name, values);
+    if (options.json) {
+      print_json(values);
+    }
+    return;
   }
 
   const Json current = Json::parse(site.describe("preferences")).value(name, Json());
