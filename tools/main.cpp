@@ -119,7 +119,8 @@ int run(int argc, char** argv) {
                       (reads_list ? "work on a smaller list" : "make room for the program"),
                   tool::exit_failure);
   }
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+  const bool is_printed = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  if (!is_printed && !tool::is_interrupted()) {
     return report("cannot write to standard output: check where it goes", tool::exit_failure);
   }
   return exit_code;

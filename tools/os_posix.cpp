@@ -29,6 +29,9 @@ void watch(int flags) {
   for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
     sigaction(signal_number, &action, nullptr);
   }
+  // Nobody reads what is printed any more: that is seen once what has been begun is undone.
+  action.sa_flags = flags;
+  sigaction(SIGPIPE, &action, nullptr);
 }
 
 /** A terminal that does not show what is typed; it shows it again in the end. */

@@ -31,20 +31,21 @@ std::string misfit(const std::string& schema_file, const std::string& text) {
   const auto described = nlohmann::json::parse(file, nullptr, false);
   const auto document = nlohmann::json::parse(text, nullptr, false);
   if (described.is_discarded() || document.is_discarded()) {
-    return (described.is_discarded() ? "no schema: " + schema_file : "no JSON: " + text);
+    return (described.is_discarded() ? "no schema: " + schema_file : "no JSON: " + text.substr(0, 200));
   }
   valijson::Schema schema;
   valijson::SchemaParser().populateSchema(Adapter(described), schema);
   valijson::ValidationResults results;
   valijson::Validator().validate(schema, Adapter(document), &results);
-  std::string problems;
-  for (const valijson::ValidationResults::Error& error : results) {
-    for (const std::string& step : error.context) {
-      problems += step;
-    }
-    problems += ": " + error.description + "\n";
+  if (results.numErrors() == 0) {
+    return "";
   }
-  return problems.empty() ? "" : schema_file + "\n" + problems + text;
+  // The first one is the innermost; the others say that what it is in does not fit either.
+  std::string place;
+  for (const std::string& step : results.begin()->context) {
+    place += step;
+  }
+  return schema_file + ": " + place + ": " + results.begin()->description;
 }
 
 std::string misfit_of_command(const std::vector<std::string>& command, int exit_code,

@@ -10,7 +10,12 @@ namespace tool {
 namespace {
 
 void remove(const JobOptions& options) {
-  require_changed(ZOLP_deleteJob(find_job(options.job)), "job " + options.job + " is not deleted");
+  const tag job = find_job(options.job);
+  const Json deleted = options.json ? job_summary(job) : Json();
+  require_changed(ZOLP_deleteJob(job), "job " + options.job + " is not deleted");
+  if (options.json) {
+    return print_json({{"deleted", deleted}});
+  }
   std::puts(printable("deleted " + options.job).c_str());
 }
 
