@@ -86,8 +86,8 @@ class Trial {
   void try_fault(const std::string& operation, int nth) {
     const std::string fault = operation + ":" + std::to_string(nth);
     place_.begin_run();
-    const WorkPlace::Result result = place_.run(command_.arguments, place_.site(),
-                                                {"ORK_HOST_FAULTS=" + fault + "=" + injected_status});
+    const WorkPlace::Result result = place_.run(
+        command_.arguments, place_.site(), {"ORK_HOST_FAULTS=" + fault + "=" + injected_status});
     const std::string problem =
         result.exit_code == 0 ? problem_of_good(result) : problem_of_bad(result, operation);
     if (!problem.empty()) {

@@ -71,7 +71,7 @@ std::string release_list() {
 }  // namespace
 
 std::vector<File> files() {
-  return {{"front.png", "front"},
+  return {{"front.png", std::string(100000, 'f')},  // more than is printed at once
           {"report.txt", "one\ntwo\n"},
           {"body.prt", "solid"},
           {"header.txt", "%%DEFAULT_CONTAINER%% %%OUTPUTASSY_ID%%\n"},
@@ -108,6 +108,7 @@ const std::vector<Command>& commands() {
     {{"dataset", "import", "{files}/report.txt", "--item", "P", "--rev", "A"}},
     {{"dataset", "import", "{files}/body.prt", "--type", "Model", "--item", "P", "--json"}},
     {{"dataset", "export", "Front", "--out", "{out}"}},
+    {{"dataset", "export", "Front", "--out", "-"}},
     {{"dataset", "export-images", "--item", "P", "--rev", "A", "--out", "{out}"}},
     {{"dataset", "copy", "Front", "Front 2", "--item", "P", "--rev", "A"}},
     {{"dataset", "show", "Frame"}},
@@ -153,6 +154,7 @@ const std::vector<Command>& commands() {
     {{"job", "delete", "J"}, {start}},
     {{"list", "check", "{files}/list.txt"}},
     {{"list", "clean", "{files}/list.txt", "{out}/new.txt"}},
+    {{"list", "clean", "{files}/list.txt", "-"}},
     {{"list", "dedupe", "{files}/list.txt", "{out}/new.txt"}},
     {{"list", "scan", "{files}/list.txt", "{out}/new.txt", "--pattern", "X"}},
     {{"list", "items", "{files}/items.txt"}},

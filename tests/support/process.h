@@ -13,8 +13,8 @@ struct Launch {
   std::vector<std::string> command;     /**< path and arguments */
   std::vector<std::string> environment; /**< as "NAME=value" */
   std::string output;                   /**< file for its standard output; empty for a pipe */
-  bool has_reader = true;               /**< whether anybody reads that pipe */
   std::string error; /**< file that its standard error is appended to; empty for the test's own */
+  bool has_reader = true; /**< whether anybody reads the pipe of its standard output */
 };
 
 /** The test's own environment, as "NAME=value". */
@@ -54,7 +54,8 @@ class Process {
   /** Asks it to end, as Ctrl-C does. Not on Windows, where nobody can ask a single process. */
   void interrupt();
 
-  /** Waits for its end. @return its exit code, or the negative number of the signal that ended it. */
+  /** Waits for its end. @return its exit code, or the negative number of the signal that ended it.
+   */
   int wait();
 
  private:

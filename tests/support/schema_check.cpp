@@ -31,7 +31,8 @@ std::string misfit(const std::string& schema_file, const std::string& text) {
   const auto described = nlohmann::json::parse(file, nullptr, false);
   const auto document = nlohmann::json::parse(text, nullptr, false);
   if (described.is_discarded() || document.is_discarded()) {
-    return (described.is_discarded() ? "no schema: " + schema_file : "no JSON: " + text.substr(0, 200));
+    return (described.is_discarded() ? "no schema: " + schema_file
+                                     : "no JSON: " + text.substr(0, 200));
   }
   valijson::Schema schema;
   valijson::SchemaParser().populateSchema(Adapter(described), schema);

@@ -10,8 +10,8 @@ namespace test {
 std::string misfit(const std::string& schema_file, const std::string& text);
 
 /**
- * The same of what a command of `zolp` has printed, whose standard error ends with an object where it
- * has failed; empty too when it was not asked for JSON.
+ * The same of what a command of `zolp` has printed, whose standard error ends with an object where
+ * it has failed; empty too when it was not asked for JSON.
  * @param command the program, and what stands behind it.
  */
 std::string misfit_of_command(const std::vector<std::string>& command, int exit_code,

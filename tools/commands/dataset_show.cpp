@@ -25,9 +25,9 @@ void print_card(const Json& card) {
       table.add_row({name, holds, (*file)["size"].dump(), (*file)["name"]});
     } else {
       const Json& object = reference["object"];
-      table.add_row({name, holds, "",
-                     object["id"].get<std::string>() + "  (" + object["class"].get<std::string>() +
-                         ")"});
+      table.add_row(
+          {name, holds, "",
+           object["id"].get<std::string>() + "  (" + object["class"].get<std::string>() + ")"});
     }
   }
   table.print();

@@ -158,9 +158,8 @@ void print_form(const Json& card, bool as_json) {
   if (as_json) {
     return print_json(card);
   }
-  std::puts(
-      printable(card["id"].get<std::string>() + " (" + card["type"].get<std::string>() + ")")
-          .c_str());
+  std::puts(printable(card["id"].get<std::string>() + " (" + card["type"].get<std::string>() + ")")
+                .c_str());
   Table table({"  field", "value"});
   for (const auto& [name, value] : card["fields"].items()) {
     table.add_row({"  " + name, value});

@@ -78,6 +78,11 @@ void add_host_pref(CommandParser& group) {
       "          zolp host pref site.db ZOLP_qnversion --unset");
   pref.callback([options, &pref] {
     options->values = pref.remaining();
+    for (const std::string& value : options->values) {
+      if (value.starts_with("--")) {
+        throw ParseError(value + " is no option, and values cannot begin with \"--\"");
+      }
+    }
     use_preference(*options);
   });
 }

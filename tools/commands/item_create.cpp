@@ -49,7 +49,8 @@ void create(const CreateOptions& options) {
   if (options.json) {
     return print_json(made);
   }
-  std::printf("made %s with revision %s\n", printable(made["item"]["id"].get<std::string>()).c_str(),
+  std::printf("made %s with revision %s\n",
+              printable(made["item"]["id"].get<std::string>()).c_str(),
               printable(made["revision"]["id"].get<std::string>()).c_str());
 }
 

@@ -95,7 +95,8 @@ void revise(const ReviseOptions& options) {
   if (options.json) {
     return print_json(made);
   }
-  std::printf("made %s, based on %s\n", printable(made["revision"]["id"].get<std::string>()).c_str(),
+  std::printf("made %s, based on %s\n",
+              printable(made["revision"]["id"].get<std::string>()).c_str(),
               printable(made["based_on"]["id"].get<std::string>()).c_str());
 }
 
