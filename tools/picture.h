@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "command_line/parser.h"
+
 namespace tool {
 
 enum class Shape { box, rounded, diamond };

@@ -130,36 +130,6 @@ Json fields_of(const Line& line) {
   return fields;
 }
 
-/** Reads a line, and which ones are below it unless they are too deep to be shown. */
-Line read_one(tag line, int depth, std::vector<tag>* below) {
-  Line read;
-  char* item_id = nullptr;
-  char* revision_id = nullptr;
-  require(ZOLP_get_bomline_item_and_rev(line, &item_id, &revision_id), "a line");
-  const PlatformBlock<char> item_block(item_id);
-  const PlatformBlock<char> revision_block(revision_id);
-  read.item = item_id;
-  read.revision = revision_id;
-  const std::string id = read.item + "/" + read.revision;
-  read.sequence = handed_out("the sequence number of " + id,
-                             [line](char** text) { return ZOLP_getSequenceNo(line, text); });
-  read.quantity = handed_out("the quantity of " + id,
-                             [line](char** text) { return ZOLP_getQuantity(line, text); });
-  require(ZOLP_get_bomline_revtag(line, &read.object), "the revision of " + id);
-  if (read.object != NULLTAG) {
-    read.statuses = statuses_of(read.object, id);
-  } else {
-    require(ZOLP_get_bomline_itemtag(line, &read.object), "the item of " + id);
-  }
-  read.name = name_of(read.object);
-  *below = lines_below(line, id);
-  if (depth == 0 && !below->empty()) {
-    read.has_hidden = true;
-    below->clear();
-  }
-  return read;
-}
-
 /** Prints a tree as it reads it. */
 class TreePrinter {
  public:
@@ -167,9 +137,18 @@ class TreePrinter {
       : as_json_(as_json),
         stream_([this](std::string_view text) { output_.write(printable_json(text)); }) {}
 
-  void print(tag top, int depth) {
-    if (as_json_) {
+  void print(tag top, int depth, const Json& facts) {
+    if (as_json_ && facts.empty()) {
       print_json(top, depth);
+      output_.write("\n");
+    } else if (as_json_) {
+      stream_.begin_object();
+      for (const auto& [name, value] : facts.items()) {
+        stream_.member(name, value);
+      }
+      stream_.key("structure");
+      print_json(top, depth);
+      stream_.end();
       output_.write("\n");
     } else {
       draw(top, depth, "", "");
@@ -180,7 +159,7 @@ class TreePrinter {
  private:
   void print_json(tag line, int depth) {
     std::vector<tag> below;
-    const Json fields = fields_of(read_one(line, depth, &below));
+    const Json fields = fields_of(read_line(line, depth, &below));
     stream_.begin_object();
     for (const auto& [name, value] : fields.items()) {
       stream_.member(name, value);
@@ -196,7 +175,7 @@ class TreePrinter {
 
   void draw(tag line, int depth, const std::string& indent, const std::string& indent_below) {
     std::vector<tag> below;
-    output_.write(drawn_line(read_one(line, depth, &below), nullptr, indent));
+    output_.write(drawn_line(read_line(line, depth, &below), nullptr, indent));
     for (const tag child : below) {
       const bool is_last = child == below.back();
       draw(child, depth - 1, indent_below + branch(is_last), indent_below + trunk(is_last));
@@ -236,9 +215,38 @@ void Window::save() {
   require_success(BOMW_save_window(window_), "the structure is not saved", nothing_has_changed);
 }
 
+Line read_line(tag line, int depth, std::vector<tag>* below) {
+  Line read;
+  char* item_id = nullptr;
+  char* revision_id = nullptr;
+  require(ZOLP_get_bomline_item_and_rev(line, &item_id, &revision_id), "a line");
+  const PlatformBlock<char> item_block(item_id);
+  const PlatformBlock<char> revision_block(revision_id);
+  read.item = item_id;
+  read.revision = revision_id;
+  const std::string id = read.item + "/" + read.revision;
+  read.sequence = handed_out("the sequence number of " + id,
+                             [line](char** text) { return ZOLP_getSequenceNo(line, text); });
+  read.quantity = handed_out("the quantity of " + id,
+                             [line](char** text) { return ZOLP_getQuantity(line, text); });
+  require(ZOLP_get_bomline_revtag(line, &read.object), "the revision of " + id);
+  if (read.object != NULLTAG) {
+    read.statuses = statuses_of(read.object, id);
+  } else {
+    require(ZOLP_get_bomline_itemtag(line, &read.object), "the item of " + id);
+  }
+  read.name = name_of(read.object);
+  *below = lines_below(line, id);
+  if (depth == 0 && !below->empty()) {
+    read.has_hidden = true;
+    below->clear();
+  }
+  return read;
+}
+
 Line read_line(tag line, int depth) {
   std::vector<tag> below;
-  Line read = read_one(line, depth, &below);
+  Line read = read_line(line, depth, &below);
   for (const tag child : below) {
     read.below.push_back(read_line(child, depth - 1));
   }
@@ -262,8 +270,8 @@ Json line_json(const Line& line, const Line* before) {
   return json;
 }
 
-void print_tree(tag top, int depth, bool as_json) {
-  TreePrinter(as_json).print(top, depth);
+void print_tree(tag top, int depth, bool as_json, const Json& facts) {
+  TreePrinter(as_json).print(top, depth, facts);
 }
 
 void walk(const std::string& what, const std::function<int()>& call) {

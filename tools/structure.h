@@ -41,6 +41,9 @@ struct Line {
   bool has_hidden = false; /**< whether there are lines below that are too deep to be shown */
 };
 
+/** Reads a line, and which ones are below it unless they are too deep to be shown. */
+Line read_line(tag line, int depth, std::vector<tag>* below);
+
 /** Reads a line and those below it, down to a depth. */
 Line read_line(tag line, int depth);
 

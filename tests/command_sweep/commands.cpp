@@ -90,6 +90,7 @@ const std::vector<Command>& commands() {
   const Arguments stopped = {"job", "start", "Decided", "--name", "J", "--target", "P/A"};
   static const std::vector<Command> all = {
     {{"bom", "tree", "P/A", "--rule", "Latest", "--view", "view"}},
+    {{"bom", "tree", "P/A", "--mermaid"}},
     {{"bom", "size", "P/A"}},
     {{"bom", "resequence", "P/A", "--recursive"}},
     {{"bom", "resequence", "P/A", "--recursive", "--save", "--json"}},

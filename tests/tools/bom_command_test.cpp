@@ -29,6 +29,9 @@ TEST_F(BomCommands, TreeIsThatOfTheRule) {
               HasSubstr("├── 100  MX-110/B  Drive  x1  ...\n├── 40"));
   EXPECT_EQ(bom({"tree", "MX-100/B", "--view", "service"}).out,
             "MX-100/B  Planetary mixer, 20 l\n");
+  const std::string picture = bom({"tree", "MX-100/B", "--depth", "1", "--mermaid"}).out;
+  EXPECT_THAT(picture, HasSubstr("n1[\"MX-110/B<br>Drive<br>...\"]\n"));
+  EXPECT_THAT(picture, HasSubstr("n0 -->|\"100: x1\"| n1\n"));
   const auto json = bom({"tree", "MX-100/B", "--json"}).json();
   EXPECT_EQ(json["lines"].size(), 5u);
   EXPECT_EQ(json["lines"][1]["statuses"][0], "Released");

@@ -79,6 +79,7 @@ TEST_F(ListCommand, TreeAsDrawingAndAsJson) {
             "    └── [ALTREP] alt\n");
   EXPECT_THAT(list({"tree", in, "--depth", "2"}).out, HasSubstr("3 records deeper"));
 
+  EXPECT_THAT(list({"tree", in, "--depth", "1", "--dot"}).out, HasSubstr("\\n...\", shape=box"));
   const nlohmann::json tree = list({"tree", in, "--json"}).json();
   EXPECT_EQ(tree[0]["item"], "TOP");
   EXPECT_EQ(tree[0]["children"][0]["children"][0]["children"][0]["dataset"], "bolt");

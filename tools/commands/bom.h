@@ -6,6 +6,7 @@
 
 #include "command_line/parser.h"
 #include "login.h"
+#include "picture.h"
 #include "structure.h"
 
 namespace tool {
@@ -20,6 +21,7 @@ struct BomOptions {
   bool save = false;
   bool dry_run = false;
   bool json = false;
+  PictureOptions picture;
   LoginOptions login;
 };
 

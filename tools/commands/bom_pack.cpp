@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "commands/bom.h"
+#include "structure_tree.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -16,12 +17,11 @@ void pack(const BomOptions& options) {
   walk("the structure is not packed",
        [&] { return ZOLP_pack_bom(window.top_line(), options.recursive ? 1 : 0); });
   const int packed_lines = size_of(window);
-  const Line top = read_line(window.top_line(), options.depth);
+  print_tree(window.top_line(), options.depth, options.json,
+             {{"lines", lines}, {"packed_lines", packed_lines}});
   if (options.json) {
-    print_json({{"lines", lines}, {"packed_lines", packed_lines}, {"structure", line_json(top)}});
     return;
   }
-  draw(top, nullptr);
   std::printf("%s, packed %d\n", counted(static_cast<std::size_t>(lines), "line").c_str(),
               packed_lines);
 }

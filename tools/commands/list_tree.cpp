@@ -10,7 +10,9 @@
 #include "commands/list.h"
 #include "error.h"
 #include "failures.h"
+#include "output.h"
 #include "output_files.h"
+#include "picture.h"
 #include "release_list.h"
 #include "site.h"
 #include "text.h"
@@ -24,6 +26,7 @@ struct TreeOptions : ListOptions {
   std::string separator = "/";
   size_t depth = 100;
   bool json = false;
+  PictureOptions picture;
 };
 
 std::string item_text(const char* id, const char* revision, const std::string& separator) {
@@ -80,23 +83,81 @@ void print_tree(const assy_entry* root, const TreeOptions& options) {
   }
 }
 
-void print_tree_json(const assy_entry* root, const TreeOptions& options) {
-  Json roots = Json::array();
-  std::vector<Json*> siblings = {&roots};
+/** Prints a tree as it walks it: with the whole in memory twice, a long list would take too much.
+ */
+class JsonTree {
+ public:
+  explicit JsonTree(const TreeOptions& options)
+      : options_(options),
+        stream_([this](std::string_view text) { output_.write(printable_json(text)); }) {}
+
+  void print(const assy_entry* root) {
+    stream_.begin_list();
+    visit_assembly(root, [this](const assy_entry& entry, size_t depth) {
+      end_levels(depth);
+      begin(entry, depth);
+      return depth + 1 < options_.depth;
+    });
+    end_levels(0);
+    stream_.end();
+    output_.write("\n");
+    output_.finish();
+  }
+
+ private:
+  void begin(const assy_entry& entry, size_t depth) {
+    stream_.begin_object();
+    const Json record = record_json(entry, options_.encoding);
+    for (const auto& [name, value] : record.items()) {
+      stream_.member(name, value);
+    }
+    const bool is_shown = depth + 1 < options_.depth;
+    if (entry.child != nullptr && is_shown) {
+      stream_.key("children");
+      stream_.begin_list();
+      ++open_;
+      return;
+    }
+    if (entry.child != nullptr) {
+      stream_.member("truncated", true);
+    }
+    stream_.end();
+  }
+
+  /** Ends records with children down to a depth. */
+  void end_levels(size_t depth) {
+    for (; open_ > depth; --open_) {
+      stream_.end();
+      stream_.end();
+    }
+  }
+
+  const TreeOptions& options_;
+  size_t open_ = 0; /**< records whose children are being printed */
+  HeldOutput output_;
+  host::JsonStream stream_;
+};
+
+/** A box for each record. */
+Picture tree_picture(const assy_entry* root, const TreeOptions& options) {
+  Picture picture(options.file, Picture::Direction::right);
+  std::vector<size_t> above;
   visit_assembly(root, [&](const assy_entry& entry, size_t depth) {
-    if (depth >= options.depth) {
-      return false;
+    const bool is_shown = depth + 1 < options.depth;
+    std::vector<std::string> label = {
+        decoded(record_text(entry, options.separator), options.encoding)};
+    if (entry.child != nullptr && !is_shown) {
+      label.emplace_back("...");
     }
-    siblings.resize(depth + 1);
-    Json& record = siblings[depth]->emplace_back(record_json(entry, options.encoding));
-    if (entry.child != nullptr && depth + 1 < options.depth) {
-      siblings.push_back(&(record["children"] = Json::array()));
-    } else if (entry.child != nullptr) {
-      record["truncated"] = true;
+    const size_t box = picture.add_box(label, is_item(entry) ? Shape::box : Shape::rounded);
+    if (depth > 0) {
+      picture.add_arrow(above[depth - 1], box);
     }
-    return true;
+    above.resize(depth);
+    above.push_back(box);
+    return is_shown;
   });
-  print_json(roots);
+  return picture;
 }
 
 void show_tree(const TreeOptions& options) {
@@ -114,8 +175,11 @@ void show_tree(const TreeOptions& options) {
     require_success(status, "cannot read " + file.name(), advice);
   }
   stop_if_interrupted();
+  if (options.picture.wanted()) {
+    return print_picture(tree_picture(tree.root(), options), options.picture);
+  }
   if (options.json) {
-    return print_tree_json(tree.root(), options);
+    return JsonTree(options).print(tree.root());
   }
   print_tree(tree.root(), options);
   if (contents.level_jumps > 0) {
@@ -140,6 +204,7 @@ void add_list_tree(CommandParser& group) {
       .range(1, 1000);
   add_separator(command, options->separator);
   command.add_flag("--json", options->json, "Print JSON");
+  add_picture_options(command, options->picture);
   command.footer(
       "\nThe tree is the one that the clone run works with: an item shows its newest dataset, and\n"
       "none when it has items below it; an item that drops several levels goes up one.");
