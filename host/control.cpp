@@ -5,11 +5,14 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
 #include "arguments.h"
 #include "describe.h"
 #include "flow_engine.h"
 #include "flow_handlers.h"
+#include "flow_stops.h"
+#include "handler_watch.h"
 #include "handout.h"
 #include "heap.h"
 #include "object_id.h"
@@ -283,6 +286,77 @@ int ork_host_load_handlers(const char* path) {
   });
 }
 
+int ork_host_list_library_handlers(const char* path, int* count, char*** names) {
+  host::clear(count);
+  host::clear(names);
+  return guarded([&] {
+    host::require_all(path, count, names);
+    const std::vector<std::string> found = host::flow::handlers_of_library(path);
+    *names = host::hand_out(found);
+    *count = static_cast<int>(found.size());
+  });
+}
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json with_origin(Json what, const host::Origin& origin) {
+  what["operation"] = origin.operation != nullptr ? Json(origin.operation) : Json();
+  what["function"] = origin.function != nullptr ? Json(origin.function) : Json();
+  return what;
+}
+
+/** Empty for nothing. */
+std::string left_json(const host::flow::LeftBehind& left) {
+  if (left.blocks.empty() && left.locks.empty()) {
+    return {};
+  }
+  Json blocks = Json::array();
+  for (const auto& [origin, sums] : left.blocks) {
+    blocks.push_back(with_origin({{"count", sums.first}, {"bytes", sums.second}}, origin));
+  }
+  Json locks = Json::array();
+  for (const auto& [object, origin] : left.locks) {
+    locks.push_back(with_origin({{"object", object}}, origin));
+  }
+  constexpr bool in_ascii = false;
+  return Json({{"blocks", blocks}, {"locks", locks}})
+      .dump(-1, ' ', in_ascii, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+void ork_host_watch_handlers(ork_host_handler_observer observer, void* context) {
+  guarded([&] {
+    if (observer == nullptr) {
+      return host::flow::observe_handlers(nullptr);
+    }
+    host::flow::observe_handlers([observer, context](const host::flow::HandlerCall& call,
+                                                     const host::flow::HandlerEnd* end) {
+      const std::string left = end != nullptr ? left_json(end->left) : "";
+      const ork_host_handler_call told = {call.handler.c_str(),
+                                          call.task,
+                                          call.job,
+                                          call.task_name.c_str(),
+                                          call.job_name.c_str(),
+                                          call.action,
+                                          end != nullptr ? end->status : ORK_ok,
+                                          left.empty() ? nullptr : left.c_str()};
+      observer(&told, end != nullptr ? 1 : 0, context);
+    });
+  });
+}
+
+int ork_host_stop_job(tag task, const char* handler, int action, int status, const char* detail) {
+  return guarded([&] {
+    host::require_all(handler, detail);
+    host::require(action == FLOW_start_action || action == FLOW_complete_action, "action");
+    host::flow::record_stop_of_other(
+        {task, handler, action, status, host::flow::text_with_detail(status, detail)});
+  });
+}
+
 void ork_host_set_arguments(int count, const char* const* arguments) {
   guarded([&] {
     std::vector<std::string> texts;
@@ -370,6 +444,18 @@ int ork_host_journal_entry(int index, const char** operation, int* status) {
     }
   });
   return is_there ? 1 : 0;
+}
+
+void ork_host_watch_calls(ork_host_call_observer observer, void* context) {
+  guarded([&] {
+    if (observer == nullptr) {
+      return host::steering().observe(nullptr);
+    }
+    host::steering().observe(
+        [observer, context](const char* operation, bool has_ended, int status) {
+          observer(operation, host::this_origin().function, has_ended ? 1 : 0, status, context);
+        });
+  });
 }
 
 size_t ork_host_block_count(void) {

@@ -294,6 +294,61 @@ ORK_API int ork_host_end_change(logical keep);
  */
 ORK_API int ork_host_load_handlers(const char* path);
 
+/**
+ * Lists the handlers that a library has registered when it was loaded, in the order of their names.
+ * @param[in] path path of the library, as it was loaded.
+ * @param[out] count number of handlers.
+ * @param[out] names their names; the array and each name are freed with `MEM_free` at once.
+ * @return #ORK_ok.
+ */
+ORK_API int ork_host_list_library_handlers(const char* path, int* count, char*** names);
+
+/** A call of a workflow handler, as those who watch see it; the texts live as long as they look. */
+typedef struct ork_host_handler_call {
+  const char* handler; /**< its name */
+  tag task;            /**< the task that it is called on; it may be gone when the call has ended */
+  tag job;             /**< the task's job, for which the same holds */
+  const char* task_name; /**< name of the task */
+  const char* job_name;  /**< name of the job */
+  int action;            /**< #FLOW_start_action and so on */
+  int status;            /**< of a call that has ended: what came back */
+  const char* left; /**< of a call that has ended: what it has left behind, as JSON, or null for
+                       nothing: `blocks`, each with `count`, `bytes`, `operation` and `function`,
+                       and `locks`, each with `object`, `operation` and `function` */
+} ork_host_handler_call;
+
+/**
+ * Watches handlers: is told of a call when it begins and when it has ended. Calls may be inside one
+ * another. One that crashes, or ends the process, does not end.
+ * @param[in] call the call.
+ * @param[in] has_ended 0 when it begins, 1 when it has ended.
+ * @param[in] context what was given with the function.
+ */
+typedef void (*ork_host_handler_observer)(const ork_host_handler_call* call, logical has_ended,
+                                          void* context);
+
+/**
+ * Sets the function that is told of handlers from now on. From its first use on the host keeps
+ * where blocks and locks come from, as with `ORK_HOST_BLOCKS=report`.
+ * @param[in] observer the function; null for none.
+ * @param[in] context what it is called with.
+ */
+ORK_API void ork_host_watch_handlers(ork_host_handler_observer observer, void* context);
+
+/**
+ * Has a job remember that it was stopped, in the name of a process that has ended in one of its
+ * handlers. A handler that returns a failure needs no such help. No session is needed.
+ * @param[in] task the task that the handler was called on.
+ * @param[in] handler the handler's name.
+ * @param[in] action #FLOW_start_action or #FLOW_complete_action.
+ * @param[in] status the code that is remembered, such as #FLOW_handler_died.
+ * @param[in] detail what is remembered behind the code's general text.
+ * @return #ORK_ok, #FLOW_not_a_task, #FLOW_task_is_over where the task has gone on since, or
+ *   #STORE_locked_by_other where another process runs the job.
+ */
+ORK_API int ork_host_stop_job(tag task, const char* handler, int action, int status,
+                              const char* detail);
+
 /* ------------------------------------------------------------------- the program's arguments -- */
 
 /**
@@ -373,6 +428,24 @@ ORK_API int ork_host_journal_size(void);
  * @return 1, or 0 when there is no such call.
  */
 ORK_API int ork_host_journal_entry(int index, const char** operation, int* status);
+
+/**
+ * Watches the calls that a journal counts.
+ * @param[in] operation the operation's name, which the host keeps.
+ * @param[in] function the innermost traced function that it is called in, or null.
+ * @param[in] has_ended 0 when the call begins, 1 when it has ended.
+ * @param[in] status of a call that has ended: what it returned.
+ * @param[in] context what was given with the function.
+ */
+typedef void (*ork_host_call_observer)(const char* operation, const char* function,
+                                       logical has_ended, int status, void* context);
+
+/**
+ * Sets the function that is told of calls from now on; it must not call the host.
+ * @param[in] observer the function; null for none.
+ * @param[in] context what it is called with.
+ */
+ORK_API void ork_host_watch_calls(ork_host_call_observer observer, void* context);
 
 /**
  * Number of blocks that were allocated with `MEM_alloc` and its relatives and not freed.

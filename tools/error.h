@@ -1,6 +1,7 @@
 /** @file Failures of a command, as the user is told about them. */
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -15,6 +16,17 @@ struct ErrorEntry {
   std::string severity; /**< "information", "warning" or "error" */
   int code = 0;
   std::string text;
+};
+
+/** The workflow handler by which a command has failed. */
+struct FailedHandler {
+  std::string name, task, job;
+  std::string action;               /**< "start", "complete" or "run" */
+  std::string ended;                /**< "failure", "crash", "exit" or "timeout" */
+  std::string signal;               /**< of a crash: "SIGSEGV"; empty for none */
+  int exit_code = 0;                /**< of an exit */
+  std::vector<std::string> remarks; /**< what became of its job */
+  std::vector<std::string> calls;   /**< its last ones, the newest last */
 };
 
 /**
@@ -47,12 +59,20 @@ class Error : public std::runtime_error {
   /** The platform's code; 0 for what the program itself refuses. */
   int code() const { return code_; }
   const std::vector<ErrorEntry>& stack() const { return stack_; }
+  /** The handler that has failed; of others, none. */
+  const std::optional<FailedHandler>& handler() const { return handler_; }
+
+  Error& blame(FailedHandler handler) {
+    handler_ = std::move(handler);
+    return *this;
+  }
 
  private:
   std::string problem_, advice_;
   ExitCode exit_code_;
   int code_ = 0;
   std::vector<ErrorEntry> stack_;
+  std::optional<FailedHandler> handler_;
 };
 
 /** The command line is wrong in a way that the parser does not see. */

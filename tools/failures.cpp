@@ -151,17 +151,22 @@ std::string failure_text(int status, std::initializer_list<int> answers) {
   return with_names(reason_of(status, answers).text);
 }
 
+Error failure_error(int status, const std::string& problem, const std::string& advice,
+                    std::initializer_list<int> answers) {
+  const Reason reason = reason_of(status, answers);
+  std::vector<ErrorEntry> entries = stacked_entries();  // asking for names may add some
+  for (ErrorEntry& entry : entries) {
+    entry.text = with_names(entry.text);
+  }
+  return {problem + " (" + with_names(reason.text) + ")", advice_for(reason.code, advice),
+          reason.code, std::move(entries)};
+}
+
 void require_success(int status, const std::string& problem, const std::string& advice,
                      std::initializer_list<int> answers) {
   const int failure = is_one_of(answers, status) ? ORK_ok : status;
   if (failure != ORK_ok || has_failure(answers)) {
-    const Reason reason = reason_of(failure, answers);
-    std::vector<ErrorEntry> entries = stacked_entries();  // asking for names may add some
-    for (ErrorEntry& entry : entries) {
-      entry.text = with_names(entry.text);
-    }
-    throw Error(problem + " (" + with_names(reason.text) + ")", advice_for(reason.code, advice),
-                reason.code, std::move(entries));
+    throw failure_error(failure, problem, advice, answers);
   }
   if (answers.size() > 0) {
     forget_failures();

@@ -4,6 +4,7 @@
 #include <initializer_list>
 #include <string>
 
+#include "error.h"
 #include "ork/ork.h"
 
 namespace tool {
@@ -19,6 +20,13 @@ namespace tool {
  */
 void require_success(int status, const std::string& problem, const std::string& advice,
                      std::initializer_list<int> answers = {});
+
+/**
+ * The Error that `require_success` throws of a failure. For those who ask the platform more before
+ * they throw it.
+ */
+Error failure_error(int status, const std::string& problem, const std::string& advice,
+                    std::initializer_list<int> answers = {});
 
 /** The same for something that was to be read. */
 void require(int status, const std::string& what, std::initializer_list<int> answers = {});

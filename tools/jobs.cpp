@@ -5,9 +5,9 @@
 #include <cstdio>
 
 #include "error.h"
-#include "host/ork_host.h"
 #include "objects.h"
 #include "ork/flow.h"
+#include "ork/obj.h"
 #include "ork/org.h"
 #include "ork/signoff.h"
 #include "ork/store.h"
@@ -28,6 +28,9 @@ constexpr AttachmentType attachment_types[] = {
     {FLOW_target_attachment, "targets", "target"},
     {FLOW_reference_attachment, "references", "reference"},
     {FLOW_release_status_attachment, "statuses", "status"}};
+
+/** Of a job, and of the task that it is at, when a handler has failed there. */
+constexpr const char* stopped_state = "Stopped";
 
 std::string state_name(tag task) {
   int state = 0;
@@ -145,17 +148,26 @@ Json signoff_json(tag signoff) {
 
 // --------------------------------------------------------------------------------------- tasks
 
-/** The result that leads to a task, below a condition task. */
-Json branch_of(tag task) {
-  const std::string branch = display_value(task, "branch");
-  int result = 0;
-  std::from_chars(branch.data(), branch.data() + branch.size(), result);
-  return result;
+int number_of(tag object, const char* attribute) {
+  const std::string text = display_value(object, attribute);
+  int number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
 }
 
-Json task_json(tag task) {
+/** The task of a job that a stop has left as it is; null for none. */
+tag stopped_task(tag job) {
+  const std::vector<tag> tasks = listed("the task that is stopped", [job](int* count, tag** found) {
+    return OBJ_get_value_tags(job, "stop_task", count, found);
+  });
+  return tasks.empty() ? NULLTAG : tasks.front();
+}
+
+Json task_json(tag task, tag stopped) {
   const int type = type_of(task);
-  Json json = {{"name", task_name(task)}, {"type", type_text(type)}, {"state", state_name(task)}};
+  Json json = {{"name", task_name(task)},
+               {"type", type_text(type)},
+               {"state", task == stopped ? stopped_state : state_name(task)}};
   if (type == eFLOWConditionTask) {
     int result = 0;
     require(FLOW_get_condition_task_result(task, &result), "a result");
@@ -169,9 +181,9 @@ Json task_json(tag task) {
   }
   json["tasks"] = Json::array();
   for (const tag sub_task : sub_tasks(task)) {
-    Json sub_json = task_json(sub_task);
+    Json sub_json = task_json(sub_task, stopped);
     if (type == eFLOWConditionTask) {
-      sub_json["on_result"] = branch_of(sub_task);
+      sub_json["on_result"] = number_of(sub_task, "branch");  // that leads to it
     }
     json["tasks"].push_back(std::move(sub_json));
   }
@@ -270,11 +282,6 @@ tag find_job(const std::string& name) {
   throw Error("there is no job " + name, "see \"zolp job list\" for what there is");
 }
 
-void load_handlers(const std::string& path) {
-  require_success(ork_host_load_handlers(path.c_str()), "cannot load the handlers of " + path,
-                  "name a shared library that has ORK_register_handlers");
-}
-
 tag find_task(tag job, const std::string& name) {
   for (const tag task : all_tasks(job)) {
     if (task_name(task) == name) {
@@ -285,6 +292,9 @@ tag find_task(tag job, const std::string& name) {
 }
 
 tag current_task(tag job) {
+  if (const tag stopped = stopped_task(job); stopped != NULLTAG) {
+    return stopped;
+  }
   tag current = root_task(job);
   for (const tag task : all_tasks(job)) {
     int state = 0;
@@ -296,15 +306,40 @@ tag current_task(tag job) {
   return current;
 }
 
+Json job_stop(tag job) {
+  const std::string handler = display_value(job, "stop_handler");
+  if (handler.empty()) {
+    return nullptr;
+  }
+  const tag task = stopped_task(job);
+  date_s date{};
+  require(OBJ_get_value_date(job, "stop_date", &date), "when the job was stopped");
+  return {{"task", task != NULLTAG ? Json(task_name(task)) : Json()},
+          {"handler", handler},
+          {"on", number_of(job, "stop_action") == FLOW_start_action ? "start" : "complete"},
+          {"code", number_of(job, "stop_code")},
+          {"text", display_value(job, "stop_text")},
+          {"date", date_text(date)}};
+}
+
+std::string stop_text(const Json& stop) {
+  const std::string task =
+      stop["task"].is_null() ? "" : "at task " + stop["task"].get<std::string>() + " ";
+  return task + "by handler " + stop["handler"].get<std::string>() + ", called on " +
+         stop["on"].get<std::string>();
+}
+
 Json job_summary(tag job) {
   std::array<char, STORE_max_string_length + 1> level{};  // shown in other words, maybe
   require(ZOLP_ask_current_release_level_name(job, level.data()), "the release level");
+  const Json stop = job_stop(job);
   return {{"number", "#" + std::to_string(job)},
           {"name", display_value(job, "object_name")},
           {"template", display_value(job, "process_template")},
           {"owner", display_value(job, "owning_user")},
-          {"state", state_name(root_task(job))},
-          {"release_level", level.data()}};
+          {"state", stop.is_null() ? state_name(root_task(job)) : stopped_state},
+          {"release_level", level.data()},
+          {"stop", stop}};
 }
 
 Json job_json(tag job) {
@@ -316,7 +351,7 @@ Json job_json(tag job) {
       json[type.member].push_back(id_of(object));
     }
   }
-  json["root"] = task_json(root);
+  json["root"] = task_json(root, stopped_task(job));
   return json;
 }
 
@@ -324,14 +359,19 @@ void print_job(const Json& job) {
   const auto text = [&job](const char* member) { return job[member].get<std::string>(); };
   Branch root = task_branch(job["root"]);
   std::vector<Branch> branches;
+  if (const Json& stop = job["stop"]; !stop.is_null()) {
+    branches.push_back(
+        {"stopped " + stop_text(stop) + ", on " + stop["date"].get<std::string>(),
+         {{std::to_string(stop["code"].get<int>()) + " " + stop["text"].get<std::string>(), {}}}});
+  }
   for (const AttachmentType& type : attachment_types) {
     for (const Json& object : job[type.member]) {
       branches.push_back({std::string(type.heading) + " " + object.get<std::string>(), {}});
     }
   }
   branches.insert(branches.end(), root.branches.begin(), root.branches.end());
-  std::puts(printable(text("name") + "  " + job["root"]["state"].get<std::string>() +
-                      "  (template " + text("template") + ", owner " + text("owner") + ")")
+  std::puts(printable(text("name") + "  " + text("state") + "  (template " + text("template") +
+                      ", owner " + text("owner") + ")")
                 .c_str());
   print_branches(branches, "");
 }

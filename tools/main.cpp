@@ -51,9 +51,49 @@ Error split(const std::string& message, ExitCode exit_code) {
           exit_code};
 }
 
+void print_lines(const char* heading, const std::vector<std::string>& lines) {
+  if (!lines.empty()) {
+    std::fprintf(stderr, "  %s:\n", heading);
+  }
+  for (const std::string& line : lines) {
+    std::fprintf(stderr, "    %s\n", tool::printable(line).c_str());
+  }
+}
+
+/** What there is to know of a handler that has failed, below the line that says so. */
+void print_handler(const Error& error) {
+  for (const std::string& remark : error.handler()->remarks) {
+    std::fprintf(stderr, "  %s\n", tool::printable(remark).c_str());
+  }
+  std::vector<std::string> entries;
+  for (const tool::ErrorEntry& entry : error.stack()) {
+    entries.push_back(entry.severity + " " + std::to_string(entry.code) + ": " + entry.text);
+  }
+  if (entries.size() > 1) {  // one alone stands in the line
+    print_lines("error stack, the newest last", entries);
+  }
+  print_lines("last calls, the newest last", error.handler()->calls);
+}
+
+tool::Json handler_json(const tool::FailedHandler& handler) {
+  const bool has_exited = handler.ended == "exit";
+  return {{"name", handler.name},
+          {"task", handler.task},
+          {"job", handler.job},
+          {"action", handler.action},
+          {"ended", handler.ended},
+          {"signal", handler.signal.empty() ? tool::Json() : tool::Json(handler.signal)},
+          {"exit_code", has_exited ? tool::Json(handler.exit_code) : tool::Json()},
+          {"remarks", handler.remarks},
+          {"calls", handler.calls}};
+}
+
 int report(const Error& error) {
   if (!wants_json) {
     std::fprintf(stderr, "zolp: %s\n", tool::printable(error.what()).c_str());
+    if (error.handler()) {
+      print_handler(error);
+    }
     return error.exit_code();
   }
   tool::Json stack = tool::Json::array();
@@ -61,12 +101,15 @@ int report(const Error& error) {
     stack.push_back({{"severity", entry.severity}, {"code", entry.code}, {"text", entry.text}});
   }
   const tool::Json code = error.code() != 0 ? tool::Json(error.code()) : tool::Json();
-  const tool::Json told = {{"error",
-                            {{"message", error.problem()},
-                             {"advice", error.advice()},
-                             {"code", code},
-                             {"exit_code", error.exit_code()},
-                             {"stack", stack}}}};
+  tool::Json told = {{"error",
+                      {{"message", error.problem()},
+                       {"advice", error.advice()},
+                       {"code", code},
+                       {"exit_code", error.exit_code()},
+                       {"stack", stack}}}};
+  if (error.handler()) {
+    told["error"]["handler"] = handler_json(*error.handler());
+  }
   constexpr bool in_ascii = true;
   std::fprintf(stderr, "%s\n",
                told.dump(-1, ' ', in_ascii, tool::Json::error_handler_t::replace).c_str());

@@ -15,7 +15,7 @@ run job start 'Release of parts' --name R-17 --target GB-1210/C --target GB-1310
 
 heading 'A workflow handler' 'examine_targets.c attaches a report to each part and decides the condition.'
 export ZOLP_TRACE_FILE=$PWD/trace.txt ZOLP_TRACE_LEVEL=4
-run handler run "$handlers" --job R-17 --argument 'condition=Tested before?'
+run handler run "$handlers" --job R-17 --argument 'condition=Tested before?' --strict
 unset ZOLP_TRACE_FILE ZOLP_TRACE_LEVEL
 run show GB-1310/B
 

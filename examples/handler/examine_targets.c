@@ -68,6 +68,15 @@ static int write_report(const char* path, tag revision, const char* statuses) {
   return ZOLP_LEAVE(fclose(report) == 0 ? ORK_ok : ORK_invalid_argument);
 }
 
+static int attach_report(tag revision, const char* report) {
+  tag dataset = NULLTAG;
+  ZOLP_ENTER("attach_report");
+  /* It gives back the lock on the file, which ZOLP_fct_import_text_dataset keeps. */
+  ZOLP_GUARDED(ZOLP_importTextDataset(NULL, "Examination report", report, &dataset));
+  ZOLP_GUARDED(ZOLP_createRelation(revision, dataset, "VELO_reference"));
+  return ZOLP_LEAVE(ORK_ok);
+}
+
 /* Examines one target; takes back *all_released when it has no release status. */
 static int examine(tag target, const char* report, logical* all_released) {
   char statuses[text_size];
@@ -86,8 +95,7 @@ static int examine(tag target, const char* report, logical* all_released) {
   }
   status = write_report(report, target, statuses);
   if (status == ORK_ok) {
-    status = ZOLP_fct_import_text_dataset_desc(target, "Examination report",
-                                               "Made by examine-targets", report, report);
+    status = attach_report(target, report);
   }
   remove(report);
   return status;

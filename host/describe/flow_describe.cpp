@@ -108,12 +108,30 @@ Json describe_process_templates(Site& site) {
   return all;
 }
 
+namespace {
+
+/** What has stopped a job; null for nothing. */
+Json describe_stop(Store& store, tag job) {
+  if (store.values(job, "stop_handler").empty()) {
+    return nullptr;
+  }
+  const tag task = store.reference(job, "stop_task");
+  return {{"task", task != NULLTAG ? Json(object_label(store, task)) : Json()},
+          {"handler", store.text(job, "stop_handler")},
+          {"on", store.integer(job, "stop_action") == FLOW_start_action ? "start" : "complete"},
+          {"code", store.integer(job, "stop_code")},
+          {"text", store.text(job, "stop_text")}};
+}
+
+}  // namespace
+
 void write_jobs(Site& site, JsonStream& stream) {
   Store& store = site.store();
   write_each(store, "Job", stream, [&](tag job) -> Json {
     return {{"tag", job},
             {"name", store.text(job, "object_name")},
             {"process_template", object_label(store, store.reference(job, "process_template"))},
+            {"stop", describe_stop(store, job)},
             {"root", describe_task(store, flow::root_task_of(job))}};
   });
 }

@@ -5,8 +5,10 @@
 #include <set>
 
 #include "change.h"
+#include "error_stack.h"
 #include "failure.h"
 #include "flow_handlers.h"
+#include "flow_stops.h"
 #include "ork/flow.h"
 #include "ork/signoff.h"
 #include "os.h"
@@ -227,6 +229,7 @@ class JobRun {
     for (const tag task : tasks) {
       change.set(task, "state", state);
     }
+    forget_stop(change, job_);
     change.commit();
   }
 
@@ -241,13 +244,42 @@ class JobRun {
         continue;
       }
       const std::string& text = std::get<std::string>(arguments[i]);
-      call_handler(std::get<std::string>(names[i]), {task, action, proposed_state, text.c_str()});
+      call_or_stop(std::get<std::string>(names[i]), {task, action, proposed_state, text.c_str()});
       session();  // refuses to go on without one
       if (!store().exists(job_)) {
         return false;
       }
     }
     return true;
+  }
+
+  /** Calls a handler; when it fails, the job remembers that. */
+  static void call_or_stop(const std::string& name, const FLOW_action_message_s& message) {
+    const ErrorEntry* const newest = errors().empty() ? nullptr : &errors().back();
+    try {
+      call_handler(name, message);
+    } catch (const Failure& failure) {
+      try {
+        record_stop({message.task, name, message.action, failure.status(),
+                     stop_text(name, failure, newest)});
+      } catch (const std::exception&) {
+        // The job, the session or the site is gone, or cannot be written: the failure tells more.
+      }
+      throw;
+    }
+  }
+
+  /** What the handler itself has said of its failure goes before what is said of it. */
+  static std::string stop_text(const std::string& handler, const Failure& failure,
+                               const ErrorEntry* newest_before) {
+    for (auto entry = errors().rbegin(); entry != errors().rend() && &*entry != newest_before;
+         ++entry) {
+      if (entry->code == failure.status()) {
+        return entry->text;
+      }
+    }
+    const bool tells_only_where = failure.detail().starts_with("handler " + handler + " on task ");
+    return text_with_detail(failure.status(), tells_only_where ? "" : failure.detail());
   }
 
   tag job_;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "change.h"
 #include "failure.h"
 #include "flow_engine.h"
+#include "handler_watch.h"
 #include "ork/wso.h"
 #include "os.h"
 #include "site.h"
@@ -116,10 +118,21 @@ struct OwnHandler {
 constexpr OwnHandler own_handlers[] = {{"clear-release-status", clear_release_status},
                                        {"set-release-status", set_release_status}};
 
-std::map<std::string, FLOW_handler>& registered() {
+struct Registered {
+  FLOW_handler handler = nullptr;
+  std::string library; /**< empty for one of the program itself */
+};
+
+std::map<std::string, Registered>& registered() {
   // Never destroyed: programs may call the platform while they end.
-  static auto& handlers = *new std::map<std::string, FLOW_handler>;
+  static auto& handlers = *new std::map<std::string, Registered>;
   return handlers;
+}
+
+/** The library that is being loaded; empty for none. */
+std::string& loading() {
+  static std::string& path = *new std::string;
+  return path;
 }
 
 /** Calls a handler of a program, which may throw anything. */
@@ -141,13 +154,13 @@ void register_handler(const std::string& name, FLOW_handler handler) {
   if (handler == nullptr) {
     registered().erase(name);
   } else {
-    registered()[name] = handler;
+    registered()[name] = {handler, loading()};
   }
 }
 
 std::vector<std::string> handler_names() {
   std::vector<std::string> names;
-  for (const auto& [name, handler] : registered()) {
+  for (const auto& [name, entry] : registered()) {
     names.push_back(name);
   }
   for (const OwnHandler& own : own_handlers) {
@@ -159,11 +172,13 @@ std::vector<std::string> handler_names() {
   return names;
 }
 
-void call_handler(const std::string& name, const FLOW_action_message_s& message) {
+namespace {
+
+void call_by_name(const std::string& name, const FLOW_action_message_s& message) {
   const auto found = registered().find(name);
   if (found != registered().end()) {
     const std::string task_name = store().text(message.task, "object_name");
-    const int status = call_foreign(found->second, name, message);
+    const int status = call_foreign(found->second.handler, name, message);
     if (status != ORK_ok) {
       refuse(status, "handler " + name + " on task " + task_name);
     }
@@ -178,8 +193,39 @@ void call_handler(const std::string& name, const FLOW_action_message_s& message)
   refuse(FLOW_unknown_handler, name);
 }
 
+}  // namespace
+
+void call_handler(const std::string& name, const FLOW_action_message_s& message) {
+  WatchedCall call(name, message);
+  try {
+    call_by_name(name, message);
+  } catch (const Failure& failure) {
+    call.end(failure.status());
+    throw;
+  }
+  call.end(ORK_ok);
+}
+
+namespace {
+
+using Register = int (*)();
+
+/** It may throw anything. */
+int call_registration(Register register_all, const std::string& path) {
+  std::string thrown;
+  try {
+    return register_all();
+  } catch (const std::exception& exception) {
+    thrown = std::string(": ") + exception.what();
+  } catch (...) {
+  }
+  loading().clear();
+  refuse(FLOW_cannot_load_handlers, path + ": ORK_register_handlers threw an exception" + thrown);
+}
+
+}  // namespace
+
 void load_handlers(const std::string& path) {
-  using Register = int (*)();
   std::string error;
   if (path.empty()) {
     refuse(FLOW_cannot_load_handlers, "the path is empty");
@@ -189,10 +235,23 @@ void load_handlers(const std::string& path) {
   if (register_all == nullptr) {
     refuse(FLOW_cannot_load_handlers, error);
   }
-  if (const int status = register_all(); status != ORK_ok) {
+  const std::string outer = std::exchange(loading(), path);
+  const int status = call_registration(register_all, path);
+  loading() = outer;
+  if (status != ORK_ok) {
     refuse(FLOW_cannot_load_handlers,
            path + ": ORK_register_handlers returned " + std::to_string(status));
   }
+}
+
+std::vector<std::string> handlers_of_library(const std::string& path) {
+  std::vector<std::string> names;
+  for (const auto& [name, entry] : registered()) {
+    if (entry.library == path) {
+      names.push_back(name);
+    }
+  }
+  return names;
 }
 
 }  // namespace host::flow

@@ -20,4 +20,7 @@ void call_handler(const std::string& name, const FLOW_action_message_s& message)
 /** Loads a library of handlers and lets it register them. */
 void load_handlers(const std::string& path);
 
+/** Names of the handlers that a library has registered when it was loaded, sorted. */
+std::vector<std::string> handlers_of_library(const std::string& path);
+
 }  // namespace host::flow

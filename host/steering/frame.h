@@ -60,7 +60,7 @@ int framed(const char* name, Recorded recorded, Body&& body) noexcept {
     body();
   });
   if (steered) {
-    steering().end(entry, status);
+    steering().end(name, recorded == Recorded::yes, entry, status);
   }
   return status;
 }

@@ -113,7 +113,16 @@ void Steering::stop_journal() {
   update_active();
 }
 
+void Steering::observe(Observer observer) {
+  observer_ = std::move(observer);
+  keep_origins();
+  update_active();
+}
+
 void Steering::begin(const char* operation, bool recorded, std::size_t* entry) {
+  if (observer_ && recorded) {
+    observer_(operation, false, ORK_ok);
+  }
   if (recorded && !outside().problem.empty()) {
     refuse(ORK_invalid_argument, outside().problem);
   }
@@ -146,7 +155,10 @@ void Steering::begin(const char* operation, bool recorded, std::size_t* entry) {
   refuse(due, std::string("injected into ") + operation);
 }
 
-void Steering::end(std::size_t entry, int status) noexcept {
+void Steering::end(const char* operation, bool recorded, std::size_t entry, int status) noexcept {
+  if (observer_ && recorded) {
+    observer_(operation, true, status);
+  }
   if (entry >= journal_.size()) {
     return;
   }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -28,6 +29,15 @@ class Steering {
   void start_journal();
   void stop_journal();
 
+  /** Is told of each call that the journal counts when it begins, and when it has ended. */
+  using Observer = std::function<void(const char* operation, bool has_ended, int status)>;
+
+  /** Finds out anew whether any of it is on: origins may be kept by now. */
+  void look_again() { update_active(); }
+
+  /** Sets who is told from now on; has origins kept, which callers want to hear of. */
+  void observe(Observer observer);
+
   struct Entry {
     const char* operation;
     int status;
@@ -40,7 +50,7 @@ class Steering {
    * @param[out] entry what `end` wants.
    */
   void begin(const char* operation, bool recorded, std::size_t* entry);
-  void end(std::size_t entry, int status) noexcept;
+  void end(const char* operation, bool recorded, std::size_t entry, int status) noexcept;
 
   /** What `begin` sets for a call that is not in the journal. */
   static constexpr std::size_t no_entry = static_cast<std::size_t>(-1);
@@ -53,7 +63,8 @@ class Steering {
   };
 
   void update_active() {
-    active_ = recording_ || !faults_.empty() || !delays_.empty() || reports_origins();
+    active_ = recording_ || observer_ != nullptr || !faults_.empty() || !delays_.empty() ||
+              reports_origins();
   }
 
   bool active_ = false;
@@ -61,6 +72,7 @@ class Steering {
   std::vector<Fault> faults_;
   std::map<std::string, int, std::less<>> delays_;
   std::vector<Entry> journal_;
+  Observer observer_;
 };
 
 Steering& steering();

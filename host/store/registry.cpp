@@ -36,6 +36,7 @@ constexpr int name_length = 128;
 constexpr int type_name_length = 32;
 constexpr int description_length = 240;
 constexpr int handler_arguments_length = 4000;
+constexpr int stop_text_length = 1000;
 
 AttributeDefinition text(const char* name, int max_length) {
   return {name, Kind::text, false, max_length};
@@ -164,6 +165,8 @@ constexpr int errors[] = {
     FLOW_unknown_task_type,
     FLOW_cannot_load_handlers,
     FLOW_argument_missing,
+    FLOW_handler_died,
+    FLOW_handler_hung,
     FLOW_target_object_not_attached,
     SIGNOFF_not_a_signoff,
     SIGNOFF_not_the_member,
@@ -362,7 +365,11 @@ const std::vector<ClassDefinition>& built_in_classes() {
        0},
       {"Job",
        "WorkspaceObject",
-       {one("process_template", Kind::reference), one("root_task", Kind::reference)},
+       {one("process_template", Kind::reference), one("root_task", Kind::reference),
+        // What has stopped it (flow_stops.h).
+        one("stop_task", Kind::reference), text("stop_handler", name_length),
+        one("stop_action", Kind::integer), one("stop_code", Kind::integer),
+        text("stop_text", stop_text_length), one("stop_date", Kind::date)},
        {},
        0},
       {"Signoff",

@@ -16,12 +16,20 @@ namespace {
 
 using Sizes = std::pmr::unordered_map<void*, size_t>;
 
+/** What is kept of a block where origins are. */
+struct Note {
+  Origin origin;
+  std::uint64_t number = 0;
+  bool is_told = false;
+};
+
 struct Heap {
   // Entries come from a pool of their own, since there is one for each block.
   std::pmr::unsynchronized_pool_resource entries;
   Sizes sizes{&entries};
   size_t bytes = 0;
-  std::unordered_map<void*, Origin> origins; /**< where they are wanted */
+  std::unordered_map<void*, Note> notes; /**< where origins are kept */
+  std::uint64_t next_number = 1;
   int calls_to_failure = 0;
   std::mutex mutex; /**< blocks are anybody's: no status could refuse other threads */
 };
@@ -69,7 +77,7 @@ void* allocate_locked(std::size_t size) {
   try {
     heap().sizes.emplace(block, size);
     if (reports_origins()) {
-      heap().origins[block] = this_origin();
+      heap().notes[block] = {this_origin(), heap().next_number++};
     }
   } catch (const std::bad_alloc&) {
     heap().sizes.erase(block);
@@ -99,13 +107,13 @@ void* reallocate(const char* operation, void* block, std::size_t size, std::size
     return nullptr;
   }
   *old_size = entry->second;
-  auto origin = heap().origins.extract(block);
+  auto note = heap().notes.extract(block);
   void* moved = resize(block, size);
-  if (origin) {
+  if (note) {
     if (moved != nullptr) {
-      origin.key() = moved;
+      note.key() = moved;
     }
-    heap().origins.insert(std::move(origin));
+    heap().notes.insert(std::move(note));
   }
   if (moved == nullptr) {
     return nullptr;
@@ -131,7 +139,7 @@ void release(const char* operation, void* block) {
   }
   heap().bytes -= entry->second;
   sizes.erase(entry);
-  heap().origins.erase(block);
+  heap().notes.erase(block);
   std::free(block);
 }
 
@@ -145,13 +153,33 @@ void report_blocks() {
     const auto lock = locked();
     BlocksByOrigin left;
     for (const auto& [block, size] : heap().sizes) {
-      const auto origin = heap().origins.find(block);
-      auto& [count, bytes] = left[origin != heap().origins.end() ? origin->second : Origin()];
+      const auto note = heap().notes.find(block);
+      auto& [count, bytes] = left[note != heap().notes.end() ? note->second.origin : Origin()];
       ++count;
       bytes += size;
     }
     return left;
   });
+}
+
+std::uint64_t next_number() {
+  const auto lock = locked();
+  return heap().next_number;
+}
+
+BlocksByOrigin take_left_since(std::uint64_t number) {
+  const auto lock = locked();
+  BlocksByOrigin left;
+  for (auto& [block, note] : heap().notes) {
+    if (note.number < number || note.is_told) {
+      continue;
+    }
+    note.is_told = true;
+    auto& [count, bytes] = left[note.origin];
+    ++count;
+    bytes += heap().sizes.at(block);
+  }
+  return left;
 }
 
 std::size_t block_count() {

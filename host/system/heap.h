@@ -7,6 +7,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+
+#include "origin.h"
 
 namespace host::heap {
 
@@ -29,6 +32,15 @@ void fail_allocation(int nth);
 
 /** Has the process tell what was not freed when it ends, see origin.h. */
 void report_blocks();
+
+/** The number of the next block whose origin is kept; they are numbered as they are handed out. */
+std::uint64_t next_number();
+
+/**
+ * What was not freed of the blocks from a number on. Each is told of once: who asks for what came
+ * before asks for the rest.
+ */
+BlocksByOrigin take_left_since(std::uint64_t number);
 
 /** What was not freed. */
 std::size_t block_count();

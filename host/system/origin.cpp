@@ -1,6 +1,7 @@
 #include "origin.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
@@ -83,6 +84,11 @@ void write_report() {
   }
 }
 
+std::atomic<bool>& origins_are_kept() {
+  static std::atomic<bool> are_kept = os::environment("ORK_HOST_BLOCKS") == "report";
+  return are_kept;
+}
+
 /** From the start of the program on, so that no function is missed that it is in. */
 const bool is_started = reports_origins() && observe_calls();
 
@@ -95,8 +101,11 @@ std::string origin_text(const Origin& origin) {
 }
 
 bool reports_origins() {
-  static const bool wanted = os::environment("ORK_HOST_BLOCKS") == "report";
-  return wanted;
+  return origins_are_kept().load(std::memory_order_relaxed);
+}
+
+void keep_origins() {
+  origins_are_kept().store(true, std::memory_order_relaxed);
 }
 
 Origin this_origin() {

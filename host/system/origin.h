@@ -2,7 +2,8 @@
  * @file
  * Inside what a caller has got something that it is to give back: which of the platform's
  * operations, and which traced function of the program. With `ORK_HOST_BLOCKS=report` it is kept
- * of each block and lock, and what was never given back is told when the process ends.
+ * of each block and lock, and what was never given back is told when the process ends. Programs
+ * that watch handlers have it kept, too.
  */
 #pragma once
 
@@ -23,8 +24,11 @@ struct Origin {
 /** "OPERATION inside FUNCTION" */
 std::string origin_text(const Origin& origin);
 
-/** Whether the environment wants the report. */
+/** Whether origins are kept: the environment wants the report, or a program asks what is left. */
 bool reports_origins();
+
+/** Has origins kept from now on. */
+void keep_origins();
 
 /** Where the calling thread is. */
 Origin this_origin();

@@ -41,6 +41,8 @@ enum {
   FLOW_unknown_task_type = 33015,         /**< there is no such type of task */
   FLOW_cannot_load_handlers = 33016,      /**< the library of handlers cannot be used */
   FLOW_argument_missing = 33017,          /**< a handler lacks an argument */
+  FLOW_handler_died = 33018,              /**< the process ended while a handler ran */
+  FLOW_handler_hung = 33019,              /**< a handler took longer than it was given */
   FLOW_target_object_not_attached = 33030 /**< the job has no targets */
 };
 

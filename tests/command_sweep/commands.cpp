@@ -126,6 +126,7 @@ const std::vector<Command>& commands() {
     {{"form", "get", "P/A", "material"}},
     {{"form", "set", "P/A", "material=brass", "weight=2.5"}},
     {{"form", "set", "Frame", "material=brass", "--reference", "Mass"}},
+    {{"handler", "list", TEST_HANDLERS}},
     {{"handler", "run", TEST_HANDLERS, "--job", "J", "--handler", "do-nothing"}, {start}},
     {{"host", "init", "{out}/new.db", "--seed", "{files}/seed.json"}},
     {{"host", "seed", "{site}", "{files}/seed.json"}},

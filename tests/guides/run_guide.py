@@ -4,8 +4,8 @@
 Does what a guide says, in an empty folder with the programs of an installation, and compares what comes
 out. A block of code behind a line that ends with "`NAME`:" is a file of that name. In blocks of `console`,
 lines that begin with "$ " are commands, those with "> " go on with them, and what follows is what they
-print; a line "..." stands for any lines. Lines of the library's sources, times, numbers of events, process
-ids in names of recordings and blanks at the end of a line may differ; the folder is shown as
+print; a line "..." stands for any lines. Lines of the library's sources, times, numbers of events and jobs,
+process ids in names of recordings and blanks at the end of a line may differ; the folder is shown as
 /home/alice/try. Every command must succeed; one that is to fail says so: `false; echo "exit code $?"`.
 With --write the guide gets what its commands print now.
 """
@@ -59,7 +59,7 @@ class Shell:
 # What differs from run to run, or with each change of the library.
 VARYING = re.compile(
     r"(?<=\.cpp:)\d+|(?<=\.cpp Line:)\d+|(?<=event )\d+|(?<=-)\d+(?=\.rec\b)"
-    r"|\d{4}-\d\d-\d\d \d\d:\d\d|[\d.]+ (?:n|u|µ|m)?s\b"
+    r"|(?<=#)\d+|\d{4}-\d\d-\d\d \d\d:\d\d|[\d.]+ (?:n|u|µ|m)?s\b"
 )
 
 

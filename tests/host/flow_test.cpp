@@ -364,6 +364,46 @@ TEST_F(Flow, AHandlerThatFailsStopsTheJobWhereItIs) {
   EXPECT_EQ(describe("locks"), "[]");
 }
 
+TEST_F(Flow, AStopIsRememberedUntilTheJobGoesOn) {
+  const auto stop = [](tag job) {
+    std::string text;
+    for (const char* attribute :
+         {"stop_task", "stop_handler", "stop_action", "stop_code", "stop_text", "object_desc"}) {
+      text += ask(OBJ_UIF_get_value, job, attribute) + "|";
+    }
+    return text;
+  };
+  handlers().act = [](const FLOW_action_message_s* message) {
+    const tag job = ask(FLOW_get_job, message->task);
+    EXPECT_EQ(OBJ_set_value_string(job, "object_desc", "half done"), ORK_ok) << last_error();
+    EXPECT_EQ(ERR_store_error_s1(ERR_severity_error, 4711, "own words"), ORK_ok);
+    return 4711;
+  };
+  tag job = NULLTAG;
+  EXPECT_EQ(start("Straight", {}, &job), 4711);
+  EXPECT_EQ(stop(job), "Inner|act|1|4711|Unknown error code 4711: own words||")
+      << "and what the handler has not saved is not saved with it";
+
+  const tag inner = task(job, "Inner");
+  EXPECT_EQ(ork_host_stop_job(inner, "act", FLOW_complete_action, 1, ""), FLOW_task_is_over);
+  EXPECT_EQ(ork_host_stop_job(inner, "act", FLOW_perform_action, 1, ""), ORK_invalid_argument);
+  EXPECT_EQ(ork_host_stop_job(job, "act", FLOW_start_action, 1, ""), FLOW_not_a_task);
+  // A text that is too long is cut between characters.
+  const std::string umlauts = [] {
+    std::string text = "x";
+    for (int i = 0; i < 2000; ++i) {
+      text += "\u00e4";
+    }
+    return text;
+  }();
+  EXPECT_EQ(ork_host_stop_job(inner, "act", FLOW_start_action, FLOW_handler_died, umlauts.c_str()),
+            ORK_ok);
+  EXPECT_THAT(stop(job), AllOf(HasSubstr("33018"), HasSubstr("\u00e4||")));
+  handlers().act = nullptr;
+  EXPECT_EQ(FLOW_continue_job(job), ORK_ok) << last_error();
+  EXPECT_EQ(stop(job), "||||||");
+}
+
 TEST_F(Flow, HandlersMayDoAnythingToTheirJob) {
   static tag job_of_handler;
   const auto remember = [](const FLOW_action_message_s* message) {

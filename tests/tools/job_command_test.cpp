@@ -89,9 +89,10 @@ TEST_F(JobCommands, AJobFromItsStartToItsEnd) {
 
 TEST_F(JobCommands, HandlersOfALibraryAreCalled) {
   const std::string library = TEST_HANDLERS;
-  expect_refusal(job({"start", "Decided", "--name", "D-1", "--target", "100"}), 1,
-                 "job D-1 was stopped (There is no such workflow handler in this program: "
-                 "test-decide)");
+  expect_refusal(
+      job({"start", "Decided", "--name", "D-1", "--target", "100"}), 1,
+      "job D-1 was stopped at task Decide by handler test-decide, called on start (There "
+      "is no such workflow handler in this program: test-decide)");
   EXPECT_THAT(done({"continue", "D-1", "--handlers", library}),
               AllOf(HasSubstr("D-1  Completed"), HasSubstr("result false")));
   EXPECT_THAT(done({"start", "Decided", "--name", "D-2", "--target", "100", "--target", "200",
@@ -108,7 +109,7 @@ TEST_F(JobCommands, HandlersOfALibraryAreCalled) {
   EXPECT_EQ(job({"show", "R", "--json"}).json()["root"]["tasks"][1]["result"], 2);
   expect_refusal(on_site({"handler", "run", library, "--job", "R", "--handler", "test-decide",
                           "--task", "Large?", "--argument", "fail=yes"}),
-                 1, "handler test-decide failed (Unknown error code 4711: handler test-decide on");
+                 1, "handler test-decide failed on task Large? (Unknown error code 4711): mend it");
   expect_refusal(on_site({"handler", "run", library, "--job", "R", "--handler", "none"}), 1,
                  "There is no such workflow handler");
   expect_refusal(on_site({"handler", "run", library, "--job", "R", "--task", "none"}), 1,

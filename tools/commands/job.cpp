@@ -31,21 +31,51 @@ Json what_is_left_at_last(tag job) {
   }
 }
 
+/** What stops a job when one of its handlers fails with a status; null when that is not why. */
+Json stop_with(tag job, int status) {
+  try {
+    const Json stop = job_stop(job);
+    return stop.is_null() || stop["code"] != status ? Json() : stop;
+  } catch (const Error&) {
+    forget_failures();
+    return {};
+  }
+}
+
+/** @param status what running the job came to, no success. */
+[[noreturn]] void throw_failed_run(tag job, int status, const std::string& what,
+                                   const std::string& advice) {
+  const Error failure = failure_error(status, what, advice);
+  forget_failures();
+  const Json stop = stop_with(job, status);
+  if (stop.is_null()) {
+    throw failure;
+  }
+  FailedHandler handler;
+  handler.name = stop["handler"];
+  handler.task = stop["task"].is_null() ? "" : stop["task"];
+  handler.job = display_value(job, "object_name");
+  handler.action = stop["on"];
+  const std::string problem = "job " + handler.job + " was stopped " + stop_text(stop);
+  throw handler_failure(failure, status, problem, std::move(handler));
+}
+
 }  // namespace
 
 void require_changed(int status, const std::string& what) {
   require_success(status, what, "see what the job is at with \"zolp job show\"");
 }
 
-void require_run(int status, const std::string& what) {
+void require_run(tag job, int status, const std::string& what) {
   if (status == ORK_ok) {
-    forget_failures();
+    return forget_failures();
   }
-  require_changed(status, what);
+  throw_failed_run(job, status, what, "see what the job is at with \"zolp job show\"");
 }
 
 void print(const Json& json, bool as_json, void (*print_text)(const Json&)) {
   if (as_json) {
+    const OwnOutput output;
     print_json(json);
   } else {
     print_text(json);
@@ -62,12 +92,12 @@ std::vector<tag> find_objects(const std::vector<std::string>& ids) {
   return objects;
 }
 
-void require_not_stopped(int status, const JobOptions& options) {
+void require_not_stopped(tag job, int status, const JobOptions& options) {
   if (status == ORK_ok) {
     return forget_failures();
   }
-  require_success(status, "job " + options.job + " was stopped",
-                  "mend the cause and run it on with \"zolp job continue\"");
+  throw_failed_run(job, status, "job " + options.job + " was stopped",
+                   "mend the cause and run it on with \"zolp job continue\"");
 }
 
 void show_what_is_left(tag job, const JobOptions& options) {
@@ -83,16 +113,32 @@ JobCommand add_job_command(CommandParser& group, const char* name, const char* d
                            void (*action)(const JobOptions&)) {
   CommandParser& command = group.add_command(name, description);
   const auto options = std::make_shared<JobOptions>();
-  command
-      .add_option("--handlers", options->handlers,
-                  "Library of workflow handlers to load; may be repeated")
-      .type_name("LIBRARY")
-      .take_all();
-  work_in_session(command, options, [action](const JobOptions& given) {
-    for (const std::string& library : given.handlers) {
-      load_handlers(library);
+  const OptionParser handlers =
+      command
+          .add_option("--handlers", options->handlers,
+                      "Library of workflow handlers to load; may be repeated")
+          .type_name("LIBRARY")
+          .take_all();
+  add_handler_settings(command, options->handler_settings);
+  command.option("--timeout").needs(handlers);
+  command.option("--in-process").needs(handlers);
+  add_login_options(command, options->login);
+  command.add_flag("--json", options->json, "Print JSON");
+  command.callback([&command, options, action] {
+    const auto work = [&] {
+      in_session(command, options->login, [&] {
+        for (const std::string& library : options->handlers) {
+          load_handlers(library);
+        }
+        action(*options);
+      });
+    };
+    if (options->handlers.empty()) {
+      return work();
     }
-    action(given);
+    do_with_handlers({options->handler_settings, options->json,
+                      [options] { return site_file(options->login.site); }},
+                     work);
   });
   return {command, options};
 }
@@ -120,7 +166,11 @@ Examples:
   zolp job start Release --name R-17 --target GB-1000/C --host site.db
   zolp job show R-17 --host site.db               where it stands, and why
   zolp job signoff R-17 --decision approve -u=alice -g=engineering --host site.db
-  zolp job continue R-17 --host site.db           after the cause of a stop is mended
+  zolp job continue R-17 --handlers ./libcheck.so --timeout 60 --host site.db
+                                                  after the cause of a stop is mended
+
+Handlers run in a process of their own: one that crashes, hangs or ends the program
+stops its job, and is named with its last calls.
 
 "zolp job COMMAND --help" says more about each command.)");
   add_job_start(group);

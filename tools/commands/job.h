@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "command_line/parser.h"
+#include "handler_work.h"
 #include "jobs.h"
 #include "login.h"
 #include "picture.h"
@@ -16,6 +17,7 @@ struct JobOptions {
   std::string job, process_template, description, task, decision, comment, result;
   std::vector<std::string> targets, references, added, removed, handlers;
   bool json = false;
+  HandlerSettings handler_settings;
   PictureOptions picture;
   LoginOptions login;
 };
@@ -24,10 +26,11 @@ struct JobOptions {
 void require_changed(int status, const std::string& what);
 
 /**
- * The same for an operation that runs handlers: its status tells all, and failures that handlers
- * have left on the error stack they have dealt with.
+ * The same for an operation that runs handlers of a job: its status tells all, and failures that
+ * handlers have left on the error stack they have dealt with. A failure of a handler is told with
+ * the handler and its task.
  */
-void require_run(int status, const std::string& what);
+void require_run(tag job, int status, const std::string& what);
 
 /** Prints something as JSON or as a text. */
 void print(const Json& json, bool as_json, void (*print_text)(const Json&));
@@ -37,7 +40,7 @@ void show(tag job, const JobOptions& options);
 std::vector<tag> find_objects(const std::vector<std::string>& ids);
 
 /** Tells of a handler that has stopped a job. */
-void require_not_stopped(int status, const JobOptions& options);
+void require_not_stopped(tag job, int status, const JobOptions& options);
 
 /**
  * Shows a job after a change; a handler may have deleted the job that it ran in. The change is made

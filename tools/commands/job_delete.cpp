@@ -11,12 +11,11 @@ namespace {
 
 void remove(const JobOptions& options) {
   const tag job = find_job(options.job);
-  const Json deleted = options.json ? job_summary(job) : Json();
+  const Json deleted = {{"deleted", job_summary(job)}};
   require_changed(ZOLP_deleteJob(job), "job " + options.job + " is not deleted");
-  if (options.json) {
-    return print_json({{"deleted", deleted}});
-  }
-  std::puts(printable("deleted " + options.job).c_str());
+  print(deleted, options.json, [](const Json& card) {
+    std::puts(printable("deleted " + card["deleted"]["name"].get<std::string>()).c_str());
+  });
 }
 
 }  // namespace

@@ -8,7 +8,8 @@ namespace {
 
 void refresh(const JobOptions& options) {
   const tag job = find_job(options.job);
-  require_run(ZOLP_refresh_entire_job(job), "job " + options.job + " is not up to date");
+  const int status = ZOLP_refresh_entire_job(job);
+  require_run(job, status, "job " + options.job + " is not up to date");
   show(job, options);
 }
 

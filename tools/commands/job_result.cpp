@@ -37,7 +37,7 @@ void set_result(const JobOptions& options) {
   const std::string problem = "the result of " + options.task + " is not taken";
   Change change;
   require_changed(ZOLP_set_condition_task_result(task, result), problem);
-  require_run(change.keep(), problem + ", or stopped the job");  // the job goes on
+  require_run(job, change.keep(), problem + ", or stopped the job");  // the job goes on
   show_what_is_left(job, options);
 }
 

@@ -10,10 +10,15 @@ namespace tool {
 namespace {
 
 void print_jobs(const Json& jobs) {
-  Table table({"number", "name", "template", "owner", "state", "release level"});
+  Table table({"number", "name", "template", "owner", "state", "release level", "stopped"});
   for (const Json& job : jobs) {
+    const Json& stop = job["stop"];
+    const std::string why = stop.is_null()
+                                ? ""
+                                : stop_text(stop) + ": " + std::to_string(stop["code"].get<int>()) +
+                                      " " + stop["text"].get<std::string>();
     table.add_row({job["number"], job["name"], job["template"], job["owner"], job["state"],
-                   job["release_level"]});
+                   job["release_level"], why});
   }
   table.print();
 }

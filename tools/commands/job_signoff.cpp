@@ -83,7 +83,8 @@ void sign_off(const JobOptions& options) {
     throw Error("review " + name_of_level + " has no signoff for this user",
                 "log in as one of its members");
   }
-  require_run(status, "the decision on " + name_of_level + " is not taken, or stopped the job");
+  require_run(job, status,
+              "the decision on " + name_of_level + " is not taken, or stopped the job");
   show_what_is_left(job, options);
 }
 

@@ -61,7 +61,7 @@ void start(const JobOptions& options) {
   if (status != ORK_ok && !exists(job)) {
     require_changed(status, problem);
   }
-  require_not_stopped(status, options);
+  require_not_stopped(job, status, options);
   show_what_is_left(job, options);
 }
 
