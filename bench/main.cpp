@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
   bench::add_array_benchmarks();
   bench::add_call_frame_benchmarks(folder);
   bench::add_clone_benchmarks();
+  bench::add_command_benchmarks();
   bench::add_release_list_benchmarks();
   bench::add_filter_benchmarks();
   bench::add_job_benchmarks();

@@ -32,6 +32,10 @@ if(TARGET zolp)
     DIRECTORY "${PROJECT_BINARY_DIR}/manual/"
     DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
     COMPONENT tools)
+  install(
+    DIRECTORY "${PROJECT_BINARY_DIR}/schemas"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zolp"
+    COMPONENT tools)
   foreach(completion IN ITEMS zolp:bash-completion/completions _zolp:zsh/vendor-completions
                               zolp.fish:fish/vendor_completions.d)
     string(REGEX MATCH "(.*):(.*)" completion "${completion}")

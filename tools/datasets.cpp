@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "error.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/dset.h"
 #include "ork/file.h"
@@ -169,18 +170,17 @@ Json dataset_card(tag dataset) {
     if (is_file(reference.object)) {
       entry["file"] = describe_file(reference.object);
     } else {
-      entry["object"] = id_of(reference.object);
-      entry["class"] = class_of(reference.object);
+      entry["object"] = object_json(reference.object);
     }
     references.push_back(std::move(entry));
   }
-  return {{"name", name_of(dataset)},
-          {"type", type_of(dataset)},
-          {"description", display_value(dataset, "object_desc")},
-          {"owner", display_value(dataset, "owning_user")},
-          {"tool", tool_name.data()},
-          {"format", format.data()},
-          {"references", references}};
+  Json card = object_json(dataset);
+  card["description"] = display_value(dataset, "object_desc");
+  card["owner"] = display_value(dataset, "owning_user");
+  card["tool"] = tool_name.data();
+  card["format"] = format.data();
+  card["references"] = std::move(references);
+  return card;
 }
 
 }  // namespace tool

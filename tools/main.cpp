@@ -150,6 +150,7 @@ int run(int argc, char** argv) {
   tool::add_trace_commands(program);
   tool::add_completion_commands(program);
   tool::add_manual_command(program);
+  tool::add_schema_command(program);
   int exit_code = tool::exit_ok;
   try {
     exit_code = program.parse(argc, argv);
@@ -161,7 +162,8 @@ int run(int argc, char** argv) {
                       (reads_list ? "work on a smaller list" : "make room for the program"),
                   tool::exit_failure);
   }
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+  const bool is_printed = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  if (!is_printed && !tool::is_interrupted()) {
     return report("cannot write to standard output: check where it goes", tool::exit_failure);
   }
   return exit_code;

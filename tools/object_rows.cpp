@@ -5,6 +5,7 @@
 #include "error.h"
 #include "failures.h"
 #include "host/ork_host.h"
+#include "object_json.h"
 #include "objects.h"
 #include "zolp_orktool.h"
 
@@ -20,12 +21,11 @@ void ObjectRows::add(tag object) {
   try {
     std::array<char, ZOLP_NAME_SIZE + 1> status{};
     require(ZOLP_ask_latest_status(object, status.data()), "the release status of an object");
-    print({{"id", id_of(object)},
-           {"class", class_of(object)},
-           {"type", type_of(object)},
-           {"owner", owner_of(object).user},
-           {"status", status.data()},
-           {"error", nullptr}});
+    Json row = told_of(object);
+    row["owner"] = owner_of(object).user;
+    row["status"] = status.data();
+    row["error"] = nullptr;
+    print(row);
   } catch (const Error&) {
     add_unreadable(object, failure_text(ORK_ok));
   }
@@ -33,11 +33,28 @@ void ObjectRows::add(tag object) {
 
 void ObjectRows::add_unreadable(tag object, const std::string& why) {
   const std::string id = known_as(object);
-  print({{"id", id}, {"class", ""}, {"type", ""}, {"owner", ""}, {"status", ""}, {"error", why}});
+  print({{"tag", object},
+         {"id", id},
+         {"item", nullptr},
+         {"revision", nullptr},
+         {"name", ""},
+         {"class", ""},
+         {"type", ""},
+         {"owner", ""},
+         {"status", ""},
+         {"error", why}});
   if (unreadable_++ == 0) {
     first_unreadable_ = id + " (" + why + ")";
   }
   forget_failures();
+}
+
+/** What a row begins with; a table shows less than JSON, and costs less. */
+Json ObjectRows::told_of(tag object) const {
+  if (json_) {
+    return object_json(object);
+  }
+  return {{"id", id_of(object)}, {"class", class_of(object)}, {"type", type_of(object)}};
 }
 
 void ObjectRows::print(const Json& row) {

@@ -11,10 +11,10 @@
 namespace tool {
 
 /**
- * Prints objects as rows, one after the other: id, class, type, owner and latest status. One that
- * cannot be read does not keep the others from being listed: it has an `error`, which is null for
- * those, and its number for an id. What is read for the rows is forgotten as it goes on, so one
- * state of the site has to be in view.
+ * Prints objects as rows, one after the other: what tells them from others, owner and latest
+ * status. One that cannot be read does not keep the others from being listed: it has an `error`,
+ * which is null for those, and its number for an id. What is read for the rows is forgotten as it
+ * goes on, so one state of the site has to be in view.
  */
 class ObjectRows {
  public:
@@ -27,6 +27,7 @@ class ObjectRows {
   void finish();
 
  private:
+  Json told_of(tag object) const;
   void print(const Json& row);
 
   std::optional<JsonList> json_;

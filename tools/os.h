@@ -79,6 +79,15 @@ std::filesystem::path make_work_folder(const std::filesystem::path& parent);
 /** Lets requests to end the program take effect at the next `was_interrupted`. */
 void watch_for_interruption();
 
+/** While one lives, such a request ends standard input, too, from which nothing may come. */
+class InterruptibleReads {
+ public:
+  InterruptibleReads();
+  ~InterruptibleReads();
+  InterruptibleReads(const InterruptibleReads&) = delete;
+  InterruptibleReads& operator=(const InterruptibleReads&) = delete;
+};
+
 /** Asks whether the user has asked the program to end. A second request ends it at once. */
 bool was_interrupted();
 

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "os.h"
 
@@ -19,16 +20,31 @@ namespace tool::os {
 
 namespace {
 
-volatile sig_atomic_t interrupted = 0; /**< the signal, or 0 */
+volatile sig_atomic_t interrupted = 0;  /**< the signal, or 0 */
+volatile sig_atomic_t empty_input = -1; /**< what takes the place of standard input then, or -1 */
+bool is_watching = false;
+
+void note(int signal_number) {
+  interrupted = signal_number;
+  if (empty_input != -1) {
+    const int earlier = errno;
+    dup2(empty_input, STDIN_FILENO);
+    errno = earlier;
+  }
+}
 
 /** @param flags whether calls of the system that are interrupted go on. */
 void watch(int flags) {
+  is_watching = true;
   struct sigaction action = {};
-  action.sa_handler = [](int signal_number) { interrupted = signal_number; };
+  action.sa_handler = note;
   action.sa_flags = flags | static_cast<int>(SA_RESETHAND);
   for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
     sigaction(signal_number, &action, nullptr);
   }
+  // Nobody reads what is printed any more: that is seen once what has been begun is undone.
+  action.sa_flags = flags;
+  sigaction(SIGPIPE, &action, nullptr);
 }
 
 /** A terminal that does not show what is typed; it shows it again in the end. */
@@ -145,6 +161,23 @@ std::filesystem::path make_work_folder(const std::filesystem::path& parent) {
 
 void watch_for_interruption() {
   watch(SA_RESTART);
+}
+
+InterruptibleReads::InterruptibleReads() {
+  if (is_watching) {
+    empty_input = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    watch(0);
+  }
+}
+
+InterruptibleReads::~InterruptibleReads() {
+  const int earlier = std::exchange(empty_input, -1);
+  if (earlier != -1) {
+    close(earlier);
+  }
+  if (is_watching && !was_interrupted()) {
+    watch(SA_RESTART);
+  }
 }
 
 bool was_interrupted() {

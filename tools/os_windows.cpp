@@ -147,6 +147,11 @@ void watch_for_interruption() {
   static_cast<void>(is_watching);
 }
 
+// Ctrl-C ends what is read from a console by itself; what is read from a pipe ends with its writer,
+// who gets the Ctrl-C as well.
+InterruptibleReads::InterruptibleReads() = default;
+InterruptibleReads::~InterruptibleReads() = default;
+
 bool was_interrupted() {
   return interruptions != 0;
 }

@@ -21,9 +21,11 @@ std::string read_standard_input() {
   os::pass_bytes_unchanged(stdin);
   std::string text;
   std::string block(block_size, '\0');
+  const os::InterruptibleReads reads;
   while (const std::size_t count = std::fread(block.data(), 1, block.size(), stdin)) {
     text.append(block, 0, count);
   }
+  stop_if_interrupted();
   if (std::ferror(stdin) != 0) {
     throw Error("cannot read standard input", "check where it comes from");
   }

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "error.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/bomw.h"
 #include "ork/config.h"
@@ -119,9 +120,10 @@ void draw_line(const Line& line, const Line* before, const std::string& indent,
 
 /** What a line itself says. */
 Json fields_of(const Line& line) {
-  Json fields = {{"item", line.item},         {"revision", line.revision},
-                 {"name", line.name},         {"sequence", line.sequence},
-                 {"quantity", line.quantity}, {"statuses", line.statuses}};
+  Json fields = object_json(line.object);
+  fields["sequence"] = line.sequence;
+  fields["quantity"] = line.quantity;
+  fields["statuses"] = line.statuses;
   if (line.has_hidden) {
     fields["truncated"] = true;
   }
@@ -227,16 +229,13 @@ Line read_line(tag line, int depth, std::vector<tag>* below) {
                              [line](char** text) { return ZOLP_getSequenceNo(line, text); });
   read.quantity = handed_out("the quantity of " + id,
                              [line](char** text) { return ZOLP_getQuantity(line, text); });
-  tag revision = NULLTAG;
-  require(ZOLP_get_bomline_revtag(line, &revision), "the revision of " + id);
-  if (revision != NULLTAG) {
-    read.name = name_of(revision);
-    read.statuses = statuses_of(revision, id);
+  require(ZOLP_get_bomline_revtag(line, &read.object), "the revision of " + id);
+  if (read.object != NULLTAG) {
+    read.statuses = statuses_of(read.object, id);
   } else {
-    tag item = NULLTAG;
-    require(ZOLP_get_bomline_itemtag(line, &item), "the item of " + id);
-    read.name = name_of(item);
+    require(ZOLP_get_bomline_itemtag(line, &read.object), "the item of " + id);
   }
+  read.name = name_of(read.object);
   *below = lines_below(line, id);
   if (depth == 0 && !below->empty()) {
     read.has_hidden = true;

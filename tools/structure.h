@@ -34,6 +34,7 @@ class Window {
 
 /** What a tree shows of a line. */
 struct Line {
+  tag object = NULLTAG; /**< the revision, or the item where no revision is configured */
   std::string item, revision, name, sequence, quantity;
   std::vector<std::string> statuses;
   std::vector<Line> below;

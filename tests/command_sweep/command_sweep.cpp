@@ -10,206 +10,21 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <map>
-#include <nlohmann/json.hpp>
-#include <regex>
-#include <set>
-#include <sstream>
 
 #include "commands.h"
-#include "host/ork_host.h"
-#include "ork/mem.h"
-#include "support/process.h"
-#include "support/temporary_folder.h"
+#include "support/schema_check.h"
+#include "work_place.h"
 
 namespace sweep {
 
 namespace {
 
-namespace fs = std::filesystem;
-using Json = nlohmann::json;
-
 /** The status of an injected failure; the platform has no such code. */
 constexpr const char* injected_status = "987654";
 
-std::string joined(const Arguments& arguments) {
-  std::string text;
-  for (const std::string& argument : arguments) {
-    const bool is_path = argument.find('/') != std::string::npos && fs::exists(argument);
-    text +=
-        (text.empty() ? "" : " ") + (is_path ? fs::path(argument).filename().string() : argument);
-  }
-  return text;
-}
-
-[[noreturn]] void give_up(const std::string& why) {
-  std::fprintf(stderr, "%s\n", why.c_str());
-  std::exit(1);
-}
-
-// -------------------------------------------------------------------------------- the work place
-
-/** A folder with the site that a run works on, one to copy it from, and files. */
-class WorkPlace {
- public:
-  struct Result {
-    int exit_code = -1;
-    std::string out, err;
-  };
-
-  WorkPlace() {
-    fs::create_directory(folder_.path("files"));
-    for (const File& file : files()) {
-      folder_.write("files/" + std::string(file.name), file.contents);
-    }
-    folder_.write("files/seed.json", seed);
-    clear_out();
-    const Result made = run({"host", "init", original_, "--seed", folder_.path("files/seed.json")});
-    if (made.exit_code != 0) {
-      give_up("the site is not made: " + made.err);
-    }
-  }
-
-  /** Runs the program, on the site and with a fault or a journal if need be. */
-  Result run(Arguments arguments, const std::string& site = "", const std::string& variable = "") {
-    for (std::string& argument : arguments) {
-      argument = std::regex_replace(argument, std::regex(R"(\{(files|out)\})"), folder_.path("$1"));
-      argument = std::regex_replace(argument, std::regex(R"(\{site\})"), site);
-    }
-    arguments.insert(arguments.begin(), ZOLP_PROGRAM);
-    test::Launch launch{arguments, environment_, folder_.path("stdout"), folder_.path("stderr")};
-    launch.environment.push_back("ORK_HOST_DB=" + site);
-    if (!variable.empty()) {
-      launch.environment.push_back(variable);
-    }
-    fs::remove(folder_.path("stdout"));
-    fs::remove(folder_.path("stderr"));
-    Result result;
-    result.exit_code = test::Process(launch).wait();
-    result.out = folder_.read("stdout");
-    result.err = folder_.read("stderr");
-    return result;
-  }
-
-  /** Makes the site on which a command's runs start. */
-  void prepare(const Command& command) {
-    copy_site(original_, start_);
-    for (const Arguments& arguments : command.before) {
-      run(arguments, start_);
-    }
-    begin_run();
-    start_contents_ = contents();
-  }
-
-  void begin_run() {
-    copy_site(start_, site_);
-    clear_out();
-  }
-
-  const std::string& site() const { return site_; }
-  const std::string& start_contents() const { return start_contents_; }
-
-  /** What the site holds, as others see it. */
-  std::string contents() const {
-    char* json = nullptr;
-    if (ork_host_open(site_.c_str()) != ORK_ok || ork_host_describe(nullptr, &json) != ORK_ok) {
-      return "no site";
-    }
-    const std::string text = json;
-    MEM_free(json);
-    ork_host_close();
-    return text;
-  }
-
-  /** Names and contents of the files that a command has made. */
-  std::string made_files() const {
-    std::map<std::string, std::string> made;
-    for (const auto& entry : fs::recursive_directory_iterator(folder_.path("out"))) {
-      if (entry.is_regular_file() && entry.path().extension() != ".db") {
-        made[entry.path().filename().string()] =
-            folder_.read("out/" + fs::relative(entry.path(), folder_.path("out")).generic_string());
-      }
-    }
-    std::string text;
-    for (const auto& [name, contents] : made) {
-      text += name + ":\n" + contents;
-    }
-    return text;
-  }
-
-  std::vector<std::string> journal() const {
-    std::vector<std::string> operations;
-    std::istringstream lines(folder_.read("journal"));
-    for (std::string line; std::getline(lines, line);) {
-      operations.push_back(line.substr(0, line.find(' ')));
-    }
-    return operations;
-  }
-
-  std::string journal_variable() const {
-    fs::remove(folder_.path("journal"));
-    return "ORK_HOST_JOURNAL=" + folder_.path("journal");
-  }
-
- private:
-  void clear_out() const {
-    fs::remove_all(folder_.path("out"));
-    fs::create_directory(folder_.path("out"));
-  }
-
-  /** Site file and what stands beside it. */
-  void copy_site(const std::string& from, const std::string& to) const {
-    const std::string from_name = fs::path(from).filename().string();
-    const std::string to_name = fs::path(to).filename().string();
-    std::vector<fs::path> old;
-    std::vector<fs::path> wanted;
-    for (const auto& entry : fs::directory_iterator(fs::path(from).parent_path())) {
-      const std::string name = entry.path().filename().string();
-      if (name.starts_with(to_name)) {
-        old.push_back(entry.path());
-      } else if (name.starts_with(from_name)) {
-        wanted.push_back(entry.path());
-      }
-    }
-    for (const fs::path& path : old) {
-      fs::remove_all(path);
-    }
-    for (const fs::path& path : wanted) {
-      const std::string name = to_name + path.filename().string().substr(from_name.size());
-      fs::copy(path, path.parent_path() / name, fs::copy_options::recursive);
-    }
-  }
-
-  /** The test's own without what steers the program. */
-  static std::vector<std::string> clean_environment() {
-    std::vector<std::string> clean;
-    for (const std::string& variable : test::own_environment()) {
-      const std::string name = variable.substr(0, variable.find('=', 1));
-      if (!name.starts_with("ORK_") && !name.starts_with("ZOLP_") && name != "STORE_DATE_FORMAT") {
-        clean.push_back(variable);
-      }
-    }
-    return clean;
-  }
-
-  test::TemporaryFolder folder_;
-  const std::vector<std::string> environment_ = clean_environment();
-  const std::string original_ = folder_.path("original.db");
-  const std::string start_ = folder_.path("start.db");
-  const std::string site_ = folder_.path("site.db");
-  std::string start_contents_;
-};
-
 // -------------------------------------------------------------------------------------- checking
-
-/** Without what differs from run to run: times, and numbers of objects that are made. */
-std::string comparable(const std::string& text) {
-  static const std::regex volatile_parts(
-      R"(\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?|"tag": ?\d+|#\d+|object \d+)");
-  return std::regex_replace(text, volatile_parts, "*");
-}
 
 struct Tally {
   std::string command;
@@ -217,6 +32,7 @@ struct Tally {
   int as_good = 0;
   int refused = 0;
   int broken = 0;
+  bool has_json = false; /**< whether it has been tried with --json, too */
 };
 
 class Trial {
@@ -228,7 +44,7 @@ class Trial {
 
   Tally run() {
     place_.prepare(command_);
-    good_ = place_.run(command_.arguments, place_.site(), place_.journal_variable());
+    good_ = place_.run(command_.arguments, place_.site(), {place_.journal_variable()});
     good_contents_ = comparable(place_.contents());
     good_files_ = place_.made_files();
     if (good_.exit_code != 0) {
@@ -236,6 +52,7 @@ class Trial {
       return tally_;
     }
     const std::vector<std::string> journal = place_.journal();
+    try_json();
     std::map<std::string, int> calls;
     for (std::size_t i = 0; i < journal.size(); ++i) {
       const int nth = ++calls[journal[i]];
@@ -248,11 +65,29 @@ class Trial {
   }
 
  private:
+  /** The same with --json, where the command has that and the line nothing that excludes it. */
+  void try_json() {
+    Arguments arguments = command_.arguments;
+    if (std::find(arguments.begin(), arguments.end(), "--json") == arguments.end()) {
+      arguments.emplace_back("--json");
+    }
+    place_.begin_run();
+    const WorkPlace::Result result = place_.run(arguments, place_.site());
+    arguments.insert(arguments.begin(), "zolp");
+    const std::string problem =
+        test::misfit_of_command(arguments, result.exit_code, result.out, result.err);
+    constexpr int wrong_usage = 2;
+    tally_.has_json = result.exit_code == 0;
+    if (!problem.empty() || (!tally_.has_json && result.exit_code != wrong_usage)) {
+      complain("with --json", problem + result.err);
+    }
+  }
+
   void try_fault(const std::string& operation, int nth) {
     const std::string fault = operation + ":" + std::to_string(nth);
     place_.begin_run();
-    const WorkPlace::Result result = place_.run(command_.arguments, place_.site(),
-                                                "ORK_HOST_FAULTS=" + fault + "=" + injected_status);
+    const WorkPlace::Result result = place_.run(
+        command_.arguments, place_.site(), {"ORK_HOST_FAULTS=" + fault + "=" + injected_status});
     const std::string problem =
         result.exit_code == 0 ? problem_of_good(result) : problem_of_bad(result, operation);
     if (!problem.empty()) {
@@ -299,41 +134,25 @@ class Trial {
 
 // -------------------------------------------------------------------------------------- coverage
 
-/** Subcommands that a help text lists. */
-std::vector<std::string> listed_in(const std::string& help) {
-  std::vector<std::string> names;
-  const std::string heading = "\nSubcommands:\n";
-  const std::size_t begin = help.find(heading);
-  std::istringstream lines(begin != std::string::npos ? help.substr(begin + heading.size()) : "");
-  for (std::string line; std::getline(lines, line) && line.starts_with("  ");) {
-    if (line[2] != ' ') {
-      names.push_back(line.substr(2, line.find(' ', 2) - 2));
+/** Requires a command line for each command of the program, and one with JSON where it has that. */
+bool is_complete(const WorkPlace& place, const std::vector<Tally>& tallies) {
+  const std::vector<DescribedCommand> described = described_commands(place);
+  bool is_complete = described.size() > 60;
+  for (const DescribedCommand& command : described) {
+    bool is_tried = command.is_group;
+    bool has_json = command.is_group || !command.has("--json");
+    for (std::size_t i = 0; i < tallies.size(); ++i) {
+      const bool is_of = command.is_of(commands()[i].arguments);
+      is_tried = is_tried || is_of;
+      has_json = has_json || (is_of && tallies[i].has_json);
+    }
+    if (!is_tried || !has_json) {
+      std::fprintf(stderr, "no command line%s for zolp %s\n", is_tried ? " with --json" : "",
+                   joined(command.words).c_str());
+      is_complete = false;
     }
   }
-  return names;
-}
-
-/** Requires a command line for each subcommand of the program. */
-bool is_complete(WorkPlace& place) {
-  std::set<std::string> missing;
-  for (const std::string& group : listed_in(place.run({"--help"}).out)) {
-    const std::vector<std::string> names = listed_in(place.run({group, "--help"}).out);
-    for (const std::string& name : names) {
-      missing.insert(group + " " + name);
-    }
-    if (names.empty()) {
-      missing.insert(group);
-    }
-  }
-  const bool is_listed = missing.size() > 30;
-  for (const Command& command : commands()) {
-    missing.erase(command.arguments[0]);
-    missing.erase(command.arguments[0] + " " + command.arguments[1]);
-  }
-  for (const std::string& command : missing) {
-    std::fprintf(stderr, "no command line for zolp %s\n", command.c_str());
-  }
-  return is_listed && missing.empty();
+  return is_complete;
 }
 
 void write_report(const std::vector<Tally>& tallies) {
@@ -361,13 +180,14 @@ void write_report(const std::vector<Tally>& tallies) {
 int sweep_all(const char* wanted, std::size_t every) {
   WorkPlace place;
   std::vector<Tally> tallies;
-  bool held = wanted != nullptr || is_complete(place);
+  bool held = true;
   for (const Command& command : commands()) {
     if (wanted == nullptr || joined(command.arguments).find(wanted) != std::string::npos) {
       tallies.push_back(Trial(place, command, every).run());
       held = held && tallies.back().broken == 0;
     }
   }
+  held = (wanted != nullptr || is_complete(place, tallies)) && held;
   write_report(tallies);
   return held && !tallies.empty() ? 0 : 1;
 }

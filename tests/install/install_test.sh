@@ -85,6 +85,11 @@ grep -q 'Tested before?  Pending  (condition)  result true' "$scratch/job"
 grep -q 'Examination report' "$scratch/card"
 export ORK_HOST_DB=$scratch/site.db
 
+# What it prints has a schema that is whole by itself.
+schema=$(find "$prefix" -path '*share/zolp/schemas/show.json')
+"${zolp[@]}" schema show >"$scratch/schema.json"
+diff --strip-trailing-cr "$schema" "$scratch/schema.json"
+
 # A program with the viewer inside says whose it is.
 if [ -n "$(find "$prefix" -name speedscope.txt)" ]; then
   printf ' ->work work.cpp:1\n <-work work.cpp:9\n' >"$scratch/run.trace"

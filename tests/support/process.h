@@ -14,6 +14,7 @@ struct Launch {
   std::vector<std::string> environment; /**< as "NAME=value" */
   std::string output;                   /**< file for its standard output; empty for a pipe */
   std::string error; /**< file that its standard error is appended to; empty for the test's own */
+  bool has_reader = true; /**< whether anybody reads the pipe of its standard output */
 };
 
 /** The test's own environment, as "NAME=value". */
@@ -25,8 +26,10 @@ std::size_t peak_memory();
 /** A running program. With a file for its output it has no input either. */
 class Process {
  public:
-  /** What `wait` returns for a program that was killed. */
+  /** What `wait` returns for a program that was killed, interrupted, or had nobody to read it. */
   static constexpr int killed = -9;
+  static constexpr int interrupted = -2;
+  static constexpr int unread = -13;
 
   explicit Process(const Launch& launch);
   /** Kills it if it still runs. */
@@ -48,7 +51,11 @@ class Process {
   /** Kills it in whatever it is at, and waits for that; the system still knows of it. */
   void kill();
 
-  /** Waits for its end. @return its exit code, or `killed`, or -1 for another end. */
+  /** Asks it to end, as Ctrl-C does. Not on Windows, where nobody can ask a single process. */
+  void interrupt();
+
+  /** Waits for its end. @return its exit code, or the negative number of the signal that ended it.
+   */
   int wait();
 
  private:

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <stdexcept>
+#include <utility>
 
 #include "process.h"
 
@@ -45,6 +46,9 @@ Process::Process(const Launch& launch) {
   if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) {
     throw std::runtime_error("no pipes");
   }
+  if (!launch.has_reader) {
+    close(std::exchange(output[0], -1));
+  }
   const std::vector<char*> arguments = pointers(launch.command);
   const std::vector<char*> environment = pointers(launch.environment);
   const pid_t child = fork();
@@ -79,7 +83,9 @@ Process::~Process() {
     wait();
   }
   close_input();
-  close(static_cast<int>(output_));
+  if (output_ != -1) {
+    close(static_cast<int>(output_));
+  }
 }
 
 bool Process::write(const std::string& text) {
@@ -104,12 +110,16 @@ void Process::kill() {
   waitid(P_PID, static_cast<id_t>(process_), &ignored, WEXITED | WNOWAIT);
 }
 
+void Process::interrupt() {
+  ::kill(static_cast<pid_t>(process_), SIGINT);
+}
+
 int Process::wait() {
   if (process_ != -1) {
     int status = 0;
     waitpid(static_cast<pid_t>(process_), &status, 0);
     process_ = -1;
-    result_ = WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status) == SIGKILL ? killed : -1;
+    result_ = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   }
   return result_;
 }

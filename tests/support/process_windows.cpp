@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include "host/system/utf8_path.h"
 #include "process.h"
@@ -148,12 +149,17 @@ Process::Process(const Launch& launch) {
   process_ = as_number(made.hProcess);
   input_ = as_number(input.writing);
   output_ = as_number(output.reading);
+  if (!launch.has_reader) {
+    CloseHandle(as_handle(std::exchange(output_, -1)));
+  }
 }
 
 Process::~Process() {
   kill();
   close_input();
-  CloseHandle(as_handle(output_));
+  if (output_ != -1) {
+    CloseHandle(as_handle(output_));
+  }
   CloseHandle(as_handle(process_));
 }
 
@@ -178,6 +184,10 @@ bool Process::read(char& character) {
 void Process::kill() {
   TerminateProcess(as_handle(process_), code_of_the_killed);
   WaitForSingleObject(as_handle(process_), INFINITE);
+}
+
+void Process::interrupt() {
+  kill();
 }
 
 int Process::wait() {

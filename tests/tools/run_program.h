@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/process.h"
+#include "support/schema_check.h"
 
 namespace test {
 
@@ -42,9 +43,12 @@ inline Run run_program(const std::vector<std::string>& command, const Environmen
   return {result >= 0 ? result : -1, output.read("out"), output.read("err")};
 }
 
+/** What it prints with --json must fit the command's schema. */
 inline Run run_zolp(std::vector<std::string> arguments, const Environment& settings = {}) {
   arguments.insert(arguments.begin(), ZOLP_PROGRAM);
-  return run_program(arguments, settings);
+  Run run = run_program(arguments, settings);
+  EXPECT_EQ(misfit_of_command(arguments, run.exit_code, run.out, run.err), "");
+  return run;
 }
 
 /** A folder with a site, worked on with zolp. */

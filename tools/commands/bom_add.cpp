@@ -6,6 +6,7 @@
 #include "commands/bom.h"
 #include "commands/bom_change.h"
 #include "error.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/struct.h"
 #include "site.h"
@@ -27,8 +28,8 @@ void add_line(const AddOptions& options) {
     throw Error(options.revision + " is an item",
                 "name one of its revisions, as in " + options.revision + "/A");
   }
-  const Json made = {{"revision", id_of(parent)},
-                     {"line", id_of(child)},
+  const Json made = {{"revision", object_json(parent)},
+                     {"line", object_json(child)},
                      {"quantity", options.quantity},
                      {"sequence", options.sequence}};
   const std::string problem = id_of(child) + " is not added to " + id_of(parent);
@@ -49,8 +50,8 @@ void add_line(const AddOptions& options) {
   if (options.json) {
     return print_json(made);
   }
-  std::printf("added %s to %s\n", printable(made["line"].get<std::string>()).c_str(),
-              printable(made["revision"].get<std::string>()).c_str());
+  std::printf("added %s to %s\n", printable(made["line"]["id"].get<std::string>()).c_str(),
+              printable(made["revision"]["id"].get<std::string>()).c_str());
 }
 
 }  // namespace

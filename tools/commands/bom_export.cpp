@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "commands/bom.h"
+#include "object_json.h"
 #include "objects.h"
 #include "zolp_orktool.h"
 
@@ -20,7 +21,7 @@ void export_objects(const BomOptions& options) {
       });
   Json objects = Json::array();
   for (const tag object : found) {
-    objects.push_back({{"id", id_of(object)}, {"class", class_of(object)}});
+    objects.push_back(object_json(object));
   }
   if (options.json) {
     print_json(objects);

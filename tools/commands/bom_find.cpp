@@ -3,6 +3,8 @@
 #include <memory>
 
 #include "commands/bom.h"
+#include "object_json.h"
+#include "objects.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -17,7 +19,9 @@ void find_in_structure(const BomOptions& options) {
   walk("the structure is not searched",
        [&] { return ZOLP_existObjectInBom(wanted.top_line(), window.top_line(), &found); });
   if (options.json) {
-    print_json({{"found", found != 0}});
+    print_json({{"found", found != 0},
+                {"revision", object_json(find_object(options.revision))},
+                {"wanted", object_json(find_object(options.wanted))}});
   } else {
     std::printf("%s is %sright below %s\n", printable(options.wanted).c_str(),
                 found != 0 ? "" : "not ", printable(options.revision).c_str());

@@ -7,6 +7,7 @@
 #include "commands/bom.h"
 #include "commands/bom_change.h"
 #include "error.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/item.h"
 #include "ork/struct.h"
@@ -75,7 +76,8 @@ void require_clear(const std::vector<tag>& found, const RemoveOptions& options) 
 
 void remove_lines(const RemoveOptions& options) {
   const tag parent = find_object(options.revision);
-  const std::string id = id_of(parent);
+  const Json revision = object_json(parent);
+  const std::string id = revision["id"];
   const std::string problem = "no line is taken out of " + id;
   Change change;
   const tag lines = class_of(parent) == "Item"
@@ -96,7 +98,7 @@ void remove_lines(const RemoveOptions& options) {
   });
   require_success(change.keep(), problem, "start again");
   if (options.json) {
-    return print_json({{"revision", id}, {"removed", count}});
+    return print_json({{"revision", revision}, {"removed", count}});
   }
   std::printf("took %zu %s out of %s\n", count, count == 1 ? "line" : "lines",
               printable(id).c_str());

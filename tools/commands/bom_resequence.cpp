@@ -20,11 +20,12 @@ void resequence(const BomOptions& options) {
                                nullptr, nullptr, 0);
   });
   const Line after = read_line(window.top_line(), depth);
+  const Json structure = options.json ? line_json(after, &before) : Json();
   if (options.save) {
     window.save();
   }
   if (options.json) {
-    print_json({{"saved", options.save}, {"structure", line_json(after, &before)}});
+    print_json({{"saved", options.save}, {"structure", structure}});
     return;
   }
   draw(after, &before);

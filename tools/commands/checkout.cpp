@@ -7,6 +7,7 @@
 #include "failures.h"
 #include "host/ork_host.h"
 #include "login.h"
+#include "object_json.h"
 #include "objects.h"
 #include "site.h"
 
@@ -23,12 +24,14 @@ struct CheckoutOptions {
 template <typename Operation>
 void reserve(const CheckoutOptions& options, const char* done, Operation operation) {
   const tag object = find_object(options.object);
-  const std::string id = id_of(object);
+  const Json reserved = object_json(object);
+  const std::string id = reserved["id"];
   const std::string problem = id + " is not " + done;
   Change change;
   require_success(operation(object), problem,
                   "see \"zolp show " + options.object + "\" for who has it");
-  const Json card = {{"object", id}, {"checked_out_by", display_value(object, "checked_out_user")}};
+  const Json card = {{"object", reserved},
+                     {"checked_out_by", display_value(object, "checked_out_user")}};
   require_success(change.keep(), problem, "start again");
   if (options.json) {
     return print_json(card);

@@ -20,6 +20,7 @@ void add_item_commands(CommandParser& program);
 void add_job_commands(CommandParser& program);
 void add_list_commands(CommandParser& program);
 void add_manual_command(CommandParser& program);
+void add_schema_command(CommandParser& program);
 void add_show_command(CommandParser& program);
 void add_trace_commands(CommandParser& program);
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "commands/dataset.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/obj.h"
 #include "ork/rel.h"
@@ -33,7 +34,8 @@ void remove(tag object, const std::string& problem) {
 
 void delete_dataset(const DatasetOptions& options) {
   const tag dataset = find_dataset(options);
-  const std::string name = id_of(dataset);
+  const Json deleted = object_json(dataset);
+  const std::string name = deleted["id"];
   const std::string problem = "dataset " + name + " is not deleted";
   Change change;
   for (const tag relation : relations_of(dataset)) {
@@ -42,7 +44,7 @@ void delete_dataset(const DatasetOptions& options) {
   remove(dataset, problem);
   require_success(change.keep(), problem, "start again");
   if (options.json) {
-    return print_json({{"deleted", name}});
+    return print_json({{"deleted", deleted}});
   }
   std::printf("deleted %s\n", printable(name).c_str());
 }

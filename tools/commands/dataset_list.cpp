@@ -13,12 +13,11 @@ void list_datasets(const DatasetOptions& options) {
   const View one_state;
   Json rows = Json::array();
   for (const tag dataset : datasets_of(find_owner(options))) {
-    const Json card = dataset_card(dataset);
-    rows.push_back({{"name", card["name"]},
-                    {"type", card["type"]},
-                    {"owner", card["owner"]},
-                    {"description", card["description"]},
-                    {"references", card["references"].size()}});
+    Json row = dataset_card(dataset);
+    row["references"] = row["references"].size();
+    row.erase("tool");
+    row.erase("format");
+    rows.push_back(std::move(row));
   }
   if (options.json) {
     return print_json(rows);

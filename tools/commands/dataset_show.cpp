@@ -24,9 +24,10 @@ void print_card(const Json& card) {
     if (const auto file = reference.find("file"); file != reference.end()) {
       table.add_row({name, holds, (*file)["size"].dump(), (*file)["name"]});
     } else {
-      table.add_row({name, holds, "",
-                     reference["object"].get<std::string>() + "  (" +
-                         reference["class"].get<std::string>() + ")"});
+      const Json& object = reference["object"];
+      table.add_row(
+          {name, holds, "",
+           object["id"].get<std::string>() + "  (" + object["class"].get<std::string>() + ")"});
     }
   }
   table.print();

@@ -7,6 +7,7 @@
 
 #include "commands/commands.h"
 #include "error.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/dset.h"
 #include "ork/form.h"
@@ -148,16 +149,17 @@ Json form_card(tag form) {
   for (const auto& [name, value] : fields) {
     values[name] = value;
   }
-  return {{"name", id_of(form)}, {"type", type}, {"fields", values}};
+  Json card = object_json(form);
+  card["fields"] = std::move(values);
+  return card;
 }
 
 void print_form(const Json& card, bool as_json) {
   if (as_json) {
     return print_json(card);
   }
-  std::puts(
-      printable(card["name"].get<std::string>() + " (" + card["type"].get<std::string>() + ")")
-          .c_str());
+  std::puts(printable(card["id"].get<std::string>() + " (" + card["type"].get<std::string>() + ")")
+                .c_str());
   Table table({"  field", "value"});
   for (const auto& [name, value] : card["fields"].items()) {
     table.add_row({"  " + name, value});

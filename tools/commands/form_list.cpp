@@ -5,6 +5,7 @@
 
 #include "commands/form.h"
 #include "datasets.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/form.h"
 #include "ork/rel.h"
@@ -30,8 +31,11 @@ bool is_form(tag object) {
   return status == ORK_ok;
 }
 
-Json row(tag form, const std::string& held_by, const std::string& as) {
-  return {{"name", name_of(form)}, {"type", type_of(form)}, {"of", held_by}, {"as", as}};
+Json row(tag form, const Json& held_by, const std::string& as) {
+  Json found = object_json(form);
+  found["of"] = held_by;
+  found["as"] = as;
+  return found;
 }
 
 /** Those that are related to an object, and those that its datasets hold. */
@@ -40,16 +44,17 @@ Json forms_of(tag object) {
   REL_record_s* records = nullptr;
   require(REL_list_all_related_objects(object, &count, &records), "the relations");
   const PlatformBlock<REL_record_s> block(records);
+  const Json holder = object_json(object);
   Json rows = Json::array();
   for (int i = 0; i < count; ++i) {
     if (records[i].primary == object && is_form(records[i].secondary)) {
-      rows.push_back(row(records[i].secondary, id_of(object), type_name(records[i].relation_type)));
+      rows.push_back(row(records[i].secondary, holder, type_name(records[i].relation_type)));
     }
   }
   for (const tag dataset : datasets_of(object)) {
     for (const Reference& reference : references_of(dataset)) {
       if (is_form(reference.object)) {
-        rows.push_back(row(reference.object, name_of(dataset), reference.name));
+        rows.push_back(row(reference.object, object_json(dataset), reference.name));
       }
     }
   }
@@ -64,7 +69,7 @@ void list_forms(const ListOptions& options) {
   }
   Table table({"name", "type", "of", "as"});
   for (const Json& form : rows) {
-    table.add_row({form["name"], form["type"], form["of"], form["as"]});
+    table.add_row({form["name"], form["type"], form["of"]["id"], form["as"]});
   }
   table.print();
 }

@@ -37,7 +37,11 @@ void use_preference(const PreferenceOptions& options) {
     throw usage_error("values given together with --unset", "give one or the other");
   }
   if (options.unset || !values.empty()) {
-    return site.set_preference(name, values);
+    site.set_preference(name, values);
+    if (options.json) {
+      print_json(values);
+    }
+    return;
   }
 
   const Json current = Json::parse(site.describe("preferences")).value(name, Json());
@@ -74,6 +78,11 @@ void add_host_pref(CommandParser& group) {
       "          zolp host pref site.db ZOLP_qnversion --unset");
   pref.callback([options, &pref] {
     options->values = pref.remaining();
+    for (const std::string& value : options->values) {
+      if (value.starts_with("--")) {
+        throw ParseError(value + " is no option, and values cannot begin with \"--\"");
+      }
+    }
     use_preference(*options);
   });
 }

@@ -5,6 +5,7 @@
 
 #include "commands/item.h"
 #include "login.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/item.h"
 #include "ork/obj.h"
@@ -43,13 +44,14 @@ void create(const CreateOptions& options) {
     require_success(OBJ_save(object), problem, advice);
     require_success(OBJ_refresh(object, 0), problem, advice);
   }
-  const Json made = {{"item", id_of(item)}, {"revision", id_of(revision)}, {"type", type_of(item)}};
+  const Json made = {{"item", object_json(item)}, {"revision", object_json(revision)}};
   require_success(change.keep(), problem, "start again");
   if (options.json) {
     return print_json(made);
   }
-  std::printf("made %s with revision %s\n", printable(made["item"].get<std::string>()).c_str(),
-              printable(made["revision"].get<std::string>()).c_str());
+  std::printf("made %s with revision %s\n",
+              printable(made["item"]["id"].get<std::string>()).c_str(),
+              printable(made["revision"]["id"].get<std::string>()).c_str());
 }
 
 }  // namespace

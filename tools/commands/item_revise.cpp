@@ -7,6 +7,7 @@
 #include "commands/item.h"
 #include "error.h"
 #include "login.h"
+#include "object_json.h"
 #include "objects.h"
 #include "ork/item.h"
 #include "ork/obj.h"
@@ -89,13 +90,14 @@ void revise(const ReviseOptions& options) {
   require_success(REL_create_relation(revision, base, relation_type, NULLTAG, &relation), problem,
                   "start again");
   require_success(REL_save_relation(relation), problem, "start again");
-  const Json made = {{"revision", id_of(revision)}, {"based_on", id_of(base)}};
+  const Json made = {{"revision", object_json(revision)}, {"based_on", object_json(base)}};
   require_success(change.keep(), problem, "start again");
   if (options.json) {
     return print_json(made);
   }
-  std::printf("made %s, based on %s\n", printable(made["revision"].get<std::string>()).c_str(),
-              printable(made["based_on"].get<std::string>()).c_str());
+  std::printf("made %s, based on %s\n",
+              printable(made["revision"]["id"].get<std::string>()).c_str(),
+              printable(made["based_on"]["id"].get<std::string>()).c_str());
 }
 
 }  // namespace

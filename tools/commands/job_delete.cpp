@@ -10,8 +10,12 @@ namespace tool {
 namespace {
 
 void remove(const JobOptions& options) {
-  require_changed(ZOLP_deleteJob(find_job(options.job)), "job " + options.job + " is not deleted");
-  std::puts(printable("deleted " + options.job).c_str());
+  const tag job = find_job(options.job);
+  const Json deleted = {{"deleted", job_summary(job)}};
+  require_changed(ZOLP_deleteJob(job), "job " + options.job + " is not deleted");
+  print(deleted, options.json, [](const Json& card) {
+    std::puts(printable("deleted " + card["deleted"]["name"].get<std::string>()).c_str());
+  });
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "commands/trace.h"
 #include "error.h"
+#include "os.h"
 #include "output_files.h"
 #include "trace_formats.h"
 #include "viewer_page.h"
@@ -46,15 +47,18 @@ void write_file(const std::string& target, const std::function<void(std::FILE*)>
     throw Error("cannot write " + target + " (" + std::strerror(errno) + ")", "check the folder");
   }
   try {
+    const os::InterruptibleReads reads;
     write(file);
   } catch (...) {
     std::fclose(file);
+    stop_if_interrupted();
     throw;
   }
   const bool has_failed = std::ferror(file) != 0;
   if (std::fclose(file) != 0 || has_failed) {
     throw Error("cannot write " + target, "make room on the disk");
   }
+  stop_if_interrupted();
   files.publish();
 }
 
