@@ -82,7 +82,7 @@ TEST_F(JobCommands, AJobFromItsStartToItsEnd) {
               AllOf(HasSubstr("100-Press"), Not(HasSubstr("100/A"))));
   EXPECT_EQ(job({"list", "--json"}).json()[0]["state"], "Completed");
   const std::string number = job({"list", "--json"}).json()[0]["number"];
-  EXPECT_EQ(done({"delete", number}), "deleted " + number + "\n");
+  EXPECT_EQ(done({"delete", number}), "deleted R-1\n");
   EXPECT_EQ(job({"list", "--json"}).out, "[]\n");
   EXPECT_EQ(on_site({"show", "100"}).exit_code, 0) << "targets stay";
 }
