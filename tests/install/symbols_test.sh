@@ -5,7 +5,7 @@
 set -euo pipefail
 function=${1%%=*}
 expected=${1#*=}
-package=$2
+package=$(realpath "$2")
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 tools=
