@@ -1,7 +1,5 @@
 // What the program takes before it does anything: a shell that completes a word waits for it.
 
-#include <sys/resource.h>
-
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -12,16 +10,6 @@
 namespace bench {
 
 namespace {
-
-/** Processor time of the programs that have ended, the system's part included. */
-double seconds_of_programs() {
-  rusage used{};
-  getrusage(RUSAGE_CHILDREN, &used);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
-  };
-  return seconds(used.ru_utime) + seconds(used.ru_stime);
-}
 
 void run_often(benchmark::State& state, const std::string& command) {
   for (auto _ : state) {

@@ -1,5 +1,7 @@
 #include "ratios.h"
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <deque>
@@ -103,6 +105,15 @@ void print_amounts() {
 }
 
 }  // namespace
+
+double seconds_of_programs() {
+  rusage used{};
+  getrusage(RUSAGE_CHILDREN, &used);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+  };
+  return seconds(used.ru_utime) + seconds(used.ru_stime);
+}
 
 void repeat(int times) {
   repetitions = times;

@@ -26,6 +26,9 @@ class Stopwatch {
   double start_ = now();
 };
 
+/** Processor time of the programs that this one has waited for, the system's part included. */
+double seconds_of_programs();
+
 /** One claim about speed: a benchmark, its peer, and how much longer than the peer it may take. */
 struct Ratio {
   std::string what;

@@ -352,16 +352,6 @@ class Program {
   rusage used_{};
 };
 
-/** Processor time of the programs that this one has waited for. */
-double seconds_of_programs() {
-  rusage used{};
-  getrusage(RUSAGE_CHILDREN, &used);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
-  };
-  return seconds(used.ru_utime) + seconds(used.ru_stime);
-}
-
 void find_all(benchmark::State& state) {
   ensure_items();
   const std::string command = std::string(ZOLP_PROGRAM) + " find '*' --host " +
