@@ -29,13 +29,17 @@ std::deque<Measurement>& measurements() {
   return all;
 }
 
-/** Keeps the time per item of each repetition, besides what the console shows. */
+/** Keeps the time per item of each repetition. The console shows those alone that went wrong. */
 class Times : public benchmark::ConsoleReporter {
  public:
   Times() : ConsoleReporter(OO_None) {}
 
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
+      if (run.error_occurred) {
+        has_error_ = true;
+        ConsoleReporter::ReportRuns({run});
+      }
       if (run.run_type != Run::RT_Iteration || run.error_occurred) {
         continue;
       }
@@ -45,13 +49,15 @@ class Times : public benchmark::ConsoleReporter {
                                                        : run.real_accumulated_time /
                                                              static_cast<double>(run.iterations));
     }
-    ConsoleReporter::ReportRuns(runs);
   }
 
   /** Times of a benchmark's repetitions in seconds, in their order; none when it did not run. */
   const std::vector<double>& of(const std::string& name) { return times_[name]; }
 
+  bool has_error() const { return has_error_; }
+
  private:
+  bool has_error_ = false;
   std::map<std::string, std::vector<double>> times_;
 };
 
@@ -74,7 +80,9 @@ double ratio_of_pairs(const std::vector<double>& ours, const std::vector<double>
   return median(ratios);
 }
 
-void print_table(Times& times) {
+/** Returns whether all limits hold. */
+bool print_table(Times& times) {
+  bool holds = true;
   std::printf("\n%-58s %-58s %9s %9s %6s %8s\n", "what", "against", "ns", "ns", "ratio", "at most");
   for (const Ratio& ratio : ratios()) {
     const std::vector<double>& ours = times.of(ratio.what);
@@ -89,19 +97,29 @@ void print_table(Times& times) {
       std::printf(" + %.0f ns", ratio.nanoseconds_more);
     }
     const double compared = ratio_of_pairs(ours, peer, ratio.nanoseconds_more * 1e-9);
-    std::printf("%s\n", compared > ratio.at_most ? "  missed" : "");
+    const bool is_missed = compared > ratio.at_most;
+    std::printf("%s\n", is_missed ? "  missed" : "");
+    holds = holds && !is_missed;
   }
+  return holds;
 }
 
-void print_amounts() {
+/** Returns whether all limits hold. */
+bool print_amounts() {
+  bool holds = true;
   const std::regex wanted(benchmark::GetBenchmarkFilter());
   for (const auto& [amount, measure] : measurements()) {
     if (std::regex_search(amount.what, wanted)) {
       const double measured = measure();
+      const bool is_missed = measured > amount.at_most;
       std::printf("%-80s %9.1f %-8s at most %.0f%s\n", amount.what.c_str(), measured,
-                  amount.unit.c_str(), amount.at_most, measured > amount.at_most ? "  missed" : "");
+                  amount.unit.c_str(), amount.at_most, is_missed ? "  missed" : "");
+      // The next measurement forks, and a fork's end would print what waits here once more.
+      std::fflush(stdout);
+      holds = holds && !is_missed;
     }
   }
+  return holds;
 }
 
 }  // namespace
@@ -146,11 +164,11 @@ int run(int argc, char** argv) {
     return 2;
   }
   // First, while this process is small: a program that it starts counts its memory as its own.
-  print_amounts();
+  const bool amounts_hold = print_amounts();
   Times times;
   benchmark::RunSpecifiedBenchmarks(&times);
-  print_table(times);
-  return 0;
+  const bool ratios_hold = print_table(times);
+  return amounts_hold && ratios_hold && !times.has_error() ? 0 : 1;
 }
 
 }  // namespace bench

@@ -57,8 +57,10 @@ void compare(const Ratio& ratio, void (*ours)(benchmark::State&), void (*peer)(b
 /** Registers the measurement of an amount, which is made once, before the benchmarks. */
 void limit(const Amount& amount, double (*measure)());
 
-/** Runs the benchmarks and prints the tables of ratios and of amounts. Returns the program's exit
- * status. */
+/**
+ * Runs the benchmarks and prints the tables of ratios and of amounts. Returns the program's exit
+ * status: 1 when a limit is missed or a benchmark fails.
+ */
 int run(int argc, char** argv);
 
 }  // namespace bench

@@ -214,13 +214,17 @@ bool Places::is_plain_relation(tag relation) {
 
 /** Items and their revisions are gone through in their order: the first that has it says it. */
 tag Places::relation_of_dataset(tag dataset) {
+  if (const auto known = first_relations_.find(dataset); known != first_relations_.end()) {
+    return known->second;
+  }
   const tag type = store_.reference(dataset, "dataset_type");
   if (!is_sayable(dataset, "object_name") || type == NULLTAG ||
       store_.text(type, "type_name") != store_.text(dataset, "object_type")) {
     return NULLTAG;
   }
+  const std::vector<tag> relations = store_.find("Relation", {{"secondary_object", dataset}});
   std::array<tag, 3> first{};
-  for (const tag relation : store_.find("Relation", {{"secondary_object", dataset}})) {
+  for (const tag relation : relations) {
     const tag revision = store_.reference(relation, "primary_object");
     if (has_revision(revision) && store_.reference(relation, "user_data") == NULLTAG &&
         is_plain_relation(relation) &&
@@ -229,32 +233,48 @@ tag Places::relation_of_dataset(tag dataset) {
       first = first[2] == NULLTAG ? order : std::min(first, order);
     }
   }
-  return first[2];
+  return remember_first(dataset, relations.size(), first[2]);
+}
+
+tag Places::remember_first(tag object, std::size_t relations, tag first) {
+  if (relations > 1) {
+    first_relations_.emplace(object, first);
+  }
+  return first;
 }
 
 bool Places::has_one_dataset_of_name(tag revision, const std::string& name) {
-  tag found = NULLTAG;
-  for (const tag relation : store_.find("Relation", {{"primary_object", revision}})) {
-    const tag object = store_.reference(relation, "secondary_object");
-    if (object != NULLTAG && object != found && store_.is_a(object, "Dataset") &&
-        store_.text(object, "object_name") == name) {
-      if (found != NULLTAG) {
-        return false;
+  if (revision != latest_revision_) {
+    datasets_by_name_.clear();
+    for (const tag relation : store_.find("Relation", {{"primary_object", revision}})) {
+      const tag object = store_.reference(relation, "secondary_object");
+      if (object == NULLTAG || !store_.is_a(object, "Dataset")) {
+        continue;
       }
-      found = object;
+      const auto [same, is_first] =
+          datasets_by_name_.emplace(store_.text(object, "object_name"), object);
+      if (!is_first && same->second != object) {
+        same->second = NULLTAG;
+      }
     }
+    latest_revision_ = revision;
   }
-  return true;
+  const auto found = datasets_by_name_.find(name);
+  return found == datasets_by_name_.end() || found->second != NULLTAG;
 }
 
 tag Places::relation_of_master_form(tag form) {
+  if (const auto known = first_relations_.find(form); known != first_relations_.end()) {
+    return known->second;
+  }
   if (!is_sayable(form, "object_name")) {
     return NULLTAG;
   }
   const tag relation_type = store_.find_type("VELO_master_form");
+  const std::vector<tag> relations =
+      store_.find("Relation", {{"secondary_object", form}, {"relation_type", relation_type}});
   std::array<tag, 3> first{};
-  for (const tag relation :
-       store_.find("Relation", {{"secondary_object", form}, {"relation_type", relation_type}})) {
+  for (const tag relation : relations) {
     const tag owner = store_.reference(relation, "primary_object");
     const bool is_revision = has_revision(owner);
     const bool is_said = (is_revision || has_item(owner)) &&
@@ -268,7 +288,7 @@ tag Places::relation_of_master_form(tag form) {
       first = first[2] == NULLTAG ? order : std::min(first, order);
     }
   }
-  return first[2];
+  return remember_first(form, relations.size(), first[2]);
 }
 
 tag Places::dataset_of_form(tag form, std::string* reference) {

@@ -15,7 +15,7 @@ namespace host {
 
 /**
  * Looks each object up when it is asked for one: nothing is kept but what does not grow with the
- * number of items.
+ * number of items, and who says objects that several others have.
  */
 class Places {
  public:
@@ -66,6 +66,7 @@ class Places {
   bool is_plain_file(const NamedReference& reference, tag dataset,
                      const std::vector<FileReference>& taken);
   bool has_one_dataset_of_name(tag revision, const std::string& name);
+  tag remember_first(tag object, std::size_t relations, tag first);
   Json of_revision(tag revision);
   Json of_dataset(tag dataset);
   Json of_form(tag form);
@@ -77,6 +78,14 @@ class Places {
   Store& store_;
   std::unordered_map<tag, std::string> keys_; /**< of seeds */
   std::optional<std::unordered_set<tag>> process_templates_;
+
+  /** The relations by which datasets and forms are said that several objects have: each asks. */
+  std::unordered_map<tag, tag> first_relations_;
+
+  /** The datasets of the revision that was asked for last, by name; NULLTAG where several have it.
+   */
+  tag latest_revision_ = NULLTAG;
+  std::unordered_map<std::string, tag> datasets_by_name_;
 };
 
 /** A status as seeds have it: a name, or a name and a date. */
