@@ -159,6 +159,10 @@ int ork_host_describe(const char* section, char** json) {
   });
 }
 
+const char* const* ork_host_sections(void) {
+  return host::section_names();
+}
+
 int ork_host_write_description(const char* section, ork_host_writer write, void* context) {
   return guarded([&] {
     host::require(write != nullptr, "a required argument is null");

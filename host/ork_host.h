@@ -115,6 +115,13 @@ ORK_API void ork_host_set_seed_progress(ork_host_seed_progress progress, void* c
  */
 ORK_API int ork_host_describe(const char* section, char** json);
 
+/**
+ * The sections of descriptions.
+ * @return their names in the order of a description of all, with a null behind the last; they
+ * belong to the host and stay.
+ */
+ORK_API const char* const* ork_host_sections(void);
+
 /* --------------------------------------------------------------------- a site as a whole -- */
 
 /**

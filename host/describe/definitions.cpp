@@ -24,7 +24,9 @@ using Json = nlohmann::ordered_json;
 
 /** Members that have nothing to say are left out. */
 void add(Json& owner, const char* member, Json value) {
-  if (!value.empty() && value != "") {
+  const bool is_empty =
+      value.is_string() ? value.get_ref<const std::string&>().empty() : value.empty();
+  if (!is_empty) {
     owner[member] = std::move(value);
   }
 }

@@ -1,5 +1,6 @@
 #include "describe.h"
 
+#include <array>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -82,6 +83,23 @@ constexpr std::pair<const char*, void (*)(Description& all)> object_sections[] =
 };
 
 }  // namespace
+
+const char* const* section_names() {
+  static const auto names = [] {
+    constexpr std::size_t room = 32;
+    std::array<const char*, room> all{};
+    std::size_t count = 0;
+    const auto add = [&](const char* name) { all.at(count++) = name; };
+    for (const auto& section : definition_sections()) {
+      add(section.first);
+    }
+    for (const auto& section : object_sections) {
+      add(section.first);
+    }
+    return all;
+  }();
+  return names.data();
+}
 
 void describe(Site& site, const std::string& section, const JsonStream::Write& write) {
   const Reading one_state(site.database());

@@ -14,4 +14,7 @@ namespace host {
  */
 void describe(Site& site, const std::string& section, const JsonStream::Write& write);
 
+/** Names of the sections in their order, with a null behind the last. */
+const char* const* section_names();
+
 }  // namespace host

@@ -10,6 +10,7 @@
 
 #include "commands/host.h"
 #include "error.h"
+#include "host/ork_host.h"
 #include "json_rows.h"
 #include "output.h"
 #include "site.h"
@@ -22,34 +23,19 @@ namespace tool {
 
 namespace {
 
-const std::vector<std::string> sections = {"site",
-                                           "sites",
-                                           "groups",
-                                           "roles",
-                                           "users",
-                                           "classes",
-                                           "types",
-                                           "relation_types",
-                                           "tools",
-                                           "dataset_types",
-                                           "form_types",
-                                           "preferences",
-                                           "texts",
-                                           "view_types",
-                                           "note_types",
-                                           "revision_rules",
-                                           "process_templates",
-                                           "items",
-                                           "structures",
-                                           "folders",
-                                           "relations",
-                                           "access_rules",
-                                           "objects",
-                                           "jobs",
-                                           "locks"};
+const std::vector<std::string>& sections() {
+  static const std::vector<std::string> names = [] {
+    std::vector<std::string> all;
+    for (const char* const* name = ork_host_sections(); *name != nullptr; ++name) {
+      all.emplace_back(*name);
+    }
+    return all;
+  }();
+  return names;
+}
 
 bool is_section(const std::string& name) {
-  return std::find(sections.begin(), sections.end(), name) != sections.end();
+  return std::find(sections().begin(), sections().end(), name) != sections().end();
 }
 
 /** What has to be known of a section before its first row is printed. */
@@ -163,7 +149,7 @@ void print_texts() {
   }
 }
 
-void print(const std::string& name) {
+void print_named(const std::string& name) {
   if (name == "structures") {
     print_structures();
   } else if (name == "texts") {
@@ -180,12 +166,12 @@ void print_as_json(const std::string& section) {
   output.finish();
 }
 
-struct ShowOptions {
+struct SiteShowOptions {
   std::string file, section;
   bool json = false;
 };
 
-void show_site(const ShowOptions& options) {
+void show_site(const SiteShowOptions& options) {
   std::vector<std::string> arguments = given(options.file, options.section);
   const bool only_section = arguments.size() == 1 && is_section(arguments[0]) &&
                             !fs::is_regular_file(host::utf8_path(arguments[0]));
@@ -193,17 +179,17 @@ void show_site(const ShowOptions& options) {
   const std::string section = arguments.empty() ? "" : arguments[0];
   if (!section.empty() && !is_section(section)) {
     throw usage_error("there is no section \"" + section + "\"",
-                      "choose one of " + value_text(Json(sections)));
+                      "choose one of " + value_text(Json(sections())));
   }
   const View one_state;
   if (options.json) {
     return print_as_json(section);
   }
   if (!section.empty()) {
-    return print(section);
+    return print_named(section);
   }
-  for (const std::string& name : sections) {
-    print(name);
+  for (const std::string& name : sections()) {
+    print_named(name);
     std::puts("");
   }
 }
@@ -212,13 +198,13 @@ void show_site(const ShowOptions& options) {
 
 void add_host_show(CommandParser& group) {
   CommandParser& show = group.add_command("show", "Print what a site holds");
-  const auto options = std::make_shared<ShowOptions>();
+  const auto options = std::make_shared<SiteShowOptions>();
   show.add_option("FILE", options->file, "The site's file; ORK_HOST_DB when left out")
       .type_name("");
   show.add_option("SECTION", options->section, "What to print; all when left out").type_name("");
   show.add_flag("--json", options->json, "Print JSON");
   show.footer(
-      "\nSections: " + value_text(Json(sections)) +
+      "\nSections: " + value_text(Json(sections())) +
       "\nTables leave out tags and values of attributes; --json has them. Its sections are\n"
       "those of seeds, but for objects, jobs and locks.\n"
       "Example: zolp host show site.db users");
