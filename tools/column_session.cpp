@@ -1,14 +1,11 @@
 #include "column_session.h"
 
-#include <filesystem>
 #include <fstream>
 
 #include "failures.h"
 #include "text.h"
 #include "utf8_path.h"
 #include "zolp_orktool.h"
-
-namespace fs = std::filesystem;
 
 namespace tool {
 
@@ -27,7 +24,7 @@ Json site_description(const std::string& separator, const std::string& header_te
 }  // namespace
 
 ColumnSession::ColumnSession(const std::string& separator)
-    : work_(fs::temp_directory_path()), site_(":memory:", Site::Open::anew) {
+    : work_(temporary_folder()), site_(":memory:", Site::Open::anew) {
   const std::string header_template = work_.file("header_template");
   const std::string list = work_.file("list");
   std::ofstream empty(host::utf8_path(header_template));

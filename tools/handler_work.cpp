@@ -58,7 +58,8 @@ std::int64_t time_left(const HandlerState& state, double timeout) {
   if (timeout <= 0) {
     return -1;
   }
-  const auto limit = static_cast<std::int64_t>(std::ceil(timeout * 1000));
+  constexpr double longest = 1e9;  // for "1e300" and "inf", too
+  const auto limit = static_cast<std::int64_t>(std::ceil(std::min(longest, timeout) * 1000));
   std::int64_t since = state_clock();
   if (state.phase.load() == Phase::loading) {
     since = state.loading_since.load();
@@ -199,12 +200,28 @@ Error error_outside(const HandlerState& state, const EarlyEnd& end) {
   }
 }
 
+/** A handler that writes where it must not may have taken the texts' ends away. */
+void close_texts(HandlerState& state) {
+  const auto close = [](auto& text) { text[sizeof text - 1] = '\0'; };
+  close(state.library);
+  for (RunningHandler& handler : state.handlers) {
+    close(handler.name);
+    close(handler.task_name);
+    close(handler.job_name);
+  }
+  for (ObservedCall& call : state.last_calls) {
+    close(call.operation);
+    close(call.function);
+  }
+}
+
 /** Ends the program as the worker does, unless the worker has ended too early. */
-void follow(os::Worker& worker, const HandlerState& state, const HandlerWork& about) {
+void follow(os::Worker& worker, HandlerState& state, const HandlerWork& about) {
   EarlyEnd end;
   end.timeout = about.settings.timeout;
   end.took_too_long = wait_for(worker, state, end.timeout);
   end.process = worker.end();
+  close_texts(state);
   const bool is_in_handler = state.depth.load() > 0;
   if (end.process.is_own) {
     if (is_in_handler) {

@@ -14,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+#include "ignored_signals_posix.h"
 #include "os.h"
 
 namespace tool::os {
@@ -23,6 +24,7 @@ namespace {
 volatile sig_atomic_t interrupted = 0;  /**< the signal, or 0 */
 volatile sig_atomic_t empty_input = -1; /**< what takes the place of standard input then, or -1 */
 bool is_watching = false;
+void (*before_pager)(int) = SIG_DFL; /**< what an interruption did */
 
 void note(int signal_number) {
   interrupted = signal_number;
@@ -40,7 +42,9 @@ void watch(int flags) {
   action.sa_handler = note;
   action.sa_flags = flags | static_cast<int>(SA_RESETHAND);
   for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaction(signal_number, &action, nullptr);
+    if (!is_ignored(signal_number)) {
+      sigaction(signal_number, &action, nullptr);
+    }
   }
   // Nobody reads what is printed any more: that is seen once what has been begun is undone.
   action.sa_flags = flags;
@@ -70,6 +74,9 @@ class SilentTerminal {
 void prepare_process() {
   // Terminals show UTF-8.
   signal(SIGXFSZ, SIG_IGN);
+  // Who starts programs without waiting for them has SIGCHLD ignored: then the system would not
+  // tell how those have ended that this one starts.
+  signal(SIGCHLD, SIG_DFL);
 }
 
 bool is_error_on_terminal() {
@@ -96,7 +103,7 @@ OutputProgram start_pager(const std::string& command) {
     pager.earlier_output = dup(STDOUT_FILENO);
     dup2(fileno(pager.pipe), STDOUT_FILENO);
     // An interruption is the pager's: it stays, and so must what feeds it.
-    signal(SIGINT, SIG_IGN);
+    before_pager = signal(SIGINT, SIG_IGN);
   }
   return pager;
 }
@@ -105,7 +112,7 @@ void end_pager(const OutputProgram& pager) {
   if (pager.pipe != nullptr) {
     restore_standard_output(pager.earlier_output);
     pclose(pager.pipe);
-    signal(SIGINT, SIG_DFL);
+    signal(SIGINT, before_pager);
   }
 }
 

@@ -11,26 +11,35 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
+#include <vector>
 
 #include "error.h"
+#include "ignored_signals_posix.h"
 #include "os_worker.h"
 
 namespace tool::os {
 
 namespace {
 
-constexpr int requests[] = {SIGINT, SIGTERM, SIGHUP};
+/** Signals that ask the program to end. */
+const std::vector<int>& requests() {
+  static const std::vector<int> heeded = [] {
+    std::vector<int> all = {SIGINT, SIGTERM, SIGHUP};
+    std::erase_if(all, is_ignored);
+    return all;
+  }();
+  return heeded;
+}
 
 bool is_request(int signal_number) {
-  return std::find(std::begin(requests), std::end(requests), signal_number) != std::end(requests);
+  return std::find(requests().begin(), requests().end(), signal_number) != requests().end();
 }
 
 sigset_t watched_signals() {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGCHLD);
-  for (const int signal_number : requests) {
+  for (const int signal_number : requests()) {
     sigaddset(&signals, signal_number);
   }
   return signals;
@@ -64,7 +73,7 @@ std::string crash_text(int signal_number) {
 bool has_pending_request() {
   sigset_t pending;
   sigpending(&pending);
-  return std::any_of(std::begin(requests), std::end(requests),
+  return std::any_of(requests().begin(), requests().end(),
                      [&pending](int number) { return sigismember(&pending, number) == 1; });
 }
 

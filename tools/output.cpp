@@ -2,15 +2,21 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <utility>
 
+#include "error.h"
+#include "streams.h"
 #include "table_rows.h"
+#include "utf8_path.h"
 
 namespace tool {
 
 namespace {
 
-void print(std::string_view text) {
+constexpr size_t most_held = 1 << 20;
+
+void print_out(std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
@@ -37,7 +43,6 @@ std::string printable_json(std::string_view text) {
 }
 
 void HeldOutput::write(std::string_view text) {
-  constexpr size_t most_held = 1 << 20;
   held_ += text;
   if (held_.size() > most_held) {
     finish();
@@ -45,17 +50,47 @@ void HeldOutput::write(std::string_view text) {
 }
 
 void HeldOutput::finish() {
-  print(held_);
+  print_out(held_);
   held_.clear();
 }
 
-JsonList::JsonList() : stream_([](std::string_view text) { print(printable_json(text)); }) {
+void LateOutput::write(std::string_view text) {
+  held_ += text;
+  if (held_.size() > most_held) {
+    keep();
+  }
+}
+
+void LateOutput::keep() {
+  if (!folder_) {
+    folder_.emplace(temporary_folder());
+    file_.open(host::utf8_path(folder_->file("output")),
+               std::ios::binary | std::ios::in | std::ios::out | std::ios::trunc);
+  }
+  file_ << held_;
+  if (!file_.flush()) {
+    throw Error("cannot keep the output in folder " + folder_->path().parent_path().string(),
+                "make room there, or have TMPDIR name another folder");
+  }
+  held_.clear();
+  stop_if_interrupted();
+}
+
+void LateOutput::print() {
+  if (file_.is_open()) {
+    file_.seekg(0);
+    print_rest(file_);
+  }
+  print_out(held_);
+}
+
+JsonList::JsonList() : stream_([](std::string_view text) { print_out(printable_json(text)); }) {
   stream_.begin_list();
 }
 
 void JsonList::finish() {
   stream_.end();
-  print("\n");
+  print_out("\n");
 }
 
 BlockTable::BlockTable(std::vector<std::string> headings) {

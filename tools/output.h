@@ -1,11 +1,14 @@
 /** @file Output that is printed as it is made, however long it gets. */
 #pragma once
 
+#include <fstream>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "json_stream.h"
+#include "output_files.h"
 #include "text.h"
 
 namespace tool {
@@ -26,6 +29,25 @@ class HeldOutput {
 
  private:
   std::string held_;
+};
+
+/**
+ * Output that may be printed only when something else has been done. What is long is kept in a file
+ * until then.
+ */
+class LateOutput {
+ public:
+  void write(std::string_view text);
+
+  /** Prints all of it. Without this it is dropped. */
+  void print();
+
+ private:
+  void keep();
+
+  std::string held_;
+  std::optional<WorkFolder> folder_;
+  std::fstream file_;
 };
 
 /** A list that is printed as JSON, element by element. */

@@ -18,6 +18,15 @@ std::string earlier_name(const std::string& name) {
 
 }  // namespace
 
+fs::path temporary_folder() {
+  std::error_code none;
+  const fs::path folder = fs::temp_directory_path(none);
+  if (none) {
+    throw Error("there is no folder for temporary files", "have TMPDIR name one that exists");
+  }
+  return folder;
+}
+
 void watch_for_interruption() {
   os::watch_for_interruption();
 }
@@ -31,12 +40,12 @@ WorkFolder::WorkFolder(const fs::path& parent) {
   if (!fs::is_directory(parent, problem)) {
     throw Error(shown + " is not a folder", "name a folder");
   }
+  os::watch_for_interruption();  // from now on there is something to remove
   path_ = os::make_work_folder(parent);
   if (path_.empty()) {
     throw Error("cannot write to folder " + shown + " (" + std::strerror(errno) + ")",
                 "make it writable or name another one");
   }
-  os::watch_for_interruption();
 }
 
 WorkFolder::~WorkFolder() {
@@ -49,6 +58,10 @@ std::string OutputFiles::add(const std::string& name) {
   std::error_code problem;
   if (fs::is_directory(target, problem)) {
     throw Error(target.string() + " is a folder", "remove it or write somewhere else");
+  }
+  // A file would take the place of "/dev/null", for all programs.
+  if (fs::exists(target, problem) && !fs::is_regular_file(target, problem)) {
+    throw Error(target.string() + " is a device, a pipe or the like", "name a file");
   }
   names_.push_back(name);
   return work_.file(name);

@@ -9,6 +9,9 @@
 
 namespace tool {
 
+/** The system's folder for temporary files; an Error is thrown where there is none. */
+std::filesystem::path temporary_folder();
+
 /** A folder with a name of its own, removed with its contents at the end. */
 class WorkFolder {
  public:

@@ -94,7 +94,7 @@ const char* dot_shape(Shape shape) {
 
 /** What Graphviz makes of a picture. */
 std::string drawn_by_graphviz(const std::string& dot) {
-  const WorkFolder folder(std::filesystem::temp_directory_path());
+  const WorkFolder folder(temporary_folder());
   const std::string file = folder.file("picture.dot");
   std::ofstream out(host::utf8_path(file), std::ios::binary);
   out << dot;

@@ -38,7 +38,7 @@ InputFile::InputFile(const std::string& given, const std::string& called)
     return;
   }
   const std::string text = read_standard_input();
-  work_.emplace(fs::temp_directory_path());
+  work_.emplace(temporary_folder());
   const bool is_name = os::is_file_name(called) &&
                        called.find_first_of("/\\") == std::string::npos && called != "." &&
                        called != "..";
@@ -55,11 +55,18 @@ InputFile::InputFile(const std::string& given, const std::string& called)
 void write_to_standard_output(const fs::path& path) {
   os::pass_bytes_unchanged(stdout);
   std::ifstream file(path, std::ios::binary);
+  print_rest(file);
+}
+
+void print_rest(std::istream& from) {
   std::string block(block_size, '\0');
   do {
-    file.read(block.data(), static_cast<std::streamsize>(block.size()));
-    std::fwrite(block.data(), 1, static_cast<std::size_t>(file.gcount()), stdout);
-  } while (file.gcount() > 0 && std::ferror(stdout) == 0);
+    from.read(block.data(), static_cast<std::streamsize>(block.size()));
+    std::fwrite(block.data(), 1, static_cast<std::size_t>(from.gcount()), stdout);
+  } while (from.gcount() > 0 && std::ferror(stdout) == 0);
+  if (!from.eof() && std::ferror(stdout) == 0) {
+    throw Error("the output cannot be read from where it was kept", "look at the temporary folder");
+  }
 }
 
 std::string decoded(const std::string& text, Encoding encoding) {

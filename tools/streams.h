@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <istream>
 #include <optional>
 #include <string>
 
@@ -33,6 +34,9 @@ class InputFile {
 
 /** Copies a file to standard output. */
 void write_to_standard_output(const std::filesystem::path& file);
+
+/** Prints what a stream has left; an Error is thrown when it cannot be read to its end. */
+void print_rest(std::istream& from);
 
 /** Texts of files: UTF-8 unless the command line says otherwise. */
 enum class Encoding { utf8, latin1 };

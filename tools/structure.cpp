@@ -3,16 +3,13 @@
 #include <cstdio>
 
 #include "error.h"
-#include "object_json.h"
 #include "objects.h"
 #include "ork/bomw.h"
 #include "ork/config.h"
 #include "ork/struct.h"
 #include "ork/wso.h"
-#include "output.h"
 #include "platform_block.h"
 #include "site.h"
-#include "structure_tree.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -68,125 +65,6 @@ std::vector<std::string> statuses_of(tag revision, const std::string& id) {
   return statuses;
 }
 
-std::vector<tag> lines_below(tag line, const std::string& id) {
-  return listed("what is below " + id, [line](int* count, tag** lines) {
-    return BOMW_line_get_child_lines(line, count, lines);
-  });
-}
-
-/** The sequence number; with another one from before it, both. */
-std::string number_text(const Line& line, const Line* before) {
-  if (before == nullptr || before->sequence == line.sequence) {
-    return line.sequence;
-  }
-  return (before->sequence.empty() ? "none" : before->sequence) + " -> " + line.sequence;
-}
-
-std::string line_text(const Line& line, const Line* before) {
-  std::string text = number_text(line, before);
-  text += text.empty() ? "" : "  ";
-  text += line.item + "/" + (line.revision.empty() ? "?" : line.revision) + "  " + line.name;
-  if (!line.quantity.empty()) {
-    text += "  x" + line.quantity;
-  }
-  for (const std::string& status : line.statuses) {
-    text += "  [" + status + "]";
-  }
-  return printable(text);
-}
-
-/** A line as a tree draws it, with its line feed. */
-std::string drawn_line(const Line& line, const Line* before, const std::string& indent) {
-  return indent + line_text(line, before) + (line.has_hidden ? "  ..." : "") + "\n";
-}
-
-const char* branch(bool is_last) {
-  return is_last ? "└── " : "├── ";
-}
-
-const char* trunk(bool is_last) {
-  return is_last ? "    " : "│   ";
-}
-
-void draw_line(const Line& line, const Line* before, const std::string& indent,
-               const std::string& indent_below) {
-  std::fputs(drawn_line(line, before, indent).c_str(), stdout);
-  for (std::size_t i = 0; i < line.below.size(); ++i) {
-    const bool is_last = i + 1 == line.below.size();
-    draw_line(line.below[i], before != nullptr ? &before->below[i] : nullptr,
-              indent_below + branch(is_last), indent_below + trunk(is_last));
-  }
-}
-
-/** What a line itself says. */
-Json fields_of(const Line& line) {
-  Json fields = object_json(line.object);
-  fields["sequence"] = line.sequence;
-  fields["quantity"] = line.quantity;
-  fields["statuses"] = line.statuses;
-  if (line.has_hidden) {
-    fields["truncated"] = true;
-  }
-  return fields;
-}
-
-/** Prints a tree as it reads it. */
-class TreePrinter {
- public:
-  explicit TreePrinter(bool as_json)
-      : as_json_(as_json),
-        stream_([this](std::string_view text) { output_.write(printable_json(text)); }) {}
-
-  void print(tag top, int depth, const Json& facts) {
-    if (as_json_ && facts.empty()) {
-      print_json(top, depth);
-      output_.write("\n");
-    } else if (as_json_) {
-      stream_.begin_object();
-      for (const auto& [name, value] : facts.items()) {
-        stream_.member(name, value);
-      }
-      stream_.key("structure");
-      print_json(top, depth);
-      stream_.end();
-      output_.write("\n");
-    } else {
-      draw(top, depth, "", "");
-    }
-    output_.finish();
-  }
-
- private:
-  void print_json(tag line, int depth) {
-    std::vector<tag> below;
-    const Json fields = fields_of(read_line(line, depth, &below));
-    stream_.begin_object();
-    for (const auto& [name, value] : fields.items()) {
-      stream_.member(name, value);
-    }
-    stream_.key("lines");
-    stream_.begin_list();
-    for (const tag child : below) {
-      print_json(child, depth - 1);
-    }
-    stream_.end();
-    stream_.end();
-  }
-
-  void draw(tag line, int depth, const std::string& indent, const std::string& indent_below) {
-    std::vector<tag> below;
-    output_.write(drawn_line(read_line(line, depth, &below), nullptr, indent));
-    for (const tag child : below) {
-      const bool is_last = child == below.back();
-      draw(child, depth - 1, indent_below + branch(is_last), indent_below + trunk(is_last));
-    }
-  }
-
-  bool as_json_;
-  HeldOutput output_;
-  host::JsonStream stream_;
-};
-
 }  // namespace
 
 Window::Window(const std::string& revision_id, const std::string& rule_name,
@@ -215,6 +93,17 @@ void Window::save() {
   require_success(BOMW_save_window(window_), "the structure is not saved", nothing_has_changed);
 }
 
+std::vector<tag> lines_below(tag line, const std::string& id) {
+  return listed("what is below " + id, [line](int* count, tag** lines) {
+    return BOMW_line_get_child_lines(line, count, lines);
+  });
+}
+
+std::string sequence_of(tag line, const std::string& id) {
+  return handed_out("the sequence number of " + id,
+                    [line](char** text) { return ZOLP_getSequenceNo(line, text); });
+}
+
 Line read_line(tag line, int depth, std::vector<tag>* below) {
   Line read;
   char* item_id = nullptr;
@@ -225,8 +114,7 @@ Line read_line(tag line, int depth, std::vector<tag>* below) {
   read.item = item_id;
   read.revision = revision_id;
   const std::string id = read.item + "/" + read.revision;
-  read.sequence = handed_out("the sequence number of " + id,
-                             [line](char** text) { return ZOLP_getSequenceNo(line, text); });
+  read.sequence = sequence_of(line, id);
   read.quantity = handed_out("the quantity of " + id,
                              [line](char** text) { return ZOLP_getQuantity(line, text); });
   require(ZOLP_get_bomline_revtag(line, &read.object), "the revision of " + id);
@@ -242,36 +130,6 @@ Line read_line(tag line, int depth, std::vector<tag>* below) {
     below->clear();
   }
   return read;
-}
-
-Line read_line(tag line, int depth) {
-  std::vector<tag> below;
-  Line read = read_line(line, depth, &below);
-  for (const tag child : below) {
-    read.below.push_back(read_line(child, depth - 1));
-  }
-  return read;
-}
-
-void draw(const Line& line, const Line* before) {
-  draw_line(line, before, "", "");
-}
-
-Json line_json(const Line& line, const Line* before) {
-  Json json = fields_of(line);
-  if (before != nullptr) {
-    json["sequence_before"] = before->sequence;
-  }
-  json["lines"] = Json::array();
-  for (std::size_t i = 0; i < line.below.size(); ++i) {
-    json["lines"].push_back(
-        line_json(line.below[i], before != nullptr ? &before->below[i] : nullptr));
-  }
-  return json;
-}
-
-void print_tree(tag top, int depth, bool as_json, const Json& facts) {
-  TreePrinter(as_json).print(top, depth, facts);
 }
 
 void walk(const std::string& what, const std::function<int()>& call) {

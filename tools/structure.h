@@ -37,20 +37,17 @@ struct Line {
   tag object = NULLTAG; /**< the revision, or the item where no revision is configured */
   std::string item, revision, name, sequence, quantity;
   std::vector<std::string> statuses;
-  std::vector<Line> below;
   bool has_hidden = false; /**< whether there are lines below that are too deep to be shown */
 };
 
+/** The lines below a line. @param id what users know the line by. */
+std::vector<tag> lines_below(tag line, const std::string& id);
+
+/** Its sequence number; empty for none. */
+std::string sequence_of(tag line, const std::string& id);
+
 /** Reads a line, and which ones are below it unless they are too deep to be shown. */
 Line read_line(tag line, int depth, std::vector<tag>* below);
-
-/** Reads a line and those below it, down to a depth. */
-Line read_line(tag line, int depth);
-
-/** Draws a line and those below it. `before` is the same structure as it was, or null. */
-void draw(const Line& line, const Line* before);
-
-Json line_json(const Line& line, const Line* before = nullptr);
 
 /**
  * Runs a walk of the library, whose own output goes where the trace goes. The walks pass over much

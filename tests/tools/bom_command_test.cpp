@@ -60,6 +60,32 @@ TEST_F(BomCommands, NumbersAreSavedWhenToldTo) {
   EXPECT_THAT(bom({"numbers", "MX-140/A"}).out, HasSubstr("ends at a line without a number"));
 }
 
+/** Each of 10 levels has two lines of the next one: too much for what is kept in memory. */
+TEST_F(BomCommands, ALongListOfNumbersIsPrintedWhole) {
+  constexpr int levels = 10;
+  nlohmann::json seed;
+  for (int i = 0; i <= levels; ++i) {
+    const auto id = [](int level) { return "L" + std::to_string(level); };
+    seed["items"].push_back({{"id", id(i)}, {"name", "Part"}, {"revisions", {{{"id", "A"}}}}});
+    if (i < levels) {
+      const nlohmann::json line = {{"item", id(i + 1)}};
+      seed["structures"].push_back({{"item", id(i)}, {"revision", "A"}, {"lines", {line, line}}});
+    }
+  }
+  std::ofstream(folder.path("seed.json")) << seed;
+  ASSERT_EQ(on_site("host", {"seed", site, folder.path("seed.json")}).exit_code, 0);
+  const auto json = bom({"resequence", "L0/A", "--recursive", "--save", "--json"}).json();
+  int lines = 0;
+  const std::function<void(const nlohmann::json&)> count = [&](const nlohmann::json& line) {
+    lines += line["sequence_before"] == "" && line["sequence"] != "" ? 1 : 0;
+    for (const auto& below : line["lines"]) {
+      count(below);
+    }
+  };
+  count(json["structure"]);
+  EXPECT_EQ(lines, (2 << levels) - 2) << "all but the top one";
+}
+
 TEST_F(BomCommands, PackFindAndExportShowWhatTheLibraryFinds) {
   const auto packed = bom({"pack", "MX-120/A", "--json"}).json();
   EXPECT_EQ(packed["lines"], packed["packed_lines"]) << "their numbers differ";

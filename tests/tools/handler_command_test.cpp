@@ -184,6 +184,30 @@ TEST_F(BadHandlers, EndWithTheProgramThatIsInterrupted) {
   EXPECT_EQ(stop_of("hang")["handler"], "misbehave");
   EXPECT_EQ(on_site({"host", "check", site}).exit_code, 0) << "no lock of a process is left";
 }
+
+TEST_F(BadHandlers, GoOnWhereSignalsAreIgnored) {
+  ASSERT_EQ(on_site({"job", "start", "Wait", "--name", "W"}).exit_code, 0);
+  const auto begin = [&](const std::string& arguments) {
+    return test::Launch{{"/bin/sh", "-c", "trap '' INT CHLD; exec " ZOLP_PROGRAM " " + arguments},
+                        {"ORK_HOST_DB=" + site},
+                        "",
+                        folder.path("err")};
+  };
+  test::Process hung(begin("handler run " BAD_HANDLERS " --job W --argument hang --timeout 1"));
+  EXPECT_EQ(hung.read_line(), "printed by a handler");
+  hung.interrupt();
+  EXPECT_EQ(hung.wait(), 1) << folder.read("err");
+  EXPECT_THAT(folder.read("err"), HasSubstr("did not return within 1 second"));
+
+  test::Process seed(begin("host seed " + site + " -"));
+  constexpr std::size_t more_than_a_pipe_holds = 1 << 20;
+  EXPECT_TRUE(seed.write("{" + std::string(more_than_a_pipe_holds, ' ')));
+  seed.interrupt();
+  EXPECT_TRUE(seed.write("\"roles\": [\"Guest\"]}"));
+  seed.close_input();
+  EXPECT_EQ(seed.wait(), 0) << folder.read("err");
+  EXPECT_THAT(on_site({"host", "show", site, "roles"}).out, HasSubstr("Guest"));
+}
 #endif
 
 }  // namespace

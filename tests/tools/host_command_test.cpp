@@ -1,3 +1,7 @@
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
+
 #include <memory>
 
 #include "tests/tools/run_program.h"
@@ -144,6 +148,15 @@ TEST_F(HostCommand, AFileThatGetsTooLargeIsAFailureWithWords) {
                          "pref", site, "One", std::string(100'000, 'x')});
   expect_refusal(run, 1, "cannot");
   EXPECT_EQ(pref({"One"}).out, "first\n");
+}
+
+TEST_F(HostCommand, OutputTakesThePlaceOfFilesOnly) {
+  ASSERT_EQ(run_zolp({"host", "init", site}).exit_code, 0);
+  const std::string device = folder.path("device");
+  ASSERT_EQ(mkfifo(device.c_str(), 0600), 0);  // stands for /dev/null, which root could lose
+  expect_refusal(run_zolp({"host", "export", site, "--out", device}), 1,
+                 "is a device, a pipe or the like");
+  EXPECT_TRUE(std::filesystem::is_fifo(device));
 }
 #endif
 

@@ -3,6 +3,9 @@
 #include <memory>
 
 #include "commands/bom.h"
+#include "output.h"
+#include "output_files.h"
+#include "structure_tree.h"
 #include "zolp_orktool.h"
 
 namespace tool {
@@ -12,24 +15,24 @@ namespace {
 void resequence(const BomOptions& options) {
   Window window = open_window(options);
   const int depth = options.recursive ? options.depth : 1;
-  const Line before = read_line(window.top_line(), depth);
+  const SequenceNumbers before = sequence_numbers(window.top_line(), depth);
   int start = options.start;
   int increment = options.increment;
   walk("the structure is not numbered", [&] {
     return ZOLP_resequence_bom(window.top_line(), &start, &increment, options.recursive ? 1 : 0, 0,
                                nullptr, nullptr, 0);
   });
-  const Line after = read_line(window.top_line(), depth);
-  const Json structure = options.json ? line_json(after, &before) : Json();
+  LateOutput output;  // what cannot be read is not to be noticed when all is saved
+  write_tree(window.top_line(), depth, options.json, {{"saved", options.save}}, before,
+             [&output](std::string_view text) { output.write(text); });
+  stop_if_interrupted();
   if (options.save) {
     window.save();
   }
-  if (options.json) {
-    print_json({{"saved", options.save}, {"structure", structure}});
-    return;
+  output.print();
+  if (!options.json) {
+    std::puts(options.save ? "saved" : "nothing is saved; --save keeps it");
   }
-  draw(after, &before);
-  std::puts(options.save ? "saved" : "nothing is saved; --save keeps it");
 }
 
 }  // namespace

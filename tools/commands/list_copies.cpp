@@ -74,7 +74,7 @@ void copy_list(const CopyOptions& options, const Copy& copy) {
   const size_t lines = check_list_file(in);
   check_target(options);
   if (goes_to_standard_output(options)) {
-    const WorkFolder work(fs::temp_directory_path());
+    const WorkFolder work(temporary_folder());
     const std::string written = work.file("list");
     write_copy(options, in, written, copy);
     return write_to_standard_output(host::utf8_path(written));
