@@ -14,6 +14,12 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   # Versions before 13 see overlapping copies in `"text" + std::string` where there are none.
   target_compile_options(zolp_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
+if(CMAKE_UNITY_BUILD)
+  # Sources that are compiled together see each other's names, which they hide, and use unnamed types of
+  # the file that they became.
+  target_compile_options(zolp_options INTERFACE
+                         -Wno-shadow $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
+endif()
 if(ZOLP_WARNINGS_AS_ERRORS)
   target_compile_options(zolp_options INTERFACE -Werror)
 endif()

@@ -36,6 +36,8 @@
 #include <intrin.h>
 #endif
 
+/* NOLINTBEGIN(modernize-use-nullptr): C does not know it. */
+
 /**
  * Begins a function: writes its entry line, with this place in the sources, and indents.
  * A declaration; one in a function.
@@ -511,5 +513,7 @@ ZOLP_FRAME_INLINE_ void zolp_end_call_(ZOLP_CallSite* site, ZOLP_FrameMoment sta
 }
 
 /** @endcond */
+
+/* NOLINTEND(modernize-use-nullptr) */
 
 #endif

@@ -33,6 +33,11 @@ using ZOLP_FrameMoment = orktool::Moment;
 
 namespace orktool {
 
+/** A tag as "%d" has always shown it. */
+inline int shown(tag object) {
+  return static_cast<int>(object);
+}
+
 /** A place in the sources, as trace lines name it. */
 struct Place {
   const char* file;

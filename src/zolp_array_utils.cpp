@@ -14,18 +14,15 @@
 #include "zolp_basetool.h"
 #include "zolp_orktool.h"
 
-namespace {
+using orktool::shown;
 
-/** Tags are shown as "%d" has always shown them. */
-int shown(tag element) {
-  return static_cast<int>(element);
-}
+namespace {
 
 /**
  * Whether a tag is among others. Whole blocks are compared before the result is looked at, which
  * compilers turn into vector instructions, unlike a search that may stop at each element.
  */
-bool contains(const tag* array, std::size_t count, tag element) {
+bool is_among(const tag* array, std::size_t count, tag element) {
   constexpr std::size_t block_size = 64;
   std::size_t i = 0;
   for (; i + block_size <= count; i += block_size) {
@@ -42,7 +39,7 @@ bool contains(const tag* array, std::size_t count, tag element) {
 
 logical search(tag element, const tag* array, int count) {
   const logical found =
-      contains(array, static_cast<std::size_t>(std::max(count, 0)), element) ? 1 : 0;
+      is_among(array, static_cast<std::size_t>(std::max(count, 0)), element) ? 1 : 0;
   ZOLP_TRACE(found != 0 ? "Object exists\n" : "Object does not exist in array\n");
   return found;
 }

@@ -23,17 +23,9 @@
 using orktool::HostPtr;
 using orktool::out;
 using orktool::print_failure;
+using orktool::shown;
 
 // --------------------------------------------------------------------------- values of a line
-
-namespace {
-
-/** Tags are shown as "%d" has always shown them. */
-int shown(tag object) {
-  return static_cast<int>(object);
-}
-
-}  // namespace
 
 int ZOLP_getSequenceNo(tag line, char** seq_no) {
   FRAME(frame, "ZOLP_getSequenceNo");

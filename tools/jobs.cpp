@@ -40,7 +40,7 @@ std::string state_name(tag task) {
   return name.data();
 }
 
-int type_of(tag task) {
+int task_type(tag task) {
   int type = 0;
   require(FLOW_get_task_type(task, &type), "the type of a task");
   return type;
@@ -164,7 +164,7 @@ tag stopped_task(tag job) {
 }
 
 Json task_json(tag task, tag stopped) {
-  const int type = type_of(task);
+  const int type = task_type(task);
   Json json = {{"name", task_name(task)},
                {"type", type_text(type)},
                {"state", task == stopped ? stopped_state : state_name(task)}};

@@ -5,6 +5,8 @@
 set -euo pipefail
 export WINEPREFIX=${WINEPREFIX:-$(cd "$(dirname "$0")/../.." && pwd)/build/windows-wine}
 export WINEDEBUG=${WINEDEBUG:--all}
+# Names of files are in the encoding of the locale; without one there are none but in ASCII.
+export LC_ALL=C.UTF-8
 # No browser engine, no .NET, no desktop entries: only programs for the console are run.
 export WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe=d'
 

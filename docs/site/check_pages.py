@@ -183,6 +183,7 @@ def search(browser, folder, pictures):
             "[...document.querySelectorAll('.SRResult a')].filter(a => a.offsetParent"
             f" && a.innerText == '{name}').map(a => a.href)[0]"
         )
+    browser.wait_for("document.getAnimations().length == 0", "the answers' coming in")
     if pictures:
         browser.picture(pictures / "search.png")
     if not found:

@@ -6,7 +6,7 @@ namespace host {
 
 namespace {
 
-enum class Progress { unseen, under_way, done };
+enum class Visit { unseen, under_way, done };
 
 /** Depth first, without recursion: a structure may be as deep as it has objects. */
 class Search {
@@ -19,20 +19,20 @@ class Search {
       Step& step = path_.back();
       const auto found = below_.find(step.object);
       if (found == below_.end() || step.next == found->second.size()) {
-        progress_[step.object] = Progress::done;
+        progress_[step.object] = Visit::done;
         path_.pop_back();
         continue;
       }
       const tag child = found->second[step.next++];
-      if (progress_[child] == Progress::unseen) {
+      if (progress_[child] == Visit::unseen) {
         enter(child);
-      } else if (progress_[child] == Progress::under_way) {
+      } else if (progress_[child] == Visit::under_way) {
         note_cycle(child);
       }
     }
   }
 
-  bool has_seen(tag object) { return progress_[object] != Progress::unseen; }
+  bool has_seen(tag object) { return progress_[object] != Visit::unseen; }
   std::vector<std::vector<tag>> take() { return std::move(cycles_); }
 
  private:
@@ -42,7 +42,7 @@ class Search {
   };
 
   void enter(tag object) {
-    progress_[object] = Progress::under_way;
+    progress_[object] = Visit::under_way;
     path_.push_back({object, 0});
   }
 
@@ -57,7 +57,7 @@ class Search {
   }
 
   const ObjectsBelow& below_;
-  std::unordered_map<tag, Progress> progress_;
+  std::unordered_map<tag, Visit> progress_;
   std::vector<Step> path_;
   std::vector<std::vector<tag>> cycles_;
 };

@@ -183,7 +183,7 @@ class SiteCheck {
   }
 
   void note_below(tag object) {
-    const auto add = [this](ObjectsBelow& below, tag above, const Values& values) {
+    const auto add = [](ObjectsBelow& below, tag above, const Values& values) {
       std::vector<tag>& list = below[above];
       for (const Scalar& value : values) {
         list.push_back(std::get<tag>(value));

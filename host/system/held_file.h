@@ -17,7 +17,7 @@ namespace host::os {
 class HeldFile {
  public:
   /** Makes the file, which anybody may read who may read the file that it is about. */
-  HeldFile(std::string path, const std::string& about);
+  HeldFile(const std::string& path, const std::string& about);
 
   /** Gives the lock back; the file stays. */
   ~HeldFile();

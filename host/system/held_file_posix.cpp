@@ -7,14 +7,11 @@
 #include <utility>
 
 #include "held_file.h"
+#include "last_error_posix.h"
 
 namespace host::os {
 
 namespace {
-
-[[noreturn]] void throw_errno() {
-  throw std::system_error(errno, std::generic_category());
-}
 
 /** All of a file. Locks of this kind are a process's own: no forked process inherits them. */
 struct flock whole_file() {
@@ -32,7 +29,7 @@ mode_t mode_of(const std::string& path) {
 
 }  // namespace
 
-HeldFile::HeldFile(std::string path, const std::string& about)
+HeldFile::HeldFile(const std::string& path, const std::string& about)
     : file_(open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC,
                  mode_of(about))) {
   if (file_ < 0) {

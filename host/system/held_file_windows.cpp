@@ -39,7 +39,7 @@ constexpr DWORD shared = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
 }  // namespace
 
-HeldFile::HeldFile(std::string path, const std::string&)
+HeldFile::HeldFile(const std::string& path, const std::string&)
     : file_(CreateFileW(utf8_path(path).c_str(), FILE_WRITE_DATA | FILE_READ_DATA | SYNCHRONIZE,
                         shared, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr)) {
   if (file_ == INVALID_HANDLE_VALUE) {

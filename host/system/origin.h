@@ -18,6 +18,7 @@ struct Origin {
   const char* operation = nullptr; /**< null for none */
   const char* function = nullptr;  /**< the innermost traced one; null for none */
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): takes the comparison's own 0 for a null pointer
   auto operator<=>(const Origin&) const = default;
 };
 

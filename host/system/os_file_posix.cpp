@@ -14,13 +14,11 @@
 #include <filesystem>
 #include <system_error>
 
+#include "last_error_posix.h"
+
 namespace host::os {
 
 namespace {
-
-[[noreturn]] void throw_errno() {
-  throw std::system_error(errno, std::generic_category());
-}
 
 void check(int result) {
   if (result < 0) {

@@ -10,9 +10,9 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
-#include <system_error>
 #include <thread>
 
+#include "last_error_posix.h"
 #include "os.h"
 #include "process_id.h"
 
@@ -97,7 +97,7 @@ std::string environment(const char* variable) {
 
 void make_random(std::span<unsigned char> bytes) {
   if (getentropy(bytes.data(), bytes.size()) != 0) {
-    throw std::system_error(errno, std::generic_category());
+    throw_errno();
   }
 }
 

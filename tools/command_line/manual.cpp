@@ -21,7 +21,7 @@ std::string spelling(const Parameter& parameter) {
   return parameter.is_flag() ? text : text + " " + parameter.value;
 }
 
-std::string listed(const std::vector<std::string>& words) {
+std::string comma_separated(const std::vector<std::string>& words) {
   std::string text;
   for (const std::string& word : words) {
     text += (text.empty() ? "" : ", ") + word;
@@ -33,7 +33,7 @@ std::string listed(const std::vector<std::string>& words) {
 std::string explanation(const Parameter& parameter) {
   std::string text = parameter.description + ".";
   if (!parameter.choices.empty() && text.find(parameter.choices.front()) == std::string::npos) {
-    text += " One of " + listed(parameter.choices) + ".";
+    text += " One of " + comma_separated(parameter.choices) + ".";
   }
   if (!parameter.range.empty()) {
     text += " From " + parameter.range + ".";
@@ -42,7 +42,7 @@ std::string explanation(const Parameter& parameter) {
     text += " " + parameter.preset + " when left out.";
   }
   if (!parameter.excludes.empty()) {
-    text += " Not beside " + listed(parameter.excludes) + ".";
+    text += " Not beside " + comma_separated(parameter.excludes) + ".";
   }
   if (parameter.is_required && !parameter.is_positional()) {
     text += " Required.";

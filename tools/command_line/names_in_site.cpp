@@ -25,17 +25,17 @@ struct Section {
   const char* member;
 };
 
-constexpr std::array<Section, 6> sections{{{"JOB", "jobs", "name"},
-                                           {"TEMPLATE", "process_templates", "name"},
-                                           {"USER", "users", "id"},
-                                           {"GROUP", "groups", "name"},
-                                           {"PREFERENCE", "preferences", nullptr},
-                                           {"TYPE", "dataset_types", "name"}}};
+constexpr std::array<Section, 6> named_sections{{{"JOB", "jobs", "name"},
+                                                 {"TEMPLATE", "process_templates", "name"},
+                                                 {"USER", "users", "id"},
+                                                 {"GROUP", "groups", "name"},
+                                                 {"PREFERENCE", "preferences", nullptr},
+                                                 {"TYPE", "dataset_types", "name"}}};
 
 const Section* section_of(const std::string& kind) {
-  const auto found = std::find_if(sections.begin(), sections.end(),
+  const auto found = std::find_if(named_sections.begin(), named_sections.end(),
                                   [&](const Section& section) { return kind == section.kind; });
-  return found != sections.end() ? &*found : nullptr;
+  return found != named_sections.end() ? &*found : nullptr;
 }
 
 bool is_object(const std::string& kind) {

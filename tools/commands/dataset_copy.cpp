@@ -30,7 +30,7 @@ class PassageFolder {
  private:
   static fs::path parent() {
     const char* const given = std::getenv("VK_TMP_DIR");
-    return given != nullptr ? host::utf8_path(given) : fs::temp_directory_path();
+    return given != nullptr ? host::utf8_path(given) : temporary_folder();
   }
 
   WorkFolder folder_;

@@ -59,7 +59,7 @@ void export_to_standard_output(const DatasetOptions& options, const std::vector<
     throw Error("dataset " + options.dataset + " has " + std::to_string(files.size()) + " files",
                 "name a folder with --out, or one of them with --reference");
   }
-  const WorkFolder work(fs::temp_directory_path());
+  const WorkFolder work(temporary_folder());
   const fs::path path = host::utf8_path(work.file("file"));
   {
     const CopyProgress progress("exporting " + options.dataset);

@@ -9,7 +9,7 @@ namespace tool {
 
 namespace {
 
-void print_card(const Json& card) {
+void print_dataset(const Json& card) {
   std::puts(printable(card["name"].get<std::string>()).c_str());
   for (const char* field : {"type", "description", "owner", "tool", "format"}) {
     std::printf("  %-12s %s\n", field, printable(card[field].get<std::string>()).c_str());
@@ -39,7 +39,7 @@ void show_dataset(const DatasetOptions& options) {
   if (options.json) {
     print_json(card);
   } else {
-    print_card(card);
+    print_dataset(card);
   }
 }
 

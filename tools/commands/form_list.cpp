@@ -16,7 +16,7 @@ namespace tool {
 
 namespace {
 
-struct ListOptions {
+struct FormListOptions {
   std::string object;
   bool json = false;
   LoginOptions login;
@@ -61,7 +61,7 @@ Json forms_of(tag object) {
   return rows;
 }
 
-void list_forms(const ListOptions& options) {
+void list_forms(const FormListOptions& options) {
   const View one_state;
   const Json rows = forms_of(find_object(options.object));
   if (options.json) {
@@ -79,7 +79,7 @@ void list_forms(const ListOptions& options) {
 void add_form_list(CommandParser& group) {
   CommandParser& command =
       group.add_command("list", "List the forms of an item or revision and its datasets");
-  const auto options = std::make_shared<ListOptions>();
+  const auto options = std::make_shared<FormListOptions>();
   command.add_option("ID", options->object, "Item id, or item id/revision id")
       .required()
       .type_name("");

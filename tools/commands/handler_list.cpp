@@ -13,13 +13,13 @@ namespace tool {
 
 namespace {
 
-struct ListOptions {
+struct HandlerListOptions {
   std::string library;
   bool json = false;
   HandlerSettings settings;
 };
 
-void list(const ListOptions& options) {
+void list(const HandlerListOptions& options) {
   const std::vector<std::string> handlers = load_handlers(options.library);
   if (handlers.empty()) {
     throw Error(options.library + " registers no handler",
@@ -42,7 +42,7 @@ void list(const ListOptions& options) {
 
 void add_handler_list(CommandParser& group) {
   CommandParser& command = group.add_command("list", "List the handlers that a library registers");
-  const auto options = std::make_shared<ListOptions>();
+  const auto options = std::make_shared<HandlerListOptions>();
   command.add_option("LIBRARY", options->library, "Shared library with ORK_register_handlers")
       .required()
       .type_name("");

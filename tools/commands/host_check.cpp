@@ -13,7 +13,7 @@ namespace tool {
 
 namespace {
 
-struct CheckOptions {
+struct SiteCheckOptions {
   std::string file;
   bool repair = false;
   bool json = false;
@@ -31,7 +31,7 @@ void print_findings(const Json& found) {
   }
 }
 
-void check(const CheckOptions& options) {
+void check(const SiteCheckOptions& options) {
   int findings = 0;
   char* text = nullptr;
   require_success(ork_host_check(options.file.c_str(), options.repair ? 1 : 0, &findings, &text),
@@ -56,7 +56,7 @@ void check(const CheckOptions& options) {
 
 void add_host_check(CommandParser& group) {
   CommandParser& command = group.add_command("check", "Say whether a site is whole");
-  const auto options = std::make_shared<CheckOptions>();
+  const auto options = std::make_shared<SiteCheckOptions>();
   command.add_option("FILE", options->file, "The site's file").required().type_name("");
   command.add_flag("--repair", options->repair,
                    "Put right what can be without losing anything: what ended processes have\n"

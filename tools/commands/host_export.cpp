@@ -19,7 +19,7 @@ namespace tool {
 
 namespace {
 
-struct ExportOptions {
+struct SiteExportOptions {
   std::string file;
   std::string seed;
   std::string files;
@@ -59,7 +59,7 @@ logical write_piece(const char* text, size_t size, void* file) {
   return seed && !is_interrupted() ? 1 : 0;
 }
 
-void export_seed(const ExportOptions& options) {
+void export_seed(const SiteExportOptions& options) {
   const fs::path target = host::utf8_path(options.seed);
   if (!target.has_filename()) {
     throw usage_error("--out names no file", "name one");
@@ -93,7 +93,7 @@ void export_seed(const ExportOptions& options) {
 
 void add_host_export(CommandParser& group) {
   CommandParser& command = group.add_command("export", "Make a seed of a site");
-  const auto options = std::make_shared<ExportOptions>();
+  const auto options = std::make_shared<SiteExportOptions>();
   command.add_option("FILE", options->file, "The site's file").required().type_name("");
   command.add_option("--out", options->seed, "The seed; an earlier one is replaced")
       .required()

@@ -12,7 +12,7 @@ namespace tool {
 
 namespace {
 
-struct CheckOptions : ListOptions {
+struct ListCheckOptions : ListOptions {
   std::string separator = "/";
   bool json = false;
 };
@@ -33,7 +33,7 @@ void print_problem(const std::string& list, const ListProblem& problem) {
                           .c_str());
 }
 
-void check(const CheckOptions& options) {
+void check(const ListCheckOptions& options) {
   const InputFile list(options.file);
   const ListReport report = report_on_list(list, options.separator, options.encoding);
   std::size_t refusals = 0;
@@ -73,7 +73,7 @@ void check(const CheckOptions& options) {
 
 void add_list_check(CommandParser& group) {
   CommandParser& command = group.add_command("check", "Tell all that is wrong with a release list");
-  const auto options = std::make_shared<CheckOptions>();
+  const auto options = std::make_shared<ListCheckOptions>();
   add_list_file(command, *options, "The release list");
   add_separator(command, options->separator);
   command.add_flag("--json", options->json, "Print JSON");

@@ -77,7 +77,7 @@ std::string site_of(tag object) {
 }
 
 /** The relations of an object; those in which it is the primary one come first. */
-Json relations_of(tag object) {
+Json relations_json(tag object) {
   int count = 0;
   REL_record_s* records = nullptr;
   require(REL_list_all_related_objects(object, &count, &records), "the relations");
@@ -152,7 +152,7 @@ Json card_of(tag object) {
   card["checked_out_by"] = checkout_of(object);
   card["site"] = site_of(object);
   card["statuses"] = statuses_of(object);
-  card["relations"] = relations_of(object);
+  card["relations"] = relations_json(object);
   add_own(card, object);
   return card;
 }
@@ -169,7 +169,7 @@ void print_list(const char* heading, const Json& list, std::string (*text)(const
   }
 }
 
-void print_card(const Json& card) {
+void print_object(const Json& card) {
   std::puts(printable(card["id"].get<std::string>()).c_str());
   for (const char* field : {"name", "class", "type", "owner", "group", "site"}) {
     print_field(field, card[field].get<std::string>());
@@ -200,19 +200,19 @@ void print_card(const Json& card) {
   print_list("related from", card["relations"]["from"], relation_text);
 }
 
-struct ShowOptions {
+struct CardOptions {
   std::string id;
   bool json = false;
   LoginOptions login;
 };
 
-void show(const ShowOptions& options) {
+void show_object(const CardOptions& options) {
   const View one_state;
   const Json card = card_of(find_object(options.id));
   if (options.json) {
     print_json(card);
   } else {
-    print_card(card);
+    print_object(card);
   }
 }
 
@@ -221,12 +221,12 @@ void show(const ShowOptions& options) {
 void add_show_command(CommandParser& program) {
   CommandParser& command =
       program.add_command("show", "Print what a site knows of an item or a revision");
-  const auto options = std::make_shared<ShowOptions>();
+  const auto options = std::make_shared<CardOptions>();
   command.add_option("ID", options->id, "Item id, or item id/revision id").required().type_name("");
   command.footer(
       "\nExamples: zolp show GB-1000 --host site.db\n"
       "          zolp show GB-1000/C --host site.db --json");
-  work_in_session(command, options, show);
+  work_in_session(command, options, show_object);
 }
 
 }  // namespace tool

@@ -18,7 +18,7 @@ namespace tool {
 
 namespace {
 
-struct ExportOptions : TraceOptions {
+struct TraceExportOptions : TraceOptions {
   CallSelection selection;
   std::string format;
   std::string target;
@@ -62,7 +62,7 @@ void write_file(const std::string& target, const std::function<void(std::FILE*)>
   files.publish();
 }
 
-void write_format(const ExportOptions& options, std::FILE* file) {
+void write_format(const TraceExportOptions& options, std::FILE* file) {
   TraceInput input(options);
   SelectedCalls calls(input, options.selection);
   DocumentWriter to(file);
@@ -77,7 +77,7 @@ void write_format(const ExportOptions& options, std::FILE* file) {
   }
 }
 
-void export_trace(const ExportOptions& options) {
+void export_trace(const TraceExportOptions& options) {
   if (options.target.empty()) {
     return write_format(options, stdout);
   }
@@ -95,7 +95,7 @@ std::string html_text(std::string_view text) {
 }
 
 /** Writes the page. @return how many calls are in it. */
-size_t write_page(const ExportOptions& options, std::FILE* file) {
+size_t write_page(const TraceExportOptions& options, std::FILE* file) {
   // Browsers take no texts of more than half a gigabyte, and get slow long before.
   constexpr long most_bytes = 400'000'000;
   const std::string_view page = viewer_page();
@@ -123,7 +123,7 @@ size_t write_page(const ExportOptions& options, std::FILE* file) {
   return count;
 }
 
-void view_trace(const ExportOptions& options) {
+void view_trace(const TraceExportOptions& options) {
   if (viewer_page().empty()) {
     throw Error("this program was built without its viewer, which comes from npm",
                 "build it where npm can be reached, or give a viewer of your own what \"zolp "
@@ -144,7 +144,7 @@ void view_trace(const ExportOptions& options) {
 void add_trace_export(CommandParser& group) {
   CommandParser& command =
       group.add_command("export", "Write the calls for timeline viewers and flame graphs");
-  const auto options = std::make_shared<ExportOptions>();
+  const auto options = std::make_shared<TraceExportOptions>();
   add_trace_files(command, *options);
   command.add_option("--format", options->format, "chrome, speedscope, folded or json")
       .required()
@@ -168,7 +168,7 @@ void add_trace_export(CommandParser& group) {
 void add_trace_view(CommandParser& group) {
   CommandParser& command = group.add_command(
       "view", "Make a page that shows the calls in a browser: over time, summed up, as a table");
-  const auto options = std::make_shared<ExportOptions>();
+  const auto options = std::make_shared<TraceExportOptions>();
   add_trace_files(command, *options);
   command
       .add_option("--out", options->target,

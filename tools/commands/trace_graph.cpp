@@ -98,7 +98,7 @@ Edge sum_of(const CallGraph::Neighbours& edges) {
   return sum;
 }
 
-std::string name_of(const trace::SiteGroups& groups, uint32_t group) {
+std::string group_name(const trace::SiteGroups& groups, uint32_t group) {
   return group == CallGraph::nobody ? "(nobody that is traced)" : groups.name(group);
 }
 
@@ -121,7 +121,7 @@ void print_neighbours(const char* title, const CallGraph::Neighbours& edges,
     if (has_times) {
       row.push_back(duration_text(edge.total));
     }
-    row.push_back(name_of(groups, group));
+    row.push_back(group_name(groups, group));
     table.add_row(row);
   }
   table.print();

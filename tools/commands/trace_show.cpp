@@ -15,7 +15,7 @@ namespace {
 using trace::CallEvent;
 using trace::Ending;
 
-struct ShowOptions : TraceOptions {
+struct TraceShowOptions : TraceOptions {
   std::vector<std::string> only;
   std::vector<std::string> skip;
   size_t depth = 0;
@@ -30,7 +30,7 @@ struct ShowOptions : TraceOptions {
 /** Which calls are shown, as far as is known before they end. */
 class Selection {
  public:
-  explicit Selection(const ShowOptions& options)
+  explicit Selection(const TraceShowOptions& options)
       : only_(options.only), skip_(options.skip), options_(options) {
     if (!options.from.empty()) {
       from_.emplace(options.from);
@@ -63,7 +63,7 @@ class Selection {
  private:
   TraceNames only_;
   TraceNames skip_;
-  const ShowOptions& options_;
+  const TraceShowOptions& options_;
   std::optional<TraceMoment> from_;
   std::optional<TraceMoment> to_;
 };
@@ -81,7 +81,7 @@ struct OpenCall {
 };
 
 /** The open calls of a lane. Those before `first_not_begun` are begun, as far as they are shown. */
-struct OpenCalls {
+struct LaneCalls {
   std::vector<OpenCall> calls;
   size_t first_not_begun = 0;
 };
@@ -171,9 +171,9 @@ class Lines {
 };
 
 /** One JSON document, written as its calls end. */
-class JsonList {
+class JsonCalls {
  public:
-  explicit JsonList(TraceInput& input) : input_(input) {}
+  explicit JsonCalls(TraceInput& input) : input_(input) {}
 
   void end(const CallEvent& event, const OpenCall& call, const OpenCall* around) {
     static constexpr std::array endings = {"left", "early", "implied", "open"};
@@ -204,14 +204,14 @@ class JsonList {
 /** Puts calls into lines: one for a call that makes no others, else one for each of its ends. */
 class Tree {
  public:
-  Tree(const ShowOptions& options, TraceInput& input)
+  Tree(const TraceShowOptions& options, TraceInput& input)
       : selection_(options), input_(input), lines_(input), json_(input), is_json_(options.json) {}
 
   void add(const CallEvent& event) {
     if (event.lane >= lanes_.size()) {
       lanes_.resize(size_t{event.lane} + 1);
     }
-    OpenCalls& open = lanes_[event.lane];
+    LaneCalls& open = lanes_[event.lane];
     switch (event.kind) {
       case CallEvent::Kind::enter:
         return enter(event, open);
@@ -239,7 +239,7 @@ class Tree {
   }
 
  private:
-  void enter(const CallEvent& event, OpenCalls& open) {
+  void enter(const CallEvent& event, LaneCalls& open) {
     const trace::CallSite& site = input_.sites()[event.site];
     OpenCall call;
     call.site = event.site;
@@ -263,7 +263,7 @@ class Tree {
     open.calls.push_back(call);
   }
 
-  void leave(const CallEvent& event, OpenCalls& open) {
+  void leave(const CallEvent& event, LaneCalls& open) {
     const OpenCall call = open.calls.back();
     open.calls.pop_back();
     const bool is_taken = call.is_wanted && selection_.takes(event);
@@ -280,7 +280,7 @@ class Tree {
     open.first_not_begun = std::min(open.first_not_begun, open.calls.size());
   }
 
-  void text(const CallEvent& event, OpenCalls& open) {
+  void text(const CallEvent& event, LaneCalls& open) {
     if (is_json_ || selection_.is_late()) {
       return;
     }
@@ -300,7 +300,7 @@ class Tree {
   static bool is_shown(const OpenCall& call) { return call.is_chosen && !call.is_hidden; }
 
   /** Begins all calls that are open and not begun yet. */
-  void begin_all(uint32_t lane, OpenCalls& open) {
+  void begin_all(uint32_t lane, LaneCalls& open) {
     for (; open.first_not_begun < open.calls.size(); ++open.first_not_begun) {
       OpenCall& call = open.calls[open.first_not_begun];
       if (is_shown(call) && !is_json_) {
@@ -313,13 +313,13 @@ class Tree {
   Selection selection_;
   TraceInput& input_;
   Lines lines_;
-  JsonList json_;
+  JsonCalls json_;
   bool is_json_;
   uint64_t latest_id_ = 0;
-  std::vector<OpenCalls> lanes_;
+  std::vector<LaneCalls> lanes_;
 };
 
-void show_calls(const ShowOptions& options) {
+void show_calls(const TraceShowOptions& options) {
   trace::ReadOptions how;
   how.texts = options.texts;
   Tree* shown = nullptr;
@@ -353,7 +353,7 @@ void show_calls(const ShowOptions& options) {
 void add_trace_show(CommandParser& group) {
   CommandParser& command =
       group.add_command("show", "Print the calls as a tree, with statuses and durations");
-  const auto options = std::make_shared<ShowOptions>();
+  const auto options = std::make_shared<TraceShowOptions>();
   add_trace_input(command, *options);
   command
       .add_option("--only", options->only,

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "text_prefix.h"
+
 namespace trace {
 namespace {
 
@@ -44,7 +46,7 @@ CallKind kind_of(std::string_view text) {
 
 NamedCall parse_call(std::string_view line) {
   size_t at = line.size();
-  while (at > 0 && line[at - 1] >= '0' && line[at - 1] <= '9') {
+  while (at > 0 && is_digit(line[at - 1])) {
     --at;
   }
   constexpr size_t most_digits = 9;

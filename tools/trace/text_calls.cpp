@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "error.h"
+#include "text_prefix.h"
 #include "told_failure.h"
 
 namespace trace {
@@ -13,10 +14,6 @@ namespace {
 
 /** A process that begins anew counts its time from 0; threads differ by less. */
 constexpr int64_t earlier_by_a_run = 1'000'000'000;
-
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
-}
 
 std::string_view trimmed_left(std::string_view text) {
   return text.substr(std::min(text.find_first_not_of(' '), text.size()));

@@ -10,10 +10,6 @@ constexpr size_t time_size = 12;
 constexpr int64_t nanoseconds_of_microsecond = 1000;
 constexpr int64_t nanoseconds_of_second = 1'000'000'000;
 
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 /** Reads digits at a place of a text that is long enough. */
 template <size_t Count>
 bool read_digits(const char* at, int64_t& number) {

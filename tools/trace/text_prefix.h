@@ -7,6 +7,11 @@
 
 namespace trace {
 
+/** Whether a character is an ASCII digit, whatever the locale. */
+inline bool is_digit(char c) {
+  return c >= '0' && c <= '9';
+}
+
 /** The parts of a prefix that ZOLP_TRACE_PREFIX has asked for. */
 struct PrefixFormat {
   bool has_clock = false;

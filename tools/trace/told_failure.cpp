@@ -2,12 +2,10 @@
 
 #include <algorithm>
 
+#include "text_prefix.h"
+
 namespace trace {
 namespace {
-
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
-}
 
 bool read_number(std::string_view text, int32_t& number) {
   const bool is_negative = text.starts_with('-');
