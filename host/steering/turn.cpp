@@ -36,7 +36,9 @@ Turn::Turn() noexcept : is_granted_(is_ours()) {
       keep(true);
     }
   }
-  depth += is_granted_ ? 1 : 0;
+  if (is_granted_) {
+    ++depth;
+  }
 }
 
 Turn::~Turn() {
