@@ -16,7 +16,34 @@ std::string earlier_name(const std::string& name) {
   return name + ".earlier";
 }
 
+/** What a chain of symbolic links leads to, which need not be there. */
+fs::path end_of_links(const std::string& given) {
+  constexpr int longest_chain = 40;
+  fs::path path = host::utf8_path(given);
+  if (!path.has_filename()) {
+    throw usage_error("\"" + given + "\" names no file", "name one");
+  }
+  std::error_code none;
+  for (int links = 0; fs::is_symlink(path, none); ++links) {
+    const fs::path target = fs::read_symlink(path, none);
+    if (none || links == longest_chain) {
+      throw Error(given + " is a symbolic link that leads nowhere", "name a file");
+    }
+    path = path.parent_path() / target;
+  }
+  return path;
+}
+
+std::string name_of(const fs::path& file) {
+  const std::u8string name = file.filename().u8string();
+  return {name.begin(), name.end()};
+}
+
 }  // namespace
+
+fs::path folder_of(const fs::path& file) {
+  return file.has_parent_path() ? file.parent_path() : fs::path(".");
+}
 
 fs::path temporary_folder() {
   std::error_code none;
@@ -106,6 +133,11 @@ void OutputFiles::publish() {
         "make it writable or name another one");
   }
 }
+
+OutputFile::OutputFile(const std::string& given) : OutputFile(end_of_links(given)) {}
+
+OutputFile::OutputFile(const fs::path& target)
+    : files_(folder_of(target)), path_(files_.add(name_of(target))) {}
 
 NewFiles::~NewFiles() {
   for (const fs::path& path : paths_) {

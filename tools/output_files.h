@@ -12,6 +12,9 @@ namespace tool {
 /** The system's folder for temporary files; an Error is thrown where there is none. */
 std::filesystem::path temporary_folder();
 
+/** The folder that a file is in, as a path that can be used. */
+std::filesystem::path folder_of(const std::filesystem::path& file);
+
 /** A folder with a name of its own, removed with its contents at the end. */
 class WorkFolder {
  public:
@@ -51,6 +54,28 @@ class OutputFiles {
   std::filesystem::path target_;
   WorkFolder work_;
   std::vector<std::string> names_;
+};
+
+/** One such file, under the name that a user has given. */
+class OutputFile {
+ public:
+  /**
+   * @param given a file, which is made or replaced, or a symbolic link, which stays: what it leads
+   *              to is written. An Error is thrown for anything else.
+   */
+  explicit OutputFile(const std::string& given);
+
+  /** The path to write it to. */
+  const std::string& path() const { return path_; }
+
+  /** Puts it into its place. Throws an Error, with the place as before, on failure. */
+  void publish() { files_.publish(); }
+
+ private:
+  explicit OutputFile(const std::filesystem::path& target);
+
+  OutputFiles files_;
+  std::string path_;
 };
 
 /** Files that are removed again unless all of them are there. */

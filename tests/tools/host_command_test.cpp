@@ -150,13 +150,24 @@ TEST_F(HostCommand, AFileThatGetsTooLargeIsAFailureWithWords) {
   EXPECT_EQ(pref({"One"}).out, "first\n");
 }
 
-TEST_F(HostCommand, OutputTakesThePlaceOfFilesOnly) {
+TEST_F(HostCommand, OutputGoesToFilesOnlyAndThroughLinks) {
   ASSERT_EQ(run_zolp({"host", "init", site}).exit_code, 0);
   const std::string device = folder.path("device");
   ASSERT_EQ(mkfifo(device.c_str(), 0600), 0);  // stands for /dev/null, which root could lose
   expect_refusal(run_zolp({"host", "export", site, "--out", device}), 1,
                  "is a device, a pipe or the like");
   EXPECT_TRUE(std::filesystem::is_fifo(device));
+
+  const std::string link = folder.path("link");
+  std::filesystem::create_symlink("target", link);
+  for (const char* when : {"first", "again"}) {
+    ASSERT_EQ(run_zolp({"host", "export", site, "--out", link}).exit_code, 0) << when;
+    EXPECT_TRUE(std::filesystem::is_symlink(link)) << when;
+    EXPECT_EQ(folder.read("target"), "{}\n") << when;
+  }
+  std::filesystem::create_symlink("circle", folder.path("circle"));
+  expect_refusal(run_zolp({"host", "export", site, "--out", folder.path("circle")}), 1,
+                 "leads nowhere");
 }
 #endif
 

@@ -46,9 +46,9 @@ class ContentsFolder {
 };
 
 /** The way from the seed to a file of the folder; an absolute one where there is no other. */
-std::string prefix_of(const std::string& files, const fs::path& seed_folder) {
+std::string prefix_of(const std::string& files, const std::string& seed) {
   const fs::path folder = fs::absolute(host::utf8_path(files));
-  const fs::path way = folder.lexically_relative(fs::absolute(seed_folder));
+  const fs::path way = folder.lexically_relative(fs::absolute(host::utf8_path(seed)).parent_path());
   return (way.empty() ? folder : way).lexically_normal().generic_string() + "/";
 }
 
@@ -60,16 +60,10 @@ logical write_piece(const char* text, size_t size, void* file) {
 }
 
 void export_seed(const SiteExportOptions& options) {
-  const fs::path target = host::utf8_path(options.seed);
-  if (!target.has_filename()) {
-    throw usage_error("--out names no file", "name one");
-  }
-  const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-  OutputFiles output(folder);
-  const std::string path = output.add(target.filename().string());
+  OutputFile output(options.seed);
   const Site site(options.file);
-  const std::string prefix = options.files.empty() ? "" : prefix_of(options.files, folder);
-  std::ofstream seed(host::utf8_path(path), std::ios::binary);
+  const std::string prefix = options.files.empty() ? "" : prefix_of(options.files, options.seed);
+  std::ofstream seed(host::utf8_path(output.path()), std::ios::binary);
   const int status =
       ork_host_write_export(options.files.empty() ? nullptr : options.files.c_str(), prefix.c_str(),
                             options.has_no_dates ? 0 : 1, write_piece, &seed);

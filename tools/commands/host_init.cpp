@@ -100,7 +100,7 @@ void init_site(const InitOptions& options) {
     const Site site(":memory:", Site::Open::anew);
     return check_seeds(options.seeds);
   }
-  const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+  const fs::path folder = folder_of(target);
   const WorkFolder work(folder);
   {
     Site site(work.file(target.filename().string()), Site::Open::anew);

@@ -28,7 +28,7 @@ void reset(const ResetOptions& options) {
   if (!fs::exists(target)) {
     throw Error("site " + options.file + " does not exist", "create it with \"zolp host init\"");
   }
-  const WorkFolder work(target.has_parent_path() ? target.parent_path() : fs::path("."));
+  const WorkFolder work(folder_of(target));
   const std::string made = work.file("new.db");
   {
     Site site(made, Site::Open::anew);

@@ -79,13 +79,9 @@ void copy_list(const CopyOptions& options, const Copy& copy) {
     write_copy(options, in, written, copy);
     return write_to_standard_output(host::utf8_path(written));
   }
-  const fs::path target = host::utf8_path(options.out);
-  if (!target.has_filename()) {
-    throw usage_error("OUT names no file", "name one");
-  }
-  OutputFiles files(target.has_parent_path() ? target.parent_path() : fs::path("."));
-  const size_t kept = write_copy(options, in, files.add(target.filename().string()), copy);
-  files.publish();
+  OutputFile file(options.out);
+  const size_t kept = write_copy(options, in, file.path(), copy);
+  file.publish();
   if (options.json) {
     print_json({{"file", options.out}, {"lines_read", lines}, {"lines_kept", kept}});
   } else {

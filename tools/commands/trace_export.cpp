@@ -38,11 +38,8 @@ void add_selection(CommandParser& command, CallSelection& selection) {
 
 /** Writes a file as a whole, or leaves what there was. */
 void write_file(const std::string& target, const std::function<void(std::FILE*)>& write) {
-  const fs::path path = host::utf8_path(target);
-  OutputFiles files(path.has_parent_path() ? path.parent_path() : fs::path("."));
-  const auto name = path.filename().u8string();
-  const std::string work = files.add(reinterpret_cast<const char*>(name.c_str()));
-  std::FILE* const file = std::fopen(work.c_str(), "wb");
+  OutputFile output(target);
+  std::FILE* const file = std::fopen(output.path().c_str(), "wb");
   if (file == nullptr) {
     throw Error("cannot write " + target + " (" + std::strerror(errno) + ")", "check the folder");
   }
@@ -59,7 +56,7 @@ void write_file(const std::string& target, const std::function<void(std::FILE*)>
     throw Error("cannot write " + target, "make room on the disk");
   }
   stop_if_interrupted();
-  files.publish();
+  output.publish();
 }
 
 void write_format(const TraceExportOptions& options, std::FILE* file) {
