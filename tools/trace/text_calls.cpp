@@ -71,24 +71,6 @@ struct TextCalls::KnownCall {
   uint32_t next[2] = {}; /**< site that was entered next after it was left, or entered */
 };
 
-struct TextCalls::TextLane {
-  TextLane(Reading& reading, uint32_t lane, uint64_t its_process)
-      : stack(reading.sites, reading.queue, lane), index(lane), process(its_process) {}
-
-  CallStack stack;
-  uint32_t index;
-  uint64_t process;
-  int64_t start = unknown_time;
-  int64_t latest_time = unknown_time;
-  enum class ErrorText { none, may_follow, goes_on } error_text = ErrorText::none;
-  bool has_pending_failure = false; /**< of a call that is not shown */
-  uint32_t pending_site = 0;
-  Exit pending;
-  std::string pending_text;
-
-  bool needs_care() const { return stack.is_top_doubtful() || error_text != ErrorText::none; }
-};
-
 TextCalls::TextCalls(Reading& reading, std::vector<std::string> parts,
                      std::unique_ptr<TraceFile> first, const std::string& begin, bool is_last)
     : reading_(reading),
@@ -129,30 +111,6 @@ void TextCalls::note_step(TextLines::Step step) {
   } else if (step == TextLines::Step::long_line) {
     note_damage();
   }
-}
-
-void TextCalls::detect_format(std::string_view lines) {
-  constexpr int most_lines = 200;
-  PrefixFormat first;
-  int lines_of_first = 0;
-  bool is_first_likely = true;
-  for (int i = 0; i < most_lines && !lines.empty(); ++i) {
-    const std::string_view line = lines.substr(0, lines.find('\n'));
-    lines.remove_prefix(std::min(lines.size(), line.size() + 1));
-    PrefixFormat format;
-    bool is_certain = false;
-    if (line.empty()) {
-      continue;
-    }
-    detect_prefix(line, format, is_certain);
-    if (is_certain) {
-      set_format(format);
-      return;
-    }
-    first = lines_of_first++ == 0 ? format : first;
-    is_first_likely = is_first_likely && format == first;
-  }
-  set_format(is_first_likely ? first : PrefixFormat{});
 }
 
 void TextCalls::set_format(const PrefixFormat& format) {
@@ -199,13 +157,13 @@ void TextCalls::add_lane(const Prefix& prefix) {
   lane.file = lines_.name();
   lane.parts.push_back({lane.file, lines_before_});
   lane.process = prefix.process;
-  lane_ =
-      &lanes_.emplace_back(reading_, static_cast<uint32_t>(reading_.lanes.size()), prefix.process);
+  lane_ = &lanes_.emplace_back(reading_.sites, reading_.queue,
+                               static_cast<uint32_t>(reading_.lanes.size()), prefix.process);
   reading_.lanes.push_back(std::move(lane));
 }
 
 void TextCalls::end_lane(TextLane& lane) {
-  add_pending_failure(lane);
+  lane.add_pending_failure();
   lane.stack.end(line_number_);
 }
 
@@ -214,14 +172,14 @@ void TextCalls::finish() {
     return;
   }
   is_finished_ = true;
-  if (calls_ == 0 && damaged_lines_ > 0) {
+  if (known_.empty() && damaged_lines_ > 0) {
     throw tool::Error(lines_.name() + " is neither a text trace nor a recording",
                       "name a file that ZOLP_TRACE_FILE or ZOLP_TRACE_RECORD has named");
   }
   for (TextLane& lane : lanes_) {
     end_lane(lane);
   }
-  if (calls_ == 0 && line_number_ > 0) {
+  if (known_.empty() && line_number_ > 0) {
     reading_.remarks.push_back(lines_.name() +
                                " holds no calls: trace with ZOLP_TRACE_LEVEL=log or trace");
   }
@@ -241,7 +199,7 @@ void TextCalls::read_lines() {
   const std::string_view lines = lines_.lines();
   if (!is_format_known_) {
     is_format_known_ = true;
-    detect_format(lines);
+    set_format(detect_format(lines));
   }
   const char* line = lines.data();
   const char* const end = line + lines.size();
@@ -309,7 +267,6 @@ const char* TextCalls::read_known_entry(const char* call, const char* end) {
 }
 
 void TextCalls::enter(uint32_t site) {
-  ++calls_;
   lane_->stack.enter(site, time_, line_number_);
   latest_site_ = site;
   was_latest_entered_ = true;
@@ -349,7 +306,7 @@ void TextCalls::read_entry(std::string_view call) {
     return add_text(call);
   }
   remember(site);
-  settle(*lane_);
+  lane_->settle();
   known_[latest_site_].next[was_latest_entered_] = site;
   enter(site);
 }
@@ -372,7 +329,7 @@ void TextCalls::read_exit(std::string_view line) {
   if (call.text.empty()) {
     return add_text(line);
   }
-  add_pending_failure(*lane_);
+  lane_->add_pending_failure();
   CallStack& stack = lane_->stack;
   if (!stack.is_empty() && !stack.is_top_doubtful()) {
     const CallSite& top = reading_.sites[stack.top()];
@@ -386,29 +343,9 @@ void TextCalls::read_exit(std::string_view line) {
   }
 }
 
-/** What stands before this line has come to its end. */
-void TextCalls::settle(TextLane& lane) {
-  add_pending_failure(lane);
-  lane.error_text = TextLane::ErrorText::none;
-  if (lane.stack.is_top_doubtful()) {
-    lane.stack.settle_doubt();
-  }
-}
-
-void TextCalls::add_pending_failure(TextLane& lane) {
-  lane.error_text = TextLane::ErrorText::none;
-  if (lane.has_pending_failure) {
-    ++calls_;
-    lane.has_pending_failure = false;
-    lane.pending.error_text = lane.pending_text;
-    lane.stack.add_failure(lane.pending_site, lane.pending);
-    lane.pending_text.clear();
-  }
-}
-
 /** Any line that is not what is expected. */
 void TextCalls::read_rare_line(std::string_view line, std::string_view text) {
-  if (read_error_text(text)) {
+  if (lane_->take_error_text(text)) {
     return;
   }
   if (text.size() < line.size() && text.starts_with("->")) {
@@ -428,37 +365,8 @@ void TextCalls::read_rare_line(std::string_view line, std::string_view text) {
   if (!text.empty() && (read_told_failure(text) || read_late_arrow(line, text))) {
     return;
   }
-  settle(*lane_);
+  lane_->settle();
   add_text(text);
-}
-
-/** The lines of an error text, of which the first one begins with two dashes. */
-bool TextCalls::read_error_text(std::string_view text) {
-  using ErrorText = TextLane::ErrorText;
-  if (lane_->error_text == ErrorText::none) {
-    return false;
-  }
-  constexpr std::string_view dashes = "--";
-  const bool is_first = lane_->error_text == ErrorText::may_follow;
-  const bool is_arrow = text.starts_with("->") || text.starts_with("<-");
-  if (is_first ? !text.starts_with(dashes) : is_arrow) {
-    lane_->error_text = ErrorText::none;
-    return false;
-  }
-  text.remove_prefix(is_first ? dashes.size() : 0);
-  const bool is_last = text.ends_with(dashes);
-  text.remove_suffix(is_last ? dashes.size() : 0);
-  lane_->error_text = is_last ? ErrorText::none : ErrorText::goes_on;
-  const std::string part = (is_first ? "" : "\n") + std::string(text);
-  if (lane_->has_pending_failure) {
-    lane_->pending_text += part;
-    if (is_last) {
-      add_pending_failure(*lane_);
-    }
-  } else {
-    lane_->stack.add_error_text(part);
-  }
-  return true;
 }
 
 bool TextCalls::read_told_failure(std::string_view text) {
@@ -466,20 +374,13 @@ bool TextCalls::read_told_failure(std::string_view text) {
   if (!read_failure(text, told)) {
     return false;
   }
-  settle(*lane_);
   const uint32_t site =
       reading_.sites.number_of(told.kind, told.call.text, told.call.file, told.call.line);
   remember(site);
-  if (!lane_->stack.is_empty() && lane_->stack.top() == site) {
-    lane_->stack.fail_top(told.status);
-  } else {
-    lane_->has_pending_failure = true;
-    lane_->pending_site = site;
-    lane_->pending = exit_here();
-    lane_->pending.knows_status = true;
-    lane_->pending.status = told.status;
-  }
-  lane_->error_text = TextLane::ErrorText::may_follow;
+  Exit failure = exit_here();
+  failure.knows_status = true;
+  failure.status = told.status;
+  lane_->fail(site, failure);
   return true;
 }
 
@@ -488,11 +389,9 @@ bool TextCalls::read_told_failure(std::string_view text) {
  * expected: another program has appended to the file.
  */
 bool TextCalls::read_late_arrow(std::string_view line, std::string_view text) {
-  PrefixFormat format;
-  bool is_certain = false;
-  detect_prefix(line, format, is_certain);
-  if (is_certain && !(format == format_)) {
-    set_format(format);
+  const DetectedPrefix detected = detect_prefix(line);
+  if (detected.is_certain && detected.format != format_) {
+    set_format(detected.format);
     Prefix prefix;
     read_prefix(format_, line, prefix);
     choose_lane(prefix);
@@ -511,7 +410,7 @@ bool TextCalls::read_late_arrow(std::string_view line, std::string_view text) {
   if (parse_call(call).text.empty()) {
     return false;
   }
-  settle(*lane_);
+  lane_->settle();
   add_text(text.substr(0, at));
   if (at == entry) {
     read_entry(call);

@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "call_source.h"
+#include "text_lane.h"
 #include "text_lines.h"
 #include "text_prefix.h"
 
@@ -45,12 +46,10 @@ class TextCalls final : public CallSource {
 
  private:
   struct KnownCall;
-  struct TextLane;
 
   void note_step(TextLines::Step step);
   void finish();
 
-  void detect_format(std::string_view lines);
   void set_format(const PrefixFormat& format);
   int64_t time_of(const Prefix& prefix) const;
   void choose_lane(const Prefix& prefix);
@@ -64,7 +63,6 @@ class TextCalls final : public CallSource {
   void read_rare_line(std::string_view line, std::string_view text);
   void read_entry(std::string_view call);
   void read_exit(std::string_view line);
-  bool read_error_text(std::string_view text);
   bool read_told_failure(std::string_view text);
   bool read_late_arrow(std::string_view line, std::string_view text);
 
@@ -72,8 +70,6 @@ class TextCalls final : public CallSource {
   void leave_top();
   Exit exit_here() const;
   void remember(uint32_t site);
-  void settle(TextLane& lane);
-  void add_pending_failure(TextLane& lane);
   void add_text(std::string_view text);
   void note_damage();
   std::string here() const;
@@ -86,8 +82,7 @@ class TextCalls final : public CallSource {
   bool has_prefix_ = false;
   bool is_format_known_ = false;
   uint64_t line_number_ = 0;
-  uint64_t lines_before_ = 0; /**< in older parts */
-  uint64_t calls_ = 0;
+  uint64_t lines_before_ = 0;   /**< in older parts */
   int64_t time_ = unknown_time; /**< of the current line */
   uint64_t damaged_lines_ = 0;
   std::string first_damage_;

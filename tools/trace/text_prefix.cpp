@@ -1,6 +1,8 @@
 #include "text_prefix.h"
 
+#include <algorithm>
 #include <chrono>
+#include <optional>
 
 namespace trace {
 namespace {
@@ -129,7 +131,7 @@ bool read_prefix(const PrefixFormat& format, std::string_view line, Prefix& pref
   return true;
 }
 
-bool detect_prefix(std::string_view line, PrefixFormat& format, bool& is_certain) {
+DetectedPrefix detect_prefix(std::string_view line) {
   PrefixFormat found;
   Prefix prefix;
   std::string_view rest = line;
@@ -143,9 +145,27 @@ bool detect_prefix(std::string_view line, PrefixFormat& format, bool& is_certain
   const size_t process_width = read_process(rest, prefix.process);
   found.has_process = process_width > 0;
   rest.remove_prefix(process_width);
-  is_certain = begins_with_arrow(rest);
-  format = found;
-  return is_certain || !found.is_empty();
+  return {found, begins_with_arrow(rest)};
+}
+
+PrefixFormat detect_format(std::string_view lines) {
+  constexpr int most_lines = 200;
+  std::optional<PrefixFormat> common;
+  bool is_common = true;
+  for (int i = 0; i < most_lines && !lines.empty(); ++i) {
+    const std::string_view line = lines.substr(0, lines.find('\n'));
+    lines.remove_prefix(std::min(lines.size(), line.size() + 1));
+    if (line.empty()) {
+      continue;
+    }
+    const DetectedPrefix detected = detect_prefix(line);
+    if (detected.is_certain) {
+      return detected.format;
+    }
+    is_common = is_common && (!common || *common == detected.format);
+    common = detected.format;
+  }
+  return common && is_common ? *common : PrefixFormat{};
 }
 
 }  // namespace trace

@@ -37,12 +37,15 @@ struct Prefix {
  */
 bool read_prefix(const PrefixFormat& format, std::string_view line, Prefix& prefix);
 
-/**
- * The format of a line's prefix, as far as the line tells it.
- * @param is_entry_or_exit whether what follows is known to begin with blanks and an arrow, which
- *     leaves no doubt.
- * @return whether the line could be read.
- */
-bool detect_prefix(std::string_view line, PrefixFormat& format, bool& is_certain);
+/** The format of a line's prefix, as far as the line tells it. */
+struct DetectedPrefix {
+  PrefixFormat format;
+  bool is_certain = false; /**< what follows begins with blanks and an arrow, and leaves no doubt */
+};
+
+DetectedPrefix detect_prefix(std::string_view line);
+
+/** The format of the prefixes of a trace's first lines, as far as they agree. */
+PrefixFormat detect_format(std::string_view lines);
 
 }  // namespace trace
