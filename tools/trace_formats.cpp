@@ -14,31 +14,15 @@ bool SelectedCalls::wants(const trace::CallEvent& event) {
   if (event.lane >= lanes_.size()) {
     lanes_.resize(size_t{event.lane} + 1);
   }
-  std::vector<Open>& open = lanes_[event.lane];
+  std::vector<CallChoice>& open = lanes_[event.lane];
   if (event.kind == trace::CallEvent::Kind::enter) {
-    open.push_back(opened(event, open));
+    open.push_back(
+        chooser_.choose(input_.sites()[event.site], open.empty() ? nullptr : &open.back()));
     return open.back().is_taken;
   }
   const bool was_taken = open.back().is_taken;
   open.pop_back();
   return was_taken;
-}
-
-SelectedCalls::Open SelectedCalls::opened(const trace::CallEvent& event,
-                                          const std::vector<Open>& around) const {
-  Open call;
-  if (!around.empty()) {
-    call = around.back();
-    call.taken_above += call.is_taken ? 1 : 0;
-  }
-  const trace::CallSite& site = input_.sites()[event.site];
-  if (call.part == Part::skipped || (!skip_.is_empty() && skip_.fit(site))) {
-    call.part = Part::skipped;
-  } else if (call.part == Part::taken || only_.is_empty() || only_.fit(site)) {
-    call.part = Part::taken;
-  }
-  call.is_taken = call.part == Part::taken && (depth_ == 0 || call.taken_above < depth_);
-  return call;
 }
 
 int64_t CallClock::moment(const trace::CallEvent& event, const trace::Lane& lane) {

@@ -7,22 +7,16 @@
 #include <string_view>
 #include <vector>
 
+#include "call_selection.h"
 #include "trace_input.h"
 
 namespace tool {
-
-/** Calls that are taken by their names, as ZOLP_TRACE_ONLY and ZOLP_TRACE_SKIP do it, and depth. */
-struct CallSelection {
-  std::vector<std::string> only;
-  std::vector<std::string> skip;
-  size_t depth = 0; /**< how many calls may be inside each other; 0 for any number */
-};
 
 /** The calls of a trace that are selected: what `read` passes on is balanced, too. */
 class SelectedCalls {
  public:
   SelectedCalls(TraceInput& input, const CallSelection& selection)
-      : input_(input), only_(selection.only), skip_(selection.skip), depth_(selection.depth) {}
+      : input_(input), chooser_(selection) {}
 
   template <typename Take>
   void read(const Take& take) {
@@ -39,21 +33,11 @@ class SelectedCalls {
   size_t lane_count() { return input_.reader().lanes().size(); }
 
  private:
-  enum class Part : uint8_t { outside, taken, skipped };
-  struct Open {
-    Part part = Part::outside; /**< of what lies below it */
-    bool is_taken = false;     /**< itself */
-    size_t taken_above = 0;
-  };
-
   bool wants(const trace::CallEvent& event);
-  Open opened(const trace::CallEvent& event, const std::vector<Open>& around) const;
 
   TraceInput& input_;
-  TraceNames only_;
-  TraceNames skip_;
-  size_t depth_;
-  std::vector<std::vector<Open>> lanes_;
+  CallChooser chooser_;
+  std::vector<std::vector<CallChoice>> lanes_;
 };
 
 /** Where a document is written, piece by piece; who made the file looks for its errors. */

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <cstdio>
 
-#include "basetool/selection.h"
-
 namespace tool {
 
 namespace {
@@ -16,20 +14,6 @@ trace::ReadOptions completed(trace::ReadOptions how, const TraceOptions& options
 }
 
 }  // namespace
-
-TraceNames::TraceNames(const std::vector<std::string>& lists) {
-  for (std::string list : lists) {
-    // A call is shown as NAME().
-    for (size_t at = list.find("()"); at != std::string::npos; at = list.find("()", at)) {
-      list.erase(at, 2);
-    }
-    list_ += (list_.empty() ? "" : ",") + list;
-  }
-}
-
-bool TraceNames::fit(const trace::CallSite& site) const {
-  return basetool::list_holds(list_, site.name);
-}
 
 TraceInput::TraceInput(const TraceOptions& options, const std::vector<std::string>& files,
                        trace::ReadOptions how)

@@ -10,19 +10,6 @@
 
 namespace tool {
 
-/** Names of functions and calls, as ZOLP_TRACE_ONLY has them: with `*`, separated by commas. */
-class TraceNames {
- public:
-  TraceNames() = default;
-  explicit TraceNames(const std::vector<std::string>& lists);
-
-  bool is_empty() const { return list_.empty(); }
-  bool fit(const trace::CallSite& site) const;
-
- private:
-  std::string list_;
-};
-
 /** What all commands that read traces take. */
 struct TraceOptions {
   std::vector<std::string> files;

@@ -159,6 +159,9 @@ TEST_F(TraceCommand, ShowsATree) {
   EXPECT_EQ(shown({"show", file, "--failed"}),
             indented("outer {  a.c:1\n" + inner + "} outer  a.c:1\n"));
   EXPECT_EQ(shown({"show", file, "--only", "inner,nothing"}), inner);
+  EXPECT_THAT(run_zolp({"trace", "show", "--only", "inner", "missing", file}).err,
+              HasSubstr("cannot read missing"))
+      << "the option takes one of the words behind it";
   EXPECT_EQ(shown({"show", file, "--skip", "PREF_wr*", "--skip", "inner"}),
             indented("outer {  a.c:1\n  PREF_read(name)  a.c:5\n} outer  a.c:1\n"));
   EXPECT_EQ(shown({"show", file, "--depth", "1"}), indented("outer  a.c:1\n"));

@@ -24,18 +24,6 @@ struct TraceExportOptions : TraceOptions {
   std::string target;
 };
 
-void add_selection(CommandParser& command, CallSelection& selection) {
-  const auto add = [&](const char* name, std::vector<std::string>& names, const char* help) {
-    command.add_option(name, names, help).type_name("NAME").one_at_a_time();
-  };
-  add("--only", selection.only,
-      "Only calls of these names, with all that happens below them; * stands for any characters");
-  add("--skip", selection.skip, "Leave these out, with all that happens below them");
-  command.add_option("--depth", selection.depth, "Number of levels to take")
-      .type_name("N")
-      .range(size_t{1}, size_t{1'000'000'000});
-}
-
 /** Writes a file as a whole, or leaves what there was. */
 void write_file(const std::string& target, const std::function<void(std::FILE*)>& write) {
   OutputFile output(target);
@@ -149,7 +137,7 @@ void add_trace_export(CommandParser& group) {
       .one_of({"chrome", "speedscope", "folded", "json"});
   command.add_option("--out", options->target, "Write to this file; standard output otherwise")
       .type_name("FILE");
-  add_selection(command, options->selection);
+  add_call_selection(command, options->selection);
   command.footer(
       "\nFormats:\n"
       "  chrome      trace events, for about:tracing and Perfetto\n"
@@ -171,7 +159,7 @@ void add_trace_view(CommandParser& group) {
       .add_option("--out", options->target,
                   "The page; the first file's name with .html, in the current folder, otherwise")
       .type_name("PAGE");
-  add_selection(command, options->selection);
+  add_call_selection(command, options->selection);
   command.footer(
       "\nThe page holds all that it needs and asks nothing of any network. Calls that failed have\n"
       "\"failed\" in their names: search for it with Ctrl-F. An earlier page is replaced.\n\n"

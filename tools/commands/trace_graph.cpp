@@ -3,6 +3,7 @@
 #include <tuple>
 #include <unordered_map>
 
+#include "call_selection.h"
 #include "commands/trace.h"
 #include "error.h"
 #include "trace/durations.h"

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "call_selection.h"
 #include "commands/trace.h"
 #include "error.h"
 #include "os.h"
@@ -16,9 +17,7 @@ using trace::CallEvent;
 using trace::Ending;
 
 struct TraceShowOptions : TraceOptions {
-  std::vector<std::string> only;
-  std::vector<std::string> skip;
-  size_t depth = 0;
+  CallSelection selection;
   bool failed = false;
   double slower_than = -1;
   std::string from;
@@ -27,11 +26,10 @@ struct TraceShowOptions : TraceOptions {
   bool texts = false;
 };
 
-/** Which calls are shown, as far as is known before they end. */
-class Selection {
+/** Which of the selected calls are shown, by when they were made and how they ended. */
+class Sieve {
  public:
-  explicit Selection(const TraceShowOptions& options)
-      : only_(options.only), skip_(options.skip), options_(options) {
+  explicit Sieve(const TraceShowOptions& options) : options_(options) {
     if (!options.from.empty()) {
       from_.emplace(options.from);
     }
@@ -40,12 +38,6 @@ class Selection {
     }
   }
 
-  bool is_skipped(const trace::CallSite& site) const {
-    return !skip_.is_empty() && skip_.fit(site);
-  }
-  bool chooses_all() const { return only_.is_empty(); }
-  bool is_chosen(const trace::CallSite& site) const { return only_.fit(site); }
-  bool is_deep_enough(size_t depth) const { return options_.depth == 0 || depth < options_.depth; }
   bool is_in_range(const CallEvent& event, const trace::Lane& lane) const {
     return (!from_ || !from_->is_after(event, lane)) && (!to_ || to_->is_after(event, lane));
   }
@@ -61,8 +53,6 @@ class Selection {
   }
 
  private:
-  TraceNames only_;
-  TraceNames skip_;
   const TraceShowOptions& options_;
   std::optional<TraceMoment> from_;
   std::optional<TraceMoment> to_;
@@ -71,9 +61,7 @@ class Selection {
 /** A call that is open. */
 struct OpenCall {
   uint32_t site = 0;
-  size_t level = 0;       /**< how many shown calls are around it */
-  bool is_hidden = false; /**< with all below it */
-  bool is_chosen = false; /**< it, or one around it */
+  CallChoice choice;
   bool is_wanted = false;
   bool is_begun = false; /**< the line that begins it is written */
   uint64_t id = 0;       /**< for JSON */
@@ -93,14 +81,14 @@ class Lines {
   void begin(uint32_t lane, const OpenCall& call) {
     head(lane);
     const trace::CallSite& site = input_.sites()[call.site];
-    line(call.level, trace::unknown_time, site.text + " {", "", site, false);
+    line(call.choice.level, trace::unknown_time, site.text + " {", "", site, false);
   }
 
   void end(const CallEvent& event, const OpenCall& call) {
     head(event.lane);
     const trace::CallSite& site = input_.sites()[call.site];
-    line(call.level, event.duration(), (call.is_begun ? "} " : "") + site.text, result(event), site,
-         event.has_failed);
+    line(call.choice.level, event.duration(), (call.is_begun ? "} " : "") + site.text,
+         result(event), site, event.has_failed);
   }
 
   void text(const CallEvent& event, size_t level) {
@@ -205,7 +193,12 @@ class JsonCalls {
 class Tree {
  public:
   Tree(const TraceShowOptions& options, TraceInput& input)
-      : selection_(options), input_(input), lines_(input), json_(input), is_json_(options.json) {}
+      : chooser_(options.selection),
+        sieve_(options),
+        input_(input),
+        lines_(input),
+        json_(input),
+        is_json_(options.json) {}
 
   void add(const CallEvent& event) {
     if (event.lane >= lanes_.size()) {
@@ -225,8 +218,7 @@ class Tree {
   /** Shows calls that are open and have made no others: nothing more may come for long. */
   void show_open() {
     for (uint32_t lane = 0; lane < lanes_.size(); ++lane) {
-      if (!selection_.is_late() && !lanes_[lane].calls.empty() &&
-          lanes_[lane].calls.back().is_wanted) {
+      if (!sieve_.is_late() && !lanes_[lane].calls.empty() && lanes_[lane].calls.back().is_wanted) {
         begin_all(lane, lanes_[lane]);
       }
     }
@@ -240,24 +232,15 @@ class Tree {
 
  private:
   void enter(const CallEvent& event, LaneCalls& open) {
-    const trace::CallSite& site = input_.sites()[event.site];
     OpenCall call;
     call.site = event.site;
     call.id = ++latest_id_;
     call.position = event.position;
-    if (open.calls.empty()) {
-      call.is_chosen = selection_.chooses_all();
-    } else {
-      const OpenCall& around = open.calls.back();
-      call.is_hidden = around.is_hidden;
-      call.is_chosen = around.is_chosen;
-      call.level = around.level + (is_shown(around) ? 1 : 0);
-    }
-    call.is_chosen = call.is_chosen || selection_.is_chosen(site);
-    call.is_hidden = call.is_hidden || selection_.is_skipped(site);
-    call.is_wanted = is_shown(call) && selection_.is_deep_enough(call.level) &&
-                     selection_.is_in_range(event, input_.reader().lanes()[event.lane]);
-    if (call.is_wanted && !selection_.is_late()) {
+    call.choice = chooser_.choose(input_.sites()[event.site],
+                                  open.calls.empty() ? nullptr : &open.calls.back().choice);
+    call.is_wanted =
+        call.choice.is_taken && sieve_.is_in_range(event, input_.reader().lanes()[event.lane]);
+    if (call.is_wanted && !sieve_.is_late()) {
       begin_all(event.lane, open);
     }
     open.calls.push_back(call);
@@ -266,7 +249,7 @@ class Tree {
   void leave(const CallEvent& event, LaneCalls& open) {
     const OpenCall call = open.calls.back();
     open.calls.pop_back();
-    const bool is_taken = call.is_wanted && selection_.takes(event);
+    const bool is_taken = call.is_wanted && sieve_.takes(event);
     if (is_taken) {
       begin_all(event.lane, open);
     }
@@ -281,36 +264,35 @@ class Tree {
   }
 
   void text(const CallEvent& event, LaneCalls& open) {
-    if (is_json_ || selection_.is_late()) {
+    if (is_json_ || sieve_.is_late()) {
       return;
     }
-    if (!selection_.is_in_range(event, input_.reader().lanes()[event.lane])) {
+    if (!sieve_.is_in_range(event, input_.reader().lanes()[event.lane])) {
       return;
     }
     if (open.calls.empty()) {
-      return selection_.chooses_all() ? lines_.text(event, 0) : void();
+      return chooser_.takes_outside() ? lines_.text(event, 0) : void();
     }
     const OpenCall& call = open.calls.back();
-    if (is_shown(call) && selection_.is_deep_enough(call.level)) {
+    if (call.choice.is_taken) {
       begin_all(event.lane, open);
-      lines_.text(event, call.level + 1);
+      lines_.text(event, call.choice.level + 1);
     }
   }
-
-  static bool is_shown(const OpenCall& call) { return call.is_chosen && !call.is_hidden; }
 
   /** Begins all calls that are open and not begun yet. */
   void begin_all(uint32_t lane, LaneCalls& open) {
     for (; open.first_not_begun < open.calls.size(); ++open.first_not_begun) {
       OpenCall& call = open.calls[open.first_not_begun];
-      if (is_shown(call) && !is_json_) {
+      if (call.choice.is_taken && !is_json_) {
         lines_.begin(lane, call);
         call.is_begun = true;
       }
     }
   }
 
-  Selection selection_;
+  CallChooser chooser_;
+  Sieve sieve_;
   TraceInput& input_;
   Lines lines_;
   JsonCalls json_;
@@ -355,16 +337,7 @@ void add_trace_show(CommandParser& group) {
       group.add_command("show", "Print the calls as a tree, with statuses and durations");
   const auto options = std::make_shared<TraceShowOptions>();
   add_trace_input(command, *options);
-  command
-      .add_option("--only", options->only,
-                  "Only calls of these names, with all that happens below them; * stands for any "
-                  "characters")
-      .type_name("NAME");
-  command.add_option("--skip", options->skip, "Leave these out, with all that happens below them")
-      .type_name("NAME");
-  command.add_option("--depth", options->depth, "Number of levels to show")
-      .type_name("N")
-      .range(size_t{1}, size_t{1'000'000'000});
+  add_call_selection(command, options->selection);
   command.add_flag("--failed", options->failed, "Only what has failed, with its callers");
   command
       .add_option("--slower-than", options->slower_than,

@@ -1,6 +1,7 @@
 /** @file `zolp trace slow`: the calls that took longest, each with its callers. */
 #include <algorithm>
 
+#include "call_selection.h"
 #include "commands/trace.h"
 #include "trace/chain_tree.h"
 
@@ -155,8 +156,8 @@ void add_trace_slow(CommandParser& group) {
       .range(size_t{1}, size_t{1'000'000});
   command.add_flag("--own", options->own,
                    "Compare the time that calls took without those that they made");
-  command.add_option("--only", options->only, "Only calls of these names, with *, as in PREF_*")
-      .type_name("NAME");
+  add_call_names(command, "--only", options->only,
+                 "Only calls of these names, with *, as in PREF_*");
   command.footer(
       "\nA caller takes at least as long as what it calls; --own tells where the time went.\n"
       "Without times, the calls that were made most often are printed.\n\n"
