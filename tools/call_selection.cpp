@@ -20,7 +20,7 @@ bool TraceNames::fit(const trace::CallSite& site) const {
 
 OptionParser add_call_names(CommandParser& command, const char* name,
                             std::vector<std::string>& names, const char* description) {
-  return command.add_option(name, names, description).type_name("NAME").one_at_a_time();
+  return command.add_option(name, names, description).type_name("NAME");
 }
 
 void add_call_selection(CommandParser& command, CallSelection& selection) {

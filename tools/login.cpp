@@ -41,7 +41,6 @@ void add_trial_options(CommandParser& command) {
             },
             description)
         .type_name(type)
-        .one_at_a_time()
         .group(group);
   };
   add("--fail", "OPERATION[:N]=STATUS",

@@ -5,6 +5,15 @@
 
 namespace tool {
 
+namespace {
+
+/** Each use of an option takes one value, so that an argument may follow. */
+CLI::Option* repeated(CLI::Option* option) {
+  return option->get_positional() ? option : option->allow_extra_args(false);
+}
+
+}  // namespace
+
 OptionParser OptionParser::required(bool is_required) const {
   option_->required(is_required);
   return *this;
@@ -22,16 +31,6 @@ OptionParser OptionParser::shows_preset() const {
 
 OptionParser OptionParser::shows_preset(const char* text) const {
   option_->default_str(text);
-  return *this;
-}
-
-OptionParser OptionParser::one_at_a_time() const {
-  option_->allow_extra_args(false);
-  return *this;
-}
-
-OptionParser OptionParser::take_all() const {
-  option_->take_all();
   return *this;
 }
 
@@ -109,7 +108,7 @@ OptionParser CommandParser::add_option(const char* name, std::string& value,
 
 OptionParser CommandParser::add_option(const char* name, std::vector<std::string>& values,
                                        const std::string& description) {
-  return OptionParser(app_->add_option(name, values, description));
+  return OptionParser(repeated(app_->add_option(name, values, description)));
 }
 
 OptionParser CommandParser::add_option(const char* name, int& value,
@@ -136,7 +135,8 @@ OptionParser CommandParser::add_option(const char* name,
 OptionParser CommandParser::add_options(
     const char* name, const std::function<void(const std::vector<std::string>&)>& take,
     const std::string& description) {
-  return OptionParser(app_->add_option_function<std::vector<std::string>>(name, take, description));
+  return OptionParser(
+      repeated(app_->add_option_function<std::vector<std::string>>(name, take, description)));
 }
 
 OptionParser CommandParser::add_flag(const char* name, bool& value,

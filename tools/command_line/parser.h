@@ -38,10 +38,6 @@ class OptionParser {
   /** Help shows the present value of its variable as what holds without it. */
   OptionParser shows_preset() const;
   OptionParser shows_preset(const char* text) const;
-  /** Every use of it takes one value, so that an argument may follow. */
-  OptionParser one_at_a_time() const;
-  /** A list that may be given in parts. */
-  OptionParser take_all() const;
   OptionParser one_of(std::initializer_list<const char*> choices) const;
   OptionParser range(int least, int most) const;
   OptionParser range(std::size_t least, std::size_t most) const;
@@ -78,6 +74,7 @@ class CommandParser {
   void hide();
 
   OptionParser add_option(const char* name, std::string& value, const std::string& description);
+  /** An option that may be repeated, with a value each time; or an argument of many words. */
   OptionParser add_option(const char* name, std::vector<std::string>& values,
                           const std::string& description);
   OptionParser add_option(const char* name, int& value, const std::string& description);

@@ -111,13 +111,11 @@ void add_run_options(CommandParser& command, RunOptions& options) {
   command
       .add_option("--handler", options.handlers,
                   "Handler; all that the library registers when left out; may be repeated")
-      .type_name("NAME")
-      .take_all();
+      .type_name("NAME");
   command
       .add_option("--argument", options.arguments,
                   "Argument of the handlers, NAME=VALUE; may be repeated")
-      .type_name("TEXT")
-      .take_all();
+      .type_name("TEXT");
   command.add_flag("--strict", options.is_strict,
                    "Fail when a handler leaves blocks or locks behind");
   add_handler_settings(command, options.settings);

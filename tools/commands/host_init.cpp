@@ -122,8 +122,7 @@ void add_host_init(CommandParser& group) {
       .type_name("");
   init.add_option("--seed", options->seeds,
                   "JSON file to fill the site from, - for standard input; repeatable")
-      .type_name("FILE")
-      .one_at_a_time();
+      .type_name("FILE");
   init.add_flag("--dry-run", options->dry_run,
                 "Make nothing; print all that is wrong with the seeds, a line each");
   init.footer(

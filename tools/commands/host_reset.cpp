@@ -48,8 +48,7 @@ void add_host_reset(CommandParser& group) {
   const auto options = std::make_shared<ResetOptions>();
   command.add_option("FILE", options->file, "The site's file").required().type_name("");
   command.add_option("--seed", options->seeds, "JSON file to fill the site from; repeatable")
-      .type_name("FILE")
-      .one_at_a_time();
+      .type_name("FILE");
   command.footer(
       "\nThe site is then as \"zolp host init\" makes it with these seeds. Refused while somebody\n"
       "has it open; when a seed is wrong, the site stays as it is.\n"

@@ -117,8 +117,7 @@ JobCommand add_job_command(CommandParser& group, const char* name, const char* d
       command
           .add_option("--handlers", options->handlers,
                       "Library of workflow handlers to load; may be repeated")
-          .type_name("LIBRARY")
-          .take_all();
+          .type_name("LIBRARY");
   add_handler_settings(command, options->handler_settings);
   command.option("--timeout").needs(handlers);
   command.option("--in-process").needs(handlers);
@@ -156,7 +155,7 @@ OptionParser add_text(const JobCommand& command, const char* name, std::string& 
 
 void add_ids(const JobCommand& command, const char* name, std::vector<std::string>& ids,
              const char* description) {
-  command.parser.add_option(name, ids, description).type_name("ID[/REV]").take_all();
+  command.parser.add_option(name, ids, description).type_name("ID[/REV]");
 }
 
 void add_job_commands(CommandParser& program) {

@@ -137,8 +137,7 @@ void add_list_scan(CommandParser& group) {
       group, "scan", "Copy a list without the \"Where\" lines that hold certain texts");
   command.add_option("--pattern", options->patterns, "Text to drop lines by; repeatable")
       .type_name("TEXT")
-      .required()
-      .one_at_a_time();
+      .required();
   command.footer(
       "\nExample: zolp list scan in.txt out.txt --pattern PROTO --pattern \"Spare \"\n"
       "A \"Where\" line that holds a pattern itself goes too.");
